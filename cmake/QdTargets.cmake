@@ -1,0 +1,23 @@
+# Interface targets that every target of the project links: qd_options carries the language level,
+# the warnings and the sanitizers.
+
+find_package(Threads REQUIRED)
+
+add_library(qd_options INTERFACE)
+target_compile_features(qd_options INTERFACE cxx_std_20)
+set_target_properties(qd_options PROPERTIES EXPORT_NAME options)
+
+if(MSVC)
+    target_compile_options(qd_options INTERFACE
+        $<BUILD_INTERFACE:/utf-8 /permissive- /W4 $<$<BOOL:${QD_WERROR}>:/WX>>)
+else()
+    target_compile_options(qd_options INTERFACE
+        "$<BUILD_INTERFACE:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion;-Wnon-virtual-dtor;-Woverloaded-virtual>"
+        $<BUILD_INTERFACE:$<$<BOOL:${QD_WERROR}>:-Werror>>)
+endif()
+
+if(QD_SANITIZE)
+    target_compile_options(qd_options INTERFACE -fsanitize=${QD_SANITIZE} -fno-sanitize-recover=all
+                                                -fno-omit-frame-pointer)
+    target_link_options(qd_options INTERFACE -fsanitize=${QD_SANITIZE})
+endif()

@@ -1,0 +1,13 @@
+#pragma once
+
+/// `WChar` is the code unit of every wide text: UTF-16 on each platform, and exactly the platform's
+/// `wchar_t` on Windows. `QD_W("text")` is a wide literal of it.
+#if defined(_WIN32)
+using WChar = wchar_t;
+# define QD_W(text) L##text
+#else
+using WChar = char16_t;
+# define QD_W(text) u##text
+#endif
+
+static_assert(sizeof(WChar) == 2, "wide texts are UTF-16");
