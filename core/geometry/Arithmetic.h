@@ -12,6 +12,29 @@ namespace NGeometry {
     return static_cast<std::int32_t>(value);
 }
 
+/// Sums, products and quotients that wrap. Dividing by 0 is the caller's fault.
+[[nodiscard]] constexpr std::int32_t Add(std::int32_t a, std::int32_t b) noexcept
+{
+    return Wrap(std::int64_t{a} + b);
+}
+
+[[nodiscard]] constexpr std::int32_t Subtract(std::int32_t a, std::int32_t b) noexcept
+{
+    return Wrap(std::int64_t{a} - b);
+}
+
+// Unsigned, since a `long` of 64 bits could overflow the signed product.
+[[nodiscard]] constexpr std::int32_t Multiply(std::int32_t a, long b) noexcept
+{
+    const std::uint64_t product = static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b);
+    return static_cast<std::int32_t>(product);
+}
+
+[[nodiscard]] constexpr std::int32_t Divide(std::int32_t a, long b) noexcept
+{
+    return Wrap(std::int64_t{a} / b);
+}
+
 /// Truncates toward zero. A value beyond the range and NaN give -2147483648, as the processor's own
 /// conversion does.
 [[nodiscard]] constexpr std::int32_t Truncate(double value) noexcept
