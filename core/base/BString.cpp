@@ -1,0 +1,60 @@
+#include "core/base/BString.h"
+
+#include "core/platform/CharClass.h"
+#include "core/platform/CodePage.h"
+#include "core/platform/Collation.h"
+#include "core/platform/FormatText.h"
+#include "core/platform/ScanText.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdarg>
+#include <cstdlib>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+using String = BString;
+using Char = char;
+using Single = int;
+
+// What Printf formats on the stack, terminating 0 included.
+constexpr std::size_t kPrintfRoom = 16385;
+constexpr bool kFailedPrintfEmpties = false;
+
+bool ReadChunk(std::FILE* stream, char* buffer, int room) noexcept
+{
+    return std::fgets(buffer, room, stream) != nullptr;
+}
+
+} // namespace
+
+#include "core/base/StringMembers.inl"
+
+BString::BString(const char* text)
+{
+    m_text.Assign(Measured(text));
+}
+
+BString::BString(const WChar* text)
+{
+    const std::size_t length = platform::Length(text);
+    std::size_t size = length; // what it takes in a code page of single bytes
+    while (size > 0 && m_text.SetCapacity(size + 1)) {
+        const std::size_t room = size;
+        size = platform::WideToAnsi(text, length, m_text.Writable(), room);
+        if (size <= room) {
+            m_text.Writable()[size] = 0;
+            return;
+        }
+    }
+    m_text = Text();
+}
+
+bool BString::Convert(int& value) const noexcept
+{
+    return platform::ScanInt(CStr(), value) || platform::ScanHex(CStr(), value);
+}

@@ -1,0 +1,135 @@
+#include "core/base/WString.h"
+
+#include "core/base/BString.h"
+#include "core/platform/CharClass.h"
+#include "core/platform/CodePage.h"
+#include "core/platform/Collation.h"
+#include "core/platform/FileStream.h"
+#include "core/platform/FormatText.h"
+#include "core/platform/ScanText.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdarg>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+using String = WString;
+using Char = WChar;
+using Single = WChar;
+
+// What Printf formats on the stack, terminating 0 included.
+constexpr std::size_t kPrintfRoom = 4097;
+constexpr bool kFailedPrintfEmpties = true;
+
+bool ReadChunk(std::FILE* stream, WChar* buffer, int room) noexcept
+{
+    return platform::ReadText(stream, buffer, room);
+}
+
+} // namespace
+
+#include "core/base/StringMembers.inl"
+
+WString::WString(const WChar* text)
+{
+    m_text.Assign(Measured(text));
+}
+
+WString::WString(const BString& text)
+{
+    const std::size_t size = text.Length(); // no text has more units than bytes
+    if (size == 0 || !m_text.SetCapacity(size))
+        return;
+    const std::size_t length = platform::AnsiToWide(text.CStr(), size, m_text.Writable(), size);
+    m_text.Writable()[length] = 0;
+}
+
+void WString::ReplaceAt(const WChar* text, std::size_t position, std::size_t count)
+{
+    const View own = Measured(CStr());
+    if (position > own.size())
+        return;
+    const View added = Measured(text);
+    const View rest = own.substr(position + std::min(count, own.size() - position));
+    m_text.Assemble(position + added.size() + rest.size() + 1,
+                    {own.substr(0, position), added, rest});
+}
+
+int WString::ICmpForQSort(const void* a, const void* b) noexcept
+{
+    return static_cast<const WString*>(a)->ICmp(*static_cast<const WString*>(b));
+}
+
+bool WString::Includes16bitChars() const noexcept
+{
+    return !All(CStr(), [](WChar unit) { return unit < 256; });
+}
+
+bool WString::Convert(int& value) const noexcept
+{
+    constexpr double greatest = std::numeric_limits<int>::max();
+    constexpr double least = std::numeric_limits<int>::min();
+    double number = 0.0;
+    if (!platform::ScanDouble(CStr(), number))
+        return platform::ScanHex(CStr(), value);
+    if (number > greatest)
+        value = std::numeric_limits<int>::max();
+    else if (!(number >= least)) // not-a-number, too
+        value = std::numeric_limits<int>::min();
+    else
+        value = static_cast<int>(number < 0.0 ? number - 0.5 : number + 0.5);
+    return true;
+}
+
+void WString::EncodeMemory(const void* data, std::size_t size)
+{
+    if (size == 0) {
+        Clear();
+        return;
+    }
+    if (!data || size > std::numeric_limits<std::size_t>::max() / 2)
+        return;
+    auto encoded = Text::WithCapacity(2 * size);
+    if (encoded.IsNull())
+        return;
+    WChar* out = encoded.Writable();
+    for (const unsigned char byte : std::span(static_cast<const unsigned char*>(data), size)) {
+        // Intended: '0' plus the nibble, ten to fifteen being ":;<=>?" and not letters.
+        *out++ = static_cast<WChar>('0' + (byte >> 4));
+        *out++ = static_cast<WChar>('0' + (byte & 15));
+    }
+    *out = 0;
+    m_text = std::move(encoded);
+}
+
+bool WString::DecodeMemory(void* out, std::size_t size) const noexcept
+{
+    const View own = Measured(CStr());
+    if (own.size() % 2 != 0 || own.size() / 2 != size)
+        return false;
+    const auto bad = [](WChar unit) { return unit < '0' || unit > '?'; };
+    auto* byte = static_cast<unsigned char*>(out);
+    for (std::size_t at = 0; at < own.size(); at += 2) {
+        if (bad(own[at]) || bad(own[at + 1]))
+            return false;
+        *byte++ = static_cast<unsigned char>((own[at] & 15) << 4 | (own[at + 1] & 15));
+    }
+    return true;
+}
+
+BString WString::AsString() const
+{
+    return BString(CStr());
+}
+
+char WString::AsChar(WChar unit) noexcept
+{
+    char bytes[8];
+    return platform::WideToAnsi(&unit, 1, bytes, sizeof bytes) == 1 ? bytes[0] : '?';
+}
