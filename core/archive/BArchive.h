@@ -1,0 +1,148 @@
+#pragma once
+
+#include "core/base/BSmartObj.h"
+#include "core/base/BString.h"
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+
+#include <concepts>
+#include <cstdint>
+
+/// What a class's `Read` throws, and the archive catches, when a record is not what it should be.
+enum ARCHIVE_EXCEPTION {
+    ArchiveFormatFault = 1, ///< a text without its tag, a record that ends early, a count too large
+};
+
+/// A file that holds a graph of `BSmartObj`s, each once however many references lead to it.
+///
+///     BArchive out(path, BArchive::ModeWrite, "class Document", 3);
+///     out.Insert(root, "root");           // and with it all that it refers to
+///     if (!out.Flush()) ...               // the file could not be written
+///
+///     BArchive in(path, BArchive::ModeRead, "class Document", 3);
+///     SP<BSmartObj> root = in.TakeOut("root");
+///
+/// A class takes part with `WriteData`, `UpdateAssociations`, `Version` and `VerifyObj`, a static
+/// `Read(BArchive&, int)` and `RegisterArchiveCallback`. Its `Read` rebuilds the object from the
+/// record, hands each index other than 0 to `TakeOutLater`, and its `UpdateAssociations` turns the
+/// indices into pointers with `QueryObject`.
+///
+/// A file that cannot be opened, is of another document or is damaged leaves the archive without a
+/// file: `IsGood()` is false and nothing is read or written. A read never passes the end of the
+/// record at hand, whatever the record says of itself. Reading an object that refers to others takes
+/// no recursion. One thread at a time.
+class QD_CORE_API BArchive : public BSmartObj {
+public:
+    enum MODE { ModeRead = 0, ModeWrite = 1 };
+
+    /// Opens `path`; afterwards `IsGood()` tells. For writing, the header is written at once. For
+    /// reading (any mode but `ModeWrite`), the file must be of the document class `docClass`, of at
+    /// least the version `docVersion`, and whole.
+    BArchive(const WChar* path, MODE mode, BString docClass, int docVersion);
+
+    /// Flushes and closes the file. What `Flush()` would have thrown is swallowed: call it before.
+    ~BArchive() override;
+
+    BArchive(const BArchive&) = delete;
+    BArchive& operator=(const BArchive&) = delete;
+
+    // Virtual operations: their order is part of the interface.
+
+    /// Version of the format: 8 for writing, the file's for reading.
+    int Version() const override;
+    /// Throws `BError` 32767 with "$IDS_ErrorHint16".
+    virtual void ThrowError() const;
+    /// Writes all queued objects, those queued meanwhile included, and hands the bytes to the
+    /// system. False when the archive is not for writing or a write failed (also an earlier one).
+    /// An object whose `WriteData` throws is left out and stays queued; the exception passes on.
+    virtual bool Flush();
+
+    [[nodiscard]] static const char* CLASSNAME();
+
+    /// A file is open and none of its reads or writes has failed.
+    [[nodiscard]] bool IsGood() const noexcept;
+    [[nodiscard]] MODE Mode() const noexcept;
+    [[nodiscard]] WString Path() const;
+
+    /// Queues `obj` for writing, under a name when `label` is neither null nor empty. Nothing happens
+    /// for null, when `obj` is queued already (also as a reference), when another object has the
+    /// label, and in a reading archive. The archive keeps a reference until it is destroyed.
+    void Insert(BSmartObj* obj, const char* label);
+
+    /// The object under a label, or else under an index text, rebuilt with all that it refers to; the
+    /// same object each time. Null when there is none, when it cannot be read, or when `VerifyObj` of
+    /// any rebuilt object says no.
+    /// From inside `Read` or `UpdateAssociations` the object is rebuilt at once, and what it refers
+    /// to follows when the outer `TakeOut` goes on.
+    [[nodiscard]] SP<BSmartObj> TakeOut(const char* label);
+
+    /// Queues an object for reading by its index text (`BSmartObj::Id(index)`).
+    void TakeOutLater(BString id);
+    /// The same by the index itself; 0 is ignored.
+    void TakeOutLater(std::uint64_t index);
+
+    /// The rebuilt object that `index` stands for; null for 0 and when none was rebuilt.
+    [[nodiscard]] SP<BSmartObj> QueryObject(void* index);
+
+    /// The index of an object in this archive: 0 for null, then 1, 2, ... in order of first mention.
+    /// Beyond 32 bits `ThrowError()`.
+    unsigned int MapPointerToIndex(const void* p);
+
+    /// `index` as the pointer that stands for it until associations are updated.
+    [[nodiscard]] void* IndexToPtr(std::uint64_t index) const noexcept;
+
+    /// Asks every rebuilt object; false at the first whose `VerifyObj` says no.
+    [[nodiscard]] bool VerifyObjects();
+
+    /// Number of the round of `UpdateAssociations` calls that goes on or was the last, from 1. What
+    /// `UpdateAssociations` finds out about other objects holds for one round.
+    [[nodiscard]] std::uint32_t AssociationRound() const noexcept;
+
+    /// Bytes that the record being read still holds: the bound for every count and size in it.
+    [[nodiscard]] std::uint64_t BytesLeft() const noexcept;
+
+    /// Raw bytes. Reading is all or nothing: false, and `block` untouched, when fewer are left.
+    void WriteMemoryBlock(const void* block, std::uint64_t size);
+    bool ReadMemoryBlock(void* block, std::uint64_t size);
+
+    // Writing does nothing unless the archive writes. Reading leaves its target alone unless the
+    // archive reads and the record holds the value.
+
+    BArchive& operator<<(const BString& text);
+    BArchive& operator<<(const WString& text);
+    BArchive& operator<<(int value);
+    BArchive& operator<<(float value);
+    BArchive& operator<<(double value);
+    BArchive& operator<<(char value);
+    BArchive& operator<<(unsigned short value);
+    BArchive& operator<<(std::int64_t value);
+    /// Writes the object's index and queues the object.
+    BArchive& operator<<(const BSmartObj* object);
+
+    /// Throws `ArchiveFormatFault` when the record does not go on with a whole text.
+    BArchive& operator>>(BString& text);
+    BArchive& operator>>(WString& text);
+    BArchive& operator>>(int& value);
+    BArchive& operator>>(float& value);
+    BArchive& operator>>(double& value);
+    BArchive& operator>>(char& value);
+    BArchive& operator>>(unsigned short& value);
+    BArchive& operator>>(std::int64_t& value);
+    /// Reads a reference as its index.
+    BArchive& operator>>(void*& index);
+
+    // A `long` has another size on each platform and never enters a record.
+    template <typename T>
+        requires((std::same_as<T, long> || std::same_as<T, unsigned long>)
+                 && !std::same_as<T, std::int64_t>)
+    BArchive& operator<<(T) = delete;
+    template <typename T>
+        requires((std::same_as<T, long> || std::same_as<T, unsigned long>)
+                 && !std::same_as<T, std::int64_t>)
+    BArchive& operator>>(T&) = delete;
+
+private:
+    class Impl;
+    Impl* m_impl; // owned
+};

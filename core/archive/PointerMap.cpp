@@ -1,0 +1,39 @@
+#include "core/archive/PointerMap.h"
+
+#include <utility>
+
+PointerMap::Entry& PointerMap::FindOrAdd(const void* pointer)
+{
+    if (3 * m_count >= 2 * m_capacity)
+        Grow();
+    Entry& entry = Place(pointer);
+    if (entry.pointer == nullptr) {
+        entry.pointer = pointer;
+        entry.index = static_cast<std::uint32_t>(m_count++);
+    }
+    return entry;
+}
+
+PointerMap::Entry& PointerMap::Place(const void* pointer) const noexcept
+{
+    // Objects are 16 bytes apart at least. Neighbours in memory stay neighbours in the table, which
+    // spares cache misses in a tree that was built in one go; the page number scatters the rest.
+    const auto address = reinterpret_cast<std::uintptr_t>(pointer);
+    const std::uint64_t page = (address >> 16) * 0x9E3779B97F4A7C15u;
+    std::size_t at = static_cast<std::size_t>((address >> 4) + (page >> 32)) & (m_capacity - 1);
+    while (m_entries[at].pointer != nullptr && m_entries[at].pointer != pointer)
+        at = (at + 1) & (m_capacity - 1);
+    return m_entries[at];
+}
+
+void PointerMap::Grow()
+{
+    const std::size_t oldCapacity = m_capacity;
+    const std::unique_ptr<Entry[]> old = std::move(m_entries);
+    m_capacity = oldCapacity == 0 ? 16 : 2 * oldCapacity;
+    m_entries = std::make_unique<Entry[]>(m_capacity);
+    for (std::size_t i = 0; i < oldCapacity; ++i) {
+        if (old[i].pointer != nullptr)
+            Place(old[i].pointer) = old[i];
+    }
+}

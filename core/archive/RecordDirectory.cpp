@@ -1,0 +1,87 @@
+#include "core/archive/RecordDirectory.h"
+
+#include "core/archive/ObjectHeader.h"
+#include "core/base/BlockReader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace {
+
+constexpr std::uint64_t kSmallestRecord = 23; // three empty texts, version, four bytes of size
+
+} // namespace
+
+std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
+{
+    const bool leadingZero = text.size() > 1 && text.front() == '0';
+    const auto isUpper = [](char c) { return c >= 'A' && c <= 'F'; };
+    if (text.empty() || leadingZero || std::any_of(text.begin(), text.end(), isUpper))
+        return std::nullopt;
+    std::uint64_t index = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index, 16);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return index;
+}
+
+bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
+{
+    m_indexLimit = reader.Left() / kSmallestRecord + 2;
+    while (reader.Left() != 0) {
+        const std::uint64_t position = reader.Position();
+        ObjectHeader header;
+        if (!ReadObjectHeader(reader, archiveVersion, header)
+            || m_records.size() >= std::numeric_limits<std::uint32_t>::max() - 1)
+            return false;
+        Enter(position, header.id, header.label);
+        reader.MoveTo(reader.Position() + header.size);
+    }
+    return reader.IsGood();
+}
+
+void RecordDirectory::Enter(std::uint64_t position, std::string_view indexText,
+                            std::string_view label)
+{
+    const auto number = static_cast<std::uint32_t>(m_records.size());
+    m_records.push_back({.position = position, .object = {}});
+    if (!label.empty())
+        m_byLabel.insert_or_assign(std::string(label), number);
+    const std::optional<std::uint64_t> index = IndexOfText(indexText);
+    if (!index || *index >= m_indexLimit) {
+        m_byText.insert_or_assign(std::string(indexText), number);
+        return;
+    }
+    if (*index >= m_byIndex.size())
+        m_byIndex.resize(*index + 1);
+    m_byIndex[*index] = number + 1;
+}
+
+RecordDirectory::Record* RecordDirectory::FindIndex(std::uint64_t index)
+{
+    if (index < m_byIndex.size()) {
+        const std::uint32_t number = m_byIndex[index];
+        return number == 0 ? nullptr : &m_records[number - 1];
+    }
+    if (m_byText.empty())
+        return nullptr;
+    char text[16];
+    const char* end = std::to_chars(text, text + sizeof text, index, 16).ptr;
+    return FindIndexText(std::string_view(text, static_cast<std::size_t>(end - text)));
+}
+
+RecordDirectory::Record* RecordDirectory::FindIndexText(std::string_view text)
+{
+    const std::optional<std::uint64_t> index = IndexOfText(text);
+    if (index && *index < m_byIndex.size())
+        return FindIndex(*index);
+    const auto found = m_byText.find(std::string(text));
+    return found == m_byText.end() ? nullptr : &m_records[found->second];
+}
+
+RecordDirectory::Record* RecordDirectory::FindLabel(std::string_view label)
+{
+    const auto found = m_byLabel.find(std::string(label));
+    return found == m_byLabel.end() ? nullptr : &m_records[found->second];
+}

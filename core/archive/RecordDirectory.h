@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/base/BSmartObj.h"
+#include "core/base/SP.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+class BlockReader;
+
+/// The records of an archive's file, found by index or by label, and the objects that were rebuilt
+/// from them.
+///
+/// Indices are handed out in sequence, so a table leads from an index to its record; a hash table
+/// holds the texts that are no index an archive would have handed out.
+class RecordDirectory {
+public:
+    struct Record {
+        std::uint64_t position; // in the file, of the object header
+        SP<BSmartObj> object;   // once it is rebuilt
+        std::uint32_t triedIn = 0; // the last `TakeOut` that tried to rebuild it
+        bool pending = false;      // waits to be read
+    };
+
+    /// Enters every record from the reader's position to its limit. False when they do not end
+    /// there exactly. Where two records bear one name, the later has it.
+    [[nodiscard]] bool Build(BlockReader& reader, int archiveVersion);
+
+    /// The record of that index, index text or label; null when there is none.
+    [[nodiscard]] Record* FindIndex(std::uint64_t index);
+    [[nodiscard]] Record* FindIndexText(std::string_view text);
+    [[nodiscard]] Record* FindLabel(std::string_view label);
+
+private:
+    using Names = std::unordered_map<std::string, std::uint32_t>; // number of a record
+
+    void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
+
+    std::vector<Record> m_records;
+    std::vector<std::uint32_t> m_byIndex; // number of a record + 1, or 0
+    std::uint64_t m_indexLimit = 0;       // indices from here on are in m_byText
+    Names m_byText;
+    Names m_byLabel;
+};
+
+/// The index that `text` is the index text of; none when no archive would write it so.
+[[nodiscard]] std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept;

@@ -1,0 +1,93 @@
+#include "core/archive/RecordWriter.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+// A small archive keeps a small buffer; past the largest size the file takes the bytes.
+constexpr std::uint64_t kSmallestBuffer = 4 * 1024;
+constexpr std::uint64_t kLargestBuffer = 1024 * 1024;
+
+} // namespace
+
+RecordWriter::RecordWriter(platform::Stream stream)
+    : m_stream(std::move(stream))
+{
+    if (m_stream)
+        std::setvbuf(m_stream.get(), nullptr, _IONBF, 0); // the gathered bytes are the buffer
+}
+
+void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
+{
+    if (!m_stream)
+        return;
+    if (size >= kLargestBuffer - m_used) {
+        if (!Flush())
+            return;
+        if (size >= kLargestBuffer) {
+            WriteToFile(bytes, size);
+            m_bufferStart += size;
+            return;
+        }
+    }
+    if (size > m_capacity - m_used) {
+        const std::uint64_t capacity =
+            std::min(std::max({kSmallestBuffer, 4 * m_capacity, m_used + size}), kLargestBuffer);
+        auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+        if (m_used != 0)
+            std::memcpy(larger.get(), m_buffer.get(), m_used);
+        m_buffer = std::move(larger);
+        m_capacity = capacity;
+    }
+    std::memcpy(m_buffer.get() + m_used, bytes, size);
+    m_used += size;
+}
+
+void RecordWriter::Patch(std::uint64_t position, const void* bytes, std::uint64_t size)
+{
+    if (position >= m_bufferStart) {
+        std::memcpy(m_buffer.get() + (position - m_bufferStart), bytes, size);
+        return;
+    }
+    Flush();
+    if (!m_stream)
+        return;
+    if (!platform::Seek(m_stream.get(), position)) {
+        m_stream.reset();
+        return;
+    }
+    WriteToFile(bytes, size);
+    if (m_stream && !platform::Seek(m_stream.get(), m_bufferStart))
+        m_stream.reset();
+}
+
+void RecordWriter::TakeBack(std::uint64_t position) noexcept
+{
+    if (position >= m_bufferStart)
+        m_used = position - m_bufferStart;
+    else
+        m_stream.reset();
+}
+
+bool RecordWriter::Flush()
+{
+    const std::uint64_t size = std::exchange(m_used, 0);
+    m_bufferStart += size;
+    if (m_stream && size != 0)
+        WriteToFile(m_buffer.get(), size);
+    return IsGood();
+}
+
+bool RecordWriter::Close() noexcept
+{
+    std::FILE* stream = m_stream.release();
+    return stream != nullptr && std::fclose(stream) == 0;
+}
+
+void RecordWriter::WriteToFile(const void* bytes, std::uint64_t size)
+{
+    if (std::fwrite(bytes, 1, size, m_stream.get()) != size)
+        m_stream.reset();
+}

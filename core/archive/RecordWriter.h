@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/platform/FileStream.h"
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+/// Writes an archive's file: bytes gather in memory, records are patched there, and the file gets
+/// large pieces.
+///
+/// A record too large for the memory at hand goes to the file before it is complete; its size is
+/// then patched in the file. A failed write closes the file.
+class RecordWriter {
+public:
+    /// Takes over a stream that is open for binary writing; without one nothing is written.
+    explicit RecordWriter(platform::Stream stream);
+    RecordWriter(const RecordWriter&) = delete;
+    RecordWriter& operator=(const RecordWriter&) = delete;
+
+    [[nodiscard]] bool IsGood() const noexcept { return m_stream != nullptr; }
+
+    void Write(const void* bytes, std::uint64_t size)
+    {
+        if (size <= m_capacity - m_used) {
+            if (size != 0)
+                std::memcpy(m_buffer.get() + m_used, bytes, size);
+            m_used += size;
+        } else {
+            WriteBeyondBuffer(bytes, size);
+        }
+    }
+
+    /// Place in the file at which the next byte will stand.
+    [[nodiscard]] std::uint64_t Position() const noexcept { return m_bufferStart + m_used; }
+
+    /// Overwrites bytes that were written before `Position()`.
+    void Patch(std::uint64_t position, const void* bytes, std::uint64_t size);
+
+    /// Takes back all that was written from `position` on; closes the file when part of that has
+    /// reached it already.
+    void TakeBack(std::uint64_t position) noexcept;
+
+    /// Hands all bytes to the system. False when the file is not good.
+    bool Flush();
+
+    /// Closes the file. False when the system reports then that bytes were lost.
+    bool Close() noexcept;
+
+private:
+    void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
+    void WriteToFile(const void* bytes, std::uint64_t size);
+
+    platform::Stream m_stream;
+    std::unique_ptr<char[]> m_buffer;
+    std::uint64_t m_capacity = 0;
+    std::uint64_t m_used = 0;
+    std::uint64_t m_bufferStart = 0; // place in the file of the buffer's first byte
+};

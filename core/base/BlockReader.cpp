@@ -1,0 +1,111 @@
+#include "core/base/BlockReader.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+// A reader that jumps reads little ahead; one that goes straight on doubles what it reads.
+constexpr std::uint64_t kSmallestBlock = 4 * 1024;
+constexpr std::uint64_t kLargestBlock = 1024 * 1024;
+
+} // namespace
+
+BlockReader::BlockReader(platform::Stream stream)
+    : m_stream(std::move(stream))
+    , m_readSize(kSmallestBlock)
+{
+    if (!m_stream)
+        return;
+    const std::optional<std::uint64_t> size = platform::FileSize(m_stream.get());
+    if (!size) {
+        m_stream.reset();
+        return;
+    }
+    std::setvbuf(m_stream.get(), nullptr, _IONBF, 0); // the block is the buffer
+    m_size = *size;
+    m_limit = *size;
+}
+
+void BlockReader::Close() noexcept
+{
+    m_stream.reset();
+    m_size = m_position = m_limit = 0;
+    m_blockSize = 0;
+}
+
+void BlockReader::SetLimit(std::uint64_t limit) noexcept
+{
+    m_limit = std::min(limit, m_size);
+    m_position = std::min(m_position, m_limit);
+}
+
+void BlockReader::MoveTo(std::uint64_t position) noexcept
+{
+    m_position = std::min(position, m_limit);
+}
+
+bool BlockReader::ReadBeyondBlock(void* out, std::uint64_t size)
+{
+    if (size > Left()) {
+        m_position = m_limit;
+        return false;
+    }
+    auto* bytes = static_cast<char*>(out);
+    if (size < kSmallestBlock) {
+        const char* found = Peek(size);
+        if (found == nullptr)
+            return false;
+        std::memcpy(bytes, found, size);
+        m_position += size;
+        return true;
+    }
+    // Large pieces go straight to their place: first what the block has, then the rest.
+    const std::uint64_t had = InBlock();
+    if (had != 0)
+        std::memcpy(bytes, m_block.get() + (m_position - m_blockStart), had);
+    if (!ReadAt(m_position + had, bytes + had, size - had))
+        return false;
+    m_position += size;
+    return true;
+}
+
+// Puts a block in place that begins at the position and holds at least `size` bytes.
+bool BlockReader::Fetch(std::uint64_t size)
+{
+    if (size > Left())
+        return false;
+    const std::uint64_t blockEnd = m_blockStart + m_blockSize;
+    const bool goesOn = m_position >= m_blockStart && m_position <= blockEnd && m_blockSize != 0;
+    m_readSize = goesOn ? std::min(2 * m_readSize, kLargestBlock) : kSmallestBlock;
+    const std::uint64_t kept = goesOn ? blockEnd - m_position : 0;
+    const std::uint64_t wanted = std::min(std::max(size, m_readSize), m_size - m_position);
+
+    if (wanted > m_blockCapacity) {
+        auto larger = std::make_unique_for_overwrite<char[]>(wanted);
+        if (kept != 0)
+            std::memcpy(larger.get(), m_block.get() + (m_position - m_blockStart), kept);
+        m_block = std::move(larger);
+        m_blockCapacity = wanted;
+    } else if (kept != 0) {
+        std::memmove(m_block.get(), m_block.get() + (m_position - m_blockStart), kept);
+    }
+    m_blockStart = m_position;
+    m_blockSize = kept;
+    if (wanted > kept && !ReadAt(m_position + kept, m_block.get() + kept, wanted - kept))
+        return false;
+    m_blockSize = std::max(wanted, kept);
+    return true;
+}
+
+bool BlockReader::ReadAt(std::uint64_t position, char* out, std::uint64_t size)
+{
+    const bool there = m_stream != nullptr
+                       && (position == m_streamPosition || platform::Seek(m_stream.get(), position))
+                       && std::fread(out, 1, size, m_stream.get()) == size;
+    m_streamPosition = position + size;
+    if (!there)
+        Close();
+    return there;
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "core/platform/FileStream.h"
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+/// Reads a file whose content is not trusted: in large blocks, and never past a limit.
+///
+/// The limit is the end of the file at first; a caller that knows where the piece that it reads ends
+/// lowers it. A read that would pass the limit gives nothing and leaves the position at the limit,
+/// so that a run of reads ends. Sizes that a file declares are to be compared with `Left()` before
+/// anything is made of that size. One thread at a time.
+class BlockReader {
+public:
+    /// Takes over a stream that is open for binary reading; without one the reader is not good.
+    explicit BlockReader(platform::Stream stream);
+
+    /// A file is open and none of its reads has failed. A read past the limit is no failure.
+    [[nodiscard]] bool IsGood() const noexcept { return m_stream != nullptr; }
+
+    /// Closes the file; the reader is not good from then on.
+    void Close() noexcept;
+
+    [[nodiscard]] std::uint64_t Size() const noexcept { return m_size; }
+    [[nodiscard]] std::uint64_t Position() const noexcept { return m_position; }
+    [[nodiscard]] std::uint64_t Limit() const noexcept { return m_limit; }
+
+    /// Bytes from the position to the limit.
+    [[nodiscard]] std::uint64_t Left() const noexcept { return m_limit - m_position; }
+
+    /// Moves the limit, at most to the end of the file, and the position if it lies beyond.
+    void SetLimit(std::uint64_t limit) noexcept;
+
+    /// Moves the position, at most to the limit.
+    void MoveTo(std::uint64_t position) noexcept;
+
+    /// Copies `size` bytes to `out` and moves on; false, and nothing copied, when fewer are left.
+    [[nodiscard]] bool Read(void* out, std::uint64_t size)
+    {
+        if (size > InBlock())
+            return ReadBeyondBlock(out, size);
+        if (size != 0)
+            std::memcpy(out, m_block.get() + (m_position - m_blockStart), size);
+        m_position += size;
+        return true;
+    }
+
+    /// The next `size` bytes where they stand in memory, good until the next call that reads; null
+    /// when fewer are left. The position stays.
+    [[nodiscard]] const char* Peek(std::uint64_t size)
+    {
+        if (size > InBlock() && !Fetch(size))
+            return nullptr;
+        return m_block.get() + (m_position - m_blockStart);
+    }
+
+private:
+    [[nodiscard]] std::uint64_t InBlock() const noexcept
+    {
+        const std::uint64_t blockEnd = m_blockStart + m_blockSize;
+        if (m_position < m_blockStart || m_position >= blockEnd)
+            return 0;
+        return (blockEnd < m_limit ? blockEnd : m_limit) - m_position;
+    }
+    [[nodiscard]] bool ReadBeyondBlock(void* out, std::uint64_t size);
+    [[nodiscard]] bool Fetch(std::uint64_t size);
+    [[nodiscard]] bool ReadAt(std::uint64_t position, char* out, std::uint64_t size);
+
+    platform::Stream m_stream;
+    std::uint64_t m_size = 0;
+    std::uint64_t m_position = 0;
+    std::uint64_t m_limit = 0;
+
+    std::unique_ptr<char[]> m_block;
+    std::uint64_t m_blockStart = 0;    // place in the file of the block's first byte
+    std::uint64_t m_blockSize = 0;     // bytes of the file in the block
+    std::uint64_t m_blockCapacity = 0;
+    std::uint64_t m_readSize;          // bytes to read ahead next time
+    std::uint64_t m_streamPosition = 0; // where the stream itself stands
+};
