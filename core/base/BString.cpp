@@ -1,19 +1,6 @@
 #include "core/base/BString.h"
 
-#include "core/platform/CharClass.h"
 #include "core/platform/CodePage.h"
-#include "core/platform/Collation.h"
-#include "core/platform/FormatText.h"
-#include "core/platform/ScanText.h"
-
-#include <algorithm>
-#include <bit>
-#include <cstdarg>
-#include <cstdlib>
-#include <limits>
-#include <string>
-#include <string_view>
-#include <utility>
 
 namespace {
 
@@ -21,7 +8,6 @@ using String = BString;
 using Char = char;
 using Single = int;
 
-// What Printf formats on the stack, terminating 0 included.
 constexpr std::size_t kPrintfRoom = 16385;
 constexpr bool kFailedPrintfEmpties = false;
 

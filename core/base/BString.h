@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/base/SharedText.h"
+#include "core/base/BSharedText.h"
 #include "core/platform/Export.h"
 #include "core/platform/WChar.h"
 
@@ -111,8 +111,8 @@ public:
     bool IReplace(const BString& from, const BString& to);
     bool IReplace(char from, char to);
 
-    // Comparison: the user's collation. `!=`, `>`, `<=`, `>=` and a `const char*` on the left
-    // follow.
+    // Comparison by the user's collation. The other operators follow from `==` and `<=>`, and so
+    // does a plain text on the left.
 
     /// Below 0, 0 or above 0 as this text sorts before, with or after `other`.
     [[nodiscard]] int Cmp(const BString& other) const noexcept;
@@ -129,13 +129,13 @@ public:
 
     // Search
 
-    /// True for a null prefix; otherwise false for an empty string, even when the prefix is "",
-    /// too. `IStartsWith` ignores the case of ASCII letters only.
+    /// True for a null prefix; an empty string starts with no other, not even with "".
+    /// `IStartsWith` ignores the case of ASCII letters only.
     [[nodiscard]] bool StartsWith(const char* prefix) const noexcept;
     [[nodiscard]] bool StartsWith(const BString& prefix) const noexcept;
     [[nodiscard]] bool IStartsWith(const char* prefix) const noexcept;
     [[nodiscard]] bool IStartsWith(const BString& prefix) const noexcept;
-    /// The same for the end. The tail of the suffix's length is compared by collation.
+    /// The same for the end, by collation: the tail that is as long as `suffix` is compared.
     [[nodiscard]] bool EndsWith(const char* suffix) const noexcept;
     [[nodiscard]] bool EndsWith(const BString& suffix) const noexcept;
     [[nodiscard]] bool IEndsWith(const char* suffix) const noexcept;
@@ -266,8 +266,8 @@ public:
 
     // Files
 
-    /// Reads a record that `FWrite` wrote. False when it is not there or damaged: the string stays
-    /// when the length does not fit its check word, and is empty otherwise.
+    /// Reads a record that `FWrite` wrote. False when there is none, which leaves the string as it
+    /// is, and when its text is cut short or does not end with a 0, which leaves it empty.
     [[nodiscard]] bool FRead(std::FILE* stream);
     /// Writes the text as a record. False for a null stream, a text above 2^32 - 1 bytes or an
     /// error.
@@ -277,10 +277,10 @@ public:
     [[nodiscard]] bool ReadLn(std::FILE* stream);
 
 private:
-    [[nodiscard]] BString Piece(SharedText<char>::View own, std::size_t position,
+    [[nodiscard]] BString Piece(BSharedText<char>::View own, std::size_t position,
                                 std::size_t count) const;
 
-    SharedText<char> m_text;
+    BSharedText<char> m_text;
 };
 
 [[nodiscard]] QD_CORE_API BString operator+(const BString& a, const BString& b);

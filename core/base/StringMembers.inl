@@ -1,13 +1,30 @@
 // The members that WString and BString have in common, compiled once for each of them. The source
-// that includes this says what String and Char are, and Single, by which some members take one
-// character.
+// that includes this says in its unnamed namespace
+//
+//     String, Char            the class and its character
+//     Single                  how some members take one character
+//     kPrintfRoom             what Printf formats on the stack, terminating 0 included
+//     kFailedPrintfEmpties    what becomes of the text when the format is faulty or its result too
+//     long ReadChunk               fgets for Char
+
+#include "core/platform/CharClass.h"
+#include "core/platform/Collation.h"
+#include "core/platform/FormatText.h"
+#include "core/platform/ScanText.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdarg>
+#include <limits>
+#include <string_view>
+#include <utility>
 
 static_assert(std::endian::native == std::endian::little, "a record is the memory as it stands");
 
 namespace {
 
 using View = std::basic_string_view<Char>;
-using Text = SharedText<Char>;
+using Text = BSharedText<Char>;
 constexpr std::size_t kNone = View::npos;
 
 // A longer result of Printf is a failure, terminating 0 included.
@@ -47,7 +64,7 @@ bool All(const Char* text, Predicate predicate)
 
 const Char* OrEmpty(const Char* text) noexcept
 {
-    return text ? text : Text().Text();
+    return text ? text : String().CStr();
 }
 
 // First position of `part` in `text` at or after `start`.
@@ -170,7 +187,7 @@ void ForEachLine(View text, Visit visit)
     visit(text.size() - start);
 }
 
-bool Store(std::size_t found, std::size_t& position) noexcept
+bool StoreFound(std::size_t found, std::size_t& position) noexcept
 {
     if (found == kNone)
         return false;
@@ -504,7 +521,7 @@ bool String::IIncludes(Single character) const noexcept
 
 bool String::IIncludes(const Char* part) const noexcept
 {
-    return Find(Measured(CStr()), Measured(part), 0, platform::ECase::Ignored) != kNone;
+    return platform::FindIgnoringCase(CStr(), OrEmpty(part)) != platform::kNotFound;
 }
 
 bool String::IIncludes(const String& part) const noexcept
@@ -514,12 +531,12 @@ bool String::IIncludes(const String& part) const noexcept
 
 bool String::IncludesPos(Single character, std::size_t& position) const noexcept
 {
-    return Store(Search(static_cast<Char>(character), 0), position);
+    return StoreFound(Search(static_cast<Char>(character), 0), position);
 }
 
 bool String::IncludesPos(const Char* part, std::size_t& position) const noexcept
 {
-    return Store(Search(part, 0), position);
+    return StoreFound(Search(part, 0), position);
 }
 
 bool String::IncludesPos(const String& part, std::size_t& position) const noexcept

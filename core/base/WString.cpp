@@ -1,21 +1,10 @@
 #include "core/base/WString.h"
 
 #include "core/base/BString.h"
-#include "core/platform/CharClass.h"
 #include "core/platform/CodePage.h"
-#include "core/platform/Collation.h"
 #include "core/platform/FileStream.h"
-#include "core/platform/FormatText.h"
-#include "core/platform/ScanText.h"
 
-#include <algorithm>
-#include <bit>
-#include <cstdarg>
-#include <limits>
 #include <span>
-#include <string>
-#include <string_view>
-#include <utility>
 
 namespace {
 
@@ -23,7 +12,6 @@ using String = WString;
 using Char = WChar;
 using Single = WChar;
 
-// What Printf formats on the stack, terminating 0 included.
 constexpr std::size_t kPrintfRoom = 4097;
 constexpr bool kFailedPrintfEmpties = true;
 

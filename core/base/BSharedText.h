@@ -12,7 +12,7 @@
 #include <utility>
 
 /// The memory of text blocks: out of line, so that a block is freed by the runtime that made it.
-struct QD_CORE_API TextHeap {
+struct QD_CORE_API BTextHeap {
     /// As `realloc`: null when memory runs out, and `block` is then as it was.
     [[nodiscard]] static void* Resize(void* block, std::size_t size) noexcept;
     static void Free(void* block) noexcept;
@@ -24,38 +24,38 @@ struct QD_CORE_API TextHeap {
 /// Two objects may share a block on different threads; one object is for one thread at a time.
 /// Whoever writes makes the block private first. What needs memory and gets none changes nothing.
 template <class Char>
-class SharedText {
+class BSharedText {
 public:
     using View = std::basic_string_view<Char>;
 
-    SharedText() noexcept = default;
-    SharedText(const SharedText& other) noexcept
+    BSharedText() noexcept = default;
+    BSharedText(const BSharedText& other) noexcept
         : m_block(other.m_block)
     {
         if (m_block)
             Count().fetch_add(1, std::memory_order_relaxed);
     }
-    SharedText(SharedText&& other) noexcept
+    BSharedText(BSharedText&& other) noexcept
         : m_block(std::exchange(other.m_block, nullptr))
     {}
-    SharedText& operator=(const SharedText& other) noexcept { return *this = SharedText(other); }
-    SharedText& operator=(SharedText&& other) noexcept
+    BSharedText& operator=(const BSharedText& other) noexcept { return *this = BSharedText(other); }
+    BSharedText& operator=(BSharedText&& other) noexcept
     {
-        SharedText taken(std::move(other));
+        BSharedText taken(std::move(other));
         std::swap(m_block, taken.m_block);
         return *this;
     }
-    ~SharedText()
+    ~BSharedText()
     {
         if (m_block && (IsPrivate() || Count().fetch_sub(1, std::memory_order_acq_rel) == 1))
-            TextHeap::Free(m_block);
+            BTextHeap::Free(m_block);
     }
 
     /// A private block for `capacity` characters and the terminating 0, holding the empty text;
     /// null when memory runs out.
-    [[nodiscard]] static SharedText WithCapacity(std::size_t capacity) noexcept
+    [[nodiscard]] static BSharedText WithCapacity(std::size_t capacity) noexcept
     {
-        SharedText made;
+        BSharedText made;
         if (made.SetCapacity(capacity))
             *made.m_block->text = 0;
         return made;
@@ -68,7 +68,7 @@ public:
     {
         return m_block && Count().load(std::memory_order_acquire) == 1;
     }
-    [[nodiscard]] bool SharesWith(const SharedText& other) const noexcept
+    [[nodiscard]] bool SharesWith(const BSharedText& other) const noexcept
     {
         return m_block == other.m_block;
     }
@@ -91,7 +91,7 @@ public:
         constexpr std::size_t most = std::numeric_limits<std::ptrdiff_t>::max() - head;
         if (capacity > most / sizeof(Char))
             return false;
-        void* const block = TextHeap::Resize(m_block, head + capacity * sizeof(Char));
+        void* const block = BTextHeap::Resize(m_block, head + capacity * sizeof(Char));
         if (!block)
             return false;
         m_block = static_cast<Block*>(block);
@@ -104,7 +104,7 @@ public:
     /// one.
     bool Assemble(std::size_t capacity, std::initializer_list<View> pieces) noexcept
     {
-        SharedText made = WithCapacity(capacity);
+        BSharedText made = WithCapacity(capacity);
         if (made.IsNull())
             return false;
         Char* end = made.Writable();
@@ -120,7 +120,7 @@ public:
     {
         if (!text.empty())
             return Assemble(text.size(), {text});
-        *this = SharedText();
+        *this = BSharedText();
         return true;
     }
 
