@@ -34,7 +34,9 @@ namespace platform {
 
 /// 0 when the first `count` units agree or both texts end together before that; ASCII letters agree
 /// without regard to case (`_wcsnicmp`, `_strnicmp`). The sign tells which comes first.
-[[nodiscard]] int CompareIgnoringAsciiCase(const WChar* a, const WChar* b, std::size_t count) noexcept;
-[[nodiscard]] int CompareIgnoringAsciiCase(const char* a, const char* b, std::size_t count) noexcept;
+[[nodiscard]] int CompareIgnoringAsciiCase(const WChar* a, const WChar* b,
+                                           std::size_t count) noexcept;
+[[nodiscard]] int CompareIgnoringAsciiCase(const char* a, const char* b,
+                                           std::size_t count) noexcept;
 
 } // namespace platform

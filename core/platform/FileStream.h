@@ -9,11 +9,20 @@
 
 /// Files as `FILE*` streams under wide names.
 ///
-/// Modes are those of `_wfopen`. The Unicode text modes "r,ccs=UTF-16LE", "wt,ccs=UTF-16LE",
-/// "wt,ccs=UNICODE" and "at,ccs=UNICODE" open a stream of UTF-16 units: the byte-order mark is
-/// handled, CR LF becomes LF on reading and LF becomes CR LF on writing, Ctrl-Z ends the text on
-/// reading, and appending keeps the encoding that the file has. Without a text mode the bytes pass
-/// as they are: modes without "b" and without "ccs=" are for narrow text.
+/// Modes are those of `_wfopen`. With "b" the bytes pass as they are.
+///
+/// Without "b" and "ccs=" ("rt", "w") the stream is one of narrow text: CR LF becomes LF on reading
+/// and LF becomes CR LF on writing, Ctrl-Z ends the text on reading.
+///
+/// The Unicode text modes "r,ccs=UTF-16LE", "wt,ccs=UTF-16LE", "wt,ccs=UNICODE" and
+/// "at,ccs=UNICODE" open a stream of UTF-16 units with the same line ends. A byte-order mark (FF
+/// FE, or EF BB BF for UTF-8) tells the encoding and is no text; a new or empty file gets the mark
+/// at once. Without a mark "UTF-16LE" holds on, and "UNICODE" reads and appends a byte for each
+/// unit: writing a unit above FF then fails, and the rest of its text is left out. An odd last byte
+/// is dropped.
+///
+/// Text modes open for one direction only ("+" wants "b" off Windows), and have neither a size nor
+/// a position; `std::rewind` leads a reader to the mark, which is then text.
 namespace platform {
 
 struct StreamCloser {
@@ -21,18 +30,25 @@ struct StreamCloser {
 };
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
-/// Null when the file cannot be opened; the system's last error then says why.
+/// Null when the file cannot be opened; the system's last error then says why. Other processes may
+/// open the file meanwhile.
 [[nodiscard]] Stream OpenStream(const WChar* path, const WChar* mode) noexcept;
 
-/// `fgetws`: units up to and with the next line feed, at most `room` - 1 of them, terminated. False
-/// at the end of the stream with nothing read, or on an error. The stream is one of the Unicode text
-/// modes, or opened binary on UTF-16LE text.
+/// `fgetws`: units up to and with the next line feed, at most `room` - 1 of them (`room` being 2 or
+/// more), terminated. False at the end of the stream with nothing read, or on an error. The stream
+/// is one of the Unicode text modes, or opened binary on UTF-16LE text.
+///
+/// Intended: U+FFFF, which the runtime library takes for its end mark, ends a piece like a line
+/// feed and is dropped; it gives false when nothing stands before it.
 [[nodiscard]] bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept;
 
-/// `fputws`.
+/// `fputws`. False when the text, or the part of it that left the stream's buffer, was not written.
+///
+/// Intended: U+FFFF fails like an error and the text behind it is left out, as above.
 [[nodiscard]] bool WriteText(std::FILE* stream, const WChar* text) noexcept;
 
-/// Size in bytes of the file behind a binary stream, also above 4 GiB; none on an error.
+/// Size in bytes of the file behind a binary stream, also above 4 GiB, without what the stream
+/// still buffers; none on an error.
 [[nodiscard]] std::optional<std::uint64_t> FileSize(std::FILE* stream) noexcept;
 
 /// Position in a binary stream, from the start of the file.

@@ -1,0 +1,216 @@
+#include "core/platform/FileStream.h"
+
+#include "core/platform/CharClass.h"
+#include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/NativePath.h"
+#include "core/platform/posix/TextStream.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <fcntl.h>
+#include <optional>
+#include <string_view>
+#include <sys/stat.h>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+using WideView = std::basic_string_view<WChar>;
+
+struct OpenMode {
+    char access = 'r'; // "r", "w" or "a"
+    bool isUpdate = false;
+    bool isBinary = false;
+    bool isExclusive = false;
+    EText text = EText::Narrow;
+};
+
+bool EqualIgnoringCase(WideView a, WideView b)
+{
+    return a.size() == b.size() && CompareIgnoringAsciiCase(a.data(), b.data(), a.size()) == 0;
+}
+
+WideView TrimBlanks(WideView text)
+{
+    const std::size_t begin = std::min(text.find_first_not_of(u' '), text.size());
+    text.remove_prefix(begin);
+    return text.substr(0, text.find_last_not_of(u' ') + 1);
+}
+
+// "ccs = NAME", what follows the comma of a mode.
+std::optional<EText> ParseEncoding(WideView option)
+{
+    option = TrimBlanks(option);
+    if (!option.starts_with(u"ccs"))
+        return std::nullopt;
+    option = TrimBlanks(option.substr(3));
+    if (!option.starts_with(u'='))
+        return std::nullopt;
+    option = TrimBlanks(option.substr(1));
+    if (EqualIgnoringCase(option, u"UNICODE"))
+        return EText::Unicode;
+    if (EqualIgnoringCase(option, u"UTF-16LE"))
+        return EText::Utf16;
+    if (EqualIgnoringCase(option, u"UTF-8"))
+        return EText::Utf8;
+    return std::nullopt;
+}
+
+bool ParseFlag(WChar flag, OpenMode& mode)
+{
+    switch (flag) {
+    case u'+': mode.isUpdate = true; return true;
+    case u'b': mode.isBinary = true; return true;
+    case u'x': mode.isExclusive = true; return true;
+    default:
+        // Text, commit, caching and inheritance: the default, or nothing that is wanted here.
+        return WideView(u"tcnSRTDN ").find(flag) != WideView::npos;
+    }
+}
+
+std::optional<OpenMode> ParseMode(WideView text)
+{
+    text = TrimBlanks(text);
+    if (text.empty() || WideView(u"rwa").find(text.front()) == WideView::npos)
+        return std::nullopt;
+    OpenMode mode;
+    mode.access = static_cast<char>(text.front());
+    const std::size_t comma = text.find(u',');
+    for (const WChar flag : text.substr(1, comma == WideView::npos ? comma : comma - 1)) {
+        if (!ParseFlag(flag, mode))
+            return std::nullopt;
+    }
+    if (mode.isBinary)
+        return comma == WideView::npos ? std::optional(mode) : std::nullopt;
+    if (mode.isUpdate)
+        return std::nullopt;
+    if (comma != WideView::npos) {
+        const std::optional<EText> encoding = ParseEncoding(text.substr(comma + 1));
+        if (!encoding)
+            return std::nullopt;
+        mode.text = *encoding;
+    }
+    return mode;
+}
+
+int OpenFlags(const OpenMode& mode)
+{
+    // Who appends text looks at what is there first.
+    const bool isBoth = mode.isUpdate || (mode.access == 'a' && mode.text != EText::Narrow);
+    const int exclusive = mode.isExclusive ? O_EXCL : 0;
+    if (mode.access == 'r')
+        return O_CLOEXEC | (isBoth ? O_RDWR : O_RDONLY);
+    return O_CLOEXEC | O_CREAT | exclusive | (isBoth ? O_RDWR : O_WRONLY) |
+           (mode.access == 'a' ? O_APPEND : O_TRUNC);
+}
+
+Descriptor OpenFile(const WChar* path, const OpenMode& mode)
+{
+    Descriptor file(::open(ToNativePath(path).c_str(), OpenFlags(mode), 0666));
+    struct stat status = {};
+    if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        file = Descriptor();
+        errno = EISDIR;
+    }
+    return file;
+}
+
+std::FILE* OpenBinary(Descriptor file, const OpenMode& mode)
+{
+    const char text[] = {mode.access, mode.isUpdate ? '+' : '\0', '\0'};
+    std::FILE* const stream = ::fdopen(file.Get(), text);
+    if (stream != nullptr)
+        file.Release();
+    return stream;
+}
+
+// Holds a stream's lock, so that each byte need not take it.
+class StreamLock {
+public:
+    explicit StreamLock(std::FILE* stream) noexcept
+        : m_stream(stream)
+    {
+        ::flockfile(m_stream);
+    }
+    ~StreamLock() { ::funlockfile(m_stream); }
+    StreamLock(const StreamLock&) = delete;
+    StreamLock& operator=(const StreamLock&) = delete;
+
+private:
+    std::FILE* m_stream;
+};
+
+constexpr WChar kEndMark = 0xFFFF;
+
+// The end mark also when the stream ends.
+WChar ReadUnit(std::FILE* stream)
+{
+    const int low = ::getc_unlocked(stream);
+    if (low == EOF)
+        return kEndMark;
+    const int high = ::getc_unlocked(stream);
+    return high == EOF ? kEndMark : static_cast<WChar>(low | high << 8);
+}
+
+} // namespace
+
+Stream OpenStream(const WChar* path, const WChar* mode) noexcept
+{
+    const std::optional<OpenMode> wanted = ParseMode(mode);
+    if (!wanted) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    Descriptor file = OpenFile(path, *wanted);
+    if (!file.IsOpen())
+        return nullptr;
+    if (wanted->isBinary)
+        return Stream(OpenBinary(std::move(file), *wanted));
+    if (wanted->access == 'r')
+        return Stream(OpenTextReader(std::move(file), wanted->text));
+    return Stream(OpenTextWriter(std::move(file), wanted->text));
+}
+
+bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept
+{
+    const StreamLock lock(stream);
+    int length = 0;
+    while (length < room - 1) {
+        const WChar unit = ReadUnit(stream);
+        if (unit == kEndMark)
+            break;
+        buffer[length++] = unit;
+        if (unit == u'\n')
+            break;
+    }
+    if (length == 0)
+        return false;
+    buffer[length] = 0;
+    return true;
+}
+
+bool WriteText(std::FILE* stream, const WChar* text) noexcept
+{
+    const WideView units(text, Length(text));
+    const std::size_t endMark = units.find(kEndMark);
+    const std::size_t length = endMark == WideView::npos ? units.size() : endMark + 1;
+    return std::fwrite(text, sizeof(WChar), length, stream) == length && endMark == WideView::npos;
+}
+
+std::optional<std::uint64_t> FileSize(std::FILE* stream) noexcept
+{
+    struct stat status = {};
+    if (::fstat(::fileno(stream), &status) != 0)
+        return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+bool Seek(std::FILE* stream, std::uint64_t position) noexcept
+{
+    return position <= INT64_MAX && ::fseeko(stream, static_cast<off_t>(position), SEEK_SET) == 0;
+}
+
+} // namespace platform

@@ -1,0 +1,68 @@
+#include "core/platform/posix/NativePath.h"
+
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace platform {
+
+namespace {
+
+constexpr WChar kByteEscape = 0xDC00;
+
+constexpr bool IsEscapedByte(UChar32 character)
+{
+    return character >= kByteEscape + 0x80 && character <= kByteEscape + 0xFF;
+}
+
+void AppendUtf8(std::string& text, UChar32 character)
+{
+    char bytes[U8_MAX_LENGTH];
+    std::size_t count = 0;
+    U8_APPEND_UNSAFE(bytes, count, character);
+    text.append(bytes, count);
+}
+
+} // namespace
+
+std::string ToNativePath(const WChar* path)
+{
+    const std::basic_string_view<WChar> units(path);
+    std::string native;
+    native.reserve(units.size());
+    for (std::size_t i = 0; i < units.size();) {
+        UChar32 character = 0;
+        U16_NEXT(units, i, units.size(), character);
+        if (IsEscapedByte(character))
+            native.push_back(static_cast<char>(character - kByteEscape));
+        else
+            AppendUtf8(native, character == '\\' ? '/' : character);
+    }
+    return native;
+}
+
+std::basic_string<WChar> FromNativePath(std::string_view path)
+{
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(path.data());
+    std::basic_string<WChar> units;
+    units.reserve(path.size());
+    for (std::size_t i = 0; i < path.size();) {
+        const std::size_t start = i;
+        UChar32 character = 0;
+        U8_NEXT(bytes, i, path.size(), character);
+        if (character < 0) {
+            for (std::size_t bad = start; bad < i; ++bad)
+                units.push_back(static_cast<WChar>(kByteEscape + bytes[bad]));
+        } else if (U_IS_BMP(character)) {
+            units.push_back(static_cast<WChar>(character));
+        } else {
+            units.push_back(U16_LEAD(character));
+            units.push_back(U16_TRAIL(character));
+        }
+    }
+    return units;
+}
+
+} // namespace platform

@@ -1,0 +1,37 @@
+#include "core/platform/FileStream.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cwchar>
+#include <io.h>
+
+namespace platform {
+
+Stream OpenStream(const WChar* path, const WChar* mode) noexcept
+{
+    return Stream(_wfopen(path, mode));
+}
+
+bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept
+{
+    return std::fgetws(buffer, room, stream) != nullptr;
+}
+
+bool WriteText(std::FILE* stream, const WChar* text) noexcept
+{
+    return std::fputws(text, stream) >= 0;
+}
+
+std::optional<std::uint64_t> FileSize(std::FILE* stream) noexcept
+{
+    const std::int64_t size = _filelengthi64(_fileno(stream));
+    return size < 0 ? std::nullopt : std::optional(static_cast<std::uint64_t>(size));
+}
+
+bool Seek(std::FILE* stream, std::uint64_t position) noexcept
+{
+    return position <= INT64_MAX &&
+           _fseeki64(stream, static_cast<std::int64_t>(position), SEEK_SET) == 0;
+}
+
+} // namespace platform
