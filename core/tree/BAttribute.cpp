@@ -1,0 +1,3 @@
+#include "core/tree/BAttribute.h"
+
+BAttribute::~BAttribute() = default;

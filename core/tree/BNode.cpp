@@ -1,0 +1,644 @@
+#include "core/tree/BNode.h"
+
+#include "core/operation/BDispatcher.h"
+#include "core/platform/Collation.h"
+#include "core/tree/BNodeItr.h"
+#include "core/tree/BNodeLoading.h"
+#include "core/tree/ChildIndex.h"
+#include "core/tree/Traversal.h"
+
+#include <atomic>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr unsigned int kChildAdded = 3075;
+constexpr unsigned int kChildrenRemoved = 3076;
+constexpr unsigned int kTextChanged = 3077;
+constexpr unsigned int kAttributesChanged = 3079;
+constexpr unsigned int kObjectChanged = 3081;
+constexpr unsigned int kActiveChanged = 3082;
+constexpr unsigned int kLockedChanged = 3088;
+
+constexpr WChar kSeparator = QD_W('/');
+constexpr int kManyChildren = 16;   // from here on an index pays
+constexpr int kFewSteps = 8;        // so near to an end of the list no index pays
+constexpr int kDeepestRelease = 64; // nodes whose destructors may run inside one another
+
+std::uint64_t AsParameter(const void* pointer)
+{
+    return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+// What many readers may make at once: the first to finish publishes, the others drop theirs.
+template <typename T, typename Make>
+T& Published(T*& place, Make make)
+{
+    const std::atomic_ref<T*> shared(place);
+    T* present = shared.load(std::memory_order_acquire);
+    if (present == nullptr) {
+        std::unique_ptr<T> made = make();
+        if (shared.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel))
+            present = made.release();
+    }
+    return *present;
+}
+
+template <typename List>
+auto PlaceOf(List& list, const BSmartObj* object)
+{
+    auto place = list.begin();
+    while (place && static_cast<const BSmartObj*>(place->Get()) != object)
+        ++place;
+    return place;
+}
+
+auto PlaceOf(DList<SP<BAttribute>>& attributes, const WString& name)
+{
+    auto place = attributes.begin();
+    while (place && !(*place && (*place)->Name() == name))
+        ++place;
+    return place;
+}
+
+template <typename List>
+auto PlaceAt(List& list, int index)
+{
+    auto place = list.begin();
+    if (index < 0)
+        place = list.end();
+    for (; place && index > 0; --index)
+        ++place;
+    return place;
+}
+
+} // namespace
+
+// What destroyed nodes still hold, to be let go when no destructor of a node runs any more.
+struct BNode::Released {
+    SP<BSmartObj> object;
+    Children children;
+    DList<SP<BAttribute>> attributes;
+    DList<SP<BSmartObj>> annotations;
+    Released* next = nullptr;
+
+    static thread_local int depth; // destructors of nodes that run inside one another
+    static thread_local Released* first;
+
+    static void LetGo() noexcept
+    {
+        while (Released* released = first) {
+            first = released->next;
+            delete released;
+        }
+    }
+};
+
+thread_local int BNode::Released::depth = 0;
+thread_local BNode::Released* BNode::Released::first = nullptr;
+
+BNode::BNode(BSmartObj* obj)
+{
+    BNode::SetObj(obj);
+}
+
+// A node that dies takes its children along, these theirs, and so on: however deep the tree, only so
+// many destructors run inside one another. Below that, what a node holds is put aside.
+BNode::~BNode()
+{
+    UnlinkChildren();
+    delete m_loading;
+    std::unique_ptr<Released> released(
+        Released::depth < kDeepestRelease ? nullptr : new (std::nothrow) Released);
+    if (released) {
+        released->object = std::move(m_object);
+        released->children = std::move(m_children);
+        released->attributes = std::move(m_attributes);
+        released->annotations = std::move(m_annotations);
+        released->next = std::exchange(Released::first, released.get());
+        static_cast<void>(released.release());
+        return;
+    }
+    ++Released::depth;
+    m_children.RemoveAll();
+    m_attributes.RemoveAll();
+    m_annotations.RemoveAll();
+    m_object = nullptr;
+    if (Released::depth == 1)
+        Released::LetGo();
+    --Released::depth;
+}
+
+BNode& BNode::operator=(const BNode& other)
+{
+    Copy(other);
+    return *this;
+}
+
+void BNode::Lock(bool on)
+{
+    if (std::exchange(m_isLocked, on) != on)
+        Report(kLockedChanged);
+}
+
+bool BNode::IsLocked()
+{
+    return m_isLocked;
+}
+
+void BNode::Activate(bool on)
+{
+    if (std::exchange(m_isActive, on) != on)
+        Report(kActiveChanged);
+}
+
+void BNode::Deactivate()
+{
+    Activate(false);
+}
+
+bool BNode::IsActive() const
+{
+    return m_isActive;
+}
+
+const BNode* BNode::Top() const
+{
+    const BNode* top = this;
+    while (top->m_parent != nullptr)
+        top = top->m_parent;
+    return top;
+}
+
+BNode* BNode::Root()
+{
+    return const_cast<BNode*>(Top());
+}
+
+bool BNode::IsBranchActive() const
+{
+    const BNode* node = this;
+    while (node != nullptr && node->IsActive())
+        node = node->m_parent;
+    return node == nullptr;
+}
+
+BSmartObj* BNode::GetObj() const
+{
+    return m_object.Get();
+}
+
+void BNode::SetObj(BSmartObj* obj)
+{
+    if (m_object == obj)
+        return;
+    m_object = obj;
+    Report(kObjectChanged);
+}
+
+std::uint64_t BNode::AllocatedMemory(bool activeOnly)
+{
+    std::uint64_t sum = 0;
+    for (BNodeItr itr(this, activeOnly ? BNodeItr::ActiveOnly : BNodeItr::All); itr; ++itr) {
+        if (const BSmartObj* object = itr.Current()->GetObj())
+            sum += object->AllocatedMemory();
+    }
+    return sum;
+}
+
+bool BNode::AddAttrib(BAttribute* attribute)
+{
+    if (attribute == nullptr)
+        return false;
+    const SP<BAttribute> added(attribute);
+    if (const auto namesake = PlaceOf(m_attributes, added->Name())) {
+        if (*namesake == added)
+            return false;
+        m_attributes.Erase(namesake);
+    }
+    m_attributes.AddTail(added);
+    ReportLists();
+    return true;
+}
+
+int BNode::AttribNum() const
+{
+    return m_attributes.Count();
+}
+
+BAttribute* BNode::Attrib(int index) const
+{
+    const auto place = PlaceAt(m_attributes, index);
+    return place ? place->Get() : nullptr;
+}
+
+BAttribute* BNode::Attrib(const WChar* name) const
+{
+    return Attrib(WString(name));
+}
+
+BAttribute* BNode::Attrib(WString name) const
+{
+    const auto place = PlaceOf(const_cast<DList<SP<BAttribute>>&>(m_attributes), name);
+    return place ? place->Get() : nullptr;
+}
+
+bool BNode::RemoveAttrib(BAttribute* attribute)
+{
+    const auto place = attribute != nullptr ? PlaceOf(m_attributes, attribute) : m_attributes.end();
+    return RemoveAttribAt(place);
+}
+
+bool BNode::RemoveAttrib(int index)
+{
+    return RemoveAttribAt(PlaceAt(m_attributes, index));
+}
+
+bool BNode::RemoveAttrib(const WChar* name)
+{
+    return RemoveAttrib(WString(name));
+}
+
+bool BNode::RemoveAttrib(WString name)
+{
+    return RemoveAttribAt(PlaceOf(m_attributes, name));
+}
+
+bool BNode::RemoveAttribAt(DList<SP<BAttribute>>::Iterator place)
+{
+    if (!place)
+        return false;
+    m_attributes.Erase(place);
+    ReportLists();
+    return true;
+}
+
+void BNode::RemoveAttribs()
+{
+    if (m_attributes.Count() == 0)
+        return;
+    m_attributes.RemoveAll();
+    ReportLists();
+}
+
+bool BNode::AddChild(BNode* child, int index)
+{
+    if (child == nullptr || child->m_parent != nullptr || child == this)
+        return false;
+    if (child->ChildNum() != 0 && child->Includes(this))
+        return false;
+    const bool appends = index < 0 || index >= ChildNum();
+    if (!appends && index != 0)
+        return false;
+    Link(child, appends ? m_children.Tail() : m_children.begin());
+    const int reached = appends ? ChildNum() - 1 : 1;
+    SendMsg(kChildAdded, AsParameter(child), static_cast<std::uint64_t>(reached));
+    return true;
+}
+
+bool BNode::RemoveChild(const WChar* path)
+{
+    return RemoveChild(Child(path));
+}
+
+bool BNode::RemoveChild(BNode* child)
+{
+    if (child == nullptr || child->m_parent != this)
+        return false;
+    Unlink(*child);
+    Report(kChildrenRemoved);
+    return true;
+}
+
+bool BNode::RemoveChild(int index)
+{
+    return RemoveChild(Child(index));
+}
+
+void BNode::RemoveChildren()
+{
+    if (m_children.Count() == 0)
+        return;
+    UnlinkChildren();
+    m_children.RemoveAll();
+    Report(kChildrenRemoved);
+}
+
+SP<BNode> BNode::QueryChild(WString path)
+{
+    return Child(path.CStr());
+}
+
+int BNode::AnnotationNum() const
+{
+    return m_annotations.Count();
+}
+
+bool BNode::AddAnnotation(BSmartObj* annotation)
+{
+    if (annotation == nullptr || PlaceOf(m_annotations, annotation))
+        return false;
+    m_annotations.AddTail(annotation);
+    ReportLists();
+    return true;
+}
+
+bool BNode::RemoveAnnotation(BSmartObj* annotation)
+{
+    const auto place = annotation != nullptr ? PlaceOf(m_annotations, annotation) : m_annotations.end();
+    if (!place)
+        return false;
+    m_annotations.Erase(place);
+    ReportLists();
+    return true;
+}
+
+void BNode::RemoveAnnotations()
+{
+    if (m_annotations.Count() == 0)
+        return;
+    m_annotations.RemoveAll();
+    ReportLists();
+}
+
+void BNode::Clear()
+{
+    RemoveAttribs();
+    RemoveAnnotations();
+    RemoveChildren();
+    SetObj(nullptr);
+}
+
+BNode* BNode::Parent() const
+{
+    return m_parent;
+}
+
+bool BNode::IsGrandParent(const BNode* node) const
+{
+    return node != nullptr && Includes(node->m_parent);
+}
+
+bool BNode::Includes(const BNode* node) const
+{
+    while (node != nullptr && node != this)
+        node = node->m_parent;
+    return node != nullptr;
+}
+
+void BNode::SetText(WString text)
+{
+    ChildIndex* const sisters = m_parent != nullptr ? m_parent->m_byText : nullptr;
+    if (sisters != nullptr)
+        sisters->Remove(*this);
+    m_text = std::move(text);
+    if (sisters != nullptr)
+        sisters->Add(*this);
+    Report(kTextChanged);
+}
+
+void BNode::SetText(const WChar* text)
+{
+    SetText(WString(text));
+}
+
+WString BNode::GetText() const
+{
+    return m_text;
+}
+
+bool BNode::IsMessageDispatcher() const
+{
+    return Top()->m_isMessageDispatcher;
+}
+
+void BNode::IsMessageDispatcher(bool on)
+{
+    if (m_parent == nullptr)
+        m_isMessageDispatcher = on;
+}
+
+WString BNode::ChildTextSuggestion(WString base)
+{
+    WString suggestion;
+    for (auto number = static_cast<std::uint32_t>(ChildNum()) + 1;; ++number) {
+        suggestion.Printf(QD_W("%s%03d"), base.CStr(), number);
+        if (number == 0xFFFFFFFF || FindChild(suggestion.CStr()) == nullptr)
+            return suggestion;
+    }
+}
+
+// The copies are made first: `other` may be this node, above it or below it.
+void BNode::Copy(const BNode& other)
+{
+    if (&other == this)
+        return;
+    const SP<BNode> copy(new BNode);
+    copy->CopyTreeOf(other);
+    copy->m_isMessageDispatcher = false;
+
+    SetText(copy->m_text);
+    Activate(copy->m_isActive);
+    Lock(copy->m_isLocked);
+    SetObj(copy->m_object.Get());
+    RemoveAttribs();
+    for (const SP<BAttribute>& attribute : copy->m_attributes)
+        AddAttrib(attribute.Get());
+    RemoveAnnotations();
+    for (const SP<BSmartObj>& annotation : copy->m_annotations)
+        AddAnnotation(annotation.Get());
+    RemoveChildren();
+    while (const SP<BNode> child = copy->Child(0)) {
+        copy->RemoveChild(child.Get());
+        AddChild(child.Get(), -1);
+    }
+    m_isMessageDispatcher = other.m_isMessageDispatcher;
+}
+
+// Fills this new node and makes the nodes below it, without a report.
+void BNode::CopyTreeOf(const BNode& other)
+{
+    std::vector<std::pair<const BNode*, BNode*>> open{{&other, this}};
+    while (!open.empty()) {
+        const auto [source, copy] = open.back();
+        open.pop_back();
+        copy->m_object = source->m_object;
+        copy->m_attributes = source->m_attributes;
+        copy->m_annotations = source->m_annotations;
+        copy->m_text = source->m_text;
+        copy->m_isActive = source->m_isActive;
+        copy->m_isLocked = source->m_isLocked;
+        copy->m_isMessageDispatcher = source->m_isMessageDispatcher;
+        for (const SP<BNode>& child : source->m_children) {
+            if (!child)
+                continue;
+            const SP<BNode> childCopy(new BNode);
+            copy->Link(childCopy, copy->m_children.Tail());
+            open.emplace_back(child.Get(), childCopy.Get());
+        }
+    }
+}
+
+int BNode::ChildNum() const
+{
+    return m_children.Count();
+}
+
+BNode* BNode::Child(int index) const
+{
+    const int count = m_children.Count();
+    if (index < 0 || index >= count)
+        return nullptr;
+    if (index < kFewSteps)
+        return PlaceAt(m_children, index)->Get();
+    if (count - index <= kFewSteps) {
+        auto place = m_children.Tail();
+        for (int i = count - 1; i > index; --i)
+            --place;
+        return place->Get();
+    }
+    const auto& children = Published(m_byPosition, [this] {
+        auto positions = std::make_unique<BArray<BNode*>>();
+        positions->Reserve(static_cast<std::uint64_t>(m_children.Count()));
+        for (const SP<BNode>& child : m_children)
+            positions->Append(child.Get());
+        return positions;
+    });
+    return children[static_cast<std::uint64_t>(index)];
+}
+
+BNode* BNode::Child(const WChar* path) const
+{
+    if (path == nullptr)
+        return nullptr;
+    while (*path == kSeparator)
+        ++path;
+    const BNode* node = this;
+    while (node != nullptr) {
+        const WChar* end = path;
+        while (*end != 0 && *end != kSeparator)
+            ++end;
+        if (*end == 0)
+            return node->FindChild(path);
+        const std::basic_string<WChar> segment(path, end);
+        node = node->FindChild(segment.c_str());
+        path = end + 1;
+    }
+    return nullptr;
+}
+
+BNode* BNode::FindChild(const WChar* text) const
+{
+    if (m_children.Count() >= kManyChildren)
+        return Published(m_byText, [this] { return std::make_unique<ChildIndex>(*this); }).Find(text);
+    for (const SP<BNode>& child : m_children) {
+        if (child && platform::Collate(child->m_text.CStr(), text, platform::ECase::Ignored) == 0)
+            return child.Get();
+    }
+    return nullptr;
+}
+
+BNode* BNode::FirstChild() const
+{
+    auto place = m_children.begin();
+    while (place && !*place)
+        ++place;
+    return place ? place->Get() : nullptr;
+}
+
+BNode* BNode::Sister() const
+{
+    if (m_parent == nullptr)
+        return nullptr;
+    auto place = m_place;
+    do {
+        ++place;
+    } while (place && !*place);
+    return place ? place->Get() : nullptr;
+}
+
+const char* BNode::CLASSNAME()
+{
+    return ClassName(typeid(BNode));
+}
+
+void BNode::Traverse(BVisitor* visitor)
+{
+    if (visitor != nullptr)
+        TraverseTree(*this, *visitor);
+}
+
+void BNode::TraverseObjects(BVisitor* visitor)
+{
+    if (visitor != nullptr)
+        TraverseTreeObjects(*this, *visitor);
+}
+
+// Puts a node without parent into the list behind `previous`, or in front when that is null.
+// `m_order` grows along the list: a node put behind the first one takes the first one's, which makes
+// way downwards, as nothing stands before it.
+void BNode::Link(const SP<BNode>& child, Children::Iterator previous)
+{
+    const bool appended = previous == m_children.Tail();
+    child->m_place = m_children.InsertAfter(previous, child);
+    child->m_parent = this;
+    BNode* const before = previous ? previous->Get() : nullptr;
+    if (appended)
+        child->m_order = before != nullptr ? before->m_order + 1 : m_children.Count();
+    else
+        child->m_order = before->m_order--;
+    if (m_byText != nullptr)
+        m_byText->Add(*child);
+    if (m_byPosition != nullptr && appended)
+        m_byPosition->Append(child.Get());
+    else
+        delete std::exchange(m_byPosition, nullptr);
+}
+
+// The child may die of it.
+void BNode::Unlink(BNode& child)
+{
+    if (m_byText != nullptr)
+        m_byText->Remove(child);
+    const Children::Iterator place = std::exchange(child.m_place, Children::Iterator());
+    if (m_byPosition != nullptr && place == m_children.Tail())
+        m_byPosition->RemoveAt(m_byPosition->Count() - 1);
+    else
+        delete std::exchange(m_byPosition, nullptr);
+    child.m_parent = nullptr;
+    m_children.Erase(place);
+}
+
+// Leaves all children without parent; the list still holds them.
+void BNode::UnlinkChildren()
+{
+    delete std::exchange(m_byText, nullptr);
+    delete std::exchange(m_byPosition, nullptr);
+    for (const SP<BNode>& child : m_children) {
+        if (child) {
+            child->m_parent = nullptr;
+            child->m_place = Children::Iterator();
+        }
+    }
+}
+
+void BNode::Report(unsigned int code) const
+{
+    SendMsg(code, AsParameter(this), 0);
+}
+
+void BNode::ReportLists()
+{
+    ++m_listChanges;
+    Report(kAttributesChanged);
+}
+
+void BNode::SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const
+{
+    if (BDispatcher::Instance() && IsMessageDispatcher())
+        BDispatcher::DispatcherSend(code, first, second);
+}

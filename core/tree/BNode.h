@@ -1,0 +1,208 @@
+#pragma once
+
+#include "core/base/BArray.h"
+#include "core/base/BSmartObj.h"
+#include "core/base/DList.h"
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+#include "core/tree/BAttribute.h"
+
+#include <cstdint>
+
+class BArchive;
+class BVisitor;
+class ChildIndex;
+
+/// A named node of a tree: an ordered list of children, attributes with unique names, annotations,
+/// and one associated object.
+///
+///     SP<BNode> part(new BNode);
+///     part->SetText(QD_W("Part"));
+///     part->AddChild(new BNode(scan), -1);   // appended; the tree owns it
+///     BNode* first = part->Child(0);         // not counted
+///
+/// A node owns what is below and beside it through `SP`s; the link to its parent is a plain pointer,
+/// null once the parent lets go. Pointers that are handed out are not counted and are good as long
+/// as the tree holds the object.
+///
+/// When the root's dispatcher flag is set (initially it is) and a dispatcher is registered, every
+/// change is sent to the dispatcher, after it is done:
+///
+///     3075  AddChild                                       the child, its index
+///     3076  RemoveChild, RemoveChildren                    the node, 0
+///     3077  SetText                                        the node, 0
+///     3079  a change of attributes or annotations          the node, 0
+///     3080  Traverse, TraverseObjects: a visitor's change  the node, 0
+///     3081  SetObj, when the object changes                the node, 0
+///     3082  Activate, when the flag changes                the node, 0
+///     3088  Lock, when the flag changes                    the node, 0
+///
+/// Children are found by their text, compared as the user's locale has it and without regard to
+/// case; of several with equal texts the first counts. Many children cost no more than few: stepping
+/// to the next sister, removing a child and finding one by name do not depend on their number.
+///
+/// A list read from a damaged document can hold null entries: they count, the functions that take an
+/// index give null for them, and `Sister` steps over them. A node read from a document in which a
+/// node leads to itself or stands in two places refuses itself (`VerifyObj`).
+///
+/// Refusals are told by false or null; nothing throws. No lock: one thread at a time changes a tree;
+/// any number of threads may read it meanwhile nobody does.
+class QD_CORE_API BNode : public BSmartObj {
+public:
+    /// A node without parent, active, not locked, reporting, and with `obj` as `SetObj` sets it.
+    explicit BNode(BSmartObj* obj = nullptr);
+    ~BNode() override;
+    BNode& operator=(const BNode& other);
+
+    void WriteData(BArchive& archive) const override;
+    void UpdateAssociations(BArchive& archive) override;
+    /// False for a node from a document in which nodes lead to themselves or have two parents.
+    bool VerifyObj() override;
+    /// 2
+    int Version() const override;
+    using BSmartObj::AllocatedMemory;
+
+    // Virtual operations: their order is part of the interface.
+
+    virtual void Lock(bool on);
+    virtual bool IsLocked();
+    /// Sets the node's own flag; `IsBranchActive` asks for those above it as well.
+    virtual void Activate(bool on);
+    virtual void Deactivate();
+    virtual bool IsActive() const;
+    /// The topmost node, this one when it has no parent.
+    virtual BNode* Root();
+    /// This node and all above it are active.
+    virtual bool IsBranchActive() const;
+    /// Leads a visitor through this node and what is below it: see `BVisitor`.
+    virtual void Traverse(BVisitor* visitor);
+    /// The same for associated objects only: `Treat` is all that is called.
+    virtual void TraverseObjects(BVisitor* visitor);
+    virtual BSmartObj* GetObj() const;
+    virtual void SetObj(BSmartObj* obj);
+    /// Bytes of all associated objects in this subtree, of its active branches only when `activeOnly`
+    /// is true. An object counts once for each node that has it.
+    virtual std::uint64_t AllocatedMemory(bool activeOnly);
+    /// Appends an attribute; one of the same name is removed first. False for null and for an
+    /// attribute that the node has already.
+    virtual bool AddAttrib(BAttribute* attribute);
+    virtual int AttribNum() const;
+    /// Null when there is none.
+    virtual BAttribute* Attrib(int index) const;
+    virtual BAttribute* Attrib(const WChar* name) const;
+    virtual BAttribute* Attrib(WString name) const;
+    /// False when the node has no such attribute.
+    virtual bool RemoveAttrib(BAttribute* attribute);
+    virtual bool RemoveAttrib(int index);
+    virtual bool RemoveAttrib(const WChar* name);
+    virtual bool RemoveAttrib(WString name);
+    virtual void RemoveAttribs();
+    /// Appends a child when `index` is negative or not below `ChildNum()`. False for null, for a node
+    /// that has a parent, that is this node or above it, and for an index from 1 to `ChildNum()` - 1.
+    /// Intended: index 0 puts the child behind the first one; documents rely on that order.
+    virtual bool AddChild(BNode* child, int index);
+    /// Removes the node that `Child(path)` finds, when it is a child of this node.
+    virtual bool RemoveChild(const WChar* path);
+    virtual bool RemoveChild(BNode* child);
+    virtual bool RemoveChild(int index);
+    virtual void RemoveChildren();
+    /// `Child(path)`, counted.
+    virtual SP<BNode> QueryChild(WString path);
+    virtual int AnnotationNum() const;
+    /// False for null and for an object that is an annotation of this node already.
+    virtual bool AddAnnotation(BSmartObj* annotation);
+    virtual bool RemoveAnnotation(BSmartObj* annotation);
+    virtual void RemoveAnnotations();
+    /// Removes attributes, annotations, children and the object, in this order, each reported.
+    virtual void Clear();
+    virtual BNode* Parent() const;
+    /// This node is above `node`; false for null.
+    virtual bool IsGrandParent(const BNode* node) const;
+    /// `node` is this node or below it; false for null.
+    virtual bool Includes(const BNode* node) const;
+    virtual void SetText(WString text);
+    /// Forwards to `SetText(WString)`.
+    virtual void SetText(const WChar* text);
+    virtual WString GetText() const;
+    /// The root's flag: changes in this tree are reported.
+    virtual bool IsMessageDispatcher() const;
+    /// Ignored by a node that has a parent.
+    virtual void IsMessageDispatcher(bool on);
+    /// `base` and a number of at least three digits, as no child is called yet. Numbers are tried
+    /// from `ChildNum()` + 1 on; the last that 32 bits hold is given without a test.
+    virtual WString ChildTextSuggestion(WString base);
+
+    /// Takes over text, flags and object of `other`, its attributes and annotations (shared) and
+    /// copies of its children, which are plain `BNode`s. The parent stays. Reports what it changes
+    /// on this node.
+    void Copy(const BNode& other);
+
+    [[nodiscard]] int ChildNum() const;
+    /// Null when `index` is out of range.
+    [[nodiscard]] BNode* Child(int index) const;
+    /// The descendant that a path of texts with "/" between them leads to; null when there is none.
+    /// Separators in front are skipped.
+    [[nodiscard]] BNode* Child(const WChar* path) const;
+    /// The child after this one in the parent's list; null for the last one and for a root.
+    [[nodiscard]] BNode* Sister() const;
+
+    [[nodiscard]] static const char* CLASSNAME();
+    /// Rebuilds a node from its record.
+    [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
+
+protected:
+    /// Reads what `WriteData` of this class wrote, for the `Read` of a class derived from it. Throws
+    /// `ArchiveFormatFault` when the record declares more than it holds.
+    void ReadData(BArchive& archive, int version);
+
+private:
+    friend class BNodeAnnotationItr;
+    friend class BNodeAttribItr;
+    friend class BNodeChildItr;
+    friend class BNodeItr;
+    friend class ChildIndex;
+
+    using Children = DList<SP<BNode>>;
+    struct Loading;
+    struct Released;
+
+    BNode(const BNode&) = delete; // `Copy` copies
+
+    void SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const;
+    void Report(unsigned int code) const;
+
+    void Link(const SP<BNode>& child, Children::Iterator previous);
+    void Unlink(BNode& child);
+    void UnlinkChildren();
+    void CopyTreeOf(const BNode& other);
+    [[nodiscard]] bool RemoveAttribAt(DList<SP<BAttribute>>::Iterator place);
+    [[nodiscard]] BNode* FindChild(const WChar* text) const;
+    [[nodiscard]] BNode* FirstChild() const;
+    [[nodiscard]] const BNode* Top() const;
+    void ReportLists();
+
+    [[nodiscard]] BNode* ClaimedParent(BArchive& archive) const;
+    void RefuseCircles(BArchive& archive);
+    [[nodiscard]] bool Adopts(const BNode& child, BArchive& archive) const;
+    void EndLoading();
+
+    SP<BSmartObj> m_object;
+    Children m_children;
+    DList<SP<BAttribute>> m_attributes;
+    DList<SP<BSmartObj>> m_annotations;
+    WString m_text;
+    BNode* m_parent = nullptr;         // not owned
+    Children::Iterator m_place;        // of this node in its parent's children
+    std::int64_t m_order = 0;          // grows from sister to sister
+    // Owned; made when children are looked up where there are many of them.
+    mutable ChildIndex* m_byText = nullptr;
+    mutable BArray<BNode*>* m_byPosition = nullptr;
+    Loading* m_loading = nullptr; // owned; while the node waits for its associations
+    std::uint32_t m_mark = 0;     // see RefuseCircles
+    std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
+    bool m_isActive = true;
+    bool m_isLocked = false;
+    bool m_isMessageDispatcher = true; // counts on a root
+    bool m_isSound = true;             // false: refused as read from a document
+};

@@ -1,0 +1,189 @@
+#include "core/archive/BArchive.h"
+#include "core/tree/BNode.h"
+#include "core/tree/BNodeLoading.h"
+
+#include <memory>
+#include <utility>
+
+// A node's payload, version 2 (the primitives are in BArchive.cpp):
+//
+//   object        reference
+//   children      4-byte count, a reference each
+//   attributes    4-byte count, a reference each
+//   narrow text   BString: the text in the ANSI code page
+//   parent        reference
+//   flags         1 byte: bit 0 active, bit 1 locked
+//   text          WString; from version 1 on, before that the narrow text is the text
+//   annotations   4-byte count, a reference each; from version 2 on
+
+namespace {
+
+constexpr int kPayloadVersion = 2;
+constexpr char kActiveFlag = 1;
+constexpr char kLockedFlag = 2;
+
+template <typename T>
+void WriteReferences(BArchive& archive, const DList<SP<T>>& list)
+{
+    archive << list.Count();
+    for (const SP<T>& entry : list)
+        archive << static_cast<const BSmartObj*>(entry.Get());
+}
+
+std::uint64_t ReadReference(BArchive& archive)
+{
+    void* index = nullptr;
+    archive >> index;
+    return reinterpret_cast<std::uintptr_t>(index);
+}
+
+std::vector<std::uint64_t> ReadReferences(BArchive& archive)
+{
+    const std::uint64_t referenceSize = archive.Version() <= 6 ? 4 : 8;
+    int count = 0;
+    archive >> count;
+    if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / referenceSize)
+        throw ArchiveFormatFault;
+    std::vector<std::uint64_t> indices;
+    indices.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        indices.push_back(ReadReference(archive));
+        archive.TakeOutLater(indices.back());
+    }
+    return indices;
+}
+
+} // namespace
+
+void BNode::WriteData(BArchive& archive) const
+{
+    archive << m_object.Get();
+    WriteReferences(archive, m_children);
+    WriteReferences(archive, m_attributes);
+    archive << m_text.AsString();
+    archive << static_cast<const BSmartObj*>(m_parent);
+    archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
+    archive << m_text;
+    WriteReferences(archive, m_annotations);
+}
+
+SP<BSmartObj> BNode::Read(BArchive& archive, int version)
+{
+    SP<BNode> node(new BNode);
+    node->ReadData(archive, version);
+    return node;
+}
+
+void BNode::ReadData(BArchive& archive, int version)
+{
+    auto loading = std::make_unique<Loading>();
+    loading->object = ReadReference(archive);
+    archive.TakeOutLater(loading->object);
+    loading->children = ReadReferences(archive);
+    loading->attributes = ReadReferences(archive);
+    BString narrowText;
+    archive >> narrowText;
+    loading->parent = ReadReference(archive);
+    char flags = kActiveFlag;
+    archive >> flags;
+    m_isActive = (flags & kActiveFlag) != 0;
+    m_isLocked = (flags & kLockedFlag) != 0;
+    if (version < 1)
+        m_text = WString(narrowText);
+    else
+        archive >> m_text;
+    if (version >= kPayloadVersion)
+        loading->annotations = ReadReferences(archive);
+    delete std::exchange(m_loading, loading.release());
+}
+
+// A child is taken over when it says that this node is its parent, when no list holds it yet, and
+// when its parents do not lead back to it. So whatever a file declares, what comes out are trees.
+void BNode::UpdateAssociations(BArchive& archive)
+{
+    if (m_loading == nullptr || m_loading->isAssociated)
+        return;
+    RefuseCircles(archive);
+    const auto query = [&archive](std::uint64_t index) {
+        return archive.QueryObject(archive.IndexToPtr(index));
+    };
+    m_object = query(m_loading->object);
+    for (const std::uint64_t index : m_loading->children) {
+        const SP<BSmartObj> object = query(index);
+        auto* child = dynamic_cast<BNode*>(object.Get());
+        if (child != nullptr && Adopts(*child, archive)) {
+            Link(child, m_children.Tail());
+            child->EndLoading();
+            continue;
+        }
+        m_isSound = m_isSound && child == nullptr;
+        m_children.AddTail(nullptr);
+    }
+    for (const std::uint64_t index : m_loading->attributes) {
+        const SP<BSmartObj> object = query(index);
+        m_attributes.AddTail(dynamic_cast<BAttribute*>(object.Get()));
+    }
+    for (const std::uint64_t index : m_loading->annotations)
+        m_annotations.AddTail(query(index));
+
+    m_loading->isAssociated = true;
+    m_loading->parentIsThere = ClaimedParent(archive) != nullptr;
+    EndLoading();
+}
+
+// The node that is this one's parent, or that its record names as such.
+BNode* BNode::ClaimedParent(BArchive& archive) const
+{
+    if (m_parent != nullptr || m_loading == nullptr)
+        return m_parent;
+    return dynamic_cast<BNode*>(archive.QueryObject(archive.IndexToPtr(m_loading->parent)).Get());
+}
+
+// Climbs from this node. A node met twice on the way is above itself, and with it all on the circle.
+// A node that was climbed from or through before in this round stops the climb, so that a round
+// takes time in proportion to the nodes.
+void BNode::RefuseCircles(BArchive& archive)
+{
+    const std::uint32_t climbing = 2 * archive.AssociationRound();
+    const std::uint32_t done = climbing + 1;
+    BNode* node = this;
+    while (node != nullptr && node->m_mark != climbing && node->m_mark != done) {
+        node->m_mark = climbing;
+        node = node->ClaimedParent(archive);
+    }
+    if (node != nullptr && node->m_mark == climbing) {
+        for (; node->m_isSound; node = node->ClaimedParent(archive))
+            node->m_isSound = false;
+    }
+    for (node = this; node != nullptr && node->m_mark == climbing;
+         node = node->ClaimedParent(archive))
+        node->m_mark = done;
+}
+
+bool BNode::Adopts(const BNode& child, BArchive& archive) const
+{
+    return child.m_isSound && child.m_parent == nullptr && child.ClaimedParent(archive) == this;
+}
+
+void BNode::EndLoading()
+{
+    if (m_loading == nullptr || !m_loading->isAssociated)
+        return;
+    if (m_parent != nullptr || m_loading->parent == 0) {
+        delete std::exchange(m_loading, nullptr);
+        return;
+    }
+    m_loading->children = {}; // the parent may be read later: only its index is kept
+    m_loading->attributes = {};
+    m_loading->annotations = {};
+}
+
+bool BNode::VerifyObj()
+{
+    return m_isSound && !(m_loading != nullptr && m_loading->parentIsThere && m_parent == nullptr);
+}
+
+int BNode::Version() const
+{
+    return kPayloadVersion;
+}

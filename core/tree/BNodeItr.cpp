@@ -1,0 +1,180 @@
+#include "core/tree/BNodeItr.h"
+
+namespace {
+
+template <typename T>
+using PlaceIn = typename DList<SP<T>>::Iterator;
+
+// The entry at `place`, or the next that is not null.
+template <typename T>
+SP<T> EntryFrom(PlaceIn<T>& place)
+{
+    while (place && !*place)
+        ++place;
+    return place ? *place : SP<T>();
+}
+
+// Where `current` stands now; null when it is in the list no more.
+template <typename T>
+PlaceIn<T> PlaceOf(DList<SP<T>>& list, const SP<T>& current)
+{
+    PlaceIn<T> place = list.begin();
+    while (place && *place != current)
+        ++place;
+    return place;
+}
+
+} // namespace
+
+BNodeItr::BNodeItr(BNode* start, EMode mode)
+    : m_start(start)
+    , m_current(start)
+    , m_activeOnly(mode == ActiveOnly)
+{
+}
+
+void BNodeItr::Restart()
+{
+    m_current = m_start;
+}
+
+// `node` or the next sister that the walk does not skip.
+BNode* BNodeItr::Walkable(BNode* node) const
+{
+    while (node != nullptr && m_activeOnly && !node->IsActive())
+        node = node->Sister();
+    return node;
+}
+
+BNodeItr& BNodeItr::operator++()
+{
+    if (!m_current)
+        return *this;
+    BNode* next = Walkable(m_current->FirstChild());
+    for (BNode* climb = m_current.Get(); next == nullptr && climb != nullptr && climb != m_start.Get();
+         climb = climb->m_parent)
+        next = Walkable(climb->Sister());
+    m_current = next;
+    return *this;
+}
+
+BNode* BNodeItr::operator++(int)
+{
+    BNode* const former = Current();
+    ++*this;
+    return former;
+}
+
+BNodeChildItr::BNodeChildItr(const BNode& node)
+    : m_node(const_cast<BNode*>(&node)) // the node is counted, and changed by RemoveCurrent alone
+    , m_current(node.FirstChild())
+{
+}
+
+void BNodeChildItr::Restart()
+{
+    m_current = m_node->FirstChild();
+}
+
+BNodeChildItr& BNodeChildItr::operator++()
+{
+    if (m_current)
+        m_current = m_current->m_parent == m_node.Get() ? m_current->Sister() : nullptr;
+    return *this;
+}
+
+BNode* BNodeChildItr::operator++(int)
+{
+    BNode* const former = Current();
+    ++*this;
+    return former;
+}
+
+void BNodeChildItr::RemoveCurrent()
+{
+    const SP<BNode> removed = m_current;
+    ++*this;
+    m_node->RemoveChild(removed.Get());
+}
+
+BNodeAttribItr::BNodeAttribItr(BNode& node)
+    : m_node(&node)
+{
+    Restart();
+}
+
+void BNodeAttribItr::Restart()
+{
+    StandOn(m_node->m_attributes.begin());
+}
+
+void BNodeAttribItr::StandOn(DList<SP<BAttribute>>::Iterator place)
+{
+    m_current = EntryFrom<BAttribute>(place);
+    m_place = place;
+    m_changes = m_node->m_listChanges;
+}
+
+BNodeAttribItr& BNodeAttribItr::operator++()
+{
+    if (m_current && m_changes != m_node->m_listChanges)
+        m_place = PlaceOf(m_node->m_attributes, m_current);
+    StandOn(m_place ? ++m_place : m_place);
+    return *this;
+}
+
+BAttribute* BNodeAttribItr::operator++(int)
+{
+    BAttribute* const former = Current();
+    ++*this;
+    return former;
+}
+
+void BNodeAttribItr::RemoveCurrent()
+{
+    const SP<BAttribute> removed = m_current;
+    ++*this;
+    if (m_node->RemoveAttrib(removed.Get()))
+        m_changes = m_node->m_listChanges; // that the list lost the entry behind does not matter
+}
+
+BNodeAnnotationItr::BNodeAnnotationItr(BNode& node)
+    : m_node(&node)
+{
+    Restart();
+}
+
+void BNodeAnnotationItr::Restart()
+{
+    StandOn(m_node->m_annotations.begin());
+}
+
+void BNodeAnnotationItr::StandOn(DList<SP<BSmartObj>>::Iterator place)
+{
+    m_current = EntryFrom<BSmartObj>(place);
+    m_place = place;
+    m_changes = m_node->m_listChanges;
+}
+
+BNodeAnnotationItr& BNodeAnnotationItr::operator++()
+{
+    if (m_current && m_changes != m_node->m_listChanges)
+        m_place = PlaceOf(m_node->m_annotations, m_current);
+    StandOn(m_place ? ++m_place : m_place);
+    return *this;
+}
+
+BSmartObj* BNodeAnnotationItr::operator++(int)
+{
+    BSmartObj* const former = Current();
+    ++*this;
+    return former;
+}
+
+void BNodeAnnotationItr::RemoveCurrent()
+{
+    const SP<BSmartObj> removed = m_current;
+    ++*this;
+    if (m_node->RemoveAnnotation(removed.Get()))
+        m_changes = m_node->m_listChanges; // that the list lost the entry behind does not matter
+}
