@@ -134,8 +134,9 @@ void BNodeAttribItr::RemoveCurrent()
 {
     const SP<BAttribute> removed = m_current;
     ++*this;
-    if (m_node->RemoveAttrib(removed.Get()))
-        m_changes = m_node->m_listChanges; // that the list lost the entry behind does not matter
+    const std::uint32_t expected = m_node->m_listChanges + 1;
+    if (m_node->RemoveAttrib(removed.Get()) && m_node->m_listChanges == expected)
+        m_changes = expected; // the list lost the entry behind and nothing else
 }
 
 BNodeAnnotationItr::BNodeAnnotationItr(BNode& node)
@@ -175,6 +176,7 @@ void BNodeAnnotationItr::RemoveCurrent()
 {
     const SP<BSmartObj> removed = m_current;
     ++*this;
-    if (m_node->RemoveAnnotation(removed.Get()))
-        m_changes = m_node->m_listChanges; // that the list lost the entry behind does not matter
+    const std::uint32_t expected = m_node->m_listChanges + 1;
+    if (m_node->RemoveAnnotation(removed.Get()) && m_node->m_listChanges == expected)
+        m_changes = expected; // the list lost the entry behind and nothing else
 }
