@@ -1,0 +1,252 @@
+#include "core/geometry/BBitArray.h"
+
+#include "core/archive/BArchive.h"
+
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+
+/// 3 x 2 cells of `planes` planes, numbered from 1 in each of their bytes.
+static BBitArray Numbered(int planes)
+{
+    BBitArray array(planes, 3, 2);
+    for (int cell = 0; cell < 6; ++cell)
+        for (int plane = 0; plane < array.Planes(); ++plane)
+            if ((cell + 1) >> plane % 8 & 1)
+                array.SetBit(cell % 3, cell / 3, plane);
+    return array;
+}
+
+/// The numbers of the cells as digits; "?" where a cell's bytes differ.
+static std::string Digits(const BBitArray& array)
+{
+    std::string digits;
+    const int cellSize = array.Planes() / 8;
+    for (std::uint64_t i = 0; i < array.DataSize(); ++i) {
+        const char digit = static_cast<char>('0' + array.Data()[i]);
+        if (i % static_cast<unsigned>(cellSize) == 0)
+            digits += digit;
+        else if (digits.back() != digit)
+            digits.back() = '?';
+    }
+    return digits;
+}
+
+TEST(BBitArray, RoundsItsPlanesUpToBytes)
+{
+    const struct {
+        int planes, rounded;
+        std::uint64_t dataSize;
+    } cases[] = {{1, 8, 16},   {3, 8, 16}, {8, 8, 16}, {9, 16, 32},
+                 {17, 24, 48}, {0, 0, 0},  {-9, 0, 0}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.planes);
+        const BBitArray array(row.planes, 4, 4);
+        EXPECT_EQ(array.Planes(), row.rounded);
+        EXPECT_EQ(array.Size(), 16);
+        EXPECT_EQ(array.DataSize(), row.dataSize);
+        EXPECT_EQ(array.AllocatedMemory(), sizeof array + row.dataSize);
+        EXPECT_EQ(Digits(array), std::string(row.dataSize > 0 ? 16 : 0, '0'));
+    }
+}
+
+TEST(BBitArray, AddressesEveryBitByItself)
+{
+    BBitArray array(10, 3, 2);
+    array.SetBit(2, 1, 9);
+    EXPECT_EQ(array.Data()[11], 0x02);
+    array.ChangeBit(1, 0, 7, true);
+    EXPECT_EQ(array.Data()[2], 0x80);
+    int count = 0;
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 3; ++x)
+            for (int plane = 0; plane < 10; ++plane)
+                count += array.TestBit(x, y, plane);
+    EXPECT_EQ(count, 2);
+    EXPECT_TRUE(array.TestBit(2, 1, 9) && array.TestBit(1, 0, 7));
+}
+
+TEST(BBitArray, ClearsTheOtherBitsOfTheByteWhenOneIsUnset)
+{
+    BBitArray array(16, 1, 2);
+    array.SetAllBits();
+    array.UnsetBit(0, 0, 3);
+    array.ChangeBit(0, 1, 10, false);
+    EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(array.Data()), 4),
+              "\x08\xFF\xFF\x04"sv);
+    array.UnsetBit(0, 0, 5);
+    EXPECT_EQ(array.Data()[0], 0);
+    array.UnsetAllBits();
+    EXPECT_EQ(Digits(array), "00");
+}
+
+TEST(BBitArray, CropsAndExtends)
+{
+    const struct {
+        int x, y, width, height;
+        const char* digits;
+    } cases[] = {
+        {0, 0, 3, 2, "123456"},
+        {-1, -1, 5, 4,
+         "00000"
+         "01230"
+         "04560"
+         "00000"}, // a border
+        {1, 0, 2, 2, "2356"},
+        {2, 1, 1, 1, "6"},
+        {0, 0, 3, 3, "123456000"},
+        {-2, 1, 4, 1, "0045"},
+        {1, -1, 1, 4, "0250"},
+        {3, 0, 2, 2, "0000"}, // outside
+        {-2, -2, 2, 2, "0000"},
+        {INT_MAX, INT_MAX, 1, 2, "00"},
+        {INT_MIN, INT_MIN, 2, 1, "00"},
+        {0, 0, 0, 5, ""},
+        {0, 0, -3, -2, ""},
+    };
+    for (const auto& row : cases) {
+        for (int planes : {8, 24}) {
+            SCOPED_TRACE(testing::Message() << "row " << &row - cases << ", planes " << planes);
+            BBitArray array = Numbered(planes);
+            array.ChangeExtent(row.x, row.y, row.width, row.height);
+            EXPECT_EQ(array.Width(), row.width);
+            EXPECT_EQ(array.Height(), row.height);
+            EXPECT_EQ(array.Planes(), planes);
+            EXPECT_EQ(Digits(array), row.digits);
+        }
+    }
+}
+
+TEST(BBitArray, HasNoDataWhenItsExtentCannotBe)
+{
+    const struct {
+        int planes, width, height;
+    } cases[] = {
+        {8, 0, 5},
+        {8, 5, -1},
+        {0, 5, 5},
+        {24, INT_MAX, INT_MAX}, // more than 63 bits
+        {INT_MAX, INT_MAX, INT_MAX},
+        {INT_MAX, INT_MIN, INT_MIN},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(&row - cases);
+        BBitArray array(row.planes, row.width, row.height);
+        array.SetAllBits();
+        array.UnsetAllBits();
+        const BBitArray copy(array);
+        EXPECT_EQ(copy.Data(), nullptr);
+        EXPECT_EQ(copy.DataSize(), 0u);
+        EXPECT_EQ(copy.Width(), row.width);
+        EXPECT_EQ(copy.Size(), std::int64_t{row.width} * row.height);
+    }
+    BBitArray array(24, INT_MAX, INT_MAX);
+    array.ChangeExtent(0, 0, 2, 2);
+    EXPECT_EQ(Digits(array), "0000");
+}
+
+TEST(BBitArray, CopiesItsData)
+{
+    const BBitArray original = Numbered(8);
+    BBitArray copy(original);
+    copy.SetAllBits();
+    EXPECT_EQ(Digits(original), "123456");
+    BBitArray assigned(16, 9, 9);
+    assigned = original;
+    EXPECT_EQ(Digits(assigned), "123456");
+    EXPECT_EQ(assigned.Planes(), 8);
+    EXPECT_NE(assigned.Data(), original.Data());
+    const BBitArray& itself = assigned;
+    assigned = itself;
+    EXPECT_EQ(Digits(assigned), "123456");
+}
+
+/// An archive of one array whose payload the tests replace.
+class BBitArrayRecord : public testing::Test {
+protected:
+    BBitArrayRecord()
+    {
+        const SP<BBitArray> array(new BBitArray(Numbered(9)));
+        {
+            BArchive archive(m_path.CStr(), BArchive::ModeWrite, "class Test", 1);
+            archive.Insert(array.Get(), "mask");
+        }
+        std::ifstream file(m_folder / "archive", std::ios::binary);
+        m_bytes.assign(std::istreambuf_iterator<char>(file), {});
+    }
+
+    SP<BSmartObj> Read(std::string_view payload)
+    {
+        std::string bytes = m_bytes.substr(0, m_bytes.size() - kPayload.size() - 8);
+        bytes += static_cast<char>(payload.size());
+        bytes += "\0\0\0\0\0\0\0"sv;
+        bytes += payload;
+        std::ofstream(m_folder / "archive", std::ios::binary) << bytes;
+        BArchive archive(m_path.CStr(), BArchive::ModeRead, "class Test", 1);
+        EXPECT_TRUE(archive.IsGood());
+        return archive.TakeOut("mask");
+    }
+
+    static constexpr std::string_view kPayload = "\x03\0\0\0\x02\0\0\0\x02\0\0\0"
+                                                 "\1\1\2\2\3\3\4\4\5\5\6\6"sv;
+    TemporaryFolder m_folder;
+    WString m_path = m_folder.Path("archive");
+    std::string m_bytes;
+};
+
+TEST_F(BBitArrayRecord, HoldsExtentAndBytes)
+{
+    EXPECT_TRUE(std::string_view(m_bytes).ends_with(kPayload));
+
+    const SP<BSmartObj> object = Read(kPayload);
+    const auto* array = dynamic_cast<const BBitArray*>(object.Get());
+    ASSERT_TRUE(array);
+    EXPECT_EQ(array->Width(), 3);
+    EXPECT_EQ(array->Height(), 2);
+    EXPECT_EQ(array->Planes(), 16);
+    EXPECT_EQ(Digits(*array), "123456");
+}
+
+TEST_F(BBitArrayRecord, GivesNothingWhenItHoldsLessThanItDeclares)
+{
+    for (std::size_t size = 0; size < kPayload.size(); ++size)
+        EXPECT_FALSE(Read(kPayload.substr(0, size))) << size;
+
+    const std::string_view damaged[] = {
+        "\x04\0\0\0\x02\0\0\0\x02\0\0\0"sv,             // a column more
+        "\xFF\xFF\xFF\x7F\x02\0\0\0\x02\0\0\0"sv,       // 8 GiB
+        "\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F\x02\0\0\0"sv, // almost 2^63 bytes
+        "\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F"sv,
+        "\0\0\0\x80\0\0\0\x80\xFF\xFF\xFF\x7F"sv, // both extents negative
+        "\x03\0\0\0\x02\0\0\0\xFF\xFF\xFF\xFF"sv, // negative cells
+    };
+    for (std::string_view head : damaged) {
+        SCOPED_TRACE(&head - damaged);
+        EXPECT_FALSE(Read(std::string(head) += kPayload.substr(12)));
+    }
+}
+
+TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
+{
+    const std::string_view heads[] = {
+        "\0\0\0\0\x02\0\0\0\x01\0\0\0"sv,
+        "\x03\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0"sv,
+        "\x03\0\0\0\x02\0\0\0\0\0\0\0"sv,
+    };
+    for (std::string_view head : heads) {
+        SCOPED_TRACE(&head - heads);
+        const SP<BSmartObj> object = Read(head);
+        const auto* array = dynamic_cast<const BBitArray*>(object.Get());
+        ASSERT_TRUE(array);
+        EXPECT_EQ(array->Data(), nullptr);
+    }
+}
