@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <typeinfo>
 
 /// Names of types as files hold them.
@@ -10,5 +11,8 @@ namespace platform {
 /// always the same pointer for one type. Thread-safe; as cheap as a look-up of the type's address
 /// after the first call.
 [[nodiscard]] const char* TypeName(const std::type_info& type);
+
+/// The same text, made anew by each call.
+[[nodiscard]] std::string MakeTypeName(const std::type_info& type);
 
 } // namespace platform

@@ -1,0 +1,12 @@
+#include "core/platform/Thread.h"
+
+#include <windows.h>
+
+namespace platform {
+
+std::uint32_t CurrentThreadId() noexcept
+{
+    return ::GetCurrentThreadId();
+}
+
+} // namespace platform
