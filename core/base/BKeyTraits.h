@@ -1,0 +1,57 @@
+#pragma once
+
+#include "core/base/BString.h"
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+/// A hash of `size` bytes that differs from process to process, so that nobody can prepare keys
+/// that collide. Never to be stored.
+[[nodiscard]] QD_CORE_API std::uint64_t QDSeededHash(const void* bytes, std::size_t size);
+
+/// What a dictionary asks of its keys. `Hash` decides the bucket and so the order of iteration, it
+/// is the same in every process; `Seeded` finds entries; `Equal` tells keys apart.
+///
+/// Integers, enumerations and pointers hash as their value. Specialise it for keys of other types.
+template <class K>
+struct BKeyTraits {
+    static std::uint64_t Hash(K key) noexcept requires std::integral<K> || std::is_enum_v<K>
+    {
+        return static_cast<std::uint64_t>(key);
+    }
+    static std::uint64_t Hash(K key) noexcept requires std::is_pointer_v<K>
+    {
+        return reinterpret_cast<std::uintptr_t>(key);
+    }
+    static std::uint64_t Seeded(K key) { return QDSeededHash(&key, sizeof key); }
+    static bool Equal(K a, K b) noexcept { return a == b; }
+};
+
+/// Intended: only the first 5 bytes count for the bucket. Keys are equal byte for byte, without the
+/// collation that `operator==` of the strings goes by.
+template <>
+struct QD_CORE_API BKeyTraits<BString> {
+    static std::uint64_t Hash(const BString& key) noexcept;
+    static std::uint64_t Seeded(const BString& key);
+    static bool Equal(const BString& a, const BString& b) noexcept;
+};
+
+/// Intended: only the first 8 units count for the bucket.
+template <>
+struct QD_CORE_API BKeyTraits<WString> {
+    static std::uint64_t Hash(const WString& key) noexcept;
+    static std::uint64_t Seeded(const WString& key);
+    static bool Equal(const WString& a, const WString& b) noexcept;
+};
+
+template <class T>
+struct BKeyTraits<SP<T>> {
+    static std::uint64_t Hash(const SP<T>& key) noexcept { return BKeyTraits<T*>::Hash(key.Get()); }
+    static std::uint64_t Seeded(const SP<T>& key) { return BKeyTraits<T*>::Seeded(key.Get()); }
+    static bool Equal(const SP<T>& a, const SP<T>& b) noexcept { return a == b; }
+};

@@ -1,0 +1,102 @@
+#include "core/base/BSmartObj.h"
+
+#include "core/base/BString.h"
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+#include "core/platform/Fault.h"
+#include "core/platform/TypeName.h"
+
+#include <charconv>
+
+static_assert(sizeof(BSmartObj) == 16, "AllocatedMemory and derived classes count on 16 bytes");
+
+std::int32_t BSmartObj::m_unique_id_counter = 0;
+
+BSmartObj::BSmartObj() noexcept
+    : m_uniqueId(std::atomic_ref<std::int32_t>(m_unique_id_counter)++ + 1)
+{}
+
+BSmartObj::BSmartObj(const BSmartObj&) noexcept
+    : m_uniqueId(0)
+{}
+
+BSmartObj& BSmartObj::operator=(const BSmartObj&) noexcept
+{
+    return *this;
+}
+
+BSmartObj::~BSmartObj() = default;
+
+std::uint64_t BSmartObj::AllocatedMemory() const
+{
+    return sizeof(BSmartObj);
+}
+
+void BSmartObj::WriteData(BArchive&) const {}
+
+void BSmartObj::UpdateAssociations(BArchive&) {}
+
+const char* BSmartObj::ArchiveName() const
+{
+    return ClassName();
+}
+
+bool BSmartObj::VerifyObj()
+{
+    return true;
+}
+
+int BSmartObj::Version() const
+{
+    return 0;
+}
+
+WString BSmartObj::Properties()
+{
+    return WString(QD_W("Type : ")) + WString(BString(ClassName()));
+}
+
+const char* BSmartObj::ClassName() const
+{
+    return platform::TypeName(typeid(*this));
+}
+
+const char* BSmartObj::ClassName(const std::type_info& type)
+{
+    return platform::TypeName(type);
+}
+
+const char* BSmartObj::CLASSNAME()
+{
+    return platform::TypeName(typeid(BSmartObj));
+}
+
+BString BSmartObj::Id() const
+{
+    return Id(this);
+}
+
+BString BSmartObj::Id(const void* pointer)
+{
+    return Id(std::uint64_t{reinterpret_cast<std::uintptr_t>(pointer)});
+}
+
+BString BSmartObj::Id(std::uint64_t value)
+{
+    char digits[17];
+    *std::to_chars(digits, digits + 16, value, 16).ptr = 0;
+    return BString(digits);
+}
+
+bool BSmartObj::IsValidObject(BSmartObj* object)
+{
+    if (object == nullptr)
+        return false;
+    return platform::RunGuarded([](void* called) { static_cast<BSmartObj*>(called)->VerifyObj(); },
+                                object);
+}
+
+SP<BSmartObj> BSmartObj::Read(BArchive&, int)
+{
+    return nullptr;
+}

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "core/platform/Export.h"
+
+#include <atomic>
+#include <cstdint>
+#include <typeinfo>
+
+class BArchive;
+class BString;
+class WString;
+template <class T>
+class SP;
+
+/// Root of every shared object: a reference count that decides the lifetime, a number unique in the
+/// process, and a class name under which archives keep the object.
+///
+/// Objects are made with `new` and owned through SP. One on the stack or inside another object is
+/// fine as long as no SP ever takes it. References are taken and released on any threads at once;
+/// all else about an object is the business of its class.
+///
+/// An archivable class overrides `WriteData`, `UpdateAssociations`, `VerifyObj` and `Version`, has
+/// a static `Read` of its own and registers it with `RegisterArchiveCallback`.
+class QD_CORE_API BSmartObj {
+public:
+    /// Count 0, and the next number as unique id: 1 for the first object of the process.
+    BSmartObj() noexcept;
+    /// Intended: a copy has unique id 0 and draws no number; a class that wants one draws its own.
+    BSmartObj(const BSmartObj& other) noexcept;
+    /// Intended: copies nothing, for count and id belong to the object, not to its value.
+    BSmartObj& operator=(const BSmartObj& other) noexcept;
+
+    // The order of the virtual functions is part of the interface.
+
+    virtual ~BSmartObj();
+    /// Bytes that the object holds, with what it owns.
+    [[nodiscard]] virtual std::uint64_t AllocatedMemory() const;
+    /// Writes the payload of the object's record.
+    virtual void WriteData(BArchive& archive) const;
+    /// Turns the indices that `Read` took from the archive into pointers, once all objects are
+    /// read.
+    virtual void UpdateAssociations(BArchive& archive);
+    /// The name that stands in archives; `ClassName` unless a class says otherwise.
+    [[nodiscard]] virtual const char* ArchiveName() const;
+    /// Self-check after reading: false makes the archive refuse what it read.
+    virtual bool VerifyObj();
+    /// Version of the layout that `WriteData` writes.
+    [[nodiscard]] virtual int Version() const;
+    /// A line for people: "Type : " and the class name.
+    [[nodiscard]] virtual WString Properties();
+    /// Writes the header of the object's record.
+    virtual void WritePrefix(BArchive& archive, BString label) const;
+
+    void Ref() const noexcept { Counter().fetch_add(1); }
+    /// Destroys the object when this was its last reference. One that was never referenced is not
+    /// destroyed: its count goes below 0.
+    void Unref() const
+    {
+        if (Counter().fetch_sub(1) == 1)
+            delete this;
+    }
+    /// The same for a pointer that may be null.
+    static void Ref(const BSmartObj* object) noexcept
+    {
+        if (object != nullptr)
+            object->Ref();
+    }
+    static void Unref(const BSmartObj* object)
+    {
+        if (object != nullptr)
+            object->Unref();
+    }
+    /// A snapshot: other threads may change it at any time.
+    [[nodiscard]] int RefCount() const noexcept
+    {
+        return Counter().load(std::memory_order_relaxed);
+    }
+
+    [[nodiscard]] long UniqueID() const noexcept { return m_uniqueId; }
+
+    /// Name of the object's own type with its keyword, "class BNode"; good for the life of the
+    /// process, and always the same pointer for one type.
+    [[nodiscard]] const char* ClassName() const;
+    /// The same for a type that is known: `static const char* CLASSNAME()` of a class returns
+    /// `ClassName(typeid(BNode))`.
+    [[nodiscard]] static const char* ClassName(const std::type_info& type);
+    [[nodiscard]] static const char* CLASSNAME();
+
+    /// The object's address as text.
+    [[nodiscard]] BString Id() const;
+    [[nodiscard]] static BString Id(const void* pointer);
+    /// Lower-case hexadecimal digits without prefix or leading zeros: "0", "ff".
+    [[nodiscard]] static BString Id(std::uint64_t value);
+
+    /// Whether `object` can be called: false for a null pointer, and for one that leads to memory
+    /// where a call of `VerifyObj` faults.
+    /// Intended: what `VerifyObj` answers does not matter.
+    [[nodiscard]] static bool IsValidObject(BSmartObj* object);
+
+    /// Rebuilds an object from its record; `version` is that of the record's header.
+    /// A plain BSmartObj is never rebuilt: null.
+    [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
+    /// Reads the header of a record; false when the archive ends or fails in it.
+    [[nodiscard]] static bool ReadPrefix(BArchive& archive, BString& id, BString& label,
+                                         BString& className, int& version, std::uint64_t& size);
+
+private:
+    [[nodiscard]] std::atomic_ref<std::int32_t> Counter() const noexcept
+    {
+        return std::atomic_ref<std::int32_t>(m_refCount);
+    }
+
+    static std::int32_t m_unique_id_counter; // last number given out; changed only atomically
+
+    mutable std::int32_t m_refCount = 0; // changed only atomically
+    std::int32_t m_uniqueId;
+};
