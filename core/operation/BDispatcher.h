@@ -1,0 +1,79 @@
+#pragma once
+
+#include "core/base/BSmartObj.h"
+#include "core/base/SP.h"
+#include "core/platform/Export.h"
+
+#include <cstdint>
+
+class BMessageReceiver;
+
+/// The one object of a process through which the library reaches the user interface. The
+/// application derives it and registers it at start-up; the library delivers numbered messages with
+/// two parameters to it, and drops them while none is registered.
+///
+/// Registration is for start-up and shut-down: it must not run beside a delivery on another thread.
+/// An application takes its dispatcher back by registering an empty pointer before it ends; one
+/// that is still registered then is not destroyed.
+///
+/// Messages of the library:
+///
+///     3075  child added to a node            sent    the child, its index
+///     3076  children removed from a node     sent    the node
+///     3077  node's text changed              sent    the node
+///     3079  attributes or annotations        sent    the node
+///     3080  visitor changed a node           sent    the node
+///     3081  node's object changed            sent    the node
+///     3082  node's active flag changed       sent    the node
+///     3088  node's locked flag changed       sent    the node
+///     3113  a unit changed                   posted  the unit class
+///     3156  memory in use changed            posted
+///     4075  progress                         sent    of a synchronous operation
+///     4077  progress increment               sent    of a progress mapping
+///     4078  status text                      sent    of a synchronous operation
+///     8195  status text                      sent on the dispatcher's thread, else posted
+///     8196  progress                         the same
+///     8197  error of an asynchronous         the same
+///           operation
+class QD_CORE_API BDispatcher : public BSmartObj {
+public:
+    ~BDispatcher() override;
+
+    // The order of the virtual functions is part of the interface.
+
+    /// Delivers now and waits until the receivers have handled the message. False when it was not
+    /// delivered.
+    virtual bool Send(unsigned int message, std::uint64_t first, std::uint64_t second) = 0;
+    /// Queues the message and returns. False when it will not be delivered.
+    virtual bool Post(unsigned int message, std::uint64_t first, std::uint64_t second) = 0;
+    /// Id of the thread that delivers, as `QDCurrentThreadId` tells it there.
+    [[nodiscard]] virtual unsigned long ThreadId() const = 0;
+    /// Delivers to `receiver`, too, until it is removed. False for null or when it is there
+    /// already.
+    virtual bool AddReceiver(BMessageReceiver* receiver) = 0;
+    /// False when `receiver` was not there.
+    virtual bool RemoveReceiver(BMessageReceiver* receiver) = 0;
+
+    /// What `DispatcherThreadId` answers while no dispatcher is registered.
+    static constexpr unsigned long kNoThread = 0xFFFFFFFF;
+
+    /// Replaces the process's dispatcher and releases the one before; an empty pointer unregisters.
+    static void RegisterDispatcher(SP<BDispatcher> dispatcher);
+    /// The registered dispatcher; empty when there is none.
+    [[nodiscard]] static SP<BDispatcher> Instance();
+
+    /// Without a registered dispatcher these answer false and `kNoThread`.
+    static bool DispatcherSend(unsigned int message, std::uint64_t first, std::uint64_t second);
+    static bool DispatcherPost(unsigned int message, std::uint64_t first, std::uint64_t second);
+    [[nodiscard]] static unsigned long DispatcherThreadId();
+    [[nodiscard]] static bool CurrentThreadIsDispatcherThread();
+};
+
+/// `BDispatcher::DispatcherSend` for callers that do not look at the result.
+QD_CORE_API void QDSend(unsigned int message, std::uint64_t first, std::uint64_t second);
+/// `BDispatcher::DispatcherPost` for callers that do not look at the result.
+QD_CORE_API void QDPost(unsigned int message, std::uint64_t first, std::uint64_t second);
+/// `BDispatcher::CurrentThreadIsDispatcherThread`.
+[[nodiscard]] QD_CORE_API bool QDCurrentThreadIsDispatcherThread();
+/// The id of the calling thread that `BDispatcher::ThreadId` is compared with.
+[[nodiscard]] QD_CORE_API unsigned long QDCurrentThreadId() noexcept;
