@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/archive/BArchive.h"
+#include "core/base/ClassRegistry.h"
+
+#include <cstdint>
+#include <vector>
+
+/// An archivable object with references to others and a number, as an application would write it.
+class Item : public BSmartObj {
+public:
+    explicit Item(int value = 0)
+        : m_value(value)
+    {
+    }
+
+    void WriteData(BArchive& archive) const override
+    {
+        archive << m_value << static_cast<int>(m_links.size());
+        for (const SP<BSmartObj>& link : m_links)
+            archive << link.Get();
+    }
+    void UpdateAssociations(BArchive& archive) override
+    {
+        for (void* index : m_indices)
+            m_links.push_back(archive.QueryObject(index));
+        m_indices.clear();
+        ++m_associated;
+    }
+    bool VerifyObj() override { return m_value != kUnsound; }
+
+    static const char* CLASSNAME() { return ClassName(typeid(Item)); }
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        SP<Item> item(new Item);
+        int count = 0;
+        archive >> item->m_value >> count;
+        if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / 4)
+            throw ArchiveFormatFault;
+        for (int i = 0; i < count; ++i) {
+            void* index = nullptr;
+            archive >> index;
+            item->m_indices.push_back(index);
+            if (index != nullptr)
+                archive.TakeOutLater(Id(reinterpret_cast<std::uintptr_t>(index)));
+        }
+        return item;
+    }
+    static void Register() { RegisterArchiveCallback(CLASSNAME(), &Read); }
+
+    [[nodiscard]] Item* Link(std::size_t i) const { return static_cast<Item*>(m_links.at(i).Get()); }
+
+    static constexpr int kUnsound = -666;
+
+    int m_value;
+    std::vector<SP<BSmartObj>> m_links;
+    std::vector<void*> m_indices;
+    int m_associated = 0;
+};

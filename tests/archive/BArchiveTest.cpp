@@ -1,0 +1,487 @@
+#include "core/archive/BArchive.h"
+
+#include "core/base/BError.h"
+#include "core/geometry/BFColor.h"
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+#include "tests/archive/ArchiveTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <string>
+
+using namespace std::string_literals;
+
+namespace {
+
+// One of each value that a record can hold.
+class Values : public BSmartObj {
+public:
+    void WriteData(BArchive& archive) const override
+    {
+        archive << m_narrow << m_wide << m_int << m_float << m_double << m_char << m_short << m_long
+                << m_colour;
+        archive.WriteMemoryBlock(m_block.data(), m_block.size());
+    }
+    static SP<BSmartObj> Read(BArchive& archive, int version)
+    {
+        SP<Values> values(new Values);
+        values->m_readVersion = version;
+        archive >> values->m_narrow >> values->m_wide >> values->m_int >> values->m_float
+            >> values->m_double >> values->m_char >> values->m_short >> values->m_long
+            >> values->m_colour;
+        values->m_block.resize(static_cast<std::size_t>(archive.BytesLeft()));
+        EXPECT_TRUE(archive.ReadMemoryBlock(values->m_block.data(), values->m_block.size()));
+        EXPECT_FALSE(archive.ReadMemoryBlock(&values->m_char, 1)) << "a record ends where it ends";
+        archive >> values->m_int;
+        EXPECT_THROW(archive >> values->m_narrow, ARCHIVE_EXCEPTION);
+        return values;
+    }
+    int Version() const override { return 3; }
+
+    BString m_narrow;
+    WString m_wide;
+    int m_int = 0;
+    float m_float = 0;
+    double m_double = 0;
+    char m_char = 0;
+    unsigned short m_short = 0;
+    std::int64_t m_long = 0;
+    BFColor m_colour;
+    std::string m_block;
+    int m_readVersion = 0;
+};
+
+// Stands in no registry.
+class Unregistered : public Item {
+};
+
+// Fails to write itself.
+class Unwritable : public Item {
+public:
+    void WriteData(BArchive& archive) const override
+    {
+        archive << 1 << 2;
+        if (m_fails)
+            throw BError(4711);
+    }
+    bool m_fails = true;
+};
+
+// Takes another object out while it is read.
+class Impatient : public BSmartObj {
+public:
+    void WriteData(BArchive& archive) const override { archive << m_wanted; }
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        SP<Impatient> object(new Impatient);
+        archive >> object->m_wanted;
+        object->m_taken = archive.TakeOut(object->m_wanted.CStr());
+        return object;
+    }
+    BString m_wanted;
+    SP<BSmartObj> m_taken;
+};
+
+class BArchiveTest : public testing::Test {
+protected:
+    BArchiveTest()
+    {
+        Item::Register();
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Values)), &Values::Read);
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Impatient)), &Impatient::Read);
+    }
+
+    // The bytes of an archive into which `insert` put objects.
+    template <typename Insert>
+    std::string Written(Insert insert)
+    {
+        {
+            BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+            insert(archive);
+            EXPECT_TRUE(archive.Flush());
+        }
+        return FileBytes(m_folder / "a.qda");
+    }
+
+    void Put(const std::string& bytes) { WriteFileBytes(m_folder / "a.qda", bytes); }
+
+    [[nodiscard]] bool OpensAs(const char* docClass, int docVersion)
+    {
+        return BArchive(m_path, BArchive::ModeRead, docClass, docVersion).IsGood();
+    }
+
+    TemporaryFolder m_folder;
+    WString m_path = m_folder.Path("a.qda");
+};
+
+// Three records: an item that refers twice to a second one, and that one, which refers to null and
+// back to the first.
+void InsertGraph(BArchive& archive)
+{
+    SP<Item> first(new Item(1));
+    SP<Item> second(new Item(2));
+    first->m_links = {second, second};
+    second->m_links = {nullptr, first};
+    archive.Insert(first.Get(), "first");
+    archive.Insert(new Item(3), "third");
+    archive.Flush();
+    second->m_links.clear(); // the test's own objects are a circle
+}
+
+const char* const kGraph = "S\x09\0\0\0class Doc\x07\0\0\0"
+                           "S\x0E\0\0\0class BArchive\x08\0\0\0";
+
+} // namespace
+
+TEST_F(BArchiveTest, WritesTheDocumentedBytes)
+{
+    const std::string header(kGraph, 41);
+    const auto record = [](const std::string& id, const std::string& label, const std::string& payload) {
+        return "S\x01\0\0\0"s + id + "S" + static_cast<char>(label.size()) + "\0\0\0"s + label
+               + "S\x0A\0\0\0class Item\0\0\0\0"s + static_cast<char>(payload.size())
+               + "\0\0\0\0\0\0\0"s + payload;
+    };
+    const std::string two("\2\0\0\0\2\0\0\0", 8);
+    EXPECT_EQ(Written([](BArchive&) {}), header);
+    EXPECT_EQ(Written(InsertGraph),
+              header
+                  + record("1", "first",
+                           "\1\0\0\0"s + "\2\0\0\0"s + "\3\0\0\0\0\0\0\0"s + "\3\0\0\0\0\0\0\0"s)
+                  + record("2", "third", "\3\0\0\0\0\0\0\0"s)
+                  + record("3", "", two + "\0\0\0\0\0\0\0\0"s + "\1\0\0\0\0\0\0\0"s));
+}
+
+TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
+{
+    Written(InsertGraph);
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    ASSERT_TRUE(archive.IsGood());
+    const SP<BSmartObj> object = archive.TakeOut("first");
+    auto* first = dynamic_cast<Item*>(object.Get());
+    ASSERT_NE(first, nullptr);
+    Item* second = first->Link(0);
+    EXPECT_EQ(second, first->Link(1));
+    EXPECT_EQ(second->m_value, 2);
+    EXPECT_EQ(second->Link(0), nullptr);
+    EXPECT_EQ(second->Link(1), first);
+    EXPECT_EQ(first->m_associated, 1);
+    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(3)), second);
+    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(2)), nullptr) << "not asked for yet";
+    EXPECT_EQ(archive.TakeOut("first"), object);
+    EXPECT_EQ(archive.TakeOut("3"), second) << "an index text is a name, too";
+    EXPECT_NE(archive.TakeOut("third"), nullptr);
+    EXPECT_EQ(first->m_associated, 1) << "once, however often the archive is asked";
+    second->m_links.clear();
+}
+
+TEST_F(BArchiveTest, KeepsEveryKindOfValue)
+{
+    SP<Values> values(new Values);
+    values->m_narrow = "a\xE9";
+    values->m_wide = QD_W("\x4E2D\xD83D\xDE00");
+    values->m_int = std::numeric_limits<int>::min();
+    values->m_float = -0.5F;
+    values->m_double = 1e-300;
+    values->m_char = '\xFF';
+    values->m_short = 65535;
+    values->m_long = std::numeric_limits<std::int64_t>::max();
+    values->m_colour = BFColor(0.25F, 0.5F, 0.75F, 1);
+    values->m_block.assign(3'000'000, 'b'); // more than the archive gathers in memory
+    Written([&](BArchive& archive) {
+        archive.Insert(values.Get(), "v");
+        archive.Insert(new Item(9), "after");
+    });
+
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    const SP<BSmartObj> object = archive.TakeOut("v");
+    auto* read = dynamic_cast<Values*>(object.Get());
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->m_readVersion, 3);
+    EXPECT_STREQ(read->m_narrow.CStr(), "a\xE9");
+    EXPECT_EQ(read->m_wide, values->m_wide);
+    EXPECT_EQ(read->m_int, values->m_int);
+    EXPECT_EQ(read->m_float, -0.5F);
+    EXPECT_EQ(read->m_double, 1e-300);
+    EXPECT_EQ(read->m_char, '\xFF');
+    EXPECT_EQ(read->m_short, 65535);
+    EXPECT_EQ(read->m_long, values->m_long);
+    EXPECT_EQ(read->m_colour, values->m_colour);
+    EXPECT_EQ(read->m_block, values->m_block);
+    EXPECT_NE(archive.TakeOut("after"), nullptr) << "the size was patched in the file";
+}
+
+TEST_F(BArchiveTest, TheFirstObjectUnderALabelKeepsIt)
+{
+    Written([](BArchive& archive) {
+        SP<Item> twice(new Item(1));
+        archive.Insert(twice.Get(), "a");
+        archive.Insert(twice.Get(), "again");    // queued already
+        archive.Insert(new Item(2), "a");        // the label is taken
+        archive.Insert(new Item(3), "");         // no label: always taken
+        archive.Insert(new Item(4), nullptr);
+        archive.Insert(nullptr, "null");
+        archive.Insert(new Item(5), "1");        // a label that looks like an index
+    });
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    const auto value = [&](const char* name) {
+        const SP<BSmartObj> object = archive.TakeOut(name);
+        return object ? static_cast<Item*>(object.Get())->m_value : -1;
+    };
+    EXPECT_EQ(value("a"), 1);
+    EXPECT_EQ(value("again"), -1);
+    EXPECT_EQ(value("null"), -1);
+    EXPECT_EQ(value("1"), 5) << "labels first";
+    EXPECT_EQ(static_cast<Item*>(archive.QueryObject(archive.IndexToPtr(1)).Get())->m_value, 1)
+        << "a reference goes by the index";
+    EXPECT_EQ(value(""), -1);
+    EXPECT_EQ(value("A"), -1) << "labels are compared byte for byte";
+}
+
+TEST_F(BArchiveTest, AcceptsADocumentByClassAndVersion)
+{
+    struct Case {
+        std::string fileClass, archiveClass;
+        int fileVersion, format;
+        const char* docClass;
+        int docVersion;
+        bool good;
+    };
+    const Case cases[] = {
+        {"class Doc", "class BArchive", 7, 8, "class Doc", 7, true},
+        {"class Doc", "class BArchive", 7, 8, "class Doc", 6, true},
+        {"class Doc", "class BArchive", 7, 8, "class Doc", 8, false},
+        {"class Doc", "class BArchive", 7, 8, "class doc", 7, false},
+        {"class Doc", "class BArchive", 7, 8, "Doc", 7, false},
+        {"class Doc", "class Other", 7, 8, "class Doc", 7, false},
+        {"class Doc", "BArchive", 7, 8, "class Doc", 7, false},
+        {"Doc", "BArchive", 7, 8, "class Doc", 7, true}, // from before names had the keyword
+        {"Doc", "class BArchive", 7, 8, "Doc", 7, true},
+        {"", "BArchive", 0, 8, "", 0, true},
+        {"class Doc", "class BArchive", 7, 1, "class Doc", 7, false},
+        {"class Doc", "class BArchive", 7, 2, "class Doc", 7, true},
+        {"class Doc", "class BArchive", 7, 7, "class Doc", 7, true},
+        {"class Doc", "class BArchive", 7, 9, "class Doc", 7, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.fileClass + " " + c.archiveClass + " " + std::to_string(c.format) + " for "
+                     + c.docClass + " " + std::to_string(c.docVersion));
+        const auto text = [](const std::string& t) {
+            return "S"s + static_cast<char>(t.size()) + "\0\0\0"s + t;
+        };
+        const auto number = [](int n) { return static_cast<char>(n) + "\0\0\0"s; };
+        Put(text(c.fileClass) + number(c.fileVersion) + text(c.archiveClass) + number(c.format));
+        EXPECT_EQ(OpensAs(c.docClass, c.docVersion), c.good);
+    }
+    EXPECT_FALSE(BArchive(m_folder.Path("absent"), BArchive::ModeRead, "", 0).IsGood());
+    EXPECT_FALSE(BArchive(m_folder.Path("no/such"), BArchive::ModeWrite, "", 0).IsGood());
+}
+
+TEST_F(BArchiveTest, ReadsTheSizesAndReferencesOfOlderFormats)
+{
+    const auto archive = [](char format, const std::string& size, const std::string& reference) {
+        const auto record = [&](const std::string& id, char value, const std::string& links) {
+            const std::string payload = value + "\0\0\0"s + links;
+            return "S\1\0\0\0"s + id + "S\0\0\0\0"s + "S\4\0\0\0Item"s + "\0\0\0\0"s
+                   + static_cast<char>(payload.size()) + size + payload;
+        };
+        return "S\3\0\0\0Doc\7\0\0\0S\x08\0\0\0BArchive"s + format + "\0\0\0"s
+               + record("1", 5, "\1\0\0\0\2"s + reference) + record("2", 6, "\0\0\0\0"s);
+    };
+    const std::string three(3, '\0');
+    const std::string seven(7, '\0');
+    struct Case {
+        char format;
+        std::string size, reference; // the bytes behind the first
+        bool good;
+    };
+    const Case cases[] = {
+        {2, three, three, true}, {6, three, three, true}, {7, three, seven, true},
+        {7, seven, seven, false}, // written with 8 bytes of size, read with 4
+        {8, seven, seven, true}, {8, three, seven, false},
+    };
+    // The class of the records is called "class Item"; here it stands without its keyword.
+    for (const Case& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.format));
+        Put(archive(c.format, c.size, c.reference));
+        BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
+        EXPECT_EQ(in.IsGood(), c.good);
+        const SP<BSmartObj> object = in.TakeOut("1");
+        ASSERT_EQ(static_cast<bool>(object), c.good);
+        if (c.good) {
+            EXPECT_EQ(in.Version(), c.format);
+            EXPECT_EQ(static_cast<Item*>(object.Get())->m_value, 5);
+            EXPECT_EQ(static_cast<Item*>(object.Get())->Link(0)->m_value, 6);
+        }
+    }
+}
+
+TEST_F(BArchiveTest, OfAllPrefixesOnlyWholeRecordsAreGood)
+{
+    const std::string whole = Written(InsertGraph);
+    int good = 0;
+    for (std::size_t size = 0; size <= whole.size(); ++size) {
+        Put(whole.substr(0, size));
+        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+        good += archive.IsGood() ? 1 : 0;
+        EXPECT_EQ(archive.TakeOut("no such"), nullptr);
+    }
+    EXPECT_EQ(good, 1 + 3);
+}
+
+// Whatever byte is changed, the archive is refused, or gives null or objects; the sanitizers watch.
+TEST_F(BArchiveTest, DamageIsRefusedOrLeavesTheWholeObjects)
+{
+    const std::string whole = Written(InsertGraph);
+    int refused = 0;
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        for (const char value : {'\0', '\1', '\x7F', '\xFF'}) {
+            std::string damaged = whole;
+            damaged[at] = value;
+            Put(damaged);
+            BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+            refused += archive.IsGood() ? 0 : 1;
+            for (const char* name : {"first", "third", "3"}) {
+                const SP<BSmartObj> object = archive.TakeOut(name);
+                if (auto* item = dynamic_cast<Item*>(object.Get()))
+                    item->m_links.clear(); // the graph may be a circle
+            }
+            for (std::uint64_t index = 1; index < 4; ++index) {
+                if (const SP<BSmartObj> object = archive.QueryObject(archive.IndexToPtr(index)))
+                    static_cast<Item*>(object.Get())->m_links.clear();
+            }
+        }
+    }
+    EXPECT_GT(refused, 300) << "the header and the chain of records are checked";
+
+    for (std::size_t at = 0; at + 8 <= whole.size(); ++at) { // sizes and counts of all ones
+        std::string damaged = whole;
+        damaged.replace(at, 8, 8, '\xFF');
+        Put(damaged);
+        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+        const SP<BSmartObj> object = archive.TakeOut("third");
+        EXPECT_TRUE(!object || archive.IsGood());
+    }
+}
+
+TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNull)
+{
+    Written([](BArchive& archive) {
+        SP<Item> item(new Item(1));
+        item->m_links = {SP<BSmartObj>(new Unregistered), SP<BSmartObj>(new Item(2))};
+        archive.Insert(item.Get(), "item");
+        archive.Insert(new Unregistered, "unregistered");
+        archive.Insert(new Item(Item::kUnsound), "unsound");
+    });
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    const SP<BSmartObj> object = archive.TakeOut("item");
+    auto* item = dynamic_cast<Item*>(object.Get());
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(item->Link(0), nullptr);
+    EXPECT_EQ(item->Link(1)->m_value, 2);
+    EXPECT_EQ(archive.TakeOut("unregistered"), nullptr);
+    EXPECT_TRUE(archive.VerifyObjects());
+    EXPECT_EQ(archive.TakeOut("unsound"), nullptr);
+    EXPECT_FALSE(archive.VerifyObjects());
+    EXPECT_EQ(archive.TakeOut("item"), nullptr) << "one that fails its self-check spoils the archive";
+}
+
+TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
+{
+    SP<Unwritable> unwritable(new Unwritable);
+    {
+        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+        archive.Insert(new Item(1), "before");
+        archive.Insert(unwritable.Get(), "unwritable");
+        archive.Insert(new Item(2), "behind");
+        EXPECT_THROW(archive.Flush(), BError);
+        EXPECT_TRUE(archive.IsGood());
+        EXPECT_THROW(archive.Flush(), BError) << "it stays queued";
+        unwritable->m_fails = false;
+    }
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    EXPECT_NE(archive.TakeOut("before"), nullptr);
+    EXPECT_NE(archive.TakeOut("behind"), nullptr);
+}
+
+TEST_F(BArchiveTest, TheWrongModeDoesNothing)
+{
+    {
+        BArchive out(m_path, BArchive::ModeWrite, "class Doc", 7);
+        int value = 5;
+        out >> value;
+        EXPECT_EQ(value, 5);
+        EXPECT_EQ(out.TakeOut("x"), nullptr);
+        EXPECT_EQ(out.MapPointerToIndex(nullptr), 0U);
+        EXPECT_EQ(out.MapPointerToIndex(&value), 1U);
+        EXPECT_EQ(out.MapPointerToIndex(&out), 2U);
+        EXPECT_EQ(out.MapPointerToIndex(&value), 1U);
+    }
+    const std::string before = FileBytes(m_folder / "a.qda");
+    {
+        BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
+        in << 5 << BString("x");
+        in.Insert(new Item, "x");
+        EXPECT_FALSE(in.Flush());
+        EXPECT_TRUE(in.IsGood());
+        EXPECT_EQ(in.Mode(), BArchive::ModeRead);
+        EXPECT_EQ(in.Path(), m_path);
+        try {
+            in.ThrowError();
+            FAIL();
+        } catch (BError& error) {
+            EXPECT_EQ(error.Error(), 32767);
+            EXPECT_EQ(error.Argument(0), QD_W("$IDS_ErrorHint16"));
+        }
+    }
+    EXPECT_EQ(FileBytes(m_folder / "a.qda"), before);
+}
+
+TEST_F(BArchiveTest, TakingOutWhileReadingIsBounded)
+{
+    constexpr int kLength = 1000;
+    Written([](BArchive& archive) {
+        for (int i = 0; i < kLength; ++i) {
+            SP<Impatient> object(new Impatient);
+            object->m_wanted = std::to_string((i + 1) % kLength).append("x").c_str();
+            archive.Insert(object.Get(), std::to_string(i).append("x").c_str());
+        }
+    });
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    SP<BSmartObj> object = archive.TakeOut("0x");
+    int depth = 0;
+    for (; object; ++depth)
+        object = static_cast<Impatient*>(object.Get())->m_taken;
+    EXPECT_GT(depth, 10);
+    EXPECT_LT(depth, kLength);
+}
+
+TEST_F(BArchiveTest, ReadPrefixReadsWhatWritePrefixWrote)
+{
+    class Peeking : public BSmartObj {
+    public:
+        static SP<BSmartObj> Read(BArchive& archive, int)
+        {
+            BString id, label, className;
+            int version = 0;
+            std::uint64_t size = 0;
+            EXPECT_TRUE(ReadPrefix(archive, id, label, className, version, size));
+            EXPECT_EQ(id, "1");
+            EXPECT_EQ(label, "inner");
+            EXPECT_EQ(className, "class `");
+            EXPECT_EQ(version, 4);
+            EXPECT_EQ(size, 0xEAEAEAEAEAEAEAEAU);
+            EXPECT_FALSE(ReadPrefix(archive, id, label, className, version, size));
+            return nullptr;
+        }
+        void WriteData(BArchive& archive) const override { WritePrefix(archive, "inner"); }
+        const char* ArchiveName() const override { return "class `"; }
+        int Version() const override { return 4; }
+    };
+    RegisterArchiveCallback("class `", &Peeking::Read);
+    Written([](BArchive& archive) { archive.Insert(new Peeking, "p"); });
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    EXPECT_EQ(archive.TakeOut("p"), nullptr);
+}
