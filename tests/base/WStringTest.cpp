@@ -1,0 +1,174 @@
+#include "tests/base/StringTesting.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <string>
+
+using namespace string_testing;
+
+namespace {
+
+constexpr int kLeast = std::numeric_limits<int>::min();
+constexpr int kGreatest = std::numeric_limits<int>::max();
+
+} // namespace
+
+// What stands in both classes is tested in StringMembersTest.cpp.
+
+TEST(WString, ConvertsThroughTheAnsiCodePage)
+{
+    struct Case {
+        const WChar* wide;
+        const char* narrow;
+        bool back;
+    };
+    const Case cases[] = {
+        {QD_W(""), "", true},
+        {QD_W("plain"), "plain", true},
+        {QD_W("\u00E9\u20AC"), "\xE9\x80", true},
+        {QD_W("\u03B1\u221E"), "a8", false}, // look-alikes
+        {QD_W("\u65E5\u672C"), "??", false}, // nothing alike
+        {QD_W("\U0001F600"), "??", false},   // one for each half
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.narrow);
+        const WString wide = row.wide;
+        EXPECT_EQ(Plain(wide.AsString()), row.narrow);
+        EXPECT_EQ(Plain(BString(row.wide)), row.narrow);
+        if (row.back) {
+            EXPECT_EQ(std::basic_string<WChar>(WString(wide.AsString())), row.wide);
+        }
+    }
+    EXPECT_TRUE(WString(BString()).IsEmpty());
+    EXPECT_EQ(WString::AsChar(0xE9), '\xE9');
+    EXPECT_EQ(WString::AsChar(0x65E5), '?');
+}
+
+TEST(WString, ComparesByTheUsersCollation)
+{
+    EXPECT_TRUE(WString(QD_W("Stra\u00DFe")) == QD_W("Strasse"));
+    EXPECT_TRUE(WString(QD_W("\u00C4pfel")).IEqual(QD_W("\u00E4pfel")));
+    EXPECT_FALSE(WString(QD_W("\u00C4pfel")).IStartsWith(QD_W("\u00E4"))); // ASCII letters only
+    EXPECT_TRUE(WString(QD_W("ab\u00AD")).EndsWith(QD_W("\u00AD")));
+
+    WString names[] = {QD_W("Part"), QD_W("hole"), QD_W("edge"), nullptr};
+    std::qsort(names, std::size(names), sizeof *names, WString::ICmpForQSort);
+    EXPECT_EQ(Plain(names[0] + names[1] + QD_W(" ") + names[2] + QD_W(" ") + names[3]),
+              "edge hole Part");
+}
+
+TEST(WString, ReplaceAtWithACountMayGrow)
+{
+    struct Case {
+        const char *text, *written;
+        std::size_t position, count;
+        const char* result;
+    };
+    const Case cases[] = {
+        {"abcdef", "XYZ", 2, 1, "abXYZdef"},
+        {"abcdef", "", 2, 3, "abf"},
+        {"abcdef", "X", 2, std::size_t(-1), "abX"},
+        {"abcdef", "X", 6, 0, "abcdefX"},
+        {"abcdef", "X", 7, 0, "abcdef"},
+        {"", "X", 0, 9, "X"},
+    };
+    for (const Case& row : cases) {
+        const WString original = Make<WString>(row.text);
+        WString text = original;
+        text.ReplaceAt(Make<WString>(row.written), row.position, row.count);
+        EXPECT_EQ(Plain(text), row.result);
+        EXPECT_EQ(Plain(original), row.text);
+    }
+    WString text = QD_W("abc");
+    text.ReplaceAt(text.CStr() + 1, 1, 0);
+    EXPECT_EQ(Plain(text), "abcbc");
+}
+
+TEST(WString, IntegersAreReadAsDecimalsThenAsHexadecimals)
+{
+    struct Case {
+        const char* text;
+        bool good;
+        int value;
+    };
+    const Case cases[] = {
+        {"  7  ", true, 7},
+        {"12.6", true, 13},
+        {"12.5", true, 13},
+        {"12.4", true, 12},
+        {"-2.5", true, -3},
+        {"-0.5", true, -1},
+        {"-0.4", true, 0},
+        {"ff", true, 255},
+        {"10", true, 10},
+        {"1e12", true, kGreatest},
+        {"-1e12", true, kLeast},
+        {"inf", true, kGreatest},
+        {"2147483647", true, kGreatest},
+        {"-2147483648", true, kLeast},
+        {"7x", false, 0},
+        {"", false, 0},
+        {"zz", false, 0},
+    };
+    for (const Case& row : cases) {
+        int value = 0;
+        EXPECT_EQ(Make<WString>(row.text).Convert(value), row.good) << row.text;
+        if (row.good) {
+            EXPECT_EQ(value, row.value) << row.text;
+        }
+    }
+}
+
+TEST(WString, PrintfTakesTextsOfAnyLength)
+{
+    WString text;
+    text.Printf(QD_W("%s|%S|%I64d"), QD_W("wide"), "narrow", std::int64_t{1} << 40);
+    EXPECT_EQ(Plain(text), "wide|narrow|1099511627776");
+    for (const std::size_t length : {4095u, 4096u, 4097u, 5000u, 40000u}) {
+        const std::string expected(length, 'x');
+        text.Printf(QD_W("%s"), Make<WString>(expected).CStr());
+        EXPECT_TRUE(Plain(text) == expected) << length;
+    }
+    text.Printf(QD_W("%*d"), 1 << 28, 1);
+    EXPECT_TRUE(text.IsEmpty());
+}
+
+TEST(WString, UnitsAbove255LoseTheirHighByteWhenEscaped)
+{
+    EXPECT_EQ(Plain(WString(QD_W("\uFFFF")).Printable()), "\\xff");
+    EXPECT_EQ(Plain(WString(QD_W("\u00E9\u65E5")).Printable()), "\xE9?"); // printable
+    EXPECT_TRUE(WString(QD_W("a\u0100")).Includes16bitChars());
+    EXPECT_FALSE(WString(QD_W("a\u00FF")).Includes16bitChars());
+    EXPECT_FALSE(WString().Includes16bitChars());
+}
+
+TEST(WString, BytesAreWrittenAsNibblesFromZeroToQuestionMark)
+{
+    const unsigned char bytes[] = {0x00, 0x19, 0xAF, 0xFA};
+    WString text;
+    text.EncodeMemory(bytes, sizeof bytes);
+    EXPECT_EQ(Plain(text), "0019:??:");
+
+    unsigned char decoded[4] = {};
+    ASSERT_TRUE(text.DecodeMemory(decoded, 4));
+    EXPECT_TRUE(std::equal(bytes, bytes + 4, decoded));
+    EXPECT_FALSE(text.DecodeMemory(decoded, 3));
+    EXPECT_FALSE(text.DecodeMemory(decoded, 5));
+    EXPECT_FALSE(text.DecodeMemory(decoded, (std::size_t(-1) >> 1) + 5)); // twice that is 8
+
+    for (const WChar* bad : {QD_W("12345678@0"), QD_W("12345678/0"), QD_W("123456780\u0130")}) {
+        unsigned char partly[5] = {};
+        EXPECT_FALSE(WString(bad).DecodeMemory(partly, 5));
+        EXPECT_EQ(partly[3], 0x78);
+        EXPECT_EQ(partly[4], 0);
+    }
+
+    text.EncodeMemory(bytes, 0);
+    EXPECT_TRUE(text.IsEmpty());
+    EXPECT_TRUE(text.DecodeMemory(nullptr, 0));
+    EXPECT_FALSE(WString(QD_W("0")).DecodeMemory(decoded, 0));
+}
