@@ -1,13 +1,12 @@
 #include "core/geometry/BBitArray.h"
 
 #include "core/archive/BArchive.h"
-#include "core/platform/TypeName.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <utility>
+#include <typeinfo>
 
 // The record:
 //
@@ -138,7 +137,7 @@ SP<BSmartObj> BBitArray::Read(BArchive& archive, int)
 
 const char* BBitArray::CLASSNAME()
 {
-    return platform::TypeName(typeid(BBitArray));
+    return ClassName(typeid(BBitArray));
 }
 
 void BBitArray::SetAllBits() noexcept

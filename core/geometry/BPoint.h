@@ -83,6 +83,7 @@ private:
 static_assert(sizeof(BPoint) == 8 && std::is_trivially_copyable_v<BPoint> &&
               std::is_standard_layout_v<BPoint>);
 
+// A size takes a point and a point a size, so one of the headers defines what the other declares.
 constexpr BSize BSize::operator+(const BPoint& offset) const noexcept
 {
     return *this + BSize(offset.X(), offset.Y());

@@ -48,6 +48,7 @@ public:
         return {NGeometry::Subtract(m_width, other.m_width),
                 NGeometry::Subtract(m_height, other.m_height)};
     }
+    /// With a `tagPOINT`, too; callers include BPoint.h, which defines them.
     [[nodiscard]] constexpr BSize operator+(const BPoint& offset) const noexcept;
     [[nodiscard]] constexpr BSize operator-(const BPoint& offset) const noexcept;
     [[nodiscard]] constexpr BSize operator*(long factor) const noexcept
@@ -83,5 +84,3 @@ private:
 
 static_assert(sizeof(BSize) == 8 && std::is_trivially_copyable_v<BSize> &&
               std::is_standard_layout_v<BSize>);
-
-#include "core/geometry/BPoint.h" // what sizes and points do with each other
