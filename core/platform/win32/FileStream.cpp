@@ -19,7 +19,9 @@ bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept
 
 bool WriteText(std::FILE* stream, const WChar* text) noexcept
 {
-    return std::fputws(text, stream) >= 0;
+    // The failure is WEOF, which is no negative number here.
+    const int result = std::fputws(text, stream);
+    return result >= 0 && result != WEOF;
 }
 
 std::optional<std::uint64_t> FileSize(std::FILE* stream) noexcept

@@ -1,0 +1,152 @@
+#include "core/platform/CharClass.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+// The letters of the classes that hold: a letter, d digit, p print, n alphanumeric, s space.
+template <typename CHAR>
+std::string ClassesOf(CHAR character)
+{
+    std::string classes;
+    for (const auto& [name, holds] : {std::pair{'a', platform::IsAlpha(character)},
+                                      std::pair{'d', platform::IsDigit(character)},
+                                      std::pair{'p', platform::IsPrint(character)},
+                                      std::pair{'n', platform::IsAlphaNum(character)},
+                                      std::pair{'s', platform::IsSpace(character)}}) {
+        if (holds)
+            classes += name;
+    }
+    return classes;
+}
+
+const char* AsciiClasses(int value)
+{
+    if ((value >= 'A' && value <= 'Z') || (value >= 'a' && value <= 'z'))
+        return "apn";
+    if (value >= '0' && value <= '9')
+        return "dpn";
+    if (value == ' ')
+        return "ps";
+    if (value >= '\t' && value <= '\r')
+        return "s";
+    return value > ' ' && value <= '~' ? "p" : "";
+}
+
+} // namespace
+
+TEST(CharClass, SortsAsciiAlikeInBothWidths)
+{
+    for (int value = 0; value < 0x80; ++value) {
+        SCOPED_TRACE(value);
+        EXPECT_EQ(ClassesOf(static_cast<WChar>(value)), AsciiClasses(value));
+        EXPECT_EQ(ClassesOf(static_cast<char>(value)), AsciiClasses(value));
+    }
+}
+
+TEST(CharClass, KnowsUnicodeButSurrogatesOnlyAsHalves)
+{
+    struct Case {
+        WChar unit;
+        const char* classes;
+    };
+    const Case cases[] = {
+        {0x0085, "s"},                                     // next line
+        {0x00AA, "apn"},                                   // feminine ordinal
+        {0x00AD, "p"},                                     // soft hyphen
+        {0x00B2, "dpn"},                                   // superscript two counts as a digit
+        {0x00B9, "dpn"}, {0x00BC, "p"},                    // one quarter
+        {0x00D7, "p"},                                     // multiplication sign
+        {0x00E4, "apn"}, {0x03A9, "apn"}, {0x0663, "dpn"}, // Arabic digit three
+        {0x2014, "p"},                                     // dash
+        {0x200B, ""},                                      // zero width space
+        {0x2028, "s"},                                     // line separator
+        {0x3042, "apn"},                                   // hiragana
+        {0x4E2D, "apn"},                                   // ideograph
+        {0xAC00, "apn"},                                   // syllable
+        {0xD835, ""},    {0xDC00, ""},    {0xFF14, "dpn"}, // full-width digit four
+        {0xFFFF, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(static_cast<unsigned>(c.unit));
+        EXPECT_EQ(ClassesOf(c.unit), c.classes);
+    }
+    std::basic_string<WChar> spaces;
+    for (unsigned unit = 0x80; unit <= 0xFFFF; ++unit) {
+        if (platform::IsSpace(static_cast<WChar>(unit)))
+            spaces += static_cast<WChar>(unit);
+    }
+    EXPECT_EQ(spaces,
+              QD_W("\x0085\x00A0\x1680\x2000\x2001\x2002\x2003\x2004\x2005\x2006\x2007\x2008\x2009"
+                   "\x200A\x2028\x2029\x202F\x205F\x3000"));
+}
+
+// Intended: case is a matter of ASCII in the "C" locale, though the classes know every letter, and
+// the narrow classes know ASCII alone.
+TEST(CharClass, ChangesTheCaseOfAsciiOnly)
+{
+    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+        const auto wide = static_cast<WChar>(unit);
+        const bool isUpper = unit >= 'A' && unit <= 'Z';
+        const bool isLower = unit >= 'a' && unit <= 'z';
+        ASSERT_EQ(platform::ToUpper(wide), isLower ? unit - 32 : unit);
+        ASSERT_EQ(platform::ToLower(wide), isUpper ? unit + 32 : unit);
+    }
+    for (int value = -128; value < 0; ++value) {
+        const auto narrow = static_cast<char>(value);
+        EXPECT_EQ(ClassesOf(narrow), "") << value;
+        EXPECT_EQ(platform::ToUpper(narrow), narrow);
+        EXPECT_EQ(platform::ToLower(narrow), narrow);
+    }
+    EXPECT_EQ(platform::ToUpper('z'), 'Z');
+    EXPECT_EQ(platform::ToLower('A'), 'a');
+}
+
+TEST(CharClass, MeasuresTextsAtEveryAlignment)
+{
+    EXPECT_EQ(platform::Length(static_cast<const WChar*>(nullptr)), 0u);
+    EXPECT_EQ(platform::Length(static_cast<const char*>(nullptr)), 0u);
+    EXPECT_EQ(platform::Length("abc"), 3u);
+    for (std::size_t start = 0; start < 16; ++start) {
+        for (std::size_t length = 0; length < 80; ++length) {
+            // Zeros in front of the text, units with a zero byte in it, nothing behind it.
+            const std::unique_ptr<WChar[]> block(new WChar[start + length + 1]());
+            for (std::size_t i = 0; i < length; ++i)
+                block[start + i] = i % 2 == 0 ? WChar{0x0100} : WChar{0x0001};
+            ASSERT_EQ(platform::Length(block.get() + start), length) << start;
+        }
+    }
+}
+
+TEST(CharClass, ComparesWithoutRegardToAsciiCase)
+{
+    struct Case {
+        const char *a, *b;
+        std::size_t count;
+        int sign;
+    };
+    const Case cases[] = {
+        {"abc", "ABC", 3, 0},   {"abc", "ABD", 3, -1}, {"abc", "ABD", 2, 0}, {"abc", "x", 0, 0},
+        {"ab", "ABC", 2, 0},    {"ab", "ABC", 3, -1},  {"b", "AB", 9, 1},    {"ab", "AB", 9, 0},
+        {"Z", "_", 1, 1}, // as lower case: "_" stands between the two cases
+        {"\xE4", "\xC4", 1, 1},
+    };
+    const auto sign = [](int value) { return (value > 0) - (value < 0); };
+    const auto wide = [](const char* text) {
+        std::basic_string<WChar> units;
+        for (; *text != 0; ++text)
+            units += static_cast<unsigned char>(*text);
+        return units;
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.a);
+        SCOPED_TRACE(c.b);
+        EXPECT_EQ(sign(platform::CompareIgnoringAsciiCase(c.a, c.b, c.count)), c.sign);
+        EXPECT_EQ(sign(platform::CompareIgnoringAsciiCase(c.b, c.a, c.count)), -c.sign);
+        const auto a = wide(c.a), b = wide(c.b);
+        EXPECT_EQ(sign(platform::CompareIgnoringAsciiCase(a.c_str(), b.c_str(), c.count)), c.sign);
+    }
+}

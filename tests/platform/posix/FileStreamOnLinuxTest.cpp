@@ -1,0 +1,147 @@
+#include "core/platform/FileStream.h"
+#include "core/platform/posix/NativePath.h"
+
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <sys/resource.h>
+
+TEST(FileStreamOnLinux, NamesEveryFile)
+{
+    struct Case {
+        std::u16string path;
+        std::string native;
+        std::u16string back;
+    };
+    const Case cases[] = {
+        {u"", "", u""},
+        {u"x\\y/z", "x/y/z", u"x/y/z"},
+        {u"\u00E4\u20AC", "\xC3\xA4\xE2\x82\xAC", u"\u00E4\u20AC"},
+        {u"\xD83D\xDE00", "\xF0\x9F\x98\x80", u"\xD83D\xDE00"},
+        {u"\xDC80\xDCFF", "\x80\xFF", u"\xDC80\xDCFF"},
+        {u"x\xDCC3\xDCA4", "x\xC3\xA4", u"x\u00E4"}, // escaped bytes may make a character
+        {u"\xD800x", "\xED\xA0\x80x", u"\xDCED\xDCA0\xDC80x"},
+        {u"\xDC7F\xDD00", "\xED\xB1\xBF\xED\xB4\x80", u"\xDCED\xDCB1\xDCBF\xDCED\xDCB4\xDC80"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.native);
+        EXPECT_EQ(platform::ToNativePath(c.path.c_str()), c.native);
+        EXPECT_EQ(platform::FromNativePath(c.native), c.back);
+        EXPECT_EQ(platform::ToNativePath(c.back.c_str()), c.native);
+    }
+}
+
+TEST(FileStreamOnLinux, GivesEveryNativeNameBack)
+{
+    // All pairs of bytes, alone and where they are part of a longer sequence or spoil it.
+    for (int pair = 0; pair < 0x10000; ++pair) {
+        const std::string bytes = {static_cast<char>(pair >> 8), static_cast<char>(pair)};
+        if (bytes.find('\0') != std::string::npos || bytes.find('\\') != std::string::npos)
+            continue;
+        for (const std::string& name :
+             {bytes, "\xED" + bytes, "\xED\xA0" + bytes, "\xF0" + bytes + "\x80"})
+            ASSERT_EQ(platform::ToNativePath(platform::FromNativePath(name).c_str()), name);
+    }
+}
+
+TEST(FileStreamOnLinux, OpensFilesByBothSeparatorsAndEscapedBytes)
+{
+    const TemporaryFolder folder;
+    const std::u16string path =
+        platform::FromNativePath((folder / "").native()) + u"\\\xDCFF\xD83D\xDE00";
+    const platform::Stream stream = platform::OpenStream(path.c_str(), u"wb");
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE(std::filesystem::exists(folder / "\xFF\xF0\x9F\x98\x80"));
+    EXPECT_NE(::fcntl(::fileno(stream.get()), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(FileStreamOnLinux, RefusesModesThatItDoesNotKnow)
+{
+    const TemporaryFolder folder;
+    const std::u16string path = platform::FromNativePath((folder / "new").native());
+    for (const char16_t* mode :
+         {u"", u"q", u"wq", u"w,", u"w,css=UNICODE", u"w,ccs UNICODE", u"w,ccs=", u"w,ccs=UTF-16BE",
+          u"w,ccs=UNICODE,", u"w+", u"w+,ccs=UNICODE", u"wb,ccs=UNICODE"}) {
+        errno = 0;
+        EXPECT_FALSE(platform::OpenStream(path.c_str(), mode));
+        EXPECT_EQ(errno, EINVAL);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder / "new"));
+}
+
+TEST(FileStreamOnLinux, ReportsAFullDisk)
+{
+    errno = 0;
+    EXPECT_FALSE(platform::OpenStream(u"/dev/full", u"wt,ccs=UTF-16LE")); // no room for the mark
+    EXPECT_EQ(errno, ENOSPC);
+    for (const char16_t* mode : {u"wb", u"wt"}) {
+        platform::Stream stream = platform::OpenStream(u"/dev/full", mode);
+        ASSERT_TRUE(stream);
+        std::fputs("text", stream.get());
+        EXPECT_EQ(std::fflush(stream.get()), EOF);
+        EXPECT_TRUE(std::ferror(stream.get()));
+
+        stream = platform::OpenStream(u"/dev/full", mode);
+        ASSERT_TRUE(stream);
+        std::fputs("text", stream.get());
+        EXPECT_EQ(std::fclose(stream.release()), EOF);
+    }
+}
+
+TEST(FileStreamOnLinux, ReportsAFileThatMayNotGrow)
+{
+    const TemporaryFolder folder;
+    const std::u16string path = platform::FromNativePath((folder / "new").native());
+    rlimit former = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &former), 0);
+    const auto formerHandler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small = {1000, former.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+
+    platform::Stream stream = platform::OpenStream(path.c_str(), u"wt,ccs=UTF-16LE");
+    const std::u16string text(100'000, u'x');
+    const bool isWritten = stream && platform::WriteText(stream.get(), text.c_str());
+    const bool hasError = stream && std::ferror(stream.get()) != 0;
+    stream = platform::OpenStream(path.c_str(), u"wt,ccs=UTF-16LE");
+    const bool isBuffered =
+        stream && platform::WriteText(stream.get(), text.substr(0, 600).c_str());
+    const int closed = stream ? std::fclose(stream.release()) : 0;
+
+    ::setrlimit(RLIMIT_FSIZE, &former);
+    std::signal(SIGXFSZ, formerHandler);
+    EXPECT_FALSE(isWritten);
+    EXPECT_TRUE(hasError);
+    EXPECT_TRUE(isBuffered);
+    EXPECT_EQ(closed, EOF);
+    EXPECT_EQ(std::filesystem::file_size(folder / "new"), 1000u);
+}
+
+TEST(FileStreamOnLinux, JoinsSurrogatesAcrossBuffers)
+{
+    const TemporaryFolder folder;
+    const std::u16string path = platform::FromNativePath((folder / "new").native());
+    std::u16string text = u"x";
+    std::string bytes = "\xEF\xBB\xBFx";
+    for (int i = 0; i < 20'000; ++i) {
+        text += u"\xD83D\xDE00";
+        bytes += "\xF0\x9F\x98\x80";
+    }
+    platform::Stream stream = platform::OpenStream(path.c_str(), u"w,ccs=UTF-8");
+    ASSERT_TRUE(stream && platform::WriteText(stream.get(), text.c_str()));
+    stream.reset();
+    std::ifstream file(folder / "new", std::ios::binary);
+    EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(file), {}) == bytes);
+
+    stream = platform::OpenStream(path.c_str(), u"r,ccs=UTF-8");
+    std::u16string read(text.size() + 2, u'.');
+    ASSERT_TRUE(stream &&
+                platform::ReadText(stream.get(), read.data(), static_cast<int>(read.size())));
+    EXPECT_TRUE(read.substr(0, text.size() + 1) == text + u'\0');
+}
