@@ -13,7 +13,8 @@ public:
     {
         std::random_device device;
         do {
-            m_path = std::filesystem::temp_directory_path() / ("qd-" + std::to_string(device()));
+            m_path =
+                std::filesystem::temp_directory_path() / Native("qd-" + std::to_string(device()));
         } while (!std::filesystem::create_directory(m_path));
     }
     ~TemporaryFolder()
@@ -24,10 +25,13 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    [[nodiscard]] std::filesystem::path operator/(const char* name) const { return m_path / name; }
+    [[nodiscard]] std::filesystem::path operator/(const char* name) const
+    {
+        return m_path / Native(name);
+    }
 
     /// The full name of `name` in the folder, as the library takes it.
-    [[nodiscard]] WString Path(const char* name) const { return ToWide(m_path / name); }
+    [[nodiscard]] WString Path(const char* name) const { return ToWide(*this / name); }
 
     [[nodiscard]] static WString ToWide(const std::filesystem::path& path)
     {
@@ -35,5 +39,12 @@ public:
     }
 
 private:
+    // ASCII only. The standard library's own conversion does not link against the UCRT: MinGW's
+    // libstdc++ was built with another mbstate_t.
+    [[nodiscard]] static std::filesystem::path Native(const std::string& name)
+    {
+        return std::filesystem::path::string_type(name.begin(), name.end());
+    }
+
     std::filesystem::path m_path;
 };
