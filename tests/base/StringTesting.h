@@ -44,7 +44,7 @@ std::string Plain(const String& text)
 class StreamOf {
 public:
     explicit StreamOf(std::string_view bytes = "")
-        : m_stream(std::fopen((m_folder / "stream").string().c_str(), "w+b"))
+        : m_stream(std::fopen(m_folder.Path("stream").AsString(), "w+b"))
     {
         std::fwrite(bytes.data(), 1, bytes.size(), m_stream);
         std::rewind(m_stream);
