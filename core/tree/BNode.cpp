@@ -439,7 +439,7 @@ void BNode::Copy(const BNode& other)
         return;
     const SP<BNode> copy(new BNode);
     copy->CopyTreeOf(other);
-    copy->m_isMessageDispatcher = false;
+    const bool isMessageDispatcher = std::exchange(copy->m_isMessageDispatcher, false);
 
     SetText(copy->m_text);
     Activate(copy->m_isActive);
@@ -456,7 +456,7 @@ void BNode::Copy(const BNode& other)
         copy->RemoveChild(child.Get());
         AddChild(child.Get(), -1);
     }
-    m_isMessageDispatcher = other.m_isMessageDispatcher;
+    m_isMessageDispatcher = isMessageDispatcher;
 }
 
 // Fills this new node and makes the nodes below it, without a report.
@@ -579,24 +579,37 @@ void BNode::TraverseObjects(BVisitor* visitor)
 }
 
 // Puts a node without parent into the list behind `previous`, or in front when that is null.
-// `m_order` grows along the list: a node put behind the first one takes the first one's, which makes
-// way downwards, as nothing stands before it.
 void BNode::Link(const SP<BNode>& child, Children::Iterator previous)
 {
     const bool appended = previous == m_children.Tail();
     child->m_place = m_children.InsertAfter(previous, child);
     child->m_parent = this;
-    BNode* const before = previous ? previous->Get() : nullptr;
-    if (appended)
-        child->m_order = before != nullptr ? before->m_order + 1 : m_children.Count();
-    else
-        child->m_order = before->m_order--;
+    child->m_order = appended ? OrderAtEnd(previous) : OrderBehindFirst(child->m_place);
     if (m_byText != nullptr)
         m_byText->Add(*child);
     if (m_byPosition != nullptr && appended)
         m_byPosition->Append(child.Get());
     else
         delete std::exchange(m_byPosition, nullptr);
+}
+
+// `m_order` grows along the list; null entries have none.
+std::int64_t BNode::OrderAtEnd(Children::Iterator previous) const
+{
+    return previous && *previous ? (*previous)->m_order + 1 : m_children.Count();
+}
+
+// The first child makes way downwards, as nothing stands before it.
+std::int64_t BNode::OrderBehindFirst(Children::Iterator place) const
+{
+    Children::Iterator first = place;
+    --first;
+    if (*first)
+        return (*first)->m_order--;
+    do {
+        ++place;
+    } while (place && !*place);
+    return place ? (*place)->m_order - 1 : 0;
 }
 
 // The child may die of it.

@@ -173,6 +173,8 @@ private:
     void Report(unsigned int code) const;
 
     void Link(const SP<BNode>& child, Children::Iterator previous);
+    [[nodiscard]] std::int64_t OrderAtEnd(Children::Iterator previous) const;
+    [[nodiscard]] std::int64_t OrderBehindFirst(Children::Iterator place) const;
     void Unlink(BNode& child);
     void UnlinkChildren();
     void CopyTreeOf(const BNode& other);

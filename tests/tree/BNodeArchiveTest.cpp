@@ -1,0 +1,246 @@
+#include "core/archive/BArchive.h"
+#include "core/tree/BNode.h"
+#include "core/tree/BNodeItr.h"
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+#include "tests/tree/TreeTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace std::string_literals;
+
+namespace {
+
+// A node record as a file could hold it, in the format 8.
+struct NodeRecord {
+    std::vector<int> children;
+    int parent = 0;
+    int object = 0;
+    int childCount = -1; // -1: as many as there are
+};
+
+std::string Number4(int value)
+{
+    return std::string(reinterpret_cast<const char*>(&value), 4);
+}
+
+std::string Reference(int index)
+{
+    return Number4(index) + Number4(0);
+}
+
+std::string RecordOf(int index, const std::string& label, const std::string& className, int version,
+                     const std::string& payload)
+{
+    const auto text = [](const std::string& t) { return "S" + Number4(static_cast<int>(t.size())) + t; };
+    return text(std::to_string(index)) + text(label) + text(className) + Number4(version)
+           + Reference(static_cast<int>(payload.size())) + payload;
+}
+
+class BNodeArchiveTest : public testing::Test {
+protected:
+    BNodeArchiveTest()
+    {
+        Tag::Register();
+        Counted::Register();
+    }
+
+    // An archive of nodes with the indices 1, 2, ... (up to 9) and the labels "1", ...
+    void Put(const std::vector<NodeRecord>& nodes)
+    {
+        std::string bytes = "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s;
+        int index = 0;
+        for (const NodeRecord& node : nodes) {
+            std::string payload = Reference(node.object);
+            payload += Number4(node.childCount >= 0 ? node.childCount
+                                                    : static_cast<int>(node.children.size()));
+            for (const int child : node.children)
+                payload += Reference(child);
+            payload += Number4(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + Number4(1)
+                       + "n\0"s + Number4(0);
+            ++index;
+            bytes += RecordOf(index, std::to_string(index), "class BNode", 2, payload);
+        }
+        WriteFileBytes(m_folder / "a.qda", bytes);
+    }
+
+    [[nodiscard]] SP<BSmartObj> TakeOut(const char* label)
+    {
+        return BArchive(m_path, BArchive::ModeRead, "class Doc", 0).TakeOut(label);
+    }
+
+    void Save(BNode& root)
+    {
+        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
+        archive.Insert(&root, "root");
+        ASSERT_TRUE(archive.Flush());
+    }
+
+    TemporaryFolder m_folder;
+    WString m_path = m_folder.Path("a.qda");
+};
+
+} // namespace
+
+TEST_F(BNodeArchiveTest, ATreeComesBackWithAllThatItHas)
+{
+    SP<BNode> root = Named(QD_W("Root \u20AC\u4E2D"));
+    BNode* a = Append(*root, QD_W("a"));
+    BNode* b = Append(*root, QD_W("b"));
+    Append(*a, QD_W("a1"));
+    a->SetObj(new Counted);
+    b->SetObj(a->GetObj());
+    b->AddAnnotation(a->GetObj());
+    b->AddAnnotation(a);
+    b->AddAttrib(new Tag(QD_W("first"), 1));
+    b->AddAttrib(new Tag(QD_W("second"), 2));
+    b->Deactivate();
+    b->Lock(true);
+    Save(*root);
+    root = nullptr;
+    EXPECT_EQ(Counted::alive, 0);
+
+    const SP<BSmartObj> object = TakeOut("root");
+    root = dynamic_cast<BNode*>(object.Get());
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->GetText(), QD_W("Root \u20AC\u4E2D"));
+    EXPECT_EQ(root->Parent(), nullptr);
+    EXPECT_EQ(Order(*root), QD_W("a b"));
+    a = root->Child(0);
+    b = root->Child(1);
+    EXPECT_EQ(a->Parent(), root.Get());
+    EXPECT_EQ(a->Sister(), b);
+    EXPECT_EQ(Order(*a), QD_W("a1"));
+    EXPECT_TRUE(a->IsActive());
+    EXPECT_FALSE(a->IsLocked());
+    EXPECT_FALSE(b->IsActive());
+    EXPECT_TRUE(b->IsLocked());
+    EXPECT_NE(a->GetObj(), nullptr);
+    EXPECT_EQ(a->GetObj(), b->GetObj());
+    EXPECT_EQ(b->AnnotationNum(), 2);
+    EXPECT_FALSE(b->AddAnnotation(a)) << "it is the same node again";
+    ASSERT_EQ(b->AttribNum(), 2);
+    EXPECT_EQ(static_cast<Tag*>(b->Attrib(1))->m_value, 2);
+    root->AddChild(Named(QD_W("c")).Get(), 0);
+    EXPECT_EQ(Order(*root), QD_W("a c b"));
+}
+
+TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    BNode* part = Append(*root, QD_W("part"));
+    Append(*part, QD_W("leaf"));
+    {
+        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
+        archive.Insert(part, "part"); // its parent goes along
+        archive.Insert(root.Get(), "root");
+    }
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+    const SP<BSmartObj> readPart = archive.TakeOut("part");
+    auto* node = dynamic_cast<BNode*>(readPart.Get());
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->Parent(), nullptr);
+    EXPECT_EQ(Order(*node), QD_W("leaf"));
+    const SP<BSmartObj> readRoot = archive.TakeOut("4"); // in order of mention: part, leaf, root? 
+    static_cast<void>(readRoot);
+}
+
+TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
+{
+    for (const int version : {0, 1}) {
+        SCOPED_TRACE(version);
+        const std::string payload = Reference(0) + Number4(0) + Number4(0) + "S\1\0\0\0\x80"s
+                                    + Reference(0) + "\2"s
+                                    + (version == 0 ? ""s : Number4(1) + "w\0"s);
+        WriteFileBytes(m_folder / "a.qda",
+                       "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s
+                           + RecordOf(1, "1", "BNode", version, payload));
+        const SP<BSmartObj> object = TakeOut("1");
+        auto* node = dynamic_cast<BNode*>(object.Get());
+        ASSERT_NE(node, nullptr);
+        EXPECT_EQ(node->GetText(), version == 0 ? QD_W("\u20AC") : QD_W("w"));
+        EXPECT_FALSE(node->IsActive());
+        EXPECT_TRUE(node->IsLocked());
+        EXPECT_EQ(node->AnnotationNum(), 0);
+    }
+}
+
+// The sanitizers watch for what a refused graph leaves behind.
+TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
+{
+    struct Case {
+        const char* what;
+        std::vector<NodeRecord> nodes;
+        bool good;
+    };
+    const Case cases[] = {
+        {"a tree", {{{2, 3}}, {{}, 1}, {{}, 1}}, true},
+        {"its own child", {{{1}, 1}}, false},
+        {"its own parent", {{{}, 1}}, false},
+        {"above its parent", {{{2}, 2}, {{1}, 1}}, false},
+        {"a circle of three", {{{2}, 3}, {{3}, 1}, {{1}, 2}}, false},
+        {"a circle below", {{{2}}, {{3}, 3}, {{2}, 2}}, false},
+        {"twice in one list", {{{2, 2}}, {{}, 1}}, false},
+        {"in two lists", {{{2, 3}}, {{3}, 1}, {{}, 1}}, false},
+        {"a child of another parent", {{{2, 3}}, {{}, 3}, {{}, 1}}, false},
+        {"a child without parent", {{{2}}, {{}, 0}}, false},
+        {"a parent that does not know it", {{{}, 2, 2}, {{}, 0}}, false},
+        {"a parent that is not there", {{{}, 7}}, true},
+        {"a child that is not there", {{{7}}}, true},
+        {"a count beyond the record", {{{2}, 0, 0, 1000}, {{}, 1}}, false},
+        {"a count of all ones", {{{2}, 0, 0, 0x7FFFFFFF}, {{}, 1}}, false},
+    };
+    for (const Case& c : cases) {
+        Put(c.nodes);
+        const SP<BSmartObj> object = TakeOut("1");
+        EXPECT_EQ(static_cast<bool>(object), c.good) << c.what;
+        if (auto* node = dynamic_cast<BNode*>(object.Get())) {
+            EXPECT_EQ(node->ChildNum(), static_cast<int>(c.nodes[0].children.size())) << c.what;
+        }
+    }
+}
+
+TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
+{
+    Put({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 99}, {{}, 1}});
+    const SP<BSmartObj> object = TakeOut("1");
+    auto* root = dynamic_cast<BNode*>(object.Get());
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(Order(*root), QD_W("n - n"));
+    EXPECT_EQ(root->Child(0)->Sister(), root->Child(2));
+    EXPECT_EQ(root->Child(QD_W("n")), root->Child(0));
+    EXPECT_TRUE(root->AddChild(new BNode, 0));
+    EXPECT_EQ(Order(*root), QD_W("n  - n"));
+    root->RemoveChild(0);
+    root->RemoveChild(0);
+    EXPECT_TRUE(root->AddChild(Named(QD_W("s")).Get(), 0)) << "behind the null entry";
+    EXPECT_EQ(Order(*root), QD_W("- s n"));
+    root->RemoveChildren();
+}
+
+TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
+{
+    constexpr int kDepth = 1'000'000;
+    constexpr int kWidth = 100'000;
+    SP<BNode> root(new BNode);
+    BNode* bottom = root.Get();
+    for (int i = 0; i < kDepth; ++i) {
+        const SP<BNode> child(new BNode);
+        bottom->AddChild(child.Get(), -1);
+        bottom = child.Get();
+    }
+    for (int i = 0; i < kWidth; ++i)
+        bottom->AddChild(new BNode, -1);
+    Save(*root);
+    root = nullptr;
+    const SP<BSmartObj> object = TakeOut("root");
+    root = dynamic_cast<BNode*>(object.Get());
+    ASSERT_TRUE(root);
+    int count = 0;
+    for (BNodeItr itr(root.Get(), BNodeItr::All); itr; ++itr)
+        ++count;
+    EXPECT_EQ(count, 1 + kDepth + kWidth);
+}

@@ -1,0 +1,328 @@
+#include "core/tree/BNode.h"
+
+#include "tests/operation/RecordingDispatcher.h"
+#include "tests/tree/TreeTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using Message = RecordingDispatcher::Message;
+
+std::uint64_t Number(const void* pointer)
+{
+    return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+} // namespace
+
+TEST(BNode, ChildrenStandWhereTheIndexPutsThem)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    BNode* a = Append(*root, QD_W("A"));
+    EXPECT_TRUE(root->AddChild(Named(QD_W("B")).Get(), 1)) << "not below ChildNum: appended";
+    EXPECT_TRUE(root->AddChild(Named(QD_W("C")).Get(), 0)) << "behind the first";
+    EXPECT_TRUE(root->AddChild(Named(QD_W("D")).Get(), 99));
+    EXPECT_EQ(Order(*root), QD_W("A C B D"));
+    const SP<BNode> refused = Named(QD_W("X"));
+    for (const int index : {1, 2, 3})
+        EXPECT_FALSE(root->AddChild(refused.Get(), index)) << index;
+    EXPECT_FALSE(root->AddChild(a, -1)) << "has a parent";
+    EXPECT_FALSE(root->AddChild(nullptr, -1));
+    EXPECT_FALSE(root->AddChild(root.Get(), -1));
+    EXPECT_FALSE(a->AddChild(root.Get(), -1)) << "would be above itself";
+    EXPECT_EQ(refused->Parent(), nullptr);
+    EXPECT_EQ(Order(*root), QD_W("A C B D"));
+
+    EXPECT_EQ(a->Sister(), root->Child(1));
+    EXPECT_EQ(root->Child(3)->Sister(), nullptr);
+    EXPECT_EQ(root->Sister(), nullptr);
+    EXPECT_EQ(root->Child(-1), nullptr);
+    EXPECT_EQ(root->Child(4), nullptr);
+    EXPECT_EQ(a->Root(), root.Get());
+    EXPECT_TRUE(root->IsGrandParent(a));
+    EXPECT_FALSE(a->IsGrandParent(a));
+    EXPECT_FALSE(a->IsGrandParent(nullptr));
+    EXPECT_TRUE(a->Includes(a));
+    EXPECT_FALSE(a->Includes(root.Get()));
+    EXPECT_FALSE(a->Includes(nullptr));
+}
+
+TEST(BNode, RemovedChildrenLoseTheirParentOrDie)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    const SP<BNode> kept = Append(*root, QD_W("kept"));
+    Append(*root, QD_W("b"))->SetObj(new Counted);
+    BNode* inner = Append(*kept, QD_W("inner"));
+    EXPECT_EQ(Counted::alive, 1);
+    EXPECT_FALSE(root->RemoveChild(inner)) << "not its own child";
+    EXPECT_FALSE(root->RemoveChild(QD_W("kept/inner"))) << "not its own child";
+    EXPECT_FALSE(root->RemoveChild(QD_W("none")));
+    EXPECT_FALSE(root->RemoveChild(2));
+    EXPECT_TRUE(root->RemoveChild(QD_W("B")));
+    EXPECT_EQ(Counted::alive, 0);
+    EXPECT_TRUE(root->RemoveChild(0));
+    EXPECT_EQ(kept->Parent(), nullptr);
+    EXPECT_TRUE(root->AddChild(kept.Get(), -1));
+    SP<BNode> other(new BNode);
+    other->AddChild(inner->Root(), -1);
+    EXPECT_EQ(other->Child(0), root.Get());
+    other = nullptr;
+    EXPECT_EQ(root->Parent(), nullptr) << "a dead parent leaves no pointer behind";
+}
+
+TEST(BNode, PathsLeadToTheFirstMatchWithoutRegardToCase)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    BNode* a = Append(*root, QD_W("a"));
+    BNode* b = Append(*a, QD_W("b"));
+    Append(*root, QD_W("A"));
+    BNode* strasse = Append(*root, QD_W("Stra\u00DFe"));
+    BNode* empty = Append(*a, QD_W(""));
+    struct Case {
+        const WChar* path;
+        BNode* found;
+    };
+    const Case cases[] = {
+        {QD_W("a"), a},        {QD_W("A"), a},          {QD_W("a/b"), b},
+        {QD_W("//A/B"), b},    {QD_W("a/b/c"), nullptr}, {QD_W("b"), nullptr},
+        {QD_W("a/"), empty},   {QD_W(""), nullptr},      {QD_W("/"), nullptr},
+        {QD_W("ab"), nullptr}, {nullptr, nullptr},       {QD_W("STRASSE"), strasse},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(root->Child(c.path), c.found) << BString(c.path).CStr();
+    EXPECT_EQ(root->QueryChild(QD_W("a/b")), b);
+}
+
+// Above a handful of children an index answers: it has to follow each change.
+TEST(BNode, ManyChildrenAreFoundAfterEveryChange)
+{
+    constexpr int kCount = 1000;
+    const SP<BNode> root = Named(QD_W("root"));
+    std::vector<BNode*> nodes;
+    WString name;
+    for (int i = 0; i < kCount; ++i) {
+        name.Printf(QD_W("Node%d"), i);
+        nodes.push_back(Append(*root, name.CStr()));
+    }
+    EXPECT_EQ(root->Child(QD_W("node999")), nodes[999]);
+    EXPECT_EQ(root->Child(500), nodes[500]);
+
+    nodes[700]->SetText(QD_W("Node5"));
+    EXPECT_EQ(root->Child(QD_W("node5")), nodes[5]) << "of namesakes the first";
+    EXPECT_EQ(root->Child(QD_W("node700")), nullptr);
+    nodes[3]->SetText(QD_W("NODE5"));
+    EXPECT_EQ(root->Child(QD_W("node5")), nodes[3]);
+    EXPECT_TRUE(root->RemoveChild(nodes[3]));
+    EXPECT_EQ(root->Child(QD_W("node5")), nodes[5]);
+    EXPECT_TRUE(root->RemoveChild(5 - 1));
+    EXPECT_EQ(root->Child(QD_W("node5")), nodes[700]);
+    EXPECT_EQ(root->Child(500), nodes[502]);
+
+    const SP<BNode> second = Named(QD_W("NODE0"));
+    const SP<BNode> secondToo = Named(QD_W("node6"));
+    EXPECT_TRUE(root->AddChild(second.Get(), 0));
+    EXPECT_TRUE(root->AddChild(secondToo.Get(), 0));
+    EXPECT_EQ(root->Child(QD_W("node0")), nodes[0]);
+    EXPECT_EQ(root->Child(QD_W("node6")), secondToo);
+    EXPECT_EQ(root->Child(2), second);
+    EXPECT_TRUE(root->RemoveChild(0));
+    EXPECT_EQ(root->Child(QD_W("node0")), second);
+    EXPECT_EQ(root->Child(500), nodes[501]);
+
+    root->RemoveChildren();
+    EXPECT_EQ(root->Child(QD_W("node1")), nullptr);
+    const BNode* again = Append(*root, QD_W("node1"));
+    EXPECT_EQ(root->Child(QD_W("Node1")), again);
+}
+
+TEST(BNode, SuggestsTextsThatNoChildHas)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    EXPECT_EQ(root->ChildTextSuggestion(QD_W("X")), QD_W("X001"));
+    Append(*root, QD_W("plane003"));
+    Append(*root, QD_W("x"));
+    EXPECT_EQ(root->ChildTextSuggestion(QD_W("Plane")), QD_W("Plane004"));
+    EXPECT_EQ(root->ChildTextSuggestion(WString()), QD_W("003"));
+    for (int i = 2; i < 1000; ++i)
+        Append(*root, QD_W("x"));
+    EXPECT_EQ(root->ChildTextSuggestion(QD_W("P")), QD_W("P1001"));
+}
+
+TEST(BNode, AttributesAreUniqueByNameAndAnnotationsByIdentity)
+{
+    const SP<BNode> node = Named(QD_W("node"));
+    const SP<Tag> first(new Tag(QD_W("size"), 1));
+    EXPECT_TRUE(node->AddAttrib(first.Get()));
+    EXPECT_FALSE(node->AddAttrib(first.Get()));
+    EXPECT_FALSE(node->AddAttrib(nullptr));
+    EXPECT_TRUE(node->AddAttrib(new Tag(QD_W("Size"), 2))) << "case matters";
+    EXPECT_TRUE(node->AddAttrib(new Tag(QD_W("size"), 3))) << "replaces the first";
+    ASSERT_EQ(node->AttribNum(), 2);
+    EXPECT_EQ(static_cast<Tag*>(node->Attrib(0))->m_value, 2);
+    EXPECT_EQ(static_cast<Tag*>(node->Attrib(QD_W("size")))->m_value, 3);
+    EXPECT_EQ(node->Attrib(2), nullptr);
+    EXPECT_EQ(node->Attrib(-1), nullptr);
+    EXPECT_EQ(node->Attrib(WString()), nullptr);
+    EXPECT_FALSE(node->RemoveAttrib(first.Get()));
+    EXPECT_FALSE(node->RemoveAttrib(QD_W("none")));
+    EXPECT_TRUE(node->RemoveAttrib(WString(QD_W("Size"))));
+    EXPECT_TRUE(node->RemoveAttrib(0));
+    EXPECT_EQ(node->AttribNum(), 0);
+
+    const SP<BSmartObj> remark(new Counted);
+    EXPECT_TRUE(node->AddAnnotation(remark.Get()));
+    EXPECT_FALSE(node->AddAnnotation(remark.Get()));
+    EXPECT_FALSE(node->AddAnnotation(nullptr));
+    EXPECT_TRUE(node->AddAnnotation(new Counted));
+    EXPECT_EQ(node->AnnotationNum(), 2);
+    EXPECT_TRUE(node->RemoveAnnotation(remark.Get()));
+    EXPECT_FALSE(node->RemoveAnnotation(remark.Get()));
+    node->RemoveAnnotations();
+    EXPECT_EQ(Counted::alive, 1);
+}
+
+TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
+{
+    RecordingDispatcher dispatcher;
+    const SP<BNode> root(new BNode);
+    EXPECT_TRUE(dispatcher.Sent().empty()) << "no object, no message";
+    const SP<BNode> child(new BNode);
+    const SP<BSmartObj> object(new Counted);
+    const SP<Tag> tag(new Tag(QD_W("t"), 1));
+    const std::uint64_t r = Number(root.Get());
+    const std::uint64_t c = Number(child.Get());
+
+    const auto expect = [&](const char* what, std::vector<Message> messages) {
+        EXPECT_EQ(dispatcher.Sent(), messages) << what;
+    };
+    root->AddChild(child.Get(), -1);
+    expect("add", {{3075, c, 0}});
+    const SP<BNode> second(new BNode);
+    root->AddChild(second.Get(), 0);
+    expect("add behind the first", {{3075, Number(second.Get()), 1}});
+    root->RemoveChild(second.Get());
+    root->RemoveChild(second.Get());
+    expect("remove", {{3076, r, 0}});
+    child->SetText(QD_W("x"));
+    child->SetText(WString(QD_W("x")));
+    expect("text, changed or not", {{3077, c, 0}, {3077, c, 0}});
+    child->AddAttrib(tag.Get());
+    child->AddAttrib(tag.Get());
+    child->AddAttrib(new Tag(QD_W("t"), 2));
+    child->RemoveAttrib(QD_W("t"));
+    child->RemoveAttribs();
+    expect("attributes", {{3079, c, 0}, {3079, c, 0}, {3079, c, 0}});
+    child->AddAnnotation(object.Get());
+    child->RemoveAnnotations();
+    child->RemoveAnnotations();
+    expect("annotations", {{3079, c, 0}, {3079, c, 0}});
+    child->SetObj(object.Get());
+    child->SetObj(object.Get());
+    expect("object", {{3081, c, 0}});
+    child->Activate(true);
+    child->Deactivate();
+    expect("active", {{3082, c, 0}});
+    child->Lock(true);
+    child->Lock(true);
+    expect("locked", {{3088, c, 0}});
+
+    child->IsMessageDispatcher(false);
+    EXPECT_TRUE(child->IsMessageDispatcher()) << "only a root's flag can be set";
+    root->IsMessageDispatcher(false);
+    child->SetText(QD_W("silent"));
+    child->Clear();
+    root->RemoveChildren();
+    expect("a silent tree", {});
+    root->IsMessageDispatcher(true);
+    root->Clear();
+    expect("nothing to clear", {});
+    root->AddAttrib(tag.Get());
+    root->AddAnnotation(object.Get());
+    root->AddChild(second.Get(), -1);
+    root->SetObj(object.Get());
+    static_cast<void>(dispatcher.Sent());
+    root->Clear();
+    expect("clear", {{3079, r, 0}, {3079, r, 0}, {3076, r, 0}, {3081, r, 0}});
+}
+
+TEST(BNode, FlagsAnswerForTheBranch)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    BNode* a = Append(*root, QD_W("a"));
+    BNode* b = Append(*a, QD_W("b"));
+    EXPECT_TRUE(b->IsBranchActive());
+    a->Deactivate();
+    EXPECT_TRUE(b->IsActive());
+    EXPECT_FALSE(b->IsBranchActive());
+    EXPECT_TRUE(root->IsBranchActive());
+    EXPECT_FALSE(b->IsLocked());
+
+    a->SetObj(new Counted);
+    b->SetObj(a->GetObj());
+    root->SetObj(new Counted);
+    EXPECT_EQ(root->AllocatedMemory(false), 300U);
+    EXPECT_EQ(root->AllocatedMemory(true), 100U);
+}
+
+TEST(BNode, CopiesShareWhatIsBesideANodeAndCopyWhatIsBelow)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    root->SetObj(new Counted);
+    root->AddAttrib(new Tag(QD_W("t"), 1));
+    root->AddAnnotation(new Counted);
+    BNode* a = Append(*root, QD_W("a"));
+    Append(*a, QD_W("b"))->Deactivate();
+    const SP<BNode> parent = Named(QD_W("parent"));
+    BNode* copy = Append(*parent, QD_W("old"));
+    Append(*copy, QD_W("gone"));
+
+    copy->Copy(*root);
+    EXPECT_EQ(copy->Parent(), parent.Get());
+    EXPECT_EQ(copy->GetText(), QD_W("root"));
+    EXPECT_EQ(copy->GetObj(), root->GetObj());
+    EXPECT_EQ(copy->Attrib(0), root->Attrib(0));
+    EXPECT_EQ(copy->AnnotationNum(), 1);
+    EXPECT_EQ(Order(*copy), QD_W("a"));
+    EXPECT_NE(copy->Child(0), a);
+    EXPECT_EQ(copy->Child(0)->Parent(), copy);
+    EXPECT_FALSE(copy->Child(QD_W("a/b"))->IsActive());
+    *a = *root; // a copy of what is above
+    EXPECT_EQ(Order(*root), QD_W("root"));
+    EXPECT_NE(root->Child(QD_W("root/a/b")), nullptr);
+    *root = *root->Child(0); // and of what is below
+    EXPECT_EQ(Order(*root), QD_W("a"));
+    EXPECT_EQ(Counted::alive, 2);
+    *root = *root;
+    EXPECT_EQ(Order(*root), QD_W("a"));
+}
+
+TEST(BNode, DepthDoesNotMatter)
+{
+    constexpr int kDepth = 1'000'000;
+    SP<BNode> top(new BNode);
+    BNode* bottom = top.Get();
+    for (int i = 0; i < kDepth; ++i) {
+        SP<BNode> child(new BNode);
+        bottom->AddChild(child.Get(), -1);
+        bottom = child.Get();
+    }
+    bottom->SetObj(new Counted);
+    EXPECT_EQ(bottom->Root(), top.Get());
+    EXPECT_EQ(top->AllocatedMemory(false), 100U);
+    const SP<BNode> copy(new BNode);
+    copy->Copy(*top);
+    EXPECT_TRUE(top->Includes(bottom));
+    const SP<BNode> kept = bottom->Parent();
+    top = nullptr;
+    EXPECT_EQ(kept->Parent(), nullptr);
+    EXPECT_EQ(kept->ChildNum(), 1);
+
+    SP<BNode> chain; // each the object of the next
+    for (int i = 0; i < kDepth; ++i)
+        chain = SP<BNode>(new BNode(chain.Get()));
+    chain = nullptr;
+    EXPECT_EQ(Counted::alive, 1);
+}
