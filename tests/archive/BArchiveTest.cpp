@@ -218,12 +218,12 @@ TEST_F(BArchiveTest, TheFirstObjectUnderALabelKeepsIt)
     Written([](BArchive& archive) {
         SP<Item> twice(new Item(1));
         archive.Insert(twice.Get(), "a");
-        archive.Insert(twice.Get(), "again");    // queued already
-        archive.Insert(new Item(2), "a");        // the label is taken
-        archive.Insert(new Item(3), "");         // no label: always taken
+        archive.Insert(twice.Get(), "again"); // queued already
+        archive.Insert(SP<Item>(new Item(2)).Get(), "a"); // the label is taken
+        archive.Insert(new Item(3), ""); // no label: always taken
         archive.Insert(new Item(4), nullptr);
         archive.Insert(nullptr, "null");
-        archive.Insert(new Item(5), "1");        // a label that looks like an index
+        archive.Insert(new Item(5), "1"); // a label that looks like an index
     });
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
     const auto value = [&](const char* name) {
@@ -423,7 +423,7 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
     {
         BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
         in << 5 << BString("x");
-        in.Insert(new Item, "x");
+        in.Insert(SP<Item>(new Item).Get(), "x");
         EXPECT_FALSE(in.Flush());
         EXPECT_TRUE(in.IsGood());
         EXPECT_EQ(in.Mode(), BArchive::ModeRead);

@@ -144,8 +144,11 @@ TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(node->Parent(), nullptr);
     EXPECT_EQ(Order(*node), QD_W("leaf"));
-    const SP<BSmartObj> readRoot = archive.TakeOut("4"); // in order of mention: part, leaf, root? 
-    static_cast<void>(readRoot);
+    const SP<BSmartObj> readRoot = archive.TakeOut("root");
+    auto* above = dynamic_cast<BNode*>(readRoot.Get());
+    ASSERT_NE(above, nullptr);
+    EXPECT_EQ(above->Child(0), node);
+    EXPECT_EQ(node->Parent(), above);
 }
 
 TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
