@@ -2,17 +2,15 @@
 
 #include "core/archive/BArchive.h"
 
+#include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 
-using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 /// 3 x 2 cells of `planes` planes, numbered from 1 in each of their bytes.
@@ -180,8 +178,7 @@ protected:
             BArchive archive(m_path.CStr(), BArchive::ModeWrite, "class Test", 1);
             archive.Insert(array.Get(), "mask");
         }
-        std::ifstream file(m_folder / "archive", std::ios::binary);
-        m_bytes.assign(std::istreambuf_iterator<char>(file), {});
+        m_bytes = FileBytes(m_folder / "archive");
     }
 
     SP<BSmartObj> Read(std::string_view payload)
@@ -190,7 +187,7 @@ protected:
         bytes += static_cast<char>(payload.size());
         bytes += "\0\0\0\0\0\0\0"sv;
         bytes += payload;
-        std::ofstream(m_folder / "archive", std::ios::binary) << bytes;
+        WriteFileBytes(m_folder / "archive", bytes);
         BArchive archive(m_path.CStr(), BArchive::ModeRead, "class Test", 1);
         EXPECT_TRUE(archive.IsGood());
         return archive.TakeOut("mask");
