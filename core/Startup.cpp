@@ -1,4 +1,5 @@
 #include "core/base/ClassRegistry.h"
+#include "core/geometry/BBitArray.h"
 #include "core/tree/BNode.h"
 
 // What happens when the library is loaded: it registers its own archivable classes.
@@ -6,6 +7,7 @@
 namespace {
 
 const bool g_registered = [] {
+    RegisterArchiveCallback(BBitArray::CLASSNAME(), &BBitArray::Read);
     RegisterArchiveCallback(BNode::CLASSNAME(), &BNode::Read);
     return true;
 }();
