@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -204,86 +205,82 @@ constexpr ByteTable MakeByteTable()
 
 constexpr ByteTable kByteTable = MakeByteTable();
 
-constexpr WChar WesternUnit(char byte)
+constexpr WChar UnitOf(char byte)
 {
     const auto value = static_cast<unsigned char>(byte);
     return StandsForItself(value) ? WChar{value} : kUpperControls[value - 0x80u];
 }
 
+// Blocks are converted as if each character stood for itself; a bit for each that does not is the
+// result, and the tables correct those.
 constexpr std::size_t kBlock = 16;
 
 #if defined(QD_VECTOR_CODE_PAGE)
 
-bool WidenBlock(const char* text, WChar* out)
+unsigned WidenBlock(const char* text, WChar* out)
 {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-    // As signed bytes 80 to 9F are those below A0.
-    const __m128i table = _mm_cmplt_epi8(bytes, _mm_set1_epi8(static_cast<char>(0xA0)));
-    if (_mm_movemask_epi8(table) != 0)
-        return false;
     const __m128i zero = _mm_setzero_si128();
-    auto* target = reinterpret_cast<__m128i*>(out);
+    auto* const target = reinterpret_cast<__m128i*>(out);
     _mm_storeu_si128(target, _mm_unpacklo_epi8(bytes, zero));
     _mm_storeu_si128(target + 1, _mm_unpackhi_epi8(bytes, zero));
-    return true;
+    // As signed bytes 80 to 9F are those below A0.
+    const __m128i others = _mm_cmplt_epi8(bytes, _mm_set1_epi8(static_cast<char>(0xA0)));
+    return static_cast<unsigned>(_mm_movemask_epi8(others));
 }
 
-__m128i NeedTable(__m128i units)
+__m128i StandForThemselves(__m128i units)
 {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i upper = _mm_srli_epi16(units, 8);
+    const __m128i isByte = _mm_cmpeq_epi16(_mm_srli_epi16(units, 8), zero);
     const __m128i row = _mm_and_si128(units, _mm_set1_epi16(0xE0));
-    const __m128i isControl = _mm_cmpeq_epi16(row, _mm_set1_epi16(0x80));
-    return _mm_or_si128(_mm_cmpgt_epi16(upper, zero), isControl);
+    return _mm_andnot_si128(_mm_cmpeq_epi16(row, _mm_set1_epi16(0x80)), isByte);
 }
 
-bool NarrowBlock(const WChar* text, char* out)
+unsigned NarrowBlock(const WChar* text, char* out)
 {
-    const auto* source = reinterpret_cast<const __m128i*>(text);
+    const auto* const source = reinterpret_cast<const __m128i*>(text);
     const __m128i low = _mm_loadu_si128(source);
     const __m128i high = _mm_loadu_si128(source + 1);
-    if (_mm_movemask_epi8(_mm_or_si128(NeedTable(low), NeedTable(high))) != 0)
-        return false;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(low, high));
-    return true;
+    const __m128i selves = _mm_packs_epi16(StandForThemselves(low), StandForThemselves(high));
+    return static_cast<unsigned>(_mm_movemask_epi8(selves)) ^ 0xFFFF;
 }
 
 #else
 
-bool WidenBlock(const char*, WChar*)
+unsigned WidenBlock(const char*, WChar*)
 {
-    return false;
+    return 0xFFFF;
 }
 
-bool NarrowBlock(const WChar*, char*)
+unsigned NarrowBlock(const WChar*, char*)
 {
-    return false;
+    return 0xFFFF;
 }
 
 #endif
 
 void WesternToWide(const char* text, std::size_t length, WChar* out)
 {
-    while (length > 0) {
-        const std::size_t count = std::min(length, kBlock);
-        if (count < kBlock || !WidenBlock(text, out))
-            std::transform(text, text + count, out, WesternUnit);
-        text += count;
-        out += count;
-        length -= count;
+    for (; length >= kBlock; text += kBlock, out += kBlock, length -= kBlock) {
+        for (unsigned others = WidenBlock(text, out); others != 0; others &= others - 1) {
+            const int i = std::countr_zero(others);
+            out[i] = UnitOf(text[i]);
+        }
     }
+    std::transform(text, text + length, out, UnitOf);
 }
 
 void WideToWestern(const WChar* text, std::size_t length, char* out)
 {
-    while (length > 0) {
-        const std::size_t count = std::min(length, kBlock);
-        if (count < kBlock || !NarrowBlock(text, out))
-            std::transform(text, text + count, out, [](WChar unit) { return kByteTable.At(unit); });
-        text += count;
-        out += count;
-        length -= count;
+    for (; length >= kBlock; text += kBlock, out += kBlock, length -= kBlock) {
+        for (unsigned others = NarrowBlock(text, out); others != 0; others &= others - 1) {
+            const int i = std::countr_zero(others);
+            out[i] = kByteTable.At(text[i]);
+        }
     }
+    std::transform(text, text + length, out, [](WChar unit) { return kByteTable.At(unit); });
 }
 
 struct ConverterCloser {
