@@ -100,16 +100,15 @@ int OpenFlags(const OpenMode& mode)
 {
     // Who appends text looks at what is there first.
     const bool isBoth = mode.isUpdate || (mode.access == 'a' && mode.text != EText::Narrow);
-    const int exclusive = mode.isExclusive ? O_EXCL : 0;
     if (mode.access == 'r')
-        return O_CLOEXEC | (isBoth ? O_RDWR : O_RDONLY);
-    return O_CLOEXEC | O_CREAT | exclusive | (isBoth ? O_RDWR : O_WRONLY) |
-           (mode.access == 'a' ? O_APPEND : O_TRUNC);
+        return isBoth ? O_RDWR : O_RDONLY;
+    const int create = O_CREAT | (mode.isExclusive ? O_EXCL : 0);
+    return create | (isBoth ? O_RDWR : O_WRONLY) | (mode.access == 'a' ? O_APPEND : O_TRUNC);
 }
 
 Descriptor OpenFile(const WChar* path, const OpenMode& mode)
 {
-    Descriptor file(::open(ToNativePath(path).c_str(), OpenFlags(mode), 0666));
+    Descriptor file(::open(ToNativePath(path).c_str(), OpenFlags(mode) | O_CLOEXEC, 0666));
     struct stat status = {};
     if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
         file = Descriptor();
