@@ -30,8 +30,9 @@
 /// threads at the same time; one string is for one thread at a time.
 class QD_CORE_API BString {
 public:
-    /// The position that says "not found".
-    static constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
+    /// The position that says "not found"; no static member, as MinGW exports none that is
+    /// constexpr.
+    enum : std::size_t { kNotFound = static_cast<std::size_t>(-1) };
 
     // Construction and assignment
 
