@@ -1,0 +1,193 @@
+#include "support/BThreadDispatcher.h"
+
+#include "core/base/BError.h"
+#include "core/operation/BMessageReceiver.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <latch>
+#include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Numbers = std::vector<unsigned int>;
+
+/// Keeps the numbers of its messages and then does what the test wants.
+class Receiver final : public BMessageReceiver {
+public:
+    explicit Receiver(std::function<void(unsigned int)> reaction = {})
+        : m_reaction(std::move(reaction))
+    {}
+    void Receive(unsigned int message, std::uint64_t, std::uint64_t) override
+    {
+        received.push_back(message); // on the dispatcher's thread only
+        if (m_reaction)
+            m_reaction(message);
+    }
+
+    Numbers received;
+
+private:
+    std::function<void(unsigned int)> m_reaction;
+};
+
+} // namespace
+
+TEST(BThreadDispatcher, DeliversOnItsThreadInTheOrderOfArrival)
+{
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    unsigned long deliveredOn = 0;
+    Receiver receiver([&](unsigned int) { deliveredOn = QDCurrentThreadId(); });
+    EXPECT_TRUE(dispatcher->AddReceiver(&receiver));
+    EXPECT_FALSE(dispatcher->AddReceiver(&receiver));
+    EXPECT_FALSE(dispatcher->AddReceiver(nullptr));
+    for (unsigned int i = 0; i < 5; ++i)
+        EXPECT_TRUE(dispatcher->Post(i, 0, 0));
+    EXPECT_TRUE(dispatcher->Send(5, 0, 0));
+    EXPECT_EQ(receiver.received, (Numbers{0, 1, 2, 3, 4, 5})) << "a send waits for its delivery";
+    EXPECT_EQ(deliveredOn, dispatcher->ThreadId());
+    EXPECT_NE(deliveredOn, QDCurrentThreadId());
+}
+
+TEST(BThreadDispatcher, DeliversAllThatWasPostedBeforeItEnds)
+{
+    Receiver receiver;
+    SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    dispatcher->AddReceiver(&receiver);
+    const auto post = [&dispatcher] {
+        for (unsigned int i = 0; i < 1000; ++i)
+            dispatcher->Post(i, 0, 0);
+    };
+    std::thread first(post), second(post);
+    first.join();
+    second.join();
+    dispatcher->Shutdown();
+    EXPECT_EQ(receiver.received.size(), 2000u);
+    EXPECT_FALSE(dispatcher->Post(1, 0, 0));
+    EXPECT_FALSE(dispatcher->Send(1, 0, 0));
+    EXPECT_EQ(dispatcher->ThreadId(), BDispatcher::kNoThread);
+    dispatcher->Shutdown();
+    EXPECT_TRUE(dispatcher->RemoveReceiver(&receiver));
+    dispatcher = nullptr;
+    EXPECT_EQ(receiver.received.size(), 2000u);
+}
+
+TEST(BThreadDispatcher, LosesNoAcceptedMessageWhenShutDownBesideItsSenders)
+{
+    for (int round = 0; round < 50; ++round) {
+        const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+        Receiver receiver;
+        dispatcher->AddReceiver(&receiver);
+        std::latch started(3);
+        std::size_t accepted[2] = {};
+        const auto deliver = [&](std::size_t sender, auto method) {
+            started.arrive_and_wait();
+            while (((*dispatcher).*method)(1, 0, 0))
+                ++accepted[sender];
+        };
+        std::thread poster(deliver, 0, &BThreadDispatcher::Post);
+        std::thread sender(deliver, 1, &BThreadDispatcher::Send);
+        started.arrive_and_wait();
+        dispatcher->Shutdown();
+        poster.join();
+        sender.join();
+        ASSERT_EQ(receiver.received.size(), accepted[0] + accepted[1]);
+    }
+}
+
+TEST(BThreadDispatcher, LetsReceiversSendAndPost)
+{
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    Receiver receiver([&](unsigned int message) {
+        if (message == 1) {
+            dispatcher->Post(3, 0, 0);
+            dispatcher->Send(2, 0, 0);
+        }
+    });
+    dispatcher->AddReceiver(&receiver);
+    dispatcher->Send(1, 0, 0);
+    dispatcher->Send(4, 0, 0);
+    EXPECT_EQ(receiver.received, (Numbers{1, 2, 3, 4}))
+        << "a send from inside is delivered at once";
+}
+
+TEST(BThreadDispatcher, LetsReceiversComeAndGoInsideADelivery)
+{
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    Receiver late, removed;
+    Receiver once([&](unsigned int) {
+        dispatcher->RemoveReceiver(&once);
+        dispatcher->RemoveReceiver(&removed);
+        dispatcher->AddReceiver(&late);
+    });
+    dispatcher->AddReceiver(&once);
+    dispatcher->AddReceiver(&removed);
+    dispatcher->Send(1, 0, 0);
+    dispatcher->Send(2, 0, 0);
+    EXPECT_EQ(once.received, Numbers{1});
+    EXPECT_EQ(removed.received, Numbers{});
+    EXPECT_EQ(late.received, Numbers{2});
+}
+
+TEST(BThreadDispatcher, CallsNoReceiverAfterItsRemoval)
+{
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    std::thread poster([&] {
+        while (dispatcher->Post(1, 0, 0))
+            std::this_thread::yield();
+    });
+    for (int round = 0; round < 300; ++round) {
+        // Sanitizers see a call of what is gone.
+        auto receiver = std::make_unique<Receiver>([](unsigned int) { std::this_thread::yield(); });
+        dispatcher->AddReceiver(receiver.get());
+        dispatcher->Send(2, 0, 0);
+        EXPECT_TRUE(dispatcher->RemoveReceiver(receiver.get()));
+        EXPECT_FALSE(dispatcher->RemoveReceiver(receiver.get()));
+        EXPECT_GE(std::ranges::count(receiver->received, 2u), 1);
+    }
+    dispatcher->Shutdown();
+    poster.join();
+}
+
+TEST(BThreadDispatcher, PassesExceptionsToTheSender)
+{
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    Receiver throwing([](unsigned int message) { BError(static_cast<int>(message)).Throw(); });
+    Receiver behind;
+    dispatcher->AddReceiver(&throwing);
+    dispatcher->AddReceiver(&behind);
+    dispatcher->Post(1, 0, 0);
+    try {
+        dispatcher->Send(2, 0, 0);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const BError& error) {
+        EXPECT_EQ(error.Error(), 2);
+    }
+    EXPECT_EQ(behind.received, (Numbers{1, 2}));
+}
+
+TEST(BThreadDispatcher, MayBeReleasedInsideAReceiver)
+{
+    std::latch released(1), allDelivered(1);
+    SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    Receiver receiver([&](unsigned int message) {
+        if (message == 1) {
+            released.wait();
+            BDispatcher::RegisterDispatcher(nullptr);
+        }
+        if (message == 2)
+            allDelivered.count_down();
+    });
+    dispatcher->AddReceiver(&receiver);
+    BDispatcher::RegisterDispatcher(dispatcher);
+    QDPost(1, 0, 0);
+    QDPost(2, 0, 0);
+    dispatcher = nullptr;
+    released.count_down();
+    allDelivered.wait();
+}
