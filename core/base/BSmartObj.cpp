@@ -100,3 +100,8 @@ SP<BSmartObj> BSmartObj::Read(BArchive&, int)
 {
     return nullptr;
 }
+
+void BSmartObj::Destroy() const
+{
+    delete this;
+}

@@ -57,7 +57,7 @@ public:
     void Unref() const
     {
         if (Counter().fetch_sub(1) == 1)
-            delete this;
+            Destroy();
     }
     /// The same for a pointer that may be null.
     static void Ref(const BSmartObj* object) noexcept
@@ -105,6 +105,7 @@ public:
                                          BString& className, int& version, std::uint64_t& size);
 
 private:
+    void Destroy() const;
     [[nodiscard]] std::atomic_ref<std::int32_t> Counter() const noexcept
     {
         return std::atomic_ref<std::int32_t>(m_refCount);

@@ -1,0 +1,139 @@
+#include "core/base/BArray.h"
+
+#include "core/base/SP.h"
+
+#include "tests/base/LifeCount.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace {
+
+BArray<int> Filled(int count, std::uint64_t growStep)
+{
+    BArray<int> array(growStep);
+    for (int i = 0; i < count; ++i)
+        array.Append(i);
+    return array;
+}
+
+template <class T>
+std::vector<int> Values(const BArray<T>& array)
+{
+    std::vector<int> values;
+    for (const T& element : array)
+        values.push_back(element.value);
+    return values;
+}
+
+} // namespace
+
+TEST(BArray, GrowsByItsStepOrByHalfItsCount)
+{
+    const struct {
+        int count;
+        std::uint64_t growStep, capacity, growStepAfter;
+    } cases[] = {
+        {0, 30, 0, 30},   {1, 30, 30, 30},  {30, 30, 30, 30},   {31, 30, 60, 30}, {60, 30, 60, 30},
+        {61, 30, 91, 31}, {91, 30, 91, 31}, {92, 30, 137, 46},  {1, 0, 1, 1},     {2, 0, 2, 1},
+        {3, 0, 4, 2},     {5, 0, 7, 3},     {100, 16, 112, 38},
+    };
+    for (const auto& [count, growStep, capacity, growStepAfter] : cases) {
+        SCOPED_TRACE(testing::Message() << count << " by " << growStep);
+        const BArray<int> array = Filled(count, growStep);
+        EXPECT_EQ(array.Count(), static_cast<std::uint64_t>(count));
+        EXPECT_EQ(array.Capacity(), capacity);
+        EXPECT_EQ(array.GrowStep(), growStepAfter);
+        EXPECT_TRUE(std::ranges::is_sorted(array));
+    }
+
+    BArray<int> array = Filled(4, 30);
+    array.Reserve(100);
+    while (array.Count() < 101)
+        array.Append(0);
+    EXPECT_EQ(array.Capacity(), 151u) << "100 elements grow by 51";
+}
+
+TEST(BArray, ReservesOnDemandAndReleasesAllForTheLargestNumber)
+{
+    BArray<int> array = Filled(5, 16);
+    array.Reserve(10);
+    EXPECT_EQ(array.Capacity(), 16u) << "it never shrinks";
+    array.Reserve(1000);
+    EXPECT_EQ(array.Capacity(), 1000u);
+    EXPECT_EQ(array.Count(), 5u);
+    EXPECT_EQ(array[4], 4);
+    array.Reserve(0xFFFFFFFFFFFFFFFF);
+    EXPECT_EQ(array.Count(), 0u);
+    EXPECT_EQ(array.Capacity(), 0u);
+    array.Append(1);
+    EXPECT_EQ(array.Capacity(), 16u);
+}
+
+TEST(BArray, AppendsItsOwnElements)
+{
+    int lives = 0;
+    BArray<SP<Counted>> array(1);
+    array.Append(new Counted(lives));
+    for (int i = 0; i < 100; ++i)
+        array.Append(array[0]);
+    EXPECT_EQ(array[100]->RefCount(), 101);
+    EXPECT_EQ(array[0], array[100]);
+}
+
+TEST(BArray, LetsGoOfWhatIsRemoved)
+{
+    int lives = 0;
+    BArray<SP<Counted>> array;
+    for (int i = 0; i < 5; ++i)
+        array.Append(new Counted(lives));
+    const SP<Counted> third = array[2];
+    array.RemoveAt(1);
+    array.RemoveAt(3);
+    EXPECT_EQ(lives, 3);
+    EXPECT_EQ(array.Count(), 3u);
+    EXPECT_EQ(array[1], third);
+    array.RemoveAll();
+    EXPECT_EQ(lives, 1);
+}
+
+TEST(BArray, CopiesElementsAndMovesStorage)
+{
+    BArray<int> array = Filled(3, 8);
+    BArray<int> copy(array);
+    copy[0] = 9;
+    EXPECT_EQ(array[0], 0);
+    const int* const storage = array.begin();
+    const BArray<int> moved(std::move(array));
+    EXPECT_EQ(moved.begin(), storage);
+    EXPECT_EQ(array.Count(), 0u);
+    array = copy;
+    array = *&array;
+    EXPECT_EQ(array.Count(), 3u);
+    EXPECT_EQ(array[0], 9);
+}
+
+TEST(BArray, StaysAsItWasWhenACopyThrows)
+{
+    const int aliveBefore = CountedValue::alive;
+    {
+        BArray<CountedValue> array(2);
+        array.Append(CountedValue(1));
+        array.Append(CountedValue(2));
+        const CountedValue third(3);
+        for (int failing = 0; failing < 4; ++failing) { // the argument, two old ones, the new one
+            SCOPED_TRACE(failing);
+            BArray<CountedValue> grown(array);
+            CountedValue::copiesUntilThrow = failing;
+            EXPECT_THROW(grown.Append(third), int);
+            CountedValue::copiesUntilThrow = -1;
+            EXPECT_EQ(Values(grown), (std::vector{1, 2}));
+            grown.Append(third);
+            EXPECT_EQ(Values(grown), (std::vector{1, 2, 3}));
+        }
+    }
+    EXPECT_EQ(CountedValue::alive, aliveBefore);
+}

@@ -1,0 +1,205 @@
+#include "core/base/BDictionary.h"
+
+#include "tests/base/LifeCount.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// A key that falls into one of three buckets and counts how often keys are compared.
+struct Crowded {
+    static inline std::uint64_t comparisons = 0;
+    int number = 0;
+};
+
+std::vector<std::string> Keys(const BDictionary<BString, int>& dictionary)
+{
+    std::vector<std::string> keys;
+    for (const auto& item : dictionary)
+        keys.emplace_back(item.key.CStr());
+    return keys;
+}
+
+} // namespace
+
+template <>
+struct BKeyTraits<Crowded> {
+    static std::uint64_t Hash(const Crowded& key)
+    {
+        return static_cast<std::uint64_t>(key.number % 3);
+    }
+    static std::uint64_t Seeded(const Crowded& key)
+    {
+        return QDSeededHash(&key.number, sizeof key.number);
+    }
+    static bool Equal(const Crowded& a, const Crowded& b)
+    {
+        ++Crowded::comparisons;
+        return a.number == b.number;
+    }
+};
+
+TEST(MItem, HashesABoundedPrefixOfTexts)
+{
+    const struct {
+        const char* key;
+        std::uint64_t hash;
+    } narrow[] = {
+        {"", 0},
+        {"a", 97},
+        {"abc", 108966},
+        {"\xE9", 18446744073709551593u}, // a byte is signed
+        {"abcdeX", 118667375},
+        {"abcdeY", 118667375},
+    };
+    for (const auto& [key, hash] : narrow)
+        EXPECT_EQ((MItem<BString, int>(key, 0).Hash()), hash) << key;
+
+    const struct {
+        const WChar* key;
+        std::uint64_t hash;
+    } wide[] = {
+        {QD_W(""), 0},
+        {QD_W("a"), 97},
+        {QD_W("\uFFFF\u20AC"), 336039}, // a unit is unsigned
+        {QD_W("abcdefghX"), 9497044},
+        {QD_W("abcdefghY"), 9497044},
+    };
+    for (const auto& [key, hash] : wide)
+        EXPECT_EQ((MItem<WString, int>(key, 0).Hash()), hash);
+
+    const SP<BSmartObj> object = new BSmartObj;
+    EXPECT_EQ((MItem<SP<BSmartObj>, bool>(object, true).Hash()),
+              reinterpret_cast<std::uintptr_t>(object.Get()));
+}
+
+TEST(BDictionary, KeepsOneEntryForEachKey)
+{
+    BDictionary<BString, int> dictionary;
+    EXPECT_EQ(dictionary.BucketCount(), 9277u);
+    EXPECT_EQ(dictionary.Find("a"), nullptr);
+    EXPECT_FALSE(dictionary.Remove("a"));
+
+    EXPECT_TRUE(dictionary.Insert("a", 1));
+    EXPECT_TRUE(dictionary.Insert("A", 2)) << "keys compare byte for byte";
+    EXPECT_FALSE(dictionary.Insert(MItem<BString, int>("a", 3)));
+    EXPECT_EQ(dictionary.Count(), 2u);
+    ASSERT_NE(dictionary.Find("a"), nullptr);
+    EXPECT_EQ(dictionary.Find("a")->value, 3);
+
+    EXPECT_TRUE(dictionary.Insert(BString(), 4));
+    EXPECT_FALSE(dictionary.Insert("", 5)) << "no text is the empty text";
+
+    EXPECT_TRUE(dictionary.Remove("a"));
+    EXPECT_FALSE(dictionary.Remove("a"));
+    EXPECT_EQ(Keys(dictionary), (std::vector<std::string>{"", "A"}));
+    dictionary.RemoveAll();
+    EXPECT_EQ(dictionary.Count(), 0u);
+    EXPECT_EQ(dictionary.begin(), dictionary.end());
+    EXPECT_TRUE(dictionary.Insert("a", 6));
+}
+
+TEST(BDictionary, ComparesWideKeysByUnitsNotByCollation)
+{
+    BDictionary<WString, int> dictionary;
+    EXPECT_TRUE(dictionary.Insert(QD_W("Stra\u00DFe"), 1));
+    EXPECT_TRUE(dictionary.Insert(QD_W("Strasse"), 2));
+    EXPECT_TRUE(dictionary.Insert(QD_W("\u00AD"), 3));
+    EXPECT_TRUE(dictionary.Insert(QD_W(""), 4));
+    EXPECT_EQ(dictionary.Count(), 4u);
+}
+
+TEST(BDictionary, IteratesByBucketAndThenByInsertion)
+{
+    // Buckets 97, 98, 1902, 5268, 6919.
+    BDictionary<BString, int> dictionary;
+    for (const char* key : {"abc", "abcdeZ",
+                            "\xE9"
+                            "a",
+                            "b", "abcdeX", "a", "abcdeY"})
+        dictionary.Insert(key, 0);
+    EXPECT_EQ(Keys(dictionary), (std::vector<std::string>{"a", "b",
+                                                          "\xE9"
+                                                          "a",
+                                                          "abcdeZ", "abcdeX", "abcdeY", "abc"}));
+    dictionary.Insert("abcdeZ", 1); // a new value is no new entry
+    dictionary.Remove("abcdeX");
+    dictionary.Insert("abcdeX", 0);
+    EXPECT_EQ(Keys(BDictionary<BString, int>(dictionary)),
+              (std::vector<std::string>{"a", "b",
+                                        "\xE9"
+                                        "a",
+                                        "abcdeZ", "abcdeY", "abcdeX", "abc"}));
+}
+
+TEST(BDictionary, HoldsWhatARandomHistoryLeaves)
+{
+    std::mt19937 random(1);
+    BDictionary<int, int> dictionary;
+    std::map<int, int> expected;
+    for (int step = 0; step < 20000; ++step) {
+        const int key = static_cast<int>(random() % 3000) - 1500;
+        if (random() % 2 == 0) {
+            EXPECT_EQ(dictionary.Insert(key, step), !expected.contains(key));
+            expected[key] = step;
+        } else {
+            EXPECT_EQ(dictionary.Remove(key), expected.erase(key) == 1);
+        }
+    }
+    ASSERT_EQ(dictionary.Count(), expected.size());
+    std::map<int, int> iterated;
+    for (const auto& item : dictionary)
+        iterated.emplace(item.key, item.value);
+    EXPECT_EQ(iterated, expected);
+    for (const auto& [key, value] : expected) {
+        ASSERT_NE(dictionary.Find(key), nullptr);
+        EXPECT_EQ(dictionary.Find(key)->value, value);
+    }
+}
+
+TEST(BDictionary, ComparesEachKeyOnceHoweverManyShareABucket)
+{
+    constexpr int kCount = 10000;
+    BDictionary<Crowded, int> dictionary;
+    Crowded::comparisons = 0;
+    for (int i = 0; i < kCount; ++i)
+        dictionary.Insert({i}, i);
+    for (int i = 0; i < kCount; ++i)
+        ASSERT_EQ(dictionary.Find({i})->value, i);
+    for (int i = kCount - 1; i >= 0; --i)
+        ASSERT_TRUE(dictionary.Remove({i}));
+    EXPECT_LE(Crowded::comparisons, 2 * kCount + kCount / 10);
+}
+
+TEST(BDictionary, KeepsEntriesInTheirPlaceAndReleasesThem)
+{
+    int lives = 0;
+    {
+        BDictionary<BString, SP<Counted>> dictionary;
+        dictionary.Insert("kept", new Counted(lives));
+        const auto* const kept = dictionary.Find("kept");
+        for (int i = 0; i < 1000; ++i)
+            dictionary.Insert(BSmartObj::Id(static_cast<std::uint64_t>(i)), new Counted(lives));
+        EXPECT_EQ(dictionary.Find("kept"), kept);
+        dictionary.Insert("kept", nullptr);
+        dictionary.Remove("3e7");
+        EXPECT_EQ(lives, 999);
+
+        BDictionary<BString, SP<Counted>> moved(std::move(dictionary));
+        EXPECT_EQ(moved.Find("kept"), kept);
+        EXPECT_EQ(dictionary.Count(), 0u);
+        EXPECT_EQ(dictionary.Find("kept"), nullptr);
+        dictionary = moved;
+        moved.RemoveAll();
+        EXPECT_EQ(lives, 999);
+        EXPECT_EQ(dictionary.Count(), 1000u);
+    }
+    EXPECT_EQ(lives, 0);
+}

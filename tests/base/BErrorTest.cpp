@@ -1,0 +1,93 @@
+#include "core/base/BError.h"
+
+#include "core/base/SP.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+template <class Function>
+std::optional<BError> Thrown(Function function)
+{
+    try {
+        function();
+    } catch (const BError& error) {
+        return error;
+    }
+    return std::nullopt;
+}
+
+/// Its code comes from a virtual function, not from the field.
+struct Late : BError {
+    explicit Late(int code)
+        : BError(1)
+        , late(code)
+    {}
+    using BError::operator=;
+    int Error() const override { return late; }
+    int late;
+};
+
+} // namespace
+
+TEST(BError, HoldsACodeAndFourTexts)
+{
+    const BError error(7, QD_W("$A"), nullptr, QD_W("C"), QD_W(""));
+    EXPECT_EQ(error.Error(), 7);
+    EXPECT_EQ(error.Argument(0), QD_W("$A"));
+    EXPECT_EQ(error.Argument(2), QD_W("C"));
+    for (const int empty : {1, 3, 4, -1})
+        EXPECT_TRUE(error.Argument(empty).IsEmpty()) << empty;
+
+    BError other(0, WString(QD_W("w")), WString(), WString(), WString(QD_W("z")));
+    EXPECT_FALSE(other.IsFailure());
+    EXPECT_EQ(other.Argument(3), QD_W("z"));
+    other = error;
+    EXPECT_TRUE(other.IsFailure());
+    EXPECT_EQ(other.Argument(0), QD_W("$A"));
+    EXPECT_TRUE(other.Argument(3).IsEmpty());
+}
+
+TEST(BError, ThrowsACopyThatIsASmartObjectToo)
+{
+    const BError error(5, QD_W("$Key"), nullptr, nullptr, nullptr);
+    const std::optional<BError> caught = Thrown([&] { error.Throw(); });
+    ASSERT_TRUE(caught);
+    EXPECT_EQ(caught->Error(), 5);
+    EXPECT_EQ(caught->Argument(0), QD_W("$Key"));
+    EXPECT_EQ(caught->Argument(0).CStr(), error.Argument(0).CStr()) << "the texts are shared";
+    EXPECT_THROW(error.Throw(), BSmartObj);
+}
+
+TEST(BError, ChecksResultsByThrowingFailures)
+{
+    const BError checker(1, QD_W("A"), QD_W("B"), nullptr, nullptr);
+    EXPECT_FALSE(Thrown([&] { checker.Check(0); }));
+    const std::optional<BError> ofCode = Thrown([&] { checker.Check(7); });
+    ASSERT_TRUE(ofCode);
+    EXPECT_EQ(ofCode->Error(), 7);
+    EXPECT_EQ(ofCode->Argument(1), QD_W("B"));
+
+    BError none(0);
+    BError failure(5, QD_W("F"), nullptr, nullptr, nullptr);
+    EXPECT_FALSE(Thrown([&] { checker.Check(none); }));
+    const std::optional<BError> ofError = Thrown([&] { checker.Check(failure); });
+    ASSERT_TRUE(ofError);
+    EXPECT_EQ(ofError->Error(), 5);
+    EXPECT_EQ(ofError->Argument(0), QD_W("F"));
+
+    Late lateSuccess(0);
+    Late lateFailure(2);
+    EXPECT_FALSE(Thrown([&] { checker.Check(lateSuccess); }));
+    EXPECT_TRUE(Thrown([&] { checker.Check(lateFailure); }));
+    EXPECT_FALSE(lateSuccess.IsFailure());
+}
+
+TEST(BError, CanBeHeldByASharedPointer)
+{
+    const SP<BError> held = new BError(3);
+    EXPECT_EQ(held->Error(), 3);
+    EXPECT_STREQ(held->ClassName(), "class BError");
+}

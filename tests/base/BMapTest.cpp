@@ -1,0 +1,66 @@
+#include "core/base/BMap.h"
+
+#include "tests/base/LifeCount.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace {
+
+/// A key without a hash that counts comparisons.
+struct Ordered {
+    static inline std::uint64_t comparisons = 0;
+    int number = 0;
+    friend bool operator<(const Ordered& a, const Ordered& b)
+    {
+        ++comparisons;
+        return a.number < b.number;
+    }
+};
+
+} // namespace
+
+TEST(BMap, KeepsItsEntriesInTheOrderOfTheirKeys)
+{
+    int lives = 0;
+    BMap<int, SP<Counted>> map;
+    for (const int key : {3, -1, 2})
+        EXPECT_TRUE(map.Insert(key, new Counted(lives)));
+    EXPECT_FALSE(map.Insert(2, nullptr));
+    EXPECT_EQ(lives, 2);
+    EXPECT_EQ(map.Find(2)->value, nullptr);
+    EXPECT_EQ(map.Find(1), nullptr);
+
+    const BMap<int, SP<Counted>> copy(map);
+    EXPECT_TRUE(map.Remove(-1));
+    EXPECT_FALSE(map.Remove(-1));
+    EXPECT_EQ(map.Count(), 2u);
+    std::vector<int> keys;
+    for (const auto& item : copy)
+        keys.push_back(item.key);
+    EXPECT_EQ(keys, (std::vector{-1, 2, 3}));
+    map.begin()->value = copy.begin()->value;
+    EXPECT_EQ((--map.end())->value, copy.Find(3)->value);
+    EXPECT_EQ(map.Find(2)->value, copy.Find(-1)->value);
+    map.RemoveAll();
+    EXPECT_EQ(map.Count(), 0u);
+}
+
+TEST(BMap, TakesKeysInAnyOrderWithoutQuadraticWork)
+{
+    std::vector<int> numbers(10000);
+    for (int i = 0; i < 10000; ++i)
+        numbers[static_cast<std::size_t>(i)] = i;
+    std::shuffle(numbers.begin(), numbers.end(), std::mt19937(1));
+    BMap<Ordered, int> map;
+    Ordered::comparisons = 0;
+    for (const int number : numbers)
+        map.Insert({number}, number);
+    EXPECT_LT(Ordered::comparisons, 10000u * 3 * 14); // 2^14 is more than 10000
+    int expected = 0;
+    for (const auto& item : map)
+        ASSERT_EQ(item.key.number, expected++);
+}

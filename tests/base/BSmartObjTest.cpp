@@ -1,0 +1,145 @@
+#include "core/base/BSmartObj.h"
+
+#include "core/base/BString.h"
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+
+#include "tests/base/LifeCount.h"
+
+#include <gtest/gtest.h>
+
+#include <latch>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace probe {
+
+class BPlain : public BSmartObj {};
+
+} // namespace probe
+
+namespace {
+
+struct Doubtful : BSmartObj {
+    bool VerifyObj() override { return false; }
+};
+
+struct Throwing : BSmartObj {
+    bool VerifyObj() override { throw std::runtime_error("verify"); }
+};
+
+} // namespace
+
+TEST(BSmartObj, DrawsItsUniqueIdOnlyWhenMadeAnew)
+{
+    const BSmartObj first;
+    BSmartObj copy(first);
+    const BSmartObj second;
+    EXPECT_GE(first.UniqueID(), 1);
+    EXPECT_EQ(second.UniqueID(), first.UniqueID() + 1);
+    EXPECT_EQ(copy.UniqueID(), 0);
+    copy = second;
+    EXPECT_EQ(copy.UniqueID(), 0);
+}
+
+TEST(BSmartObj, DiesWithTheReleaseThatBringsItsCountFromOneToZero)
+{
+    int lives = 0;
+    const auto* object = new Counted(lives);
+    object->Ref();
+    BSmartObj::Ref(object);
+    EXPECT_EQ(object->RefCount(), 2);
+    object->Unref();
+    EXPECT_EQ(lives, 1);
+    BSmartObj::Unref(object);
+    EXPECT_EQ(lives, 0);
+
+    BSmartObj::Ref(nullptr);
+    BSmartObj::Unref(nullptr);
+
+    const Counted neverOwned(lives);
+    neverOwned.Unref();
+    EXPECT_EQ(neverOwned.RefCount(), -1);
+    EXPECT_EQ(lives, 1);
+}
+
+TEST(BSmartObj, CopiesAndAssignmentsTakeNoReferencesOver)
+{
+    BSmartObj owned;
+    owned.Ref();
+    BSmartObj copy(owned);
+    EXPECT_EQ(copy.RefCount(), 0);
+    copy = owned;
+    EXPECT_EQ(copy.RefCount(), 0);
+}
+
+TEST(BSmartObj, DiesOnceWhenTwoThreadsReleaseItAtTheSameTime)
+{
+    int lives = 0;
+    for (int round = 0; round < 500; ++round) {
+        std::latch ready(2);
+        SP<Counted> object = new Counted(lives);
+        const auto release = [&ready](SP<Counted> mine) {
+            ready.arrive_and_wait();
+            mine = nullptr;
+        };
+        std::thread other(release, object);
+        release(std::move(object));
+        other.join();
+        ASSERT_EQ(lives, 0);
+    }
+}
+
+TEST(BSmartObj, NamesItsDynamicType)
+{
+    const probe::BPlain plain;
+    const BSmartObj& object = plain;
+    EXPECT_STREQ(object.ClassName(), "class probe::BPlain");
+    EXPECT_EQ(object.ClassName(), BSmartObj::ClassName(typeid(probe::BPlain)));
+    EXPECT_EQ(object.ArchiveName(), object.ClassName());
+    EXPECT_STREQ(BSmartObj::CLASSNAME(), "class BSmartObj");
+    EXPECT_EQ(BSmartObj().Properties(), QD_W("Type : class BSmartObj"));
+}
+
+TEST(BSmartObj, HasNothingToSayByDefault)
+{
+    BSmartObj object;
+    EXPECT_EQ(object.AllocatedMemory(), 16u);
+    EXPECT_EQ(object.Version(), 0);
+    EXPECT_TRUE(object.VerifyObj());
+}
+
+TEST(BSmartObj, WritesIdsInLowerCaseHexadecimal)
+{
+    const struct {
+        std::uint64_t value;
+        const char* text;
+    } cases[] = {
+        {0, "0"},    {9, "9"},           {26, "1a"},
+        {255, "ff"}, {0x10000, "10000"}, {0xFFFFFFFFFFFFFFFF, "ffffffffffffffff"},
+    };
+    for (const auto& [value, text] : cases)
+        EXPECT_STREQ(BSmartObj::Id(value).CStr(), text);
+
+    const BSmartObj object;
+    const auto address = reinterpret_cast<std::uintptr_t>(&object);
+    EXPECT_EQ(std::stoull(object.Id().CStr(), nullptr, 16), address);
+}
+
+TEST(BSmartObj, TellsObjectsThatCanBeCalled)
+{
+    BSmartObj object;
+    EXPECT_TRUE(BSmartObj::IsValidObject(&object));
+    Doubtful doubtful;
+    EXPECT_TRUE(BSmartObj::IsValidObject(&doubtful)) << "only the call counts, not its answer";
+
+    EXPECT_FALSE(BSmartObj::IsValidObject(nullptr));
+    for (const std::uintptr_t wild : {std::uintptr_t{16}, std::uintptr_t{0xFFFF800000000010}})
+        EXPECT_FALSE(BSmartObj::IsValidObject(reinterpret_cast<BSmartObj*>(wild)));
+    std::uintptr_t garbage[2] = {8, 8}; // where the table of virtual functions should be
+    EXPECT_FALSE(BSmartObj::IsValidObject(reinterpret_cast<BSmartObj*>(garbage)));
+
+    Throwing throwing;
+    EXPECT_THROW((void)BSmartObj::IsValidObject(&throwing), std::runtime_error);
+}

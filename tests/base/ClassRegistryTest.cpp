@@ -1,0 +1,65 @@
+#include "core/base/ClassRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+SP<BSmartObj> ReadFirst(BArchive&, int)
+{
+    return nullptr;
+}
+
+SP<BSmartObj> ReadSecond(BArchive&, int)
+{
+    return nullptr;
+}
+
+void RegisterUntilFull(int count)
+{
+    for (int i = 0; i < count; ++i)
+        RegisterArchiveCallback(("class Full" + std::to_string(i)).c_str(), ReadFirst);
+}
+
+bool ExitedWithMinusOne(int status)
+{
+    // Some systems keep the lowest byte of an exit code only.
+    return testing::ExitedWithCode(-1)(status) || testing::ExitedWithCode(255)(status);
+}
+
+} // namespace
+
+TEST(ClassRegistry, FindsTheFirstFunctionOfExactlyTheName)
+{
+    std::string name = "class RegistryTest";
+    RegisterArchiveCallback(name.c_str(), ReadFirst);
+    RegisterArchiveCallback(name.c_str(), ReadSecond);
+    RegisterArchiveCallback("class OtherRegistryTest", ReadSecond);
+    RegisterArchiveCallback(nullptr, ReadFirst);
+    RegisterArchiveCallback("class NoFunction", nullptr);
+    name.assign(name.size(), 'x'); // the registry has a copy
+
+    EXPECT_EQ(FindArchiveReader("class RegistryTest"), ReadFirst);
+    EXPECT_EQ(FindArchiveReader("class OtherRegistryTest"), ReadSecond);
+    for (const char* unknown :
+         {"class registryTest", "class RegistryTes", "class RegistryTest ", "class NoFunction", ""})
+        EXPECT_EQ(FindArchiveReader(unknown), nullptr) << unknown;
+    EXPECT_EQ(FindArchiveReader(nullptr), nullptr);
+}
+
+TEST(ClassRegistry, TakesNamesOf127Characters)
+{
+    const std::string longest(127, 'n');
+    RegisterArchiveCallback(longest.c_str(), ReadFirst);
+    EXPECT_EQ(FindArchiveReader(longest.c_str()), ReadFirst);
+}
+
+TEST(ClassRegistryDeathTest, EndsTheProcessWhenItOverflows)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(RegisterArchiveCallback(std::string(128, 'n').c_str(), ReadFirst),
+                ExitedWithMinusOne, "");
+    EXPECT_EXIT(RegisterUntilFull(257), ExitedWithMinusOne, "");
+}

@@ -1,0 +1,159 @@
+#include "core/base/DList.h"
+
+#include "core/base/SP.h"
+
+#include "tests/base/LifeCount.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+using Numbers = std::vector<int>;
+
+DList<int> ListOf(std::initializer_list<int> numbers)
+{
+    DList<int> list;
+    for (const int number : numbers)
+        list.AddTail(number);
+    return list;
+}
+
+Numbers Forwards(const DList<int>& list)
+{
+    return Numbers(list.begin(), list.end());
+}
+
+Numbers Backwards(const DList<int>& list)
+{
+    Numbers numbers;
+    for (auto place = list.Tail(); place; --place)
+        numbers.push_back(*place);
+    return numbers;
+}
+
+static_assert(std::is_trivially_copyable_v<DList<int>::Iterator>);
+static_assert(sizeof(DList<int>::Iterator) == sizeof(void*));
+static_assert(std::is_convertible_v<DList<int>::Iterator, DList<int>::ConstIterator>);
+static_assert(!std::is_convertible_v<DList<int>::ConstIterator, DList<int>::Iterator>);
+
+/// Looks into its list when it dies.
+struct Curious : Counted {
+    Curious(int& lives, const DList<SP<Curious>>& ownList, int& seen)
+        : Counted(lives)
+        , list(ownList)
+        , countSeen(seen)
+    {}
+    ~Curious() override { countSeen = list.Count(); }
+    const DList<SP<Curious>>& list;
+    int& countSeen;
+};
+
+} // namespace
+
+TEST(DList, LinksBothWays)
+{
+    DList<int> list;
+    EXPECT_EQ(list.Count(), 0);
+    EXPECT_FALSE(list.Tail());
+    list.AddTail(2);
+    list.AddHead(1);
+    list.AddTail(4);
+    const auto last = list.InsertAfter(list.Tail(), 5);
+    list.InsertAfter(++list.begin(), 3);
+    list.InsertAfter({}, 0);
+    EXPECT_EQ(Forwards(list), (Numbers{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(Backwards(list), (Numbers{5, 4, 3, 2, 1, 0}));
+    EXPECT_EQ(list.Count(), 6);
+    EXPECT_EQ(list.Tail(), last);
+}
+
+TEST(DList, ErasesWithoutDisturbingOtherPlaces)
+{
+    DList<int> list = ListOf({1, 2, 3, 4});
+    const auto first = list.begin();
+    const auto third = ++ ++list.begin();
+    EXPECT_EQ(*list.Erase(++list.begin()), 3);
+    EXPECT_EQ(list.Erase(list.Tail()), list.end());
+    EXPECT_EQ(Backwards(list), (Numbers{3, 1}));
+    EXPECT_EQ(*first, 1);
+    EXPECT_EQ(list.Erase(first), third);
+    EXPECT_EQ(list.Erase(third), list.end());
+    EXPECT_EQ(list.Count(), 0);
+    list.AddHead(7);
+    EXPECT_EQ(Backwards(list), (Numbers{7}));
+}
+
+TEST(DList, AppendsOtherListsAndItself)
+{
+    const struct {
+        DList<int> list, other;
+        Numbers result;
+    } cases[] = {
+        {ListOf({}), ListOf({}), {}},
+        {ListOf({}), ListOf({1, 2}), {1, 2}},
+        {ListOf({1, 2}), ListOf({}), {1, 2}},
+        {ListOf({1}), ListOf({2, 3}), {1, 2, 3}},
+    };
+    for (const auto& [first, other, result] : cases) {
+        DList<int> list(first);
+        list.Append(other);
+        EXPECT_EQ(Forwards(list), result);
+        EXPECT_EQ(Backwards(list), Numbers(result.rbegin(), result.rend()));
+        EXPECT_EQ(list.Count(), static_cast<int>(result.size()));
+    }
+    DList<int> list = ListOf({1, 2});
+    list.Append(list);
+    EXPECT_EQ(Forwards(list), (Numbers{1, 2, 1, 2}));
+}
+
+TEST(DList, CopiesElementsAndMovesLinks)
+{
+    DList<int> list = ListOf({1, 2});
+    DList<int> copy(list);
+    *copy.begin() = 9;
+    EXPECT_EQ(Forwards(list), (Numbers{1, 2}));
+    const auto place = list.begin();
+    DList<int> moved(std::move(list));
+    EXPECT_EQ(moved.begin(), place);
+    EXPECT_EQ(list.Count(), 0);
+    moved = copy;
+    moved = *&moved;
+    EXPECT_EQ(Forwards(moved), (Numbers{9, 2}));
+}
+
+TEST(DList, DestroysElementsAfterTheyHaveLeft)
+{
+    int lives = 0;
+    int seen = -1;
+    DList<SP<Curious>> list;
+    for (int i = 0; i < 3; ++i)
+        list.AddTail(new Curious(lives, list, seen));
+    list.Erase(list.begin());
+    EXPECT_EQ(seen, 2);
+    list.RemoveAll();
+    EXPECT_EQ(seen, 0);
+    EXPECT_EQ(lives, 0);
+}
+
+TEST(DList, StaysAsItWasWhenACopyThrows)
+{
+    const int aliveBefore = CountedValue::alive;
+    {
+        DList<CountedValue> list;
+        list.AddTail(CountedValue(1));
+        list.AddTail(CountedValue(2));
+        CountedValue::copiesUntilThrow = 1;
+        EXPECT_THROW(list.Append(list), int);
+        CountedValue::copiesUntilThrow = 0;
+        EXPECT_THROW(list.AddHead(CountedValue(3)), int);
+        CountedValue::copiesUntilThrow = -1;
+        EXPECT_EQ(list.Count(), 2);
+        EXPECT_EQ(list.Tail()->value, 2);
+        EXPECT_EQ(CountedValue::alive, aliveBefore + 2);
+    }
+    EXPECT_EQ(CountedValue::alive, aliveBefore);
+}
