@@ -1,14 +1,12 @@
 #include "core/platform/FileStream.h"
 
+#include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 using namespace std::string_literals;
@@ -18,29 +16,18 @@ namespace {
 
 class FileStream : public testing::Test {
 protected:
-    void Store(const std::string& bytes)
-    {
-        std::ofstream(m_file, std::ios::binary).write(bytes.data(), std::ssize(bytes));
-    }
-
-    std::string Stored() const
-    {
-        std::ifstream file(m_file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
     platform::Stream Open(const WChar* mode) const
     {
         return platform::OpenStream(m_file.string<WChar>().c_str(), mode);
     }
 
     // What `ReadText` reads until it reads nothing.
-    static std::vector<WideText> Pieces(std::FILE* stream, int room)
+    static std::vector<WideText> Pieces(std::FILE* stream)
     {
         std::vector<WideText> pieces;
-        std::vector<WChar> buffer(static_cast<std::size_t>(room));
-        while (platform::ReadText(stream, buffer.data(), room))
-            pieces.emplace_back(buffer.data());
+        WChar buffer[512];
+        while (platform::ReadText(stream, buffer, 512))
+            pieces.emplace_back(buffer);
         return pieces;
     }
 
@@ -94,10 +81,10 @@ TEST_F(FileStream, ReadsUnicodeTextByItsMark)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Store(c.bytes);
+        WriteFileBytes(m_file, c.bytes);
         const platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
-        EXPECT_EQ(Pieces(stream.get(), 512), c.pieces);
+        EXPECT_EQ(Pieces(stream.get()), c.pieces);
     }
 }
 
@@ -117,7 +104,7 @@ TEST_F(FileStream, TellsTheEndAsTheLastLineIsRead)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.bytes.size());
-        Store(c.bytes);
+        WriteFileBytes(m_file, c.bytes);
         const platform::Stream stream = Open(QD_W("r,ccs=UTF-16LE"));
         ASSERT_TRUE(stream);
         std::vector<WChar> buffer(512);
@@ -179,13 +166,13 @@ TEST_F(FileStream, WritesUnicodeTextInTheEncodingOfTheFile)
         SCOPED_TRACE(c.name);
         std::filesystem::remove(m_file);
         if (c.before)
-            Store(*c.before);
+            WriteFileBytes(m_file, *c.before);
         platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
         for (const WideText& text : c.texts)
             EXPECT_TRUE(platform::WriteText(stream.get(), text.c_str()));
         EXPECT_EQ(std::fclose(stream.release()), 0);
-        EXPECT_EQ(Stored(), c.after);
+        EXPECT_EQ(FileBytes(m_file), c.after);
     }
 }
 
@@ -202,14 +189,14 @@ TEST_F(FileStream, LeavesOutWhatStandsBehindAUnitThatCannotBeWritten)
         {QD_W("wt,ccs=UTF-16LE"), "", QD_W("y\xFFFFz\n"), "\xFF\xFEx\0y\0\xFF\xFFx\0"s},
     };
     for (const Case& c : cases) {
-        Store(c.before);
+        WriteFileBytes(m_file, c.before);
         platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
         EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("x")));
         EXPECT_FALSE(platform::WriteText(stream.get(), c.text));
         EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("x")));
         stream.reset();
-        EXPECT_EQ(Stored(), c.after);
+        EXPECT_EQ(FileBytes(m_file), c.after);
     }
 }
 
@@ -226,14 +213,14 @@ TEST_F(FileStream, KeepsLongTextsWhole)
         text += WideText(line % 5, QD_W('x')) + QD_W("\x20AC\x00E4\n");
     for (const Case& c :
          {Case{QD_W("wt,ccs=UTF-16LE"), ""}, Case{QD_W("at,ccs=UNICODE"), "\xEF\xBB\xBF"}}) {
-        Store(c.before);
+        WriteFileBytes(m_file, c.before);
         platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
         ASSERT_TRUE(platform::WriteText(stream.get(), text.c_str()));
         stream = Open(QD_W("r,ccs=UTF-16LE"));
         ASSERT_TRUE(stream);
         WideText all;
-        for (const WideText& piece : Pieces(stream.get(), 512))
+        for (const WideText& piece : Pieces(stream.get()))
             all += piece;
         EXPECT_TRUE(all == text);
     }
@@ -248,9 +235,9 @@ TEST_F(FileStream, TranslatesNarrowText)
     ASSERT_TRUE(stream);
     std::fputs("z\n", stream.get());
     stream.reset();
-    EXPECT_EQ(Stored(), "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\r\n");
+    EXPECT_EQ(FileBytes(m_file), "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\r\n");
 
-    Store("\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\x1Ax");
+    WriteFileBytes(m_file, "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\x1Ax");
     stream = Open(QD_W("r"));
     ASSERT_TRUE(stream);
     char buffer[64] = {};
@@ -262,12 +249,12 @@ TEST_F(FileStream, TranslatesNarrowText)
 TEST_F(FileStream, RewindsToTheMark)
 {
     for (const std::string& bytes : {"\xFF\xFEx\0\x1A\0y\0"s, "\xEF\xBB\xBFx\x1Ay"s}) {
-        Store(bytes);
+        WriteFileBytes(m_file, bytes);
         const platform::Stream stream = Open(QD_W("r,ccs=UTF-16LE"));
         ASSERT_TRUE(stream);
-        EXPECT_EQ(Pieces(stream.get(), 512), (std::vector<WideText>{QD_W("x")}));
+        EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("x")}));
         std::rewind(stream.get());
-        EXPECT_EQ(Pieces(stream.get(), 512), (std::vector<WideText>{QD_W("\xFEFFx")}));
+        EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("\xFEFFx")}));
     }
 }
 
@@ -293,8 +280,8 @@ TEST_F(FileStream, OpensNothingThatIsNotThere)
         EXPECT_FALSE(platform::OpenStream(QD_W(""), mode));
         EXPECT_FALSE(platform::OpenStream(QD_W("."), mode)); // a folder
     }
-    Store("x");
+    WriteFileBytes(m_file, "x");
     EXPECT_FALSE(Open(QD_W("wbx")));
     EXPECT_FALSE(Open(QD_W("r,ccs=UTF-16BE")));
-    EXPECT_EQ(Stored(), "x");
+    EXPECT_EQ(FileBytes(m_file), "x");
 }

@@ -1,6 +1,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/posix/NativePath.h"
 
+#include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -8,8 +9,6 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <sys/resource.h>
 
@@ -136,8 +135,7 @@ TEST(FileStreamOnLinux, JoinsSurrogatesAcrossBuffers)
     platform::Stream stream = platform::OpenStream(path.c_str(), u"w,ccs=UTF-8");
     ASSERT_TRUE(stream && platform::WriteText(stream.get(), text.c_str()));
     stream.reset();
-    std::ifstream file(folder / "new", std::ios::binary);
-    EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(file), {}) == bytes);
+    EXPECT_TRUE(FileBytes(folder / "new") == bytes);
 
     stream = platform::OpenStream(path.c_str(), u"r,ccs=UTF-8");
     std::u16string read(text.size() + 2, u'.');
