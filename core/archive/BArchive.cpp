@@ -201,9 +201,9 @@ private:
 
     int m_version = 0;
     std::deque<RecordDirectory::Record*> m_pending;
-    std::vector<SP<BSmartObj>> m_rebuilt; // in order of reading
-    std::size_t m_associatedCount = 0;    // of m_rebuilt, those told to update their associations
-    std::size_t m_verifiedCount = 0;      // of m_rebuilt, those that passed their self-check
+    std::vector<const RecordDirectory::Record*> m_rebuilt; // with their objects, in order of reading
+    std::size_t m_associatedCount = 0; // of m_rebuilt, those told to update their associations
+    std::size_t m_verifiedCount = 0;   // of m_rebuilt, those that passed their self-check
     std::uint32_t m_takeOutNumber = 0;
     int m_nesting = 0; // of `TakeOut` calls
     std::vector<std::pair<std::string, ReadFunction>> m_readFunctions; // as found so far
@@ -240,7 +240,7 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
     // All new objects are asked, also after a "no": a tree that refuses itself tidies up meanwhile.
     bool sound = true;
     for (std::size_t i = m_verifiedCount; i < m_rebuilt.size(); ++i) {
-        sound = m_rebuilt[i]->VerifyObj() && sound;
+        sound = m_rebuilt[i]->object->VerifyObj() && sound;
         if (sound)
             m_verifiedCount = i + 1;
     }
@@ -258,7 +258,9 @@ void Loader::TakeOutLater(RecordDirectory::Record* record)
 
 bool Loader::Verify() const
 {
-    return std::ranges::all_of(m_rebuilt, [](const auto& object) { return object->VerifyObj(); });
+    return std::ranges::all_of(m_rebuilt, [](const RecordDirectory::Record* record) {
+        return record->object->VerifyObj();
+    });
 }
 
 // A record that cannot be read is tried once in a `TakeOut`, however many references lead to it.
@@ -276,7 +278,7 @@ SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive
     file.SetLimit(file.Position() + header.size);
     record.object = CallRead(header, archive);
     if (record.object)
-        m_rebuilt.push_back(record.object);
+        m_rebuilt.push_back(&record);
     return record.object;
 }
 
@@ -317,8 +319,7 @@ void Loader::RebuildPending(BArchive& archive)
 void Loader::UpdateAssociations(BArchive& archive)
 {
     while (m_associatedCount < m_rebuilt.size()) {
-        const SP<BSmartObj> object = m_rebuilt[m_associatedCount++];
-        object->UpdateAssociations(archive);
+        m_rebuilt[m_associatedCount++]->object->UpdateAssociations(archive);
     }
 }
 
@@ -604,6 +605,16 @@ BArchive& BArchive::operator>>(BString& text)
         std::memcpy(text.Str(), start + kTextPrefix, length);
     file.MoveTo(file.Position() + end);
     return *this;
+}
+
+void BArchive::SkipText()
+{
+    if (!m_impl->loader || !IsGood())
+        return;
+    std::uint64_t end = 0;
+    if (!PeekText(m_impl->loader->file, end))
+        throw ArchiveFormatFault;
+    m_impl->loader->file.MoveTo(m_impl->loader->file.Position() + end);
 }
 
 BArchive& BArchive::operator>>(WString& text)

@@ -122,6 +122,8 @@ public:
 
     /// Throws `ArchiveFormatFault` when the record does not go on with a whole text.
     BArchive& operator>>(BString& text);
+    /// Passes over a `BString` as `>>` reads it.
+    void SkipText();
     BArchive& operator>>(WString& text);
     BArchive& operator>>(int& value);
     BArchive& operator>>(float& value);

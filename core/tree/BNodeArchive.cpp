@@ -3,6 +3,7 @@
 #include "core/tree/BNodeLoading.h"
 
 #include <memory>
+#include <typeinfo>
 #include <utility>
 
 // A node's payload, version 2 (the primitives are in BArchive.cpp):
@@ -28,6 +29,14 @@ void WriteReferences(BArchive& archive, const DList<SP<T>>& list)
     archive << list.Count();
     for (const SP<T>& entry : list)
         archive << static_cast<const BSmartObj*>(entry.Get());
+}
+
+// Null for an object that is no node.
+BNode* AsNode(BSmartObj* object)
+{
+    if (object != nullptr && typeid(*object) == typeid(BNode)) // nearly always, and much cheaper
+        return static_cast<BNode*>(object);
+    return dynamic_cast<BNode*>(object);
 }
 
 std::uint64_t ReadReference(BArchive& archive)
@@ -82,7 +91,10 @@ void BNode::ReadData(BArchive& archive, int version)
     loading->children = ReadReferences(archive);
     loading->attributes = ReadReferences(archive);
     BString narrowText;
-    archive >> narrowText;
+    if (version < 1)
+        archive >> narrowText;
+    else
+        archive.SkipText();
     loading->parent = ReadReference(archive);
     char flags = kActiveFlag;
     archive >> flags;
@@ -109,8 +121,7 @@ void BNode::UpdateAssociations(BArchive& archive)
     };
     m_object = query(m_loading->object);
     for (const std::uint64_t index : m_loading->children) {
-        const SP<BSmartObj> object = query(index);
-        auto* child = dynamic_cast<BNode*>(object.Get());
+        BNode* const child = AsNode(query(index).Get());
         if (child != nullptr && Adopts(*child, archive)) {
             Link(child, m_children.Tail());
             child->EndLoading();
@@ -136,7 +147,7 @@ BNode* BNode::ClaimedParent(BArchive& archive) const
 {
     if (m_parent != nullptr || m_loading == nullptr)
         return m_parent;
-    return dynamic_cast<BNode*>(archive.QueryObject(archive.IndexToPtr(m_loading->parent)).Get());
+    return AsNode(archive.QueryObject(archive.IndexToPtr(m_loading->parent)).Get());
 }
 
 // Climbs from this node. A node met twice on the way is above itself, and with it all on the circle.
