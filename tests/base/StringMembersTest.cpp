@@ -90,21 +90,12 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
         {"", [](S& s) { s.Insert(Make<S>("x"), 0); }, "x"},
         {"abc", [](S& s) { s.Remove(1, 1); }, "ac"},
         {"abc", [](S& s) { s.Remove(1, kMost); }, "a"},
-        {"abc",
-         [](S& s) {
-             s.Remove(3, 1);
-             s.Remove(kMost, kMost);
-             s.Remove(0, 0);
-         },
-         "abc"},
+        {"abc", [](S& s) { s.Remove(3, 1); }, "abc"},
+        {"abc", [](S& s) { s.Remove(kMost, kMost); }, "abc"},
         {"abc", [](S& s) { s.ReplaceAt(Make<S>("xyz"), 1); }, "axy"},
         {"abc", [](S& s) { s.ReplaceAt(Make<S>("x"), 0); }, "xbc"},
-        {"abc",
-         [](S& s) {
-             s.ReplaceAt(Make<S>("x"), 3);
-             s.ReplaceAt(nullptr, 0);
-         },
-         "abc"},
+        {"abc", [](S& s) { s.ReplaceAt(Make<S>("x"), 3); }, "abc"},
+        {"abc", [](S& s) { s.ReplaceAt(nullptr, 0); }, "abc"},
         {"abc", [](S& s) { s.SetAt(1, C('x')); }, "axc"},
         {"abc", [](S& s) { s.Str()[2] = C('x'); }, "abx"},
         {"abc", [](S& s) { s.Fill(5, C('x')); }, "xxxxx"},
@@ -123,12 +114,7 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
         {"a.b.", [](S& s) { EXPECT_FALSE(s.CutAfter('x', true) || s.CutAfter(0, true)); }, "a.b."},
         {" \t a b\r\n", [](S& s) { EXPECT_TRUE(s.TrimLeft()); }, "a b\r\n"},
         {" \t a b\r\n", [](S& s) { EXPECT_TRUE(s.TrimRight()); }, " \t a b"},
-        {" \t ",
-         [](S& s) {
-             EXPECT_TRUE(s.TrimLeft());
-             EXPECT_FALSE(s.TrimRight());
-         },
-         ""},
+        {" \t ", [](S& s) { EXPECT_TRUE(s.TrimLeft() && !s.TrimRight()); }, ""},
         {"xxaxx", [](S& s) { EXPECT_TRUE(s.TrimLeft(C('x')) && s.TrimRight(C('x'))); }, "a"},
         {"xyaxy", [](S& s) { EXPECT_TRUE(s.TrimLeft(Make<S>("yx"))); }, "axy"},
         {"xyaxy", [](S& s) { EXPECT_TRUE(s.TrimRight(Make<S>("yx"))); }, "xya"},
@@ -142,33 +128,18 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
          "-9223372036854775808"},
         {"x", [](S& s) { s.ItoA(-1, 16); }, "ffffffffffffffff"},
         {"x", [](S& s) { s.ItoA(35, 36); }, "z"},
-        {"x",
-         [](S& s) {
-             s.ItoA(1, 37);
-             s.ItoA(1, 0);
-         },
-         "x"},
+        {"x", [](S& s) { s.ItoA(1, 37); }, "x"},
         {"x", [](S& s) { s.Printf(Make<S>("%s%03d"), s.CStr(), 7); }, "x007"},
         {"x", [](S& s) { s.Printf(nullptr); }, ""},
         {"x", [](S& s) { s.Printf(Make<S>("")); }, ""},
         // Arguments that lie in the string's own text
         {"abc", [](S& s) { s.Append(s); }, "abcabc"},
         {"abc", [](S& s) { s += s.CStr() + 1; }, "abcbc"},
-        {"abc",
-         [](S& s) {
-             (s += Make<S>("0123456789")).CutAt(3);
-             s += s.CStr();
-         },
-         "abcabc"},
+        {"abcdefgh", [](S& s) { s.Append((s.CutAt(3), s.CStr())); }, "abcabc"}, // there is room
         {"abc", [](S& s) { s.Prepend(s.CStr() + 2); }, "cabc"},
         {"abc", [](S& s) { s.Insert(s.CStr(), 2); }, "ababcc"},
         {"abc", [](S& s) { s = s.CStr() + 2; }, "c"},
-        {"abc",
-         [](S& s) {
-             const S& same = s;
-             s = same;
-         },
-         "abc"},
+        {"abc", [](S& s) { s = static_cast<const S&>(s); }, "abc"},
         {"abc", [](S& s) { s.ReplaceAt(s.CStr() + 1, 0); }, "bcc"},
         {"abc", [](S& s) { s.ReplaceAt(s.CStr(), 1); }, "aab"},
         {"abab", [](S& s) { s.Replace(s.CStr() + 2, s.CStr() + 1, true); }, "babbab"},
@@ -479,6 +450,19 @@ TYPED_TEST(StringMembers, AppendedCharactersFillABlockBeforeTheNext)
     EXPECT_EQ(Plain(text.Sub(60, 8)), "jklmnopq");
 }
 
+TYPED_TEST(StringMembers, AppendedTextsStayInTheBlockWhileTheyFit)
+{
+    using S = TypeParam;
+    S text;
+    text += Char<S>('a'); // room for 64
+    const auto* block = text.CStr();
+    text += Make<S>(std::string(62, 'b'));
+    EXPECT_TRUE(text.CStr() == block);
+    text += Make<S>("c"); // would leave no room to spare
+    EXPECT_FALSE(text.CStr() == block);
+    EXPECT_EQ(Plain(text), "a" + std::string(62, 'b') + "c");
+}
+
 TYPED_TEST(StringMembers, ImpossibleSizesChangeNothing)
 {
     using S = TypeParam;
@@ -569,6 +553,16 @@ TYPED_TEST(StringMembers, LinesAreReadWholeHoweverLong)
     EXPECT_TRUE(text.ReadLn(stream)); // the end shows only now
     EXPECT_TRUE(text.IsEmpty());
     EXPECT_FALSE(text.ReadLn(stream));
+
+    std::string cut; // a 0 cuts the rest of its line
+    for (const char character : "ab\0cd\nef"s)
+        (cut += character).append(sizeof(Char<S>) - 1, 0);
+    const StreamOf zeros(cut);
+    EXPECT_TRUE(text.ReadLn(zeros));
+    EXPECT_EQ(Plain(text), "ab");
+    EXPECT_TRUE(text.ReadLn(zeros));
+    EXPECT_EQ(Plain(text), "ef");
+    EXPECT_FALSE(text.ReadLn(zeros));
 }
 
 TYPED_TEST(StringMembers, ThreadsMayShareOneText)
