@@ -154,7 +154,7 @@ public:
 private:
     struct Block {
         std::uint64_t capacity;      // characters that fit, the terminating 0 not counted
-        std::int32_t references;     // changed through Count() only
+        std::int32_t references;     // objects that share it; through Count() once there is one
         Char text[4 / sizeof(Char)]; // capacity + 1 characters
     };
 

@@ -154,7 +154,7 @@ Char* WritePrintable(Char* out, Char character) noexcept
     } else {
         *out++ = '\\';
         *out++ = 'x';
-        *out++ = static_cast<Char>(digits[character >> 4 & 15]);
+        *out++ = static_cast<Char>(digits[(character >> 4) & 15]);
         *out++ = static_cast<Char>(digits[character & 15]);
     }
     return out;
@@ -834,7 +834,7 @@ void String::Printf(const Char* format, ...)
     va_end(arguments);
 
     if (length < 0 || length >= kPrintfLimit) {
-        if (kFailedPrintfEmpties)
+        if constexpr (kFailedPrintfEmpties)
             Clear();
     } else if (static_cast<std::size_t>(length) < kPrintfRoom) {
         m_text.Assign(View(buffer, static_cast<std::size_t>(length)));
