@@ -161,9 +161,9 @@ std::string_view SpecialName(double value) noexcept
     return std::signbit(value) && !hasPayload ? "nan(ind)" : "nan";
 }
 
-void ConvertFixed(double value, int precision, bool alternate, Number& number) noexcept
+void ConvertFixed(double value, std::int64_t precision, bool alternate, Number& number) noexcept
 {
-    const int exact = std::min(precision, kMaxFraction);
+    const int exact = static_cast<int>(std::min<std::int64_t>(precision, kMaxFraction));
     number.Take(
         std::to_chars(number.text, number.TextEnd(), value, std::chars_format::fixed, exact));
     number.point = alternate && precision == 0;
@@ -198,7 +198,7 @@ void ConvertGeneral(double value, int precision, bool alternate, Number& number)
     if (exponent < -4 || exponent >= significant)
         return;
     number.exponent = {};
-    ConvertFixed(value, significant - 1 - exponent, true, number);
+    ConvertFixed(value, std::int64_t{significant} - 1 - exponent, true, number);
 }
 
 void ConvertHex(double value, int precision, bool alternate, Number& number) noexcept

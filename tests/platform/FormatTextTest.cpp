@@ -1,0 +1,260 @@
+#include "core/platform/FormatText.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <clocale>
+#include <cmath>
+#include <cstdarg>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t kRoom = 512;
+
+// ASCII as it is, other units as "<HEX>".
+template <typename Char>
+std::string Shown(const Char* text, std::size_t length)
+{
+    std::string shown;
+    for (std::size_t i = 0; i < length; ++i) {
+        const unsigned unit = std::make_unsigned_t<Char>(text[i]);
+        char hex[platform::kIntegerTextRoom];
+        if (unit >= ' ' && unit < 0x7F)
+            shown += static_cast<char>(unit);
+        else if (platform::IntegerText(unit, 16, hex) > 0)
+            shown += '<' + std::string(hex) + '>';
+    }
+    return shown;
+}
+
+template <typename Char>
+std::string Formatted(const Char* format, std::va_list arguments)
+{
+    Char buffer[kRoom];
+    const std::int64_t length = platform::Format(buffer, kRoom, format, arguments);
+    if (length < 0 || length >= static_cast<std::int64_t>(kRoom))
+        return "length " + std::to_string(length);
+    const auto count = static_cast<std::size_t>(length);
+    return Shown(buffer, count) + (buffer[count] == 0 ? "" : " and no terminator");
+}
+
+std::string Wide(const WChar* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = Formatted(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+std::string Narrow(const char* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = Formatted(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+std::int64_t Measure(WChar* buffer, std::size_t room, const WChar* format, ...)
+{
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::int64_t length = platform::Format(buffer, room, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
+const std::string kFailure = "length -1";
+
+} // namespace
+
+TEST(FormatText, WritesIntegers)
+{
+    constexpr long long kLong = 0x123456789ABCDEF;
+    EXPECT_EQ(Wide(QD_W("%d %i %u"), -5, 7, -1), "-5 7 4294967295");
+    EXPECT_EQ(Wide(QD_W("%5d|%-5d|%05d|%+d|% d|%+ d"), 42, 42, -42, 42, 42, 42),
+              "   42|42   |-0042|+42| 42|+42");
+    EXPECT_EQ(Wide(QD_W("%-05d|%.3d|%6.3d|%.0d|%+.0d"), 42, 7, -7, 0, 0), "42   |007|  -007||+");
+    EXPECT_EQ(Wide(QD_W("%x %X %#x %#X %#x %o %#o %#o"), 255, 255, 255, 255, 0, 8, 8, 0),
+              "ff FF 0xff 0XFF 0 10 010 0");
+    EXPECT_EQ(Wide(QD_W("%#8x|%#08x|%-#8x|%+u"), 255, 255, 255, 1), "    0xff|0x0000ff|0xff    |1");
+    EXPECT_EQ(Wide(QD_W("%hd %hu %hd"), 70'000, 70'000, 40'000), "4464 4464 -25536");
+    EXPECT_EQ(Wide(QD_W("%lld %I64d %Id %jd"), kLong, kLong, kLong, kLong),
+              "81985529216486895 81985529216486895 81985529216486895 81985529216486895");
+    EXPECT_EQ(Wide(QD_W("%zu %td %I64x %I32d"), kLong, -kLong, -1LL, 5),
+              "81985529216486895 -81985529216486895 ffffffffffffffff 5");
+    EXPECT_EQ(Wide(QD_W("%lld %d %ld"), LLONG_MIN, INT_MIN, -7L),
+              "-9223372036854775808 -2147483648 -7");
+    EXPECT_EQ(Wide(QD_W("%p|%20p"), reinterpret_cast<void*>(0xABC), nullptr),
+              "0000000000000ABC|    0000000000000000");
+    EXPECT_EQ(Wide(QD_W("%*d|%*d|%-*d|%.*d|%.*d"), 4, 7, -4, 7, 4, 7, 3, 7, -3, 7),
+              "   7|7   |7   |007|7");
+    EXPECT_EQ(Narrow("%s%03d", "Point", 7), "Point007");
+}
+
+TEST(FormatText, WritesFloatingPointNumbers)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    struct Case {
+        const WChar* format;
+        double value;
+        const char* text;
+    };
+    const Case cases[] = {
+        {QD_W("%f"), 1.5, "1.500000"},
+        {QD_W("%.2lf"), -0.001, "-0.00"},
+        {QD_W("%+.1f"), 2, "+2.0"},
+        {QD_W("%08.2f"), -3.14159, "-0003.14"},
+        {QD_W("%-8.2f|"), 3.14159, "3.14    |"},
+        {QD_W("%.30f"), 0.1, "0.100000000000000005551115123126"},
+        {QD_W("%.0f"), 1e22, "10000000000000000000000"},
+        // Ties go to the even neighbour.
+        {QD_W("%.0f"), 0.5, "0"},
+        {QD_W("%.0f"), 1.5, "2"},
+        {QD_W("%.0f"), 2.5, "2"},
+        {QD_W("%.1f"), 0.25, "0.2"},
+        {QD_W("%.2e"), 1.125, "1.12e+00"},
+        // Exponents have two digits, or three where they need them.
+        {QD_W("%e"), 0, "0.000000e+00"},
+        {QD_W("%E"), 1234.5678, "1.234568E+03"},
+        {QD_W("%.0e"), 1e300, "1e+300"},
+        {QD_W("%g"), 1e10, "1e+10"},
+        {QD_W("%g"), 0.00001, "1e-05"},
+        {QD_W("%g"), 0.0001, "0.0001"},
+        {QD_W("%g"), 999999.5, "1e+06"},
+        {QD_W("%G"), 5e-324, "4.94066E-324"},
+        {QD_W("%.15g"), 0.1, "0.1"},
+        {QD_W("%.17g"), 0.1, "0.10000000000000001"},
+        {QD_W("%.0g"), 25, "2e+01"},
+        // What stands alone gets a full stop, and zeros stay.
+        {QD_W("%#.0f"), 3, "3."},
+        {QD_W("%#.0e"), 3, "3.e+00"},
+        {QD_W("%#g"), 100000, "100000."},
+        {QD_W("%#g"), 1e-5, "1.00000e-05"},
+        {QD_W("%#.3g"), 0, "0.00"},
+        {QD_W("%a"), 1, "0x1.0000000000000p+0"},
+        {QD_W("%A"), -0.1, "-0X1.999999999999AP-4"},
+        {QD_W("%a"), 5e-324, "0x0.0000000000001p-1022"},
+        {QD_W("%.0a"), 1.5, "0x2p+0"},
+        {QD_W("%.2a"), 1.998046875, "0x2.00p+0"},
+        {QD_W("%#.0a"), 0, "0x0.p+0"},
+        {QD_W("%g"), kInfinity, "inf"},
+        {QD_W("%F"), -kInfinity, "-INF"},
+        {QD_W("%08g"), kInfinity, "     inf"},
+        {QD_W("%+.3a"), kNan, "+nan"},
+        {QD_W("%E"), std::copysign(kNan, -1.0), "-NAN(IND)"},
+    };
+    for (const Case& row : cases)
+        EXPECT_EQ(Wide(row.format, row.value), row.text);
+}
+
+TEST(FormatText, WritesTextsOfEitherWidth)
+{
+    const WChar* const wide = QD_W("\x20AC"
+                                   "uro");
+    const WChar* const latin = QD_W("\x00E4"
+                                    "b");
+    const char* const narrow = "\x80\xE9z";
+    EXPECT_EQ(Wide(QD_W("%s %ls %ws %lS %.2s"), wide, wide, wide, wide, wide),
+              "<20ac>uro <20ac>uro <20ac>uro <20ac>uro <20ac>u");
+    EXPECT_EQ(Wide(QD_W("%S %hs %hS %.1S"), narrow, narrow, narrow, narrow),
+              "<80><e9>z <80><e9>z <80><e9>z <80>");
+    EXPECT_EQ(Wide(QD_W("%5s|%-5s|%05s|%.0s|"), latin, latin, latin, latin),
+              "   <e4>b|<e4>b   |000<e4>b||");
+    EXPECT_EQ(Wide(QD_W("%s %S %.3s %010s"), nullptr, nullptr, nullptr, nullptr),
+              "(null) (null) (nu 0000(null)");
+    EXPECT_EQ(Wide(QD_W("%c%C%hc%lc%3c|%c"), 0x20AC, 0xE9, 0xE9, 0x20AC, 'x', 0),
+              "<20ac><e9><e9><20ac>  x|<0>");
+    EXPECT_EQ(Narrow("%s %S %ls %hs", narrow, latin, latin, narrow),
+              "<80><e9>z <e4>b <e4>b <80><e9>z");
+    EXPECT_EQ(Narrow("%c%C%lc|%C|%3c", 0xE9, 0xE9, 'x', 0x20AC, 'y'), "<e9><e9>x||  y");
+    EXPECT_EQ(Narrow("%.1S", wide + 1), "u");
+    EXPECT_EQ(Narrow("%S", wide), kFailure);
+    EXPECT_EQ(Wide(QD_W("100%%")), "100%");
+}
+
+TEST(FormatText, FailsWhereTheFormatIsWrong)
+{
+    const WChar* const formats[] = {QD_W("%"),   QD_W("a%"),      QD_W("%5"),   QD_W("%l"),
+                                    QD_W("%y"),  QD_W("%D"),      QD_W("%5.%"), QD_W("%I"),
+                                    QD_W("%Is"), QD_W("%5.3.2d"), QD_W("%5*d"), QD_W("%\x00E9")};
+    for (const WChar* const format : formats)
+        EXPECT_EQ(Wide(format, 1, 2, 3), kFailure);
+    EXPECT_EQ(Narrow("%\xE9", 1), kFailure);
+
+    int count = 77;
+    EXPECT_EQ(Wide(QD_W("%d%n"), 5, &count), kFailure);
+    EXPECT_EQ(Narrow("%d%n", 5, &count), kFailure);
+    EXPECT_EQ(count, 77);
+}
+
+TEST(FormatText, TellsTheLengthOfATextThatDoesNotFit)
+{
+    const std::basic_string<WChar> text(5'000, QD_W('x'));
+    std::vector<WChar> buffer(6'000);
+    for (const std::size_t room : {0U, 1U, 5'005U, 5'006U, 6'000U}) {
+        SCOPED_TRACE(room);
+        std::fill(buffer.begin(), buffer.end(), QD_W('#'));
+        EXPECT_EQ(Measure(buffer.data(), room, QD_W("%s%05d"), text.c_str(), 12), 5'005);
+        EXPECT_EQ(buffer[room == 6'000 ? 5'999 : room], QD_W('#'));
+        if (room > 5'005) {
+            EXPECT_EQ(std::basic_string<WChar>(buffer.data()), text + QD_W("00012"));
+        }
+    }
+    EXPECT_EQ(Measure(nullptr, 0, QD_W("")), 0);
+    EXPECT_EQ(Measure(nullptr, 0, QD_W("%y")), -1);
+}
+
+TEST(FormatText, KeepsTheFullStopInEveryLocale)
+{
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    const char* locale = nullptr;
+    for (const char* const name : {"de_DE.UTF-8", "de_DE", "de-DE", "German"}) {
+        if (locale == nullptr)
+            locale = std::setlocale(LC_ALL, name);
+    }
+    if (locale == nullptr)
+        GTEST_SKIP() << "no locale with a decimal comma is installed";
+    EXPECT_EQ(Wide(QD_W("%g %.1f"), 1.5, 2.5), "1.5 2.5");
+    EXPECT_EQ(Narrow("%g %.1f", 1.5, 2.5), "1.5 2.5");
+    EXPECT_EQ(Wide(QD_W("%S"), "\x80"), "<80>");
+    std::setlocale(LC_ALL, before.c_str());
+}
+
+TEST(FormatText, WritesIntegersToEveryRadix)
+{
+    struct Case {
+        std::int64_t value;
+        int radix;
+        const char* text;
+    };
+    const Case cases[] = {
+        {0, 10, "0"},
+        {-1, 10, "-1"},
+        {INT64_MIN, 10, "-9223372036854775808"},
+        {255, 16, "ff"},
+        {-1, 16, "ffffffffffffffff"},
+        {-1, 2, "1111111111111111111111111111111111111111111111111111111111111111"},
+        {35, 36, "z"},
+        {5, 1, ""},
+        {5, 37, ""},
+        {5, -10, ""},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.text);
+        WChar wide[platform::kIntegerTextRoom];
+        char narrow[platform::kIntegerTextRoom];
+        const std::string text = row.text;
+        EXPECT_EQ(platform::IntegerText(row.value, row.radix, wide), text.size());
+        EXPECT_EQ(platform::IntegerText(row.value, row.radix, narrow), text.size());
+        if (!text.empty()) {
+            EXPECT_EQ(Shown(wide, text.size() + 1), text + "<0>");
+            EXPECT_EQ(narrow, text);
+        }
+    }
+}

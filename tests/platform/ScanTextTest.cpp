@@ -1,0 +1,243 @@
+#include "core/platform/ScanText.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <string>
+
+namespace {
+
+using WideText = std::basic_string<WChar>;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr int kUntouched = 77;
+
+WideText Widened(const std::string& text)
+{
+    return WideText(text.begin(), text.end());
+}
+
+// The same number, zeros with their sign.
+testing::AssertionResult Same(double a, double b)
+{
+    const bool isSame =
+        std::isnan(a) ? std::isnan(b) : a == b && std::signbit(a) == std::signbit(b);
+    return isSame ? testing::AssertionSuccess()
+                  : testing::AssertionFailure() << a << " is not " << b;
+}
+
+} // namespace
+
+TEST(ScanText, ScansFloatingPointNumbersThatStandAlone)
+{
+    struct Case {
+        const char* text;
+        bool isAlone;
+        double value = kUntouched;
+    };
+    const Case cases[] = {
+        {"12.6", true, 12.6},
+        {" \t\n\v\f\r-2.5 \r\n", true, -2.5},
+        {"+.5", true, 0.5},
+        {"5.", true, 5},
+        {"1E-3", true, 0.001},
+        {"007e+01", true, 70},
+        {"-0", true, -0.0},
+        {"0x1.8p1", true, 3},
+        {"-0XfF", true, -255},
+        {"0x.8", true, 0.5},
+        {"0x1e5", true, 485},
+        {"inf", true, kInfinity},
+        {"-INFINITY", true, -kInfinity},
+        {"nan", true, std::numeric_limits<double>::quiet_NaN()},
+        {"1e309", true, kInfinity},
+        {"-1e99999999999999999999", true, -kInfinity},
+        {"-1e-400", true, -0.0},
+        {"0e999999999", true, 0},
+        {"0x1p-1074", true, 5e-324},
+        {"0x1p-1075", true, 0},
+        // Halfway and a little more.
+        {"9007199254740993", true, 9007199254740992},
+        {"9007199254740993.0000000000000000000000000000000000001", true, 9007199254740994},
+        {"0x1.00000000000008p0", true, 1},
+        {"0x1.0000000000000800000000000000001p0", true, 1 + std::numeric_limits<double>::epsilon()},
+        {"7x", false, 7},
+        {"1 2", false, 1},
+        {"1,5", false, 1},
+        {"1.5.5", false, 1.5},
+        {"info", false, kInfinity},
+        {"00x1", false, 0},
+        {"1e5.", false, 100000},
+        // A scanner that has read into an exponent or a word cannot go back.
+        {"1e", false},
+        {"1e+", false},
+        {"1e+x", false},
+        {"0x1p", false},
+        {"infin", false},
+        {"na", false},
+        {"0x", false},
+        {"0x.p1", false},
+        {".", false},
+        {"-", false},
+        {"+-1", false},
+        {"- 1", false},
+        {"", false},
+        {" ", false},
+        {"e5", false},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.text);
+        double wide = kUntouched, narrow = kUntouched;
+        float wideFloat = kUntouched, narrowFloat = kUntouched;
+        const auto expected = static_cast<float>(row.value);
+        const WideText text = Widened(row.text);
+        EXPECT_EQ(platform::ScanDouble(text.c_str(), wide), row.isAlone);
+        EXPECT_EQ(platform::ScanDouble(row.text, narrow), row.isAlone);
+        EXPECT_EQ(platform::ScanFloat(text.c_str(), wideFloat), row.isAlone);
+        EXPECT_EQ(platform::ScanFloat(row.text, narrowFloat), row.isAlone);
+        EXPECT_TRUE(Same(wide, row.value));
+        EXPECT_TRUE(Same(narrow, row.value));
+        EXPECT_TRUE(Same(wideFloat, expected));
+        EXPECT_TRUE(Same(narrowFloat, expected));
+    }
+    float value = 0;
+    EXPECT_TRUE(platform::ScanFloat("-1e39", value));
+    EXPECT_EQ(value, -std::numeric_limits<float>::infinity());
+}
+
+TEST(ScanText, ScansIntegersThatStandAlone)
+{
+    struct Case {
+        const char* text;
+        bool isHex;
+        int hex;
+        bool isDecimal;
+        int decimal;
+    };
+    const Case cases[] = {
+        {"10", true, 16, true, 10},
+        {" \t-7 ", true, -7, true, -7},
+        {"+08", true, 8, true, 8},
+        {"ff", true, 255, false, kUntouched},
+        {"-0X10", true, -16, false, 0},
+        {"FFFFFFFF", true, -1, false, kUntouched},
+        {"12 x", false, 18, false, 12},
+        {"2.5", false, 2, false, 2},
+        {"0x", false, kUntouched, false, 0},
+        {"0x+4", false, kUntouched, false, 0},
+        {"x10", false, kUntouched, false, kUntouched},
+        {"2147483648", true, 0x47483648, true, INT_MIN}, // cut to 32 bits
+        {"4294967297", true, static_cast<int>(0x94967297), true, 1},
+        {"--1", false, kUntouched, false, kUntouched},
+        {"", false, kUntouched, false, kUntouched},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.text);
+        int wide = kUntouched, narrow = kUntouched, decimal = kUntouched;
+        EXPECT_EQ(platform::ScanHex(Widened(row.text).c_str(), wide), row.isHex);
+        EXPECT_EQ(platform::ScanHex(row.text, narrow), row.isHex);
+        EXPECT_EQ(platform::ScanInt(row.text, decimal), row.isDecimal);
+        EXPECT_EQ(wide, row.hex);
+        EXPECT_EQ(narrow, row.hex);
+        EXPECT_EQ(decimal, row.decimal);
+    }
+}
+
+TEST(ScanText, ParsesTheNumberThatATextBeginsWith)
+{
+    struct Case {
+        const char* text;
+        int integer;
+        double real;
+    };
+    const Case cases[] = {
+        {"12abc", 12, 12},
+        {"  -7.25e1x", -7, -72.5},
+        {"1e", 1, 1},
+        {"1e+", 1, 1},
+        {"infin", 0, kInfinity},
+        {"nan(x", 0, std::numeric_limits<double>::quiet_NaN()},
+        {"0x10", 0, 16},
+        {"0x", 0, 0},
+        {"-.", 0, 0},
+        {"", 0, 0},
+        {"2147483648", INT_MAX, 2147483648.0},
+        {"-99999999999999999999", INT_MIN, -1e20},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.text);
+        const WideText text = Widened(row.text);
+        EXPECT_EQ(platform::ParseInt(text.c_str()), row.integer);
+        EXPECT_EQ(platform::ParseInt(row.text), row.integer);
+        EXPECT_TRUE(Same(platform::ParseDouble(text.c_str()), row.real));
+        EXPECT_TRUE(Same(platform::ParseDouble(row.text), row.real));
+    }
+}
+
+TEST(ScanText, ParsesHexadecimalNumbersAndTheirEnds)
+{
+    struct Case {
+        const char* text;
+        unsigned long value;
+        int length;
+    };
+    const Case cases[] = {
+        {"0x41", 0x41, 4}, {"0x4g", 4, 3},        {"fFx", 0xFF, 2},
+        {" +1a", 0x1A, 4}, {"-1", 0xFFFFFFFF, 2}, {"100000000", 0xFFFFFFFF, 9},
+        {"0x", 0, 0},      {"0x+4", 0, 0},        {" ", 0, 0},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.text);
+        const WideText text = Widened(row.text);
+        const WChar* wideEnd = nullptr;
+        const char* narrowEnd = nullptr;
+        EXPECT_EQ(platform::ParseHex(text.c_str(), wideEnd), row.value);
+        EXPECT_EQ(wideEnd - text.c_str(), row.length);
+        EXPECT_EQ(platform::ParseHex(row.text, narrowEnd), row.value);
+        EXPECT_EQ(narrowEnd - row.text, row.length);
+    }
+}
+
+TEST(ScanText, KnowsTheWhiteSpaceAndDigitsOfEveryScriptInWideTexts)
+{
+    const WChar* const blanks = QD_W("\x00A0\x0085\x3000\x2003");
+    double value = 0;
+    EXPECT_TRUE(platform::ScanDouble((blanks + WideText(QD_W("5")) + blanks).c_str(), value));
+    EXPECT_EQ(value, 5);
+    EXPECT_FALSE(platform::ScanDouble(QD_W("\x200B"
+                                           "5"),
+                                      value));
+    EXPECT_FALSE(platform::ScanDouble("\xA0"
+                                      "5",
+                                      value));
+
+    // The zeros of the scripts.
+    const WideText zeros = QD_W("\x0660\x06F0\x0966\x09E6\x0A66\x0AE6\x0B66\x0C66\x0CE6\x0D66"
+                                "\x0E50\x0ED0\x0F20\x1040\x17E0\x1810\xFF10");
+    for (const WChar zero : zeros) {
+        SCOPED_TRACE(static_cast<unsigned>(zero));
+        const auto nine = static_cast<WChar>(zero + 9);
+        const WChar text[] = {static_cast<WChar>(zero + 4), nine, static_cast<WChar>(nine + 1), 0};
+        const WChar* end = nullptr;
+        EXPECT_EQ(platform::ParseHex(text, end), 0x49U);
+        EXPECT_EQ(end, text + 2);
+        EXPECT_EQ(platform::ParseInt(text), 49);
+    }
+    EXPECT_EQ(platform::ParseInt(QD_W("\x00B2")), 0);
+    EXPECT_EQ(platform::ParseInt("\xB2"), 0);
+}
+
+TEST(ScanText, ReadsAMillionDigits)
+{
+    const std::size_t count = 1'000'000;
+    const std::string zeros(count, '0');
+    EXPECT_EQ(platform::ParseDouble(('1' + zeros).c_str()), kInfinity);
+    EXPECT_EQ(platform::ParseDouble(("0." + zeros + "1").c_str()), 0);
+    EXPECT_EQ(platform::ParseDouble(Widened(zeros + "1.5").c_str()), 1.5);
+    EXPECT_EQ(platform::ParseDouble(("9007199254740993." + zeros + "1").c_str()),
+              9007199254740994.0);
+    EXPECT_EQ(platform::ParseDouble(("0x1." + zeros + "1").c_str()), 1);
+    EXPECT_EQ(platform::ParseInt((zeros + "12").c_str()), 12);
+}
