@@ -6,6 +6,7 @@
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
@@ -17,7 +18,8 @@ if(NOT EXISTS ${QD_UCRT_SPECS})
     file(WRITE ${QD_UCRT_SPECS} "${specs}")
 endif()
 
-set(CMAKE_CXX_FLAGS_INIT "-specs=${QD_UCRT_SPECS} -D_UCRT -D_WIN32_WINNT=0x0A00 -DNOMINMAX -DWIN32_LEAN_AND_MEAN")
+set(CMAKE_C_FLAGS_INIT "-specs=${QD_UCRT_SPECS} -D_UCRT")
+set(CMAKE_CXX_FLAGS_INIT "-specs=${QD_UCRT_SPECS} -D_UCRT -include ${CMAKE_CURRENT_LIST_DIR}/mingw-mbstate.h -D_WIN32_WINNT=0x0A00 -DNOMINMAX -DWIN32_LEAN_AND_MEAN")
 foreach(kind EXE SHARED)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT
         "-static -Wl,-u,__intrinsic_setjmp -Wl,--defsym,_setjmp=__intrinsic_setjmp")

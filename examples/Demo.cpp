@@ -34,7 +34,7 @@ private:
 };
 
 /// Stands for the user interface: counts the changes that it is told of.
-class ChangeCounter : public BMessageReceiver {
+class ChangeCounter final : public BMessageReceiver {
 public:
     void Receive(unsigned int message, std::uint64_t, std::uint64_t) override { ++m_counts[message]; }
 

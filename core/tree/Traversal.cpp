@@ -95,11 +95,12 @@ void Walk(BNode& start, BVisitor& visitor, EnterNode enter, LeaveNode leave, Del
             way.pop_back();
             continue;
         }
-        const SP<BNode> child = visit.children[visit.nextChild++];
-        if (typeid(*child) != typeid(BNode))
-            delegate(*child, visitor);
-        else if (IsVisited(*child, visitor))
-            goInto(*child);
+        const SP<BNode> held = visit.children[visit.nextChild++];
+        BNode& child = *held;
+        if (typeid(child) != typeid(BNode))
+            delegate(child, visitor);
+        else if (IsVisited(child, visitor))
+            goInto(child);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,9 @@ struct NodeRecord {
 
 std::string Number4(int value)
 {
-    return std::string(reinterpret_cast<const char*>(&value), 4);
+    std::string bytes(sizeof value, '\0');
+    std::memcpy(bytes.data(), &value, sizeof value);
+    return bytes;
 }
 
 std::string Reference(int index)
