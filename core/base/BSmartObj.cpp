@@ -10,6 +10,15 @@
 
 static_assert(sizeof(BSmartObj) == 16, "AllocatedMemory and derived classes count on 16 bytes");
 
+namespace {
+
+QD_CALLS_ANYTHING void Verify(void* object)
+{
+    static_cast<BSmartObj*>(object)->VerifyObj();
+}
+
+} // namespace
+
 std::int32_t BSmartObj::m_unique_id_counter = 0;
 
 BSmartObj::BSmartObj() noexcept
@@ -90,10 +99,7 @@ BString BSmartObj::Id(std::uint64_t value)
 
 bool BSmartObj::IsValidObject(BSmartObj* object)
 {
-    if (object == nullptr)
-        return false;
-    return platform::RunGuarded([](void* called) { static_cast<BSmartObj*>(called)->VerifyObj(); },
-                                object);
+    return object != nullptr && platform::RunGuarded(Verify, object);
 }
 
 SP<BSmartObj> BSmartObj::Read(BArchive&, int)

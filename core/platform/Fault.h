@@ -1,12 +1,24 @@
 #pragma once
 
+/// Marks a function that calls what may be no object at all, so that a build with sanitizers leaves
+/// the answer to the guard.
+#if defined(__GNUC__)
+# define QD_CALLS_ANYTHING __attribute__((no_sanitize("undefined")))
+#else
+# define QD_CALLS_ANYTHING
+#endif
+
 /// A guard against processor faults.
 namespace platform {
 
-/// Runs `call(context)` and tells whether it came to its end: false when it read, wrote or jumped to
-/// memory that is not there. What the call held at the fault (locks, memory) stays as it was. An
-/// exception that `call` throws passes through. Calls may nest and run on any threads at once; a
-/// fault outside a guarded call goes where it would have gone without this guard.
+/// Runs `call(context)` and tells whether it came to its end: false when the processor refused what
+/// it did, as when it read, wrote or jumped to memory that is not there, met no instruction or
+/// divided by zero. What the call held at the fault (locks, memory) stays as it was; destructors do
+/// not run. An exception that `call` throws passes through.
+///
+/// Calls may nest and run on any threads at once; a fault outside a guarded call goes where it
+/// would have gone without this guard. Running out of stack is no fault that it catches on every
+/// system.
 [[nodiscard]] bool RunGuarded(void (*call)(void*), void* context);
 
 } // namespace platform
