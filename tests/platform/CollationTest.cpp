@@ -1,0 +1,235 @@
+#include "core/platform/Collation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+using platform::Collate;
+using platform::ECase;
+using platform::FindIgnoringCase;
+using platform::kNotFound;
+
+namespace {
+
+using Text = std::basic_string<WChar>;
+
+std::string Key(const Text& text, ECase letterCase)
+{
+    std::string key;
+    platform::AppendCollationKey(text.c_str(), text.size(), letterCase, key);
+    return key;
+}
+
+int Sign(int order)
+{
+    return (order > 0) - (order < 0);
+}
+
+// How `a` sorts to `b` in every way there is to ask; 2 when the ways contradict each other.
+int Order(const Text& a, const Text& b, ECase letterCase)
+{
+    const int order = Sign(Collate(a.c_str(), b.c_str(), letterCase));
+    const bool agree = Sign(Collate(b.c_str(), a.c_str(), letterCase)) == -order &&
+                       Sign(Key(a, letterCase).compare(Key(b, letterCase))) == order;
+    return agree ? order : 2;
+}
+
+} // namespace
+
+TEST(Collation, SortsAsTheReferenceDoes)
+{
+    struct Case {
+        ECase letterCase;
+        std::vector<Text> ascending;
+    };
+    const auto with = ECase::Matters;
+    const auto without = ECase::Ignored;
+    const Case cases[] = {
+        {with, {QD_W(""), QD_W(" "), QD_W("a"), QD_W("a "), QD_W("a b"), QD_W("aa")}},
+        {with, {QD_W("node"), QD_W("Node"), QD_W("NODE"), QD_W("node1"), QD_W("Nodf")}},
+        {with, {QD_W("Punkt 1"), QD_W("Punkt 10"), QD_W("Punkt 2"), QD_W("punkt2")}},
+        // Dashes count last, the later the less.
+        {with,
+         {QD_W("ab"), QD_W("ab-"), QD_W("a'b"), QD_W("a-b"), QD_W("a--b"), QD_W("-ab"),
+          QD_W("ac")}},
+        {with, {QD_W("coop"), QD_W("co-op"), QD_W("Co-op"), QD_W("COOP"), QD_W("CO-OP")}},
+        {without, {QD_W("COOP"), QD_W("Co-op"), QD_W("coops")}},
+        {with,
+         {QD_W("a"), QD_W("a\u0001"), QD_W("a\u007F"), QD_W("a'"), QD_W("a-"), QD_W("a\u2013")}},
+        // Accents count before case, from the front.
+        {with, {QD_W("resume"), QD_W("Resume"), QD_W("résumé"), QD_W("Résumé"), QD_W("resumes")}},
+        {with,
+         {QD_W("a"), QD_W("A"), QD_W("ª"), QD_W("á"), QD_W("Á"), QD_W("à"), QD_W("â"), QD_W("ä"),
+          QD_W("ã"), QD_W("å"), QD_W("æ"), QD_W("b")}},
+        {with, {QD_W("o"), QD_W("ö"), QD_W("ø"), QD_W("øa"), QD_W("p")}},
+        {without, {QD_W("E"), QD_W("é"), QD_W("Ê"), QD_W("f")}},
+        // Scripts, numbers and symbols among each other.
+        {with,
+         {QD_W("§"), QD_W("µ"), QD_W("0"), QD_W("½"), QD_W("1"), QD_W("¹"), QD_W("10"), QD_W("2"),
+          QD_W("²"), QD_W("z"), QD_W("α"), QD_W("Ω"), QD_W("я"), QD_W("か"), QD_W("א"), QD_W("ก"),
+          QD_W("가"), QD_W("漢")}},
+        {with, {QD_W("а"), QD_W("б"), QD_W("е"), QD_W("ё"), QD_W("ж"), QD_W("и"), QD_W("й")}},
+        {with, {QD_W("α"), QD_W("Α"), QD_W("ά"), QD_W("β"), QD_W("σ"), QD_W("ς"), QD_W("Σ")}},
+        {with, {QD_W("a\u200Bb"), QD_W("a.b"), QD_W("a_b"), QD_W("a+b"), QD_W("a1b"), QD_W("ab")}},
+        {with, {QD_W("ab"), QD_W("ａb"), QD_W("Ab"), QD_W("Ａb")}},
+        {without, {QD_W("i"), QD_W("ı"), QD_W("j")}},
+    };
+    for (const Case& row : cases) {
+        for (std::size_t i = 0; i < row.ascending.size(); ++i) {
+            for (std::size_t j = i + 1; j < row.ascending.size(); ++j) {
+                EXPECT_EQ(Order(row.ascending[i], row.ascending[j], row.letterCase), -1)
+                    << testing::PrintToString(row.ascending[i]) << " and "
+                    << testing::PrintToString(row.ascending[j]);
+            }
+        }
+    }
+}
+
+TEST(Collation, SortsAsciiByThisList)
+{
+    const Text ascending =
+        QD_W(" \t\n\v\f\r!\"#$%&()*,./:;?@[\\]^_`{|}~+<=>0123456789aAbBcCdDeEfFgGhHiIjJkKlLmMnNoO")
+            QD_W("pPqQrRsStTuUvVwWxXyYzZ");
+    for (std::size_t i = 0; i + 1 < ascending.size(); ++i) {
+        const Text lower(1, ascending[i]);
+        const Text upper(1, ascending[i + 1]);
+        EXPECT_EQ(Order(lower, upper, ECase::Matters), -1) << testing::PrintToString(lower);
+        EXPECT_EQ(
+            Order(QD_W("x") + lower + QD_W("y"), QD_W("x") + upper + QD_W("y"), ECase::Matters), -1)
+            << testing::PrintToString(lower);
+    }
+}
+
+TEST(Collation, TakesDifferentSpellingsForEqual)
+{
+    const std::vector<Text> always[] = {
+        {QD_W("Straße"), QD_W("Strasse")},
+        {QD_W("STRA\u1E9EE"), QD_W("STRASSE")},
+        {QD_W("æœþ"), QD_W("aeoeth")},
+        {QD_W("ÆŒÞ"), QD_W("AEOETH")},
+        {QD_W("ﬁﬀĳǉ㎜"), QD_W("fiffijljmm")},
+        {QD_W("\u2126\u212A"), QD_W("\u03A9K")}, // ohm and kelvin
+        {QD_W("\u00C5"), QD_W("\u212B"), QD_W("A\u030A")},
+        {QD_W("å"), QD_W("a\u0301\u0301")}, // the weights of accents add up
+        {QD_W("é-b"), QD_W("e-\u0301b"), QD_W("e\u00AD\u0301-b")},
+        {QD_W(""), QD_W("\u00AD"), QD_W("\u200C\u200D\u200E\u2060"), QD_W("\uFEFF\uFFFD\uFFFF"),
+         QD_W("\u0640")},
+        {QD_W("ab"), QD_W("a\u00ADb"), QD_W("ab\uFEFF")},
+    };
+    const std::vector<Text> withoutCase[] = {
+        {QD_W("node"), QD_W("NODE"), QD_W("nOde")},
+        {QD_W("äöü"), QD_W("ÄÖÜ")},
+        {QD_W("Σίσυφος"), QD_W("ΣΊΣΥΦΟΣ")},
+        {QD_W("ёлка"), QD_W("ЁЛКА")},
+        {QD_W("a-B"), QD_W("A-b")},
+        {QD_W("straße"), QD_W("STRASSE")},
+    };
+    for (const auto& group : always) {
+        for (const Text& text : group) {
+            EXPECT_EQ(Order(group[0], text, ECase::Matters), 0) << testing::PrintToString(text);
+            EXPECT_EQ(Order(group[0], text, ECase::Ignored), 0) << testing::PrintToString(text);
+        }
+    }
+    for (const auto& group : withoutCase) {
+        for (std::size_t i = 1; i < group.size(); ++i) {
+            EXPECT_EQ(Order(group[0], group[i], ECase::Ignored), 0)
+                << testing::PrintToString(group[i]);
+            EXPECT_NE(Order(group[0], group[i], ECase::Matters), 0)
+                << testing::PrintToString(group[i]);
+        }
+    }
+    EXPECT_NE(Order(QD_W("µ"), QD_W("μ"), ECase::Ignored), 0); // the sign and the letter
+}
+
+TEST(Collation, OrdersLikeItsKeysWhateverTheTexts)
+{
+    // That it agrees with the order of byte strings shows that it is total and transitive.
+    const Text alphabet = QD_W("aAbBeE1 .-'_äÄßéæﬁŁı²½µΣςяЙか漢\u0301\u0327\u00AD\u2013\u0001");
+    std::minstd_rand random(7);
+    const auto below = [&](std::size_t count) { return random() % count; };
+    std::vector<Text> texts(150);
+    for (Text& text : texts) {
+        for (std::size_t length = below(5); length > 0; --length)
+            text += alphabet[below(alphabet.size())];
+    }
+    for (const ECase letterCase : {ECase::Matters, ECase::Ignored}) {
+        for (const Text& a : texts) {
+            for (const Text& b : texts)
+                ASSERT_NE(Order(a, b, letterCase), 2)
+                    << testing::PrintToString(a) << " and " << testing::PrintToString(b);
+        }
+    }
+}
+
+TEST(Collation, FindsAsManyUnitsAsThePartHas)
+{
+    struct Case {
+        Text text, part;
+        std::size_t position;
+    };
+    const Case cases[] = {
+        {QD_W("Messpunkt"), QD_W("PUNKT"), 4},    {QD_W("Messpunkt"), QD_W("punkte"), kNotFound},
+        {QD_W("aaab"), QD_W("aab"), 1},           {QD_W("a-ba-b"), QD_W("A-BA"), 0},
+        {QD_W("co-op"), QD_W("coop"), kNotFound}, {QD_W("text"), QD_W(""), kNotFound},
+        {QD_W(""), QD_W("text"), kNotFound},      {QD_W("ÄPFEL"), QD_W("äpfel"), 0},
+        {QD_W("Straße"), QD_W("ss"), kNotFound}, // one unit, not two
+        {QD_W("Strasse"), QD_W("ß\u00AD"), 4},    {QD_W("xe\u0301"), QD_W("é"), kNotFound},
+        {QD_W("xe\u0301"), QD_W("e"), 1},         {QD_W("xe\u0301"), QD_W("é\u00AD"), 1},
+        {QD_W("ΛΌΓΟΣ"), QD_W("γος"), 2},          {QD_W("10 k"), QD_W("\u212A"), 3},
+    };
+    for (const Case& row : cases) {
+        EXPECT_EQ(FindIgnoringCase(row.text.c_str(), row.part.c_str()), row.position)
+            << testing::PrintToString(row.text) << " and " << testing::PrintToString(row.part);
+    }
+    EXPECT_EQ(FindIgnoringCase(QD_W("Äpfel"), WChar(0xE4)), 0u);
+    EXPECT_EQ(FindIgnoringCase(QD_W("Messpunkt"), QD_W('P')), 4u);
+    EXPECT_EQ(FindIgnoringCase(QD_W("Messpunkt"), QD_W('q')), kNotFound);
+    EXPECT_EQ(FindIgnoringCase(QD_W("ab"), WChar(0)), kNotFound);
+}
+
+TEST(Collation, TakesNarrowTextsByTheCodePage)
+{
+    const auto order = [](const char* a, const char* b, ECase letterCase) {
+        const int result = Sign(Collate(a, b, letterCase));
+        return Sign(Collate(b, a, letterCase)) == -result ? result : 2;
+    };
+    const std::string umlauts(300, '\xE4');
+    EXPECT_EQ(order("co-op", "CO-OP", ECase::Matters), -1);
+    EXPECT_EQ(order("co-op", "CO-OP", ECase::Ignored), 0);
+    EXPECT_EQ(order("coop", "co-op", ECase::Ignored), -1);
+    EXPECT_EQ(order("Z", "\xE4", ECase::Matters), 1);
+    EXPECT_EQ(order("\xC4", "\xE4", ECase::Ignored), 0);
+    EXPECT_EQ(order("Stra\xDF"
+                    "e",
+                    "Strasse", ECase::Matters),
+              0);
+    EXPECT_EQ(order(umlauts.c_str(), (umlauts + "a").c_str(), ECase::Ignored), -1);
+    EXPECT_EQ(FindIgnoringCase("Messpunkt", "PUNKT"), 4u);
+    EXPECT_EQ(FindIgnoringCase((umlauts + "Z\xC4").c_str(), "z\xE4"), 300u);
+    EXPECT_EQ(FindIgnoringCase("Messpunkt", ""), kNotFound);
+    EXPECT_EQ(FindIgnoringCase("xy\xC4", '\xE4'), 2u);
+    EXPECT_EQ(FindIgnoringCase("Messpunkt", 'P'), 4u);
+}
+
+TEST(Collation, AnswersManyThreadsAtOnce)
+{
+    std::vector<int> smaller(4);
+    std::vector<std::thread> threads;
+    for (int& count : smaller) {
+        threads.emplace_back([&count] {
+            for (WChar unit = 0x100; unit < 0x500; ++unit) {
+                const WChar text[] = {unit, 0};
+                count += Collate(text, QD_W("я"), ECase::Ignored) < 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_GT(smaller[0], 0x200);
+    EXPECT_TRUE(std::all_of(smaller.begin(), smaller.end(),
+                            [&](int count) { return count == smaller[0]; }));
+}
