@@ -11,9 +11,9 @@ constexpr const char* kDocumentClass = "class MeasurementDocument";
 constexpr int kDocumentVersion = 1;
 constexpr const char* kRootLabel = "root";
 
-constexpr int kScans = 20'000;
-constexpr int kScansPerCalibration = 500;
-constexpr int kRevisions = 50'000;
+constexpr int kScans = 2'000;
+constexpr int kScansPerCalibration = 50;
+constexpr int kRevisions = 5'000;
 
 template <typename T>
 void Register()
@@ -38,7 +38,7 @@ void AddScans(BNode& branch)
             text.Printf(QD_W("Sensor %d"), i / kScansPerCalibration);
             calibration = new Calibration(text, 1.0, 1.0 + i * 1e-6, 0.5);
         }
-        text.Printf(QD_W("Scan%05d"), i + 1);
+        text.Printf(QD_W("Scan%04d"), i + 1);
         const SP<BNode> node = AddNode(branch, text);
         node->SetObj(new Scan(1000 + 7 * i, 0.001 * (i % 97), calibration));
         if (i % 11 == 0)

@@ -7,12 +7,11 @@
 #include <vector>
 
 /// An archivable object with references to others and a number, as an application would write it.
-class Item : public BSmartObj {
+class ArchiveItem : public BSmartObj {
 public:
-    explicit Item(int value = 0)
+    explicit ArchiveItem(int value = 0)
         : m_value(value)
-    {
-    }
+    {}
 
     void WriteData(BArchive& archive) const override
     {
@@ -29,10 +28,10 @@ public:
     }
     bool VerifyObj() override { return m_value != kUnsound; }
 
-    static const char* CLASSNAME() { return ClassName(typeid(Item)); }
+    static const char* CLASSNAME() { return ClassName(typeid(ArchiveItem)); }
     static SP<BSmartObj> Read(BArchive& archive, int)
     {
-        SP<Item> item(new Item);
+        SP<ArchiveItem> item(new ArchiveItem);
         int count = 0;
         archive >> item->m_value >> count;
         if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / 4)
@@ -48,7 +47,10 @@ public:
     }
     static void Register() { RegisterArchiveCallback(CLASSNAME(), &Read); }
 
-    [[nodiscard]] Item* Link(std::size_t i) const { return static_cast<Item*>(m_links.at(i).Get()); }
+    [[nodiscard]] ArchiveItem* Link(std::size_t i) const
+    {
+        return static_cast<ArchiveItem*>(m_links.at(i).Get());
+    }
 
     static constexpr int kUnsound = -666;
 

@@ -2,6 +2,7 @@
 
 #include "core/base/BError.h"
 #include "core/geometry/BFColor.h"
+
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/archive/ArchiveTestObjects.h"
@@ -29,9 +30,9 @@ public:
     {
         SP<Values> values(new Values);
         values->m_readVersion = version;
-        archive >> values->m_narrow >> values->m_wide >> values->m_int >> values->m_float
-            >> values->m_double >> values->m_char >> values->m_short >> values->m_long
-            >> values->m_colour;
+        archive >> values->m_narrow >> values->m_wide >> values->m_int >> values->m_float >>
+            values->m_double >> values->m_char >> values->m_short >> values->m_long >>
+            values->m_colour;
         values->m_block.resize(static_cast<std::size_t>(archive.BytesLeft()));
         EXPECT_TRUE(archive.ReadMemoryBlock(values->m_block.data(), values->m_block.size()));
         EXPECT_FALSE(archive.ReadMemoryBlock(&values->m_char, 1)) << "a record ends where it ends";
@@ -55,11 +56,10 @@ public:
 };
 
 // Stands in no registry.
-class Unregistered : public Item {
-};
+class Unregistered : public ArchiveItem {};
 
 // Fails to write itself.
-class Unwritable : public Item {
+class Unwritable : public ArchiveItem {
 public:
     void WriteData(BArchive& archive) const override
     {
@@ -89,7 +89,7 @@ class BArchiveTest : public testing::Test {
 protected:
     BArchiveTest()
     {
-        Item::Register();
+        ArchiveItem::Register();
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Values)), &Values::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Impatient)), &Impatient::Read);
     }
@@ -121,12 +121,12 @@ protected:
 // back to the first.
 void InsertGraph(BArchive& archive)
 {
-    SP<Item> first(new Item(1));
-    SP<Item> second(new Item(2));
+    SP<ArchiveItem> first(new ArchiveItem(1));
+    SP<ArchiveItem> second(new ArchiveItem(2));
     first->m_links = {second, second};
     second->m_links = {nullptr, first};
     archive.Insert(first.Get(), "first");
-    archive.Insert(new Item(3), "third");
+    archive.Insert(new ArchiveItem(3), "third");
     archive.Flush();
     second->m_links.clear(); // the test's own objects are a circle
 }
@@ -139,19 +139,20 @@ const char* const kGraph = "S\x09\0\0\0class Doc\x07\0\0\0"
 TEST_F(BArchiveTest, WritesTheDocumentedBytes)
 {
     const std::string header(kGraph, 41);
-    const auto record = [](const std::string& id, const std::string& label, const std::string& payload) {
-        return "S\x01\0\0\0"s + id + "S" + static_cast<char>(label.size()) + "\0\0\0"s + label
-               + "S\x0A\0\0\0class Item\0\0\0\0"s + static_cast<char>(payload.size())
-               + "\0\0\0\0\0\0\0"s + payload;
+    const auto record = [](const std::string& id, const std::string& label,
+                           const std::string& payload) {
+        return "S\x01\0\0\0"s + id + "S" + static_cast<char>(label.size()) + "\0\0\0"s + label +
+               "S\x11\0\0\0class ArchiveItem\0\0\0\0"s + static_cast<char>(payload.size()) +
+               "\0\0\0\0\0\0\0"s + payload;
     };
     const std::string two("\2\0\0\0\2\0\0\0", 8);
     EXPECT_EQ(Written([](BArchive&) {}), header);
     EXPECT_EQ(Written(InsertGraph),
-              header
-                  + record("1", "first",
-                           "\1\0\0\0"s + "\2\0\0\0"s + "\3\0\0\0\0\0\0\0"s + "\3\0\0\0\0\0\0\0"s)
-                  + record("2", "third", "\3\0\0\0\0\0\0\0"s)
-                  + record("3", "", two + "\0\0\0\0\0\0\0\0"s + "\1\0\0\0\0\0\0\0"s));
+              header +
+                  record("1", "first",
+                         "\1\0\0\0"s + "\2\0\0\0"s + "\3\0\0\0\0\0\0\0"s + "\3\0\0\0\0\0\0\0"s) +
+                  record("2", "third", "\3\0\0\0\0\0\0\0"s) +
+                  record("3", "", two + "\0\0\0\0\0\0\0\0"s + "\1\0\0\0\0\0\0\0"s));
 }
 
 TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
@@ -160,9 +161,9 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
     ASSERT_TRUE(archive.IsGood());
     const SP<BSmartObj> object = archive.TakeOut("first");
-    auto* first = dynamic_cast<Item*>(object.Get());
+    auto* first = dynamic_cast<ArchiveItem*>(object.Get());
     ASSERT_NE(first, nullptr);
-    Item* second = first->Link(0);
+    ArchiveItem* second = first->Link(0);
     EXPECT_EQ(second, first->Link(1));
     EXPECT_EQ(second->m_value, 2);
     EXPECT_EQ(second->Link(0), nullptr);
@@ -192,7 +193,7 @@ TEST_F(BArchiveTest, KeepsEveryKindOfValue)
     values->m_block.assign(3'000'000, 'b'); // more than the archive gathers in memory
     Written([&](BArchive& archive) {
         archive.Insert(values.Get(), "v");
-        archive.Insert(new Item(9), "after");
+        archive.Insert(new ArchiveItem(9), "after");
     });
 
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
@@ -216,25 +217,26 @@ TEST_F(BArchiveTest, KeepsEveryKindOfValue)
 TEST_F(BArchiveTest, TheFirstObjectUnderALabelKeepsIt)
 {
     Written([](BArchive& archive) {
-        SP<Item> twice(new Item(1));
+        SP<ArchiveItem> twice(new ArchiveItem(1));
         archive.Insert(twice.Get(), "a");
-        archive.Insert(twice.Get(), "again"); // queued already
-        archive.Insert(SP<Item>(new Item(2)).Get(), "a"); // the label is taken
-        archive.Insert(new Item(3), ""); // no label: always taken
-        archive.Insert(new Item(4), nullptr);
+        archive.Insert(twice.Get(), "again");                           // queued already
+        archive.Insert(SP<ArchiveItem>(new ArchiveItem(2)).Get(), "a"); // the label is taken
+        archive.Insert(new ArchiveItem(3), "");                         // no label: always taken
+        archive.Insert(new ArchiveItem(4), nullptr);
         archive.Insert(nullptr, "null");
-        archive.Insert(new Item(5), "1"); // a label that looks like an index
+        archive.Insert(new ArchiveItem(5), "1"); // a label that looks like an index
     });
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
     const auto value = [&](const char* name) {
         const SP<BSmartObj> object = archive.TakeOut(name);
-        return object ? static_cast<Item*>(object.Get())->m_value : -1;
+        return object ? static_cast<ArchiveItem*>(object.Get())->m_value : -1;
     };
     EXPECT_EQ(value("a"), 1);
     EXPECT_EQ(value("again"), -1);
     EXPECT_EQ(value("null"), -1);
     EXPECT_EQ(value("1"), 5) << "labels first";
-    EXPECT_EQ(static_cast<Item*>(archive.QueryObject(archive.IndexToPtr(1)).Get())->m_value, 1)
+    EXPECT_EQ(static_cast<ArchiveItem*>(archive.QueryObject(archive.IndexToPtr(1)).Get())->m_value,
+              1)
         << "a reference goes by the index";
     EXPECT_EQ(value(""), -1);
     EXPECT_EQ(value("A"), -1) << "labels are compared byte for byte";
@@ -266,8 +268,8 @@ TEST_F(BArchiveTest, AcceptsADocumentByClassAndVersion)
         {"class Doc", "class BArchive", 7, 9, "class Doc", 7, false},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.fileClass + " " + c.archiveClass + " " + std::to_string(c.format) + " for "
-                     + c.docClass + " " + std::to_string(c.docVersion));
+        SCOPED_TRACE(c.fileClass + " " + c.archiveClass + " " + std::to_string(c.format) + " for " +
+                     c.docClass + " " + std::to_string(c.docVersion));
         const auto text = [](const std::string& t) {
             return "S"s + static_cast<char>(t.size()) + "\0\0\0"s + t;
         };
@@ -284,11 +286,11 @@ TEST_F(BArchiveTest, ReadsTheSizesAndReferencesOfOlderFormats)
     const auto archive = [](char format, const std::string& size, const std::string& reference) {
         const auto record = [&](const std::string& id, char value, const std::string& links) {
             const std::string payload = value + "\0\0\0"s + links;
-            return "S\1\0\0\0"s + id + "S\0\0\0\0"s + "S\4\0\0\0Item"s + "\0\0\0\0"s
-                   + static_cast<char>(payload.size()) + size + payload;
+            return "S\1\0\0\0"s + id + "S\0\0\0\0"s + "S\x0B\0\0\0ArchiveItem"s + "\0\0\0\0"s +
+                   static_cast<char>(payload.size()) + size + payload;
         };
-        return "S\3\0\0\0Doc\7\0\0\0S\x08\0\0\0BArchive"s + format + "\0\0\0"s
-               + record("1", 5, "\1\0\0\0\2"s + reference) + record("2", 6, "\0\0\0\0"s);
+        return "S\3\0\0\0Doc\7\0\0\0S\x08\0\0\0BArchive"s + format + "\0\0\0"s +
+               record("1", 5, "\1\0\0\0\2"s + reference) + record("2", 6, "\0\0\0\0"s);
     };
     const std::string three(3, '\0');
     const std::string seven(7, '\0');
@@ -298,11 +300,11 @@ TEST_F(BArchiveTest, ReadsTheSizesAndReferencesOfOlderFormats)
         bool good;
     };
     const Case cases[] = {
-        {2, three, three, true}, {6, three, three, true}, {7, three, seven, true},
+        {2, three, three, true},  {6, three, three, true},  {7, three, seven, true},
         {7, seven, seven, false}, // written with 8 bytes of size, read with 4
-        {8, seven, seven, true}, {8, three, seven, false},
+        {8, seven, seven, true},  {8, three, seven, false},
     };
-    // The class of the records is called "class Item"; here it stands without its keyword.
+    // The class of the records is called "class ArchiveItem"; here it stands without its keyword.
     for (const Case& c : cases) {
         SCOPED_TRACE(static_cast<int>(c.format));
         Put(archive(c.format, c.size, c.reference));
@@ -312,8 +314,8 @@ TEST_F(BArchiveTest, ReadsTheSizesAndReferencesOfOlderFormats)
         ASSERT_EQ(static_cast<bool>(object), c.good);
         if (c.good) {
             EXPECT_EQ(in.Version(), c.format);
-            EXPECT_EQ(static_cast<Item*>(object.Get())->m_value, 5);
-            EXPECT_EQ(static_cast<Item*>(object.Get())->Link(0)->m_value, 6);
+            EXPECT_EQ(static_cast<ArchiveItem*>(object.Get())->m_value, 5);
+            EXPECT_EQ(static_cast<ArchiveItem*>(object.Get())->Link(0)->m_value, 6);
         }
     }
 }
@@ -345,12 +347,12 @@ TEST_F(BArchiveTest, DamageIsRefusedOrLeavesTheWholeObjects)
             refused += archive.IsGood() ? 0 : 1;
             for (const char* name : {"first", "third", "3"}) {
                 const SP<BSmartObj> object = archive.TakeOut(name);
-                if (auto* item = dynamic_cast<Item*>(object.Get()))
+                if (auto* item = dynamic_cast<ArchiveItem*>(object.Get()))
                     item->m_links.clear(); // the graph may be a circle
             }
             for (std::uint64_t index = 1; index < 4; ++index) {
                 if (const SP<BSmartObj> object = archive.QueryObject(archive.IndexToPtr(index)))
-                    static_cast<Item*>(object.Get())->m_links.clear();
+                    static_cast<ArchiveItem*>(object.Get())->m_links.clear();
             }
         }
     }
@@ -369,15 +371,15 @@ TEST_F(BArchiveTest, DamageIsRefusedOrLeavesTheWholeObjects)
 TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNull)
 {
     Written([](BArchive& archive) {
-        SP<Item> item(new Item(1));
-        item->m_links = {SP<BSmartObj>(new Unregistered), SP<BSmartObj>(new Item(2))};
+        SP<ArchiveItem> item(new ArchiveItem(1));
+        item->m_links = {SP<BSmartObj>(new Unregistered), SP<BSmartObj>(new ArchiveItem(2))};
         archive.Insert(item.Get(), "item");
         archive.Insert(new Unregistered, "unregistered");
-        archive.Insert(new Item(Item::kUnsound), "unsound");
+        archive.Insert(new ArchiveItem(ArchiveItem::kUnsound), "unsound");
     });
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
     const SP<BSmartObj> object = archive.TakeOut("item");
-    auto* item = dynamic_cast<Item*>(object.Get());
+    auto* item = dynamic_cast<ArchiveItem*>(object.Get());
     ASSERT_NE(item, nullptr);
     EXPECT_EQ(item->Link(0), nullptr);
     EXPECT_EQ(item->Link(1)->m_value, 2);
@@ -385,7 +387,8 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNull)
     EXPECT_TRUE(archive.VerifyObjects());
     EXPECT_EQ(archive.TakeOut("unsound"), nullptr);
     EXPECT_FALSE(archive.VerifyObjects());
-    EXPECT_EQ(archive.TakeOut("item"), nullptr) << "one that fails its self-check spoils the archive";
+    EXPECT_EQ(archive.TakeOut("item"), nullptr)
+        << "one that fails its self-check spoils the archive";
 }
 
 TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
@@ -393,9 +396,9 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
     SP<Unwritable> unwritable(new Unwritable);
     {
         BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
-        archive.Insert(new Item(1), "before");
+        archive.Insert(new ArchiveItem(1), "before");
         archive.Insert(unwritable.Get(), "unwritable");
-        archive.Insert(new Item(2), "behind");
+        archive.Insert(new ArchiveItem(2), "behind");
         EXPECT_THROW(archive.Flush(), BError);
         EXPECT_TRUE(archive.IsGood());
         EXPECT_THROW(archive.Flush(), BError) << "it stays queued";
@@ -423,7 +426,7 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
     {
         BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
         in << 5 << BString("x");
-        in.Insert(SP<Item>(new Item).Get(), "x");
+        in.Insert(SP<ArchiveItem>(new ArchiveItem).Get(), "x");
         EXPECT_FALSE(in.Flush());
         EXPECT_TRUE(in.IsGood());
         EXPECT_EQ(in.Mode(), BArchive::ModeRead);

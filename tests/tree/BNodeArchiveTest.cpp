@@ -1,6 +1,7 @@
 #include "core/archive/BArchive.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
+
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/tree/TreeTestObjects.h"
@@ -38,17 +39,19 @@ std::string Reference(int index)
 std::string RecordOf(int index, const std::string& label, const std::string& className, int version,
                      const std::string& payload)
 {
-    const auto text = [](const std::string& t) { return "S" + Number4(static_cast<int>(t.size())) + t; };
-    return text(std::to_string(index)) + text(label) + text(className) + Number4(version)
-           + Reference(static_cast<int>(payload.size())) + payload;
+    const auto text = [](const std::string& t) {
+        return "S" + Number4(static_cast<int>(t.size())) + t;
+    };
+    return text(std::to_string(index)) + text(label) + text(className) + Number4(version) +
+           Reference(static_cast<int>(payload.size())) + payload;
 }
 
 class BNodeArchiveTest : public testing::Test {
 protected:
     BNodeArchiveTest()
     {
-        Tag::Register();
-        Counted::Register();
+        NumberAttribute::Register();
+        CountedPayload::Register();
     }
 
     // An archive of nodes with the indices 1, 2, ... (up to 9) and the labels "1", ...
@@ -62,8 +65,8 @@ protected:
                                                     : static_cast<int>(node.children.size()));
             for (const int child : node.children)
                 payload += Reference(child);
-            payload += Number4(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + Number4(1)
-                       + "n\0"s + Number4(0);
+            payload += Number4(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + Number4(1) +
+                       "n\0"s + Number4(0);
             ++index;
             bytes += RecordOf(index, std::to_string(index), "class BNode", 2, payload);
         }
@@ -94,17 +97,17 @@ TEST_F(BNodeArchiveTest, ATreeComesBackWithAllThatItHas)
     BNode* a = Append(*root, QD_W("a"));
     BNode* b = Append(*root, QD_W("b"));
     Append(*a, QD_W("a1"));
-    a->SetObj(new Counted);
+    a->SetObj(new CountedPayload);
     b->SetObj(a->GetObj());
     b->AddAnnotation(a->GetObj());
     b->AddAnnotation(a);
-    b->AddAttrib(new Tag(QD_W("first"), 1));
-    b->AddAttrib(new Tag(QD_W("second"), 2));
+    b->AddAttrib(new NumberAttribute(QD_W("first"), 1));
+    b->AddAttrib(new NumberAttribute(QD_W("second"), 2));
     b->Deactivate();
     b->Lock(true);
     Save(*root);
     root = nullptr;
-    EXPECT_EQ(Counted::alive, 0);
+    EXPECT_EQ(CountedPayload::alive, 0);
 
     const SP<BSmartObj> object = TakeOut("root");
     root = dynamic_cast<BNode*>(object.Get());
@@ -126,7 +129,7 @@ TEST_F(BNodeArchiveTest, ATreeComesBackWithAllThatItHas)
     EXPECT_EQ(b->AnnotationNum(), 2);
     EXPECT_FALSE(b->AddAnnotation(a)) << "it is the same node again";
     ASSERT_EQ(b->AttribNum(), 2);
-    EXPECT_EQ(static_cast<Tag*>(b->Attrib(1))->m_value, 2);
+    EXPECT_EQ(static_cast<NumberAttribute*>(b->Attrib(1))->m_value, 2);
     root->AddChild(Named(QD_W("c")).Get(), 0);
     EXPECT_EQ(Order(*root), QD_W("a c b"));
 }
@@ -158,12 +161,11 @@ TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
 {
     for (const int version : {0, 1}) {
         SCOPED_TRACE(version);
-        const std::string payload = Reference(0) + Number4(0) + Number4(0) + "S\1\0\0\0\x80"s
-                                    + Reference(0) + "\2"s
-                                    + (version == 0 ? ""s : Number4(1) + "w\0"s);
-        WriteFileBytes(m_folder / "a.qda",
-                       "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s
-                           + RecordOf(1, "1", "BNode", version, payload));
+        const std::string payload = Reference(0) + Number4(0) + Number4(0) + "S\1\0\0\0\x80"s +
+                                    Reference(0) + "\2"s +
+                                    (version == 0 ? ""s : Number4(1) + "w\0"s);
+        WriteFileBytes(m_folder / "a.qda", "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s +
+                                               RecordOf(1, "1", "BNode", version, payload));
         const SP<BSmartObj> object = TakeOut("1");
         auto* node = dynamic_cast<BNode*>(object.Get());
         ASSERT_NE(node, nullptr);

@@ -54,15 +54,15 @@ TEST(BNode, RemovedChildrenLoseTheirParentOrDie)
 {
     const SP<BNode> root = Named(QD_W("root"));
     const SP<BNode> kept = Append(*root, QD_W("kept"));
-    Append(*root, QD_W("b"))->SetObj(new Counted);
+    Append(*root, QD_W("b"))->SetObj(new CountedPayload);
     BNode* inner = Append(*kept, QD_W("inner"));
-    EXPECT_EQ(Counted::alive, 1);
+    EXPECT_EQ(CountedPayload::alive, 1);
     EXPECT_FALSE(root->RemoveChild(inner)) << "not its own child";
     EXPECT_FALSE(root->RemoveChild(QD_W("kept/inner"))) << "not its own child";
     EXPECT_FALSE(root->RemoveChild(QD_W("none")));
     EXPECT_FALSE(root->RemoveChild(2));
     EXPECT_TRUE(root->RemoveChild(QD_W("B")));
-    EXPECT_EQ(Counted::alive, 0);
+    EXPECT_EQ(CountedPayload::alive, 0);
     EXPECT_TRUE(root->RemoveChild(0));
     EXPECT_EQ(kept->Parent(), nullptr);
     EXPECT_TRUE(root->AddChild(kept.Get(), -1));
@@ -86,7 +86,7 @@ TEST(BNode, PathsLeadToTheFirstMatchWithoutRegardToCase)
         BNode* found;
     };
     const Case cases[] = {
-        {QD_W("a"), a},        {QD_W("A"), a},          {QD_W("a/b"), b},
+        {QD_W("a"), a},        {QD_W("A"), a},           {QD_W("a/b"), b},
         {QD_W("//A/B"), b},    {QD_W("a/b/c"), nullptr}, {QD_W("b"), nullptr},
         {QD_W("a/"), empty},   {QD_W(""), nullptr},      {QD_W("/"), nullptr},
         {QD_W("ab"), nullptr}, {nullptr, nullptr},       {QD_W("STRASSE"), strasse},
@@ -154,15 +154,15 @@ TEST(BNode, SuggestsTextsThatNoChildHas)
 TEST(BNode, AttributesAreUniqueByNameAndAnnotationsByIdentity)
 {
     const SP<BNode> node = Named(QD_W("node"));
-    const SP<Tag> first(new Tag(QD_W("size"), 1));
+    const SP<NumberAttribute> first(new NumberAttribute(QD_W("size"), 1));
     EXPECT_TRUE(node->AddAttrib(first.Get()));
     EXPECT_FALSE(node->AddAttrib(first.Get()));
     EXPECT_FALSE(node->AddAttrib(nullptr));
-    EXPECT_TRUE(node->AddAttrib(new Tag(QD_W("Size"), 2))) << "case matters";
-    EXPECT_TRUE(node->AddAttrib(new Tag(QD_W("size"), 3))) << "replaces the first";
+    EXPECT_TRUE(node->AddAttrib(new NumberAttribute(QD_W("Size"), 2))) << "case matters";
+    EXPECT_TRUE(node->AddAttrib(new NumberAttribute(QD_W("size"), 3))) << "replaces the first";
     ASSERT_EQ(node->AttribNum(), 2);
-    EXPECT_EQ(static_cast<Tag*>(node->Attrib(0))->m_value, 2);
-    EXPECT_EQ(static_cast<Tag*>(node->Attrib(QD_W("size")))->m_value, 3);
+    EXPECT_EQ(static_cast<NumberAttribute*>(node->Attrib(0))->m_value, 2);
+    EXPECT_EQ(static_cast<NumberAttribute*>(node->Attrib(QD_W("size")))->m_value, 3);
     EXPECT_EQ(node->Attrib(2), nullptr);
     EXPECT_EQ(node->Attrib(-1), nullptr);
     EXPECT_EQ(node->Attrib(WString()), nullptr);
@@ -172,16 +172,16 @@ TEST(BNode, AttributesAreUniqueByNameAndAnnotationsByIdentity)
     EXPECT_TRUE(node->RemoveAttrib(0));
     EXPECT_EQ(node->AttribNum(), 0);
 
-    const SP<BSmartObj> remark(new Counted);
+    const SP<BSmartObj> remark(new CountedPayload);
     EXPECT_TRUE(node->AddAnnotation(remark.Get()));
     EXPECT_FALSE(node->AddAnnotation(remark.Get()));
     EXPECT_FALSE(node->AddAnnotation(nullptr));
-    EXPECT_TRUE(node->AddAnnotation(new Counted));
+    EXPECT_TRUE(node->AddAnnotation(new CountedPayload));
     EXPECT_EQ(node->AnnotationNum(), 2);
     EXPECT_TRUE(node->RemoveAnnotation(remark.Get()));
     EXPECT_FALSE(node->RemoveAnnotation(remark.Get()));
     node->RemoveAnnotations();
-    EXPECT_EQ(Counted::alive, 1);
+    EXPECT_EQ(CountedPayload::alive, 1);
 }
 
 TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
@@ -190,8 +190,8 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
     const SP<BNode> root(new BNode);
     EXPECT_TRUE(dispatcher.Sent().empty()) << "no object, no message";
     const SP<BNode> child(new BNode);
-    const SP<BSmartObj> object(new Counted);
-    const SP<Tag> tag(new Tag(QD_W("t"), 1));
+    const SP<BSmartObj> object(new CountedPayload);
+    const SP<NumberAttribute> tag(new NumberAttribute(QD_W("t"), 1));
     const std::uint64_t r = Number(root.Get());
     const std::uint64_t c = Number(child.Get());
 
@@ -211,7 +211,7 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
     expect("text, changed or not", {{3077, c, 0}, {3077, c, 0}});
     child->AddAttrib(tag.Get());
     child->AddAttrib(tag.Get());
-    child->AddAttrib(new Tag(QD_W("t"), 2));
+    child->AddAttrib(new NumberAttribute(QD_W("t"), 2));
     child->RemoveAttrib(QD_W("t"));
     child->RemoveAttribs();
     expect("attributes", {{3079, c, 0}, {3079, c, 0}, {3079, c, 0}});
@@ -260,9 +260,9 @@ TEST(BNode, FlagsAnswerForTheBranch)
     EXPECT_TRUE(root->IsBranchActive());
     EXPECT_FALSE(b->IsLocked());
 
-    a->SetObj(new Counted);
+    a->SetObj(new CountedPayload);
     b->SetObj(a->GetObj());
-    root->SetObj(new Counted);
+    root->SetObj(new CountedPayload);
     EXPECT_EQ(root->AllocatedMemory(false), 300U);
     EXPECT_EQ(root->AllocatedMemory(true), 100U);
 }
@@ -270,9 +270,9 @@ TEST(BNode, FlagsAnswerForTheBranch)
 TEST(BNode, CopiesShareWhatIsBesideANodeAndCopyWhatIsBelow)
 {
     const SP<BNode> root = Named(QD_W("root"));
-    root->SetObj(new Counted);
-    root->AddAttrib(new Tag(QD_W("t"), 1));
-    root->AddAnnotation(new Counted);
+    root->SetObj(new CountedPayload);
+    root->AddAttrib(new NumberAttribute(QD_W("t"), 1));
+    root->AddAnnotation(new CountedPayload);
     BNode* a = Append(*root, QD_W("a"));
     Append(*a, QD_W("b"))->Deactivate();
     const SP<BNode> parent = Named(QD_W("parent"));
@@ -294,7 +294,7 @@ TEST(BNode, CopiesShareWhatIsBesideANodeAndCopyWhatIsBelow)
     EXPECT_NE(root->Child(QD_W("root/a/b")), nullptr);
     *root = *root->Child(0); // and of what is below
     EXPECT_EQ(Order(*root), QD_W("a"));
-    EXPECT_EQ(Counted::alive, 2);
+    EXPECT_EQ(CountedPayload::alive, 2);
     *root = *root;
     EXPECT_EQ(Order(*root), QD_W("a"));
 }
@@ -309,7 +309,7 @@ TEST(BNode, DepthDoesNotMatter)
         bottom->AddChild(child.Get(), -1);
         bottom = child.Get();
     }
-    bottom->SetObj(new Counted);
+    bottom->SetObj(new CountedPayload);
     EXPECT_EQ(bottom->Root(), top.Get());
     EXPECT_EQ(top->AllocatedMemory(false), 100U);
     const SP<BNode> copy(new BNode);
@@ -324,5 +324,5 @@ TEST(BNode, DepthDoesNotMatter)
     for (int i = 0; i < kDepth; ++i)
         chain = SP<BNode>(new BNode(chain.Get()));
     chain = nullptr;
-    EXPECT_EQ(Counted::alive, 1);
+    EXPECT_EQ(CountedPayload::alive, 1);
 }

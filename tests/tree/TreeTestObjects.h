@@ -8,36 +8,35 @@
 #include <string>
 
 /// An object that counts how many of its kind live.
-class Counted : public BSmartObj {
+class CountedPayload : public BSmartObj {
 public:
-    Counted() { ++alive; }
-    ~Counted() override { --alive; }
+    CountedPayload() { ++alive; }
+    ~CountedPayload() override { --alive; }
     std::uint64_t AllocatedMemory() const override { return 100; }
 
-    static SP<BSmartObj> Read(BArchive&, int) { return SP<BSmartObj>(new Counted); }
-    static void Register() { RegisterArchiveCallback(ClassName(typeid(Counted)), &Read); }
+    static SP<BSmartObj> Read(BArchive&, int) { return SP<BSmartObj>(new CountedPayload); }
+    static void Register() { RegisterArchiveCallback(ClassName(typeid(CountedPayload)), &Read); }
 
     static inline int alive = 0;
 };
 
 /// An attribute with a number.
-class Tag : public BAttribute {
+class NumberAttribute : public BAttribute {
 public:
-    Tag(const WChar* name, int value)
+    NumberAttribute(const WChar* name, int value)
         : m_name(name)
         , m_value(value)
-    {
-    }
+    {}
     WString Name() const override { return m_name; }
     void WriteData(BArchive& archive) const override { archive << m_name << m_value; }
 
     static SP<BSmartObj> Read(BArchive& archive, int)
     {
-        SP<Tag> tag(new Tag(nullptr, 0));
+        SP<NumberAttribute> tag(new NumberAttribute(nullptr, 0));
         archive >> tag->m_name >> tag->m_value;
         return tag;
     }
-    static void Register() { RegisterArchiveCallback(ClassName(typeid(Tag)), &Read); }
+    static void Register() { RegisterArchiveCallback(ClassName(typeid(NumberAttribute)), &Read); }
 
     WString m_name;
     int m_value;
