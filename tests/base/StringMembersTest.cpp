@@ -460,7 +460,7 @@ TYPED_TEST(StringMembers, AppendedTextsStayInTheBlockWhileTheyFit)
     EXPECT_TRUE(text.CStr() == block);
     text += Make<S>("c"); // would leave no room to spare
     EXPECT_FALSE(text.CStr() == block);
-    EXPECT_EQ(Plain(text), "a" + std::string(62, 'b') + "c");
+    EXPECT_EQ(Plain(text), std::string(1, 'a').append(62, 'b').append(1, 'c'));
 }
 
 TYPED_TEST(StringMembers, ImpossibleSizesChangeNothing)
