@@ -8,8 +8,9 @@
 /// Order, equality and search of texts as the user's locale has them.
 ///
 /// The reference is `lstrcmpW`, `lstrcmpiW`, `StrChrIW` and `StrStrIW`; another platform gives the
-/// same order with the same ties. All functions are safe on any threads at once, none allocates for
-/// ASCII texts, and none of them throws. Texts end at their first 0 unit and are never null.
+/// same order with the same ties, always for English (United States). All functions are safe on any
+/// threads at once, none allocates for ASCII texts. Texts end at their first 0 unit and are never
+/// null.
 namespace platform {
 
 enum class ECase { Matters, Ignored };
@@ -18,11 +19,13 @@ enum class ECase { Matters, Ignored };
 /// the collation tables.
 [[nodiscard]] int Collate(const WChar* a, const WChar* b, ECase letterCase) noexcept;
 
-/// The same for texts in the ANSI code page (`lstrcmpA`, `lstrcmpiA`).
+/// The same for texts in the ANSI code page (`lstrcmpA`, `lstrcmpiA`). Where memory is too short to
+/// convert them, their bytes decide.
 [[nodiscard]] int Collate(const char* a, const char* b, ECase letterCase) noexcept;
 
 /// Appends to `key` bytes that are equal for two texts exactly when `Collate` gives 0 for them, and
-/// that order as unsigned bytes like the texts. Keys hold for one process, not for files.
+/// that order as unsigned bytes like the texts. Keys hold for one process, not for files. Throws
+/// `std::bad_alloc`, alone of these functions.
 void AppendCollationKey(const WChar* text, std::size_t length, ECase letterCase, std::string& key);
 
 /// Where nothing was found.

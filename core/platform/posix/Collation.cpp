@@ -144,8 +144,8 @@ Weights BehindNearestLower(char16_t unit, std::u16string_view order = kOrderText
 /// The part of `kOrder` where `unit` belongs: symbols come first, then numbers, then letters.
 std::u16string_view OrderOfItsKind(char16_t unit) noexcept
 {
-    constexpr std::size_t numbers = kOrderText.find(u'0');
-    constexpr std::size_t letters = kOrderText.find(u'a');
+    const std::size_t numbers = kOrderText.find(u'0');
+    const std::size_t letters = kOrderText.find(u'a');
     const std::uint32_t category = U_GET_GC_MASK(unit);
     if ((category & (U_GC_P_MASK | U_GC_SC_MASK | U_GC_SM_MASK | U_GC_Z_MASK)) != 0)
         return kOrderText.substr(0, numbers);
@@ -355,10 +355,9 @@ enum class Level { Places, Marks, Forms, Dashes };
 template <class Char>
 class WeightReader {
 public:
-    /// The text ends at `end` or at its first 0.
-    WeightReader(const Char* text, const Char* end, ECase letterCase) noexcept
-        : m_text(text)
-        , m_end(end)
+    WeightReader(std::basic_string_view<Char> text, ECase letterCase) noexcept
+        : m_text(text.data())
+        , m_end(text.data() + text.size())
         , m_forms(static_cast<std::uint8_t>(letterCase == ECase::Ignored ? ~kCaseForms : 0xff))
     {}
 
@@ -384,13 +383,18 @@ public:
     std::uint64_t Next(Level level) noexcept
     {
         switch (level) {
-        case Level::Places: return NextSign().place;
+        case Level::Places: return NextPlace();
         case Level::Marks: return NextMark();
         case Level::Forms: return NextSign().form;
         case Level::Dashes: return NextDash();
         }
         return 0;
     }
+
+    /// Whether the signs of which the places were read have anything else that is not plain.
+    bool HasMarks() const noexcept { return m_hasMarks; }
+    bool HasForms() const noexcept { return m_hasForms; }
+    bool HasDashes() const noexcept { return m_hasDashes; }
 
 private:
     char16_t NextUnit() noexcept
@@ -399,9 +403,7 @@ private:
             ++m_expanded;
             return unit;
         }
-        if (m_text == m_end || *m_text == 0)
-            return 0;
-        return Unit(*m_text++);
+        return m_text == m_end ? 0 : Unit(*m_text++);
     }
 
     Weights NextSign() noexcept
@@ -413,8 +415,25 @@ private:
         }
     }
 
+    std::uint32_t NextPlace() noexcept
+    {
+        for (;;) {
+            const Weights weights = Next();
+            switch (weights.kind) {
+            case Kind::Sign:
+                m_hasMarks = m_hasMarks || weights.mark != kPlain;
+                m_hasForms = m_hasForms || weights.form != kPlain;
+                return weights.place;
+            case Kind::Mark: m_hasMarks = true; break;
+            case Kind::Dash: m_hasDashes = true; break;
+            default: return 0;
+            }
+        }
+    }
+
     /// The mark of a sign with the marks that follow it, across dashes. Marks before the first sign
-    /// make one of their own. They add up modulo 256, as in the reference.
+    /// make one of their own. They add up modulo 256, as in the reference, but to no end of a
+    /// level.
     std::uint8_t NextMark() noexcept
     {
         for (;;) {
@@ -426,8 +445,7 @@ private:
                 m_isPending = true;
                 continue;
             }
-            const std::uint8_t mark =
-                m_pending > 1 ? m_pending : kPlain + 1; // 0 and 1 are no weights
+            const std::uint8_t mark = m_pending < kPlain ? kPlain + 1 : m_pending;
             const bool wasPending = std::exchange(m_isPending, weights.kind == Kind::Sign);
             m_pending = weights.mark;
             if (wasPending)
@@ -456,16 +474,16 @@ private:
     std::uint8_t m_pending = 0; // the mark that is adding up
     bool m_isPending = false;
     std::uint32_t m_signs = 0;
+    bool m_hasMarks = false;
+    bool m_hasForms = false;
+    bool m_hasDashes = false;
     UnitText m_expansion = {};
     std::size_t m_expanded = 0; // how far m_expansion is read
 };
 
 template <class Char>
-int CompareLevel(Level level, const Char* a, const Char* aEnd, const Char* b, const Char* bEnd,
-                 ECase letterCase) noexcept
+int CompareLevel(Level level, WeightReader<Char>& left, WeightReader<Char>& right) noexcept
 {
-    WeightReader left(a, aEnd, letterCase);
-    WeightReader right(b, bEnd, letterCase);
     const std::uint64_t missing = level == Level::Marks || level == Level::Forms ? kPlain : 0;
     for (;;) {
         std::uint64_t x = left.Next(level);
@@ -480,6 +498,37 @@ int CompareLevel(Level level, const Char* a, const Char* aEnd, const Char* b, co
         if (x != y)
             return x < y ? -1 : 1;
     }
+}
+
+template <class Char>
+int CompareLevel(Level level, std::basic_string_view<Char> a, std::basic_string_view<Char> b,
+                 ECase letterCase) noexcept
+{
+    WeightReader<Char> left(a, letterCase);
+    WeightReader<Char> right(b, letterCase);
+    return CompareLevel(level, left, right);
+}
+
+int CompareLevels(std::u16string_view a, std::u16string_view b, ECase letterCase) noexcept
+{
+    WeightReader<WChar> left(a, letterCase);
+    WeightReader<WChar> right(b, letterCase);
+    if (const int order = CompareLevel(Level::Places, left, right); order != 0)
+        return order;
+    int order = 0;
+    if (left.HasMarks() || right.HasMarks())
+        order = CompareLevel(Level::Marks, a, b, letterCase);
+    if (order == 0 && (left.HasForms() || right.HasForms()))
+        order = CompareLevel(Level::Forms, a, b, letterCase);
+    if (order == 0 && (left.HasDashes() || right.HasDashes()))
+        order = CompareLevel(Level::Dashes, a, b, letterCase);
+    return order;
+}
+
+template <class Char>
+std::basic_string_view<Char> View(const Char* text) noexcept
+{
+    return {text, Length(text)};
 }
 
 /// How many units the texts have in common before they differ or end.
@@ -559,7 +608,7 @@ std::optional<int> CompareAscii(const Char* a, const Char* b, std::size_t shared
         return forms < 0 ? -1 : 1;
     if (!dashes)
         return 0;
-    return CompareLevel<Char>(Level::Dashes, a + shared, nullptr, b + shared, nullptr, letterCase);
+    return CompareLevel(Level::Dashes, View(a + shared), View(b + shared), letterCase);
 }
 
 /// Whether the text is ASCII up to its first 0.
@@ -629,7 +678,7 @@ private:
             function(weights.place);
         if (weights.kind != Kind::Several)
             return;
-        WeightReader<char16_t> reader(&unit, &unit + 1, ECase::Ignored);
+        WeightReader<WChar> reader({&unit, 1}, ECase::Ignored);
         while (const std::uint64_t place = reader.Next(Level::Places))
             function(static_cast<std::uint32_t>(place));
     }
@@ -644,36 +693,34 @@ private:
 
 /// Whether two stretches whose places agree by their hash are equal without regard to case.
 template <class Char>
-bool IsEqual(const Char* a, const Char* b, std::size_t length) noexcept
+bool IsEqual(std::basic_string_view<Char> a, std::basic_string_view<Char> b) noexcept
 {
     // The places last: they need a look only to make sure.
     for (const Level level : {Level::Marks, Level::Forms, Level::Dashes, Level::Places}) {
-        if (CompareLevel(level, a, a + length, b, b + length, ECase::Ignored) != 0)
+        if (CompareLevel(level, a, b, ECase::Ignored) != 0)
             return false;
     }
     return true;
 }
 
 template <class Char>
-std::size_t FindLinguistically(const Char* text, const Char* part) noexcept
+std::size_t Find(std::basic_string_view<Char> text, std::basic_string_view<Char> part) noexcept
 {
-    const std::size_t length = Length(text);
-    const std::size_t partLength = Length(part);
-    if (partLength == 0 || partLength > length)
+    if (part.empty() || part.size() > text.size())
         return kNotFound;
     PlaceHash wanted;
     PlaceHash here;
-    for (std::size_t i = 0; i < partLength; ++i) {
+    for (std::size_t i = 0; i < part.size(); ++i) {
         wanted.Append(Unit(part[i]));
         here.Append(Unit(text[i]));
     }
     for (std::size_t i = 0;; ++i) {
-        if (here == wanted && IsEqual(text + i, part, partLength))
+        if (here == wanted && IsEqual(text.substr(i, part.size()), part))
             return i;
-        if (i + partLength == length)
+        if (i + part.size() == text.size())
             return kNotFound;
         here.RemoveFront(Unit(text[i]));
-        here.Append(Unit(text[i + partLength]));
+        here.Append(Unit(text[i + part.size()]));
     }
 }
 
@@ -681,10 +728,15 @@ std::size_t FindLinguistically(const Char* text, const Char* part) noexcept
 std::size_t BytePosition(const char* text, const WideText& wide, std::size_t position) noexcept
 {
     const std::size_t bytes = std::strlen(text);
+    const std::size_t unitsBehind = wide.Length() - position;
     std::size_t at = position;
-    while (at < bytes && AnsiToWide(text + at, bytes - at, nullptr, 0) > wide.Length() - position)
-        ++at;
-    return at;
+    for (;;) {
+        // No byte is more than one unit, so this never steps too far.
+        const std::size_t units = AnsiToWide(text + at, bytes - at, nullptr, 0);
+        if (units <= unitsBehind)
+            return at;
+        at += units - unitsBehind;
+    }
 }
 
 /// The capital of which `unit` is the small letter: none for another small form, like the final
@@ -699,31 +751,14 @@ UChar32 SimpleCapital(char16_t unit) noexcept
 // 2, but for the inner bytes of a place. What is plain at the end of a level is left out, and so
 // are the ends of levels when nothing follows them.
 
-struct LevelsInUse {
-    bool marks = false;
-    bool forms = false;
-    bool dashes = false;
-};
-
-LevelsInUse AppendPlaces(WeightReader<WChar> reader, std::string& key)
+void AppendPlaces(WeightReader<WChar>& reader, std::string& key)
 {
-    LevelsInUse inUse;
-    for (;;) {
-        const Weights weights = reader.Next();
-        switch (weights.kind) {
-        case Kind::Sign:
-            key.push_back(static_cast<char>(weights.place >> 24));
-            key.push_back(static_cast<char>(weights.place >> 16));
-            if ((weights.place & kBehind) != 0) {
-                key.push_back(static_cast<char>(weights.place >> 8));
-                key.push_back(static_cast<char>(weights.place));
-            }
-            inUse.marks = inUse.marks || weights.mark != kPlain;
-            inUse.forms = inUse.forms || weights.form != kPlain;
-            break;
-        case Kind::Mark: inUse.marks = true; break;
-        case Kind::Dash: inUse.dashes = true; break;
-        default: return inUse;
+    while (const std::uint64_t place = reader.Next(Level::Places)) {
+        key.push_back(static_cast<char>(place >> 24));
+        key.push_back(static_cast<char>(place >> 16));
+        if ((place & kBehind) != 0) {
+            key.push_back(static_cast<char>(place >> 8));
+            key.push_back(static_cast<char>(place));
         }
     }
 }
@@ -764,15 +799,10 @@ int Collate(const WChar* a, const WChar* b, ECase letterCase) noexcept
     if (const auto order = CompareAscii(a, b, shared, letterCase))
         return *order;
     // Marks may follow: so begin with the last sign that both texts share.
-    while (shared > 0 && WeightsOf(a[--shared]).kind != Kind::Sign) {
-    }
-    for (const Level level : {Level::Places, Level::Marks, Level::Forms, Level::Dashes}) {
-        const int order =
-            CompareLevel<WChar>(level, a + shared, nullptr, b + shared, nullptr, letterCase);
-        if (order != 0)
-            return order;
-    }
-    return 0;
+    bool isSign = false;
+    while (shared > 0 && !isSign)
+        isSign = WeightsOf(a[--shared]).kind == Kind::Sign;
+    return CompareLevels(View(a + shared), View(b + shared), letterCase);
 }
 
 int Collate(const char* a, const char* b, ECase letterCase) noexcept
@@ -791,32 +821,34 @@ int Collate(const char* a, const char* b, ECase letterCase) noexcept
 
 void AppendCollationKey(const WChar* text, std::size_t length, ECase letterCase, std::string& key)
 {
-    const LevelsInUse inUse = AppendPlaces({text, text + length, letterCase}, key);
+    const std::u16string_view all(text, length);
+    WeightReader<WChar> reader(all, letterCase);
+    AppendPlaces(reader, key);
     std::size_t ends = 1;
-    if (inUse.marks)
-        AppendWeights(Level::Marks, {text, text + length, letterCase}, ends, key);
+    if (reader.HasMarks())
+        AppendWeights(Level::Marks, {all, letterCase}, ends, key);
     ++ends;
-    if (inUse.forms)
-        AppendWeights(Level::Forms, {text, text + length, letterCase}, ends, key);
+    if (reader.HasForms())
+        AppendWeights(Level::Forms, {all, letterCase}, ends, key);
     ++ends;
-    if (inUse.dashes)
-        AppendDashes({text, text + length, letterCase}, ends, key);
+    if (reader.HasDashes())
+        AppendDashes({all, letterCase}, ends, key);
 }
 
 std::size_t FindIgnoringCase(const WChar* text, const WChar* part) noexcept
 {
-    return FindLinguistically(text, part);
+    return Find(View(text), View(part));
 }
 
 std::size_t FindIgnoringCase(const char* text, const char* part) noexcept
 {
     if (IsAscii(text) && IsAscii(part))
-        return FindLinguistically(text, part);
+        return Find(View(text), View(part));
     const WideText wideText(text);
     const WideText widePart(part);
     if (wideText.Text() == nullptr || widePart.Text() == nullptr)
         return kNotFound;
-    const std::size_t position = FindLinguistically(wideText.Text(), widePart.Text());
+    const std::size_t position = Find(View(wideText.Text()), View(widePart.Text()));
     return position == kNotFound ? kNotFound : BytePosition(text, wideText, position);
 }
 

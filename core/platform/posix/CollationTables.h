@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include <unicode/uchar.h>
+
+#include <cstdint>
 
 /// The signs in the order in which the reference sorts them (English, United States), read off its
 /// sort keys, and what distinguishes those that share a place. What follows from Unicode's own data
@@ -14,18 +14,20 @@ inline constexpr std::uint8_t kPlain = 2;
 
 /// What a form adds to `kPlain`. The other forms of the tables below are numbers of the reference.
 inline constexpr std::uint8_t kCapital = 0x10;
-inline constexpr std::uint8_t kFinal = 0x08;
+inline constexpr std::uint8_t kRaisedOrFinal = 0x08;
+inline constexpr std::uint8_t kFullKana = 0x20;
 inline constexpr std::uint8_t kHiragana = 0x40;
-inline constexpr std::uint8_t kOrdinaryKana = 0x80 | kHiragana | 0x20; // large, hiragana, full width
+inline constexpr std::uint8_t kLargeKana = 0x80;
+inline constexpr std::uint8_t kOrdinaryKana = kLargeKana | kHiragana | kFullKana;
 
 /// Forms that make no difference without regard to case.
-inline constexpr std::uint8_t kCaseForms = kCapital | kFinal;
+inline constexpr std::uint8_t kCaseForms = kCapital | kRaisedOrFinal;
 
-/// Units in the order of their places. A unit that is missing here, and that no other table and no
-/// Unicode data leads back to one of these, stands behind the nearest lower unit that is here, among
-/// others of its kind by its number: so the first of a run is enough, and so is one of a script.
+/// Units in the order of their places. One that is missing here, and that no other table and none
+/// of Unicode's data leads back to one of these, stands behind the nearest lower unit that is here,
+/// among others by its number: so the first of a run is enough, and so is the first of a script.
+// clang-format off
 inline constexpr char16_t kOrder[] =
-    // clang-format off
     // Blanks, punctuation
     u" \u1680\u00a0\t\n\v\f\r⅋⎝⎛❨❪\u2002⎠⎞❩❫\u2003\u2004\u2005\u2006\u2007\u2008\u2009\u200a"
     u"\u200b\u2028﹇⎣⎡⟦⸢⸤\u2029␢﹈⎦⎤⟧⸣⸥␣⁕⸪⁘⸬⁙⸭﹗!\"⁎#⁔$⁐%⁌&﹙⎧❴❲(︵⎫❵❳﹚)︶﹡*﹐,﹑､、﹒.｡。/"
@@ -85,8 +87,8 @@ inline constexpr char16_t kOrder[] =
 // clang-format on
 
 /// Units that count last, in their order: control characters, apostrophe, hyphens and dashes.
+// clang-format off
 inline constexpr char16_t kDashes[] =
-    // clang-format off
     u"\u0001\u0002\u0003\u0004\u0005\u0006\u0007\u0008\u000e\u000f\u0010\u0011\u0012\u0013"
     u"\u0014\u0015\u0016\u0017\u0018\u0019\u001a\u001b\u001c\u001d\u001e\u001f\u007f'-−‐‑‧⁃‒–—"
     u"―〜〰";
@@ -185,7 +187,7 @@ inline constexpr Variants kVariants[] = {
     // clang-format on
 };
 
-/// Units that only add a mark to the sign before them, and the weights of these marks; 0 is no mark.
+/// Units from `first` on that only add a mark to the sign before them; 0 is none of them.
 struct Marks {
     char16_t first;
     std::uint8_t weights[16];
@@ -233,8 +235,8 @@ inline constexpr Marks kMarks[] = {
     // clang-format on
 };
 
-/// Units that count as the text beside them; capitals as that text in capitals. Intended: the square
-/// units from \u3378 on count as no one would expect, as in the reference.
+/// Units that count as the text beside them, and their capitals as that text in capitals. Intended:
+/// some square units (㎟, ㎦) count as something odd, as they do in the reference.
 struct Expansion {
     char16_t unit;
     const char16_t* text;
@@ -268,7 +270,8 @@ inline constexpr Form kForms[] = {
 
 /// Units that count for nothing, beside those that Unicode calls ignorable and those that are not
 /// assigned in the version that the reference knows.
-inline constexpr char16_t kIgnored[] = u"\u0640\u0ecc\u1806\u3190\u3191\ufff9\ufffa\ufffb\ufffc\ufffd";
+inline constexpr char16_t kIgnored[] =
+    u"\u0640\u0ecc\u1806\u3190\u3191\ufff9\ufffa\ufffb\ufffc\ufffd";
 inline constexpr int kUnicodeVersion = 6;
 
 } // namespace platform::collation
