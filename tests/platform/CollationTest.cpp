@@ -165,6 +165,22 @@ TEST(Collation, OrdersLikeItsKeysWhateverTheTexts)
     }
 }
 
+TEST(Collation, SeesEveryUnitWhereverTheTextsStand)
+{
+    const std::size_t length = 20;
+    for (std::size_t shift = 0; shift < 16; ++shift) {
+        for (std::size_t differ = 0; differ < length; ++differ) {
+            const Text a = Text(shift, QD_W('x')) + Text(length, QD_W('e'));
+            Text b = Text(shift / 4, QD_W('y')) + Text(length, QD_W('e'));
+            EXPECT_EQ(Collate(a.c_str() + shift, b.c_str() + shift / 4, ECase::Matters), 0);
+            b[shift / 4 + differ] = QD_W('f');
+            EXPECT_LT(Collate(a.c_str() + shift, b.c_str() + shift / 4, ECase::Matters), 0);
+            b.resize(shift / 4 + differ);
+            EXPECT_GT(Collate(a.c_str() + shift, b.c_str() + shift / 4, ECase::Ignored), 0);
+        }
+    }
+}
+
 TEST(Collation, FindsAsManyUnitsAsThePartHas)
 {
     struct Case {
