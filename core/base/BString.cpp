@@ -2,6 +2,8 @@
 
 #include "core/platform/CodePage.h"
 
+#include <string_view>
+
 namespace {
 
 using String = BString;
@@ -10,6 +12,12 @@ using Single = int;
 
 constexpr std::size_t kPrintfRoom = 16385;
 constexpr bool kFailedPrintfEmpties = false;
+
+// Not where the code page has characters of several bytes.
+bool CharactersStandAlone(std::string_view text) noexcept
+{
+    return platform::AnsiToWide(text.data(), text.size(), nullptr, 0) == text.size();
+}
 
 bool ReadChunk(std::FILE* stream, char* buffer, int room) noexcept
 {

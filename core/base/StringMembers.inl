@@ -68,14 +68,36 @@ const Char* OrEmpty(const Char* text) noexcept
 }
 
 // First position of `part` in `text` at or after `start`.
-std::size_t Find(View text, View part, std::size_t start, platform::ECase letterCase) noexcept
+std::size_t Find(View text, View part, std::size_t start) noexcept
 {
-    if (part.empty() || start >= text.size())
+    return part.empty() || start >= text.size() ? kNone : text.find(part, start);
+}
+
+// The same without regard to case.
+std::size_t FindInRest(View text, View part, std::size_t start) noexcept
+{
+    if (start >= text.size())
         return kNone;
-    if (letterCase == platform::ECase::Matters)
-        return text.find(part, start);
-    const std::size_t found = platform::FindIgnoringCase(text.data() + start, part.data());
+    const std::size_t found = platform::FindIgnoringCase(text.data() + start, OrEmpty(part.data()));
     return found == platform::kNotFound ? kNone : start + found;
+}
+
+// The same again, a window at a time: the platform measures all that it is given before it looks,
+// so that many occurrences in one text would take quadratic time.
+constexpr std::size_t kWindow = 128;
+
+std::size_t FindInWindows(View text, View part, std::size_t start) noexcept
+{
+    while (start < text.size()) {
+        Char window[kWindow + 1];
+        const std::size_t length = text.copy(window, kWindow, start);
+        window[length] = 0;
+        const std::size_t found = platform::FindIgnoringCase(window, OrEmpty(part.data()));
+        if (found != platform::kNotFound)
+            return start + found;
+        start += length < kWindow ? length : kWindow - part.size() + 1;
+    }
+    return kNone;
 }
 
 // First or last position of `character`.
@@ -347,16 +369,18 @@ void String::ReplaceAt(const Char* text, std::size_t position)
 
 bool String::Replace(const Char* from, const Char* to, bool caseSensitive)
 {
-    const auto letterCase = caseSensitive ? platform::ECase::Matters : platform::ECase::Ignored;
     const View own = Measured(CStr());
     const View wanted = Measured(from);
     const View replacement = Measured(to);
+    const auto find = caseSensitive                                               ? Find
+                      : wanted.size() <= kWindow / 2 && CharactersStandAlone(own) ? FindInWindows
+                                                                                  : FindInRest;
 
     Text made;
     std::size_t length = 0;
     std::size_t copied = 0; // how much of the own text has been taken over
     for (;;) {
-        const std::size_t found = Find(own, wanted, copied, letterCase);
+        const std::size_t found = find(own, wanted, copied);
         if (found == kNone)
             break;
         if (!made.Push(length, own.substr(copied, found - copied)) ||
@@ -551,7 +575,7 @@ std::size_t String::Search(Char character, std::size_t start) const noexcept
 
 std::size_t String::Search(const Char* part, std::size_t start) const noexcept
 {
-    return Find(Measured(CStr()), Measured(part), start, platform::ECase::Matters);
+    return Find(Measured(CStr()), Measured(part), start);
 }
 
 std::size_t String::Search(const String& part, std::size_t start) const noexcept

@@ -5,6 +5,7 @@
 #include "core/platform/FileStream.h"
 
 #include <span>
+#include <string_view>
 
 namespace {
 
@@ -14,6 +15,12 @@ using Single = WChar;
 
 constexpr std::size_t kPrintfRoom = 4097;
 constexpr bool kFailedPrintfEmpties = true;
+
+// What is compared without regard to case are units, halves of surrogate pairs included.
+bool CharactersStandAlone(std::basic_string_view<WChar>) noexcept
+{
+    return true;
+}
 
 bool ReadChunk(std::FILE* stream, WChar* buffer, int room) noexcept
 {

@@ -185,6 +185,13 @@ TYPED_TEST(StringMembers, ReplaceGoesFromLeftToRightOverEachOccurrence)
         EXPECT_EQ(Plain(text), row.result ? row.result : row.text);
     }
 
+    for (std::size_t place = 0; place < 300; ++place) { // wherever the search may pause
+        S text = Make<S>(std::string(place, 'x') + "Ab" + std::string(300 - place, 'x') + "aB");
+        EXPECT_TRUE(text.IReplace(Make<S>("aB"), Make<S>("-")));
+        EXPECT_EQ(text.Search(Make<S>("-"), 0), place);
+        EXPECT_EQ(text.Search(Make<S>("-"), place + 1), 301u);
+    }
+
     S text = Make<S>("xyX");
     EXPECT_TRUE(text.Replace(Char<S>('x'), Char<S>('z'), true));
     EXPECT_EQ(Plain(text), "zyX");
