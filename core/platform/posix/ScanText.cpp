@@ -213,8 +213,12 @@ private:
     /// Reads `word`, in lower case, as far as it stands there; true when it is whole.
     bool ReadWord(std::string_view word) noexcept
     {
-        const auto differs = [this](char lower) { return !IsLetter(lower) || (++m_text, false); };
-        return std::none_of(word.begin(), word.end(), differs);
+        for (const char letter : word) {
+            if (!IsLetter(letter))
+                return false;
+            ++m_text;
+        }
+        return true;
     }
 
     /// Goes back to where a whole number ended; false when that is a failure.
