@@ -4,8 +4,9 @@
 //     String, Char            the class and its character
 //     Single                  how some members take one character
 //     kPrintfRoom             what Printf formats on the stack, terminating 0 included
-//     kFailedPrintfEmpties    what becomes of the text when the format is faulty or its result too
-//     long ReadChunk               fgets for Char
+//     kFailedPrintfEmpties    whether a faulty format or a result too long empties the text
+//     CharactersStandAlone    whether a text may be cut between any two
+//     ReadChunk               fgets for Char
 
 #include "core/platform/CharClass.h"
 #include "core/platform/Collation.h"
