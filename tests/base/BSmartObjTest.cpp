@@ -4,11 +4,11 @@
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 
+#include "tests/Latch.h"
 #include "tests/base/LifeCount.h"
 
 #include <gtest/gtest.h>
 
-#include <latch>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -78,10 +78,10 @@ TEST(BSmartObj, DiesOnceWhenTwoThreadsReleaseItAtTheSameTime)
 {
     int lives = 0;
     for (int round = 0; round < 500; ++round) {
-        std::latch ready(2);
+        Latch ready(2);
         SP<Counted> object = new Counted(lives);
         const auto release = [&ready](SP<Counted> mine) {
-            ready.arrive_and_wait();
+            ready.ArriveAndWait();
             mine = nullptr;
         };
         std::thread other(release, object);

@@ -1,9 +1,10 @@
 #include "core/platform/TypeName.h"
 
+#include "tests/Latch.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <latch>
 #include <thread>
 #include <vector>
 
@@ -43,9 +44,9 @@ TEST(TypeName, IsTheSamePointerOnAllThreads)
 {
     std::vector<const std::type_info*> types;
     Collect<200>(types);
-    std::latch ready(2);
+    Latch ready(2);
     const auto ask = [&](std::vector<const char*>& answers) {
-        ready.arrive_and_wait();
+        ready.ArriveAndWait();
         for (const std::type_info* type : types)
             answers.push_back(platform::TypeName(*type));
     };
