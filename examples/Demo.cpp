@@ -1,14 +1,15 @@
 // A small measurement application.
 //
-//   qddemo save FILE      makes a document, with every change reported to a dispatcher, and saves it
-//   qddemo show FILE      loads it, proves that it is the same document, and prints it
-//   qddemo compare FILE   loads it and proves that it is the same document
+//   qddemo save FILE      makes a document, with every change reported to a dispatcher, and saves
+//   it qddemo show FILE      loads it, proves that it is the same document, and prints it qddemo
+//   compare FILE   loads it and proves that it is the same document
 
 #include "core/base/BString.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/tree/BNodeItr.h"
-#include "examples/Document.h"
 #include "support/BThreadDispatcher.h"
+
+#include "examples/Document.h"
 
 #include <chrono>
 #include <cstdio>
@@ -25,7 +26,8 @@ class StopWatch {
 public:
     [[nodiscard]] double Milliseconds() const
     {
-        const std::chrono::duration<double, std::milli> passed = std::chrono::steady_clock::now() - m_start;
+        const std::chrono::duration<double, std::milli> passed =
+            std::chrono::steady_clock::now() - m_start;
         return passed.count();
     }
 
@@ -36,7 +38,10 @@ private:
 /// Stands for the user interface: counts the changes that it is told of.
 class ChangeCounter final : public BMessageReceiver {
 public:
-    void Receive(unsigned int message, std::uint64_t, std::uint64_t) override { ++m_counts[message]; }
+    void Receive(unsigned int message, std::uint64_t, std::uint64_t) override
+    {
+        ++m_counts[message];
+    }
 
     void Print() const
     {
@@ -123,8 +128,8 @@ int Load(const WString& path, bool prints)
     int nodes = 0;
     for (BNodeItr itr(root.Get(), BNodeItr::All); itr; ++itr)
         ++nodes;
-    std::printf("Loaded %d nodes in %.0f ms: the same tree, and the same objects are shared.\n", nodes,
-                loadingTime);
+    std::printf("Loaded %d nodes in %.0f ms: the same tree, and the same objects are shared.\n",
+                nodes, loadingTime);
     return 0;
 }
 
@@ -137,7 +142,8 @@ int main(int argc, char** argv)
     if (command == "save")
         return Save(WString(std::filesystem::path(argv[2]).string<WChar>().c_str()));
     if (command == "show" || command == "compare")
-        return Load(WString(std::filesystem::path(argv[2]).string<WChar>().c_str()), command == "show");
+        return Load(WString(std::filesystem::path(argv[2]).string<WChar>().c_str()),
+                    command == "show");
     std::puts("qddemo save|show|compare FILE");
     return 2;
 }

@@ -73,7 +73,9 @@ class Sightings {
 public:
     std::size_t Number(const BSmartObj* object)
     {
-        return object == nullptr ? 0 : m_numbers.try_emplace(object, m_numbers.size() + 1).first->second;
+        return object == nullptr
+                   ? 0
+                   : m_numbers.try_emplace(object, m_numbers.size() + 1).first->second;
     }
 
 private:
@@ -84,8 +86,8 @@ private:
 WString Described(BNode& node, Sightings& sightings)
 {
     WString line;
-    line.Printf(QD_W("%s, %d children, active %d, locked %d"), node.GetText().CStr(), node.ChildNum(),
-                node.IsActive() ? 1 : 0, node.IsLocked() ? 1 : 0);
+    line.Printf(QD_W("%s, %d children, active %d, locked %d"), node.GetText().CStr(),
+                node.ChildNum(), node.IsActive() ? 1 : 0, node.IsLocked() ? 1 : 0);
     const auto add = [&](BSmartObj* object) {
         WString part;
         part.Printf(QD_W("; #%d %s"), static_cast<int>(sightings.Number(object)),
@@ -107,8 +109,7 @@ WString Described(BNode& node, Sightings& sightings)
 Calibration::Calibration(WString sensor, double scaleX, double scaleY, double scaleZ)
     : m_sensor(sensor)
     , m_scale{scaleX, scaleY, scaleZ}
-{
-}
+{}
 
 void Calibration::WriteData(BArchive& archive) const
 {
@@ -118,7 +119,8 @@ void Calibration::WriteData(BArchive& archive) const
 WString Calibration::Properties()
 {
     WString text;
-    text.Printf(QD_W("calibrated by %s: %g %g %g"), m_sensor.CStr(), m_scale[0], m_scale[1], m_scale[2]);
+    text.Printf(QD_W("calibrated by %s: %g %g %g"), m_sensor.CStr(), m_scale[0], m_scale[1],
+                m_scale[2]);
     return text;
 }
 
@@ -135,8 +137,7 @@ Scan::Scan(std::int64_t pointCount, double deviation, SP<Calibration> calibratio
     : m_pointCount(pointCount)
     , m_deviation(deviation)
     , m_calibration(calibration)
-{
-}
+{}
 
 void Scan::WriteData(BArchive& archive) const
 {
@@ -167,8 +168,7 @@ SP<BSmartObj> Scan::Read(BArchive& archive, int)
 Tolerance::Tolerance(WString name, double millimetres)
     : m_name(name)
     , m_millimetres(millimetres)
-{
-}
+{}
 
 void Tolerance::WriteData(BArchive& archive) const
 {
@@ -191,8 +191,7 @@ SP<BSmartObj> Tolerance::Read(BArchive& archive, int)
 
 Remark::Remark(WString text)
     : m_text(text)
-{
-}
+{}
 
 void Remark::WriteData(BArchive& archive) const
 {

@@ -13,7 +13,8 @@ inline std::string FileBytes(const std::filesystem::path& path)
 
 inline void WriteFileBytes(const std::filesystem::path& path, const std::string& bytes)
 {
-    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 /// A file that is kept with the tests: what the library wrote is compared with it.

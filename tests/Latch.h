@@ -9,8 +9,7 @@ class Latch {
 public:
     explicit Latch(int count)
         : m_count(count)
-    {
-    }
+    {}
 
     void CountDown()
     {

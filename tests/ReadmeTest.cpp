@@ -1,4 +1,5 @@
 #include "core/qdcore.h"
+
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

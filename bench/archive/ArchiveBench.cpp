@@ -1,5 +1,6 @@
-#include "bench/archive/TreeWorkload.h"
 #include "core/archive/BArchive.h"
+
+#include "bench/archive/TreeWorkload.h"
 
 #include <benchmark/benchmark.h>
 
@@ -19,9 +20,9 @@
 # include "bench/archive/QtPeer.h"
 #endif
 
-// Saving and loading the tree of TreeWorkload.h to and from a file. Each peer saves and loads a tree
-// of its own kind, with the same texts, numbers and shared payloads; the tree that was loaded is
-// destroyed outside the measured time. "file" is the size in bytes a node.
+// Saving and loading the tree of TreeWorkload.h to and from a file. Each peer saves and loads a
+// tree of its own kind, with the same texts, numbers and shared payloads; the tree that was loaded
+// is destroyed outside the measured time. "file" is the size in bytes a node.
 
 namespace {
 
@@ -33,8 +34,8 @@ std::filesystem::path BenchFile()
 void Report(benchmark::State& state)
 {
     state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.counters["file"] =
-        static_cast<double>(std::filesystem::file_size(BenchFile())) / static_cast<double>(state.range(0));
+    state.counters["file"] = static_cast<double>(std::filesystem::file_size(BenchFile())) /
+                             static_cast<double>(state.range(0));
 }
 
 template <typename Save>
@@ -94,7 +95,8 @@ void BM_ArchiveLoad(benchmark::State& state)
     MeasureLoading(state, LoadOwn);
 }
 
-#define QD_SIZES Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime()
+#define QD_SIZES                                                                                   \
+ Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime()
 
 BENCHMARK(BM_ArchiveSave)->QD_SIZES;
 BENCHMARK(BM_ArchiveLoad)->QD_SIZES;

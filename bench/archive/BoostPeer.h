@@ -11,7 +11,6 @@
 #include <boost/serialization/split_free.hpp>
 #include <boost/serialization/vector.hpp>
 #include <boost/serialization/weak_ptr.hpp>
-
 #include <filesystem>
 #include <fstream>
 

@@ -7,7 +7,6 @@
 #include <cereal/types/polymorphic.hpp>
 #include <cereal/types/string.hpp>
 #include <cereal/types/vector.hpp>
-
 #include <filesystem>
 #include <fstream>
 

@@ -23,8 +23,7 @@ struct PeerObject {
 
     template <typename Archive>
     void serialize(Archive&, unsigned int)
-    {
-    }
+    {}
 };
 
 struct PeerPayload : PeerObject {

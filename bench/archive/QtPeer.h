@@ -7,7 +7,6 @@
 #include <QHash>
 #include <QString>
 #include <QVector>
-
 #include <filesystem>
 #include <memory>
 #include <vector>

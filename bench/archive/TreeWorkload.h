@@ -28,8 +28,7 @@ public:
     Measure(WString name, double value)
         : m_name(name)
         , m_value(value)
-    {
-    }
+    {}
     WString Name() const override { return m_name; }
     void WriteData(BArchive& archive) const override { archive << m_name << m_value; }
     static SP<BSmartObj> Read(BArchive& archive, int)
@@ -52,8 +51,7 @@ public:
         , m_y(2 * x)
         , m_z(3 * x)
         , m_text(text)
-    {
-    }
+    {}
     void WriteData(BArchive& archive) const override { archive << m_x << m_y << m_z << m_text; }
     static SP<BSmartObj> Read(BArchive& archive, int)
     {

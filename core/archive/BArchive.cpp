@@ -87,8 +87,7 @@ public:
     ScopedValue(T& variable, T value)
         : m_variable(variable)
         , m_former(std::exchange(variable, value))
-    {
-    }
+    {}
     ~ScopedValue() { m_variable = m_former; }
     ScopedValue(const ScopedValue&) = delete;
     ScopedValue& operator=(const ScopedValue&) = delete;
@@ -114,8 +113,7 @@ class Saver {
 public:
     explicit Saver(const WChar* path)
         : file(platform::OpenStream(path, QD_W("wb")))
-    {
-    }
+    {}
 
     void Insert(BSmartObj* object, const char* label, PointerMap& indices);
     void WriteQueued(BArchive& archive);
@@ -178,8 +176,7 @@ class Loader {
 public:
     explicit Loader(const WChar* path)
         : file(platform::OpenStream(path, QD_W("rb")))
-    {
-    }
+    {}
 
     // Reads the directory from the reader's position on; closes the file when it is broken.
     void Open(int version);
@@ -201,11 +198,12 @@ private:
 
     int m_version = 0;
     std::deque<RecordDirectory::Record*> m_pending;
-    std::vector<const RecordDirectory::Record*> m_rebuilt; // with their objects, in order of reading
+    std::vector<const RecordDirectory::Record*>
+        m_rebuilt;                     // with their objects, in order of reading
     std::size_t m_associatedCount = 0; // of m_rebuilt, those told to update their associations
     std::size_t m_verifiedCount = 0;   // of m_rebuilt, those that passed their self-check
     std::uint32_t m_takeOutNumber = 0;
-    int m_nesting = 0; // of `TakeOut` calls
+    int m_nesting = 0;                                                 // of `TakeOut` calls
     std::vector<std::pair<std::string, ReadFunction>> m_readFunctions; // as found so far
 };
 
@@ -249,8 +247,8 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
 
 void Loader::TakeOutLater(RecordDirectory::Record* record)
 {
-    if (record == nullptr || record->object || record->pending
-        || (m_nesting != 0 && record->triedIn == m_takeOutNumber))
+    if (record == nullptr || record->object || record->pending ||
+        (m_nesting != 0 && record->triedIn == m_takeOutNumber))
         return;
     record->pending = true;
     m_pending.push_back(record);
@@ -387,9 +385,9 @@ BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersio
         fileDocumentClass = WithKeyword(fileDocumentClass);
         fileArchiveClass = WithKeyword(fileArchiveClass);
     }
-    accepted = accepted && fileDocumentClass == documentClass && fileArchiveClass == ClassName()
-               && fileVersion >= docVersion && formatVersion >= kOldestReadable
-               && formatVersion <= kFormatVersion;
+    accepted = accepted && fileDocumentClass == documentClass && fileArchiveClass == ClassName() &&
+               fileVersion >= docVersion && formatVersion >= kOldestReadable &&
+               formatVersion <= kFormatVersion;
     if (!accepted) {
         m_impl->loader->file.Close();
         return;

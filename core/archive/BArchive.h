@@ -30,8 +30,8 @@ enum ARCHIVE_EXCEPTION {
 ///
 /// A file that cannot be opened, is of another document or is damaged leaves the archive without a
 /// file: `IsGood()` is false and nothing is read or written. A read never passes the end of the
-/// record at hand, whatever the record says of itself. Reading an object that refers to others takes
-/// no recursion. One thread at a time.
+/// record at hand, whatever the record says of itself. Reading an object that refers to others
+/// takes no recursion. One thread at a time.
 class QD_CORE_API BArchive : public BSmartObj {
 public:
     enum MODE { ModeRead = 0, ModeWrite = 1 };
@@ -65,16 +65,16 @@ public:
     [[nodiscard]] MODE Mode() const noexcept;
     [[nodiscard]] WString Path() const;
 
-    /// Queues `obj` for writing, under a name when `label` is neither null nor empty. Nothing happens
-    /// for null, when `obj` is queued already (also as a reference), when another object has the
-    /// label, and in a reading archive. The archive keeps a reference until it is destroyed.
+    /// Queues `obj` for writing, under a name when `label` is neither null nor empty. Nothing
+    /// happens for null, when `obj` is queued already (also as a reference), when another object
+    /// has the label, and in a reading archive. The archive keeps a reference until it is
+    /// destroyed.
     void Insert(BSmartObj* obj, const char* label);
 
-    /// The object under a label, or else under an index text, rebuilt with all that it refers to; the
-    /// same object each time. Null when there is none, when it cannot be read, or when `VerifyObj` of
-    /// any rebuilt object says no.
-    /// From inside `Read` or `UpdateAssociations` the object is rebuilt at once, and what it refers
-    /// to follows when the outer `TakeOut` goes on.
+    /// The object under a label, or else under an index text, rebuilt with all that it refers to;
+    /// the same object each time. Null when there is none, when it cannot be read, or when
+    /// `VerifyObj` of any rebuilt object says no. From inside `Read` or `UpdateAssociations` the
+    /// object is rebuilt at once, and what it refers to follows when the outer `TakeOut` goes on.
     [[nodiscard]] SP<BSmartObj> TakeOut(const char* label);
 
     /// Queues an object for reading by its index text (`BSmartObj::Id(index)`).
@@ -85,8 +85,8 @@ public:
     /// The rebuilt object that `index` stands for; null for 0 and when none was rebuilt.
     [[nodiscard]] SP<BSmartObj> QueryObject(void* index);
 
-    /// The index of an object in this archive: 0 for null, then 1, 2, ... in order of first mention.
-    /// Beyond 32 bits `ThrowError()`.
+    /// The index of an object in this archive: 0 for null, then 1, 2, ... in order of first
+    /// mention. Beyond 32 bits `ThrowError()`.
     unsigned int MapPointerToIndex(const void* p);
 
     /// `index` as the pointer that stands for it until associations are updated.
@@ -136,13 +136,13 @@ public:
 
     // A `long` has another size on each platform and never enters a record.
     template <typename T>
-        requires((std::same_as<T, long> || std::same_as<T, unsigned long>)
-                 && !std::same_as<T, std::int64_t>)
-    BArchive& operator<<(T) = delete;
+    requires((std::same_as<T, long> ||
+              std::same_as<T, unsigned long>)&&!std::same_as<T, std::int64_t>) BArchive&
+    operator<<(T) = delete;
     template <typename T>
-        requires((std::same_as<T, long> || std::same_as<T, unsigned long>)
-                 && !std::same_as<T, std::int64_t>)
-    BArchive& operator>>(T&) = delete;
+    requires((std::same_as<T, long> ||
+              std::same_as<T, unsigned long>)&&!std::same_as<T, std::int64_t>) BArchive&
+    operator>>(T&) = delete;
 
 private:
     class Impl;

@@ -114,8 +114,8 @@ bool BSmartObj::ReadPrefix(BArchive& archive, BString& id, BString& label, BStri
         return false;
     }
     std::uint64_t read = 0;
-    if (!archive.ReadMemoryBlock(&version, sizeof version)
-        || !archive.ReadMemoryBlock(&read, ReadSizeBytes(archive.Version())))
+    if (!archive.ReadMemoryBlock(&version, sizeof version) ||
+        !archive.ReadMemoryBlock(&read, ReadSizeBytes(archive.Version())))
         return false;
     size = read;
     return archive.IsGood();

@@ -15,7 +15,7 @@ struct ObjectHeader {
     std::string_view id; // the index in hexadecimal
     std::string_view label;
     std::string_view className;
-    int version = 0; // of the class's payload
+    int version = 0;        // of the class's payload
     std::uint64_t size = 0; // bytes of the payload
 };
 

@@ -32,8 +32,8 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
     while (reader.Left() != 0) {
         const std::uint64_t position = reader.Position();
         ObjectHeader header;
-        if (!ReadObjectHeader(reader, archiveVersion, header)
-            || m_records.size() >= std::numeric_limits<std::uint32_t>::max() - 1)
+        if (!ReadObjectHeader(reader, archiveVersion, header) ||
+            m_records.size() >= std::numeric_limits<std::uint32_t>::max() - 1)
             return false;
         Enter(position, header.id, header.label);
         reader.MoveTo(reader.Position() + header.size);

@@ -20,8 +20,8 @@ class BlockReader;
 class RecordDirectory {
 public:
     struct Record {
-        std::uint64_t position; // in the file, of the object header
-        SP<BSmartObj> object;   // once it is rebuilt
+        std::uint64_t position;    // in the file, of the object header
+        SP<BSmartObj> object;      // once it is rebuilt
         std::uint32_t triedIn = 0; // the last `TakeOut` that tried to rebuild it
         bool pending = false;      // waits to be read
     };

@@ -101,9 +101,9 @@ bool BlockReader::Fetch(std::uint64_t size)
 
 bool BlockReader::ReadAt(std::uint64_t position, char* out, std::uint64_t size)
 {
-    const bool there = m_stream != nullptr
-                       && (position == m_streamPosition || platform::Seek(m_stream.get(), position))
-                       && std::fread(out, 1, size, m_stream.get()) == size;
+    const bool there = m_stream != nullptr &&
+                       (position == m_streamPosition || platform::Seek(m_stream.get(), position)) &&
+                       std::fread(out, 1, size, m_stream.get()) == size;
     m_streamPosition = position + size;
     if (!there)
         Close();

@@ -8,10 +8,10 @@
 
 /// Reads a file whose content is not trusted: in large blocks, and never past a limit.
 ///
-/// The limit is the end of the file at first; a caller that knows where the piece that it reads ends
-/// lowers it. A read that would pass the limit gives nothing and leaves the position at the limit,
-/// so that a run of reads ends. Sizes that a file declares are to be compared with `Left()` before
-/// anything is made of that size. One thread at a time.
+/// The limit is the end of the file at first; a caller that knows where the piece that it reads
+/// ends lowers it. A read that would pass the limit gives nothing and leaves the position at the
+/// limit, so that a run of reads ends. Sizes that a file declares are to be compared with `Left()`
+/// before anything is made of that size. One thread at a time.
 class BlockReader {
 public:
     /// Takes over a stream that is open for binary reading; without one the reader is not good.
@@ -74,9 +74,9 @@ private:
     std::uint64_t m_limit = 0;
 
     std::unique_ptr<char[]> m_block;
-    std::uint64_t m_blockStart = 0;    // place in the file of the block's first byte
-    std::uint64_t m_blockSize = 0;     // bytes of the file in the block
+    std::uint64_t m_blockStart = 0; // place in the file of the block's first byte
+    std::uint64_t m_blockSize = 0;  // bytes of the file in the block
     std::uint64_t m_blockCapacity = 0;
-    std::uint64_t m_readSize;          // bytes to read ahead next time
+    std::uint64_t m_readSize;           // bytes to read ahead next time
     std::uint64_t m_streamPosition = 0; // where the stream itself stands
 };

@@ -14,19 +14,17 @@ public:
     // Copying takes over nothing: an attribute is known by its name and its own data alone.
     BAttribute(const BAttribute&) noexcept
         : BSmartObj()
-    {
-    }
+    {}
     BAttribute(BAttribute&&) noexcept
         : BSmartObj()
-    {
-    }
+    {}
     BAttribute& operator=(const BAttribute&) noexcept { return *this; }
     BAttribute& operator=(BAttribute&&) noexcept { return *this; }
     ~BAttribute() override;
 
     // Virtual operations: their order is part of the interface.
 
-    /// The name, unique within a node, compared with regard to case. It must not change while a node
-    /// holds the attribute.
+    /// The name, unique within a node, compared with regard to case. It must not change while a
+    /// node holds the attribute.
     virtual WString Name() const = 0;
 };

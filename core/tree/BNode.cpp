@@ -106,8 +106,8 @@ BNode::BNode(BSmartObj* obj)
     BNode::SetObj(obj);
 }
 
-// A node that dies takes its children along, these theirs, and so on: however deep the tree, only so
-// many destructors run inside one another. Below that, what a node holds is put aside.
+// A node that dies takes its children along, these theirs, and so on: however deep the tree, only
+// so many destructors run inside one another. Below that, what a node holds is put aside.
 BNode::~BNode()
 {
     UnlinkChildren();
@@ -349,7 +349,8 @@ bool BNode::AddAnnotation(BSmartObj* annotation)
 
 bool BNode::RemoveAnnotation(BSmartObj* annotation)
 {
-    const auto place = annotation != nullptr ? PlaceOf(m_annotations, annotation) : m_annotations.end();
+    const auto place =
+        annotation != nullptr ? PlaceOf(m_annotations, annotation) : m_annotations.end();
     if (!place)
         return false;
     m_annotations.Erase(place);
@@ -534,7 +535,8 @@ BNode* BNode::Child(const WChar* path) const
 BNode* BNode::FindChild(const WChar* text) const
 {
     if (m_children.Count() >= kManyChildren)
-        return Published(m_byText, [this] { return std::make_unique<ChildIndex>(*this); }).Find(text);
+        return Published(m_byText, [this] { return std::make_unique<ChildIndex>(*this); })
+            .Find(text);
     for (const SP<BNode>& child : m_children) {
         if (child && platform::Collate(child->m_text.CStr(), text, platform::ECase::Ignored) == 0)
             return child.Get();

@@ -22,9 +22,9 @@ class ChildIndex;
 ///     part->AddChild(new BNode(scan), -1);   // appended; the tree owns it
 ///     BNode* first = part->Child(0);         // not counted
 ///
-/// A node owns what is below and beside it through `SP`s; the link to its parent is a plain pointer,
-/// null once the parent lets go. Pointers that are handed out are not counted and are good as long
-/// as the tree holds the object.
+/// A node owns what is below and beside it through `SP`s; the link to its parent is a plain
+/// pointer, null once the parent lets go. Pointers that are handed out are not counted and are good
+/// as long as the tree holds the object.
 ///
 /// When the root's dispatcher flag is set (initially it is) and a dispatcher is registered, every
 /// change is sent to the dispatcher, after it is done:
@@ -39,15 +39,16 @@ class ChildIndex;
 ///     3088  Lock, when the flag changes                    the node, 0
 ///
 /// Children are found by their text, compared as the user's locale has it and without regard to
-/// case; of several with equal texts the first counts. Many children cost no more than few: stepping
-/// to the next sister, removing a child and finding one by name do not depend on their number.
+/// case; of several with equal texts the first counts. Many children cost no more than few:
+/// stepping to the next sister, removing a child and finding one by name do not depend on their
+/// number.
 ///
-/// A list read from a damaged document can hold null entries: they count, the functions that take an
-/// index give null for them, and `Sister` steps over them. A node read from a document in which a
-/// node leads to itself or stands in two places refuses itself (`VerifyObj`).
+/// A list read from a damaged document can hold null entries: they count, the functions that take
+/// an index give null for them, and `Sister` steps over them. A node read from a document in which
+/// a node leads to itself or stands in two places refuses itself (`VerifyObj`).
 ///
-/// Refusals are told by false or null; nothing throws. No lock: one thread at a time changes a tree;
-/// any number of threads may read it meanwhile nobody does.
+/// Refusals are told by false or null; nothing throws. No lock: one thread at a time changes a
+/// tree; any number of threads may read it meanwhile nobody does.
 class QD_CORE_API BNode : public BSmartObj {
 public:
     /// A node without parent, active, not locked, reporting, and with `obj` as `SetObj` sets it.
@@ -81,8 +82,8 @@ public:
     virtual void TraverseObjects(BVisitor* visitor);
     virtual BSmartObj* GetObj() const;
     virtual void SetObj(BSmartObj* obj);
-    /// Bytes of all associated objects in this subtree, of its active branches only when `activeOnly`
-    /// is true. An object counts once for each node that has it.
+    /// Bytes of all associated objects in this subtree, of its active branches only when
+    /// `activeOnly` is true. An object counts once for each node that has it.
     virtual std::uint64_t AllocatedMemory(bool activeOnly);
     /// Appends an attribute; one of the same name is removed first. False for null and for an
     /// attribute that the node has already.
@@ -98,9 +99,10 @@ public:
     virtual bool RemoveAttrib(const WChar* name);
     virtual bool RemoveAttrib(WString name);
     virtual void RemoveAttribs();
-    /// Appends a child when `index` is negative or not below `ChildNum()`. False for null, for a node
-    /// that has a parent, that is this node or above it, and for an index from 1 to `ChildNum()` - 1.
-    /// Intended: index 0 puts the child behind the first one; documents rely on that order.
+    /// Appends a child when `index` is negative or not below `ChildNum()`. False for null, for a
+    /// node that has a parent, that is this node or above it, and for an index from 1 to
+    /// `ChildNum()` - 1. Intended: index 0 puts the child behind the first one; documents rely on
+    /// that order.
     virtual bool AddChild(BNode* child, int index);
     /// Removes the node that `Child(path)` finds, when it is a child of this node.
     virtual bool RemoveChild(const WChar* path);
@@ -152,8 +154,8 @@ public:
     [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
 
 protected:
-    /// Reads what `WriteData` of this class wrote, for the `Read` of a class derived from it. Throws
-    /// `ArchiveFormatFault` when the record declares more than it holds.
+    /// Reads what `WriteData` of this class wrote, for the `Read` of a class derived from it.
+    /// Throws `ArchiveFormatFault` when the record declares more than it holds.
     void ReadData(BArchive& archive, int version);
 
 private:
@@ -194,14 +196,14 @@ private:
     DList<SP<BAttribute>> m_attributes;
     DList<SP<BSmartObj>> m_annotations;
     WString m_text;
-    BNode* m_parent = nullptr;         // not owned
-    Children::Iterator m_place;        // of this node in its parent's children
-    std::int64_t m_order = 0;          // grows from sister to sister
+    BNode* m_parent = nullptr;  // not owned
+    Children::Iterator m_place; // of this node in its parent's children
+    std::int64_t m_order = 0;   // grows from sister to sister
     // Owned; made when children are looked up where there are many of them.
     mutable ChildIndex* m_byText = nullptr;
     mutable BArray<BNode*>* m_byPosition = nullptr;
-    Loading* m_loading = nullptr; // owned; while the node waits for its associations
-    std::uint32_t m_mark = 0;     // see RefuseCircles
+    Loading* m_loading = nullptr;    // owned; while the node waits for its associations
+    std::uint32_t m_mark = 0;        // see RefuseCircles
     std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
     bool m_isActive = true;
     bool m_isLocked = false;

@@ -150,9 +150,9 @@ BNode* BNode::ClaimedParent(BArchive& archive) const
     return AsNode(archive.QueryObject(archive.IndexToPtr(m_loading->parent)).Get());
 }
 
-// Climbs from this node. A node met twice on the way is above itself, and with it all on the circle.
-// A node that was climbed from or through before in this round stops the climb, so that a round
-// takes time in proportion to the nodes.
+// Climbs from this node. A node met twice on the way is above itself, and with it all on the
+// circle. A node that was climbed from or through before in this round stops the climb, so that a
+// round takes time in proportion to the nodes.
 void BNode::RefuseCircles(BArchive& archive)
 {
     const std::uint32_t climbing = 2 * archive.AssociationRound();

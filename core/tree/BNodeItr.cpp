@@ -30,8 +30,7 @@ BNodeItr::BNodeItr(BNode* start, EMode mode)
     : m_start(start)
     , m_current(start)
     , m_activeOnly(mode == ActiveOnly)
-{
-}
+{}
 
 void BNodeItr::Restart()
 {
@@ -51,8 +50,8 @@ BNodeItr& BNodeItr::operator++()
     if (!m_current)
         return *this;
     BNode* next = Walkable(m_current->FirstChild());
-    for (BNode* climb = m_current.Get(); next == nullptr && climb != nullptr && climb != m_start.Get();
-         climb = climb->m_parent)
+    for (BNode* climb = m_current.Get();
+         next == nullptr && climb != nullptr && climb != m_start.Get(); climb = climb->m_parent)
         next = Walkable(climb->Sister());
     m_current = next;
     return *this;
@@ -68,8 +67,7 @@ BNode* BNodeItr::operator++(int)
 BNodeChildItr::BNodeChildItr(const BNode& node)
     : m_node(const_cast<BNode*>(&node)) // the node is counted, and changed by RemoveCurrent alone
     , m_current(node.FirstChild())
-{
-}
+{}
 
 void BNodeChildItr::Restart()
 {

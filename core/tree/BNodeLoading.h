@@ -12,6 +12,6 @@ struct BNode::Loading {
     std::vector<std::uint64_t> attributes;
     std::vector<std::uint64_t> annotations;
     std::uint64_t parent = 0;
-    bool isAssociated = false;   // of all that, only `parent` still counts
-    bool parentIsThere = false;  // the archive has rebuilt the parent, so it has to list this node
+    bool isAssociated = false;  // of all that, only `parent` still counts
+    bool parentIsThere = false; // the archive has rebuilt the parent, so it has to list this node
 };

@@ -19,8 +19,7 @@ public:
 
     explicit BVisitor(TRAVERSIONMODE mode = TraverseDefault)
         : m_mode(mode)
-    {
-    }
+    {}
     /// Copies the mode and the flag.
     BVisitor(const BVisitor& other) = default;
     BVisitor& operator=(const BVisitor& other) = default;
@@ -40,7 +39,8 @@ public:
     /// Encloses, with `PopAttrib`, the calls to which a node's attribute applies.
     virtual void PushAttrib(BAttribute* attribute);
     virtual void PopAttrib(BAttribute* attribute);
-    /// Sets whether inactive nodes are visited too, with what is below them; initially they are not.
+    /// Sets whether inactive nodes are visited too, with what is below them; initially they are
+    /// not.
     virtual void VisitInactiveNodes(bool visit);
     [[nodiscard]] virtual bool VisitInactiveNodes() const;
 

@@ -40,7 +40,8 @@ void TreatAnnotations(BNode& node, BVisitor& visitor)
         annotations.emplace_back(itr.Current());
     for (const SP<BSmartObj>& annotation : annotations) {
         const BSmartObj* object = node.GetObj();
-        visitor.TreatAnnotation(annotation, SP<const BSmartObj>(object != nullptr ? object : &node));
+        visitor.TreatAnnotation(annotation,
+                                SP<const BSmartObj>(object != nullptr ? object : &node));
     }
 }
 
@@ -108,8 +109,7 @@ void Walk(BNode& start, BVisitor& visitor, EnterNode enter, LeaveNode leave, Del
 
 void TraverseTree(BNode& start, BVisitor& visitor)
 {
-    Walk(start, visitor, Enter, Leave,
-         [](BNode& child, BVisitor& to) { child.Traverse(&to); });
+    Walk(start, visitor, Enter, Leave, [](BNode& child, BVisitor& to) { child.Traverse(&to); });
 }
 
 void TraverseTreeObjects(BNode& start, BVisitor& visitor)

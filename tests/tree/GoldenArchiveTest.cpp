@@ -1,6 +1,7 @@
 #include "core/archive/BArchive.h"
 #include "core/geometry/BBitArray.h"
 #include "core/tree/BNode.h"
+
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/tree/TreeTestObjects.h"

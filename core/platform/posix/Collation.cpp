@@ -56,12 +56,12 @@ enum class Kind : std::uint8_t {
     Several, // counts as a text of several units
 };
 
-struct Weights {
+struct alignas(8) Weights {
     std::uint32_t place = 0; // of a sign or a dash
     std::uint8_t mark = 0;
     std::uint8_t form = 0;
     Kind kind = Kind::None;
-    std::uint8_t unused = 0; // fills the word: the weights are stored and loaded as one
+    std::uint8_t unused = 0; // fills the word: weights are stored and loaded as one, hence aligned
 
     void Add(std::uint8_t moreMark, std::uint8_t moreForm) noexcept
     {
