@@ -21,7 +21,7 @@ public:
 
     /// The thread's function.
     void Run();
-    void WaitUntilRunning() const { m_threadId.wait(kNotStarted); }
+    void WaitUntilRunning();
 
     [[nodiscard]] unsigned long ThreadId() const { return m_threadId; }
     [[nodiscard]] bool IsOwnThread() const { return m_threadId == QDCurrentThreadId(); }
@@ -56,7 +56,7 @@ private:
 
     std::mutex m_lock;
     std::condition_variable m_arrived;  // a message came or the queue was closed
-    std::condition_variable m_answered; // a sent message or a call of a receiver came to its end
+    std::condition_variable m_answered; // the thread began, or a message or a call came to its end
     std::deque<Message> m_messages;     // guarded by m_lock
     bool m_closed = false;              // guarded by m_lock
     std::vector<BMessageReceiver*> m_receivers; // guarded by m_lock; null where one was removed
@@ -117,11 +117,17 @@ void BThreadDispatcher::Queue::Close()
     m_arrived.notify_one();
 }
 
+void BThreadDispatcher::Queue::WaitUntilRunning()
+{
+    std::unique_lock lock(m_lock);
+    m_answered.wait(lock, [this] { return m_threadId != kNotStarted; });
+}
+
 void BThreadDispatcher::Queue::Run()
 {
-    m_threadId = QDCurrentThreadId();
-    m_threadId.notify_all();
     std::unique_lock lock(m_lock);
+    m_threadId = QDCurrentThreadId();
+    m_answered.notify_all();
     for (;;) {
         m_arrived.wait(lock, [&] { return m_closed || !m_messages.empty(); });
         if (m_messages.empty())
@@ -135,7 +141,7 @@ void BThreadDispatcher::Queue::Run()
         }
     }
     // The id may belong to another thread soon.
-    m_threadId = kNoThread;
+    m_threadId = kNoDispatcherThread;
 }
 
 bool BThreadDispatcher::Queue::Append(const Message& message)

@@ -36,7 +36,7 @@ public:
     bool Send(unsigned int message, std::uint64_t first, std::uint64_t second) override;
     /// False once `Shutdown` has begun. A message for which the answer was true is delivered.
     bool Post(unsigned int message, std::uint64_t first, std::uint64_t second) override;
-    /// `kNoThread` once the thread has ended.
+    /// `kNoDispatcherThread` once the thread has ended.
     [[nodiscard]] unsigned long ThreadId() const override;
     /// Not counted: the receiver is removed before it is destroyed. It gets the messages whose
     /// delivery begins from now on.

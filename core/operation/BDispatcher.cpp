@@ -40,7 +40,7 @@ bool BDispatcher::DispatcherPost(unsigned int message, std::uint64_t first, std:
 unsigned long BDispatcher::DispatcherThreadId()
 {
     const SP<BDispatcher> instance = Instance();
-    return instance ? instance->ThreadId() : kNoThread;
+    return instance ? instance->ThreadId() : kNoDispatcherThread;
 }
 
 bool BDispatcher::CurrentThreadIsDispatcherThread()

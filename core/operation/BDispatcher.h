@@ -8,6 +8,9 @@
 
 class BMessageReceiver;
 
+/// Stands for the dispatcher's thread where there is none.
+inline constexpr unsigned long kNoDispatcherThread = 0xFFFFFFFF;
+
 /// The one object of a process through which the library reaches the user interface. The
 /// application derives it and registers it at start-up; the library delivers numbered messages with
 /// two parameters to it, and drops them while none is registered.
@@ -54,15 +57,12 @@ public:
     /// False when `receiver` was not there.
     virtual bool RemoveReceiver(BMessageReceiver* receiver) = 0;
 
-    /// What `DispatcherThreadId` answers while no dispatcher is registered.
-    static constexpr unsigned long kNoThread = 0xFFFFFFFF;
-
     /// Replaces the process's dispatcher and releases the one before; an empty pointer unregisters.
     static void RegisterDispatcher(SP<BDispatcher> dispatcher);
     /// The registered dispatcher; empty when there is none.
     [[nodiscard]] static SP<BDispatcher> Instance();
 
-    /// Without a registered dispatcher these answer false and `kNoThread`.
+    /// Without a registered dispatcher these answer false and `kNoDispatcherThread`.
     static bool DispatcherSend(unsigned int message, std::uint64_t first, std::uint64_t second);
     static bool DispatcherPost(unsigned int message, std::uint64_t first, std::uint64_t second);
     [[nodiscard]] static unsigned long DispatcherThreadId();

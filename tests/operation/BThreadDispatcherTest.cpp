@@ -3,11 +3,12 @@
 #include "core/base/BError.h"
 #include "core/operation/BMessageReceiver.h"
 
+#include "tests/Latch.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
-#include <latch>
 #include <memory>
 #include <thread>
 #include <utility>
@@ -70,7 +71,7 @@ TEST(BThreadDispatcher, DeliversAllThatWasPostedBeforeItEnds)
     EXPECT_EQ(receiver.received.size(), 2000u);
     EXPECT_FALSE(dispatcher->Post(1, 0, 0));
     EXPECT_FALSE(dispatcher->Send(1, 0, 0));
-    EXPECT_EQ(dispatcher->ThreadId(), BDispatcher::kNoThread);
+    EXPECT_EQ(dispatcher->ThreadId(), kNoDispatcherThread);
     dispatcher->Shutdown();
     EXPECT_TRUE(dispatcher->RemoveReceiver(&receiver));
     dispatcher = nullptr;
@@ -83,16 +84,16 @@ TEST(BThreadDispatcher, LosesNoAcceptedMessageWhenShutDownBesideItsSenders)
         const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
         Receiver receiver;
         dispatcher->AddReceiver(&receiver);
-        std::latch started(3);
+        Latch started(3);
         std::size_t accepted[2] = {};
         const auto deliver = [&](std::size_t sender, auto method) {
-            started.arrive_and_wait();
+            started.ArriveAndWait();
             while (((*dispatcher).*method)(1, 0, 0))
                 ++accepted[sender];
         };
         std::thread poster(deliver, 0, &BThreadDispatcher::Post);
         std::thread sender(deliver, 1, &BThreadDispatcher::Send);
-        started.arrive_and_wait();
+        started.ArriveAndWait();
         dispatcher->Shutdown();
         poster.join();
         sender.join();
@@ -173,21 +174,22 @@ TEST(BThreadDispatcher, PassesExceptionsToTheSender)
 
 TEST(BThreadDispatcher, MayBeReleasedInsideAReceiver)
 {
-    std::latch released(1), allDelivered(1);
+    Latch released(1);
+    Latch allDelivered(1);
     SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
     Receiver receiver([&](unsigned int message) {
         if (message == 1) {
-            released.wait();
+            released.Wait();
             BDispatcher::RegisterDispatcher(nullptr);
         }
         if (message == 2)
-            allDelivered.count_down();
+            allDelivered.CountDown();
     });
     dispatcher->AddReceiver(&receiver);
     BDispatcher::RegisterDispatcher(dispatcher);
     QDPost(1, 0, 0);
     QDPost(2, 0, 0);
     dispatcher = nullptr;
-    released.count_down();
-    allDelivered.wait();
+    released.CountDown();
+    allDelivered.Wait();
 }
