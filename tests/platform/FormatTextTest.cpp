@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdarg>
+#include <cstdlib>
 #include <limits>
 #include <string>
 #include <vector>
@@ -210,20 +211,31 @@ TEST(FormatText, TellsTheLengthOfATextThatDoesNotFit)
     EXPECT_EQ(Measure(nullptr, 0, QD_W("%y")), -1);
 }
 
-TEST(FormatText, KeepsTheFullStopInEveryLocale)
+namespace {
+
+bool SetLocaleWithDecimalComma()
 {
-    const std::string before = std::setlocale(LC_ALL, nullptr);
-    const char* locale = nullptr;
     for (const char* const name : {"de_DE.UTF-8", "de_DE", "de-DE", "German"}) {
-        if (locale == nullptr)
-            locale = std::setlocale(LC_ALL, name);
+        if (std::setlocale(LC_ALL, name) != nullptr)
+            return true;
     }
-    if (locale == nullptr)
-        GTEST_SKIP() << "no locale with a decimal comma is installed";
-    EXPECT_EQ(Wide(QD_W("%g %.1f"), 1.5, 2.5), "1.5 2.5");
-    EXPECT_EQ(Narrow("%g %.1f", 1.5, 2.5), "1.5 2.5");
-    EXPECT_EQ(Wide(QD_W("%S"), "\x80"), "<80>");
-    std::setlocale(LC_ALL, before.c_str());
+    return false;
+}
+
+bool FormatsAsEver()
+{
+    return Wide(QD_W("%g %.1f"), 1.5, 2.5) == "1.5 2.5" &&
+           Narrow("%g %.1f", 1.5, 2.5) == "1.5 2.5" && Wide(QD_W("%S"), "\x80") == "<80>";
+}
+
+} // namespace
+
+// In a process of its own: a locale leaves traces in the runtime library after it is set back.
+TEST(FormatTextDeathTest, KeepsTheFullStopInEveryLocale)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(!SetLocaleWithDecimalComma() || FormatsAsEver() ? 0 : 1),
+                testing::ExitedWithCode(0), "");
 }
 
 TEST(FormatText, WritesIntegersToEveryRadix)
