@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <malloc.h>
 #include <string>
 
 #if defined(QD_BENCH_BOOST_SERIALIZATION)
@@ -54,7 +53,6 @@ void MeasureLoading(benchmark::State& state, Load load)
         benchmark::DoNotOptimize(root);
         state.PauseTiming();
         root = nullptr;
-        malloc_trim(0); // what one round freed does not help the next
         state.ResumeTiming();
     }
     Report(state);
@@ -96,9 +94,15 @@ void BM_ArchiveLoad(benchmark::State& state)
 }
 
 #define QD_SIZES                                                                                   \
- Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond)->UseRealTime()
+ Arg(10'000)->Arg(100'000)->Arg(1'000'000)->MinTime(2)->Unit(benchmark::kMillisecond)->UseRealTime()
+Arg(10'000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
 
-BENCHMARK(BM_ArchiveSave)->QD_SIZES;
+        BENCHMARK(BM_ArchiveSave)
+    ->QD_SIZES;
 BENCHMARK(BM_ArchiveLoad)->QD_SIZES;
 
 #if defined(QD_BENCH_BOOST_SERIALIZATION) || defined(QD_BENCH_CEREAL) || defined(QD_BENCH_QT)

@@ -11,6 +11,7 @@
 #include "core/platform/TypeName.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <deque>
 #include <limits>
@@ -100,6 +101,30 @@ private:
 } // namespace
 
 namespace NArchive {
+
+// Many small pieces of memory that are freed together.
+class Scratch {
+public:
+    [[nodiscard]] void* Take(std::size_t size)
+    {
+        size = (size + kAlignment - 1) / kAlignment * kAlignment;
+        if (size > m_left) {
+            const std::size_t chunkSize = std::max(size, kChunkSize);
+            m_next = m_chunks.emplace_back(new std::byte[chunkSize]).get();
+            m_left = chunkSize;
+        }
+        m_left -= size;
+        return std::exchange(m_next, m_next + size);
+    }
+
+private:
+    static constexpr std::size_t kAlignment = 8;
+    static constexpr std::size_t kChunkSize = 64 * 1024;
+
+    std::vector<std::unique_ptr<std::byte[]>> m_chunks;
+    std::byte* m_next = nullptr;
+    std::size_t m_left = 0;
+};
 
 // An object that waits to be written, or has been.
 struct Tupel {
@@ -356,6 +381,7 @@ public:
     MODE mode;
     int version = kFormatVersion;
     PointerMap indices;
+    NArchive::Scratch scratch;
     std::unique_ptr<NArchive::Saver> saver;   // when writing
     std::unique_ptr<NArchive::Loader> loader; // when reading
 };
@@ -504,6 +530,11 @@ bool BArchive::VerifyObjects()
 std::uint32_t BArchive::AssociationRound() const noexcept
 {
     return m_impl->loader ? m_impl->loader->round : 0;
+}
+
+void* BArchive::Scratch(std::size_t size)
+{
+    return m_impl->scratch.Take(size);
 }
 
 std::uint64_t BArchive::BytesLeft() const noexcept

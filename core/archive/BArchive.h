@@ -7,6 +7,7 @@
 #include "core/platform/Export.h"
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 
 /// What a class's `Read` throws, and the archive catches, when a record is not what it should be.
@@ -98,6 +99,10 @@ public:
     /// Number of the round of `UpdateAssociations` calls that goes on or was the last, from 1. What
     /// `UpdateAssociations` finds out about other objects holds for one round.
     [[nodiscard]] std::uint32_t AssociationRound() const noexcept;
+
+    /// Memory for what `Read` has to remember until `UpdateAssociations`, aligned for numbers and
+    /// pointers. The archive frees it when it is destroyed, without calling a destructor.
+    [[nodiscard]] void* Scratch(std::size_t size);
 
     /// Bytes that the record being read still holds: the bound for every count and size in it.
     [[nodiscard]] std::uint64_t BytesLeft() const noexcept;

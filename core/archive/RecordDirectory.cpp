@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::uint64_t kSmallestRecord = 23; // three empty texts, version, four bytes of size
+constexpr std::size_t kSample = 1024;         // records that tell how many there will be
 
 } // namespace
 
@@ -36,6 +37,8 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
             m_records.size() >= std::numeric_limits<std::uint32_t>::max() - 1)
             return false;
         Enter(position, header.id, header.label);
+        if (m_records.size() == kSample) // saves moving the records again and again
+            m_records.reserve(kSample * (reader.Size() / (reader.Position() + header.size) + 1));
         reader.MoveTo(reader.Position() + header.size);
     }
     return reader.IsGood();

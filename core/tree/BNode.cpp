@@ -111,7 +111,7 @@ BNode::BNode(BSmartObj* obj)
 BNode::~BNode()
 {
     UnlinkChildren();
-    delete m_loading;
+    delete m_claim;
     std::unique_ptr<Released> released(
         Released::depth < kDeepestRelease ? nullptr : new (std::nothrow) Released);
     if (released) {

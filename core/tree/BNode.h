@@ -166,6 +166,7 @@ private:
     friend class ChildIndex;
 
     using Children = DList<SP<BNode>>;
+    struct Claim;
     struct Loading;
     struct Released;
 
@@ -189,7 +190,6 @@ private:
     [[nodiscard]] BNode* ClaimedParent(BArchive& archive) const;
     void RefuseCircles(BArchive& archive);
     [[nodiscard]] bool Adopts(const BNode& child, BArchive& archive) const;
-    void EndLoading();
 
     SP<BSmartObj> m_object;
     Children m_children;
@@ -202,7 +202,8 @@ private:
     // Owned; made when children are looked up where there are many of them.
     mutable ChildIndex* m_byText = nullptr;
     mutable BArray<BNode*>* m_byPosition = nullptr;
-    Loading* m_loading = nullptr;    // owned; while the node waits for its associations
+    Loading* m_loading = nullptr;    // in the archive, while the node waits for its associations
+    Claim* m_claim = nullptr;        // owned; of a node read without its parent
     std::uint32_t m_mark = 0;        // see RefuseCircles
     std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
     bool m_isActive = true;

@@ -2,7 +2,8 @@
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeLoading.h"
 
-#include <memory>
+#include <new>
+#include <span>
 #include <typeinfo>
 #include <utility>
 
@@ -46,20 +47,21 @@ std::uint64_t ReadReference(BArchive& archive)
     return reinterpret_cast<std::uintptr_t>(index);
 }
 
-std::vector<std::uint64_t> ReadReferences(BArchive& archive)
+std::span<const std::uint64_t> ReadReferences(BArchive& archive)
 {
     const std::uint64_t referenceSize = archive.Version() <= 6 ? 4 : 8;
     int count = 0;
     archive >> count;
     if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / referenceSize)
         throw ArchiveFormatFault;
-    std::vector<std::uint64_t> indices;
-    indices.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        indices.push_back(ReadReference(archive));
-        archive.TakeOutLater(indices.back());
+    const auto size = static_cast<std::size_t>(count);
+    auto* const indices =
+        static_cast<std::uint64_t*>(archive.Scratch(size * sizeof(std::uint64_t)));
+    for (std::size_t i = 0; i < size; ++i) {
+        indices[i] = ReadReference(archive);
+        archive.TakeOutLater(indices[i]);
     }
-    return indices;
+    return {indices, size};
 }
 
 } // namespace
@@ -85,7 +87,7 @@ SP<BSmartObj> BNode::Read(BArchive& archive, int version)
 
 void BNode::ReadData(BArchive& archive, int version)
 {
-    auto loading = std::make_unique<Loading>();
+    auto* const loading = new (archive.Scratch(sizeof(Loading))) Loading;
     loading->object = ReadReference(archive);
     archive.TakeOutLater(loading->object);
     loading->children = ReadReferences(archive);
@@ -106,14 +108,14 @@ void BNode::ReadData(BArchive& archive, int version)
         archive >> m_text;
     if (version >= kPayloadVersion)
         loading->annotations = ReadReferences(archive);
-    delete std::exchange(m_loading, loading.release());
+    m_loading = loading;
 }
 
 // A child is taken over when it says that this node is its parent, when no list holds it yet, and
 // when its parents do not lead back to it. So whatever a file declares, what comes out are trees.
 void BNode::UpdateAssociations(BArchive& archive)
 {
-    if (m_loading == nullptr || m_loading->isAssociated)
+    if (m_loading == nullptr)
         return;
     RefuseCircles(archive);
     const auto query = [&archive](std::uint64_t index) {
@@ -124,7 +126,7 @@ void BNode::UpdateAssociations(BArchive& archive)
         BNode* const child = AsNode(query(index).Get());
         if (child != nullptr && Adopts(*child, archive)) {
             Link(child, m_children.Tail());
-            child->EndLoading();
+            delete std::exchange(child->m_claim, nullptr);
             continue;
         }
         m_isSound = m_isSound && child == nullptr;
@@ -137,17 +139,23 @@ void BNode::UpdateAssociations(BArchive& archive)
     for (const std::uint64_t index : m_loading->annotations)
         m_annotations.AddTail(query(index));
 
-    m_loading->isAssociated = true;
-    m_loading->parentIsThere = ClaimedParent(archive) != nullptr;
-    EndLoading();
+    if (m_parent == nullptr && m_loading->parent != 0)
+        m_claim =
+            new Claim{m_loading->parent, archive.UniqueID(), ClaimedParent(archive) != nullptr};
+    m_loading = nullptr;
 }
 
 // The node that is this one's parent, or that its record names as such.
 BNode* BNode::ClaimedParent(BArchive& archive) const
 {
-    if (m_parent != nullptr || m_loading == nullptr)
+    if (m_parent != nullptr)
         return m_parent;
-    return AsNode(archive.QueryObject(archive.IndexToPtr(m_loading->parent)).Get());
+    std::uint64_t index = 0;
+    if (m_loading != nullptr)
+        index = m_loading->parent;
+    else if (m_claim != nullptr && m_claim->archive == archive.UniqueID())
+        index = m_claim->parent;
+    return AsNode(archive.QueryObject(archive.IndexToPtr(index)).Get());
 }
 
 // Climbs from this node. A node met twice on the way is above itself, and with it all on the
@@ -176,22 +184,9 @@ bool BNode::Adopts(const BNode& child, BArchive& archive) const
     return child.m_isSound && child.m_parent == nullptr && child.ClaimedParent(archive) == this;
 }
 
-void BNode::EndLoading()
-{
-    if (m_loading == nullptr || !m_loading->isAssociated)
-        return;
-    if (m_parent != nullptr || m_loading->parent == 0) {
-        delete std::exchange(m_loading, nullptr);
-        return;
-    }
-    m_loading->children = {}; // the parent may be read later: only its index is kept
-    m_loading->attributes = {};
-    m_loading->annotations = {};
-}
-
 bool BNode::VerifyObj()
 {
-    return m_isSound && !(m_loading != nullptr && m_loading->parentIsThere && m_parent == nullptr);
+    return m_isSound && !(m_claim != nullptr && m_claim->parentIsThere);
 }
 
 int BNode::Version() const

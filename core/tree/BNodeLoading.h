@@ -3,15 +3,21 @@
 #include "core/tree/BNode.h"
 
 #include <cstdint>
-#include <vector>
+#include <span>
 
-// What the record of a node refers to, from `Read` until the references are objects.
+// The indices in a node's record, from `Read` until they are objects. They live in the archive's
+// scratch memory.
 struct BNode::Loading {
     std::uint64_t object = 0;
-    std::vector<std::uint64_t> children;
-    std::vector<std::uint64_t> attributes;
-    std::vector<std::uint64_t> annotations;
+    std::span<const std::uint64_t> children;
+    std::span<const std::uint64_t> attributes;
+    std::span<const std::uint64_t> annotations;
     std::uint64_t parent = 0;
-    bool isAssociated = false;  // of all that, only `parent` still counts
-    bool parentIsThere = false; // the archive has rebuilt the parent, so it has to list this node
+};
+
+// The parent that a node's record names, where no node has taken it for a child so far.
+struct BNode::Claim {
+    std::uint64_t parent;
+    long archive;       // `UniqueID` of the archive in which that index counts
+    bool parentIsThere; // so it should have listed this node
 };
