@@ -32,3 +32,5 @@
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"
+#include "core/units/BUnit.h"
+#include "core/units/BUnitSystem.h"

@@ -1,0 +1,89 @@
+#include "core/units/BUnitSystem.h"
+
+#include "core/operation/BDispatcher.h"
+
+#include <cassert>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+constexpr unsigned int kUnitChanged = 3113;
+constexpr double kMillimetresPerInch = 25.4;
+
+std::mutex g_lock;
+// Holds one reference; guarded by g_lock. A plain pointer, so that no static object of an
+// application finds it destroyed.
+constinit BUnitSystem* g_instance = nullptr;
+
+} // namespace
+
+BUnitSystem::BUnitSystem()
+{
+    ChangeUnit(UnitMillimeter);
+    ChangeUnit(UnitClassTemperature, QD_W("\u00B0C"), 1.0, 1);
+    ChangeUnit(UnitDegree);
+}
+
+BUnitSystem::BUnitSystem(const BUnitSystem& other) = default;
+BUnitSystem::BUnitSystem(BUnitSystem&& other) noexcept = default;
+BUnitSystem& BUnitSystem::operator=(const BUnitSystem& other) = default;
+BUnitSystem& BUnitSystem::operator=(BUnitSystem&& other) noexcept = default;
+BUnitSystem::~BUnitSystem() = default;
+
+const BUnit& BUnitSystem::Unit(EUnitClass unitClass) const
+{
+    assert(unitClass >= 0 && unitClass < kClassCount);
+    return m_units[unitClass];
+}
+
+void BUnitSystem::ChangeUnit(EUnitClass unitClass, WString symbol, double factor, int precision)
+{
+    assert(unitClass >= 0 && unitClass < kClassCount);
+    m_units[unitClass] = BUnit(std::move(symbol), factor, precision);
+    QDPost(kUnitChanged, static_cast<std::uint64_t>(unitClass), 0);
+}
+
+void BUnitSystem::ChangeUnit(EUnit unit)
+{
+    switch (unit) {
+    case UnitMillimeter:
+        ChangeUnit(UnitClassLength, QD_W("mm"), 1.0, 3);
+        ChangeUnit(UnitClassArea, QD_W("mm\u00B2"), 1.0, 3);
+        ChangeUnit(UnitClassVolume, QD_W("mm\u00B3"), 1.0, 3);
+        break;
+    case UnitInch: ChangeUnit(UnitClassLength, QD_W("\""), 1.0 / kMillimetresPerInch, 4); break;
+    case UnitThou:
+        ChangeUnit(UnitClassLength, QD_W("Thou"), 1000.0 / kMillimetresPerInch, 1);
+        break;
+    case UnitDegree: ChangeUnit(UnitClassAngle, QD_W("\u00B0"), 1.0, 2); break;
+    }
+}
+
+SP<BUnitSystem> BUnitSystem::Instance()
+{
+    {
+        const std::lock_guard guard(g_lock);
+        if (g_instance != nullptr)
+            return g_instance;
+    }
+    // Made without the lock, for it posts to the dispatcher; of two threads one keeps its own.
+    SP<BUnitSystem> made = new BUnitSystem;
+    const std::lock_guard guard(g_lock);
+    if (g_instance == nullptr) {
+        BSmartObj::Ref(made.Get());
+        g_instance = made.Get();
+    }
+    return g_instance;
+}
+
+void BUnitSystem::RegisterInstance(SP<BUnitSystem> system)
+{
+    BSmartObj::Ref(system.Get());
+    BUnitSystem* before = nullptr;
+    {
+        const std::lock_guard guard(g_lock);
+        before = std::exchange(g_instance, system.Get());
+    }
+    BSmartObj::Unref(before);
+}
