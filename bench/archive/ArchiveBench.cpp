@@ -93,17 +93,14 @@ void BM_ArchiveLoad(benchmark::State& state)
     MeasureLoading(state, LoadOwn);
 }
 
-#define QD_SIZES                                                                                   \
- Arg(10'000)->Arg(100'000)->Arg(1'000'000)->MinTime(2)->Unit(benchmark::kMillisecond)->UseRealTime()
-Arg(10'000)
-    ->Arg(100'000)
-    ->Arg(1'000'000)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime()
+void Sizes(benchmark::internal::Benchmark* bench)
+{
+    bench->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->MinTime(2);
+    bench->Unit(benchmark::kMillisecond)->UseRealTime();
+}
 
-        BENCHMARK(BM_ArchiveSave)
-    ->QD_SIZES;
-BENCHMARK(BM_ArchiveLoad)->QD_SIZES;
+BENCHMARK(BM_ArchiveSave)->Apply(Sizes);
+BENCHMARK(BM_ArchiveLoad)->Apply(Sizes);
 
 #if defined(QD_BENCH_BOOST_SERIALIZATION) || defined(QD_BENCH_CEREAL) || defined(QD_BENCH_QT)
 
@@ -135,8 +132,8 @@ void BM_ArchiveLoad_BoostSerialization(benchmark::State& state)
     MeasurePeerLoading<BoostPeer>(state, MakePeerTree);
 }
 
-BENCHMARK(BM_ArchiveSave_BoostSerialization)->QD_SIZES;
-BENCHMARK(BM_ArchiveLoad_BoostSerialization)->QD_SIZES;
+BENCHMARK(BM_ArchiveSave_BoostSerialization)->Apply(Sizes);
+BENCHMARK(BM_ArchiveLoad_BoostSerialization)->Apply(Sizes);
 
 #endif
 
@@ -152,8 +149,8 @@ void BM_ArchiveLoad_Cereal(benchmark::State& state)
     MeasurePeerLoading<CerealPeer>(state, MakePeerTree);
 }
 
-BENCHMARK(BM_ArchiveSave_Cereal)->QD_SIZES;
-BENCHMARK(BM_ArchiveLoad_Cereal)->QD_SIZES;
+BENCHMARK(BM_ArchiveSave_Cereal)->Apply(Sizes);
+BENCHMARK(BM_ArchiveLoad_Cereal)->Apply(Sizes);
 
 #endif
 
@@ -169,8 +166,8 @@ void BM_ArchiveLoad_QDataStream(benchmark::State& state)
     MeasurePeerLoading<QtPeer>(state, QtPeer::MakeTree);
 }
 
-BENCHMARK(BM_ArchiveSave_QDataStream)->QD_SIZES;
-BENCHMARK(BM_ArchiveLoad_QDataStream)->QD_SIZES;
+BENCHMARK(BM_ArchiveSave_QDataStream)->Apply(Sizes);
+BENCHMARK(BM_ArchiveLoad_QDataStream)->Apply(Sizes);
 
 #endif
 
