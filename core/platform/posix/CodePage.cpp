@@ -1,7 +1,10 @@
 #include "core/platform/CodePage.h"
 
+#include "core/platform/posix/AnsiPosition.h"
+
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
+#include <unicode/utf16.h>
 
 #include <algorithm>
 #include <array>
@@ -422,6 +425,24 @@ std::size_t WideToAnsi(const WChar* text, std::size_t length, char* out, std::si
     if (needed <= room)
         WideToOther(other, text, length, out);
     return needed;
+}
+
+std::size_t AnsiPosition(const char* text, std::size_t length, std::size_t units) noexcept
+{
+    UConverter* const other = OtherCodePage();
+    if (other == nullptr)
+        return std::min(units, length);
+    ucnv_resetToUnicode(other);
+    const char* at = text;
+    std::size_t count = 0;
+    UErrorCode error = U_ZERO_ERROR;
+    while (count < units) {
+        const UChar32 character = ucnv_getNextUChar(other, &at, text + length, &error);
+        if (U_FAILURE(error))
+            break;
+        count += U16_LENGTH(character);
+    }
+    return static_cast<std::size_t>(at - text);
 }
 
 } // namespace platform

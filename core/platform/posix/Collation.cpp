@@ -2,6 +2,7 @@
 
 #include "core/platform/CharClass.h"
 #include "core/platform/CodePage.h"
+#include "core/platform/posix/AnsiPosition.h"
 #include "core/platform/posix/CollationTables.h"
 
 #include <unicode/unorm2.h>
@@ -631,19 +632,16 @@ public:
         }
         if (m_text == nullptr)
             return;
-        m_length = AnsiToWide(text, bytes, m_text, bytes);
-        m_text[m_length] = 0;
+        m_text[AnsiToWide(text, bytes, m_text, bytes)] = 0;
     }
 
     /// Null when memory was short.
     const WChar* Text() const noexcept { return m_text; }
-    std::size_t Length() const noexcept { return m_length; }
 
 private:
     WChar m_short[128];
     std::unique_ptr<WChar[]> m_long;
     WChar* m_text = m_short;
-    std::size_t m_length = 0;
 };
 
 /// A hash over the places of the signs between a front and an end that both move on, so that the
@@ -721,21 +719,6 @@ std::size_t Find(std::basic_string_view<Char> text, std::basic_string_view<Char>
             return kNotFound;
         here.RemoveFront(Unit(text[i]));
         here.Append(Unit(text[i + part.size()]));
-    }
-}
-
-/// Position in bytes of the character that is the unit at `position` of `wide`.
-std::size_t BytePosition(const char* text, const WideText& wide, std::size_t position) noexcept
-{
-    const std::size_t bytes = std::strlen(text);
-    const std::size_t unitsBehind = wide.Length() - position;
-    std::size_t at = position;
-    for (;;) {
-        // No byte is more than one unit, so this never steps too far.
-        const std::size_t units = AnsiToWide(text + at, bytes - at, nullptr, 0);
-        if (units <= unitsBehind)
-            return at;
-        at += units - unitsBehind;
     }
 }
 
@@ -849,7 +832,7 @@ std::size_t FindIgnoringCase(const char* text, const char* part) noexcept
     if (wideText.Text() == nullptr || widePart.Text() == nullptr)
         return kNotFound;
     const std::size_t position = Find(View(wideText.Text()), View(widePart.Text()));
-    return position == kNotFound ? kNotFound : BytePosition(text, wideText, position);
+    return position == kNotFound ? kNotFound : AnsiPosition(text, std::strlen(text), position);
 }
 
 std::size_t FindIgnoringCase(const WChar* text, WChar wanted) noexcept

@@ -1,4 +1,5 @@
 #include "core/platform/CodePage.h"
+#include "core/platform/Collation.h"
 
 #include <gtest/gtest.h>
 
@@ -52,4 +53,18 @@ TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
         EXPECT_EXIT(std::_Exit(Converts(c.codePage, c.wide, c.ansi, c.back) ? 0 : 1),
                     testing::ExitedWithCode(0), "");
     }
+}
+
+TEST(CodePageOnLinuxDeathTest, FindsWhereACharacterOfSeveralBytesBegins)
+{
+    // From its second byte on, the first character makes as many units as the rest of the text.
+    const auto finds = [] {
+        ::setenv("QD_ANSI_CODEPAGE", "932", 1);
+        return platform::FindIgnoringCase("\x81\x81\x81\x81"
+                                          "A",
+                                          "\x81\x81"
+                                          "a") == 2;
+    };
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(finds() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
