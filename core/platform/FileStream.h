@@ -34,6 +34,11 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 /// open the file meanwhile.
 [[nodiscard]] Stream OpenStream(const WChar* path, const WChar* mode) noexcept;
 
+/// `_wfopen_s`: nobody else may open the file to write meanwhile, nor, when this stream writes, to
+/// read it. Fails when somebody has it open that way, after waiting up to `waitMs` for them. Off
+/// Windows this holds among the streams that are opened by this function.
+[[nodiscard]] Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcept;
+
 /// `fgetws`: units up to and with the next line feed, at most `room` - 1 of them (`room` being 2 or
 /// more), terminated. False at the end of the stream with nothing read, or on an error. The stream
 /// is one of the Unicode text modes, or opened binary on UTF-16LE text.

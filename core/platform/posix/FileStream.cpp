@@ -11,7 +11,9 @@
 #include <fcntl.h>
 #include <optional>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace platform {
@@ -106,9 +108,9 @@ int OpenFlags(const OpenMode& mode)
     return create | (isBoth ? O_RDWR : O_WRONLY) | (mode.access == 'a' ? O_APPEND : O_TRUNC);
 }
 
-Descriptor OpenFile(const WChar* path, const OpenMode& mode)
+Descriptor OpenFile(const WChar* path, int flags)
 {
-    Descriptor file(::open(ToNativePath(path).c_str(), OpenFlags(mode) | O_CLOEXEC, 0666));
+    Descriptor file(::open(ToNativePath(path).c_str(), flags | O_CLOEXEC, 0666));
     struct stat status = {};
     if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
         file = Descriptor();
@@ -124,6 +126,29 @@ std::FILE* OpenBinary(Descriptor file, const OpenMode& mode)
     if (stream != nullptr)
         file.Release();
     return stream;
+}
+
+Stream OpenOn(Descriptor file, const OpenMode& mode)
+{
+    if (mode.isBinary)
+        return Stream(OpenBinary(std::move(file), mode));
+    if (mode.access == 'r')
+        return Stream(OpenTextReader(std::move(file), mode.text));
+    return Stream(OpenTextWriter(std::move(file), mode.text));
+}
+
+// False while someone else holds `file` locked. A file system without locks has no one who does.
+bool LockAlone(const Descriptor& file, bool isReading, int waitMs)
+{
+    for (int waited = 0;; ++waited) {
+        if (::flock(file.Get(), (isReading ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0)
+            return true;
+        if (errno != EWOULDBLOCK)
+            return true;
+        if (waited >= waitMs)
+            return false;
+        ::usleep(1000);
+    }
 }
 
 // Holds a stream's lock, so that each byte need not take it.
@@ -163,14 +188,25 @@ Stream OpenStream(const WChar* path, const WChar* mode) noexcept
         errno = EINVAL;
         return nullptr;
     }
-    Descriptor file = OpenFile(path, *wanted);
-    if (!file.IsOpen())
+    Descriptor file = OpenFile(path, OpenFlags(*wanted));
+    return file.IsOpen() ? OpenOn(std::move(file), *wanted) : nullptr;
+}
+
+Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcept
+{
+    const std::optional<OpenMode> wanted = ParseMode(mode);
+    if (!wanted) {
+        errno = EINVAL;
         return nullptr;
-    if (wanted->isBinary)
-        return Stream(OpenBinary(std::move(file), *wanted));
-    if (wanted->access == 'r')
-        return Stream(OpenTextReader(std::move(file), wanted->text));
-    return Stream(OpenTextWriter(std::move(file), wanted->text));
+    }
+    // The content stays until nobody else is there.
+    const int flags = OpenFlags(*wanted);
+    Descriptor file = OpenFile(path, flags & ~O_TRUNC);
+    if (!file.IsOpen() || !LockAlone(file, wanted->access == 'r' && !wanted->isUpdate, waitMs))
+        return nullptr;
+    if ((flags & O_TRUNC) != 0 && ::ftruncate(file.Get(), 0) != 0)
+        return nullptr;
+    return OpenOn(std::move(file), *wanted);
 }
 
 bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept

@@ -1,15 +1,30 @@
 #include "core/platform/FileStream.h"
 
+#include <windows.h>
 #include <cerrno>
 #include <cstdio>
 #include <cwchar>
 #include <io.h>
+#include <share.h>
 
 namespace platform {
 
 Stream OpenStream(const WChar* path, const WChar* mode) noexcept
 {
     return Stream(_wfopen(path, mode));
+}
+
+Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcept
+{
+    // Sharing as `_wfopen_s` has it, said aloud: not every version of the runtime library keeps it.
+    const bool isReading = mode[std::wcsspn(mode, L" ")] == L'r' && !std::wcschr(mode, L'+');
+    const int sharing = isReading ? _SH_DENYWR : _SH_DENYRW;
+    for (int waited = 0;; ++waited) {
+        Stream stream(_wfsopen(path, mode, sharing));
+        if (stream || _doserrno != ERROR_SHARING_VIOLATION || waited >= waitMs)
+            return stream;
+        ::Sleep(1);
+    }
 }
 
 bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept
