@@ -1,0 +1,41 @@
+#pragma once
+
+#include "core/platform/WChar.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// How the shell of Windows takes paths apart, as pure text: nothing here looks at a file. The
+/// Windows side calls the shell itself; these are for the other.
+namespace platform {
+
+enum class EPathStyle : std::uint8_t {
+    Shell, // as the shell does it: "\" separates, and any ":" ends a drive
+    Posix, // "/" separates as "\" does, and a drive is one letter: "a:b" below a folder is a name
+};
+
+using PathView = std::basic_string_view<WChar>;
+
+/// Where the last element begins, a separator at the end being part of it. Both separators count in
+/// both styles.
+[[nodiscard]] std::size_t FindFileName(PathView path, EPathStyle style) noexcept;
+
+/// Where the dot of the extension stands; the length when there is none. No extension has a blank.
+[[nodiscard]] std::size_t FindExtension(PathView path, EPathStyle style) noexcept;
+
+/// Where the last element begins with the separator in front of it, unless that belongs to the
+/// root; the length when the path is nothing but a root.
+[[nodiscard]] std::size_t FindFileSpec(PathView path, EPathStyle style) noexcept;
+
+/// `path` seen from `folder`, without "." and "..": an absolute path stands alone, one that begins
+/// with a separator starts at the folder's root. ".." ends at the root, and what nothing is left of
+/// is the root.
+[[nodiscard]] std::basic_string<WChar> CombinePaths(PathView folder, PathView path,
+                                                    EPathStyle style);
+
+/// The separator that `path` has, the last one if it has both; "\" when it has none.
+[[nodiscard]] WChar SeparatorOf(PathView path) noexcept;
+
+} // namespace platform

@@ -1,0 +1,160 @@
+#include "core/platform/FileSystem.h"
+
+#include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/NativePath.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+using WideView = std::basic_string_view<WChar>;
+
+constexpr WideView kWild = u"*?";
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const noexcept { ::closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+
+// "*" stands for any units, "?" for one.
+bool MatchesExactly(WideView pattern, WideView name)
+{
+    std::size_t afterStar = WideView::npos; // in the pattern, behind the last star so far
+    std::size_t starEnd = 0;                // in the name, where what that star took ends
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < name.size();) {
+        if (at < pattern.size() && pattern[at] == u'*') {
+            afterStar = ++at;
+            starEnd = i;
+        } else if (at < pattern.size() && (pattern[at] == u'?' || pattern[at] == name[i])) {
+            ++at;
+            ++i;
+        } else if (afterStar != WideView::npos) {
+            at = afterStar;
+            i = ++starEnd;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of(u'*', at) == WideView::npos;
+}
+
+bool Matches(WideView pattern, WideView name)
+{
+    constexpr WideView anyExtension = u".*";
+    if (MatchesExactly(pattern, name))
+        return true;
+    if (!pattern.ends_with(anyExtension))
+        return false;
+    pattern.remove_suffix(anyExtension.size());
+    return MatchesExactly(pattern, name);
+}
+
+// What stands under the native `name` in `directory`; false when there is nothing.
+bool Describe(int directory, const char* name, FoundFile& file)
+{
+    struct stat status = {};
+    if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return false;
+    const bool isLink = S_ISLNK(status.st_mode);
+    file.isReadOnly = !isLink && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+    struct stat target = {};
+    if (isLink && ::fstatat(directory, name, &target, 0) == 0)
+        status = target;
+    file.isDirectory = S_ISDIR(status.st_mode);
+    file.isSystem = !isLink && !file.isDirectory && !S_ISREG(status.st_mode);
+    return true;
+}
+
+} // namespace
+
+bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit)
+{
+    const WideView whole(pattern);
+    const std::size_t nameBegin = whole.find_last_of(u"/\\") + 1; // 0 when there is no separator
+    const std::basic_string<WChar> folder(whole.substr(0, nameBegin));
+    const WideView wanted = whole.substr(nameBegin);
+    FoundFile file;
+    if (wanted.find_first_of(kWild) == WideView::npos) {
+        file.path = whole;
+        if (wanted.empty() || !Describe(AT_FDCWD, ToNativePath(pattern).c_str(), file))
+            return false;
+        visit(file);
+        return true;
+    }
+    const Directory directory(
+        ::opendir(folder.empty() ? "." : ToNativePath(folder.c_str()).c_str()));
+    bool isFound = false;
+    while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
+        const std::basic_string<WChar> name = FromNativePath(entry->d_name);
+        if (name.find(u'\\') != WideView::npos || !Matches(wanted, name) ||
+            !Describe(::dirfd(directory.get()), entry->d_name, file))
+            continue;
+        isFound = true;
+        file.path = folder + name;
+        if (!visit(file))
+            break;
+    }
+    return isFound;
+}
+
+std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
+{
+    // Without waiting for the other end, should this be a pipe.
+    const Descriptor file(::open(ToNativePath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status = {};
+    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+bool IsDirectory(const WChar* path) noexcept
+{
+    struct stat status = {};
+    return ::stat(ToNativePath(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool PathExists(const WChar* path) noexcept
+{
+    struct stat status = {};
+    return ::lstat(ToNativePath(path).c_str(), &status) == 0;
+}
+
+bool RemoveFile(const WChar* path) noexcept
+{
+    return ::unlink(ToNativePath(path).c_str()) == 0;
+}
+
+bool MakeDirectories(const WChar* path) noexcept
+{
+    const std::string native = ToNativePath(path);
+    if (!native.starts_with('/'))
+        return false;
+    for (std::size_t end = native.find('/', 1); end != std::string::npos;
+         end = native.find('/', end + 1)) {
+        if (native.find_first_not_of('/', end) == std::string::npos)
+            break; // only separators follow: this is the directory itself
+        const std::string parent = native.substr(0, end);
+        if (::mkdir(parent.c_str(), 0777) != 0 && errno != EEXIST &&
+            !IsDirectory(FromNativePath(parent).c_str()))
+            return false;
+    }
+    return ::mkdir(native.c_str(), 0777) == 0;
+}
+
+std::optional<std::basic_string<WChar>> ShortPath(const WChar* path)
+{
+    if (!PathExists(path))
+        return std::nullopt;
+    return path;
+}
+
+} // namespace platform

@@ -1,0 +1,103 @@
+#include "core/platform/FileSystem.h"
+
+#include "core/platform/win32/Handle.h"
+
+#include <windows.h>
+#include <memory>
+#include <shellapi.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+#include <string_view>
+
+namespace platform {
+
+namespace {
+
+using WideView = std::basic_string_view<WChar>;
+
+struct SearchCloser {
+    void operator()(void* search) const noexcept { ::FindClose(search); }
+};
+using Search = std::unique_ptr<void, SearchCloser>;
+
+FoundFile Describe(const WIN32_FIND_DATAW& data, WideView folder)
+{
+    const auto has = [&](DWORD attribute) { return (data.dwFileAttributes & attribute) != 0; };
+    return {.path = std::basic_string<WChar>(folder) + data.cFileName,
+            .isReadOnly = has(FILE_ATTRIBUTE_READONLY),
+            .isSystem = has(FILE_ATTRIBUTE_SYSTEM),
+            .isDirectory = has(FILE_ATTRIBUTE_DIRECTORY),
+            .isOffline = has(FILE_ATTRIBUTE_OFFLINE)};
+}
+
+} // namespace
+
+bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit)
+{
+    const WideView whole(pattern);
+    const WideView folder = whole.substr(0, whole.find_last_of(L"/\\:") + 1);
+    // The system takes these for wild, too, and no name holds them.
+    if (whole.substr(folder.size()).find_first_of(L"<>\"") != WideView::npos)
+        return false;
+    WIN32_FIND_DATAW data = {};
+    void* const opened = ::FindFirstFileW(pattern, &data);
+    if (opened == INVALID_HANDLE_VALUE)
+        return false;
+    const Search search(opened);
+    while (visit(Describe(data, folder)) && ::FindNextFileW(search.get(), &data)) {
+    }
+    return true;
+}
+
+std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
+{
+    const Handle file(::CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+    LARGE_INTEGER size = {};
+    if (!file.IsOpen() || !::GetFileSizeEx(file.Get(), &size))
+        return std::nullopt;
+    return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+bool IsDirectory(const WChar* path) noexcept
+{
+    const Handle file(::CreateFileW(path, FILE_READ_ATTRIBUTES, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION information = {};
+    return file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &information) &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool PathExists(const WChar* path) noexcept
+{
+    return ::PathFileExistsW(path) != FALSE;
+}
+
+bool RemoveFile(const WChar* path) noexcept
+{
+    return ::DeleteFileW(path) != FALSE;
+}
+
+bool MakeDirectories(const WChar* path) noexcept
+{
+    return ::SHCreateDirectoryExW(nullptr, path, nullptr) == ERROR_SUCCESS;
+}
+
+std::optional<std::basic_string<WChar>> ShortPath(const WChar* path)
+{
+    std::basic_string<WChar> longPath(path);
+    if (longPath.size() >= MAX_PATH)
+        longPath.insert(0, L"\\\\?\\");
+    std::basic_string<WChar> shortPath(MAX_PATH + 1, L'\0');
+    while (true) {
+        const auto room = static_cast<DWORD>(shortPath.size());
+        const DWORD length = ::GetShortPathNameW(longPath.c_str(), shortPath.data(), room);
+        if (length == 0)
+            return std::nullopt;
+        shortPath.resize(length);
+        if (length < room)
+            return shortPath;
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,42 @@
+#include "core/platform/Path.h"
+
+#include <windows.h>
+#include <cwchar>
+#include <shlwapi.h>
+
+namespace platform {
+
+static_assert(kPathRoom == MAX_PATH);
+
+std::size_t FindFileName(const WChar* path) noexcept
+{
+    return static_cast<std::size_t>(::PathFindFileNameW(path) - path);
+}
+
+std::size_t FindExtension(const WChar* path) noexcept
+{
+    return static_cast<std::size_t>(::PathFindExtensionW(path) - path);
+}
+
+std::size_t FindFileSpec(const WChar* path)
+{
+    std::basic_string<WChar> copy(path);
+    ::PathRemoveFileSpecW(copy.data());
+    return std::wcslen(copy.c_str());
+}
+
+std::optional<std::basic_string<WChar>> CombinePaths(const WChar* folder, const WChar* path)
+{
+    // Cleared, for the shell may look behind what it wrote.
+    WChar combined[kPathRoom] = {};
+    if (::PathCombineW(combined, folder, path) == nullptr)
+        return std::nullopt;
+    return combined;
+}
+
+WChar SeparatorFor(const WChar*) noexcept
+{
+    return L'\\';
+}
+
+} // namespace platform
