@@ -1,0 +1,120 @@
+#include "core/diag/BProfiler.h"
+
+#include "core/platform/Clock.h"
+#include "core/platform/FileStream.h"
+#include "core/platform/FileSystem.h"
+
+#include <utility>
+
+BStopWatch BProfiler::m_swatch;
+BArray<WString> BProfiler::m_logEntries;
+WString BProfiler::m_logfilePath;
+bool BProfiler::m_running = false;
+bool BProfiler::m_initialized = false;
+
+namespace {
+
+// While another process writes its run.
+constexpr int kLongestWaitMs = 1000;
+
+WString TimedEntry(const WChar* word, const WString& text)
+{
+    const platform::CalendarTime now = platform::LocalTime();
+    WString entry;
+    entry.Printf(QD_W("%02d:%02d:%02d\t%s\t%s"), now.hour, now.minute, now.second, word,
+                 text.CStr());
+    return entry;
+}
+
+WString StepEntry(double elapsedMs, const WString& text)
+{
+    WString entry;
+    entry.Printf(QD_W("%d\t%s"), static_cast<int>(elapsedMs),
+                 text.IsEmpty() ? QD_W("Step") : text.CStr());
+    return entry;
+}
+
+// False when the file cannot be opened.
+bool AppendLines(const WString& path, const BArray<WString>& lines)
+{
+    const platform::Stream file =
+        platform::OpenStreamAlone(path, QD_W("at,ccs=UNICODE"), kLongestWaitMs);
+    if (!file)
+        return false;
+    for (const WString& line : lines) {
+        // Apart, so that a line that the file's encoding cannot hold still ends.
+        static_cast<void>(platform::WriteText(file.get(), line));
+        static_cast<void>(platform::WriteText(file.get(), QD_W("\n")));
+    }
+    return true;
+}
+
+} // namespace
+
+void BProfiler::SetLogfilePath(WString directory)
+{
+    if (directory.IsEmpty()) {
+        m_logfilePath.Clear();
+        return;
+    }
+    if (!platform::PathExists(directory))
+        static_cast<void>(platform::MakeDirectories(directory));
+    const platform::CalendarTime today = platform::LocalTime();
+    WString name;
+    name.Printf(QD_W("%d%d%d.log"), today.year, today.month, today.day);
+    m_logfilePath = directory + name;
+}
+
+void BProfiler::Start(WString text)
+{
+    if (m_running)
+        Stop(text);
+    Log(StateStart, std::move(text));
+}
+
+void BProfiler::Step(WString text)
+{
+    if (!m_running)
+        Start(WString());
+    Log(StateStep, std::move(text));
+}
+
+void BProfiler::Stop(WString text)
+{
+    if (m_running)
+        Log(StateStop, std::move(text));
+}
+
+void BProfiler::Initialize()
+{
+    m_logEntries.RemoveAll();
+    m_initialized = true;
+}
+
+void BProfiler::Uninitialize()
+{
+    m_swatch.Stop();
+    m_initialized = false;
+    m_logEntries.RemoveAll();
+}
+
+void BProfiler::Log(State state, WString text)
+{
+    if (!m_initialized)
+        Initialize();
+    switch (state) {
+    case StateStart:
+        m_logEntries.Append(TimedEntry(QD_W("Start"), text));
+        m_swatch.Reset();
+        m_running = true;
+        return;
+    case StateStep: m_logEntries.Append(StepEntry(m_swatch.PeriodD(), text)); return;
+    case StateStop: break;
+    }
+    // Intended: no line tells of the stop; readers of the log take what follows a start for its
+    // steps.
+    m_swatch.Stop();
+    m_running = false;
+    if (!m_logfilePath.IsEmpty() && AppendLines(m_logfilePath, m_logEntries))
+        m_logEntries.RemoveAll();
+}

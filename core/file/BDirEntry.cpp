@@ -1,0 +1,94 @@
+#include "core/file/BDirEntry.h"
+
+#include "core/platform/FileSystem.h"
+#include "core/platform/Path.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+BDirEntry::BDirEntry(WString path) noexcept
+    : m_path(std::move(path))
+{}
+
+WString BDirEntry::GetName() const
+{
+    return m_path.Sub(platform::FindFileName(m_path));
+}
+
+WString BDirEntry::GetBase() const
+{
+    if (m_path.Length() > platform::kPathRoom)
+        return {};
+    const WString name = GetName();
+    return name.Sub(0, platform::FindExtension(name));
+}
+
+WString BDirEntry::GetExtension() const
+{
+    const std::size_t dot = platform::FindExtension(m_path);
+    return m_path.GetAt(dot) == 0 ? WString() : m_path.Sub(dot + 1);
+}
+
+WString BDirEntry::CutExtension()
+{
+    WString extension = GetExtension();
+    m_path.CutAt(platform::FindExtension(m_path));
+    return extension;
+}
+
+void BDirEntry::ChangeExtension(const WString& extension)
+{
+    const WString added = extension; // it may be this path's own text
+    const std::size_t dot = platform::FindExtension(m_path);
+    if (m_path.GetAt(dot) != 0)
+        m_path.CutAt(dot + 1);
+    m_path.Append(added);
+}
+
+void BDirEntry::ChangeName(WString name)
+{
+    const WChar separator = platform::SeparatorFor(m_path);
+    m_path.CutAt(platform::FindFileSpec(m_path));
+    m_path.Append(separator);
+    m_path.Append(name);
+}
+
+bool BDirEntry::RemoveFileSpec()
+{
+    return m_path.Length() <= platform::kPathRoom && m_path.CutAt(platform::FindFileSpec(m_path));
+}
+
+BDirEntry BDirEntry::GetPath() const
+{
+    BDirEntry parent = *this;
+    parent.RemoveFileSpec();
+    return parent;
+}
+
+BDirEntry& BDirEntry::operator+=(const BDirEntry& other)
+{
+    const std::optional<std::basic_string<WChar>> combined =
+        platform::CombinePaths(m_path, other.m_path);
+    if (combined) {
+        m_path = combined->c_str();
+        return *this;
+    }
+    const WString added = other.m_path; // it may be this path
+    const WChar separator = platform::SeparatorFor(m_path);
+    const std::size_t length = m_path.Length();
+    if (length == 0 || m_path.GetAt(length - 1) != separator)
+        m_path.Append(separator);
+    m_path.Append(added);
+    return *this;
+}
+
+bool BDirEntry::MakeDir() const
+{
+    return platform::MakeDirectories(m_path);
+}
+
+bool BDirEntry::Exists() const noexcept
+{
+    return platform::PathExists(m_path);
+}

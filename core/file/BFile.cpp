@@ -1,0 +1,205 @@
+#include "core/file/BFile.h"
+
+#include "core/platform/CodePage.h"
+#include "core/platform/FileReplacement.h"
+#include "core/platform/FileStream.h"
+#include "core/platform/FileSystem.h"
+
+#include <algorithm>
+#include <bit>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr int kNotConverted = 31825;
+constexpr int kNoShortPath = 32987;
+
+constexpr std::string_view kUtf16LittleMark = "\xFF\xFE";
+constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+
+bool ReadAll(const WChar* path, std::string& bytes)
+{
+    const platform::Stream stream = platform::OpenStream(path, QD_W("rb"));
+    if (!stream)
+        return false;
+    constexpr std::size_t chunk = 1u << 16;
+    std::size_t count = 0;
+    do {
+        const std::size_t used = bytes.size();
+        bytes.resize(used + chunk);
+        count = std::fread(bytes.data() + used, 1, chunk, stream.get());
+        bytes.resize(used + count);
+    } while (count == chunk);
+    return std::ferror(stream.get()) == 0;
+}
+
+bool Write(std::FILE* stream, std::string_view bytes)
+{
+    return std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
+}
+
+// Every LF without CR gets one.
+std::string WithReturns(std::string_view text)
+{
+    std::string lines;
+    lines.reserve(text.size() + static_cast<std::size_t>(std::ranges::count(text, '\n')));
+    char previous = 0;
+    for (const char character : text) {
+        if (character == '\n' && previous != '\r')
+            lines.push_back('\r');
+        lines.push_back(character);
+        previous = character;
+    }
+    return lines;
+}
+
+bool WriteUnicode(std::FILE* stream, std::string_view text)
+{
+    static_assert(std::endian::native == std::endian::little, "units are written as they stand");
+    const std::string lines = WithReturns(text);
+    std::basic_string<WChar> units(lines.size(), 0);
+    const std::size_t length =
+        platform::AnsiToWide(lines.data(), lines.size(), units.data(), units.size());
+    return (length > 0 || text.empty()) &&
+           std::fwrite(units.data(), sizeof(WChar), length, stream) == length;
+}
+
+// Cut behind line ends, where no character is torn apart: a text has more bytes than one conversion
+// takes.
+std::size_t PieceLength(std::string_view text)
+{
+    constexpr std::size_t enough = 1u << 20;
+    const std::size_t lineEnd = text.find('\n', std::min(enough, text.size()));
+    return lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
+}
+
+bool ReplaceByUnicode(const WChar* path)
+{
+    std::string bytes;
+    if (!ReadAll(path, bytes))
+        return false;
+    platform::FileReplacement replacement(path);
+    std::FILE* const stream = replacement.Stream();
+    if (stream == nullptr || !Write(stream, kUtf16LittleMark))
+        return false;
+    for (std::string_view rest = bytes; !rest.empty();) {
+        const std::size_t length = PieceLength(rest);
+        if (!WriteUnicode(stream, rest.substr(0, length)))
+            return false;
+        rest.remove_prefix(length);
+    }
+    return replacement.Commit();
+}
+
+bool IsLeftAlone(const platform::FoundFile& file)
+{
+    return file.isReadOnly || file.isSystem || file.isDirectory || file.isOffline;
+}
+
+} // namespace
+
+BFile::BFile(const WChar* path, const WChar* mode) noexcept
+{
+    Open(path, mode);
+}
+
+BFile::~BFile()
+{
+    Close();
+}
+
+bool BFile::Open(const WChar* path, const WChar* mode) noexcept
+{
+    if (m_stream != nullptr || path == nullptr || mode == nullptr)
+        return false;
+    m_stream = platform::OpenStreamAlone(path, mode, 0).release();
+    return m_stream != nullptr;
+}
+
+bool BFile::OpenShared(const WChar* path, const WChar* mode) noexcept
+{
+    if (m_stream != nullptr || path == nullptr || mode == nullptr)
+        return false;
+    m_stream = platform::OpenStream(path, mode).release();
+    return m_stream != nullptr;
+}
+
+void BFile::Close() noexcept
+{
+    if (m_stream != nullptr)
+        std::fclose(std::exchange(m_stream, nullptr));
+}
+
+bool BFile::Rewind() noexcept
+{
+    if (m_stream == nullptr)
+        return false;
+    std::rewind(m_stream);
+    return true;
+}
+
+bool BFile::Exist(const WChar* pattern)
+{
+    return pattern != nullptr && *pattern != 0 &&
+           platform::FindFiles(pattern, [](const platform::FoundFile&) { return false; });
+}
+
+std::int64_t BFile::Size(const WChar* path) noexcept
+{
+    if (path == nullptr)
+        return -1;
+    const std::optional<std::uint64_t> size = platform::FileSize(path);
+    return size ? static_cast<std::int64_t>(*size) : -1;
+}
+
+bool BFile::IsDirectory(const WChar* path) noexcept
+{
+    return path != nullptr && platform::IsDirectory(path);
+}
+
+bool BFile::IsUnicode(const WChar* path) noexcept
+{
+    const platform::Stream stream = path ? platform::OpenStream(path, QD_W("rt")) : nullptr;
+    if (!stream)
+        return false;
+    char bytes[kUtf8Mark.size()] = {};
+    const std::string_view start(bytes, std::fread(bytes, 1, sizeof bytes, stream.get()));
+    return start.starts_with(kUtf16LittleMark) || start.starts_with(kUtf16BigMark) ||
+           start.starts_with(kUtf8Mark);
+}
+
+int BFile::ConvertToUnicode(const WChar* path) noexcept
+try {
+    if (path == nullptr)
+        return kNotConverted;
+    return IsUnicode(path) || ReplaceByUnicode(path) ? 0 : kNotConverted;
+} catch (const std::bad_alloc&) {
+    return kNotConverted;
+}
+
+int BFile::Delete(WString pattern)
+{
+    if (pattern.IsEmpty())
+        return 0;
+    int count = 0;
+    const bool isFound = platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
+        if (!IsLeftAlone(file) && platform::RemoveFile(file.path.c_str()))
+            ++count;
+        return true;
+    });
+    return isFound ? count : -1;
+}
+
+std::pair<WString, int> BFile::GetShortPathNameW(WString path)
+{
+    const std::optional<std::basic_string<WChar>> found = platform::ShortPath(path);
+    if (!found)
+        return {WString(), kNoShortPath};
+    WString shortPath(found->c_str());
+    const int code = shortPath.Includes(QD_W(' ')) ? kNoShortPath : 0;
+    return {std::move(shortPath), code};
+}

@@ -1,0 +1,175 @@
+#include "core/file/BFile.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+namespace fs = std::filesystem;
+
+TEST(BFile, OwnsOneStream)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("file");
+    BFile file(path, QD_W("wb"));
+    std::FILE* const first = file;
+    ASSERT_NE(first, nullptr);
+    EXPECT_FALSE(file.Open(path, QD_W("rb")));
+    EXPECT_FALSE(file.OpenShared(path, QD_W("rb")));
+    EXPECT_EQ(static_cast<std::FILE*>(file), first);
+    std::fputs("abc", file);
+    file.Close();
+    EXPECT_TRUE(file == nullptr);
+    EXPECT_FALSE(file.Rewind());
+
+    EXPECT_FALSE(file.Open(nullptr, QD_W("rb")));
+    EXPECT_FALSE(file.OpenShared(path, nullptr));
+    EXPECT_FALSE(BFile(folder.Path("missing"), QD_W("rb")) != nullptr);
+    ASSERT_TRUE(file.OpenShared(path, QD_W("rb")));
+    EXPECT_EQ(std::fgetc(file), 'a');
+    EXPECT_TRUE(file.Rewind());
+    EXPECT_EQ(std::fgetc(file), 'a');
+    EXPECT_TRUE(BFile().OpenShared(path, QD_W("r+b")));
+}
+
+TEST(BFile, AnswersQuestionsByName)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "empty", "");
+    WriteFileBytes(folder / "big", "x");
+    constexpr std::uintmax_t big = (std::uintmax_t{5} << 30) + 3;
+    fs::resize_file(folder / "big", big); // sparse
+
+    EXPECT_EQ(BFile::Size(folder.Path("missing")), -1);
+    EXPECT_EQ(BFile::Size(folder.Path("")), -1);
+    EXPECT_EQ(BFile::Size(nullptr), -1);
+    EXPECT_EQ(BFile::Size(folder.Path("empty")), 0);
+    EXPECT_EQ(BFile::Size(folder.Path("big")), static_cast<std::int64_t>(big));
+
+    EXPECT_TRUE(BFile::IsDirectory(folder.Path("")));
+    EXPECT_FALSE(BFile::IsDirectory(folder.Path("empty")));
+    EXPECT_FALSE(BFile::IsDirectory(folder.Path("missing")));
+
+    EXPECT_TRUE(BFile::Exist(folder.Path("b?g")));
+    EXPECT_TRUE(BFile::Exist(folder.Path("empty")));
+    EXPECT_FALSE(BFile::Exist(folder.Path("c*")));
+    EXPECT_FALSE(BFile::Exist(nullptr));
+    EXPECT_FALSE(BFile::Exist(QD_W("")));
+
+    EXPECT_EQ(BFile::GetShortPathNameW(folder.Path("big")).second, 0);
+    const auto missing = BFile::GetShortPathNameW(folder.Path("missing"));
+    EXPECT_EQ(missing.second, 32987);
+    EXPECT_TRUE(missing.first.IsEmpty());
+}
+
+TEST(BFile, TakesNamesOfAnyScript)
+{
+    const TemporaryFolder folder;
+    WString path = folder.Path("");
+    path += QD_W("\u00E4\u6E2C\u0416 \xD83D\xDE00.txt");
+    ASSERT_TRUE(BFile(path, QD_W("wb")) != nullptr);
+    EXPECT_EQ(BFile::Size(path), 0);
+    WString pattern = folder.Path("");
+    pattern += QD_W("*\u6E2C*");
+    EXPECT_EQ(BFile::Delete(pattern), 1);
+    EXPECT_FALSE(BFile::Exist(path));
+}
+
+TEST(BFile, KnowsUnicodeByItsMark)
+{
+    struct Case {
+        std::string bytes;
+        bool isUnicode;
+    };
+    const Case cases[] = {
+        {"", false},     {"\xFF\xFE", true},   {"\xFE\xFFxy", true}, {"\xEF\xBB\xBF", true},
+        {"\xFF", false}, {"\xEF\xBB.", false}, {"plain", false},
+    };
+    const TemporaryFolder folder;
+    for (const Case& c : cases) {
+        WriteFileBytes(folder / "text", c.bytes);
+        EXPECT_EQ(BFile::IsUnicode(folder.Path("text")), c.isUnicode) << c.bytes;
+    }
+    EXPECT_FALSE(BFile::IsUnicode(folder.Path("missing")));
+}
+
+TEST(BFile, ConvertsTextOnceAndWhole)
+{
+    struct Case {
+        std::string bytes;
+        std::string converted;
+    };
+    using std::string_literals::operator""s;
+    const Case cases[] = {
+        {"", "\xFF\xFE"},
+        {"5%\n", "\xFF\xFE"s + "5\0%\0\r\0\n\0"s},
+        {"%s\r\n\x80", "\xFF\xFE"s + "%\0s\0\r\0\n\0\xAC\x20"s},
+        {"a\0\x1A"
+         "b\r\r\n"s,
+         "\xFF\xFE"s + "a\0\0\0\x1A\0b\0\r\0\r\0\n\0"s},
+    };
+    const TemporaryFolder folder;
+    const WString path = folder.Path("text");
+    for (const Case& c : cases) {
+        WriteFileBytes(folder / "text", c.bytes);
+        for (int time = 0; time < 2; ++time) {
+            EXPECT_EQ(BFile::ConvertToUnicode(path), 0);
+            EXPECT_EQ(FileBytes(folder / "text"), c.converted);
+        }
+    }
+
+    // Longer than the pieces in which it is converted, without and with line ends there.
+    std::string text(3u << 20, 'x');
+    for (std::size_t i = 0; i < text.size() / 2; i += 7)
+        text[i] = '\n';
+    WriteFileBytes(folder / "text", text);
+    EXPECT_EQ(BFile::ConvertToUnicode(path), 0);
+    const auto lines = static_cast<std::size_t>(std::ranges::count(text, '\n'));
+    EXPECT_EQ(fs::file_size(folder / "text"), 2 + 2 * (text.size() + lines));
+}
+
+TEST(BFile, ConvertsLikeTheOtherPlatform)
+{
+    const TemporaryFolder folder;
+    std::string every;
+    for (int byte = 0; byte < 256; ++byte)
+        every += static_cast<char>(byte);
+    WriteFileBytes(folder / "text", every + "100% \xE4hnlich\r\nlast line\n");
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("text")), 0);
+    EXPECT_EQ(FileBytes(folder / "text"), FileBytes(GoldenFile("file/converted.txt")));
+}
+
+TEST(BFile, RefusesToConvertWhatItMayNotWrite)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "text", "old");
+    fs::permissions(folder / "text", fs::perms{0444});
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("text")), 31825);
+    EXPECT_EQ(FileBytes(folder / "text"), "old");
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("missing")), 31825);
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("")), 31825);
+    fs::permissions(folder / "text", fs::perms{0644});
+}
+
+TEST(BFile, DeletesFilesOnly)
+{
+    const TemporaryFolder folder;
+    for (const char* name : {"1.old", "2.old", "2.new", "locked.old"})
+        WriteFileBytes(folder / name, "");
+    fs::create_directory(folder / "folder.old");
+    fs::permissions(folder / "locked.old", fs::perms{0444});
+    EXPECT_EQ(BFile::Delete(folder.Path("locked*")), 0);
+    EXPECT_EQ(BFile::Delete(folder.Path("*.none")), -1);
+    EXPECT_EQ(BFile::Delete(WString()), 0);
+    // Both separators lead into the folder, whatever lies in the current one.
+    WString pattern = folder.Path("*.old");
+    pattern.Replace(QD_W('\\'), QD_W('/'), true);
+    EXPECT_EQ(BFile::Delete(pattern), 2);
+    for (const char* kept : {"2.new", "locked.old", "folder.old"})
+        EXPECT_TRUE(fs::exists(folder / kept)) << kept;
+    fs::permissions(folder / "locked.old", fs::perms{0644});
+}

@@ -1,0 +1,31 @@
+#include "core/file/BSha1.h"
+
+#include "core/base/BError.h"
+#include "core/base/WString.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+TEST(BSha1, GivesWordsAndDigits)
+{
+    char abc[] = "abc";
+    Crypt::BSha1::Result words = {};
+    EXPECT_TRUE(Crypt::BSha1::Encrypt(abc, 3, words));
+    EXPECT_EQ(words.h[0], 0xA9993E36u);
+    EXPECT_EQ(words.h[4], 0x9CD0D89Du);
+    WString digits;
+    EXPECT_TRUE(Crypt::BSha1::Encrypt(abc, 3, digits));
+    EXPECT_EQ(digits, QD_W("a9993e364706816aba3e25717850c26c9cd0d89d"));
+    EXPECT_TRUE(Crypt::BSha1::Encrypt(abc, 0, digits));
+    EXPECT_EQ(digits, QD_W("da39a3ee5e6b4b0d3255bfef95601890afd80709"));
+}
+
+TEST(BSha1, RefusesNullAndTooMuch)
+{
+    WString digits(QD_W("before"));
+    EXPECT_FALSE(Crypt::BSha1::Encrypt(nullptr, 3, digits));
+    EXPECT_TRUE(digits.IsEmpty());
+    char byte = 0;
+    EXPECT_THROW(Crypt::BSha1::Encrypt(&byte, std::size_t{UINT32_MAX} + 1, digits), BError);
+}

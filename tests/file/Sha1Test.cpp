@@ -1,0 +1,60 @@
+#include "core/file/Sha1.h"
+
+#include "core/platform/Sha1Instructions.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+std::string DigestText(const std::string& message, Sha1BlockFunction take)
+{
+    std::uint32_t h[5];
+    Sha1Digest({reinterpret_cast<const std::uint8_t*>(message.data()), message.size()}, take, h);
+    char text[41];
+    std::snprintf(text, sizeof text, "%08x%08x%08x%08x%08x", h[0], h[1], h[2], h[3], h[4]);
+    return text;
+}
+
+void ExpectPublishedDigests(Sha1BlockFunction take)
+{
+    struct Case {
+        std::string message;
+        const char* digest;
+    };
+    const Case cases[] = {
+        {"", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+        {"abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
+         "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
+        {"abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmn"
+         "hijklmnoijklmnopjklmnopqklmnopqrlmnopqrsmnopqrstnopqrstu",
+         "a49b2446a02c645bf419f995b67091253a04a259"},
+        {std::string(1'000'000, 'a'), "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
+        // Around the ends of blocks; digests by another implementation.
+        {std::string(55, 'a'), "c1c8bbdc22796e28c0e15163d20899b65621d65a"},
+        {std::string(56, 'a'), "c2db330f6083854c99d4b5bfb6e8f29f201be699"},
+        {std::string(63, 'a'), "03f09f5b158a7a8cdad920bddc29b81c18a551f5"},
+        {std::string(64, 'a'), "0098ba824b5c16427bd7a1122a5a442a25ec644d"},
+        {std::string(119, 'a'), "ee971065aaa017e0632a8ca6c77bb3bf8b1dfc56"},
+        {std::string(120, 'a'), "f34c1488385346a55709ba056ddd08280dd4c6d6"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(DigestText(c.message, take), c.digest) << c.message.size() << " bytes";
+}
+
+} // namespace
+
+TEST(Sha1, PlainRoundsGiveThePublishedDigests)
+{
+    ExpectPublishedDigests(&TakeSha1Blocks);
+}
+
+TEST(Sha1, InstructionsGiveThePublishedDigests)
+{
+    if (!platform::HasSha1Instructions())
+        GTEST_SKIP() << "the processor has no SHA instructions";
+    ExpectPublishedDigests(&platform::TakeSha1BlocksByInstructions);
+}
