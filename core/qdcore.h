@@ -37,6 +37,7 @@
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/tree/BAttribute.h"
+#include "core/tree/BBank.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"

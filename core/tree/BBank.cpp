@@ -1,0 +1,227 @@
+#include "core/tree/BBank.h"
+
+#include "core/tree/BNodeItr.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Text = std::basic_string<WChar>;
+using View = std::basic_string_view<WChar>;
+
+constexpr WChar kDelimiter = BBank::DELIM;
+constexpr const WChar* kRootPath = QD_W("//");
+constexpr View kNameUnits =
+    QD_W("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_-abcdefghijklmnopqrstuvwxyz.");
+
+bool IsRootPath(const WChar* path)
+{
+    return View(path) == kRootPath;
+}
+
+bool IsName(View name)
+{
+    return !name.empty() && name.find_first_not_of(kNameUnits) == View::npos;
+}
+
+// The names of a path, one after the other; none for the root, for "/" and for an empty path.
+class Names {
+public:
+    explicit Names(const WChar* path)
+        : m_rest(*path == kDelimiter ? path + 1 : path)
+    {
+        if (*m_rest == 0 || IsRootPath(path))
+            m_rest = nullptr;
+    }
+
+    explicit operator bool() const { return m_rest != nullptr; }
+
+    View Next()
+    {
+        const WChar* end = m_rest;
+        while (*end != 0 && *end != kDelimiter)
+            ++end;
+        return {std::exchange(m_rest, *end != 0 ? end + 1 : nullptr), end};
+    }
+
+private:
+    const WChar* m_rest; // null when there are no more
+};
+
+WString PathBelow(const BNode* top, const BNode* node)
+{
+    if (node == top)
+        return kRootPath;
+    std::vector<WString> names;
+    for (; node != top; node = node->Parent())
+        names.push_back(node->GetText());
+    Text path;
+    for (auto name = names.rbegin(); name != names.rend(); ++name)
+        (path += kDelimiter) += name->CStr();
+    return path.c_str();
+}
+
+// The path of the first node in `bank` whose object `isIt`.
+template <typename Predicate>
+WString PathOfFirst(const BBank& bank, Predicate isIt)
+{
+    for (BNodeItr itr(bank.Root().Get(), BNodeItr::All); itr; ++itr) {
+        const BSmartObj* object = itr.Current()->GetObj();
+        if (object != nullptr && isIt(*object))
+            return bank.Path(itr.Current());
+    }
+    return {};
+}
+
+} // namespace
+
+BBank::BBank(SP<BNode> root)
+    : m_root(std::move(root))
+{}
+
+BBank::BBank(const BBank& other) = default;
+BBank& BBank::operator=(const BBank& other) = default;
+BBank::~BBank() = default;
+
+WString BBank::Path(const BNode* node) const
+{
+    return m_root && m_root->Includes(node) ? PathBelow(m_root.Get(), node) : WString();
+}
+
+WString BBank::PathOfObject(BSmartObj* object) const
+{
+    return PathOfFirst(*this,
+                       [object](const BSmartObj& candidate) { return &candidate == object; });
+}
+
+WString BBank::PathOfObject(long uniqueId) const
+{
+    return PathOfFirst(
+        *this, [uniqueId](const BSmartObj& candidate) { return candidate.UniqueID() == uniqueId; });
+}
+
+bool BBank::CheckName(const WString& name)
+{
+    return IsName(name.CStr());
+}
+
+bool BBank::PathSyntaxError(const WChar* path)
+{
+    if (path == nullptr || *path == 0)
+        return true;
+    Names names(path);
+    while (names) {
+        if (!IsName(names.Next()))
+            return true;
+    }
+    return false;
+}
+
+bool BBank::ExistsContainer(const WChar* path, SP<BNode>& node) const
+{
+    node = Find(path);
+    return static_cast<bool>(node);
+}
+
+bool BBank::ExistsContainer(const WChar* path) const
+{
+    return Find(path) != nullptr;
+}
+
+BNode* BBank::Find(const WChar* path) const
+{
+    if (path == nullptr || !m_root)
+        return nullptr;
+    return IsRootPath(path) ? m_root.Get() : m_root->Child(path);
+}
+
+BNode* BBank::Container(const WChar* path)
+{
+    if (path == nullptr || !m_root)
+        return nullptr;
+    Names names(path);
+    if (!names)
+        return IsRootPath(path) ? m_root.Get() : nullptr;
+    BNode* node = m_root.Get();
+    Text name;
+    while (node != nullptr && names) {
+        name = names.Next();
+        node = GetOrCreateChild(*node, name.c_str());
+    }
+    return node;
+}
+
+BNode* BBank::GetOrCreateChild(BNode& parent, const WChar* name)
+{
+    if (!IsName(name))
+        return nullptr;
+    if (BNode* const present = parent.Child(name))
+        return present;
+    const SP<BNode> child(new BNode);
+    child->SetText(name);
+    return parent.AddChild(child.Get(), -1) ? child.Get() : nullptr;
+}
+
+BNode* BBank::Node(const WChar* path)
+{
+    BNode* const present = Find(path);
+    if (present == nullptr)
+        return Container(path);
+    if (present->GetObj() != nullptr)
+        return present;
+    const SP<BNode> child(new BNode);
+    child->SetText(present->ChildTextSuggestion(WString()));
+    return present->AddChild(child.Get(), -1) ? child.Get() : nullptr;
+}
+
+WString BBank::PATH(const BNode* node)
+{
+    if (node == nullptr)
+        return {};
+    const BNode* top = node;
+    while (top->Parent() != nullptr)
+        top = top->Parent();
+    return PathBelow(top, node);
+}
+
+WString BBank::ConcatPath(WString base, WString rel)
+{
+    if (PathSyntaxError(base) || PathSyntaxError(rel) || IsRootPath(rel))
+        return {};
+    WString path = IsRootPath(base) ? WString() : base;
+    if (rel[0] != kDelimiter)
+        path += kDelimiter;
+    return path + rel;
+}
+
+bool BBank::ParentPath(const WChar* path, WString& parent)
+{
+    if (path == nullptr || *path == 0 || IsRootPath(path))
+        return false;
+    const std::size_t last = View(path).rfind(kDelimiter);
+    if (last == View::npos || last == 0)
+        parent = kRootPath;
+    else
+        parent = Text(path, last).c_str();
+    return true;
+}
+
+bool BBank::IsGrandParent(WString upper, WString lower)
+{
+    Names above(upper);
+    Names below(lower);
+    if (!above && !IsRootPath(upper))
+        return false;
+    while (above) {
+        if (!below)
+            return false;
+        const WString name = Text(above.Next()).c_str();
+        if (!name.IEqual(Text(below.Next()).c_str()))
+            return false;
+    }
+    return static_cast<bool>(below);
+}
