@@ -15,17 +15,22 @@ using View = std::basic_string_view<WChar>;
 
 constexpr WChar kDelimiter = BBank::DELIM;
 constexpr const WChar* kRootPath = QD_W("//");
-constexpr View kNameUnits =
-    QD_W("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_-abcdefghijklmnopqrstuvwxyz.");
 
 bool IsRootPath(const WChar* path)
 {
     return View(path) == kRootPath;
 }
 
+bool IsNameUnit(WChar unit)
+{
+    const auto isIn = [unit](WChar first, WChar last) { return unit >= first && unit <= last; };
+    return isIn('a', 'z') || isIn('A', 'Z') || isIn('0', '9') || unit == '_' || unit == '-' ||
+           unit == '.';
+}
+
 bool IsName(View name)
 {
-    return !name.empty() && name.find_first_not_of(kNameUnits) == View::npos;
+    return !name.empty() && std::all_of(name.begin(), name.end(), IsNameUnit);
 }
 
 // The names of a path, one after the other; none for the root, for "/" and for an empty path.

@@ -281,7 +281,7 @@ void BNode::RemoveAttribs()
 {
     if (m_attributes.Count() == 0)
         return;
-    m_attributes.RemoveAll();
+    const auto removed = std::move(m_attributes); // dies when no iterator takes it for the list
     ReportLists();
 }
 
@@ -362,7 +362,7 @@ void BNode::RemoveAnnotations()
 {
     if (m_annotations.Count() == 0)
         return;
-    m_annotations.RemoveAll();
+    const auto removed = std::move(m_annotations);
     ReportLists();
 }
 
@@ -598,7 +598,9 @@ void BNode::Link(const SP<BNode>& child, Children::Iterator previous)
 // `m_order` grows along the list; null entries have none.
 std::int64_t BNode::OrderAtEnd(Children::Iterator previous) const
 {
-    return previous && *previous ? (*previous)->m_order + 1 : m_children.Count();
+    while (previous && !*previous)
+        --previous;
+    return previous ? (*previous)->m_order + 1 : 0;
 }
 
 // The first child makes way downwards, as nothing stands before it.

@@ -76,7 +76,9 @@ public:
     virtual BNode* Root();
     /// This node and all above it are active.
     virtual bool IsBranchActive() const;
-    /// Leads a visitor through this node and what is below it: see `BVisitor`.
+    /// Leads a visitor through this node and what is below it: see `BVisitor`. Depth does not
+    /// matter, but for nodes of derived classes, which are entered by a call of their own
+    /// `Traverse`.
     virtual void Traverse(BVisitor* visitor);
     /// The same for associated objects only: `Treat` is all that is called.
     virtual void TraverseObjects(BVisitor* visitor);
@@ -101,8 +103,8 @@ public:
     virtual void RemoveAttribs();
     /// Appends a child when `index` is negative or not below `ChildNum()`. False for null, for a
     /// node that has a parent, that is this node or above it, and for an index from 1 to
-    /// `ChildNum()` - 1. Intended: index 0 puts the child behind the first one; documents rely on
-    /// that order.
+    /// `ChildNum()` - 1.
+    /// Intended: index 0 puts the child behind the first one; documents rely on that order.
     virtual bool AddChild(BNode* child, int index);
     /// Removes the node that `Child(path)` finds, when it is a child of this node.
     virtual bool RemoveChild(const WChar* path);

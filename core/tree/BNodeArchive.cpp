@@ -122,6 +122,7 @@ void BNode::UpdateAssociations(BArchive& archive)
         return archive.QueryObject(archive.IndexToPtr(index));
     };
     m_object = query(m_loading->object);
+    delete std::exchange(m_byPosition, nullptr); // null entries join the list unseen
     for (const std::uint64_t index : m_loading->children) {
         BNode* const child = AsNode(query(index).Get());
         if (child != nullptr && Adopts(*child, archive)) {

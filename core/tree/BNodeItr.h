@@ -13,9 +13,10 @@
 ///         Measure(*itr.Current());
 ///
 /// The iterator counts the start node and the current one, so that it stays safe when the tree is
-/// edited meanwhile; a current node that is taken out of the tree ends the walk after its own
-/// subtree. A node that no `SP` holds must not be handed to an iterator. A step costs the same
-/// whatever the width and the depth of the tree. One thread at a time.
+/// edited meanwhile: the walk goes on from where the current node then stands. One that was taken
+/// out of the tree ends the walk, after what is left below it. A node that no `SP` holds must not
+/// be handed to an iterator. Over a walk a step costs the same whatever the width and the depth of
+/// the tree. One thread at a time.
 class QD_CORE_API BNodeItr {
 public:
     enum EMode {
@@ -32,7 +33,7 @@ public:
     [[nodiscard]] BNode* Current() const noexcept { return m_current.Get(); }
     /// Nothing happens when the walk is over.
     BNodeItr& operator++();
-    /// Returns the node that was current.
+    /// Returns the node that was current, which is gone when the iterator alone held it.
     BNode* operator++(int);
     [[nodiscard]] bool IsValid() const noexcept { return static_cast<bool>(m_current); }
     explicit operator bool() const noexcept { return IsValid(); }
@@ -47,8 +48,9 @@ private:
 
 /// Walks a node's children, first to last; null entries of the list are skipped.
 ///
-/// Holds the node and the current child: editing the list elsewhere is safe. When the current child
-/// is taken out elsewhere, the next step ends the walk. One thread at a time.
+/// Counts the node, which an `SP` must hold, and the current child: editing the list elsewhere is
+/// safe. When the current child is taken out elsewhere, the next step ends the walk. One thread at
+/// a time.
 class QD_CORE_API BNodeChildItr {
 public:
     explicit BNodeChildItr(const BNode& node);

@@ -5,6 +5,7 @@
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <typeinfo>
 #include <utility>
@@ -14,106 +15,147 @@ namespace {
 
 constexpr unsigned int kVisitorChanged = 3080;
 
-// A node on the way, with what was there when it was entered: a visitor may change the node.
-struct Visit {
-    SP<BNode> node;
-    std::vector<SP<BAttribute>> pushed;
-    std::vector<SP<BNode>> children;
-    std::size_t nextChild = 0;
+enum class EVisited { Nodes, Objects };
+
+// One call of `Traverse` or `TraverseObjects`. What is still to be visited or popped was noted when
+// its node was entered, as a visitor may change the node.
+class Walk {
+public:
+    Walk(BVisitor& visitor, EVisited visited)
+        : m_visitor(visitor)
+        , m_visited(visited)
+    {}
+
+    void Through(BNode& start);
+
+private:
+    // A node on the way, and how much the nodes above it have on the stacks.
+    struct Visit {
+        SP<BNode> node;
+        std::size_t childrenAbove;
+        std::size_t attributesAbove;
+    };
+
+    [[nodiscard]] bool IsVisited(const BNode& node) const;
+    void Enter(SP<BNode> node);
+    void TreatNode(BNode& node);
+    void TreatObject(BNode& node);
+    void TreatAnnotations(BNode& node);
+    void Leave();
+
+    BVisitor& m_visitor;
+    EVisited m_visited;
+    std::vector<Visit> m_way;
+    std::vector<SP<BNode>> m_children; // to be visited, the next one last
+    std::vector<SP<BAttribute>> m_attributes;
 };
 
-bool IsVisited(const BNode& node, const BVisitor& visitor)
+void Walk::Through(BNode& start)
 {
-    return visitor.VisitInactiveNodes() || node.IsActive();
+    if (IsVisited(start))
+        Enter(&start);
+    while (!m_way.empty()) {
+        if (m_children.size() == m_way.back().childrenAbove) {
+            Leave();
+            continue;
+        }
+        SP<BNode> child = std::move(m_children.back());
+        m_children.pop_back();
+        BNode& node = *child;
+        if (typeid(node) == typeid(BNode)) {
+            if (IsVisited(node))
+                Enter(std::move(child));
+        } else if (m_visited == EVisited::Nodes) {
+            node.Traverse(&m_visitor);
+        } else {
+            node.TraverseObjects(&m_visitor);
+        }
+    }
+}
+
+bool Walk::IsVisited(const BNode& node) const
+{
+    return m_visitor.VisitInactiveNodes() || node.IsActive();
+}
+
+void Walk::Enter(SP<BNode> held)
+{
+    BNode& node = *held;
+    m_way.push_back({std::move(held), m_children.size(), m_attributes.size()});
+    if (m_visited == EVisited::Nodes)
+        TreatNode(node);
+    else
+        TreatObject(node);
+    if (node.ChildNum() == 0)
+        return;
+    const auto above = static_cast<std::ptrdiff_t>(m_children.size());
+    for (BNodeChildItr itr(node); itr; ++itr)
+        m_children.emplace_back(itr.Current());
+    std::reverse(m_children.begin() + above, m_children.end());
 }
 
 void ReportChange(const BNode& node, bool changed)
 {
-    if (changed && node.IsMessageDispatcher())
+    if (changed && BDispatcher::Instance() && node.IsMessageDispatcher())
         BDispatcher::DispatcherSend(kVisitorChanged, reinterpret_cast<std::uintptr_t>(&node), 0);
 }
 
-void TreatAnnotations(BNode& node, BVisitor& visitor)
+void Walk::TreatNode(BNode& node)
+{
+    m_visitor.PushPath(&node);
+    if (node.AttribNum() != 0) {
+        const std::size_t above = m_attributes.size();
+        for (BNodeAttribItr itr(node); itr; ++itr)
+            m_attributes.emplace_back(itr.Current());
+        for (std::size_t i = above; i < m_attributes.size(); ++i)
+            m_visitor.PushAttrib(m_attributes[i].Get());
+    }
+    ReportChange(node, m_visitor.TreatNode(&node));
+    TreatObject(node);
+    if (node.AnnotationNum() != 0)
+        TreatAnnotations(node);
+}
+
+void Walk::TreatObject(BNode& node)
+{
+    const SP<BSmartObj> object = node.GetObj(); // the visitor may replace it
+    ReportChange(node, m_visitor.Treat(object.Get()));
+}
+
+void Walk::TreatAnnotations(BNode& node)
 {
     std::vector<SP<BSmartObj>> annotations;
     for (BNodeAnnotationItr itr(node); itr; ++itr)
         annotations.emplace_back(itr.Current());
     for (const SP<BSmartObj>& annotation : annotations) {
         const BSmartObj* object = node.GetObj();
-        visitor.TreatAnnotation(annotation,
-                                SP<const BSmartObj>(object != nullptr ? object : &node));
+        m_visitor.TreatAnnotation(annotation,
+                                  SP<const BSmartObj>(object != nullptr ? object : &node));
     }
 }
 
-Visit Enter(BNode& node, BVisitor& visitor)
+void Walk::Leave()
 {
-    Visit visit{.node = SP<BNode>(&node), .pushed = {}, .children = {}};
-    visitor.PushPath(&node);
-    for (BNodeAttribItr itr(node); itr; ++itr)
-        visit.pushed.emplace_back(itr.Current());
-    for (const SP<BAttribute>& attribute : visit.pushed)
-        visitor.PushAttrib(attribute.Get());
-    ReportChange(node, visitor.TreatNode(&node));
-    ReportChange(node, visitor.Treat(node.GetObj()));
-    TreatAnnotations(node, visitor);
-    return visit;
-}
-
-void Leave(const Visit& visit, BVisitor& visitor)
-{
-    for (auto attribute = visit.pushed.rbegin(); attribute != visit.pushed.rend(); ++attribute)
-        visitor.PopAttrib(attribute->Get());
-    visitor.PopPath();
-}
-
-Visit EnterObject(BNode& node, BVisitor& visitor)
-{
-    ReportChange(node, visitor.Treat(node.GetObj()));
-    return Visit{.node = SP<BNode>(&node), .pushed = {}, .children = {}};
-}
-
-void LeaveObject(const Visit&, BVisitor&) {}
-
-// The walk itself: `enter` and `leave` enclose what is below a node, `delegate` is called for a
-// child that may have a traversal of its own.
-template <typename EnterNode, typename LeaveNode, typename Delegate>
-void Walk(BNode& start, BVisitor& visitor, EnterNode enter, LeaveNode leave, Delegate delegate)
-{
-    if (!IsVisited(start, visitor))
+    const Visit visit = std::move(m_way.back());
+    m_way.pop_back();
+    if (m_visited == EVisited::Objects)
         return;
-    std::vector<Visit> way;
-    const auto goInto = [&](BNode& node) {
-        Visit visit = enter(node, visitor);
-        for (BNodeChildItr itr(node); itr; ++itr)
-            visit.children.emplace_back(itr.Current());
-        way.push_back(std::move(visit));
-    };
-    goInto(start);
-    while (!way.empty()) {
-        Visit& visit = way.back();
-        if (visit.nextChild == visit.children.size()) {
-            leave(visit, visitor);
-            way.pop_back();
-            continue;
-        }
-        const SP<BNode> held = visit.children[visit.nextChild++];
-        BNode& child = *held;
-        if (typeid(child) != typeid(BNode))
-            delegate(child, visitor);
-        else if (IsVisited(child, visitor))
-            goInto(child);
+    while (m_attributes.size() > visit.attributesAbove) {
+        const SP<BAttribute> attribute = std::move(m_attributes.back());
+        m_attributes.pop_back();
+        m_visitor.PopAttrib(attribute.Get());
     }
+    m_visitor.PopPath();
 }
 
 } // namespace
 
 void TraverseTree(BNode& start, BVisitor& visitor)
 {
-    Walk(start, visitor, Enter, Leave, [](BNode& child, BVisitor& to) { child.Traverse(&to); });
+    Walk(visitor, EVisited::Nodes).Through(start);
 }
 
 void TraverseTreeObjects(BNode& start, BVisitor& visitor)
 {
-    Walk(start, visitor, EnterObject, LeaveObject,
-         [](BNode& child, BVisitor& to) { child.TraverseObjects(&to); });
+    Walk(visitor, EVisited::Objects).Through(start);
 }

@@ -227,6 +227,17 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     EXPECT_TRUE(root->AddChild(Named(QD_W("s")).Get(), 0)) << "behind the null entry";
     EXPECT_EQ(Order(*root), QD_W("- s n"));
     root->RemoveChildren();
+
+    Put({{{2, 3, 4, 5}}, {{}, 1}, {{}, 1}, {{}, 1}, {{}, 1, 0, 99}});
+    const SP<BSmartObj> second = TakeOut("1");
+    root = dynamic_cast<BNode*>(second.Get());
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(Order(*root), QD_W("n n n -"));
+    root->RemoveChild(0);
+    root->RemoveChild(0);
+    for (int i = 0; i < 20; ++i)
+        Append(*root, QD_W("n"));
+    EXPECT_EQ(root->Child(QD_W("N")), root->Child(0)) << "the first, also by an index";
 }
 
 TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)

@@ -1,0 +1,197 @@
+#include "core/tree/BBank.h"
+
+#include "tests/tree/TreeTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+std::string Narrow(const WChar* text)
+{
+    return text != nullptr ? WString(text).AsString().CStr() : "null";
+}
+
+} // namespace
+
+TEST(BBank, TellsPathsFromOtherTexts)
+{
+    struct Case {
+        const WChar* path;
+        bool isPath, isName;
+    };
+    const Case cases[] = {
+        {nullptr, false, false},       {QD_W(""), false, false},    {QD_W("//"), true, false},
+        {QD_W("/"), true, false},      {QD_W("///"), false, false}, {QD_W("//a"), false, false},
+        {QD_W("a.b-c_1"), true, true}, {QD_W("/a/b"), true, false}, {QD_W("a//b"), false, false},
+        {QD_W("a/"), false, false},    {QD_W("a b"), false, false}, {QD_W("\u00E4"), false, false},
+        {QD_W("AZaz09"), true, true},  {QD_W("a@"), false, false},  {QD_W("`"), false, false},
+        {QD_W("a/[/b"), false, false}, {QD_W("{"), false, false},   {QD_W("\uFF21"), false, false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(BBank::PathSyntaxError(c.path), !c.isPath) << Narrow(c.path);
+        EXPECT_EQ(BBank::CheckName(c.path), c.isName) << Narrow(c.path);
+    }
+}
+
+TEST(BBank, ContainersAreMadeAsFarAsTheyAreMissing)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    BBank bank(root);
+    EXPECT_EQ(bank.Root(), root);
+    BNode* b = bank.Container(QD_W("/a/b"));
+    ASSERT_NE(b, nullptr);
+    EXPECT_EQ(b->Parent(), root->Child(0));
+    EXPECT_EQ(b->GetObj(), nullptr);
+    EXPECT_EQ(bank.Container(QD_W("A/B")), b);
+    EXPECT_EQ(bank.Container(QD_W("//")), root.Get());
+    EXPECT_EQ(bank.Container(QD_W("c/d e/f")), nullptr);
+    EXPECT_EQ(bank.Container(QD_W("d/")), nullptr);
+    EXPECT_EQ(Order(*root), QD_W("a c d")) << "the names before a wrong one are there";
+    for (const WChar* path : {QD_W(""), QD_W("/"), QD_W("//e"), static_cast<const WChar*>(nullptr)})
+        EXPECT_EQ(bank.Container(path), nullptr) << Narrow(path);
+    EXPECT_EQ(root->ChildNum(), 3);
+
+    SP<BNode> found;
+    EXPECT_TRUE(bank.ExistsContainer(QD_W("/A/b"), found));
+    EXPECT_EQ(found, b);
+    EXPECT_FALSE(bank.ExistsContainer(QD_W("/A/none"), found));
+    EXPECT_EQ(found, nullptr);
+    EXPECT_TRUE(bank.ExistsContainer(QD_W("//"), found));
+    EXPECT_EQ(found, root);
+    EXPECT_FALSE(bank.ExistsContainer(nullptr, found));
+    EXPECT_FALSE(bank.ExistsContainer(QD_W("b")));
+
+    BBank nowhere(nullptr);
+    EXPECT_FALSE(nowhere.ExistsContainer(QD_W("//")));
+    EXPECT_EQ(nowhere.Container(QD_W("a")), nullptr);
+    EXPECT_EQ(nowhere.Node(QD_W("//")), nullptr);
+    EXPECT_TRUE(nowhere.Path(b).IsEmpty());
+    nowhere = bank;
+    const BBank moved = std::move(bank);
+    EXPECT_EQ(nowhere.Container(QD_W("a/b")), b);
+    EXPECT_EQ(bank.Root(), moved.Root()) << "a bank that was moved from keeps its root";
+}
+
+TEST(BBank, NodesToFillAreMadeBelowNodesWithoutAnObject)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    BBank bank(root);
+    BNode* a = bank.Node(QD_W("/a"));
+    EXPECT_EQ(BBank::PATH(a), QD_W("/a")) << "nothing was there";
+    EXPECT_EQ(BBank::PATH(bank.Node(QD_W("/a"))), QD_W("/a/001"));
+    EXPECT_EQ(BBank::PATH(bank.Node(QD_W("/A"))), QD_W("/a/002"));
+    EXPECT_EQ(BBank::PATH(bank.Node(QD_W("//"))), QD_W("/002")) << "its second child";
+    a->SetObj(new CountedPayload);
+    EXPECT_EQ(bank.Node(QD_W("/a")), a);
+    EXPECT_EQ(bank.Node(QD_W("b c")), nullptr);
+    EXPECT_EQ(bank.Node(nullptr), nullptr);
+}
+
+TEST(BBank, NodesAndObjectsHavePaths)
+{
+    const SP<BNode> top = Named(QD_W("top"));
+    BBank whole(top);
+    BNode* b = whole.Container(QD_W("root/a/b"));
+    BNode* root = top->Child(0);
+    const BBank bank(root);
+    EXPECT_EQ(BBank::PATH(nullptr), QD_W(""));
+    EXPECT_EQ(BBank::PATH(top.Get()), QD_W("//"));
+    EXPECT_EQ(BBank::PATH(b), QD_W("/root/a/b"));
+    EXPECT_EQ(whole.Path(b), QD_W("/root/a/b"));
+    EXPECT_EQ(bank.Path(b), QD_W("/a/b")) << "from the bank's own root";
+    EXPECT_EQ(bank.Path(root), QD_W("//"));
+    EXPECT_TRUE(bank.Path(top.Get()).IsEmpty());
+    EXPECT_TRUE(bank.Path(nullptr).IsEmpty());
+
+    const SP<BSmartObj> object(new CountedPayload);
+    EXPECT_TRUE(bank.PathOfObject(object.Get()).IsEmpty());
+    EXPECT_TRUE(bank.PathOfObject(object->UniqueID()).IsEmpty());
+    EXPECT_TRUE(bank.PathOfObject(nullptr).IsEmpty()) << "not that of a node without an object";
+    whole.Container(QD_W("root/c"))->SetObj(object.Get());
+    EXPECT_EQ(bank.PathOfObject(object.Get()), QD_W("/c"));
+    b->SetObj(object.Get());
+    root->Child(0)->Deactivate();
+    EXPECT_EQ(bank.PathOfObject(object.Get()), QD_W("/a/b")) << "the first, active or not";
+    EXPECT_EQ(whole.PathOfObject(object->UniqueID()), QD_W("/root/a/b"));
+    b->SetText(QD_W("x y"));
+    EXPECT_EQ(BBank::PATH(b), QD_W("/root/a/x y"));
+}
+
+TEST(BBank, PathsAreJoinedAndCut)
+{
+    struct Joined {
+        const WChar *base, *rel, *path;
+    };
+    const Joined joined[] = {
+        {QD_W("//"), QD_W("a"), QD_W("/a")},     {QD_W("/x"), QD_W("/y"), QD_W("/x/y")},
+        {QD_W("x"), QD_W("y/z"), QD_W("x/y/z")}, {QD_W("/x"), QD_W("//"), QD_W("")},
+        {QD_W("//"), QD_W("/a"), QD_W("/a")},    {QD_W(""), QD_W("a"), QD_W("")},
+        {QD_W("a"), QD_W(""), QD_W("")},         {QD_W("a b"), QD_W("c"), QD_W("")},
+    };
+    for (const Joined& c : joined)
+        EXPECT_EQ(BBank::ConcatPath(c.base, c.rel), c.path) << Narrow(c.base) << Narrow(c.rel);
+
+    struct Cut {
+        const WChar *path, *parent; // null: none
+    };
+    const Cut cuts[] = {
+        {QD_W("/a/b"), QD_W("/a")}, {QD_W("a/b/c"), QD_W("a/b")}, {QD_W("/a"), QD_W("//")},
+        {QD_W("a"), QD_W("//")},    {QD_W("//"), nullptr},        {QD_W(""), nullptr},
+        {nullptr, nullptr},
+    };
+    for (const Cut& c : cuts) {
+        WString parent = QD_W("as it was");
+        EXPECT_EQ(BBank::ParentPath(c.path, parent), c.parent != nullptr) << Narrow(c.path);
+        EXPECT_EQ(parent, c.parent != nullptr ? c.parent : QD_W("as it was")) << Narrow(c.path);
+    }
+    WString path = QD_W("/a/b/c");
+    while (BBank::ParentPath(path, path)) {
+    }
+    EXPECT_EQ(path, QD_W("//")) << "a path may be cut in place";
+}
+
+TEST(BBank, APathLiesAboveAnother)
+{
+    struct Case {
+        const WChar *upper, *lower;
+        bool isAbove;
+    };
+    const Case cases[] = {
+        {QD_W("//"), QD_W("a"), true},      {QD_W("/a"), QD_W("A/b"), true},
+        {QD_W("a"), QD_W("/a/b/c"), true},  {QD_W("/a b"), QD_W("/A B/\u00E4"), true},
+        {QD_W("//"), QD_W("//"), false},    {QD_W("/a"), QD_W("/A"), false},
+        {QD_W("/a"), QD_W("/ab/c"), false}, {QD_W("/a/b"), QD_W("/a"), false},
+        {QD_W("/a"), QD_W("//"), false},    {QD_W(""), QD_W("/a"), false},
+        {QD_W("/a"), QD_W(""), false},      {QD_W("/"), QD_W("/a"), false},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(BBank::IsGrandParent(c.upper, c.lower), c.isAbove)
+            << Narrow(c.upper) << ' ' << Narrow(c.lower);
+}
+
+TEST(BBank, ManyNodesAndDeepPathsAreAddressed)
+{
+    constexpr int kCount = 20'000;
+    const SP<BNode> root = Named(QD_W("root"));
+    BBank bank(root);
+    std::vector<BNode*> nodes;
+    WString path;
+    for (int i = 0; i < kCount; ++i) {
+        path.Printf(QD_W("/Part%d"), i);
+        nodes.push_back(bank.Container(path));
+    }
+    for (int i = 0; i < kCount; i += 7) {
+        path.Printf(QD_W("part%d"), i);
+        ASSERT_EQ(bank.Container(path), nodes[static_cast<std::size_t>(i)]) << i;
+    }
+    EXPECT_EQ(root->ChildNum(), kCount);
+
+    BNode* bottom = root.Get();
+    for (int i = 0; i < kCount; ++i)
+        bottom = Append(*bottom, QD_W("x"));
+    const WString deep = BBank::PATH(bottom);
+    EXPECT_EQ(deep.Length(), 2U * kCount);
+    EXPECT_EQ(bank.Container(deep), bottom);
+}

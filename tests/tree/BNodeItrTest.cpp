@@ -1,0 +1,259 @@
+#include "core/tree/BNodeItr.h"
+
+#include "tests/tree/TreeTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+/// The texts of the nodes that are left to walk, with a blank between them.
+WString Rest(BNodeItr& itr)
+{
+    WString texts;
+    for (; itr; ++itr) {
+        if (!texts.IsEmpty())
+            texts += QD_W(' ');
+        texts += itr.Current()->GetText();
+    }
+    return texts;
+}
+
+WString Walked(BNode* start, BNodeItr::EMode mode)
+{
+    BNodeItr itr(start, mode);
+    return Rest(itr);
+}
+
+/// S with the children A (A1, A2 with A21) and B (B1).
+struct SmallTree {
+    SP<BNode> s = Named(QD_W("S"));
+    BNode* a = Append(*s, QD_W("A"));
+    BNode* b = Append(*s, QD_W("B"));
+    BNode* a1 = Append(*a, QD_W("A1"));
+    SP<BNode> a2 = Append(*a, QD_W("A2"));
+    BNode* a21 = Append(*a2, QD_W("A21"));
+    BNode* b1 = Append(*b, QD_W("B1"));
+};
+
+template <typename Itr>
+int CountSteps(Itr itr)
+{
+    int steps = 0;
+    for (; itr; ++itr)
+        ++steps;
+    return steps;
+}
+
+} // namespace
+
+TEST(BNodeItr, WalksASubtreeAndNothingElse)
+{
+    const SmallTree tree;
+    struct Case {
+        const char* what;
+        BNode* start;
+        std::vector<BNode*> inactive;
+        const WChar *all, *active;
+    };
+    const Case cases[] = {
+        {"the root", tree.s.Get(), {}, QD_W("S A A1 A2 A21 B B1"), QD_W("S A A1 A2 A21 B B1")},
+        {"inside", tree.a2.Get(), {}, QD_W("A2 A21"), QD_W("A2 A21")},
+        {"a leaf", tree.b1, {}, QD_W("B1"), QD_W("B1")},
+        {"none", nullptr, {}, QD_W(""), QD_W("")},
+        {"without a branch", tree.s.Get(), {tree.a}, QD_W("S A A1 A2 A21 B B1"), QD_W("S B B1")},
+        {"without the last",
+         tree.s.Get(),
+         {tree.a2.Get(), tree.b},
+         QD_W("S A A1 A2 A21 B B1"),
+         QD_W("S A A1")},
+        {"from an inactive node", tree.a, {tree.a, tree.a1}, QD_W("A A1 A2 A21"), QD_W("A A2 A21")},
+    };
+    for (const Case& c : cases) {
+        for (BNode* node : c.inactive)
+            node->Deactivate();
+        EXPECT_EQ(Walked(c.start, BNodeItr::All), c.all) << c.what;
+        EXPECT_EQ(Walked(c.start, BNodeItr::ActiveOnly), c.active) << c.what;
+        for (BNode* node : c.inactive)
+            node->Activate(true);
+    }
+}
+
+TEST(BNodeItr, CopiesWalkOnTheirOwn)
+{
+    const SmallTree tree;
+    BNodeItr itr(tree.s.Get(), BNodeItr::All);
+    ++(++itr);
+    BNodeItr copy = itr;
+    EXPECT_EQ(Rest(itr), QD_W("A1 A2 A21 B B1"));
+    EXPECT_FALSE(itr.IsValid());
+    EXPECT_FALSE(++itr) << "nothing happens at the end";
+    EXPECT_EQ(copy.Current(), tree.a1);
+    itr = std::move(copy);
+    EXPECT_EQ(itr++, tree.a1);
+    EXPECT_EQ(itr.Current(), tree.a2);
+    tree.s->Deactivate();
+    itr.Restart();
+    EXPECT_EQ(itr.Current(), tree.s);
+}
+
+TEST(BNodeItr, StaysSafeWhenTheTreeIsEditedElsewhere)
+{
+    struct Case {
+        const char* what;
+        const WChar* stand;
+        void (*edit)(SmallTree&);
+        const WChar* rest; // behind the node at which the iterator stands
+    };
+    const Case cases[] = {
+        {"added below", QD_W("B1"), [](SmallTree& t) { Append(*t.b1, QD_W("new")); }, QD_W("new")},
+        {"next removed", QD_W("A1"), [](SmallTree& t) { t.a->RemoveChild(1); }, QD_W("B B1")},
+        {"next moved", QD_W("A1"),
+         [](SmallTree& t) { t.a->RemoveChild(1), t.b->AddChild(t.a2.Get(), -1); },
+         QD_W("B B1 A2 A21")},
+        {"taken out", QD_W("A2"), [](SmallTree& t) { t.a->RemoveChild(1); }, QD_W("A21")},
+        {"moved", QD_W("A2"),
+         [](SmallTree& t) { t.a->RemoveChild(1), t.s->AddChild(t.a2.Get(), 0); }, QD_W("A21 B B1")},
+        {"parent taken out", QD_W("A1"), [](SmallTree& t) { t.s->RemoveChild(t.a); }, QD_W("")},
+        {"all removed", QD_W("B"), [](SmallTree& t) { t.s->RemoveChildren(); }, QD_W("B1")},
+        {"tree dropped", QD_W("A2"), [](SmallTree& t) { t.s = nullptr; }, QD_W("A21 B B1")},
+        {"next deactivated", QD_W("A1"), [](SmallTree& t) { t.a2->Deactivate(); }, QD_W("B B1")},
+    };
+    for (const Case& c : cases) {
+        SmallTree tree;
+        BNodeItr itr(tree.s.Get(), BNodeItr::ActiveOnly);
+        while (itr && itr.Current()->GetText() != c.stand)
+            ++itr;
+        ASSERT_TRUE(itr) << c.what;
+        c.edit(tree);
+        ++itr;
+        EXPECT_EQ(Rest(itr), c.rest) << c.what;
+    }
+}
+
+TEST(BNodeItr, ANodeThatOnlyTheIteratorHoldsIsLeftSafely)
+{
+    const SmallTree tree;
+    BNodeItr itr(tree.s.Get(), BNodeItr::All);
+    ++itr;
+    tree.s->RemoveChild(tree.a);
+    EXPECT_EQ(itr.Current()->GetText(), QD_W("A"));
+    ++itr; // A dies here
+    EXPECT_EQ(Rest(itr), QD_W("A1"));
+}
+
+TEST(BNodeItr, ChildrenAreWalkedAndRemoved)
+{
+    const SmallTree tree;
+    Append(*tree.s, QD_W("C"));
+    BNodeChildItr itr(*tree.s);
+    EXPECT_EQ(itr++, tree.a);
+    EXPECT_EQ(itr.Current(), tree.b);
+    itr.RemoveCurrent();
+    EXPECT_EQ(Order(*tree.s), QD_W("A C"));
+    EXPECT_EQ(itr.Current(), tree.s->Child(1));
+    itr.RemoveCurrent();
+    EXPECT_FALSE(itr.IsValid());
+    itr.RemoveCurrent();
+    ++itr;
+    EXPECT_EQ(Order(*tree.s), QD_W("A")) << "nothing happens at the end";
+    itr.Restart();
+    EXPECT_EQ(itr.Current(), tree.a);
+
+    const BNodeChildItr other = itr;
+    itr.RemoveCurrent();
+    BNodeChildItr left = other;
+    EXPECT_EQ(left.Current()->GetText(), QD_W("A")) << "it is held";
+    left.RemoveCurrent();
+    EXPECT_FALSE(left) << "removed elsewhere";
+    for (const WChar* text : {QD_W("D"), QD_W("E"), QD_W("F")})
+        Append(*tree.s, text);
+    for (itr = BNodeChildItr(*tree.s); itr;)
+        itr.RemoveCurrent();
+    EXPECT_EQ(tree.s->ChildNum(), 0);
+}
+
+TEST(BNodeAttribItr, WalksWhatTheListHoldsWhateverHappensToIt)
+{
+    const SP<BNode> node(new BNode);
+    const WChar* const names[] = {QD_W("a"), QD_W("b"), QD_W("c"), QD_W("d"), QD_W("e")};
+    for (const WChar* name : names)
+        node->AddAttrib(new NumberAttribute(name, 0));
+    BNodeAttribItr itr(*node);
+    EXPECT_EQ(itr++->Name(), QD_W("a"));
+    itr.RemoveCurrent(); // b
+    EXPECT_EQ(itr.Current()->Name(), QD_W("c"));
+    node->RemoveAttrib(QD_W("d"));
+    ++itr;
+    EXPECT_EQ(itr.Current()->Name(), QD_W("e")) << "d was removed elsewhere";
+    node->AddAttrib(new NumberAttribute(QD_W("f"), 0));
+    itr.RemoveCurrent();
+    EXPECT_EQ(itr.Current()->Name(), QD_W("f"));
+    const BNodeAttribItr onLast = itr;
+    node->RemoveAttrib(QD_W("f"));
+    EXPECT_EQ(itr.Current()->Name(), QD_W("f")) << "it is held";
+    ++itr;
+    EXPECT_FALSE(itr) << "removed elsewhere";
+    itr = onLast;
+    itr.RemoveCurrent();
+    EXPECT_FALSE(itr);
+    itr.Restart();
+    itr.RemoveCurrent();
+    itr.RemoveCurrent();
+    itr.RemoveCurrent();
+    EXPECT_EQ(node->AttribNum(), 0);
+}
+
+namespace {
+
+/// Steps an iterator while it dies.
+class SteppingAttribute : public NumberAttribute {
+public:
+    explicit SteppingAttribute(BNodeAttribItr& itr)
+        : NumberAttribute(QD_W("stepping"), 0)
+        , m_itr(itr)
+    {}
+    ~SteppingAttribute() override { ++m_itr; }
+
+private:
+    BNodeAttribItr& m_itr;
+};
+
+} // namespace
+
+TEST(BNodeAttribItr, MayBeSteppedWhileItsListIsEmptied)
+{
+    const SP<BNode> node(new BNode);
+    node->AddAttrib(new NumberAttribute(QD_W("a"), 0));
+    BNodeAttribItr itr(*node);
+    node->AddAttrib(new SteppingAttribute(itr));
+    node->AddAttrib(new NumberAttribute(QD_W("z"), 0));
+    node->RemoveAttribs();
+    EXPECT_FALSE(itr);
+}
+
+TEST(BNodeAnnotationItr, WalksAndRemoves)
+{
+    const SP<BNode> node(new BNode);
+    std::vector<SP<BSmartObj>> objects;
+    for (int i = 0; i < 4; ++i) {
+        objects.emplace_back(new CountedPayload);
+        node->AddAnnotation(objects.back().Get());
+    }
+    BNodeAnnotationItr itr(*node);
+    EXPECT_EQ(itr++, objects[0]);
+    itr.RemoveCurrent();
+    EXPECT_EQ(itr.Current(), objects[2]);
+    node->RemoveAnnotation(objects[0].Get());
+    node->AddAnnotation(objects[0].Get());
+    EXPECT_EQ(CountSteps(itr), 3);
+    ++(++itr);
+    EXPECT_EQ(itr.Current(), objects[0]);
+    node->RemoveAnnotations();
+    objects.clear();
+    EXPECT_EQ(CountedPayload::alive, 1) << "the current one is held";
+    ++itr;
+    EXPECT_FALSE(itr);
+    EXPECT_EQ(CountedPayload::alive, 0);
+}
