@@ -5,6 +5,7 @@
 #include "core/platform/WChar.h"
 
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -287,3 +288,9 @@ private:
 [[nodiscard]] QD_CORE_API BString operator+(const BString& a, const BString& b);
 [[nodiscard]] QD_CORE_API BString operator+(const BString& a, const char* b);
 [[nodiscard]] QD_CORE_API BString operator+(const char* a, const BString& b);
+/// Not this: the text would decay to a pointer, and the sum point beyond its end. A character is
+/// appended by `+=`.
+template <std::same_as<char> Character>
+BString operator+(const BString& text, Character character) = delete;
+template <std::same_as<char> Character>
+BString operator+(Character character, const BString& text) = delete;

@@ -5,6 +5,7 @@
 #include "core/platform/WChar.h"
 
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -304,3 +305,9 @@ private:
 [[nodiscard]] QD_CORE_API WString operator+(const WString& a, const WString& b);
 [[nodiscard]] QD_CORE_API WString operator+(const WString& a, const WChar* b);
 [[nodiscard]] QD_CORE_API WString operator+(const WChar* a, const WString& b);
+/// Not this: the text would decay to a pointer, and the sum point beyond its end. A unit is
+/// appended by `+=`.
+template <std::same_as<WChar> Unit>
+WString operator+(const WString& text, Unit unit) = delete;
+template <std::same_as<WChar> Unit>
+WString operator+(Unit unit, const WString& text) = delete;
