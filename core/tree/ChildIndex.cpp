@@ -4,22 +4,26 @@
 #include "core/platform/Collation.h"
 #include "core/tree/BNode.h"
 
+#include <bit>
+#include <functional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace {
 
-std::string KeyOf(const WChar* text)
+std::uint64_t HashOf(const WChar* text)
 {
     std::string key;
     platform::AppendCollationKey(text, platform::Length(text), platform::ECase::Ignored, key);
-    return key;
+    return std::hash<std::string_view>()(key);
 }
 
 } // namespace
 
 ChildIndex::ChildIndex(const BNode& parent)
+    : m_slots(std::bit_ceil(2 * (static_cast<std::size_t>(parent.ChildNum()) + 1)))
 {
-    m_byKey.reserve(static_cast<std::size_t>(parent.ChildNum()));
     for (const SP<BNode>& child : parent.m_children) {
         if (child)
             Add(*child);
@@ -28,37 +32,101 @@ ChildIndex::ChildIndex(const BNode& parent)
 
 BNode* ChildIndex::Find(const WChar* text) const
 {
-    const auto found = m_byKey.find(KeyOf(text));
-    return found == m_byKey.end() ? nullptr : found->second.first;
+    return m_slots[SlotOf(HashOf(text), text)].first;
+}
+
+// The slot of that text, or the free one that it would take.
+std::size_t ChildIndex::SlotOf(std::uint64_t hash, const WChar* text) const
+{
+    const auto isOther = [&](const Slot& slot) {
+        return slot.hash != hash ||
+               platform::Collate(slot.first->m_text.CStr(), text, platform::ECase::Ignored) != 0;
+    };
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t slot = hash & mask;
+    while (m_slots[slot].first != nullptr && isOther(m_slots[slot]))
+        slot = (slot + 1) & mask;
+    return slot;
 }
 
 void ChildIndex::Add(BNode& child)
 {
-    Namesakes& namesakes = m_byKey[KeyOf(child.m_text.CStr())];
-    BNode* later = &child;
-    if (namesakes.first == nullptr || child.m_order < namesakes.first->m_order)
-        later = std::exchange(namesakes.first, &child);
-    if (later == nullptr)
+    if (2 * m_taken >= m_slots.size())
+        Grow();
+    const WChar* text = child.m_text.CStr();
+    const std::uint64_t hash = HashOf(text);
+    Slot& slot = m_slots[SlotOf(hash, text)];
+    if (slot.first == nullptr) {
+        slot = {hash, &child};
+        ++m_taken;
         return;
-    if (!namesakes.others)
-        namesakes.others = std::make_unique<std::map<std::int64_t, BNode*>>();
-    namesakes.others->emplace(later->m_order, later);
+    }
+    if (child.m_order >= slot.first->m_order) {
+        m_later[slot.first].emplace(child.m_order, &child);
+        return;
+    }
+    auto later = m_later.extract(slot.first);
+    auto& namesakes = later ? later.mapped() : m_later[&child];
+    namesakes.emplace(slot.first->m_order, slot.first);
+    slot.first = &child;
+    if (later) {
+        later.key() = &child;
+        m_later.insert(std::move(later));
+    }
 }
 
 void ChildIndex::Remove(const BNode& child)
 {
-    const auto found = m_byKey.find(KeyOf(child.m_text.CStr()));
-    if (found == m_byKey.end())
+    const WChar* text = child.m_text.CStr();
+    const std::size_t place = SlotOf(HashOf(text), text);
+    Slot& slot = m_slots[place];
+    if (slot.first == nullptr)
         return;
-    Namesakes& namesakes = found->second;
-    if (namesakes.first != &child) {
-        if (namesakes.others)
-            namesakes.others->erase(child.m_order);
-    } else if (!namesakes.others || namesakes.others->empty()) {
-        m_byKey.erase(found);
+    auto later = m_later.extract(slot.first);
+    if (!later) {
+        if (slot.first == &child)
+            Free(place);
+        return;
+    }
+    auto& namesakes = later.mapped();
+    if (slot.first == &child) {
+        slot.first = namesakes.begin()->second;
+        namesakes.erase(namesakes.begin());
     } else {
-        const auto next = namesakes.others->begin();
-        namesakes.first = next->second;
-        namesakes.others->erase(next);
+        namesakes.erase(child.m_order);
+    }
+    later.key() = slot.first;
+    if (!namesakes.empty())
+        m_later.insert(std::move(later));
+}
+
+void ChildIndex::Grow()
+{
+    const std::vector<Slot> former = std::exchange(m_slots, std::vector<Slot>(2 * m_slots.size()));
+    const std::size_t mask = m_slots.size() - 1;
+    for (const Slot& slot : former) {
+        if (slot.first == nullptr)
+            continue;
+        std::size_t place = slot.hash & mask;
+        while (m_slots[place].first != nullptr)
+            place = (place + 1) & mask;
+        m_slots[place] = slot;
+    }
+}
+
+// What clashed with the slot moves up, so that no search stops too early. Knuth, The Art of
+// Computer Programming 3 (1998), 6.4, algorithm R.
+void ChildIndex::Free(std::size_t slot)
+{
+    const std::size_t mask = m_slots.size() - 1;
+    m_slots[slot].first = nullptr;
+    --m_taken;
+    for (std::size_t next = (slot + 1) & mask; m_slots[next].first != nullptr;
+         next = (next + 1) & mask) {
+        const std::size_t wanted = m_slots[next].hash & mask;
+        if (((next - wanted) & mask) < ((next - slot) & mask))
+            continue;
+        m_slots[slot] = std::exchange(m_slots[next], {});
+        slot = next;
     }
 }

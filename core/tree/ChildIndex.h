@@ -2,18 +2,19 @@
 
 #include "core/platform/WChar.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <memory>
-#include <string>
 #include <unordered_map>
+#include <vector>
 
 class BNode;
 
 /// Finds a node's children by text where there are many of them.
 ///
-/// Texts are keyed by their collation keys without case, so that texts that compare equal share a
-/// key; of the children that share one, the first in the child list is found.
+/// Texts are found by a hash of their collation keys without case, so that texts that compare equal
+/// meet; of the children that share one, the first in the child list is found. The table holds one
+/// slot for each text, at most half of them taken, and a clash takes the next free slot.
 class ChildIndex {
 public:
     explicit ChildIndex(const BNode& parent);
@@ -27,10 +28,17 @@ public:
     void Remove(const BNode& child);
 
 private:
-    struct Namesakes {
-        BNode* first = nullptr;
-        std::unique_ptr<std::map<std::int64_t, BNode*>> others; // by place; null: there are none
+    struct Slot {
+        std::uint64_t hash = 0;
+        BNode* first = nullptr; // null: the slot is free
     };
 
-    std::unordered_map<std::string, Namesakes> m_byKey;
+    [[nodiscard]] std::size_t SlotOf(std::uint64_t hash, const WChar* text) const;
+    void Grow();
+    void Free(std::size_t slot);
+
+    std::vector<Slot> m_slots; // a power of two of them
+    std::size_t m_taken = 0;
+    // Those that are called as the first of their text is, by place in the list.
+    std::unordered_map<const BNode*, std::map<std::int64_t, BNode*>> m_later;
 };

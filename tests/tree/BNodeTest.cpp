@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -136,6 +139,39 @@ TEST(BNode, ManyChildrenAreFoundAfterEveryChange)
     EXPECT_EQ(root->Child(QD_W("node1")), nullptr);
     const BNode* again = Append(*root, QD_W("node1"));
     EXPECT_EQ(root->Child(QD_W("Node1")), again);
+}
+
+TEST(BNode, ChangesInAnyOrderLeaveTheFirstOfEachText)
+{
+    constexpr int kTexts = 200;
+    const SP<BNode> root = Named(QD_W("root"));
+    std::vector<WString> texts;
+    for (int i = 0; i < kTexts; ++i)
+        texts.push_back(WString(QD_W("t")) + WString::FromInt(i));
+    std::mt19937 random(1);
+    const auto anyText = [&] { return texts[random() % kTexts].CStr(); };
+    const auto anyIndex = [&] {
+        return static_cast<int>(random() % static_cast<unsigned>(root->ChildNum()));
+    };
+    for (int i = 0; i < kTexts; ++i)
+        Append(*root, anyText());
+    for (int round = 0; round < 50; ++round) {
+        for (int i = 0; i < 20; ++i) {
+            root->RemoveChild(anyIndex());
+            root->Child(anyIndex())->SetText(anyText());
+            root->AddChild(Named(anyText()).Get(), i % 2 == 0 ? -1 : 0);
+        }
+        std::map<std::u16string, BNode*> first;
+        for (const BNode* child = root->Child(0); child != nullptr; child = child->Sister()) {
+            const WString text = child->GetText();
+            first.try_emplace(std::u16string(text.CStr(), text.CStr() + text.Length()),
+                              const_cast<BNode*>(child));
+        }
+        for (const WString& text : texts) {
+            const auto found = first.find({text.CStr(), text.CStr() + text.Length()});
+            ASSERT_EQ(root->Child(text.CStr()), found != first.end() ? found->second : nullptr);
+        }
+    }
 }
 
 TEST(BNode, SuggestsTextsThatNoChildHas)
