@@ -130,7 +130,7 @@ private:
 struct Tupel {
     SP<BSmartObj> object;
     BString label;
-    std::uint32_t index;
+    std::uint32_t index; // 0: the object had none when it was queued
 };
 
 // The writing half of an archive.
@@ -143,7 +143,7 @@ public:
     void Insert(BSmartObj* object, const char* label, PointerMap& indices);
     void WriteQueued(BArchive& archive);
 
-    // The object whose record is being written, so that its index needs no look-up.
+    // The object whose record is being written, so that its index mostly needs no look-up.
     [[nodiscard]] const Tupel* Current() const noexcept { return m_current; }
 
     RecordWriter file;
@@ -355,9 +355,9 @@ public:
         , mode(archiveMode)
     {
         if (mode == ModeWrite)
-            saver = std::make_unique<NArchive::Saver>(archivePath);
+            saver = std::make_unique<NArchive::Saver>(path.CStr());
         else
-            loader = std::make_unique<NArchive::Loader>(archivePath);
+            loader = std::make_unique<NArchive::Loader>(path.CStr());
     }
 
     template <typename T>
@@ -471,10 +471,8 @@ WString BArchive::Path() const
 
 void BArchive::Insert(BSmartObj* obj, const char* label)
 {
-    if (m_impl->saver && obj != nullptr) {
-        MapPointerToIndex(obj);
+    if (m_impl->saver && obj != nullptr)
         m_impl->saver->Insert(obj, label, m_impl->indices);
-    }
 }
 
 SP<BSmartObj> BArchive::TakeOut(const char* label)
@@ -510,11 +508,12 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
     if (p == nullptr)
         return 0;
     const NArchive::Tupel* current = m_impl->saver ? m_impl->saver->Current() : nullptr;
-    if (current != nullptr && current->object.Get() == p)
+    if (current != nullptr && current->object.Get() == p && current->index != 0)
         return current->index;
-    if (m_impl->indices.Count() > std::numeric_limits<std::uint32_t>::max())
+    PointerMap::Entry& entry = m_impl->indices.FindOrAdd(p);
+    if (!m_impl->indices.Mention(entry))
         ThrowError();
-    return m_impl->indices.FindOrAdd(p).index;
+    return entry.index;
 }
 
 void* BArchive::IndexToPtr(std::uint64_t index) const noexcept

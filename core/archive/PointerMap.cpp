@@ -1,17 +1,28 @@
 #include "core/archive/PointerMap.h"
 
+#include <limits>
 #include <utility>
 
 PointerMap::Entry& PointerMap::FindOrAdd(const void* pointer)
 {
-    if (3 * m_count >= 2 * m_capacity)
+    if (3 * (m_count + 1) > 2 * m_capacity)
         Grow();
     Entry& entry = Place(pointer);
     if (entry.pointer == nullptr) {
         entry.pointer = pointer;
-        entry.index = static_cast<std::uint32_t>(m_count++);
+        ++m_count;
     }
     return entry;
+}
+
+bool PointerMap::Mention(Entry& entry) noexcept
+{
+    if (entry.index != 0)
+        return true;
+    if (m_lastIndex == std::numeric_limits<std::uint32_t>::max())
+        return false;
+    entry.index = ++m_lastIndex;
+    return true;
 }
 
 PointerMap::Entry& PointerMap::Place(const void* pointer) const noexcept

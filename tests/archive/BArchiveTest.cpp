@@ -150,9 +150,9 @@ TEST_F(BArchiveTest, WritesTheDocumentedBytes)
     EXPECT_EQ(Written(InsertGraph),
               header +
                   record("1", "first",
-                         "\1\0\0\0"s + "\2\0\0\0"s + "\3\0\0\0\0\0\0\0"s + "\3\0\0\0\0\0\0\0"s) +
-                  record("2", "third", "\3\0\0\0\0\0\0\0"s) +
-                  record("3", "", two + "\0\0\0\0\0\0\0\0"s + "\1\0\0\0\0\0\0\0"s));
+                         "\1\0\0\0"s + "\2\0\0\0"s + "\2\0\0\0\0\0\0\0"s + "\2\0\0\0\0\0\0\0"s) +
+                  record("3", "third", "\3\0\0\0\0\0\0\0"s) + // queued, not mentioned before
+                  record("2", "", two + "\0\0\0\0\0\0\0\0"s + "\1\0\0\0\0\0\0\0"s));
 }
 
 TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
@@ -169,10 +169,10 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
     EXPECT_EQ(second->Link(0), nullptr);
     EXPECT_EQ(second->Link(1), first);
     EXPECT_EQ(first->m_associated, 1);
-    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(3)), second);
-    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(2)), nullptr) << "not asked for yet";
+    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(2)), second);
+    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(3)), nullptr) << "not asked for yet";
     EXPECT_EQ(archive.TakeOut("first"), object);
-    EXPECT_EQ(archive.TakeOut("3"), second) << "an index text is a name, too";
+    EXPECT_EQ(archive.TakeOut("2"), second) << "an index text is a name, too";
     EXPECT_NE(archive.TakeOut("third"), nullptr);
     EXPECT_EQ(first->m_associated, 1) << "once, however often the archive is asked";
     second->m_links.clear();
