@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/base/BKeyTraits.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/SP.h"
 
@@ -36,7 +37,13 @@ public:
     [[nodiscard]] Record* FindLabel(std::string_view label);
 
 private:
-    using Names = std::unordered_map<std::string, std::uint32_t>; // number of a record
+    struct NameHash { // seeded: a file must not choose names that collide
+        std::size_t operator()(const std::string& name) const
+        {
+            return QDSeededHash(name.data(), name.size());
+        }
+    };
+    using Names = std::unordered_map<std::string, std::uint32_t, NameHash>; // number of a record
 
     void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
 
