@@ -80,12 +80,6 @@ bool RecordWriter::Flush()
     return IsGood();
 }
 
-bool RecordWriter::Close() noexcept
-{
-    std::FILE* stream = m_stream.release();
-    return stream != nullptr && std::fclose(stream) == 0;
-}
-
 void RecordWriter::WriteToFile(const void* bytes, std::uint64_t size)
 {
     if (std::fwrite(bytes, 1, size, m_stream.get()) != size)

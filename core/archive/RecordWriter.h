@@ -44,9 +44,6 @@ public:
     /// Hands all bytes to the system. False when the file is not good.
     bool Flush();
 
-    /// Closes the file. False when the system reports then that bytes were lost.
-    bool Close() noexcept;
-
 private:
     void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
     void WriteToFile(const void* bytes, std::uint64_t size);
