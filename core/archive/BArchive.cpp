@@ -267,7 +267,7 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
         if (sound)
             m_verifiedCount = i + 1;
     }
-    return sound ? object : nullptr;
+    return sound && file.IsGood() ? object : nullptr; // of a file that failed parts are missing
 }
 
 void Loader::TakeOutLater(RecordDirectory::Record* record)

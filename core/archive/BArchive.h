@@ -73,9 +73,10 @@ public:
     void Insert(BSmartObj* obj, const char* label);
 
     /// The object under a label, or else under an index text, rebuilt with all that it refers to;
-    /// the same object each time. Null when there is none, when it cannot be read, or when
-    /// `VerifyObj` of any rebuilt object says no. From inside `Read` or `UpdateAssociations` the
-    /// object is rebuilt at once, and what it refers to follows when the outer `TakeOut` goes on.
+    /// the same object each time. Null when there is none, when it cannot be read, when
+    /// the file fails meanwhile, or when `VerifyObj` of any rebuilt object says no. From inside
+    /// `Read` or `UpdateAssociations` the object is rebuilt at once, and what it refers to follows
+    /// when the outer `TakeOut` goes on.
     [[nodiscard]] SP<BSmartObj> TakeOut(const char* label);
 
     /// Queues an object for reading by its index text (`BSmartObj::Id(index)`).

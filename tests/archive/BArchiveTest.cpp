@@ -391,6 +391,25 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNull)
         << "one that fails its self-check spoils the archive";
 }
 
+TEST_F(BArchiveTest, AFileThatIsCutWhileItIsReadGivesNoHalfObjects)
+{
+    const std::string bytes = Written([](BArchive& archive) {
+        const SP<ArchiveItem> root(new ArchiveItem(1));
+        for (int i = 0; i < 2; ++i) {
+            const SP<ArchiveItem> large(new ArchiveItem(2));
+            large->m_links.resize(10'000);
+            root->m_links.push_back(large);
+        }
+        archive.Insert(root.Get(), "root");
+        archive.Flush();
+    });
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    EXPECT_TRUE(archive.IsGood());
+    std::filesystem::resize_file(m_folder / "a.qda", bytes.size() / 2);
+    EXPECT_EQ(archive.TakeOut("root"), nullptr);
+    EXPECT_FALSE(archive.IsGood());
+}
+
 TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
 {
     SP<Unwritable> unwritable(new Unwritable);
