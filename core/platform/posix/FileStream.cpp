@@ -110,7 +110,12 @@ int OpenFlags(const OpenMode& mode)
 
 Descriptor OpenFile(const WChar* path, int flags)
 {
-    Descriptor file(::open(ToNativePath(path).c_str(), flags | O_CLOEXEC, 0666));
+    // A pipe without another end must not keep the caller waiting: opened so, one to read is empty,
+    // and one to write cannot be opened.
+    flags |= O_CLOEXEC;
+    Descriptor file(::open(ToNativePath(path).c_str(), flags | O_NONBLOCK, 0666));
+    if (file.IsOpen())
+        ::fcntl(file.Get(), F_SETFL, flags);
     struct stat status = {};
     if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
         file = Descriptor();

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <string>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 TEST(FileStreamOnLinux, NamesEveryFile)
 {
@@ -142,4 +143,17 @@ TEST(FileStreamOnLinux, JoinsSurrogatesAcrossBuffers)
     ASSERT_TRUE(stream &&
                 platform::ReadText(stream.get(), read.data(), static_cast<int>(read.size())));
     EXPECT_TRUE(read.substr(0, text.size() + 1) == text + u'\0');
+}
+
+TEST(FileStreamOnLinux, APipeWithoutAnotherEndKeepsNobodyWaiting)
+{
+    const TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    const platform::Stream input = platform::OpenStream(folder.Path("pipe"), u"rb");
+    ASSERT_NE(input, nullptr);
+    EXPECT_EQ(std::fgetc(input.get()), EOF);
+    EXPECT_NE(platform::OpenStream(folder.Path("pipe"), u"wb"), nullptr) << "there is a reader";
+    const WString lonely = folder.Path("lonely");
+    ASSERT_EQ(::mkfifo((folder / "lonely").c_str(), 0600), 0);
+    EXPECT_EQ(platform::OpenStream(lonely, u"wb"), nullptr);
 }
