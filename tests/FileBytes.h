@@ -16,9 +16,3 @@ inline void WriteFileBytes(const std::filesystem::path& path, const std::string&
     std::ofstream(path, std::ios::binary)
         .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
-
-/// A file that is kept with the tests: what the library wrote is compared with it.
-inline std::filesystem::path GoldenFile(const char* name)
-{
-    return std::filesystem::path(QD_GOLDEN_FOLDER) / name;
-}

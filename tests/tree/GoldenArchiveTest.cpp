@@ -3,6 +3,7 @@
 #include "core/tree/BNode.h"
 
 #include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/tree/TreeTestObjects.h"
 
