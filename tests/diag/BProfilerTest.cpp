@@ -1,6 +1,7 @@
 #include "core/diag/BProfiler.h"
 
 #include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
