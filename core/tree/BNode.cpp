@@ -48,6 +48,13 @@ T& Published(T*& place, Make make)
     return *present;
 }
 
+// For a function that reports more than once: a receiver may let go of the node. One that nothing
+// owns, on the stack or new, must not be counted.
+SP<BNode> Held(BNode& node)
+{
+    return node.RefCount() > 0 ? &node : nullptr;
+}
+
 template <typename List>
 auto PlaceOf(List& list, const BSmartObj* object)
 {
@@ -368,6 +375,7 @@ void BNode::RemoveAnnotations()
 
 void BNode::Clear()
 {
+    const SP<BNode> held = Held(*this);
     RemoveAttribs();
     RemoveAnnotations();
     RemoveChildren();
@@ -438,6 +446,7 @@ void BNode::Copy(const BNode& other)
 {
     if (&other == this)
         return;
+    const SP<BNode> held = Held(*this);
     const SP<BNode> copy(new BNode);
     copy->CopyTreeOf(other);
     const bool isMessageDispatcher = std::exchange(copy->m_isMessageDispatcher, false);

@@ -47,6 +47,10 @@ class ChildIndex;
 /// an index give null for them, and `Sister` steps over them. A node read from a document in which
 /// a node leads to itself or stands in two places refuses itself (`VerifyObj`).
 ///
+/// A receiver may change the tree from inside a report, and let go of the node. It must not put a
+/// node into an `SP` that nothing owns yet (`RefCount()` 0), as one that is being constructed with
+/// an object: letting go of it again would destroy it.
+///
 /// Refusals are told by false or null; nothing throws. No lock: one thread at a time changes a
 /// tree; any number of threads may read it meanwhile nobody does.
 class QD_CORE_API BNode : public BSmartObj {

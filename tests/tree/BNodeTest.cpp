@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -282,6 +283,50 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
     static_cast<void>(dispatcher.Sent());
     root->Clear();
     expect("clear", {{3079, r, 0}, {3079, r, 0}, {3076, r, 0}, {3081, r, 0}});
+}
+
+// A dispatcher whose receiver empties a node as soon as anything is reported.
+class EmptyingDispatcher : public BDispatcher {
+public:
+    explicit EmptyingDispatcher(BNode* node)
+        : m_node(node)
+    {}
+    bool Send(unsigned int, std::uint64_t, std::uint64_t) override
+    {
+        if (BNode* const node = std::exchange(m_node, nullptr))
+            node->RemoveChildren();
+        return true;
+    }
+    bool Post(unsigned int, std::uint64_t, std::uint64_t) override { return false; }
+    unsigned long ThreadId() const override { return QDCurrentThreadId(); }
+    bool AddReceiver(BMessageReceiver*) override { return false; }
+    bool RemoveReceiver(BMessageReceiver*) override { return false; }
+
+private:
+    BNode* m_node;
+};
+
+// The sanitizers watch for what the functions touch afterwards.
+TEST(BNode, AReceiverMayLetGoOfTheNodeThatReports)
+{
+    const SP<BNode> source = Named(QD_W("source"));
+    Append(*source, QD_W("below"));
+    void (*const changes[])(BNode&, const BNode&) = {
+        [](BNode& node, const BNode&) { node.AddChild(new BNode, -1); },
+        [](BNode& node, const BNode&) { node.RemoveChild(0); },
+        [](BNode& node, const BNode&) { node.Clear(); },
+        [](BNode& node, const BNode& other) { node.Copy(other); },
+    };
+    for (const auto change : changes) {
+        const SP<BNode> root(new BNode);
+        BNode* const node = Append(*root, QD_W("node"));
+        Append(*node, QD_W("child"));
+        node->AddAnnotation(source.Get());
+        BDispatcher::RegisterDispatcher(SP<BDispatcher>(new EmptyingDispatcher(root.Get())));
+        change(*node, *source);
+        BDispatcher::RegisterDispatcher(nullptr);
+        EXPECT_EQ(root->ChildNum(), 0);
+    }
 }
 
 TEST(BNode, FlagsAnswerForTheBranch)
