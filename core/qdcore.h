@@ -34,6 +34,7 @@
 #include "core/geometry/BRgb.h"
 #include "core/geometry/BRgba.h"
 #include "core/geometry/BSize.h"
+#include "core/language/BLanguageMap.h"
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/tree/BAttribute.h"

@@ -7,7 +7,7 @@
 #include "core/units/BUnit.h"
 
 /// Classes of quantities; each has one unit in which it is shown.
-enum EUnitClass {
+enum EUnitClass : int {
     UnitClassNone = 0, // a mere number; the system never changes its unit
     UnitClassLength = 1,
     UnitClassArea = 2,
@@ -17,7 +17,7 @@ enum EUnitClass {
 };
 
 /// Settings that `BUnitSystem::ChangeUnit` knows by name.
-enum EUnit {
+enum EUnit : int {
     UnitMillimeter = 0, // length, area and volume
     UnitInch = 1,       // length
     UnitThou = 2,       // length, thousandths of an inch

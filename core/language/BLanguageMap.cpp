@@ -1,0 +1,469 @@
+#include "core/language/BLanguageMap.h"
+
+#include "core/file/BFile.h"
+#include "core/language/LanguageReader.h"
+#include "core/language/LanguageTable.h"
+#include "core/platform/CharClass.h"
+#include "core/platform/FileReplacement.h"
+#include "core/platform/FileStream.h"
+#include "core/platform/FileSystem.h"
+#include "core/platform/FormatText.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Text = std::basic_string<WChar>;
+using View = std::basic_string_view<WChar>;
+
+constexpr int kGood = 0;
+constexpr int kNoFile = 1;
+constexpr int kNoOutput = 5;
+constexpr int kInvalidKey = 7356;
+constexpr int kMissingText = 7357;
+constexpr int kSameText = 7358;
+constexpr int kKnownKey = 7359;
+constexpr int kBadLines = 7360;
+
+constexpr std::size_t kCellCount = 3;
+constexpr WChar kKeySign = '$';
+constexpr WChar kQuote = '"';
+constexpr WChar kByteOrderMark = 0xFEFF;
+constexpr WChar kNoTextUnit = 0xFFFF; // a text stream takes it for its end
+constexpr WChar kReadMode[] = QD_W("r,ccs=UTF-16LE");
+
+// Holds one reference. A plain pointer, so that no static object of an application finds it
+// destroyed.
+constinit BLanguageMap* g_instance = nullptr;
+
+View ViewOf(const WString& text)
+{
+    return {text.CStr(), text.Length()};
+}
+
+bool IsKey(View text)
+{
+    return text.starts_with(kKeySign);
+}
+
+// The length of the key that `text`, which begins with "$", begins with.
+std::size_t KeyLength(View text)
+{
+    const auto end = std::find_if_not(text.begin() + 1, text.end(), [](WChar unit) {
+        return BLanguageMap::IsAlNumUnderscore(unit);
+    });
+    return static_cast<std::size_t>(end - text.begin());
+}
+
+void AppendTranslation(Text& out, View key, const LanguageTable& table, bool isTestMode)
+{
+    const LanguageTable::Entry* const entry = table.Find(key);
+    if (entry == nullptr) {
+        out += key;
+        return;
+    }
+    const View mark = isTestMode ? View(QD_W("*")) : View();
+    out.append(mark).append(entry->text).append(mark);
+}
+
+// The escape of `unit`, empty when it needs none. `next` is the unit behind it, 0 at the end.
+View EscapeOf(WChar unit, WChar next)
+{
+    switch (unit) {
+    case '\n': return QD_W("\\n");
+    case '\r': return QD_W("\\r");
+    case '\t': return QD_W("\\t");
+    case 0x1A: return QD_W("\\x1A"); // ends the text where it stands
+    case '\\': {
+        // What would make an escape of it: such a letter, or an escape behind it.
+        const View continuing = QD_W("nrtx\\\n\r\t\x1A");
+        return continuing.find(next) != View::npos ? QD_W("\\\\") : View();
+    }
+    default: return {};
+    }
+}
+
+Text Escaped(View text)
+{
+    Text escaped;
+    for (std::size_t index = 0; index != text.size(); ++index) {
+        const WChar next = index + 1 != text.size() ? text[index + 1] : WChar(0);
+        if (const View escape = EscapeOf(text[index], next); !escape.empty())
+            escaped += escape;
+        else
+            escaped += text[index];
+    }
+    return escaped;
+}
+
+// Appends a cell that reads back as `text`.
+void AppendCell(Text& out, const WString& text)
+{
+    Text plain = text.CStr();
+    std::erase(plain, kNoTextUnit);
+    const Text escaped = Escaped(plain);
+    if (!escaped.starts_with(kQuote)) {
+        out += escaped;
+        return;
+    }
+    out += kQuote;
+    for (const WChar unit : escaped)
+        out.append(unit == kQuote ? 2 : 1, unit);
+    out += kQuote;
+}
+
+void AppendNumber(Text& out, std::int64_t number)
+{
+    WChar digits[platform::kIntegerTextRoom];
+    out.append(digits, platform::IntegerText(number, 10, digits));
+}
+
+void LogFault(Text& log, std::int64_t line, int code, const BArray<WString>& cells)
+{
+    log += QD_W("Line ");
+    AppendNumber(log, line);
+    log += QD_W(" : Error ");
+    AppendNumber(log, code);
+    for (const WString& cell : cells)
+        log.append(QD_W(" [")).append(cell).append(QD_W("]"));
+    log += QD_W("\n");
+}
+
+// `log` gathers the text: appending to a WString measures what is there.
+int ImportFile(BLanguageMap& map, const WString& path, Text& log, bool overwrite, bool fillMissing)
+{
+    log.append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
+    const platform::Stream stream = platform::OpenStream(path, kReadMode);
+    if (!stream)
+        return kNoFile;
+    int result = kGood;
+    std::int64_t line = 0, entries = 0;
+    LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
+    BArray<WString> cells;
+    while (reader.ReadLine(cells, kCellCount)) {
+        ++line;
+        if (cells[0].GetAt(0) != kKeySign)
+            continue;
+        ++entries;
+        const int code = map.Add(cells[0], cells[1], cells[2], overwrite, fillMissing);
+        if (code == kGood)
+            continue;
+        LogFault(log, line, code, cells);
+        result = kBadLines;
+    }
+    AppendNumber(log, entries);
+    log += QD_W(" entries loaded\n\n");
+    return result;
+}
+
+// `text` as a text stream of UTF-16LE writes it.
+bool WriteUtf16File(const WString& path, View text)
+{
+    Text units(1, kByteOrderMark);
+    for (const WChar unit : text) {
+        if (unit == '\n')
+            units += '\r';
+        units += unit;
+    }
+    platform::FileReplacement file(path);
+    std::FILE* const stream = file.Stream();
+    return stream != nullptr &&
+           std::fwrite(units.data(), sizeof(WChar), units.size(), stream) == units.size() &&
+           file.Commit();
+}
+
+WString Join(const WString& directory, const WString& name)
+{
+    const View view = ViewOf(directory);
+    const std::size_t separator = view.find_last_of(QD_W("/\\"));
+    WString path = directory;
+    path += separator == View::npos ? WChar('\\') : view[separator];
+    return path + name;
+}
+
+// The names of the files that match, in an order that is the same everywhere.
+std::vector<Text> FindNames(const WString& directory, const WString& pattern)
+{
+    std::vector<Text> names;
+    platform::FindFiles(Join(directory, pattern), [&](const platform::FoundFile& file) {
+        if (!file.isDirectory)
+            names.push_back(file.path.substr(file.path.find_last_of(QD_W("/\\")) + 1));
+        return true;
+    });
+    std::sort(names.begin(), names.end(), [](const Text& a, const Text& b) {
+        const int order =
+            platform::CompareIgnoringAsciiCase(a.c_str(), b.c_str(), std::max(a.size(), b.size()));
+        return order != 0 ? order < 0 : a < b;
+    });
+    return names;
+}
+
+// Calls `handle` for each name; the last result that is not 0.
+template <class Handle>
+int ForEachName(const std::vector<Text>& names, Handle handle)
+{
+    int result = names.empty() ? kNoFile : kGood;
+    for (const Text& name : names) {
+        if (const int code = handle(WString(name.c_str())); code != kGood)
+            result = code;
+    }
+    return result;
+}
+
+// True when the line is an entry that `translations` lacks.
+bool AppendMerged(Text& out, const BArray<WString>& cells, const BLanguageMap& translations)
+{
+    if (cells[0].IsEmpty()) {
+        out += QD_W("\t\t");
+        return false;
+    }
+    AppendCell(out, cells[0]);
+    if (!IsKey(ViewOf(cells[0]))) {
+        for (std::uint64_t index = 1; index != cells.Count(); ++index) {
+            if (cells[index].IsEmpty())
+                continue;
+            out += '\t';
+            AppendCell(out, cells[index]);
+        }
+        return false;
+    }
+    out += '\t';
+    AppendCell(out, cells[1]);
+    out += '\t';
+    WString translation;
+    if (!translations.Find(cells[0], translation, true)) {
+        out += QD_W("\tnew entry!");
+        return true;
+    }
+    AppendCell(out, translation);
+    return false;
+}
+
+} // namespace
+
+BLanguageMap::BLanguageMap()
+    : m_table(new LanguageTable)
+{}
+
+BLanguageMap::~BLanguageMap()
+{
+    delete m_table;
+}
+
+void BLanguageMap::RegisterInstance(SP<BLanguageMap> map)
+{
+    BSmartObj::Ref(map.Get());
+    BSmartObj::Unref(std::exchange(g_instance, map.Get()));
+}
+
+SP<BLanguageMap> BLanguageMap::Instance()
+{
+    return g_instance;
+}
+
+void BLanguageMap::SetCurrentLanguage(WString language)
+{
+    m_currentLanguage = std::move(language);
+}
+
+int BLanguageMap::Add(WString key, WString defaultText, WString text, bool overwrite,
+                      bool fillMissing)
+{
+    if (!IsIdValid(key))
+        return kInvalidKey;
+    const int missing = m_reportsMissing ? kMissingText : kGood;
+    int result = defaultText.IsEmpty() ? missing : kGood;
+    if (const LanguageTable::Entry* const old = m_table->Find(ViewOf(key))) {
+        if (!overwrite)
+            return kKnownKey;
+        m_table->Remove(*old);
+    }
+    if (text.IsEmpty() && fillMissing) {
+        text = defaultText;
+        result = missing;
+    }
+    if (m_table->Add({std::move(key), std::move(defaultText), std::move(text)}))
+        result = kSameText;
+    return result;
+}
+
+void BLanguageMap::Clear()
+{
+    m_table->RemoveAll();
+}
+
+bool BLanguageMap::Includes(WString key) const
+{
+    return m_table->Find(ViewOf(key)) != nullptr;
+}
+
+bool BLanguageMap::Find(const WString& key, WString& text, bool translated) const
+{
+    const LanguageTable::Entry* const entry = m_table->Find(ViewOf(key));
+    if (entry != nullptr)
+        text = translated ? entry->text : entry->defaultText;
+    return entry != nullptr;
+}
+
+const BMap<WString, WString>& BLanguageMap::StdDefaultMap() const noexcept
+{
+    return m_table->Defaults();
+}
+
+WString BLanguageMap::Translate(WString key) const
+{
+    const LanguageTable::Entry* const entry =
+        key.GetAt(0) == kKeySign ? m_table->Find(ViewOf(key)) : nullptr;
+    if (entry == nullptr)
+        return key;
+    return m_isTestMode ? QD_W("*") + entry->text + QD_W("*") : entry->text;
+}
+
+WString BLanguageMap::TranslateExt(WString text) const
+{
+    Text translated;
+    for (View rest = ViewOf(text); !rest.empty();) {
+        const std::size_t plain = std::min(rest.find(kKeySign), rest.size());
+        translated += rest.substr(0, plain);
+        rest.remove_prefix(plain);
+        if (rest.empty())
+            break;
+        const std::size_t length = KeyLength(rest);
+        AppendTranslation(translated, rest.substr(0, length), *m_table, m_isTestMode);
+        rest.remove_prefix(length);
+    }
+    return translated.c_str();
+}
+
+int BLanguageMap::TranslateBack(WString text, WString& keys, WString prefix,
+                                ELanguage language) const
+{
+    int count = 0;
+    Text found;
+    for (const auto& item : m_table->Defaults()) {
+        const WString& candidate =
+            language == LanguageDefault ? item.value : m_table->Find(ViewOf(item.key))->text;
+        if (!candidate.IEqual(text) || !HasPrefix(item.key, prefix))
+            continue;
+        if (count++ != 0)
+            found += ',';
+        found += item.key;
+    }
+    if (count != 0)
+        keys = found.c_str();
+    return count;
+}
+
+bool BLanguageMap::IsIdValid(WString key)
+{
+    const View view = ViewOf(key);
+    return IsKey(view) && KeyLength(view) == view.size();
+}
+
+bool BLanguageMap::IsAlNumUnderscore(WChar unit) noexcept
+{
+    return unit == '_' || platform::IsAlphaNum(unit);
+}
+
+bool BLanguageMap::HasPrefix(WString key, WString prefix)
+{
+    if (prefix.IsEmpty())
+        return true;
+    const View view = ViewOf(prefix);
+    if (view == QD_W("$"))
+        return !key.Includes(WChar('_'));
+    return key.IStartsWith(prefix) && key.GetAt(view.size()) == '_';
+}
+
+int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing)
+{
+    Text text;
+    const int result = ImportFile(*this, path, text, overwrite, fillMissing);
+    if (log != nullptr)
+        log->Append(text.c_str());
+    return result;
+}
+
+int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* log, bool overwrite)
+{
+    Text text;
+    const int result = ForEachName(FindNames(directory, pattern), [&](const WString& name) {
+        return ImportFile(*this, Join(directory, name), text, overwrite, true);
+    });
+    if (log != nullptr)
+        log->Append(text.c_str());
+    return result;
+}
+
+int BLanguageMap::ExportMapFile(WString path) const
+{
+    Text lines;
+    for (const auto& item : m_table->Defaults()) {
+        lines.append(item.key).append(QD_W("\t"));
+        AppendCell(lines, item.value);
+        lines += '\t';
+        AppendCell(lines, m_table->Find(ViewOf(item.key))->text);
+        lines += '\n';
+    }
+    return WriteUtf16File(path, lines) ? kGood : kNoFile;
+}
+
+int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
+                               const WString& outputDirectory, const WString& fileName,
+                               int& newEntries)
+{
+    platform::Stream stream = platform::OpenStream(Join(masterDirectory, fileName), kReadMode);
+    if (!stream)
+        return kNoFile;
+    BLanguageMap translations;
+    translations.ImportMapFile(Join(translationDirectory, fileName), nullptr, false, true);
+
+    Text lines;
+    int added = 0;
+    LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
+    BArray<WString> cells;
+    while (reader.ReadLine(cells, kCellCount)) {
+        added += AppendMerged(lines, cells, translations) ? 1 : 0;
+        lines += '\n';
+    }
+    stream.reset(); // the output may be the same file
+    if (!WriteUtf16File(Join(outputDirectory, fileName), lines))
+        return kNoOutput;
+    newEntries += added;
+    return kGood;
+}
+
+int BLanguageMap::MergeMapFiles(const WString& masterDirectory, const WString& translationDirectory,
+                                const WString& outputDirectory, const WString& pattern,
+                                int& newEntries)
+{
+    return ForEachName(FindNames(masterDirectory, pattern), [&](const WString& name) {
+        return MergeMapFile(masterDirectory, translationDirectory, outputDirectory, name,
+                            newEntries);
+    });
+}
+
+bool BLanguageMap::ReadLn(BFile& file, BArray<WString>& cells, std::size_t count)
+{
+    return LanguageReader(file, LanguageReader::EReadAhead::No).ReadLine(cells, count);
+}
+
+WChar BLanguageMap::ReadCell(BFile& file, WString& cell)
+{
+    return LanguageReader(file, LanguageReader::EReadAhead::No).ReadCell(cell);
+}
+
+void BLanguageMap::SkipLn(BFile& file)
+{
+    LanguageReader(file, LanguageReader::EReadAhead::No).SkipLine();
+}
+
+void BLanguageMap::ReplaceControlChars(WString& text)
+{
+    text = Escaped(ViewOf(text)).c_str();
+}

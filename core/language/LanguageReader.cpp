@@ -1,0 +1,132 @@
+#include "core/language/LanguageReader.h"
+
+#include "core/platform/FileStream.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace {
+
+constexpr WChar kTab = '\t';
+constexpr WChar kLineFeed = '\n';
+constexpr WChar kQuote = '"';
+
+bool EndsCell(WChar unit)
+{
+    return unit == kTab || unit == kLineFeed || unit == LanguageReader::kEndOfFile;
+}
+
+} // namespace
+
+LanguageReader::LanguageReader(std::FILE* stream, EReadAhead readAhead) noexcept
+    : m_stream(stream)
+    , m_room(readAhead == EReadAhead::Yes ? kPieceRoom : 2) // a unit and the terminator
+{}
+
+bool LanguageReader::ReadLine(BArray<WString>& cells, std::size_t count)
+{
+    WChar unit = Next();
+    if (unit == kEndOfFile)
+        return false;
+    if (cells.Count() != count) {
+        cells.RemoveAll();
+        cells.Reserve(count);
+        while (cells.Count() != count)
+            cells.Append(WString());
+    }
+    bool isInLine = true;
+    for (std::size_t index = 0; index != count; ++index) {
+        if (!isInLine) {
+            cells[index].Clear();
+            continue;
+        }
+        if (index != 0)
+            unit = Next();
+        unit = ReadCellFrom(unit, cells[index]);
+        isInLine = unit == kTab;
+    }
+    if (isInLine && unit != kLineFeed)
+        SkipLine();
+    return true;
+}
+
+WChar LanguageReader::ReadCell(WString& cell)
+{
+    return ReadCellFrom(Next(), cell);
+}
+
+void LanguageReader::SkipLine()
+{
+    WChar unit = Next();
+    while (unit != kLineFeed && unit != kEndOfFile)
+        unit = Next();
+}
+
+WChar LanguageReader::Next()
+{
+    while (m_begin != m_end || Fill()) {
+        const WChar unit = m_piece[m_begin++];
+        if (unit != 0)
+            return unit;
+    }
+    return kEndOfFile;
+}
+
+// Reads the next piece of a line. False at the end of the stream.
+bool LanguageReader::Fill()
+{
+    if (m_stream == nullptr)
+        return false;
+    m_begin = m_end = 0;
+    // A piece may hold 0 units, so its end is the last 0, found before what was filled in here.
+    std::fill_n(m_piece, m_room, kEndOfFile);
+    const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
+    const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
+    if (isRead)
+        m_end = std::basic_string_view<WChar>(m_piece, kPieceRoom)
+                    .rfind(WChar(0), static_cast<std::size_t>(m_room) - 1);
+    else if (isLast)
+        return false;
+    // A piece that ends early, but not with a line feed, was ended by U+FFFF.
+    const bool isFull = m_end == static_cast<std::size_t>(m_room) - 1;
+    if (!isLast && !isFull && (m_end == 0 || m_piece[m_end - 1] != kLineFeed))
+        m_piece[m_end++] = kLineFeed;
+    return true;
+}
+
+WChar LanguageReader::ReadCellFrom(WChar first, WString& cell)
+{
+    m_cell.clear();
+    WChar unit = first == kQuote ? ReadQuoted() : first;
+    for (; !EndsCell(unit); unit = Next()) {
+        m_cell += unit;
+        TakePlain();
+    }
+    cell = m_cell.c_str();
+    cell.ResolveEsc();
+    return unit;
+}
+
+// The unit behind the closing quote.
+WChar LanguageReader::ReadQuoted()
+{
+    for (WChar unit = Next(); unit != kEndOfFile; unit = Next()) {
+        if (unit == kQuote) {
+            unit = Next();
+            if (unit != kQuote)
+                return unit;
+        }
+        m_cell += unit;
+    }
+    return kEndOfFile;
+}
+
+// What the piece holds of the cell, as far as nothing in it needs a look.
+void LanguageReader::TakePlain()
+{
+    const WChar* const begin = m_piece + m_begin;
+    const WChar* const end = std::find_if(begin, static_cast<const WChar*>(m_piece + m_end),
+                                          [](WChar unit) { return unit == 0 || EndsCell(unit); });
+    m_cell.append(begin, end);
+    m_begin = static_cast<std::size_t>(end - m_piece);
+}

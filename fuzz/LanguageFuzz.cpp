@@ -1,0 +1,56 @@
+// The input is a language file. What it held must come back when it is exported and read again.
+
+#include "core/language/BLanguageMap.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+using Path = std::filesystem::path;
+
+WString Name(const Path& path)
+{
+    return path.string<WChar>().c_str();
+}
+
+std::string Bytes(const Path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Require(bool isTrue)
+{
+    if (!isTrue)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const Path folder = std::filesystem::temp_directory_path();
+    const Path input = folder / "qd-fuzz.lng", written = folder / "qd-fuzz-again.lng";
+    std::ofstream(input, std::ios::binary)
+        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+
+    BLanguageMap map, again;
+    WString log;
+    const int result = map.ImportMapFile(Name(input), &log, true, false);
+    Require(result == 0 || result == 7360);
+    Require(map.ExportMapFile(Name(written)) == 0);
+    const int readAgain = again.ImportMapFile(Name(written), nullptr, false, false);
+    Require(readAgain == 0 || readAgain == 7360); // 7358 is told again
+    Require(again.StdDefaultMap().Count() == map.StdDefaultMap().Count());
+    const std::string bytes = Bytes(written);
+    Require(again.ExportMapFile(Name(written)) == 0);
+    Require(Bytes(written) == bytes);
+    static_cast<void>(map.TranslateExt(log));
+    return 0;
+}
