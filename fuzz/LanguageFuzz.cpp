@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 
 namespace {
@@ -25,6 +26,14 @@ std::string Bytes(const Path& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// Of this process alone.
+Path FileName(const std::string& suffix)
+{
+    static const std::string number = std::to_string(std::random_device()());
+    const std::string name = "qd-fuzz-" + number + suffix;
+    return std::filesystem::temp_directory_path() / Path::string_type(name.begin(), name.end());
+}
+
 void Require(bool isTrue)
 {
     if (!isTrue)
@@ -35,8 +44,7 @@ void Require(bool isTrue)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const Path folder = std::filesystem::temp_directory_path();
-    const Path input = folder / "qd-fuzz.lng", written = folder / "qd-fuzz-again.lng";
+    const Path input = FileName(".lng"), written = FileName("-again.lng");
     std::ofstream(input, std::ios::binary)
         .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
 
@@ -52,5 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(again.ExportMapFile(Name(written)) == 0);
     Require(Bytes(written) == bytes);
     static_cast<void>(map.TranslateExt(log));
+    std::filesystem::remove(input);
+    std::filesystem::remove(written);
     return 0;
 }
