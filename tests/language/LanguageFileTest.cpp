@@ -2,6 +2,7 @@
 #include "core/language/BLanguageMap.h"
 
 #include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
