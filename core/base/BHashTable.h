@@ -78,6 +78,7 @@ public:
     using Iterator = BasicIterator<T>;
     using ConstIterator = BasicIterator<const T>;
 
+    /// `bucketCount` is above 0.
     explicit BHashTable(std::uint64_t bucketCount) noexcept
         : m_bucketCount(bucketCount)
     {}

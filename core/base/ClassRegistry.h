@@ -16,5 +16,5 @@ QD_CORE_API void RegisterArchiveCallback(const char* className,
                                          SP<BSmartObj> (*read)(BArchive& archive, int version));
 
 /// The function registered for exactly this name; null for a null name or when there is none. The
-/// cost does not depend on how many are registered.
+/// cost does not depend on how many are registered. For the archive: it is not exported.
 [[nodiscard]] SP<BSmartObj> (*FindArchiveReader(const char* className))(BArchive&, int);
