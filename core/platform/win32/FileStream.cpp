@@ -1,5 +1,7 @@
 #include "core/platform/FileStream.h"
 
+#include "core/platform/win32/Handle.h"
+
 #include <windows.h>
 #include <cerrno>
 #include <cstdio>
@@ -14,15 +16,53 @@ Stream OpenStream(const WChar* path, const WChar* mode) noexcept
     return Stream(_wfopen(path, mode));
 }
 
+namespace {
+
+// The runtime library opens a text file twice to append to it, once to read its mark. Where another
+// stream ends between the two, the mark is taken for missing. So those who open take turns, and
+// open when no other stream is there.
+class Turn {
+public:
+    Turn()
+        : m_mutex(::CreateMutexW(nullptr, FALSE, L"Local\\qd.core.OpenStreamAlone"))
+    {
+        if (m_mutex.IsOpen())
+            ::WaitForSingleObject(m_mutex.Get(), INFINITE);
+    }
+    ~Turn()
+    {
+        if (m_mutex.IsOpen())
+            ::ReleaseMutex(m_mutex.Get());
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+private:
+    Handle m_mutex;
+};
+
+bool IsInUse(const WChar* path, bool isReading)
+{
+    const Handle file(::CreateFileW(path, GENERIC_READ, isReading ? FILE_SHARE_READ : 0, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return !file.IsOpen() && ::GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
+} // namespace
+
 Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcept
 {
     // Sharing as `_wfopen_s` has it, said aloud: not every version of the runtime library keeps it.
     const bool isReading = mode[std::wcsspn(mode, L" ")] == L'r' && !std::wcschr(mode, L'+');
     const int sharing = isReading ? _SH_DENYWR : _SH_DENYRW;
     for (int waited = 0;; ++waited) {
-        Stream stream(_wfsopen(path, mode, sharing));
-        if (stream || _doserrno != ERROR_SHARING_VIOLATION || waited >= waitMs)
-            return stream;
+        {
+            const Turn turn;
+            if (!IsInUse(path, isReading))
+                return Stream(_wfsopen(path, mode, sharing));
+        }
+        if (waited >= waitMs)
+            return nullptr;
         ::Sleep(1);
     }
 }
