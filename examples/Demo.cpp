@@ -130,6 +130,10 @@ int Load(const WString& path, bool prints)
         ++nodes;
     std::printf("Loaded %d nodes in %.0f ms: the same tree, and the same objects are shared.\n",
                 nodes, loadingTime);
+    const auto fileSize = std::filesystem::file_size(std::filesystem::path(path.CStr()));
+    std::printf("The file has %llu bytes, the objects of the nodes hold %llu.\n",
+                static_cast<unsigned long long>(fileSize),
+                static_cast<unsigned long long>(root->AllocatedMemory(false)));
     return 0;
 }
 
