@@ -42,13 +42,6 @@ std::string Save(const Objects& objects, const TemporaryFolder& folder)
 
 } // namespace
 
-// Nodes of a file that are each other's objects or annotations keep each other alive: theirs is no
-// leak of the archive's.
-extern "C" const char* __asan_default_options() // NOLINT(bugprone-reserved-identifier)
-{
-    return "detect_leaks=0";
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;

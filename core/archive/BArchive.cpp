@@ -212,7 +212,6 @@ public:
 
     RecordDirectory directory;
     BlockReader file;
-    std::uint32_t round = 0; // of `UpdateAssociations` calls
 
 private:
     [[nodiscard]] SP<BSmartObj> Rebuild(RecordDirectory::Record& record, BArchive& archive);
@@ -254,7 +253,6 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
 
     ++m_takeOutNumber;
     SP<BSmartObj> object = Rebuild(*record, archive);
-    ++round;
     do {
         RebuildPending(archive);
         UpdateAssociations(archive);
@@ -524,11 +522,6 @@ void* BArchive::IndexToPtr(std::uint64_t index) const noexcept
 bool BArchive::VerifyObjects()
 {
     return !m_impl->loader || m_impl->loader->Verify();
-}
-
-std::uint32_t BArchive::AssociationRound() const noexcept
-{
-    return m_impl->loader ? m_impl->loader->round : 0;
 }
 
 void* BArchive::Scratch(std::size_t size)

@@ -97,10 +97,6 @@ public:
     /// Asks every rebuilt object; false at the first whose `VerifyObj` says no.
     [[nodiscard]] bool VerifyObjects();
 
-    /// Number of the round of `UpdateAssociations` calls that goes on or was the last, from 1. What
-    /// `UpdateAssociations` finds out about other objects holds for one round.
-    [[nodiscard]] std::uint32_t AssociationRound() const noexcept;
-
     /// Memory for what `Read` has to remember until `UpdateAssociations`, aligned for numbers and
     /// pointers. The archive frees it when it is destroyed, without calling a destructor.
     [[nodiscard]] void* Scratch(std::size_t size);

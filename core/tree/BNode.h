@@ -210,7 +210,6 @@ private:
     mutable BArray<BNode*>* m_byPosition = nullptr;
     Loading* m_loading = nullptr;    // in the archive, while the node waits for its associations
     Claim* m_claim = nullptr;        // owned; of a node read without its parent
-    std::uint32_t m_mark = 0;        // see RefuseCircles
     std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
     bool m_isActive = true;
     bool m_isLocked = false;

@@ -6,6 +6,7 @@
 #include <span>
 #include <typeinfo>
 #include <utility>
+#include <vector>
 
 // A node's payload, version 2 (the primitives are in BArchive.cpp):
 //
@@ -112,7 +113,8 @@ void BNode::ReadData(BArchive& archive, int version)
 }
 
 // A child is taken over when it says that this node is its parent, when no list holds it yet, and
-// when its parents do not lead back to it. So whatever a file declares, what comes out are trees.
+// when it does not lead to itself; an object or annotation that is a node, when it does not lead to
+// itself. So whatever a file declares, what comes out are trees, and nothing keeps itself alive.
 void BNode::UpdateAssociations(BArchive& archive)
 {
     if (m_loading == nullptr)
@@ -121,7 +123,15 @@ void BNode::UpdateAssociations(BArchive& archive)
     const auto query = [&archive](std::uint64_t index) {
         return archive.QueryObject(archive.IndexToPtr(index));
     };
-    m_object = query(m_loading->object);
+    const auto queryOwned = [&](std::uint64_t index) {
+        SP<BSmartObj> object = query(index);
+        const BNode* const node = AsNode(object.Get());
+        if (node == nullptr || node->m_isSound)
+            return object;
+        m_isSound = false;
+        return SP<BSmartObj>();
+    };
+    m_object = queryOwned(m_loading->object);
     delete std::exchange(m_byPosition, nullptr); // null entries join the list unseen
     for (const std::uint64_t index : m_loading->children) {
         BNode* const child = AsNode(query(index).Get());
@@ -138,7 +148,7 @@ void BNode::UpdateAssociations(BArchive& archive)
         m_attributes.AddTail(dynamic_cast<BAttribute*>(object.Get()));
     }
     for (const std::uint64_t index : m_loading->annotations)
-        m_annotations.AddTail(query(index));
+        m_annotations.AddTail(queryOwned(index));
 
     if (m_parent == nullptr && m_loading->parent != 0)
         m_claim =
@@ -159,25 +169,39 @@ BNode* BNode::ClaimedParent(BArchive& archive) const
     return AsNode(archive.QueryObject(archive.IndexToPtr(index)).Get());
 }
 
-// Climbs from this node. A node met twice on the way is above itself, and with it all on the
-// circle. A node that was climbed from or through before in this round stops the climb, so that a
-// round takes time in proportion to the nodes.
+// Follows what this node leads to through children, objects and annotations. A node that is met
+// again on the way down leads to itself: it is refused, and with every such node let go no circle
+// is left. Each node is followed once, so that it takes time in proportion to the references.
 void BNode::RefuseCircles(BArchive& archive)
 {
-    const std::uint32_t climbing = 2 * archive.AssociationRound();
-    const std::uint32_t done = climbing + 1;
-    BNode* node = this;
-    while (node != nullptr && node->m_mark != climbing && node->m_mark != done) {
-        node->m_mark = climbing;
-        node = node->ClaimedParent(archive);
+    struct Step {
+        BNode* node;
+        std::size_t next; // reference
+    };
+    std::vector<Step> way;
+    const auto goInto = [&way](BNode* node) {
+        node->m_loading->visit = Loading::OnTheWay;
+        way.push_back({node, 0});
+    };
+    if (m_loading->visit == Loading::NotVisited)
+        goInto(this);
+    while (!way.empty()) {
+        Step& step = way.back();
+        Loading& loading = *step.node->m_loading;
+        if (step.next == loading.OwnedCount()) {
+            loading.visit = Loading::Done;
+            way.pop_back();
+            continue;
+        }
+        const std::uint64_t index = loading.Owned(step.next++);
+        BNode* const owned = AsNode(archive.QueryObject(archive.IndexToPtr(index)).Get());
+        if (owned == nullptr || owned->m_loading == nullptr)
+            continue;
+        if (owned->m_loading->visit == Loading::OnTheWay)
+            owned->m_isSound = false;
+        else if (owned->m_loading->visit == Loading::NotVisited)
+            goInto(owned);
     }
-    if (node != nullptr && node->m_mark == climbing) {
-        for (; node->m_isSound; node = node->ClaimedParent(archive))
-            node->m_isSound = false;
-    }
-    for (node = this; node != nullptr && node->m_mark == climbing;
-         node = node->ClaimedParent(archive))
-        node->m_mark = done;
 }
 
 bool BNode::Adopts(const BNode& child, BArchive& archive) const
