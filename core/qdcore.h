@@ -37,6 +37,7 @@
 #include "core/language/BLanguageMap.h"
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BMessageReceiver.h"
+#include "core/sync/BCriticalSection.h"
 #include "core/tree/BAttribute.h"
 #include "core/tree/BBank.h"
 #include "core/tree/BNode.h"

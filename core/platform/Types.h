@@ -1,14 +1,19 @@
 #pragma once
 
 #include <cstdint>
+#if !defined(_WIN32)
+# include <mutex>
+#endif
 
 /// The platform's own structures that public signatures name. On Windows they are only declared, so
-/// that no public header brings in `<windows.h>`; elsewhere they have the same layout.
+/// that no public header brings in `<windows.h>`; elsewhere those that are data have the same
+/// layout.
 #if defined(_WIN32)
 struct _SYSTEMTIME;
 struct tagPOINT;
 struct tagSIZE;
 struct tagRECT;
+struct _RTL_CRITICAL_SECTION;
 #else
 /// A date and time of day. `wDayOfWeek` counts from Sunday = 0.
 struct _SYSTEMTIME {
@@ -39,6 +44,12 @@ struct tagRECT {
     std::int32_t right;
     std::int32_t bottom;
 };
+
+/// A lock that its thread may take again; ready for use once constructed.
+struct _RTL_CRITICAL_SECTION {
+    std::recursive_mutex mutex;
+};
 #endif
 
 using SYSTEMTIME = _SYSTEMTIME;
+using CRITICAL_SECTION = _RTL_CRITICAL_SECTION;
