@@ -29,7 +29,7 @@ WString TimedEntry(const WChar* word, const WString& text)
 WString StepEntry(double elapsedMs, const WString& text)
 {
     WString entry;
-    entry.Printf(QD_W("%d\t%s"), static_cast<int>(elapsedMs),
+    entry.Printf(QD_W("%d\t%s"), static_cast<int>(static_cast<std::int64_t>(elapsedMs)),
                  text.IsEmpty() ? QD_W("Step") : text.CStr());
     return entry;
 }

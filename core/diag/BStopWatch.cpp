@@ -45,7 +45,7 @@ void BStopWatch::Continue() noexcept
 
 unsigned long BStopWatch::Period() const noexcept
 {
-    return static_cast<unsigned long>(PeriodD());
+    return static_cast<unsigned long>(static_cast<std::int64_t>(PeriodD()));
 }
 
 double BStopWatch::PeriodD() const noexcept

@@ -15,8 +15,8 @@
 ///         std::fread(buffer, 1, sizeof buffer, file);
 ///
 /// Nothing throws: failures are false, -1 or a code other than 0. One object is used by one thread
-/// at a time. Off Windows "/" and "\" both separate names, and a file whose name is no UTF-8 has
-/// one by which it can be found and opened all the same.
+/// at a time. Off Windows "/" and "\" both separate names, and a file whose name is no UTF-8 or has
+/// a "\" is found under one by which it can be opened all the same.
 class QD_CORE_API BFile {
 public:
     BFile() noexcept = default;

@@ -24,8 +24,7 @@ struct FoundFile {
 ///
 /// "*" (any units) and "?" (one unit) are wild in the last element of `pattern`, and nowhere else;
 /// ".*" at the end also finds names without a dot. Case counts as it does in the file system. On
-/// Windows a name also matches by its short form. Off Windows a name with a "\" is not found: as
-/// part of a path it would be another one.
+/// Windows a name also matches by its short form.
 bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit);
 
 /// Size in bytes of the file at `path`; none when it cannot be opened for reading, on Windows also

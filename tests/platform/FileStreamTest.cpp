@@ -282,6 +282,7 @@ TEST_F(FileStream, OpensNothingThatIsNotThere)
     }
     WriteFileBytes(m_file, "x");
     EXPECT_FALSE(Open(QD_W("wbx")));
-    EXPECT_FALSE(Open(QD_W("r,ccs=UTF-16BE")));
+    for (const WChar* mode : {QD_W(""), QD_W("q"), QD_W("r,ccs=UTF-16BE")})
+        EXPECT_FALSE(Open(mode));
     EXPECT_EQ(FileBytes(m_file), "x");
 }

@@ -95,8 +95,7 @@ bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>
     bool isFound = false;
     while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
         const std::basic_string<WChar> name = FromNativePath(entry->d_name);
-        if (name.find(u'\\') != WideView::npos || !Matches(wanted, name) ||
-            !Describe(::dirfd(directory.get()), entry->d_name, file))
+        if (!Matches(wanted, name) || !Describe(::dirfd(directory.get()), entry->d_name, file))
             continue;
         isFound = true;
         file.path = folder + name;

@@ -12,9 +12,11 @@ namespace {
 
 constexpr WChar kByteEscape = 0xDC00;
 
+// Above 7F a byte that is no UTF-8; the backslash because one that stands for itself separates.
 constexpr bool IsEscapedByte(UChar32 character)
 {
-    return character >= kByteEscape + 0x80 && character <= kByteEscape + 0xFF;
+    return (character >= kByteEscape + 0x80 && character <= kByteEscape + 0xFF) ||
+           character == kByteEscape + '\\';
 }
 
 void AppendUtf8(std::string& text, UChar32 character)
@@ -52,7 +54,7 @@ std::basic_string<WChar> FromNativePath(std::string_view path)
         const std::size_t start = i;
         UChar32 character = 0;
         U8_NEXT(bytes, i, path.size(), character);
-        if (character < 0) {
+        if (character < 0 || character == '\\') {
             for (std::size_t bad = start; bad < i; ++bad)
                 units.push_back(static_cast<WChar>(kByteEscape + bytes[bad]));
         } else if (U_IS_BMP(character)) {

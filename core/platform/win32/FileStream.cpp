@@ -1,6 +1,7 @@
 #include "core/platform/FileStream.h"
 
 #include "core/platform/win32/Handle.h"
+#include "core/platform/win32/InvalidParameters.h"
 
 #include <windows.h>
 #include <cerrno>
@@ -13,6 +14,7 @@ namespace platform {
 
 Stream OpenStream(const WChar* path, const WChar* mode) noexcept
 {
+    const InvalidParametersFail modeMayBeInvalid;
     return Stream(_wfopen(path, mode));
 }
 
@@ -55,6 +57,7 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
     // Sharing as `_wfopen_s` has it, said aloud: not every version of the runtime library keeps it.
     const bool isReading = mode[std::wcsspn(mode, L" ")] == L'r' && !std::wcschr(mode, L'+');
     const int sharing = isReading ? _SH_DENYWR : _SH_DENYRW;
+    const InvalidParametersFail modeMayBeInvalid;
     for (int waited = 0;; ++waited) {
         {
             const Turn turn;

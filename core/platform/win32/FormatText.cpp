@@ -1,6 +1,7 @@
 #include "core/platform/FormatText.h"
 
 #include "core/platform/win32/CLocale.h"
+#include "core/platform/win32/InvalidParameters.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -15,8 +16,6 @@ extern "C" {
 int __cdecl __stdio_common_vsnwprintf_s(unsigned __int64 options, wchar_t* buffer, std::size_t room,
                                         std::size_t count, const wchar_t* format, _locale_t locale,
                                         std::va_list arguments);
-_invalid_parameter_handler __cdecl _set_thread_local_invalid_parameter_handler(
-    _invalid_parameter_handler handler);
 }
 #endif
 
@@ -34,27 +33,18 @@ constexpr unsigned __int64 kOptions = kNaturalSpecifiers | kTiesToEven;
 class FailureWatch {
 public:
     FailureWatch() noexcept
-        : m_handler(_set_thread_local_invalid_parameter_handler(Ignore))
-        , m_errno(errno)
+        : m_errno(errno)
     {
         errno = 0;
     }
-    ~FailureWatch()
-    {
-        errno = m_errno;
-        _set_thread_local_invalid_parameter_handler(m_handler);
-    }
+    ~FailureWatch() { errno = m_errno; }
     FailureWatch(const FailureWatch&) = delete;
     FailureWatch& operator=(const FailureWatch&) = delete;
 
     [[nodiscard]] bool Failed() const noexcept { return errno != 0; }
 
 private:
-    static void __cdecl Ignore(const wchar_t*, const wchar_t*, const wchar_t*, unsigned int,
-                               uintptr_t)
-    {}
-
-    _invalid_parameter_handler m_handler;
+    InvalidParametersFail m_invalidParametersFail;
     int m_errno;
 };
 

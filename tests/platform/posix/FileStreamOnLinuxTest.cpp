@@ -26,6 +26,7 @@ TEST(FileStreamOnLinux, NamesEveryFile)
         {u"\u00E4\u20AC", "\xC3\xA4\xE2\x82\xAC", u"\u00E4\u20AC"},
         {u"\xD83D\xDE00", "\xF0\x9F\x98\x80", u"\xD83D\xDE00"},
         {u"\xDC80\xDCFF", "\x80\xFF", u"\xDC80\xDCFF"},
+        {u"\xDC5C", "\\", u"\xDC5C"},
         {u"x\xDCC3\xDCA4", "x\xC3\xA4", u"x\u00E4"}, // escaped bytes may make a character
         {u"\xD800x", "\xED\xA0\x80x", u"\xDCED\xDCA0\xDC80x"},
         {u"\xDC7F\xDD00", "\xED\xB1\xBF\xED\xB4\x80", u"\xDCED\xDCB1\xDCBF\xDCED\xDCB4\xDC80"},
@@ -43,7 +44,7 @@ TEST(FileStreamOnLinux, GivesEveryNativeNameBack)
     // All pairs of bytes, alone and where they are part of a longer sequence or spoil it.
     for (int pair = 0; pair < 0x10000; ++pair) {
         const std::string bytes = {static_cast<char>(pair >> 8), static_cast<char>(pair)};
-        if (bytes.find('\0') != std::string::npos || bytes.find('\\') != std::string::npos)
+        if (bytes.find('\0') != std::string::npos)
             continue;
         for (const std::string& name :
              {bytes, "\xED" + bytes, "\xED\xA0" + bytes, "\xF0" + bytes + "\x80"})
