@@ -1,8 +1,11 @@
 // A small measurement application.
 //
-//   qddemo save FILE      makes a document, with every change reported to a dispatcher, and saves
-//   it qddemo show FILE      loads it, proves that it is the same document, and prints it qddemo
-//   compare FILE   loads it and proves that it is the same document
+// `qddemo save FILE` makes a document, with every change reported to a dispatcher, and saves it.
+//
+// `qddemo show FILE [LANGUAGE [UNIT]]` loads it, proves that it is the same document, and prints it
+// in English or another language ("german"), lengths in "mm", "inch" or "thou".
+//
+// `qddemo compare FILE` loads it and proves that it is the same document.
 
 #include "core/base/BString.h"
 #include "core/operation/BMessageReceiver.h"
@@ -10,17 +13,16 @@
 #include "support/BThreadDispatcher.h"
 
 #include "examples/Document.h"
+#include "examples/View.h"
 
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <string_view>
+#include <vector>
 
 namespace {
-
-constexpr int kChildrenShown = 4;
-constexpr int kLevelsShown = 4;
 
 class StopWatch {
 public:
@@ -52,38 +54,6 @@ public:
 private:
     std::map<unsigned int, int> m_counts;
 };
-
-void PrintNode(BNode& node, int level)
-{
-    WString line;
-    line.Fill(static_cast<std::size_t>(2 * level), QD_W(' '));
-    line += node.GetText();
-    if (BSmartObj* object = node.GetObj())
-        line += QD_W(": ") + object->Properties();
-    for (BNodeAttribItr itr(node); itr; ++itr)
-        line += QD_W(", ") + itr.Current()->Properties();
-    if (!node.IsActive())
-        line += QD_W(" (inactive)");
-    if (node.IsLocked())
-        line += QD_W(" (locked)");
-    std::printf("%s\n", line.AsString().CStr());
-}
-
-void PrintTree(BNode& node, int level)
-{
-    PrintNode(node, level);
-    int shown = 0;
-    for (BNodeChildItr itr(node); itr; ++itr) {
-        if (shown++ == kChildrenShown || level == kLevelsShown) {
-            int below = 0;
-            for (; itr; ++itr)
-                ++below;
-            std::printf("%*s... %d more\n", 2 * level + 2, "", below);
-            return;
-        }
-        PrintTree(*itr.Current(), level + 1);
-    }
-}
 
 int Save(const WString& path)
 {
@@ -118,7 +88,7 @@ int Load(const WString& path, bool prints)
     }
     const double loadingTime = loading.Milliseconds();
     if (prints)
-        PrintTree(*root, 0);
+        PrintTree(*root);
     const SP<BNode> expected = MakeDocument();
     const WString difference = FirstDifference(*expected, *root);
     if (!difference.IsEmpty()) {
@@ -137,17 +107,33 @@ int Load(const WString& path, bool prints)
     return 0;
 }
 
+int Usage()
+{
+    std::puts("qddemo save FILE\n"
+              "qddemo show FILE [english|german [mm|inch|thou]]\n"
+              "qddemo compare FILE");
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::string_view command = argc == 3 ? argv[1] : "";
+    const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+    const auto argument = [&](std::size_t index, std::string_view other) {
+        return index < arguments.size() ? arguments[index] : other;
+    };
+    if (arguments.size() < 2)
+        return Usage();
+    const std::string_view command = arguments[0];
+    const WString file(std::filesystem::path(arguments[1]).string<WChar>().c_str());
     RegisterDocumentClasses();
     if (command == "save")
-        return Save(WString(std::filesystem::path(argv[2]).string<WChar>().c_str()));
-    if (command == "show" || command == "compare")
-        return Load(WString(std::filesystem::path(argv[2]).string<WChar>().c_str()),
-                    command == "show");
-    std::puts("qddemo save|show|compare FILE");
-    return 2;
+        return Save(file);
+    if (command == "compare")
+        return Load(file, false);
+    if (command != "show" || !SwitchLanguage(argument(2, "english")) ||
+        !SwitchUnit(argument(3, "mm")))
+        return Usage();
+    return Load(file, true);
 }

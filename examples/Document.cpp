@@ -3,6 +3,8 @@
 #include "core/base/ClassRegistry.h"
 #include "core/tree/BNodeItr.h"
 
+#include "examples/View.h"
+
 #include <unordered_map>
 
 namespace {
@@ -40,7 +42,7 @@ void AddScans(BNode& branch)
         }
         text.Printf(QD_W("Scan%04d"), i + 1);
         const SP<BNode> node = AddNode(branch, text);
-        node->SetObj(new Scan(1000 + 7 * i, 0.001 * (i % 97), calibration));
+        node->SetObj(new Scan(1000 + 7 * i, 0.01 * (i % 97), calibration));
         if (i % 11 == 0)
             node->Deactivate();
     }
@@ -50,8 +52,8 @@ void AddFeatures(BNode& branch, BNode& scans)
 {
     for (const WChar* kind : {QD_W("Plane"), QD_W("Plane"), QD_W("Cylinder"), QD_W("Sphere")}) {
         const SP<BNode> feature = AddNode(branch, branch.ChildTextSuggestion(kind));
-        feature->AddAttrib(new Tolerance(QD_W("form"), 0.05));
-        feature->AddAttrib(new Tolerance(QD_W("position"), 0.1 * branch.ChildNum()));
+        feature->AddAttrib(new Tolerance(QD_W("$IDS_Form"), 0.05));
+        feature->AddAttrib(new Tolerance(QD_W("$IDS_Position"), 0.1 * branch.ChildNum()));
         feature->SetObj(scans.Child(branch.ChildNum())->GetObj()); // shared with the scan's node
         feature->AddAnnotation(new Remark(QD_W("Ma\u00DF \u00FCberpr\u00FCft, \u00B15 \u00B5m")));
     }
@@ -63,7 +65,7 @@ void AddRevisions(BNode& branch)
     SP<BNode> revision(&branch);
     WString text;
     for (int i = 0; i < kRevisions; ++i) {
-        text.Printf(QD_W("Revision %d"), i + 1);
+        text.Printf(QD_W("$IDS_Revision %d"), i + 1);
         revision = AddNode(*revision, text);
     }
 }
@@ -119,7 +121,7 @@ void Calibration::WriteData(BArchive& archive) const
 WString Calibration::Properties()
 {
     WString text;
-    text.Printf(QD_W("calibrated by %s: %g %g %g"), m_sensor.CStr(), m_scale[0], m_scale[1],
+    text.Printf(QD_W("$IDS_CalibratedBy %s: %g %g %g"), m_sensor.CStr(), m_scale[0], m_scale[1],
                 m_scale[2]);
     return text;
 }
@@ -153,8 +155,8 @@ void Scan::UpdateAssociations(BArchive& archive)
 WString Scan::Properties()
 {
     WString text;
-    text.Printf(QD_W("%I64d points, %.3f mm off"), m_pointCount, m_deviation);
-    return text;
+    text.Printf(QD_W("%I64d $IDS_Points, $IDS_Deviation "), m_pointCount);
+    return text + LengthText(m_deviation);
 }
 
 SP<BSmartObj> Scan::Read(BArchive& archive, int)
@@ -177,9 +179,7 @@ void Tolerance::WriteData(BArchive& archive) const
 
 WString Tolerance::Properties()
 {
-    WString text;
-    text.Printf(QD_W("%s within %g mm"), m_name.CStr(), m_millimetres);
-    return text;
+    return m_name + QD_W(" $IDS_Within ") + LengthText(m_millimetres);
 }
 
 SP<BSmartObj> Tolerance::Read(BArchive& archive, int)
@@ -222,10 +222,10 @@ SP<BNode> MakeDocument()
 {
     SP<BNode> root(new BNode);
     root->SetText(QD_W("Turbine blade"));
-    const SP<BNode> scans = AddNode(*root, QD_W("Scans"));
+    const SP<BNode> scans = AddNode(*root, QD_W("$IDS_Scans"));
     AddScans(*scans);
-    AddFeatures(*AddNode(*root, QD_W("Features")), *scans);
-    AddRevisions(*AddNode(*root, QD_W("History")));
+    AddFeatures(*AddNode(*root, QD_W("$IDS_Features")), *scans);
+    AddRevisions(*AddNode(*root, QD_W("$IDS_History")));
     return root;
 }
 

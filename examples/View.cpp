@@ -1,0 +1,105 @@
+#include "examples/View.h"
+
+#include "core/base/BString.h"
+#include "core/language/BLanguageMap.h"
+#include "core/tree/BNodeItr.h"
+#include "core/units/BUnitSystem.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+constexpr int kChildrenShown = 4;
+constexpr int kLevelsShown = 4;
+
+WString Indented(int level)
+{
+    WString line;
+    line.Fill(static_cast<std::size_t>(2 * level), QD_W(' '));
+    return line;
+}
+
+void PrintNode(BNode& node, int level)
+{
+    WString line = Indented(level) + node.GetText();
+    if (BSmartObj* object = node.GetObj())
+        line += QD_W(": ") + object->Properties();
+    for (BNodeAttribItr itr(node); itr; ++itr)
+        line += QD_W(", ") + itr.Current()->Properties();
+    if (!node.IsActive())
+        line += QD_W(" ($IDS_Inactive)");
+    if (node.IsLocked())
+        line += QD_W(" ($IDS_Locked)");
+    PrintLine(line);
+}
+
+void PrintBelow(BNode& node, int level)
+{
+    PrintNode(node, level);
+    int shown = 0;
+    for (BNodeChildItr itr(node); itr; ++itr) {
+        if (shown++ == kChildrenShown || level == kLevelsShown) {
+            int left = 0;
+            for (; itr; ++itr)
+                ++left;
+            WString line;
+            line.Printf(QD_W("... %d $IDS_More"), left);
+            PrintLine(Indented(level + 1) + line);
+            return;
+        }
+        PrintBelow(*itr.Current(), level + 1);
+    }
+}
+
+} // namespace
+
+bool SwitchLanguage(std::string_view name)
+{
+    const std::filesystem::path file =
+        std::filesystem::path(QD_LANGUAGE_FOLDER) / (std::string(name) + ".lng");
+    SP<BLanguageMap> map = new BLanguageMap;
+    WString log;
+    if (map->ImportMapFile(WString(file.string<WChar>().c_str()), &log, false, true) != 0) {
+        PrintLine(log);
+        return false;
+    }
+    BLanguageMap::RegisterInstance(map);
+    return true;
+}
+
+bool SwitchUnit(std::string_view name)
+{
+    const SP<BUnitSystem> units = BUnitSystem::Instance();
+    if (name == "mm")
+        units->ChangeUnit(UnitMillimeter);
+    else if (name == "inch")
+        units->ChangeUnit(UnitInch);
+    else if (name == "thou")
+        units->ChangeUnit(UnitThou);
+    else
+        return false;
+    return true;
+}
+
+WString LengthText(double millimetres)
+{
+    const SP<BUnitSystem> units = BUnitSystem::Instance();
+    const BUnit& unit = units->Unit(UnitClassLength);
+    return unit.Format(millimetres, -1) + QD_W(" ") + unit.Symbol();
+}
+
+void PrintLine(const WString& text)
+{
+    const SP<BLanguageMap> map = BLanguageMap::Instance();
+    const WString shown = map ? map->TranslateExt(text) : text;
+    const std::u8string bytes = std::filesystem::path(shown.CStr()).u8string();
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+    std::puts("");
+}
+
+void PrintTree(BNode& root)
+{
+    PrintBelow(root, 0);
+}
