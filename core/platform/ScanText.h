@@ -23,6 +23,11 @@ namespace platform {
 [[nodiscard]] bool ScanHex(const char* text, int& value) noexcept;
 [[nodiscard]] bool ScanInt(const char* text, int& value) noexcept;
 
+/// The scans "%d" and "%g": the number that `text` begins with, behind which `text` is moved.
+/// False, and nothing changes, when it begins with none, or with one that breaks off.
+[[nodiscard]] bool ReadInt(const WChar*& text, int& value) noexcept;
+[[nodiscard]] bool ReadFloat(const WChar*& text, float& value) noexcept;
+
 /// `_wtoi`, `_wtof`, `atoi`, `atof`: the number that the text begins with, 0 when there is none. Of
 /// "1e" it is the "1". Beyond an int it is the nearest int, beyond a double infinity.
 [[nodiscard]] int ParseInt(const WChar* text) noexcept;

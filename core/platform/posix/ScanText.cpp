@@ -391,6 +391,26 @@ bool ScanInt(const char* text, int& value) noexcept
     return IsAtEnd(number.end);
 }
 
+bool ReadInt(const WChar*& text, int& value) noexcept
+{
+    const Integer<WChar> number(text, 10);
+    if (number.end == nullptr)
+        return false;
+    value = static_cast<int>(number.Nearest<std::int64_t>());
+    text = number.end;
+    return true;
+}
+
+bool ReadFloat(const WChar*& text, float& value) noexcept
+{
+    Real<WChar> number(text, EBrokenEnd::Fails);
+    if (!number.IsGood())
+        return false;
+    value = number.To<float>();
+    text = number.End();
+    return true;
+}
+
 int ParseInt(const WChar* text) noexcept
 {
     return Integer<WChar>(text, 10).Nearest<int>();

@@ -48,6 +48,17 @@ bool IsAlone(const Char* text, const Char* format, Number& value) noexcept
     return Scan(text, format, &value, &rest, 1U) == 1;
 }
 
+/// True when `format`, a number and then "%n", gives the number; `text` is moved behind it.
+template <typename Number>
+bool Read(const wchar_t*& text, const wchar_t* format, Number& value) noexcept
+{
+    int length = 0;
+    if (Scan(text, format, &value, &length) != 1)
+        return false;
+    text += length;
+    return true;
+}
+
 } // namespace
 
 bool ScanDouble(const WChar* text, double& value) noexcept
@@ -83,6 +94,16 @@ bool ScanHex(const char* text, int& value) noexcept
 bool ScanInt(const char* text, int& value) noexcept
 {
     return IsAlone(text, " %d %c", value);
+}
+
+bool ReadInt(const WChar*& text, int& value) noexcept
+{
+    return Read(text, L"%d%n", value);
+}
+
+bool ReadFloat(const WChar*& text, float& value) noexcept
+{
+    return Read(text, L"%g%n", value);
 }
 
 int ParseInt(const WChar* text) noexcept

@@ -1,0 +1,413 @@
+#include "core/profile/IProfile.h"
+
+#include "core/platform/CharClass.h"
+#include "core/platform/Path.h"
+#include "core/platform/ScanText.h"
+#include "core/platform/SystemTime.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <typeinfo>
+
+namespace {
+
+using WView = std::basic_string_view<WChar>;
+
+constexpr platform::TimeStamp kNoTime = {
+    .month = 12, .day = 30, .year = 1899, .hour = 0, .minute = 0, .second = 0, .millisecond = 0};
+
+void SkipBlanks(const WChar*& text)
+{
+    while (platform::IsSpace(*text))
+        ++text;
+}
+
+// A number with `separator` behind it, blanks around both; a blank stands for none.
+bool ReadField(const WChar*& text, int& field, WChar separator)
+{
+    if (!platform::ReadInt(text, field))
+        return false;
+    SkipBlanks(text);
+    if (separator == QD_W(' '))
+        return true;
+    return *text++ == separator;
+}
+
+// Intended: what follows the milliseconds does not matter, as scanning ends with them.
+bool ReadTimeStamp(const WChar* text, platform::TimeStamp& stamp)
+{
+    return ReadField(text, stamp.month, QD_W('/')) && ReadField(text, stamp.day, QD_W('/')) &&
+           ReadField(text, stamp.year, QD_W(' ')) && ReadField(text, stamp.hour, QD_W(':')) &&
+           ReadField(text, stamp.minute, QD_W(':')) && ReadField(text, stamp.second, QD_W('.')) &&
+           ReadField(text, stamp.millisecond, QD_W(' '));
+}
+
+} // namespace
+
+IProfile::IProfile(ETypes type, const WString& path, bool writeMissingKey)
+    : m_path(path)
+    , m_type(type)
+    , m_writeMissingKey(writeMissingKey)
+{}
+
+IProfile::IProfile()
+{
+    Init();
+}
+
+IProfile::IProfile(const IProfile& other) = default;
+IProfile& IProfile::operator=(const IProfile& other) = default;
+IProfile::~IProfile() = default;
+
+WString IProfile::GetSubProfileEntry(const WString& section, const WString& key)
+{
+    WString value;
+    if (!LoadSection(section, nullptr) || !Read(key, value))
+        return {};
+    return HasDir(value) ? value : GetDir() + value;
+}
+
+// Intended: a path with a part that is longer than the runtime library takes has no folder.
+bool IProfile::HasDir(const WString& path) const
+{
+    constexpr std::size_t partRoom = 256;
+    WView rest = path.CStr();
+    const bool hasDrive = rest.size() > 1 && rest[1] == QD_W(':');
+    if (hasDrive)
+        rest.remove_prefix(2);
+    const std::size_t folderLength = rest.find_last_of(QD_W("/\\")) + 1; // 0 when there is none
+    rest.remove_prefix(folderLength);
+    const std::size_t nameLength = std::min(rest.rfind(QD_W('.')), rest.size());
+    return (hasDrive || folderLength != 0) && folderLength < partRoom && nameLength < partRoom &&
+           rest.size() - nameLength < partRoom;
+}
+
+WString IProfile::GetPath()
+{
+    return m_path;
+}
+
+WString IProfile::GetDir()
+{
+    WString folder = GetPath();
+    folder.CutAfter(platform::SeparatorFor(folder), false);
+    return folder;
+}
+
+const bool& IProfile::WriteMissingKey() const
+{
+    return m_writeMissingKey;
+}
+
+const WString& IProfile::GetSection() const
+{
+    return m_section;
+}
+
+bool IProfile::GetSections(BArray<WString>&) const
+{
+    return false;
+}
+
+bool IProfile::LoadSection(const WString& section, BArray<WString>* keys) const
+{
+    m_section = section;
+    if (m_section.IsEmpty())
+        return false;
+    const BArray<WString> found = Store().GetAllKeys();
+    if (keys != nullptr)
+        *keys = found;
+    return found.Count() != 0;
+}
+
+void IProfile::SetSection(const WString& section) const
+{
+    const WString chosen = section; // may be the current section itself
+    LoadSection(WString(), nullptr);
+    m_section = chosen;
+}
+
+bool IProfile::DeleteSection(const WString& section) const
+{
+    const WString deleted = section; // may be the current section itself
+    if (deleted.IEqual(m_section))
+        LoadSection(WString(), nullptr);
+    return DeleteSectionImpl(deleted);
+}
+
+bool IProfile::Write(const WString& key, const _SYSTEMTIME& value) const
+{
+    const platform::TimeStamp stamp = platform::ToTimeStamp(value);
+    WString text;
+    text.Printf(QD_W("%02d/%02d/%04d %02d:%02d:%02d.%03d"), stamp.month, stamp.day, stamp.year,
+                stamp.hour, stamp.minute, stamp.second, stamp.millisecond);
+    return WriteString(key, text);
+}
+
+bool IProfile::Write(const WString& key, bool value) const
+{
+    return WriteString(key, Store().Convert(value));
+}
+
+bool IProfile::Write(const WString& key, unsigned long value) const
+{
+    return Write(key, static_cast<int>(value));
+}
+
+bool IProfile::Write(const WString& key, long value) const
+{
+    return Write(key, static_cast<int>(value));
+}
+
+bool IProfile::Write(const WString& key, int value) const
+{
+    return Write(key, Store().Convert(value));
+}
+
+bool IProfile::Write(const WString& key, double value) const
+{
+    return WriteString(key, Store().Convert(value));
+}
+
+bool IProfile::Write(const WString& key, const WString& value) const
+{
+    return WriteString(key, value);
+}
+
+// Intended: a missing time stamp resets the caller's, and a default is never written.
+bool IProfile::Read(const WString& key, _SYSTEMTIME& value) const
+{
+    WString text;
+    platform::TimeStamp stamp = {};
+    const bool isRead = Read(key, text) && ReadTimeStamp(text, stamp);
+    platform::SetTime(value, isRead ? stamp : kNoTime);
+    return isRead;
+}
+
+// Intended: unlike a bad number, a text that is neither true nor false is not overwritten.
+bool IProfile::Read(const WString& key, bool& value) const
+{
+    WString text = Store().Convert(value);
+    return Read(key, text) && Convert(text, value);
+}
+
+bool IProfile::Read(const WString& key, unsigned char& value, int min, int max) const
+{
+    return ReadInteger(key, value, min, max);
+}
+
+bool IProfile::Read(const WString& key, unsigned short& value, int min, int max) const
+{
+    return ReadInteger(key, value, min, max);
+}
+
+bool IProfile::Read(const WString& key, unsigned long& value, int min, int max) const
+{
+    return ReadInteger(key, value, min, max);
+}
+
+bool IProfile::Read(const WString& key, long& value, int min, int max) const
+{
+    return ReadInteger(key, value, min, max);
+}
+
+bool IProfile::Read(const WString& key, short& value, int min, int max) const
+{
+    return ReadInteger(key, value, min, max);
+}
+
+// Intended: a number out of bounds is clamped, and yet the answer is false; callers go by both.
+bool IProfile::Read(const WString& key, int& value, int min, int max) const
+{
+    WString text = Store().Convert(value);
+    if (!Read(key, text))
+        return false;
+    int number = 0;
+    if (!Convert(text, number)) {
+        if (WriteMissingKey())
+            Write(key, value);
+        return false;
+    }
+    value = number < min ? min : number > max ? max : number;
+    return value == number;
+}
+
+// Intended: single precision, as the texts of this interface have six digits.
+bool IProfile::Read(const WString& key, double& value) const
+{
+    auto narrowed = static_cast<float>(value);
+    if (!Read(key, narrowed))
+        return false;
+    value = static_cast<double>(narrowed);
+    return true;
+}
+
+bool IProfile::Read(const WString& key, float& value) const
+{
+    const auto widened = static_cast<double>(value);
+    WString text = Store().Convert(widened);
+    if (!Read(key, text))
+        return false;
+    if (Convert(text, value))
+        return true;
+    if (WriteMissingKey())
+        Write(key, widened);
+    return false;
+}
+
+bool IProfile::Read(const WString& key, WString& value) const
+{
+    const WString text = Store().GetString(key, WString());
+    if (!text.IsEmpty()) {
+        value = text;
+        return true;
+    }
+    if (WriteMissingKey() && !value.IsEmpty())
+        Write(key, value);
+    return false;
+}
+
+bool IProfile::WriteString(const WString& key, const WString& value) const
+{
+    return WriteKeyImpl(key, value);
+}
+
+bool IProfile::WriteMem(const WString&, void*, std::size_t) const
+{
+    return false;
+}
+
+bool IProfile::ReadMem(const WString&, void*, std::size_t) const
+{
+    return false;
+}
+
+bool IProfile::ReadHex(const WString& key, unsigned short& value) const
+{
+    unsigned long number = 0;
+    if (!ReadHex(key, number, 4))
+        return false;
+    value = static_cast<unsigned short>(number);
+    return true;
+}
+
+bool IProfile::ReadHex(const WString& key, unsigned long& value, int digits) const
+{
+    WString text;
+    if (!Read(key, text))
+        return false;
+    text.TrimLeft();
+    text.TrimRight();
+    // Intended: the prefix counts whether it is there or not, so that "FF" is too short.
+    constexpr std::size_t prefixLength = 2;
+    const std::size_t length = text.Length();
+    if (length <= prefixLength || digits < 0 ||
+        length - prefixLength > static_cast<std::size_t>(digits))
+        return false;
+    const WChar* end = nullptr;
+    const unsigned long number = platform::ParseHex(text, end);
+    if (*end != 0 && !platform::IsSpace(*end))
+        return false;
+    value = number;
+    return true;
+}
+
+void IProfile::DeleteKey(const WString& key)
+{
+    DeleteKeyImpl(key);
+}
+
+void IProfile::DeleteKeyImpl(const WString&) const {}
+
+bool IProfile::WriteKeyImpl(const WString&, const WString&) const
+{
+    return false;
+}
+
+WString IProfile::GetString(const WString&, const WString& defaultValue)
+{
+    return defaultValue;
+}
+
+bool IProfile::DeleteSectionImpl(const WString&) const
+{
+    return false;
+}
+
+bool IProfile::Convert(WString text, bool& value) const
+{
+    text.ToUpper();
+    const bool isTrue = WView(text) == QD_W("TRUE");
+    if (!isTrue && WView(text) != QD_W("FALSE"))
+        return false;
+    value = isTrue;
+    return true;
+}
+
+WString IProfile::Convert(bool value)
+{
+    return value ? QD_W("TRUE") : QD_W("FALSE");
+}
+
+bool IProfile::Convert(const WString& text, float& value) const
+{
+    const WChar* rest = text;
+    return platform::ReadFloat(rest, value);
+}
+
+WString IProfile::Convert(double value)
+{
+    WString text;
+    text.Printf(QD_W("%g"), value);
+    return text;
+}
+
+bool IProfile::Convert(const WString& text, int& value) const
+{
+    const WChar* rest = text;
+    return platform::ReadInt(rest, value);
+}
+
+bool IProfile::Convert(const WString& text, unsigned long& value) const
+{
+    int number = 0;
+    if (!Convert(text, number))
+        return false;
+    value = static_cast<std::uint32_t>(number);
+    return true;
+}
+
+WString IProfile::Convert(int value)
+{
+    return WString::FromInt(value);
+}
+
+void IProfile::Init() noexcept
+{
+    m_type = TypeNone;
+    m_writeMissingKey = false;
+}
+
+const char* IProfile::CLASSNAME()
+{
+    return ClassName(typeid(IProfile));
+}
+
+// Intended: out of bounds the value stays, other than with an int, which is clamped.
+template <class Integer>
+bool IProfile::ReadInteger(const WString& key, Integer& value, int min, int max) const
+{
+    auto number = static_cast<int>(value);
+    if (!Read(key, number, min, max))
+        return false;
+    value = static_cast<Integer>(number);
+    return true;
+}
+
+// The readers are constant, while some of the primitives that they go by are not.
+IProfile& IProfile::Store() const noexcept
+{
+    return const_cast<IProfile&>(*this);
+}

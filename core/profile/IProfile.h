@@ -1,0 +1,153 @@
+#pragma once
+
+#include "core/base/BArray.h"
+#include "core/base/BSmartObj.h"
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+#include "core/platform/Types.h"
+#include "core/platform/WChar.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// A settings store of sections that hold named texts, and the typed values that those texts stand
+/// for. A store derives from it and supplies the primitives: `GetAllKeys`, `GetString`,
+/// `WriteKeyImpl`, `DeleteKeyImpl`, `DeleteSectionImpl`, `GetSections`, and `ReadMem` and
+/// `WriteMem` where it holds blocks. It may override the conversions to give values another text.
+///
+/// Every operation on a key goes to the current section, empty at first. A reader's output holds
+/// the caller's default before the call: the reader answers whether a usable value was there, and
+/// where `WriteMissingKey()` is set, the default is written for a key that is missing. An empty
+/// value is a missing one.
+///
+///     int width = 800;
+///     profile.SetSection(QD_W("Window"));
+///     profile.Read(QD_W("Width"), width, 100, 4000);
+///
+/// Nothing throws: failures are false. What constant members change is the store behind the object,
+/// and the current section. One thread at a time.
+class QD_CORE_API IProfile : public BSmartObj {
+public:
+    /// The kind of a store; applications add codes of their own.
+    enum ETypes : std::int32_t {
+        TypeNone = 0,
+        TypeIni = 1, // BIniProfile
+    };
+
+    /// `path` tells where the store is, for a file its full path.
+    IProfile(ETypes type, const WString& path, bool writeMissingKey);
+    /// No type, no path, and missing keys are not written.
+    IProfile();
+    IProfile(const IProfile& other);
+    IProfile& operator=(const IProfile& other);
+    ~IProfile() override;
+
+    [[nodiscard]] const ETypes& GetType() const noexcept { return m_type; }
+
+    // The order of the virtual functions is part of the interface.
+
+    /// The path of a further profile that `key` of `section` names: as it stands there, or beside
+    /// this profile when it is a bare name. Empty when there is none. `section` is then current.
+    [[nodiscard]] virtual WString GetSubProfileEntry(const WString& section, const WString& key);
+
+protected:
+    /// Whether `path` has a drive or a folder.
+    [[nodiscard]] virtual bool HasDir(const WString& path) const;
+
+public:
+    [[nodiscard]] virtual WString GetPath();
+    /// The path with its last separator ("\"; off Windows "/" as well), without what follows; all
+    /// of a path that has none.
+    [[nodiscard]] virtual WString GetDir();
+    [[nodiscard]] virtual const bool& WriteMissingKey() const;
+    [[nodiscard]] virtual const WString& GetSection() const;
+    /// The names of all sections. False, and `out` unchanged, for a store that cannot tell.
+    virtual bool GetSections(BArray<WString>& out) const;
+    /// Makes `section` current and lists its keys in `keys` unless that is null. False when the
+    /// section has none, or is the empty one, which is not looked into.
+    virtual bool LoadSection(const WString& section, BArray<WString>* keys) const;
+    virtual void SetSection(const WString& section) const;
+    /// The current section, told without regard to case, is the empty one afterwards.
+    virtual bool DeleteSection(const WString& section) const;
+
+    /// "07/04/2018 13:05:09.250", month first; the day of the week is not written.
+    virtual bool Write(const WString& key, const _SYSTEMTIME& value) const;
+    virtual bool Write(const WString& key, bool value) const;
+    /// Cut to 32 bits.
+    virtual bool Write(const WString& key, unsigned long value) const;
+    virtual bool Write(const WString& key, long value) const;
+    virtual bool Write(const WString& key, int value) const;
+    /// Six significant digits.
+    virtual bool Write(const WString& key, double value) const;
+    virtual bool Write(const WString& key, const WString& value) const;
+
+    /// Without a value that can be read, `value` is 30 December 1899, 00:00, and nothing is
+    /// written.
+    virtual bool Read(const WString& key, _SYSTEMTIME& value) const;
+    /// "TRUE" or "FALSE" in any case. Another text is no value, but is not overwritten either.
+    virtual bool Read(const WString& key, bool& value) const;
+    /// `min` and `max` are inclusive. Beyond them `value` stays as it is.
+    virtual bool Read(const WString& key, unsigned char& value, int min, int max) const;
+    virtual bool Read(const WString& key, unsigned short& value, int min, int max) const;
+    virtual bool Read(const WString& key, unsigned long& value, int min, int max) const;
+    virtual bool Read(const WString& key, long& value, int min, int max) const;
+    virtual bool Read(const WString& key, short& value, int min, int max) const;
+    /// `min` and `max` are inclusive. Beyond them `value` becomes the nearer one, and the answer is
+    /// false all the same. The default is also written over a text that begins with no number.
+    virtual bool Read(const WString& key, int& value, int min, int max) const;
+    /// Single precision. The default is also written over a text that begins with no number.
+    virtual bool Read(const WString& key, double& value) const;
+    virtual bool Read(const WString& key, float& value) const;
+    virtual bool Read(const WString& key, WString& value) const;
+
+    virtual bool WriteString(const WString& key, const WString& value) const;
+    virtual bool WriteMem(const WString& key, void* data, std::size_t size) const;
+    virtual bool ReadMem(const WString& key, void* data, std::size_t size) const;
+
+    /// A hexadecimal number, with or without "0x". The text has three characters or more, and not
+    /// more than two beyond `digits`. A default is never written.
+    virtual bool ReadHex(const WString& key, unsigned short& value) const;
+    virtual bool ReadHex(const WString& key, unsigned long& value, int digits) const;
+
+    virtual void DeleteKey(const WString& key);
+
+protected:
+    virtual void DeleteKeyImpl(const WString& key) const;
+    /// Puts `value` under `key` of the current section; false when it was not written.
+    virtual bool WriteKeyImpl(const WString& key, const WString& value) const;
+    /// The text under `key` of the current section, `defaultValue` when there is none.
+    [[nodiscard]] virtual WString GetString(const WString& key, const WString& defaultValue);
+    virtual bool DeleteSectionImpl(const WString& section) const;
+    /// The names of all keys of the current section.
+    [[nodiscard]] virtual BArray<WString> GetAllKeys() = 0;
+
+    // Values from and to their texts. False leaves `value` as it is; what follows a number in the
+    // text does not matter.
+
+    virtual bool Convert(WString text, bool& value) const;
+    [[nodiscard]] virtual WString Convert(bool value);
+    virtual bool Convert(const WString& text, float& value) const;
+    [[nodiscard]] virtual WString Convert(double value);
+    virtual bool Convert(const WString& text, int& value) const;
+    virtual bool Convert(const WString& text, unsigned long& value) const;
+    [[nodiscard]] virtual WString Convert(int value);
+
+public:
+    /// A text, which without this would count as true.
+    bool Write(const WString& key, const WChar* value) const { return Write(key, WString(value)); }
+
+protected:
+    /// No type, and missing keys are not written; path and section stay.
+    void Init() noexcept;
+    [[nodiscard]] static const char* CLASSNAME();
+
+private:
+    template <class Integer>
+    bool ReadInteger(const WString& key, Integer& value, int min, int max) const;
+    [[nodiscard]] IProfile& Store() const noexcept;
+
+    WString m_path;
+    mutable WString m_section;
+    ETypes m_type = TypeNone;
+    bool m_writeMissingKey = false;
+};
