@@ -65,9 +65,13 @@ void RecordWriter::Patch(std::uint64_t position, const void* bytes, std::uint64_
 
 void RecordWriter::TakeBack(std::uint64_t position) noexcept
 {
-    if (position >= m_bufferStart)
+    if (position >= m_bufferStart) {
         m_used = position - m_bufferStart;
-    else
+        return;
+    }
+    m_used = 0;
+    m_bufferStart = position;
+    if (m_stream && !platform::Truncate(m_stream.get(), position))
         m_stream.reset();
 }
 

@@ -37,8 +37,7 @@ public:
     /// Overwrites bytes that were written before `Position()`.
     void Patch(std::uint64_t position, const void* bytes, std::uint64_t size);
 
-    /// Takes back all that was written from `position` on; closes the file when part of that has
-    /// reached it already.
+    /// Takes back all that was written from `position` on.
     void TakeBack(std::uint64_t position) noexcept;
 
     /// Hands all bytes to the system. False when the file is not good.

@@ -59,4 +59,8 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 /// Position in a binary stream, from the start of the file.
 [[nodiscard]] bool Seek(std::FILE* stream, std::uint64_t position) noexcept;
 
+/// Cuts the file behind a binary stream off at `size` and goes there. What the stream buffers must
+/// have been flushed.
+[[nodiscard]] bool Truncate(std::FILE* stream, std::uint64_t size) noexcept;
+
 } // namespace platform

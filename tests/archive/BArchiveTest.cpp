@@ -63,10 +63,12 @@ class Unwritable : public ArchiveItem {
 public:
     void WriteData(BArchive& archive) const override
     {
-        archive << 1 << 2;
+        const std::vector<char> bytes(m_size);
+        archive.WriteMemoryBlock(bytes.data(), bytes.size());
         if (m_fails)
             throw BError(4711);
     }
+    std::size_t m_size = 8;
     bool m_fails = true;
 };
 
@@ -413,7 +415,9 @@ TEST_F(BArchiveTest, AFileThatIsCutWhileItIsReadGivesNoHalfObjects)
 TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
 {
     SP<Unwritable> unwritable(new Unwritable);
-    {
+    for (const std::size_t size : {8, 3'000'000}) { // the larger one reaches the file meanwhile
+        unwritable->m_size = size;
+        unwritable->m_fails = true;
         BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
         archive.Insert(new ArchiveItem(1), "before");
         archive.Insert(unwritable.Get(), "unwritable");
@@ -422,10 +426,12 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
         EXPECT_TRUE(archive.IsGood());
         EXPECT_THROW(archive.Flush(), BError) << "it stays queued";
         unwritable->m_fails = false;
+        EXPECT_TRUE(archive.Flush());
+
+        BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
+        EXPECT_NE(in.TakeOut("before"), nullptr);
+        EXPECT_NE(in.TakeOut("behind"), nullptr);
     }
-    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
-    EXPECT_NE(archive.TakeOut("before"), nullptr);
-    EXPECT_NE(archive.TakeOut("behind"), nullptr);
 }
 
 TEST_F(BArchiveTest, TheWrongModeDoesNothing)

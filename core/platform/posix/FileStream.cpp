@@ -253,4 +253,9 @@ bool Seek(std::FILE* stream, std::uint64_t position) noexcept
     return position <= INT64_MAX && ::fseeko(stream, static_cast<off_t>(position), SEEK_SET) == 0;
 }
 
+bool Truncate(std::FILE* stream, std::uint64_t size) noexcept
+{
+    return Seek(stream, size) && ::ftruncate(::fileno(stream), static_cast<off_t>(size)) == 0;
+}
+
 } // namespace platform

@@ -94,4 +94,9 @@ bool Seek(std::FILE* stream, std::uint64_t position) noexcept
            _fseeki64(stream, static_cast<std::int64_t>(position), SEEK_SET) == 0;
 }
 
+bool Truncate(std::FILE* stream, std::uint64_t size) noexcept
+{
+    return Seek(stream, size) && _chsize_s(_fileno(stream), static_cast<std::int64_t>(size)) == 0;
+}
+
 } // namespace platform
