@@ -1,0 +1,3 @@
+#include "core/memory/CMemoryBlock.h"
+
+CMemoryBlock::~CMemoryBlock() = default;

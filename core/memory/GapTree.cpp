@@ -1,0 +1,145 @@
+#include "core/memory/GapTree.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace {
+
+/// xorshift32, Marsaglia, J. Stat. Softw. 8 (2003), 14.
+std::uint32_t NextRandom(std::uint32_t& state) noexcept
+{
+    state ^= state << 13;
+    state ^= state >> 17;
+    state ^= state << 5;
+    return state;
+}
+
+} // namespace
+
+void GapTree::AddFrame(Place& end, char* start, std::uint64_t size) noexcept
+{
+    end.m_start = start + size;
+    end.m_gap = size;
+    Place* last = m_root;
+    while (last != nullptr && last->m_right != nullptr)
+        last = last->m_right;
+    Link(end, last, last != nullptr ? last->m_right : m_root);
+}
+
+void GapTree::RemoveFrame(Place& end) noexcept
+{
+    Unlink(end);
+}
+
+GapTree::Place* GapTree::FindGap(std::uint64_t size) const noexcept
+{
+    if (m_root == nullptr || m_root->m_largestGap < size)
+        return nullptr;
+    Place* place = m_root;
+    for (;;) {
+        if (place->m_left != nullptr && place->m_left->m_largestGap >= size)
+            place = place->m_left;
+        else if (place->m_gap >= size)
+            return place;
+        else
+            place = place->m_right;
+    }
+}
+
+void GapTree::Insert(Place& place, std::uint64_t size, Place& next) noexcept
+{
+    assert(size <= next.m_gap);
+    place.m_start = next.GapStart();
+    place.m_size = size;
+    place.m_gap = 0;
+    next.m_gap -= size;
+    if (next.m_left == nullptr) {
+        Link(place, &next, next.m_left);
+        return;
+    }
+    Place* previous = next.m_left;
+    while (previous->m_right != nullptr)
+        previous = previous->m_right;
+    Link(place, previous, previous->m_right);
+}
+
+void GapTree::Remove(Place& place) noexcept
+{
+    Place* next = place.m_right;
+    if (next != nullptr) {
+        while (next->m_left != nullptr)
+            next = next->m_left;
+    } else {
+        const Place* child = &place;
+        for (next = place.m_parent; next->m_left != child; next = next->m_parent)
+            child = next;
+    }
+    Unlink(place);
+    next->m_gap += place.m_gap + place.m_size;
+    UpdateUpwards(next);
+}
+
+/// Hangs `place` on as a leaf and balances the tree.
+void GapTree::Link(Place& place, Place* parent, Place*& link) noexcept
+{
+    link = &place;
+    place.m_parent = parent;
+    place.m_left = place.m_right = nullptr;
+    place.m_priority = NextRandom(m_random);
+    UpdateUpwards(&place);
+    while (place.m_parent != nullptr && place.m_parent->m_priority < place.m_priority)
+        Raise(place);
+}
+
+void GapTree::Unlink(Place& place) noexcept
+{
+    while (place.m_left != nullptr && place.m_right != nullptr)
+        Raise(place.m_left->m_priority > place.m_right->m_priority ? *place.m_left
+                                                                   : *place.m_right);
+    Place* const child = place.m_left != nullptr ? place.m_left : place.m_right;
+    LinkTo(place) = child;
+    if (child != nullptr)
+        child->m_parent = place.m_parent;
+    UpdateUpwards(place.m_parent);
+}
+
+/// Changes places with the parent, the order staying as it is.
+void GapTree::Raise(Place& place) noexcept
+{
+    Place& parent = *place.m_parent;
+    Place*& inner = parent.m_left == &place ? place.m_right : place.m_left;
+    (parent.m_left == &place ? parent.m_left : parent.m_right) = inner;
+    if (inner != nullptr)
+        inner->m_parent = &parent;
+    inner = &parent;
+    LinkTo(parent) = &place;
+    place.m_parent = parent.m_parent;
+    parent.m_parent = &place;
+    place.m_largestGap = parent.m_largestGap;
+    Update(parent);
+}
+
+/// The link that leads to `place`.
+GapTree::Place*& GapTree::LinkTo(Place& place) noexcept
+{
+    if (place.m_parent == nullptr)
+        return m_root;
+    return place.m_parent->m_left == &place ? place.m_parent->m_left : place.m_parent->m_right;
+}
+
+/// Tells `place`, whose gap or children changed, and those above it.
+void GapTree::UpdateUpwards(Place* place) noexcept
+{
+    for (; place != nullptr; place = place->m_parent)
+        Update(*place);
+}
+
+void GapTree::Update(Place& place) noexcept
+{
+    std::uint64_t largest = place.m_gap;
+    if (place.m_left != nullptr)
+        largest = std::max(largest, place.m_left->m_largestGap);
+    if (place.m_right != nullptr)
+        largest = std::max(largest, place.m_right->m_largestGap);
+    place.m_largestGap = largest;
+}

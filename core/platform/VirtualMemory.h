@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+
+/// Pages of the process's address space.
+namespace platform {
+
+/// Bytes of a page, a power of two; the same for the life of the process.
+[[nodiscard]] std::uint64_t PageSize() noexcept;
+
+enum class MemoryPlacement { Anywhere, FromTheTop };
+
+/// Reserves and commits `size` bytes, rounded up to pages: zeroed, readable and writable. Null when
+/// the system refuses, as it does for size 0; `LastErrorText` then says why. Where the system
+/// always places from the top of the address space, `placement` changes nothing.
+[[nodiscard]] void* CommitMemory(std::uint64_t size, MemoryPlacement placement) noexcept;
+
+/// Gives back a whole range of `CommitMemory`, with the size that was asked for.
+void ReleaseMemory(void* start, std::uint64_t size) noexcept;
+
+} // namespace platform

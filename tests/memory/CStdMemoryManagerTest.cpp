@@ -1,0 +1,206 @@
+#include "core/memory/CStdMemoryManager.h"
+
+#include "core/base/BError.h"
+#include "core/base/SP.h"
+#include "core/memory/BMemoryBlockStdHeap.h"
+
+#include "tests/operation/RecordingDispatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+
+class MemoryManager : public testing::Test {
+protected:
+    void SetUp() override { manager.Init(64 * page, 16 * page); }
+    CStdMemoryBlock* Alloc(std::uint64_t size)
+    {
+        return dynamic_cast<CStdMemoryBlock*>(manager.MemoryBlockAlloc(size));
+    }
+    /// How often the memory in use was reported since the last call.
+    std::size_t Posted()
+    {
+        const auto posted = dispatcher.Posted();
+        for (const auto& message : posted)
+            EXPECT_EQ(message, (RecordingDispatcher::Message{3156, 0, 0}));
+        return posted.size();
+    }
+
+    RecordingDispatcher dispatcher;
+    CStdMemoryManager manager;
+    const std::uint64_t page = manager.PageSize();
+};
+
+/// The text of the BError 25021 that `call` throws.
+template <class Call>
+std::basic_string<WChar> Refusal(Call call)
+{
+    try {
+        call();
+    } catch (const BError& error) {
+        EXPECT_EQ(error.Error(), 25021);
+        return error.Argument(0).CStr();
+    }
+    return QD_W("no error");
+}
+
+TEST_F(MemoryManager, GivesBlocksOfWholePages)
+{
+    char* end = nullptr;
+    for (const auto& [size, pages] :
+         {std::pair{std::uint64_t{1}, 1U}, {page, 1U}, {page + 1, 2U}}) {
+        SCOPED_TRACE(size);
+        const CStdMemoryBlock* const block = Alloc(size);
+        char* const start = static_cast<char*>(block->Start());
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(start) % page, 0U);
+        EXPECT_TRUE(end == nullptr || end == start);
+        EXPECT_EQ(block->Size(), size);
+        EXPECT_EQ(block->End(), start + size);
+        EXPECT_EQ(block->AllocatedSize(), pages * page);
+        end = static_cast<char*>(block->PageAddressOverThis());
+        EXPECT_EQ(end, start + pages * page);
+        std::memset(start, 1, pages * page);
+    }
+    EXPECT_EQ(manager.MemoryInUse(), 4 * page);
+    EXPECT_EQ(manager.SizeOfAllocatedMemory(), 4 * page);
+    EXPECT_EQ(manager.SizeOfLockedMemory(), 4 * page);
+    EXPECT_EQ(manager.TotalReservedMemory(), 64 * page);
+    EXPECT_EQ(manager.NumberOfReservedBlocks(), 1);
+}
+
+TEST_F(MemoryManager, ReportsWhatChangesTheMemoryInUse)
+{
+    const SP<CStdMemoryBlock> block = Alloc(100);
+    EXPECT_EQ(Posted(), 1U);
+    CStdMemoryBlock copy(*block);
+    EXPECT_EQ(copy.Start(), block->Start());
+    manager.FreeMemoryBlock(&copy);
+    manager.FreeMemoryBlock(nullptr);
+    CStdMemoryManager other;
+    other.FreeMemoryBlock(block.Get());
+    EXPECT_EQ(manager.MemoryInUse(), page);
+    EXPECT_EQ(Posted(), 0U);
+    manager.FreeMemoryBlock(block.Get());
+    EXPECT_EQ(Posted(), 1U);
+    manager.FreeMemoryBlock(block.Get());
+    EXPECT_EQ(Posted(), 0U);
+    EXPECT_EQ(manager.MemoryInUse(), 0U);
+}
+
+TEST_F(MemoryManager, ReportsAnEmptyBlockWhenItIsGivenBack)
+{
+    const SP<CStdMemoryBlock> block = Alloc(0);
+    EXPECT_EQ(block->Start(), nullptr);
+    EXPECT_EQ(block->End(), nullptr);
+    EXPECT_EQ(block->Size() + block->AllocatedSize() + manager.MemoryInUse(), 0U);
+    EXPECT_EQ(Posted(), 0U);
+    manager.FreeMemoryBlock(block.Get());
+    manager.FreeMemoryBlock(block.Get());
+    EXPECT_EQ(Posted(), 2U);
+    EXPECT_EQ(block->RefCount(), 1);
+}
+
+TEST_F(MemoryManager, RefusesBlocksOfAnotherKind)
+{
+    BMemoryBlockStdHeap block(10);
+    EXPECT_EQ(Refusal([&] { manager.FreeMemoryBlock(&block); }), QD_W("$IDS_ErrorHint26"));
+}
+
+TEST_F(MemoryManager, RefusesFramesThatCannotBeCommitted)
+{
+    Alloc(1);
+    for (const std::uint64_t size : {kMax, kMax - page + 1, kMax - page, kMax / 2 + 1}) {
+        SCOPED_TRACE(size);
+        const auto text = Refusal([&] { Alloc(size); });
+        EXPECT_FALSE(text.empty());
+        EXPECT_NE(text, QD_W("no error"));
+        EXPECT_EQ(Refusal([&] { manager.Init(size, 0); }), text);
+    }
+    EXPECT_NE(Refusal([&] { manager.Init(0, 0); }), QD_W("no error"));
+    EXPECT_EQ(manager.MemoryInUse(), page);
+    EXPECT_EQ(manager.TotalReservedMemory(), 64 * page);
+}
+
+TEST_F(MemoryManager, KeepsEmptyFramesUpToAReserve)
+{
+    constexpr std::uint64_t kept = 1'673'741'824;
+    const std::uint64_t first = manager.TotalReservedMemory();
+    Alloc(first);
+    const std::uint64_t largest = kept / page * page - first; // as far as the reserve goes
+    for (const auto& [size, after] : {std::pair{largest, largest}, {largest + page, largest}}) {
+        SCOPED_TRACE(size);
+        CMemoryBlock* const block = Alloc(size);
+        EXPECT_GE(manager.TotalReservedMemory(), first + size);
+        manager.FreeMemoryBlock(block);
+        EXPECT_EQ(manager.TotalReservedMemory(), first + after);
+    }
+}
+
+TEST(MemoryFrame, LeavesItsPagesWhenTheyAreKept)
+{
+    CStdMemoryManager manager;
+    char* kept = nullptr;
+    {
+        BStdMemoryFrame frame(&manager, manager.PageSize());
+        frame.KeepMemory(true);
+        kept = static_cast<char*>(frame.Start());
+        *kept = 'k';
+    }
+    EXPECT_EQ(*kept, 'k');
+}
+
+TEST_F(MemoryManager, ServesQDAllocWhileItIsRegistered)
+{
+    CMemoryBlock* const heap = QDAlloc(10);
+    std::memset(heap->Start(), 1, 10);
+    EXPECT_EQ(heap->End(), static_cast<char*>(heap->Start()) + heap->Size());
+    QDFree(heap);
+    QDFree(nullptr);
+    CMemoryBlock* const none = QDAlloc(0);
+    EXPECT_EQ(none->Start(), nullptr);
+    QDFree(none);
+    EXPECT_EQ(Posted(), 0U);
+
+    CMemoryBlockManager::RegisterMemoryManager(&manager);
+    CMemoryBlock* const block = QDAlloc(10);
+    EXPECT_EQ(manager.MemoryInUse(), page);
+    QDFree(block);
+    EXPECT_EQ(manager.MemoryInUse(), 0U);
+    CMemoryBlockManager::RegisterMemoryManager(nullptr);
+}
+
+TEST(MemoryManagerThreads, TakeBlocksThatAreTheirs)
+{
+    CStdMemoryManager manager;
+    manager.Init(1 << 20, 1 << 20);
+    const auto work = [&](int number) {
+        std::vector<CMemoryBlock*> blocks;
+        for (int i = 0; i < 2'000; ++i) {
+            blocks.push_back(manager.MemoryBlockAlloc(20'000));
+            std::memset(blocks.back()->Start(), number, 20'000);
+            if (blocks.size() < 8)
+                continue;
+            for (CMemoryBlock* const block : blocks) {
+                EXPECT_EQ(static_cast<char*>(block->End())[-1], number);
+                manager.FreeMemoryBlock(block);
+            }
+            blocks.clear();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int number = 1; number <= 4; ++number)
+        threads.emplace_back(work, number);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(manager.MemoryInUse(), 0U);
+}
+
+} // namespace
