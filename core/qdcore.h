@@ -44,6 +44,7 @@
 #include "core/memory/CStdMemoryManager.h"
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BMessageReceiver.h"
+#include "core/profile/BBinProfile.h"
 #include "core/profile/BProfileBase.h"
 #include "core/profile/EProfileMode.h"
 #include "core/profile/IProfile.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -10,27 +11,33 @@ namespace {
 constexpr std::uint64_t kSmallestBlock = 4 * 1024;
 constexpr std::uint64_t kLargestBlock = 1024 * 1024;
 
+constexpr std::uint64_t kUnknown = std::numeric_limits<std::uint64_t>::max();
+
 } // namespace
 
 BlockReader::BlockReader(platform::Stream stream)
-    : m_stream(std::move(stream))
+    : m_owned(std::move(stream))
+    , m_stream(m_owned.get())
     , m_readSize(kSmallestBlock)
+    , m_streamPosition(0)
 {
-    if (!m_stream)
-        return;
-    const std::optional<std::uint64_t> size = platform::FileSize(m_stream.get());
-    if (!size) {
-        m_stream.reset();
-        return;
-    }
-    std::setvbuf(m_stream.get(), nullptr, _IONBF, 0); // the block is the buffer
-    m_size = *size;
-    m_limit = *size;
+    Measure();
+    if (m_stream != nullptr)
+        std::setvbuf(m_stream, nullptr, _IONBF, 0); // the block is the buffer
+}
+
+BlockReader::BlockReader(std::FILE& stream)
+    : m_stream(&stream)
+    , m_readSize(kSmallestBlock)
+    , m_streamPosition(kUnknown)
+{
+    Measure();
 }
 
 void BlockReader::Close() noexcept
 {
-    m_stream.reset();
+    m_owned.reset();
+    m_stream = nullptr;
     m_size = m_position = m_limit = 0;
     m_blockSize = 0;
 }
@@ -102,10 +109,19 @@ bool BlockReader::Fetch(std::uint64_t size)
 bool BlockReader::ReadAt(std::uint64_t position, char* out, std::uint64_t size)
 {
     const bool there = m_stream != nullptr &&
-                       (position == m_streamPosition || platform::Seek(m_stream.get(), position)) &&
-                       std::fread(out, 1, size, m_stream.get()) == size;
+                       (position == m_streamPosition || platform::Seek(m_stream, position)) &&
+                       std::fread(out, 1, size, m_stream) == size;
     m_streamPosition = position + size;
     if (!there)
         Close();
     return there;
+}
+
+void BlockReader::Measure()
+{
+    const std::optional<std::uint64_t> size =
+        m_stream != nullptr ? platform::FileSize(m_stream) : std::nullopt;
+    if (!size)
+        Close();
+    m_size = m_limit = size.value_or(0);
 }

@@ -3,6 +3,7 @@
 #include "core/platform/FileStream.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -16,11 +17,15 @@ class BlockReader {
 public:
     /// Takes over a stream that is open for binary reading; without one the reader is not good.
     explicit BlockReader(platform::Stream stream);
+    /// Reads a stream that stays the caller's and outlives the reader, from the start of the file
+    /// on, wherever it stands; where it stands afterwards is unspecified.
+    explicit BlockReader(std::FILE& stream);
 
     /// A file is open and none of its reads has failed. A read past the limit is no failure.
     [[nodiscard]] bool IsGood() const noexcept { return m_stream != nullptr; }
 
-    /// Closes the file; the reader is not good from then on.
+    /// Lets go of the file, and closes one that was taken over; the reader is not good from then
+    /// on.
     void Close() noexcept;
 
     [[nodiscard]] std::uint64_t Size() const noexcept { return m_size; }
@@ -68,7 +73,11 @@ private:
     [[nodiscard]] bool Fetch(std::uint64_t size);
     [[nodiscard]] bool ReadAt(std::uint64_t position, char* out, std::uint64_t size);
 
-    platform::Stream m_stream;
+    /// Of `m_stream`, which is let go of when its size cannot be told.
+    void Measure();
+
+    platform::Stream m_owned;
+    std::FILE* m_stream; // m_owned, or the caller's
     std::uint64_t m_size = 0;
     std::uint64_t m_position = 0;
     std::uint64_t m_limit = 0;
@@ -77,6 +86,6 @@ private:
     std::uint64_t m_blockStart = 0; // place in the file of the block's first byte
     std::uint64_t m_blockSize = 0;  // bytes of the file in the block
     std::uint64_t m_blockCapacity = 0;
-    std::uint64_t m_readSize;           // bytes to read ahead next time
-    std::uint64_t m_streamPosition = 0; // where the stream itself stands
+    std::uint64_t m_readSize;       // bytes to read ahead next time
+    std::uint64_t m_streamPosition; // where the stream itself stands; the greatest if unknown
 };

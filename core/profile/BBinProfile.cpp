@@ -1,0 +1,294 @@
+#include "core/profile/BBinProfile.h"
+
+#include "core/base/BError.h"
+#include "core/base/BlockReader.h"
+#include "core/file/BFile.h"
+#include "core/platform/FileReplacement.h"
+#include "core/platform/WChar.h"
+#include "core/profile/BVariant.h"
+
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <utility>
+#include <vector>
+
+// The file, all integers little-endian:
+//
+//     offset  size  content
+//     0       4     format id: what the records' keys are
+//     4       ...   records up to the end of the file: a text record with the mapped key, the
+//                   value's type code and the value
+//
+// An empty key ends the records. Text records and values are told in VariantBytes.h and BVariant.h.
+
+namespace {
+
+constexpr std::uint32_t kAnsiFormatId = 0x59414C05; // narrow keys; read only
+constexpr std::uint32_t kUnicodeFormatId = 0x69414C06;
+
+} // namespace
+
+BBinProfile::BBinProfile(WString path, EProfileMode mode)
+    : m_path(std::move(path))
+    , m_section(QD_W("default"))
+    , m_mode(mode)
+{
+    if (mode != ProfileNew)
+        BBinProfile::Read();
+}
+
+BBinProfile::~BBinProfile()
+{
+    if (!m_modified || m_mode == ProfileReadOnly)
+        return;
+    try {
+        BBinProfile::Write();
+    } catch (const std::exception&) {
+        // A save that fails is silent.
+    }
+}
+
+bool BBinProfile::IsValid() const
+{
+    return m_valid;
+}
+
+void BBinProfile::SetSection(WString section)
+{
+    m_section = std::move(section);
+}
+
+WString BBinProfile::GetSection()
+{
+    return m_section;
+}
+
+bool BBinProfile::WriteString(int index, WString key, WString value)
+{
+    return WriteString(IndexedKey(key, index), std::move(value));
+}
+
+bool BBinProfile::WriteString(WString key, WString value)
+{
+    CheckMode();
+    return Store(key, new TVariant<WString>(value));
+}
+
+bool BBinProfile::WriteInt(int index, WString key, int value)
+{
+    return WriteInt(IndexedKey(key, index), value);
+}
+
+bool BBinProfile::WriteInt(WString key, int value)
+{
+    CheckMode();
+    return Store(key, new TVariant<int>(value));
+}
+
+bool BBinProfile::WriteDouble(int index, WString key, double value)
+{
+    return WriteDouble(IndexedKey(key, index), value);
+}
+
+bool BBinProfile::WriteDouble(WString key, double value)
+{
+    CheckMode();
+    return Store(key, new TVariant<double>(value));
+}
+
+bool BBinProfile::WriteMem(int index, WString key, void* data, unsigned int size)
+{
+    return WriteMem(IndexedKey(key, index), data, size);
+}
+
+bool BBinProfile::WriteMem(WString key, void* data, unsigned int size)
+{
+    CheckMode();
+    return Store(key, new BVarMemBlock(data, size));
+}
+
+bool BBinProfile::WriteBoolean(WString key, bool value)
+{
+    CheckMode();
+    return Store(key, new TVariant<bool>(value));
+}
+
+WString BBinProfile::ReadString(int index, WString key, WString defaultValue)
+{
+    return ReadString(IndexedKey(key, index), std::move(defaultValue));
+}
+
+WString BBinProfile::ReadString(WString key, WString defaultValue)
+{
+    if (const auto* const wide = Find<TVariant<WString>>(key))
+        return wide->Value();
+    if (const auto* const narrow = Find<TVariant<BString>>(key))
+        return narrow->Value();
+    return defaultValue;
+}
+
+int BBinProfile::ReadInt(int index, WString key, int defaultValue)
+{
+    return ReadInt(IndexedKey(key, index), defaultValue);
+}
+
+int BBinProfile::ReadInt(WString key, int defaultValue)
+{
+    const auto* const found = Find<TVariant<int>>(key);
+    return found != nullptr ? found->Value() : defaultValue;
+}
+
+double BBinProfile::ReadDouble(int index, WString key, double defaultValue)
+{
+    return ReadDouble(IndexedKey(key, index), defaultValue);
+}
+
+double BBinProfile::ReadDouble(WString key, double defaultValue)
+{
+    const auto* const found = Find<TVariant<double>>(key);
+    return found != nullptr ? found->Value() : defaultValue;
+}
+
+bool BBinProfile::ReadMem(int index, WString key, void* data, unsigned int size)
+{
+    return ReadMem(IndexedKey(key, index), data, size);
+}
+
+bool BBinProfile::ReadMem(WString key, void* data, unsigned int size)
+{
+    const auto* const found = Find<BVarMemBlock>(key);
+    if (found == nullptr || found->Size() != size)
+        return false;
+    if (size != 0)
+        std::memcpy(data, found->Data(), size);
+    return true;
+}
+
+bool BBinProfile::ReadBoolean(WString key, bool defaultValue)
+{
+    const auto* const found = Find<TVariant<bool>>(key);
+    return found != nullptr ? found->Value() : defaultValue;
+}
+
+void BBinProfile::DeleteKey(WString key)
+{
+    CheckMode();
+    if (m_values.Remove(MapKey(key)))
+        m_modified = true;
+}
+
+void BBinProfile::DeleteSection()
+{
+    CheckMode();
+    std::vector<WString> keys;
+    for (const auto& item : m_values) {
+        if (Section(item.key).IEqual(m_section))
+            keys.push_back(item.key);
+    }
+    for (const WString& key : keys)
+        m_values.Remove(key);
+    m_modified = m_modified || !keys.empty();
+}
+
+bool BBinProfile::ExistsSection(WString section) const
+{
+    // Telling a section from a key changes nothing.
+    auto& self = const_cast<BBinProfile&>(*this);
+    for (const auto& item : m_values) {
+        if (self.Section(item.key).IEqual(section))
+            return true;
+    }
+    return false;
+}
+
+WString BBinProfile::MapKey(WString key)
+{
+    WString mapped = QD_W("[") + m_section;
+    mapped += QD_W(']');
+    mapped += key;
+    mapped.ToLower();
+    return mapped;
+}
+
+WString BBinProfile::Section(WString mappedKey)
+{
+    return mappedKey.SubCh(1, QD_W(']'));
+}
+
+bool BBinProfile::Read()
+{
+    BFile file(m_path, QD_W("rb"));
+    if (file == nullptr)
+        return true;
+    std::uint32_t formatId = 0;
+    m_valid = std::fread(&formatId, sizeof formatId, 1, file) == 1 &&
+              (formatId == kAnsiFormatId || formatId == kUnicodeFormatId);
+    if (!m_valid)
+        return false;
+    return formatId == kAnsiFormatId ? ReadAnsiFormat(file) : ReadUnicodeFormat(file);
+}
+
+bool BBinProfile::ReadAnsiFormat(BFile& file)
+{
+    return ReadRecords<BString>(file);
+}
+
+bool BBinProfile::ReadUnicodeFormat(BFile& file)
+{
+    return ReadRecords<WString>(file);
+}
+
+bool BBinProfile::Write() const
+{
+    VariantBytes
+        bytes; // all of them, so that a file that must be written in place is soon complete
+    bytes.Append(kUnicodeFormatId);
+    for (const auto& item : m_values) {
+        bytes.AppendText(item.key);
+        bytes.Append(item.value->Type());
+        item.value->AppendValue(bytes);
+    }
+    platform::FileReplacement replacement(m_path);
+    return replacement.Stream() != nullptr &&
+           std::fwrite(bytes.Data(), 1, bytes.Size(), replacement.Stream()) == bytes.Size() &&
+           replacement.Commit();
+}
+
+void BBinProfile::CheckMode() const
+{
+    if (m_mode == ProfileReadOnly)
+        throw BError(32767, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
+}
+
+// Intended: damage in a key ends the records quietly, a value of no known type discards them all.
+template <class Text>
+bool BBinProfile::ReadRecords(BFile& file)
+{
+    BlockReader reader(*static_cast<std::FILE*>(file));
+    reader.MoveTo(sizeof kUnicodeFormatId);
+    BlockSource source(reader);
+    for (Text key; source.ReadText(key) && !key.IsEmpty();) {
+        SP<BVariant> value = LoadVariant(source);
+        if (!value) {
+            m_values.RemoveAll();
+            return false;
+        }
+        m_values.Insert({std::move(key), std::move(value)});
+    }
+    return true;
+}
+
+bool BBinProfile::Store(const WString& key, BVariant* value)
+{
+    m_values.Insert({MapKey(key), value});
+    m_modified = true;
+    return true;
+}
+
+template <class Variant>
+const Variant* BBinProfile::Find(const WString& key)
+{
+    const auto* const item = m_values.Find(MapKey(key));
+    return item != nullptr ? dynamic_cast<const Variant*>(item->value.Get()) : nullptr;
+}

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "core/base/BDictionary.h"
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+#include "core/profile/BProfileBase.h"
+#include "core/profile/EProfileMode.h"
+
+class BFile;
+class BVariant;
+
+/// Settings in a binary file: read as a whole when the profile is made, kept in memory, and written
+/// as a whole when it is destroyed after a change. Of two profiles over one file the last destroyed
+/// wins.
+///
+/// A value keeps its type, and is read as that type alone. Section and key are told without regard
+/// to the case of ASCII letters. A file that is not there is an empty profile; a damaged one is
+/// read as far as its keys are whole. `IsValid` tells whether the file is a binary profile at all.
+///
+/// The old file is whole until the new one is complete. A save that fails is silent and leaves the
+/// old file.
+class QD_CORE_API BBinProfile : public BProfileBase {
+public:
+    BBinProfile(WString path, EProfileMode mode);
+    BBinProfile(const BBinProfile&) = delete;
+    BBinProfile& operator=(const BBinProfile&) = delete;
+    ~BBinProfile() override;
+
+    bool IsValid() const override;
+    void SetSection(WString section) override;
+    WString GetSection() override;
+    bool WriteString(int index, WString key, WString value) override;
+    bool WriteString(WString key, WString value) override;
+    bool WriteInt(int index, WString key, int value) override;
+    bool WriteInt(WString key, int value) override;
+    bool WriteDouble(int index, WString key, double value) override;
+    bool WriteDouble(WString key, double value) override;
+    bool WriteMem(int index, WString key, void* data, unsigned int size) override;
+    bool WriteMem(WString key, void* data, unsigned int size) override;
+    bool WriteBoolean(WString key, bool value) override;
+    WString ReadString(int index, WString key, WString defaultValue) override;
+    WString ReadString(WString key, WString defaultValue) override;
+    int ReadInt(int index, WString key, int defaultValue) override;
+    int ReadInt(WString key, int defaultValue) override;
+    double ReadDouble(int index, WString key, double defaultValue) override;
+    double ReadDouble(WString key, double defaultValue) override;
+    bool ReadMem(int index, WString key, void* data, unsigned int size) override;
+    bool ReadMem(WString key, void* data, unsigned int size) override;
+    bool ReadBoolean(WString key, bool defaultValue) override;
+    void DeleteKey(WString key) override;
+    void DeleteSection() override;
+    bool ExistsSection(WString section) const override;
+
+protected:
+    // The order of the virtual functions is part of the interface.
+
+    /// Under which a key of the current section is kept: "[section]key" in lower case.
+    [[nodiscard]] virtual WString MapKey(WString key);
+    /// The section of a mapped key. Intended: it ends at the first "]", so that a section with "]"
+    /// in its name is not found again.
+    [[nodiscard]] virtual WString Section(WString mappedKey);
+    /// Loads the file. False for a file of another kind, which is not valid, and for one with a
+    /// value of no known type, of which nothing is kept.
+    virtual bool Read();
+    /// Load the records behind the format id.
+    virtual bool ReadAnsiFormat(BFile& file);
+    virtual bool ReadUnicodeFormat(BFile& file);
+    /// Saves the file; false when the old one stays.
+    virtual bool Write() const;
+    /// Throws BError 32767 with "$IDS_ErrorHint61" when the profile is read only.
+    virtual void CheckMode() const;
+
+private:
+    template <class Text>
+    bool ReadRecords(BFile& file);
+    /// Stores a new variant under `key` of the current section.
+    bool Store(const WString& key, BVariant* value);
+    /// The value under `key` when it is of that class; null when it is not.
+    template <class Variant>
+    const Variant* Find(const WString& key);
+
+    WString m_path;
+    WString m_section;
+    BDictionary<WString, SP<BVariant>> m_values; // by mapped key
+    EProfileMode m_mode;
+    bool m_modified = false;
+    bool m_valid = true;
+};

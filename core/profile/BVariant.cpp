@@ -1,0 +1,187 @@
+#include "core/profile/BVariant.h"
+
+#include <cstring>
+#include <utility>
+
+static_assert(sizeof(int) == 4 && sizeof(double) == 8);
+
+namespace {
+
+template <class T>
+constexpr std::uint32_t kTypeCode = 0;
+template <>
+constexpr std::uint32_t kTypeCode<int> = 1;
+template <>
+constexpr std::uint32_t kTypeCode<BString> = 2;
+template <>
+constexpr std::uint32_t kTypeCode<double> = 3;
+template <>
+constexpr std::uint32_t kTypeCode<BVarMemBlock> = 4;
+template <>
+constexpr std::uint32_t kTypeCode<bool> = 5;
+template <>
+constexpr std::uint32_t kTypeCode<WString> = 6;
+
+SP<BVariant> MakeVariant(std::uint32_t type)
+{
+    switch (type) {
+    case kTypeCode<int>: return new TVariant<int>(0);
+    case kTypeCode<BString>: return new TVariant<BString>({});
+    case kTypeCode<double>: return new TVariant<double>(0);
+    case kTypeCode<BVarMemBlock>: return new BVarMemBlock(nullptr, 0);
+    case kTypeCode<bool>: return new TVariant<bool>(false);
+    case kTypeCode<WString>: return new TVariant<WString>({});
+    default: return {};
+    }
+}
+
+} // namespace
+
+void BVariant::Save(std::FILE* stream) const
+{
+    if (stream == nullptr)
+        return;
+    const std::uint32_t type = Type();
+    std::fwrite(&type, sizeof type, 1, stream);
+    SaveValue(stream);
+}
+
+void BVariant::LoadValue(std::FILE* stream)
+{
+    if (stream == nullptr)
+        return;
+    StreamSource source(stream);
+    ReadValue(source);
+}
+
+void BVariant::SaveValue(std::FILE* stream) const
+{
+    if (stream == nullptr)
+        return;
+    VariantBytes bytes;
+    AppendValue(bytes);
+    std::fwrite(bytes.Data(), 1, bytes.Size(), stream);
+}
+
+template <class T>
+std::uint32_t TVariant<T>::Type() const
+{
+    return kTypeCode<T>;
+}
+
+// Intended: a number that is cut short is not noticed; the keys around it are what is checked.
+template <class T>
+void TVariant<T>::ReadValue(VariantSource& source)
+{
+    T value = m_value;
+    if (source.Read(&value, sizeof value))
+        m_value = value;
+}
+
+template <class T>
+void TVariant<T>::AppendValue(VariantBytes& bytes) const
+{
+    bytes.Append(&m_value, sizeof m_value);
+}
+
+template <>
+void TVariant<bool>::ReadValue(VariantSource& source)
+{
+    std::uint8_t byte = 0;
+    if (source.Read(&byte, sizeof byte))
+        m_value = byte != 0;
+}
+
+template <>
+void TVariant<bool>::AppendValue(VariantBytes& bytes) const
+{
+    const std::uint8_t byte = m_value ? 1 : 0;
+    bytes.Append(&byte, sizeof byte);
+}
+
+template <>
+void TVariant<BString>::ReadValue(VariantSource& source)
+{
+    if (!source.ReadText(m_value))
+        m_value.Clear();
+}
+
+template <>
+void TVariant<BString>::AppendValue(VariantBytes& bytes) const
+{
+    bytes.AppendText(m_value);
+}
+
+template <>
+void TVariant<WString>::ReadValue(VariantSource& source)
+{
+    if (!source.ReadText(m_value))
+        m_value.Clear();
+}
+
+template <>
+void TVariant<WString>::AppendValue(VariantBytes& bytes) const
+{
+    bytes.AppendText(m_value);
+}
+
+template class TVariant<int>;
+template class TVariant<double>;
+template class TVariant<bool>;
+template class TVariant<BString>;
+template class TVariant<WString>;
+
+BVarMemBlock::BVarMemBlock(const void* data, unsigned int size)
+    : m_size(data != nullptr ? size : 0)
+{
+    if (m_size == 0)
+        return;
+    m_data = std::make_unique_for_overwrite<char[]>(m_size);
+    std::memcpy(m_data.get(), data, m_size);
+}
+
+std::uint32_t BVarMemBlock::Type() const
+{
+    return kTypeCode<BVarMemBlock>;
+}
+
+void BVarMemBlock::ReadValue(VariantSource& source)
+{
+    m_data.reset();
+    m_size = 0;
+    std::uint32_t head[2];
+    if (!source.Read(head, sizeof head) || head[1] != ~head[0] || head[0] == 0 ||
+        !source.Has(head[0]))
+        return;
+    auto data = std::make_unique_for_overwrite<char[]>(head[0]);
+    if (!source.Read(data.get(), head[0]))
+        return;
+    m_data = std::move(data);
+    m_size = head[0];
+}
+
+void BVarMemBlock::AppendValue(VariantBytes& bytes) const
+{
+    bytes.Append(m_size);
+    bytes.Append(~m_size);
+    bytes.Append(m_data.get(), m_size);
+}
+
+SP<BVariant> LoadVariant(std::FILE* stream)
+{
+    if (stream == nullptr)
+        return {};
+    StreamSource source(stream);
+    return LoadVariant(source);
+}
+
+SP<BVariant> LoadVariant(VariantSource& source)
+{
+    std::uint32_t type = 0;
+    if (!source.Read(&type, sizeof type))
+        return {};
+    SP<BVariant> variant = MakeVariant(type);
+    if (variant)
+        variant->ReadValue(source);
+    return variant;
+}

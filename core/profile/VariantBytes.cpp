@@ -1,0 +1,99 @@
+#include "core/profile/VariantBytes.h"
+
+#include "core/platform/FileStream.h"
+#include "core/platform/WChar.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+
+static_assert(std::endian::native == std::endian::little, "a record is the memory as it stands");
+
+namespace {
+
+template <class Text>
+void AppendRecord(VariantBytes& bytes, const Text& text)
+{
+    const std::size_t length = text.Length();
+    const auto word = static_cast<std::uint32_t>(length);
+    bytes.Append(word);
+    bytes.Append(~word);
+    bytes.Append(text.CStr(), (length + 1) * sizeof *text.CStr());
+}
+
+template <class Char, class Text>
+bool ReadRecord(BlockSource& source, Text& text)
+{
+    std::uint32_t head[2];
+    if (!source.Read(head, sizeof head) || head[1] != ~head[0])
+        return false;
+    const std::size_t length = head[0];
+    text.Clear();
+    if (!source.Has((std::uint64_t{length} + 1) * sizeof(Char)))
+        return false;
+    text.Fill(length, Char{' '});
+    const bool hasMemory = length == 0 || !text.IsEmpty();
+    Char end = 0;
+    if (hasMemory && (length == 0 || source.Read(text.Str(), length * sizeof(Char))) &&
+        source.Read(&end, sizeof end) && end == 0)
+        return true;
+    text.Clear();
+    return false;
+}
+
+} // namespace
+
+void VariantBytes::AppendText(const BString& text)
+{
+    AppendRecord(*this, text);
+}
+
+void VariantBytes::AppendText(const WString& text)
+{
+    AppendRecord(*this, text);
+}
+
+void VariantBytes::Grow(std::size_t size)
+{
+    constexpr std::size_t smallest = 64;
+    const std::size_t capacity = std::max({smallest, 2 * m_capacity, m_size + size});
+    auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+    if (m_size != 0)
+        std::memcpy(larger.get(), m_bytes.get(), m_size);
+    m_bytes = std::move(larger);
+    m_capacity = capacity;
+}
+
+bool BlockSource::ReadText(BString& text)
+{
+    return ReadRecord<char>(*this, text);
+}
+
+bool BlockSource::ReadText(WString& text)
+{
+    return ReadRecord<WChar>(*this, text);
+}
+
+bool BlockSource::Has(std::uint64_t size)
+{
+    if (size <= m_reader.Left())
+        return true;
+    m_reader.MoveTo(m_reader.Limit());
+    return false;
+}
+
+bool StreamSource::Read(void* out, std::uint64_t size)
+{
+    return std::fread(out, 1, size, m_stream) == size;
+}
+
+bool StreamSource::Has(std::uint64_t size)
+{
+    const std::uint64_t fileSize = platform::FileSize(m_stream).value_or(0);
+    // Where no long tells the position, the size of the whole file is the measure.
+    const auto position = static_cast<std::uint64_t>(std::max(std::ftell(m_stream), 0L));
+    if (position <= fileSize && size <= fileSize - position)
+        return true;
+    std::fseek(m_stream, 0, SEEK_END);
+    return false;
+}

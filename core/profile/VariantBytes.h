@@ -1,0 +1,88 @@
+#pragma once
+
+#include "core/base/BString.h"
+#include "core/base/BlockReader.h"
+#include "core/base/WString.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+// A text record is the length in characters and its bitwise complement, 4 bytes each, then the
+// characters and a 0 character.
+
+/// The bytes of a binary profile on their way to its file.
+class VariantBytes {
+public:
+    void Append(const void* bytes, std::size_t size)
+    {
+        if (size > m_capacity - m_size)
+            Grow(size);
+        if (size != 0)
+            std::memcpy(m_bytes.get() + m_size, bytes, size);
+        m_size += size;
+    }
+    void Append(std::uint32_t word) { Append(&word, sizeof word); }
+    /// A text record.
+    void AppendText(const BString& text);
+    void AppendText(const WString& text);
+
+    [[nodiscard]] const char* Data() const noexcept { return m_bytes.get(); }
+    [[nodiscard]] std::size_t Size() const noexcept { return m_size; }
+
+private:
+    /// Makes room for `size` bytes more.
+    void Grow(std::size_t size);
+
+    std::unique_ptr<char[]> m_bytes;
+    std::size_t m_capacity = 0;
+    std::size_t m_size = 0;
+};
+
+/// Where values are read from. What a file declares is compared with what is left of it before
+/// anything is allocated. A failed read leaves the source wherever it ended.
+class VariantSource {
+public:
+    virtual ~VariantSource() = default;
+
+    [[nodiscard]] virtual bool Read(void* out, std::uint64_t size) = 0;
+    /// Reads a text record; false when there is none, and when its text is cut short or does not
+    /// end with a 0. The text is then empty, or what it was.
+    [[nodiscard]] virtual bool ReadText(BString& text) = 0;
+    [[nodiscard]] virtual bool ReadText(WString& text) = 0;
+    /// Whether `size` bytes are left; goes to the end when they are not.
+    [[nodiscard]] virtual bool Has(std::uint64_t size) = 0;
+};
+
+/// A whole file in large blocks.
+class BlockSource final : public VariantSource {
+public:
+    explicit BlockSource(BlockReader& reader) noexcept
+        : m_reader(reader)
+    {}
+
+    bool Read(void* out, std::uint64_t size) override { return m_reader.Read(out, size); }
+    bool ReadText(BString& text) override;
+    bool ReadText(WString& text) override;
+    bool Has(std::uint64_t size) override;
+
+private:
+    BlockReader& m_reader;
+};
+
+/// A stream from where it stands, and no byte further than what is read.
+class StreamSource final : public VariantSource {
+public:
+    explicit StreamSource(std::FILE* stream) noexcept
+        : m_stream(stream)
+    {}
+
+    bool Read(void* out, std::uint64_t size) override;
+    bool ReadText(BString& text) override { return text.FRead(m_stream); }
+    bool ReadText(WString& text) override { return text.FRead(m_stream); }
+    bool Has(std::uint64_t size) override;
+
+private:
+    std::FILE* m_stream; // the caller's
+};
