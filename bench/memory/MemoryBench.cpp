@@ -1,0 +1,201 @@
+#include "core/memory/CStdMemoryManager.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <random>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#if defined(QD_BENCH_POSIX)
+# include <sys/mman.h>
+#endif
+#if defined(QD_BENCH_MIMALLOC)
+# include <dlfcn.h>
+#endif
+
+// One of many live blocks goes, another comes; nobody touches their memory.
+
+namespace {
+
+constexpr std::uint64_t kPage = 4096;
+constexpr std::uint64_t kLargestBlock = 256 * kPage;
+
+/// Blocks of 4 KB to 1 MB, `Allocator` saying where from.
+template <class Allocator>
+void Exchange(benchmark::State& state, Allocator& allocator)
+{
+    using Block = decltype(allocator.Take(0));
+    constexpr std::size_t drawn = 1 << 16;
+    const auto live = static_cast<std::size_t>(state.range(0));
+    std::mt19937_64 random(1);
+    std::uniform_int_distribution<std::uint64_t> sizes(kPage, kLargestBlock);
+    std::uniform_int_distribution<std::size_t> indices(0, live - 1);
+    std::vector<std::pair<std::size_t, std::uint64_t>> steps;
+    for (std::size_t i = 0; i < drawn; ++i)
+        steps.emplace_back(indices(random), sizes(random));
+
+    std::vector<std::pair<Block, std::uint64_t>> blocks;
+    for (std::size_t i = 0; i < live; ++i)
+        blocks.emplace_back(allocator.Take(steps[i].second), steps[i].second);
+    const auto exchange = [&](std::size_t step) {
+        const auto& [index, size] = steps[step % drawn];
+        allocator.Give(blocks[index].first, blocks[index].second);
+        blocks[index] = {allocator.Take(size), size};
+    };
+    std::size_t step = 0;
+    while (step < drawn) // until the gaps are as they stay
+        exchange(step++);
+    for (auto _ : state)
+        exchange(step++);
+    for (const auto& [block, size] : blocks)
+        allocator.Give(block, size);
+    state.SetItemsProcessed(state.iterations());
+}
+
+std::uint64_t FrameSize(const benchmark::State& state)
+{
+    return static_cast<std::uint64_t>(state.range(0)) * kLargestBlock;
+}
+
+struct Manager {
+    static CMemoryBlock* Take(std::uint64_t size) { return QDAlloc(size); }
+    static void Give(CMemoryBlock* block, std::uint64_t) { QDFree(block); }
+};
+
+void BM_BlockExchange(benchmark::State& state)
+{
+    CStdMemoryManager manager;
+    manager.Init(FrameSize(state), FrameSize(state));
+    CMemoryBlockManager::RegisterMemoryManager(&manager);
+    Manager allocator;
+    Exchange(state, allocator);
+    CMemoryBlockManager::RegisterMemoryManager(nullptr);
+}
+
+/// First fit over the gaps in an ordered map, walked from the first one.
+class MapOfGaps {
+public:
+    explicit MapOfGaps(std::uint64_t size) { m_gaps.emplace(0, size); }
+
+    std::uint64_t Take(std::uint64_t size)
+    {
+        size = (size + kPage - 1) / kPage * kPage;
+        auto gap = m_gaps.begin();
+        while (gap->second < size)
+            ++gap;
+        const auto [start, length] = *gap;
+        const auto next = m_gaps.erase(gap);
+        if (length > size)
+            m_gaps.emplace_hint(next, start + size, length - size);
+        m_blocks.emplace(start, size);
+        return start;
+    }
+    void Give(std::uint64_t start, std::uint64_t)
+    {
+        const auto block = m_blocks.find(start);
+        std::uint64_t size = block->second;
+        m_blocks.erase(block);
+        auto next = m_gaps.lower_bound(start);
+        if (next != m_gaps.end() && next->first == start + size) {
+            size += next->second;
+            next = m_gaps.erase(next);
+        }
+        if (next != m_gaps.begin()) {
+            const auto previous = std::prev(next);
+            if (previous->first + previous->second == start) {
+                previous->second += size;
+                return;
+            }
+        }
+        m_gaps.emplace_hint(next, start, size);
+    }
+
+private:
+    std::map<std::uint64_t, std::uint64_t> m_gaps; // start and size
+    std::unordered_map<std::uint64_t, std::uint64_t> m_blocks;
+};
+
+void BM_BlockExchange_StdMap(benchmark::State& state)
+{
+    MapOfGaps allocator(FrameSize(state));
+    Exchange(state, allocator);
+}
+
+struct AlignedAlloc {
+    static void* Take(std::uint64_t size)
+    {
+        return std::aligned_alloc(kPage, (size + kPage - 1) / kPage * kPage);
+    }
+    static void Give(void* block, std::uint64_t) { std::free(block); }
+};
+
+void BM_BlockExchange_AlignedAlloc(benchmark::State& state)
+{
+    AlignedAlloc allocator;
+    Exchange(state, allocator);
+}
+
+void Sizes(benchmark::internal::Benchmark* bench)
+{
+    bench->ArgName("live")->Arg(100)->Arg(1'000)->Arg(10'000);
+}
+
+BENCHMARK(BM_BlockExchange)->Apply(Sizes);
+BENCHMARK(BM_BlockExchange_StdMap)->Apply(Sizes);
+BENCHMARK(BM_BlockExchange_AlignedAlloc)->Apply(Sizes);
+
+#if defined(QD_BENCH_POSIX)
+struct Mmap {
+    static void* Take(std::uint64_t size)
+    {
+        return ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    }
+    static void Give(void* block, std::uint64_t size) { ::munmap(block, size); }
+};
+
+void BM_BlockExchange_Mmap(benchmark::State& state)
+{
+    Mmap allocator;
+    Exchange(state, allocator);
+}
+BENCHMARK(BM_BlockExchange_Mmap)->Apply(Sizes);
+#endif
+
+#if defined(QD_BENCH_MIMALLOC)
+class Mimalloc {
+public:
+    [[nodiscard]] bool IsThere() const { return m_take != nullptr && m_give != nullptr; }
+    void* Take(std::uint64_t size) const { return m_take(size, kPage); }
+    void Give(void* block, std::uint64_t) const { m_give(block); }
+
+private:
+    template <class Function>
+    Function* Find(const char* name) const
+    {
+        return m_library ? reinterpret_cast<Function*>(::dlsym(m_library, name)) : nullptr;
+    }
+
+    void* m_library = ::dlopen(QD_BENCH_MIMALLOC, RTLD_NOW | RTLD_LOCAL);
+    void* (*m_take)(std::size_t,
+                    std::size_t) = Find<void*(std::size_t, std::size_t)>("mi_malloc_aligned");
+    void (*m_give)(void*) = Find<void(void*)>("mi_free");
+};
+
+void BM_BlockExchange_Mimalloc(benchmark::State& state)
+{
+    Mimalloc allocator;
+    if (allocator.IsThere())
+        Exchange(state, allocator);
+    else
+        state.SkipWithError("mimalloc cannot be loaded");
+}
+BENCHMARK(BM_BlockExchange_Mimalloc)->Apply(Sizes);
+#endif
+
+} // namespace
