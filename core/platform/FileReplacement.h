@@ -14,12 +14,16 @@ namespace platform {
 /// made, or it could not be given the same owner, the new content is written in place: have it
 /// ready before. A read-only file is refused. A file that is not there yet comes into being.
 ///
+/// With `ESync::No` nothing waits for the disk: cheap, and safe unless the power fails.
+///
 ///     FileReplacement replacement(path);
 ///     return replacement.Stream() != nullptr && Write(replacement.Stream()) &&
 ///     replacement.Commit();
 class FileReplacement {
 public:
-    explicit FileReplacement(const WChar* path);
+    enum class ESync { Yes, No };
+
+    explicit FileReplacement(const WChar* path, ESync sync = ESync::Yes);
     /// Without `Commit` the old content stays, unless it was replaced in place.
     ~FileReplacement();
     FileReplacement(const FileReplacement&) = delete;
@@ -29,7 +33,7 @@ public:
     /// written, or the new content was committed.
     [[nodiscard]] std::FILE* Stream() const noexcept;
 
-    /// Puts the new content in place, on the disk before it shows under the name. False when
+    /// Puts the new content in place, synchronised before it shows under the name. False when
     /// something of it was not written; the old content then stays.
     [[nodiscard]] bool Commit() noexcept;
 

@@ -5,7 +5,6 @@
 #include "core/platform/posix/NativePath.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <random>
 #include <string>
@@ -20,25 +19,10 @@ struct FileReplacement::State {
     platform::Stream stream;
     std::string target;  // no link
     std::string sibling; // empty: the target is written in place
+    ESync sync = ESync::Yes;
 };
 
 namespace {
-
-struct CFree {
-    void operator()(char* text) const noexcept { std::free(text); }
-};
-
-// Where links lead to; `path` itself when there is nothing.
-std::string ResolveLinks(const std::string& path)
-{
-    const std::unique_ptr<char, CFree> resolved(::realpath(path.c_str(), nullptr));
-    return resolved ? resolved.get() : path;
-}
-
-std::string FolderOf(const std::string& path)
-{
-    return path.substr(0, path.rfind('/') + 1);
-}
 
 Descriptor CreateSibling(const std::string& target, mode_t mode, std::string& sibling)
 {
@@ -94,6 +78,12 @@ bool IsRefused(const std::string& target, const struct stat& original)
            ::access(target.c_str(), W_OK) != 0;
 }
 
+// What is no file has nothing to synchronise.
+bool SyncFile(int file)
+{
+    return ::fsync(file) == 0 || errno == EINVAL || errno == EROFS;
+}
+
 // The entry of a file that was moved; a folder that cannot be synchronised is left to the system.
 void SyncFolder(const std::string& folder)
 {
@@ -105,10 +95,11 @@ void SyncFolder(const std::string& folder)
 
 } // namespace
 
-FileReplacement::FileReplacement(const WChar* path)
+FileReplacement::FileReplacement(const WChar* path, ESync sync)
     : m_state(std::make_unique<State>())
 {
     State& state = *m_state;
+    state.sync = sync;
     state.target = ResolveLinks(ToNativePath(path));
     struct stat original = {};
     const bool isThere = ::stat(state.target.c_str(), &original) == 0;
@@ -146,8 +137,7 @@ bool FileReplacement::Commit() noexcept
     std::FILE* const stream = state.stream.get();
     if (stream == nullptr || std::ferror(stream) != 0 || std::fflush(stream) != 0)
         return false;
-    // What is no file has nothing to synchronise.
-    if (::fsync(::fileno(stream)) != 0 && errno != EINVAL && errno != EROFS)
+    if (state.sync == ESync::Yes && !SyncFile(::fileno(stream)))
         return false;
     if (std::fclose(state.stream.release()) != 0)
         return false;
@@ -156,7 +146,8 @@ bool FileReplacement::Commit() noexcept
     if (::rename(state.sibling.c_str(), state.target.c_str()) != 0)
         return false;
     state.sibling.clear();
-    SyncFolder(FolderOf(state.target));
+    if (state.sync == ESync::Yes)
+        SyncFolder(FolderOf(state.target));
     return true;
 }
 

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 
 namespace platform {
 
@@ -13,6 +15,10 @@ namespace {
 constexpr WChar kByteEscape = 0xDC00;
 
 // Above 7F a byte that is no UTF-8; the backslash because one that stands for itself separates.
+struct CFree {
+    void operator()(char* text) const noexcept { std::free(text); }
+};
+
 constexpr bool IsEscapedByte(UChar32 character)
 {
     return (character >= kByteEscape + 0x80 && character <= kByteEscape + 0xFF) ||
@@ -65,6 +71,17 @@ std::basic_string<WChar> FromNativePath(std::string_view path)
         }
     }
     return units;
+}
+
+std::string ResolveLinks(const std::string& path)
+{
+    const std::unique_ptr<char, CFree> resolved(::realpath(path.c_str(), nullptr));
+    return resolved ? resolved.get() : path;
+}
+
+std::string FolderOf(const std::string& path)
+{
+    return path.substr(0, path.rfind('/') + 1);
 }
 
 } // namespace platform

@@ -18,6 +18,7 @@ struct FileReplacement::State {
     std::wstring target;  // no link
     std::wstring sibling; // empty: the target is written in place
     bool isThere = false;
+    ESync sync = ESync::Yes;
 };
 
 namespace {
@@ -81,10 +82,11 @@ Stream StreamOn(Handle file)
 
 } // namespace
 
-FileReplacement::FileReplacement(const WChar* path)
+FileReplacement::FileReplacement(const WChar* path, ESync sync)
     : m_state(std::make_unique<State>())
 {
     State& state = *m_state;
+    state.sync = sync;
     state.target = ResolveLinks(path);
     const DWORD attributes = ::GetFileAttributesW(state.target.c_str());
     state.isThere = attributes != INVALID_FILE_ATTRIBUTES;
@@ -115,7 +117,9 @@ bool FileReplacement::Commit() noexcept
     std::FILE* const stream = state.stream.get();
     if (stream == nullptr || std::ferror(stream) != 0 || std::fflush(stream) != 0)
         return false;
-    if (_commit(_fileno(stream)) != 0 || std::fclose(state.stream.release()) != 0)
+    if (state.sync == ESync::Yes && _commit(_fileno(stream)) != 0)
+        return false;
+    if (std::fclose(state.stream.release()) != 0)
         return false;
     if (state.sibling.empty())
         return true;

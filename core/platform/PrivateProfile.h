@@ -1,0 +1,79 @@
+#pragma once
+
+#include "core/platform/WChar.h"
+
+#include <cstddef>
+#include <memory>
+
+/// Private profiles: text files of sections with "key=value" lines, as Windows keeps settings.
+///
+///     file      lines, each ended by a line feed or by the end of the file; UTF-16 with a
+///               byte-order mark, else 8-bit text in the ANSI code page
+///     line      "[" section "]", or key "=" value, or ";" and a comment, or nothing
+///
+/// Names go without regard to case. Blanks around names and values do not count, nor does what
+/// follows the last "]" of a section's line; one pair of quotes around a value, single or double,
+/// is taken off when it is read. Of equal names the first counts. The keys before the first section
+/// belong to the section "". A line without "=" is no key, but stands in the section.
+///
+/// A profile that is missing or cannot be read is an empty one. No function throws or takes null
+/// unless it says so; results are cut to `room` units, the terminating 0 included.
+///
+/// Off Windows a parsed profile is kept and used again as long as the file's identity, size and
+/// times stay, a path without a folder leads to the current one (on Windows to the Windows folder),
+/// and blank and comment lines, blanks and line ends stay as they are when other lines change. All
+/// functions may be called on any threads at once.
+namespace platform {
+
+/// `GetPrivateProfileStringW`: the value of `key`, or `fallback` without its trailing blanks when
+/// there is none. The result is the length. For a null `key` it is instead the names of all keys of
+/// the section in the order of the file, each with a 0, and one more 0 that the length leaves out;
+/// of a list that was cut the length is `room` - 2.
+std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar* key,
+                            const WChar* fallback, WChar* buffer, std::size_t room) noexcept;
+
+/// `GetPrivateProfileSectionW`: the lines of a section without comments and blanks around names and
+/// values, as a list like above.
+std::size_t ReadProfileSection(const WChar* path, const WChar* section, WChar* buffer,
+                               std::size_t room) noexcept;
+
+/// `GetPrivateProfileSectionNamesW`: the names of all sections, as a list like above.
+std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_t room) noexcept;
+
+/// `GetPrivateProfileStructW`: the block of exactly `size` bytes under `key`. False when there is
+/// none, or its sum is wrong; what `data` holds then is unspecified.
+[[nodiscard]] bool ReadProfileBlock(const WChar* path, const WChar* section, const WChar* key,
+                                    void* data, unsigned int size) noexcept;
+
+/// Changes to a profile. While the object lives, the updates by other threads and processes that go
+/// this way wait, so one thread has one at a time; readers do not wait.
+///
+/// What a writer answers tells whether the file holds the change; it is false when the others let
+/// the profile go for no 10 seconds. Off Windows each change replaces the file whole, so that
+/// readers see the old or the new one also when the process dies (not when the power fails): it
+/// keeps owner and permissions, a link keeps leading to it, and a read-only file is refused. Only
+/// where no file can be made beside it, it is written in place.
+class ProfileUpdate {
+public:
+    explicit ProfileUpdate(const WChar* path) noexcept;
+    ~ProfileUpdate();
+    ProfileUpdate(const ProfileUpdate&) = delete;
+    ProfileUpdate& operator=(const ProfileUpdate&) = delete;
+
+    /// `WritePrivateProfileStringW`. Null `value` removes the key: true also when it is not there.
+    /// A new key goes to the end of its section, a new section to the end of the file; a file that
+    /// is missing is made, 8-bit.
+    [[nodiscard]] bool SetText(const WChar* section, const WChar* key, const WChar* value) noexcept;
+    /// `WritePrivateProfileStructW`: upper-case hexadecimal digits of `size` bytes, then of their
+    /// sum modulo 256. Null `data` removes the key.
+    [[nodiscard]] bool SetBlock(const WChar* section, const WChar* key, const void* data,
+                                unsigned int size) noexcept;
+    /// True also when there is no such section.
+    [[nodiscard]] bool RemoveSection(const WChar* section) noexcept;
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state; // null when there is no lock
+};
+
+} // namespace platform

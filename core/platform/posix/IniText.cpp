@@ -1,0 +1,430 @@
+#include "core/platform/posix/IniText.h"
+
+#include "core/platform/CodePage.h"
+
+#include <unicode/uchar.h>
+
+#include <algorithm>
+#include <random>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+using WideText = std::basic_string<WChar>;
+using WideView = std::basic_string_view<WChar>;
+
+template <class Unit>
+constexpr bool IsBlank(Unit unit)
+{
+    return unit == Unit(' ') || unit == Unit('\t') || unit == Unit('\r');
+}
+
+template <class Unit>
+std::basic_string_view<Unit> TrimLeft(std::basic_string_view<Unit> text)
+{
+    while (!text.empty() && IsBlank(text.front()))
+        text.remove_prefix(1);
+    return text;
+}
+
+template <class Unit>
+std::basic_string_view<Unit> Trim(std::basic_string_view<Unit> text)
+{
+    while (!text.empty() && IsBlank(text.back()))
+        text.remove_suffix(1);
+    return TrimLeft(text);
+}
+
+// A name or a value as callers with 0-ended texts can tell it.
+template <class Unit>
+std::basic_string_view<Unit> TrimName(std::basic_string_view<Unit> text)
+{
+    return Trim(text.substr(0, text.find(Unit(0))));
+}
+
+WideText Widen(WideView text)
+{
+    return WideText(text);
+}
+
+WideText Widen(std::string_view text)
+{
+    WideText wide(text.size(), 0);
+    wide.resize(AnsiToWide(text.data(), text.size(), wide.data(), wide.size()));
+    return wide;
+}
+
+void Narrow(WideView text, WideText& narrowed)
+{
+    narrowed = text;
+}
+
+void Narrow(WideView text, std::string& narrowed)
+{
+    narrowed.resize(text.size() * kMostAnsiBytesPerUnit);
+    narrowed.resize(WideToAnsi(text.data(), text.size(), narrowed.data(), narrowed.size()));
+}
+
+template <class Unit>
+std::basic_string<Unit> Narrow(WideView text)
+{
+    std::basic_string<Unit> narrowed;
+    Narrow(text, narrowed);
+    return narrowed;
+}
+
+WChar FoldUnit(WChar unit)
+{
+    if (unit < 0x80)
+        return unit >= u'a' && unit <= u'z' ? static_cast<WChar>(unit - (u'a' - u'A')) : unit;
+    const UChar32 upper = u_toupper(unit);
+    // What is not ASCII is never the same as what is, such as U+017F (long s) and "s".
+    return upper < 0x80 || upper > 0xFFFF ? unit : static_cast<WChar>(upper);
+}
+
+template <class Unit>
+WideText Fold(std::basic_string_view<Unit> name)
+{
+    WideText folded = Widen(name);
+    for (WChar& unit : folded)
+        unit = FoldUnit(unit);
+    return folded;
+}
+
+// Seeded, so that no file can be made of names that all collide.
+std::uint32_t HashOf(const WideText& foldedName, std::uint32_t section)
+{
+    static const std::uint64_t multiplier =
+        std::uint64_t{std::random_device()()} << 32 | std::random_device()() | 1;
+    std::uint64_t hash = section + 1;
+    for (const WChar unit : foldedName) {
+        hash = (hash ^ unit) * multiplier;
+        hash ^= hash >> 32;
+    }
+    return static_cast<std::uint32_t>(hash);
+}
+
+template <class Unit>
+std::basic_string<Unit> LineEnd()
+{
+    return {Unit('\r'), Unit('\n')};
+}
+
+} // namespace
+
+void HashIndex::Insert(std::uint32_t hash, std::uint32_t number)
+{
+    constexpr std::size_t fewestSlots = 16;
+    if (m_slots.size() < 2 * (m_count + 1)) {
+        std::vector<Slot> slots(std::max(fewestSlots, 2 * m_slots.size()));
+        m_slots.swap(slots);
+        m_count = 0;
+        for (const Slot& slot : slots) {
+            if (slot.number != kNone)
+                Insert(slot.hash, slot.number);
+        }
+    }
+    std::size_t i = hash & Mask();
+    while (m_slots[i].number != kNone)
+        i = (i + 1) & Mask();
+    m_slots[i] = {hash, number};
+    ++m_count;
+}
+
+void HashIndex::Clear() noexcept
+{
+    m_slots.clear();
+    m_count = 0;
+}
+
+template <class Unit>
+IniText<Unit>::IniText(Text text)
+    : m_text(std::move(text))
+{
+    Index();
+}
+
+template <class Unit>
+std::optional<WideText> IniText<Unit>::Find(WideView section, WideView key) const
+{
+    const std::uint32_t found = FindKey(FindSection(Fold(Trim(section))), Fold(Trim(key)));
+    if (found == HashIndex::kNone)
+        return std::nullopt;
+    const Line line = LineAt(m_keys[found].begin);
+    return line.hasValue ? std::optional(Widen(line.value)) : std::nullopt;
+}
+
+template <class Unit>
+std::optional<WideText> IniText<Unit>::Keys(WideView section) const
+{
+    return List(section, [](const Line& line, WideText& list) {
+        if (line.hasValue)
+            list.append(Widen(line.name)).push_back(0);
+    });
+}
+
+template <class Unit>
+std::optional<WideText> IniText<Unit>::Lines(WideView section) const
+{
+    return List(section, [](const Line& line, WideText& list) {
+        list += Widen(line.name);
+        if (line.hasValue)
+            list.append(1, u'=').append(Widen(line.value));
+        list.push_back(0);
+    });
+}
+
+template <class Unit>
+WideText IniText<Unit>::Sections() const
+{
+    WideText list;
+    for (std::size_t i = 1; i < m_sections.size(); ++i) {
+        const Line line = LineAt(m_sections[i]);
+        if (!line.name.empty())
+            list.append(Widen(line.name)).push_back(0);
+    }
+    return list;
+}
+
+template <class Unit>
+bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
+{
+    const Text written = Narrow<Unit>(TrimLeft(value));
+    Text name = Narrow<Unit>(Trim(key));
+    const std::uint32_t inSection = FindSection(Fold(Trim(section)));
+    const std::uint32_t found = FindKey(inSection, Fold(Trim(key)));
+    std::size_t begin = 0, count = 0;
+    if (found != HashIndex::kNone) {
+        begin = m_keys[found].begin;
+        const Line line = LineAt(begin);
+        if (line.hasValue && line.value == written)
+            return false;
+        name = line.name;
+        count = line.next - begin;
+    }
+    Text line = name;
+    line.append(1, Unit('=')).append(written);
+    if (found == HashIndex::kNone) {
+        line += LineEnd<Unit>();
+        if (inSection != HashIndex::kNone)
+            InsertKey(inSection, name, line);
+        else
+            AppendSection(Trim(section), line);
+        return true;
+    }
+    // The line keeps its end.
+    const View old = View(m_text).substr(begin, count);
+    const bool isEnded = old.ends_with(Unit('\n'));
+    line += !isEnded || old.ends_with(LineEnd<Unit>()) ? LineEnd<Unit>() : Text(1, Unit('\n'));
+    Replace(begin, count, line);
+    if (!ReadsAs(begin, name, line.size()))
+        Index();
+    return true;
+}
+
+template <class Unit>
+bool IniText<Unit>::RemoveKey(WideView section, WideView key)
+{
+    const std::uint32_t found = FindKey(FindSection(Fold(Trim(section))), Fold(Trim(key)));
+    if (found == HashIndex::kNone)
+        return false;
+    const std::size_t begin = m_keys[found].begin;
+    return Remove(begin, LineAt(begin).next);
+}
+
+template <class Unit>
+bool IniText<Unit>::RemoveSection(WideView section)
+{
+    const std::uint32_t found = FindSection(Fold(Trim(section)));
+    return found != HashIndex::kNone && Remove(m_sections[found], SectionEnd(found));
+}
+
+template <class Unit>
+void IniText<Unit>::Index()
+{
+    m_sections.clear();
+    m_keys.clear();
+    m_sectionIndex.Clear();
+    m_keyIndex.Clear();
+    AddSection({}, 0);
+    std::uint32_t section = 0; // none within a section whose name was there before
+    for (std::size_t begin = 0; begin < m_text.size();) {
+        const Line line = LineAt(begin);
+        if (line.kind == EKind::Section) {
+            const WideText name = Fold(line.name);
+            const bool isFirst = FindSection(name) == HashIndex::kNone;
+            section = isFirst ? static_cast<std::uint32_t>(m_sections.size()) : HashIndex::kNone;
+            AddSection(name, begin);
+        } else if (line.kind == EKind::Key && section != HashIndex::kNone) {
+            const WideText name = Fold(line.name);
+            if (FindKey(section, name) == HashIndex::kNone)
+                AddKey(section, name, begin);
+        }
+        begin = line.next;
+    }
+}
+
+template <class Unit>
+auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
+{
+    Line line;
+    const View rest = View(m_text).substr(begin);
+    const std::size_t end = std::min(rest.find(Unit('\n')), rest.size());
+    line.next = begin + std::min(end + 1, rest.size());
+    const View text = Trim(rest.substr(0, end));
+    if (text.empty())
+        return line;
+    line.kind = text.front() == Unit(';') ? EKind::Comment : EKind::Key;
+    const std::size_t close = text.front() == Unit('[') ? text.rfind(Unit(']')) : View::npos;
+    if (close != View::npos) {
+        line.kind = EKind::Section;
+        line.name = TrimName(text.substr(1, close - 1));
+    } else if (line.kind == EKind::Key) {
+        const std::size_t equals = text.find(Unit('='));
+        line.name = TrimName(text.substr(0, equals));
+        line.hasValue = equals != View::npos;
+        if (line.hasValue)
+            line.value = TrimName(text.substr(equals + 1));
+    }
+    return line;
+}
+
+template <class Unit>
+bool IniText<Unit>::IsNamed(std::size_t begin, const WideText& foldedName) const
+{
+    return Fold(LineAt(begin).name) == foldedName;
+}
+
+template <class Unit>
+std::uint32_t IniText<Unit>::FindSection(const WideText& foldedName) const
+{
+    return m_sectionIndex.Find(HashOf(foldedName, 0), [&](std::uint32_t number) {
+        return number == 0 ? foldedName.empty() : IsNamed(m_sections[number], foldedName);
+    });
+}
+
+template <class Unit>
+std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, const WideText& foldedName) const
+{
+    if (section == HashIndex::kNone)
+        return HashIndex::kNone;
+    return m_keyIndex.Find(HashOf(foldedName, section), [&](std::uint32_t number) {
+        return m_keys[number].section == section && IsNamed(m_keys[number].begin, foldedName);
+    });
+}
+
+template <class Unit>
+void IniText<Unit>::AddSection(const WideText& foldedName, std::size_t begin)
+{
+    const auto number = static_cast<std::uint32_t>(m_sections.size());
+    m_sections.push_back(static_cast<std::uint32_t>(begin));
+    if (FindSection(foldedName) == HashIndex::kNone)
+        m_sectionIndex.Insert(HashOf(foldedName, 0), number);
+}
+
+template <class Unit>
+void IniText<Unit>::AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin)
+{
+    const auto number = static_cast<std::uint32_t>(m_keys.size());
+    m_keys.push_back({section, static_cast<std::uint32_t>(begin)});
+    m_keyIndex.Insert(HashOf(foldedName, section), number);
+}
+
+template <class Unit>
+std::size_t IniText<Unit>::SectionEnd(std::uint32_t section) const noexcept
+{
+    return section + 1 < m_sections.size() ? m_sections[section + 1] : m_text.size();
+}
+
+// Behind the last line that is not blank, so that blank lines still part the sections.
+template <class Unit>
+std::size_t IniText<Unit>::PlaceForKey(std::uint32_t section) const
+{
+    const std::size_t begin = m_sections[section];
+    std::size_t place = SectionEnd(section);
+    while (place > begin && (IsBlank(m_text[place - 1]) || m_text[place - 1] == Unit('\n')))
+        --place;
+    return place > begin ? LineAt(place - 1).next : begin;
+}
+
+template <class Unit>
+std::optional<WideText> IniText<Unit>::List(
+    WideView section, const std::function<void(const Line&, WideText&)>& append) const
+{
+    const std::uint32_t found = FindSection(Fold(Trim(section)));
+    if (found == HashIndex::kNone)
+        return std::nullopt;
+    WideText list;
+    for (std::size_t begin = m_sections[found], end = SectionEnd(found); begin < end;) {
+        const Line line = LineAt(begin);
+        if (line.kind == EKind::Key)
+            append(line, list);
+        begin = line.next;
+    }
+    return list;
+}
+
+// What begins behind the replaced units moves.
+template <class Unit>
+void IniText<Unit>::Replace(std::size_t begin, std::size_t count, const Text& by)
+{
+    m_text.replace(begin, count, by);
+    const auto end = static_cast<std::uint32_t>(begin + count);
+    const auto growth = static_cast<std::uint32_t>(by.size() - count); // modulo 2^32
+    for (std::size_t i = 1; i < m_sections.size(); ++i) {
+        if (m_sections[i] >= end)
+            m_sections[i] += growth;
+    }
+    for (Key& key : m_keys) {
+        if (key.begin >= end)
+            key.begin += growth;
+    }
+}
+
+// A value may hold line ends, a name what begins a section: such a line changes more than itself.
+template <class Unit>
+bool IniText<Unit>::ReadsAs(std::size_t begin, const Text& key, std::size_t length) const
+{
+    const Line line = LineAt(begin);
+    return line.kind == EKind::Key && line.name == key && line.next == begin + length;
+}
+
+template <class Unit>
+void IniText<Unit>::InsertKey(std::uint32_t section, const Text& key, const Text& line)
+{
+    std::size_t place = PlaceForKey(section);
+    if (place > 0 && m_text[place - 1] != Unit('\n')) { // the end of the text
+        m_text += LineEnd<Unit>();
+        place = m_text.size();
+    }
+    Replace(place, 0, line);
+    if (ReadsAs(place, key, line.size()))
+        AddKey(section, Fold(View(key)), place);
+    else
+        Index();
+}
+
+template <class Unit>
+void IniText<Unit>::AppendSection(WideView name, const Text& line)
+{
+    if (!m_text.empty() && m_text.back() != Unit('\n'))
+        m_text += LineEnd<Unit>();
+    m_text.append(1, Unit('[')).append(Narrow<Unit>(name)).append(1, Unit(']'));
+    m_text.append(LineEnd<Unit>()).append(line);
+    Index();
+}
+
+template <class Unit>
+bool IniText<Unit>::Remove(std::size_t begin, std::size_t end)
+{
+    m_text.erase(begin, end - begin);
+    Index();
+    return begin != end;
+}
+
+template class IniText<char>;
+template class IniText<WChar>;
+
+} // namespace platform

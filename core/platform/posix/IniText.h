@@ -1,0 +1,129 @@
+#pragma once
+
+#include "core/platform/WChar.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+/// Finds records by the hash of their names: open addressing over the records' numbers.
+class HashIndex {
+public:
+    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+
+    /// The first record put in under `hash` for which `isWanted(number)` holds, or `kNone`.
+    template <class IsWanted>
+    [[nodiscard]] std::uint32_t Find(std::uint32_t hash, IsWanted isWanted) const
+    {
+        if (m_slots.empty())
+            return kNone;
+        for (std::size_t i = hash & Mask(); m_slots[i].number != kNone; i = (i + 1) & Mask()) {
+            if (m_slots[i].hash == hash && isWanted(m_slots[i].number))
+                return m_slots[i].number;
+        }
+        return kNone;
+    }
+    void Insert(std::uint32_t hash, std::uint32_t number);
+    void Clear() noexcept;
+
+private:
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t number = kNone; // none: the slot is free
+    };
+
+    [[nodiscard]] std::size_t Mask() const noexcept { return m_slots.size() - 1; }
+
+    std::vector<Slot> m_slots; // a power of two of them, at most half in use
+    std::size_t m_count = 0;
+};
+
+/// The text of a private profile, and where its sections and keys stand in it. Lines that a change
+/// does not concern stay as they are.
+///
+///     line      blanks, then up to a line feed or the end of the text:
+///               "[" name "]" any       a section; the last "]" of the line counts
+///               ";" any                a comment
+///               name "=" value         a key; the first "=" counts
+///               name                   a key without a value
+///               nothing
+///
+/// Blanks (" ", tab, CR) around lines, names and values do not count, and a 0 ends a name or value.
+/// Names go without regard to case; of equal ones the first counts. `Unit` is WChar, or char for
+/// text in the ANSI code page. Time is linear in the text, and the index takes a few bytes a name.
+template <class Unit>
+class IniText {
+public:
+    using Text = std::basic_string<Unit>;
+    using View = std::basic_string_view<Unit>;
+    using WideText = std::basic_string<WChar>;
+    using WideView = std::basic_string_view<WChar>;
+
+    /// What `text` may have at most.
+    static constexpr std::size_t kMostUnits = 0x7FFFFFFF;
+
+    explicit IniText(Text text);
+
+    [[nodiscard]] const Text& Whole() const noexcept { return m_text; }
+
+    /// The value with its quotes; none when there is no such key, or it has no value.
+    [[nodiscard]] std::optional<WideText> Find(WideView section, WideView key) const;
+    // Lists for the callers of the profile functions: each text with a 0.
+    [[nodiscard]] std::optional<WideText> Keys(WideView section) const;
+    [[nodiscard]] std::optional<WideText> Lines(WideView section) const;
+    [[nodiscard]] WideText Sections() const;
+
+    // Each returns whether the text is another one afterwards. A value loses its leading blanks.
+
+    bool Set(WideView section, WideView key, WideView value);
+    bool RemoveKey(WideView section, WideView key);
+    bool RemoveSection(WideView section);
+
+private:
+    enum class EKind { Blank, Comment, Section, Key };
+    struct Line {
+        std::size_t next = 0; // where the next line begins
+        EKind kind = EKind::Blank;
+        bool hasValue = false;
+        View name, value;
+    };
+    struct Key {
+        std::uint32_t section;
+        std::uint32_t begin; // of its line
+    };
+
+    void Index();
+    [[nodiscard]] Line LineAt(std::size_t begin) const noexcept;
+    [[nodiscard]] bool IsNamed(std::size_t begin, const WideText& foldedName) const;
+    [[nodiscard]] std::uint32_t FindSection(const WideText& foldedName) const;
+    [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, const WideText& foldedName) const;
+    void AddSection(const WideText& foldedName, std::size_t begin);
+    void AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin);
+    [[nodiscard]] std::size_t SectionEnd(std::uint32_t section) const noexcept;
+    [[nodiscard]] std::size_t PlaceForKey(std::uint32_t section) const;
+    [[nodiscard]] std::optional<WideText> List(
+        WideView section, const std::function<void(const Line&, WideText&)>& append) const;
+
+    void Replace(std::size_t begin, std::size_t count, const Text& by);
+    [[nodiscard]] bool ReadsAs(std::size_t begin, const Text& key, std::size_t length) const;
+    void InsertKey(std::uint32_t section, const Text& key, const Text& line);
+    void AppendSection(WideView name, const Text& line);
+    bool Remove(std::size_t begin, std::size_t end);
+
+    Text m_text;
+    // Where each begins, in the order of the text; the first is what stands before any section.
+    std::vector<std::uint32_t> m_sections;
+    std::vector<Key> m_keys; // the first of each name in the first section of each name
+    HashIndex m_sectionIndex, m_keyIndex;
+};
+
+extern template class IniText<char>;
+extern template class IniText<WChar>;
+
+} // namespace platform

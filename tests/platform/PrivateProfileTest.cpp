@@ -1,0 +1,310 @@
+#include "core/platform/PrivateProfile.h"
+
+#include "core/platform/FileSystem.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace {
+
+using Text = std::basic_string<WChar>;
+
+constexpr std::size_t kRoom = 512;
+const Text kNothing = QD_W("(nothing)");
+
+// Each 0 of a list is a "|".
+Text Listed(const WChar* buffer, std::size_t length)
+{
+    Text list(buffer, length);
+    for (WChar& unit : list)
+        unit = unit == 0 ? QD_W('|') : unit;
+    return list;
+}
+
+std::string Utf16(const std::string& text, const char* mark = "\xFF\xFE")
+{
+    std::string bytes = mark;
+    for (const char character : text)
+        bytes.append(1, character).push_back('\0');
+    return bytes;
+}
+
+/// One profile in a folder of its own.
+class PrivateProfile : public testing::Test {
+protected:
+    [[nodiscard]] Text Read(const Text& section, const Text& key,
+                            const Text& fallback = kNothing) const
+    {
+        WChar buffer[kRoom];
+        const std::size_t length = platform::ReadProfileText(m_path, section.c_str(), key.c_str(),
+                                                             fallback.c_str(), buffer, kRoom);
+        return {buffer, length};
+    }
+    [[nodiscard]] Text Keys(const Text& section) const
+    {
+        WChar buffer[kRoom];
+        return Listed(buffer, platform::ReadProfileText(m_path, section.c_str(), nullptr,
+                                                        kNothing.c_str(), buffer, kRoom));
+    }
+    [[nodiscard]] Text Lines(const Text& section) const
+    {
+        WChar buffer[kRoom];
+        return Listed(buffer, platform::ReadProfileSection(m_path, section.c_str(), buffer, kRoom));
+    }
+    [[nodiscard]] Text Sections() const
+    {
+        WChar buffer[kRoom];
+        return Listed(buffer, platform::ReadProfileSectionNames(m_path, buffer, kRoom));
+    }
+    [[nodiscard]] bool Set(const Text& section, const Text& key, const Text& value) const
+    {
+        return platform::ProfileUpdate(m_path).SetText(section.c_str(), key.c_str(), value.c_str());
+    }
+
+    TemporaryFolder m_folder;
+    const WString m_path = m_folder.Path("settings.ini");
+    const std::filesystem::path m_file = m_folder / "settings.ini";
+};
+
+} // namespace
+
+TEST_F(PrivateProfile, ReadsWhatAFileHolds)
+{
+    WriteFileBytes(m_file, "early=0\n"
+                           "[S]\n"
+                           "k = 1 \n"
+                           ";remark=2\n"
+                           "\n"
+                           "K=3\n"
+                           "junk\n"
+                           "\tq\t=\t'it'\n"
+                           "r=\"a'\n"
+                           "s='\n"
+                           "t=''\n"
+                           "u=\"\"\"\"\n"
+                           "v=a;b = c\n"
+                           "w= \"  sp  \"  \r\n"
+                           "#h=1\n"
+                           "[T] tail\n"
+                           "x=1\n"
+                           " [ U ] \n"
+                           "y=2\n"
+                           "[V\n"
+                           "[s]\n"
+                           "k=4\n"
+                           "late=5\n"
+                           "[W]x]\n"
+                           "last=\xE4\x80");
+    struct Case {
+        Text section, key, value;
+    };
+    const Case cases[] = {
+        {QD_W(""), QD_W("early"), QD_W("0")},
+        {QD_W("S"), QD_W("k"), QD_W("1")}, // the first of equal keys
+        {QD_W("s"), QD_W("K"), QD_W("1")}, // without regard to case
+        {QD_W(" S "), QD_W(" k "), QD_W("1")},
+        {QD_W("S"), QD_W("remark"), kNothing},
+        {QD_W("S"), QD_W("junk"), kNothing}, // no value
+        {QD_W("S"), QD_W("q"), QD_W("it")},  // quotes go in pairs, once
+        {QD_W("S"), QD_W("r"), QD_W("\"a'")},
+        {QD_W("S"), QD_W("s"), QD_W("'")},
+        {QD_W("S"), QD_W("t"), QD_W("")},
+        {QD_W("S"), QD_W("u"), QD_W("\"\"")},
+        {QD_W("S"), QD_W("v"), QD_W("a;b = c")},
+        {QD_W("S"), QD_W("w"), QD_W("  sp  ")},
+        {QD_W("S"), QD_W("#h"), QD_W("1")},
+        {QD_W("S"), QD_W("late"), kNothing}, // the first of equal sections
+        {QD_W("T"), QD_W("x"), QD_W("1")},
+        {QD_W("U"), QD_W("y"), QD_W("2")},
+        {QD_W("V"), QD_W("y"), kNothing},
+        {QD_W("W"), QD_W("last"), kNothing},
+        {QD_W("W]x"), QD_W("last"), QD_W("\u00E4\u20AC")},
+        {QD_W("none"), QD_W("k"), kNothing},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Read(c.section, c.key), c.value) << testing::PrintToString(c.key);
+    EXPECT_EQ(Keys(QD_W("s")), QD_W("k|K|q|r|s|t|u|v|w|#h|"));
+    EXPECT_EQ(Keys(QD_W("none")), kNothing);
+    EXPECT_EQ(Lines(QD_W("U")), QD_W("y=2|[V|"));
+    EXPECT_EQ(Lines(QD_W("none")), QD_W(""));
+    EXPECT_EQ(Sections(), QD_W("S|T|U|s|W]x|"));
+}
+
+TEST_F(PrivateProfile, ReadsAMissingFileAsAnEmptyOne)
+{
+    EXPECT_EQ(Read(QD_W("S"), QD_W("k"), QD_W("  some text  ")), QD_W("  some text"));
+    EXPECT_EQ(Lines(QD_W("S")), QD_W(""));
+    EXPECT_EQ(Sections(), QD_W(""));
+    EXPECT_FALSE(platform::ReadProfileBlock(m_path, QD_W("S"), QD_W("k"), nullptr, 0));
+    platform::ProfileUpdate update(m_path);
+    EXPECT_TRUE(update.SetText(QD_W("S"), QD_W("k"), nullptr));
+    EXPECT_TRUE(update.RemoveSection(QD_W("S")));
+    EXPECT_FALSE(std::filesystem::exists(m_file));
+    EXPECT_FALSE(platform::ProfileUpdate(m_folder.Path("none/settings.ini"))
+                     .SetText(QD_W("S"), QD_W("k"), QD_W("v")));
+    EXPECT_FALSE(
+        platform::ProfileUpdate(m_folder.Path("")).SetText(QD_W("S"), QD_W("k"), QD_W("v")));
+}
+
+TEST_F(PrivateProfile, CutsWhatIsTooLong)
+{
+    WriteFileBytes(m_file, "[Section]\r\nabc=0123456789\r\ndefg=1\r\n");
+    const auto read = [&](const WChar* key, std::size_t room) {
+        WChar buffer[kRoom];
+        const std::size_t length =
+            platform::ReadProfileText(m_path, QD_W("Section"), key, QD_W("default"), buffer, room);
+        EXPECT_EQ(buffer[length], 0);
+        return Listed(buffer, length);
+    };
+    EXPECT_EQ(read(QD_W("abc"), 5), QD_W("0123"));
+    EXPECT_EQ(read(QD_W("abc"), 11), QD_W("0123456789"));
+    EXPECT_EQ(read(QD_W("none"), 5), QD_W("defa"));
+    EXPECT_EQ(read(nullptr, 8), QD_W("abc|de"));
+    EXPECT_EQ(read(nullptr, 11), QD_W("abc|defg|"));
+    WChar buffer[kRoom];
+    EXPECT_EQ(platform::ReadProfileSectionNames(m_path, buffer, 5), 3U);
+    EXPECT_EQ(platform::ReadProfileSection(m_path, QD_W("Section"), buffer, 10), 8U);
+    EXPECT_EQ(Listed(buffer, 10), QD_W("abc=0123||"));
+}
+
+TEST_F(PrivateProfile, WritesWhereTheOtherPlatformDoes)
+{
+    using Optional = std::optional<Text>; // none: removed
+    struct Case {
+        std::string before;
+        Text section, key;
+        Optional value;
+        std::string after;
+    };
+    const Text s = QD_W("S"), k = QD_W("k"), n = QD_W("n"), two = QD_W("2");
+    const Case cases[] = {
+        {"", s, k, QD_W("v"), "[S]\r\nk=v\r\n"},
+        {"", s, k, QD_W(""), "[S]\r\nk=\r\n"},
+        {"a=1", s, n, two, "a=1\r\n[S]\r\nn=2\r\n"},
+        {"a=1", QD_W(""), n, two, "a=1\r\nn=2\r\n"},
+        {"[S]\r\nk=1", s, n, two, "[S]\r\nk=1\r\nn=2\r\n"},
+        {"[S]\r\nk=1", s, k, two, "[S]\r\nk=2\r\n"},
+        {"[S]", s, n, two, "[S]\r\nn=2\r\n"},
+        {"[S]\r\nk=1\r\n[T]\r\n;c\r\nx=1\r\n", s, n, two,
+         "[S]\r\nk=1\r\nn=2\r\n[T]\r\n;c\r\nx=1\r\n"},
+        {"[S]\r\nk=1\r\n;c\r\n[T]\r\nx=1\r\n", s, n, two,
+         "[S]\r\nk=1\r\n;c\r\nn=2\r\n[T]\r\nx=1\r\n"},
+        {"[S]\r\n  Key  =  old ; c\r\njunk\r\n", s, QD_W("kEY"), QD_W(" new"),
+         "[S]\r\nKey=new\r\njunk\r\n"}, // the file's spelling
+        {"[S]\r\njunk\r\n", s, QD_W("junk"), two, "[S]\r\njunk=2\r\n"},
+        {"[S]\r\nk=1\r\nK=2\r\n", s, QD_W("K"), QD_W("3"), "[S]\r\nk=3\r\nK=2\r\n"},
+        {"[T]\r\n[S]\r\n[s]\r\nk=1\r\n", s, k, two, "[T]\r\n[S]\r\nk=2\r\n[s]\r\nk=1\r\n"},
+        {"[S]\n k = 1\n\n", s, k, QD_W("1"), "[S]\n k = 1\n\n"}, // nothing to change
+        {"", QD_W(" T"), QD_W(" x"), QD_W("\"q\""), "[T]\r\nx=\"q\"\r\n"},
+        {"[S]\r\nk=1\r\n", s, QD_W("a=b"), QD_W("c\nd=e"), "[S]\r\nk=1\r\na=b=c\nd=e\r\n"},
+        {"[S]\r\nk=\xE4\r\n", s, n, QD_W("\u20AC\u03B1\u4E2D"),
+         "[S]\r\nk=\xE4\r\nn=\x80"
+         "a?\r\n"}, // look-alikes
+        {Utf16("[S]\r\nk=1\r\n"), s, k, QD_W("\u4E2D"),
+         Utf16("[S]\r\nk=") + "-N" + Utf16("\r\n", "")},
+        {"[S]\r\nk=1\r\nK=2\r\n[T]\r\n", s, k, {}, "[S]\r\nK=2\r\n[T]\r\n"},
+        {"[S]\r\nk=1\r\n", s, n, {}, "[S]\r\nk=1\r\n"},
+        {"[S]\r\nk=1\r\n", QD_W("T"), k, {}, "[S]\r\nk=1\r\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before);
+        WriteFileBytes(m_file, c.before);
+        EXPECT_TRUE(platform::ProfileUpdate(m_path).SetText(c.section.c_str(), c.key.c_str(),
+                                                            c.value ? c.value->c_str() : nullptr));
+        EXPECT_EQ(FileBytes(m_file), c.after);
+    }
+
+    const std::string before = "a=0\r\n[S]\r\nk=1\r\n;c\r\n[T]\r\nx=2\r\n[s]\r\nk=3\r\n";
+    WriteFileBytes(m_file, before);
+    platform::ProfileUpdate update(m_path);
+    EXPECT_TRUE(update.RemoveSection(QD_W("none")));
+    EXPECT_EQ(FileBytes(m_file), before);
+    EXPECT_TRUE(update.RemoveSection(QD_W("S")));
+    EXPECT_EQ(FileBytes(m_file), "a=0\r\n[T]\r\nx=2\r\n[s]\r\nk=3\r\n");
+}
+
+TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
+{
+    ASSERT_TRUE(Set(QD_W("S"), QD_W("k0"), QD_W("0")));
+    ASSERT_TRUE(Set(QD_W("T"), QD_W("k0"), QD_W("t")));
+    for (int i = 1; i < 200; ++i) {
+        const Text number = WString::FromInt(i).CStr(), half = WString::FromInt(i / 2).CStr();
+        ASSERT_TRUE(Set(QD_W("S"), QD_W("k") + number, number));
+        ASSERT_TRUE(Set(QD_W("S"), QD_W("K") + half, half + QD_W(" again")));
+        EXPECT_EQ(Read(QD_W("S"), QD_W("K") + number), number);
+        EXPECT_EQ(Read(QD_W("S"), QD_W("k") + half), half + QD_W(" again"));
+        EXPECT_EQ(Read(QD_W("T"), QD_W("k0")), QD_W("t"));
+    }
+    // What breaks the line counts at once, too.
+    ASSERT_TRUE(Set(QD_W("S"), QD_W("k1"), QD_W("1\r\n[U]\r\nx=y")));
+    EXPECT_EQ(Read(QD_W("U"), QD_W("k150")), QD_W("150"));
+    EXPECT_EQ(Read(QD_W("S"), QD_W("k150")), kNothing);
+}
+
+TEST_F(PrivateProfile, SeesWhatOthersWrote)
+{
+    for (const char* const value : {"1", "2", "33", "44"}) {
+        WriteFileBytes(m_file, std::string("[S]\r\nk=") + value + "\r\n");
+        EXPECT_EQ(Read(QD_W("S"), QD_W("k")), Text(value, value + std::string(value).size()));
+    }
+    std::filesystem::remove(m_file);
+    EXPECT_EQ(Read(QD_W("S"), QD_W("k")), kNothing);
+}
+
+TEST_F(PrivateProfile, StoresBlocksWithTheirSum)
+{
+    const unsigned char data[] = {1, 0xAB, 0xFF, 0, 9};
+    constexpr unsigned int size = sizeof data;
+    {
+        platform::ProfileUpdate update(m_path);
+        EXPECT_TRUE(update.SetBlock(QD_W("S"), QD_W("b"), data, size));
+        EXPECT_TRUE(update.SetBlock(QD_W("S"), QD_W("empty"), data, 0));
+        EXPECT_EQ(FileBytes(m_file), "[S]\r\nb=01ABFF0009B4\r\nempty=00\r\n");
+        EXPECT_TRUE(update.SetBlock(QD_W("S"), QD_W("empty"), nullptr, 0));
+        EXPECT_EQ(FileBytes(m_file), "[S]\r\nb=01ABFF0009B4\r\n");
+    }
+    struct Case {
+        const char* value;
+        bool isGood;
+    };
+    const Case cases[] = {
+        {"01ABFF0009B4", true},
+        {"01abff0009b4", true},
+        {" 01ABFF0009B4 ", true},
+        {"01ABFF0009B5", false},
+        {"01ABFF0009", false},
+        {"01ABFG0009B4", false},
+        {"01ABFF000900B4", false},
+        {"", false},
+        {"0", false},
+    };
+    for (const Case& c : cases) {
+        WriteFileBytes(m_file, std::string("[S]\r\nb=") + c.value + "\r\n");
+        unsigned char read[size] = {};
+        EXPECT_EQ(platform::ReadProfileBlock(m_path, QD_W("s"), QD_W("B"), read, size), c.isGood)
+            << c.value;
+        EXPECT_TRUE(!c.isGood || std::equal(data, data + size, read)) << c.value;
+    }
+}
+
+TEST_F(PrivateProfile, LosesNoKeyOfTwoThreads)
+{
+    const auto write = [&](const Text& prefix) {
+        for (int i = 0; i < 100; ++i)
+            EXPECT_TRUE(Set(QD_W("S"), prefix + WString::FromInt(i).CStr(), prefix));
+    };
+    std::thread other([&] { write(QD_W("b")); });
+    write(QD_W("a"));
+    other.join();
+    for (const Text prefix : {QD_W("a"), QD_W("b")}) {
+        for (int i = 0; i < 100; ++i)
+            EXPECT_EQ(Read(QD_W("S"), prefix + WString::FromInt(i).CStr()), prefix);
+    }
+}
