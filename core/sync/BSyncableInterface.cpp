@@ -1,0 +1,3 @@
+#include "core/sync/BSyncableInterface.h"
+
+BSyncableInterface::~BSyncableInterface() = default;

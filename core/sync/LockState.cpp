@@ -1,0 +1,174 @@
+#include "core/sync/LockState.h"
+
+#include "core/platform/Thread.h"
+
+LockState::LockState(std::uint32_t noOwner)
+    : m_owner(noOwner)
+    , m_noOwner(noOwner)
+{}
+
+LockState::LockState(const LockState& other)
+    : m_noReaders(other.m_noReaders)
+    , m_noOwner(other.m_noOwner)
+{
+    TakeStateOf(other);
+}
+
+LockState& LockState::operator=(const LockState& other)
+{
+    if (this == &other)
+        return *this;
+    if (HasOwner())
+        m_slimLock.UnlockExclusive();
+    else if (m_readers > 0)
+        m_slimLock.UnlockShared();
+    m_noReaders = other.m_noReaders;
+    m_noOwner = other.m_noOwner;
+    TakeStateOf(other);
+    return *this;
+}
+
+LockState::~LockState()
+{
+    m_noReaders.Set();
+}
+
+void LockState::LockR()
+{
+    if (TryNestR())
+        return;
+    if (m_readers.fetch_add(1) != 0) {
+        JoinCrowd();
+        return;
+    }
+    m_noReaders.Reset();
+    m_slimLock.LockShared();
+}
+
+void LockState::LockW()
+{
+    if (TryNestW())
+        return;
+    m_noReaders.Wait();
+    m_slimLock.LockExclusive();
+    BecomeWriter();
+}
+
+void LockState::UnlockR()
+{
+    if (IsOwner()) {
+        m_writerReads.fetch_sub(1);
+        return;
+    }
+    if (m_readers.fetch_sub(1) != 1)
+        return;
+    m_slimLock.UnlockShared();
+    m_noReaders.Set();
+}
+
+void LockState::UnlockW()
+{
+    if (IsOwner() && ChangeWrites(-1) != 0)
+        return;
+    if (m_writerReads > 0) {
+        m_writerReads.fetch_add(1);
+        throw 1;
+    }
+    // Intended: a thread that is not the writer ends the writer's lock and leaves its depth as it
+    // was.
+    m_owner.store(m_noOwner, std::memory_order_release);
+    m_slimLock.UnlockExclusive();
+}
+
+bool LockState::TryNestR()
+{
+    if (!IsOwner())
+        return false;
+    m_writerReads.fetch_add(1);
+    return true;
+}
+
+bool LockState::TryEnterR()
+{
+    if (HasOwner())
+        return false;
+    // The slim lock comes before the count, which LockR raises first: a reader could slip in behind
+    // an attempt that fails.
+    for (;;) {
+        std::int64_t readers = m_readers;
+        while (readers != 0) {
+            if (m_readers.compare_exchange_weak(readers, readers + 1)) {
+                JoinCrowd();
+                return true;
+            }
+        }
+        if (!m_slimLock.TryLockShared())
+            return false;
+        if (m_readers.compare_exchange_strong(readers, 1)) {
+            m_noReaders.Reset();
+            return true;
+        }
+        m_slimLock.UnlockShared();
+    }
+}
+
+bool LockState::TryNestW()
+{
+    if (!IsOwner())
+        return false;
+    ChangeWrites(1);
+    return true;
+}
+
+bool LockState::TryEnterW()
+{
+    constexpr std::uint32_t kWaitMs = 1;
+    if (!m_noReaders.WaitFor(kWaitMs) || !m_slimLock.TryLockExclusive())
+        return false;
+    BecomeWriter();
+    return true;
+}
+
+bool LockState::HasOwner() const noexcept
+{
+    return m_owner != m_noOwner;
+}
+
+bool LockState::IsOwner() const noexcept
+{
+    const std::uint32_t owner = m_owner;
+    return owner != m_noOwner && owner == platform::CurrentThreadId();
+}
+
+void LockState::BecomeWriter()
+{
+    m_owner.store(platform::CurrentThreadId(), std::memory_order_relaxed);
+    ChangeWrites(1);
+}
+
+void LockState::JoinCrowd() const noexcept
+{
+    // The reader does not touch the slim lock. That it reads the owner, which the last writer
+    // removed before it left, is what lets it see all that was written.
+    static_cast<void>(HasOwner());
+}
+
+std::int64_t LockState::ChangeWrites(std::int64_t change) noexcept
+{
+    const std::int64_t writes = m_writes.load(std::memory_order_relaxed) + change;
+    m_writes.store(writes, std::memory_order_relaxed);
+    return writes;
+}
+
+void LockState::TakeStateOf(const LockState& other)
+{
+    m_owner = other.m_owner.load();
+    m_writerReads = other.m_writerReads.load();
+    m_writes = other.m_writes.load();
+    // Beside a writer, readers only wait: for the other lock.
+    m_readers = HasOwner() ? 0 : other.m_readers.load();
+    if (HasOwner())
+        m_slimLock.LockExclusive();
+    else if (m_readers > 0)
+        m_slimLock.LockShared();
+}

@@ -1,0 +1,305 @@
+#include "core/sync/BAutoLock.h"
+#include "core/sync/BLockRW.h"
+#include "core/sync/BSyncableSmartObj.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace {
+
+/// Does something on a thread of its own and waits for its end.
+template <class F>
+void OnOtherThread(F&& task)
+{
+    std::thread(task).join();
+}
+
+bool IsFree(const BSyncableInterface& lock)
+{
+    bool taken = false;
+    OnOtherThread([&] {
+        taken = lock.TryLockW();
+        if (taken)
+            lock.UnlockW();
+    });
+    return taken;
+}
+
+/// Notes what guards call.
+class NotingLock final : public BSyncableInterface {
+public:
+    explicit NotingLock(bool succeeds)
+        : m_succeeds(succeeds)
+    {}
+    void LockR() const override { calls += "LockR "; }
+    void LockW() const override { calls += "LockW "; }
+    void UnlockR() const override { calls += "UnlockR "; }
+    void UnlockW() const override { calls += "UnlockW "; }
+    bool TryLockR() const override
+    {
+        calls += "TryLockR ";
+        return m_succeeds;
+    }
+    bool TryLockW() const override
+    {
+        calls += "TryLockW ";
+        return m_succeeds;
+    }
+
+    mutable std::string calls;
+
+private:
+    bool m_succeeds;
+};
+
+/// What both lock classes do alike.
+template <class T>
+class Lock : public testing::Test {};
+using LockClasses = testing::Types<BLockRW, BSyncableSmartObj>;
+TYPED_TEST_SUITE(Lock, LockClasses);
+
+} // namespace
+
+TEST(Locks, DifferInWhatATryTakes)
+{
+    using Taking = void (*)(const BSyncableInterface&);
+    const Taking leave = [](const BSyncableInterface&) {};
+    const Taking read = [](const BSyncableInterface& lock) { lock.LockR(); };
+    const Taking write = [](const BSyncableInterface& lock) { lock.LockW(); };
+    struct Case {
+        const char* state;
+        Taking here, elsewhere;
+        bool lockTriesR, lockTriesW, objectTriesR, objectTriesW;
+    };
+    const Case cases[] = {
+        {"free", leave, leave, false, true, true, true},
+        {"read here", read, leave, false, false, true, false},
+        {"read elsewhere", leave, read, false, false, true, false},
+        {"written here", write, leave, true, false, true, true},
+        {"written elsewhere", leave, write, false, false, false, false},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.state);
+        const auto tries = [&](const BSyncableInterface& lock, bool expectedR, bool expectedW) {
+            row.here(lock);
+            OnOtherThread([&] { row.elsewhere(lock); });
+            EXPECT_EQ(lock.TryLockW(), expectedW);
+            if (expectedW)
+                lock.UnlockW();
+            EXPECT_EQ(lock.TryLockR(), expectedR);
+        };
+        tries(BLockRW(), row.lockTriesR, row.lockTriesW);
+        tries(BSyncableSmartObj(), row.objectTriesR, row.objectTriesW);
+    }
+}
+
+TYPED_TEST(Lock, IsFreeOnceTheWriterHasGivenAllBack)
+{
+    const TypeParam lock;
+    lock.LockW();
+    lock.LockW();
+    lock.LockR();
+    lock.UnlockR();
+    lock.UnlockW();
+    EXPECT_FALSE(IsFree(lock));
+    lock.UnlockW();
+    EXPECT_TRUE(IsFree(lock));
+}
+
+TYPED_TEST(Lock, IsFreeOnceTheLastReaderHasLeftOnWhateverThread)
+{
+    const TypeParam lock;
+    lock.LockR();
+    OnOtherThread([&] { lock.LockR(); });
+    lock.UnlockR();
+    EXPECT_FALSE(IsFree(lock));
+    OnOtherThread([&] { lock.UnlockR(); });
+    EXPECT_TRUE(IsFree(lock));
+}
+
+TYPED_TEST(Lock, StaysWithAWriterThatForgotAReadLock)
+{
+    const TypeParam lock;
+    lock.LockW();
+    lock.LockR();
+    try {
+        lock.UnlockW();
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (int code) {
+        EXPECT_EQ(code, 1);
+    }
+    // The failure has counted one read lock more and one write lock less.
+    lock.UnlockR();
+    lock.UnlockR();
+    EXPECT_FALSE(IsFree(lock));
+    lock.LockW();
+    lock.UnlockW();
+    EXPECT_TRUE(IsFree(lock));
+}
+
+TYPED_TEST(Lock, SurvivesThoseWhoGiveBackWhatIsNotTheirs)
+{
+    const TypeParam lock;
+    lock.UnlockW();
+    EXPECT_TRUE(IsFree(lock));
+    lock.UnlockR();
+    lock.LockR(); // makes up for it
+    EXPECT_TRUE(IsFree(lock));
+    lock.LockW();
+    OnOtherThread([&] {
+        lock.UnlockW();
+        lock.LockW(); // the depth of the first writer was left: it is 2
+        lock.UnlockW();
+    });
+    EXPECT_FALSE(IsFree(lock));
+    lock.UnlockW();
+    EXPECT_TRUE(IsFree(lock));
+}
+
+TYPED_TEST(Lock, LetsReadersInAfterTheLastWriteLock)
+{
+    const TypeParam lock;
+    int value = 0;
+    int seen = 0;
+    lock.LockW();
+    lock.LockW();
+    std::thread reader([&] {
+        const BAutoLockR guard(lock);
+        seen = value;
+    });
+    value = 1;
+    lock.UnlockW();
+    value = 2;
+    lock.UnlockW();
+    reader.join();
+    EXPECT_EQ(seen, 2);
+
+    lock.LockR();
+    std::thread writer([&] {
+        const BAutoLockW guard(lock);
+        value = 3;
+    });
+    EXPECT_EQ(value, 2);
+    lock.UnlockR();
+    writer.join();
+    EXPECT_EQ(value, 3);
+}
+
+TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
+{
+    const TypeParam lock;
+    const TypeParam sibling = lock; // tells by the event that they share whether a reader came
+    lock.LockW();
+    std::thread first([&] { lock.LockR(); });
+    while (sibling.TryLockW())
+        sibling.UnlockW();
+    OnOtherThread([&] { lock.LockR(); });
+    lock.UnlockW();
+    first.join();
+    EXPECT_FALSE(IsFree(lock));
+    lock.UnlockR();
+    lock.UnlockR();
+    EXPECT_TRUE(IsFree(lock));
+}
+
+TYPED_TEST(Lock, IsHeldAsTheOneThatWasCopied)
+{
+    TypeParam assigned;
+    assigned.LockR();
+    const TypeParam lock;
+    lock.LockW();
+    const TypeParam written = lock;
+    assigned = lock;
+    lock.UnlockW();
+    EXPECT_TRUE(IsFree(lock));
+    for (const TypeParam* copy : {&written, static_cast<const TypeParam*>(&assigned)}) {
+        EXPECT_FALSE(IsFree(*copy));
+        copy->UnlockW();
+        EXPECT_TRUE(IsFree(*copy));
+    }
+    lock.LockR();
+    assigned = lock;
+    lock.UnlockR();
+    EXPECT_FALSE(IsFree(assigned));
+    assigned.UnlockR();
+    EXPECT_TRUE(IsFree(assigned));
+}
+
+TYPED_TEST(Lock, LetsTheWritersOfItsCopiesGoWhenItEnds)
+{
+    auto original = std::make_unique<TypeParam>();
+    const TypeParam copy = *original;
+    original->LockR();
+    EXPECT_FALSE(copy.TryLockW()) << "the reader of the original keeps writers out of the copy";
+    std::thread writer([&] { copy.LockW(); });
+    original = nullptr;
+    writer.join();
+    EXPECT_FALSE(IsFree(copy));
+}
+
+TEST(BSyncableSmartObj, LetsNobodyInBesideAWriterBehindATryThatFails)
+{
+    constexpr int kRounds = 200'000;
+    const BSyncableSmartObj lock;
+    int value = 0; // even whenever nobody writes
+    int torn = 0;
+    const auto write = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            const BAutoLockW guard(lock);
+            ++value;
+            ++value;
+        }
+    };
+    const auto tryToRead = [&] {
+        for (int i = 0; i < kRounds; ++i)
+            const BAutoTryLockR guard(lock);
+    };
+    const auto read = [&] {
+        for (int i = 0; i < kRounds; ++i) {
+            const BAutoLockR guard(lock);
+            torn += value % 2;
+        }
+    };
+    std::thread threads[] = {std::thread(write), std::thread(tryToRead), std::thread(read)};
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(torn, 0);
+    EXPECT_TRUE(IsFree(lock));
+}
+
+TEST(LockGuards, GiveBackWhatTheyTook)
+{
+    const NotingLock good(true);
+    const NotingLock bad(false);
+    {
+        const BAutoLockR guard(good);
+    }
+    {
+        const BAutoLockW guard(good);
+    }
+    {
+        const BAutoTryLockR guard(good);
+        EXPECT_TRUE(guard.IsLocked());
+    }
+    {
+        const BAutoTryLockW guard(good);
+        EXPECT_TRUE(guard.IsLocked());
+    }
+    EXPECT_EQ(good.calls, "LockR UnlockR LockW UnlockW TryLockR UnlockR TryLockW UnlockW ");
+    EXPECT_FALSE(BAutoTryLockR(bad).IsLocked());
+    EXPECT_FALSE(BAutoTryLockW(bad).IsLocked());
+    EXPECT_EQ(bad.calls, "TryLockR TryLockW ");
+}
+
+TEST(LockGuards, DoNotThrowAtTheirEnd)
+{
+    const BLockRW lock;
+    {
+        const BAutoLockW guard(lock);
+        lock.LockR();
+    }
+    EXPECT_FALSE(IsFree(lock));
+}
