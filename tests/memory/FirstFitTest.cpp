@@ -5,76 +5,49 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <numeric>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using Size = std::uint64_t;
 
-/// First fit as one would write it down: every gap looked at in turn, in pages.
-class PlainFirstFit {
-public:
-    struct Frame {
-        int number;
-        Size size;
-        std::map<Size, Size> blocks; // start and size
-    };
-    struct Place {
-        int frame;
-        Size start, size;
-    };
-
-    PlainFirstFit(Size initialSize, Size minimumFrameSize, Size reserveKept)
-        : m_minimumFrameSize(minimumFrameSize)
-        , m_reserveKept(reserveKept)
-    {
-        m_frames.push_back({m_frameCount++, initialSize, {}});
-    }
+/// First fit as one would write it down, every gap looked at in turn; all in pages.
+struct PlainFirstFit {
+    using Place = std::pair<std::size_t, Size>; // frame and start
 
     Place Alloc(Size size)
     {
-        for (Frame& frame : m_frames)
-            if (const Size start = Room(frame, size); start + size <= frame.size)
-                return Put(frame, start, size);
-        m_frames.push_back({m_frameCount++, std::max(size, m_minimumFrameSize), {}});
-        return Put(m_frames.back(), 0, size);
+        for (std::size_t frame = 0; frame < sizes.size(); ++frame) {
+            Size cursor = 0;
+            for (auto block = blocks[frame].begin();
+                 block != blocks[frame].end() && block->first - cursor < size; ++block)
+                cursor = block->first + block->second;
+            if (cursor + size <= sizes[frame])
+                return Put({frame, cursor}, size);
+        }
+        sizes.push_back(std::max(size, minimumFrameSize));
+        blocks.emplace_back();
+        return Put({sizes.size() - 1, 0}, size);
+    }
+    Place Put(const Place& place, Size size)
+    {
+        blocks[place.first].emplace(place.second, size);
+        return place;
     }
     void Free(const Place& place)
     {
-        const auto frame = std::ranges::find(m_frames, place.frame, &Frame::number);
-        frame->blocks.erase(place.start);
-        if (frame->blocks.empty() && Reserved() > m_reserveKept)
-            m_frames.erase(frame);
+        blocks[place.first].erase(place.second);
+        if (blocks[place.first].empty() && Reserved() > reserveKept)
+            sizes[place.first] = 0; // the frame goes: nothing fits into it any more
     }
-    Size Reserved() const
-    {
-        Size sum = 0;
-        for (const Frame& frame : m_frames)
-            sum += frame.size;
-        return sum;
-    }
+    Size Reserved() const { return std::reduce(sizes.begin(), sizes.end()); }
 
-private:
-    static Size Room(const Frame& frame, Size size)
-    {
-        Size cursor = 0;
-        for (const auto& [start, used] : frame.blocks) {
-            if (start - cursor >= size)
-                return cursor;
-            cursor = start + used;
-        }
-        return cursor;
-    }
-    static Place Put(Frame& frame, Size start, Size size)
-    {
-        frame.blocks.emplace(start, size);
-        return {frame.number, start, size};
-    }
-
-    Size m_minimumFrameSize, m_reserveKept;
-    int m_frameCount = 0;
-    std::vector<Frame> m_frames;
+    Size minimumFrameSize, reserveKept;
+    std::vector<Size> sizes;                     // of the frames
+    std::vector<std::map<Size, Size>> blocks{1}; // start and size, by frame
 };
 
 struct Workload {
@@ -87,14 +60,10 @@ void Replay(const Workload& workload, unsigned seed, int operations)
 {
     CStdMemoryManager manager;
     const Size page = manager.PageSize();
-    ASSERT_TRUE(manager.Init(workload.initialSize * page, workload.minimumFrameSize * page));
-    PlainFirstFit model(workload.initialSize, workload.minimumFrameSize, 1'673'741'824 / page);
-    struct Live {
-        CMemoryBlock* block;
-        PlainFirstFit::Place place;
-    };
-    std::vector<Live> live;
-    std::map<int, char*> frames; // where those lie that have been used
+    manager.Init(workload.initialSize * page, workload.minimumFrameSize * page);
+    PlainFirstFit model{workload.minimumFrameSize, 1'673'741'824 / page, {workload.initialSize}};
+    std::vector<std::pair<CMemoryBlock*, PlainFirstFit::Place>> live;
+    std::map<std::size_t, char*> frames; // where those lie that have been used
     std::mt19937 random(seed);
     const auto below = [&](Size end) { return random() % end; };
     for (int i = 0; i < operations || !live.empty(); ++i) {
@@ -102,20 +71,21 @@ void Replay(const Workload& workload, unsigned seed, int operations)
             const Size size = below(workload.largestBlock * page) + 1;
             const auto place = model.Alloc((size + page - 1) / page);
             CMemoryBlock* const block = manager.MemoryBlockAlloc(size);
-            char* const start = static_cast<char*>(block->Start());
-            const auto frame = frames.try_emplace(place.frame, start - place.start * page).first;
-            ASSERT_EQ(start - frame->second, static_cast<std::ptrdiff_t>(place.start * page)) << i;
-            live.push_back({block, place});
+            char* const frame = static_cast<char*>(block->Start()) - place.second * page;
+            ASSERT_EQ(frames.try_emplace(place.first, frame).first->second, frame) << i;
+            live.emplace_back(block, place);
         } else {
             std::swap(live[below(live.size())], live.back());
-            manager.FreeMemoryBlock(live.back().block);
-            model.Free(live.back().place);
+            manager.FreeMemoryBlock(live.back().first);
+            model.Free(live.back().second);
             live.pop_back();
         }
         ASSERT_EQ(manager.TotalReservedMemory(), model.Reserved() * page) << i;
     }
     EXPECT_EQ(manager.MemoryInUse(), 0U);
 }
+
+} // namespace
 
 TEST(CStdMemoryManager, PlacesBlocksAsPlainFirstFitDoes)
 {
@@ -129,10 +99,8 @@ TEST(CStdMemoryManager, PlacesBlocksAsPlainFirstFitDoes)
         for (unsigned seed = 1; seed <= 3; ++seed) {
             SCOPED_TRACE(testing::Message() << workload.initialSize << " pages, seed " << seed);
             Replay(workload, seed, 20'000);
-            if (HasFatalFailure())
+            if (testing::Test::HasFatalFailure())
                 return;
         }
     }
 }
-
-} // namespace
