@@ -1,26 +1,18 @@
 #include "core/archive/BArchive.h"
 
+#include "core/archive/ArchiveLoader.h"
+#include "core/archive/ArchiveSaver.h"
 #include "core/archive/ObjectHeader.h"
 #include "core/archive/PointerMap.h"
-#include "core/archive/RecordDirectory.h"
-#include "core/archive/RecordWriter.h"
+#include "core/archive/Scratch.h"
 #include "core/base/BError.h"
 #include "core/base/BlockReader.h"
-#include "core/base/ClassRegistry.h"
-#include "core/platform/FileStream.h"
 #include "core/platform/TypeName.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <deque>
-#include <limits>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <unordered_set>
-#include <utility>
-#include <vector>
 
 // An archive's file, little-endian, without padding:
 //
@@ -44,307 +36,8 @@ namespace {
 constexpr int kFormatVersion = 8;
 constexpr int kOldestReadable = 2;
 constexpr int kNewestShortReference = 6; // references have 4 bytes up to this version
-constexpr std::string_view kKeyword = "class ";
-
-// A `Read` that takes another object out at once, and so on: a file must not exhaust the stack.
-constexpr int kDeepestNesting = 64;
-
-using ReadFunction = SP<BSmartObj> (*)(BArchive&, int);
-
-std::string WithKeyword(std::string_view className)
-{
-    return className.starts_with(kKeyword) ? std::string(className)
-                                           : std::string(kKeyword).append(className);
-}
-
-// Remembers where a reader stands, and goes back there.
-class ReadingPlace {
-public:
-    explicit ReadingPlace(BlockReader& file)
-        : m_file(file)
-        , m_position(file.Position())
-        , m_limit(file.Limit())
-    {
-        file.SetLimit(file.Size());
-    }
-    ~ReadingPlace()
-    {
-        m_file.SetLimit(m_limit);
-        m_file.MoveTo(m_position);
-    }
-    ReadingPlace(const ReadingPlace&) = delete;
-    ReadingPlace& operator=(const ReadingPlace&) = delete;
-
-private:
-    BlockReader& m_file;
-    std::uint64_t m_position;
-    std::uint64_t m_limit;
-};
-
-// Sets a variable for as long as a block runs.
-template <typename T>
-class ScopedValue {
-public:
-    ScopedValue(T& variable, T value)
-        : m_variable(variable)
-        , m_former(std::exchange(variable, value))
-    {}
-    ~ScopedValue() { m_variable = m_former; }
-    ScopedValue(const ScopedValue&) = delete;
-    ScopedValue& operator=(const ScopedValue&) = delete;
-
-private:
-    T& m_variable;
-    T m_former;
-};
 
 } // namespace
-
-namespace NArchive {
-
-// Many small pieces of memory that are freed together.
-class Scratch {
-public:
-    [[nodiscard]] void* Take(std::size_t size)
-    {
-        size = (size + kAlignment - 1) / kAlignment * kAlignment;
-        if (size > m_left) {
-            const std::size_t chunkSize = std::max(size, kChunkSize);
-            m_next = m_chunks.emplace_back(new std::byte[chunkSize]).get();
-            m_left = chunkSize;
-        }
-        m_left -= size;
-        return std::exchange(m_next, m_next + size);
-    }
-
-private:
-    static constexpr std::size_t kAlignment = 8;
-    static constexpr std::size_t kChunkSize = 64 * 1024;
-
-    std::vector<std::unique_ptr<std::byte[]>> m_chunks;
-    std::byte* m_next = nullptr;
-    std::size_t m_left = 0;
-};
-
-// An object that waits to be written, or has been.
-struct Tupel {
-    SP<BSmartObj> object;
-    BString label;
-    std::uint32_t index; // 0: the object had none when it was queued
-};
-
-// The writing half of an archive.
-class Saver {
-public:
-    explicit Saver(const WChar* path)
-        : file(platform::OpenStream(path, QD_W("wb")))
-    {}
-
-    void Insert(BSmartObj* object, const char* label, PointerMap& indices);
-    void WriteQueued(BArchive& archive);
-
-    // The object whose record is being written, so that its index mostly needs no look-up.
-    [[nodiscard]] const Tupel* Current() const noexcept { return m_current; }
-
-    RecordWriter file;
-
-private:
-    void WriteRecord(const Tupel& entry, BArchive& archive);
-
-    std::deque<Tupel> m_queue; // in order of insertion, the written ones first
-    std::size_t m_writtenCount = 0;
-    std::unordered_set<std::string> m_labels;
-    const Tupel* m_current = nullptr;
-};
-
-void Saver::Insert(BSmartObj* object, const char* label, PointerMap& indices)
-{
-    const bool labelled = label != nullptr && *label != '\0';
-    PointerMap::Entry& entry = indices.FindOrAdd(object);
-    if (entry.queued || (labelled && !m_labels.emplace(label).second))
-        return;
-    entry.queued = true;
-    m_queue.push_back({SP<BSmartObj>(object), labelled ? BString(label) : BString(), entry.index});
-}
-
-void Saver::WriteQueued(BArchive& archive)
-{
-    if (m_current != nullptr)
-        return; // a `WriteData` that flushes: the walk that called it goes on
-    while (m_writtenCount < m_queue.size() && file.IsGood()) {
-        const ScopedValue<const Tupel*> current(m_current, &m_queue[m_writtenCount]);
-        WriteRecord(*m_current, archive);
-        ++m_writtenCount;
-    }
-}
-
-void Saver::WriteRecord(const Tupel& entry, BArchive& archive)
-{
-    const std::uint64_t start = file.Position();
-    try {
-        entry.object->WritePrefix(archive, entry.label);
-        const std::uint64_t payload = file.Position();
-        entry.object->WriteData(archive);
-        const std::uint64_t size = file.Position() - payload;
-        const std::uint64_t sizeBytes = archive.Version() == 6 ? 4 : 8;
-        if (sizeBytes == 4 && size > std::numeric_limits<std::int32_t>::max())
-            archive.ThrowError();
-        file.Patch(payload - sizeBytes, &size, sizeBytes);
-    } catch (...) {
-        file.TakeBack(start); // the records before stay good
-        throw;
-    }
-}
-
-// The reading half of an archive.
-class Loader {
-public:
-    explicit Loader(const WChar* path)
-        : file(platform::OpenStream(path, QD_W("rb")))
-    {}
-
-    // Reads the directory from the reader's position on; closes the file when it is broken.
-    void Open(int version);
-
-    [[nodiscard]] SP<BSmartObj> TakeOut(std::string_view name, BArchive& archive);
-    void TakeOutLater(RecordDirectory::Record* record);
-    [[nodiscard]] bool Verify() const;
-
-    RecordDirectory directory;
-    BlockReader file;
-
-private:
-    [[nodiscard]] SP<BSmartObj> Rebuild(RecordDirectory::Record& record, BArchive& archive);
-    [[nodiscard]] SP<BSmartObj> CallRead(const ObjectHeader& header, BArchive& archive);
-    [[nodiscard]] ReadFunction FindReadFunction(std::string_view className);
-    void RebuildPending(BArchive& archive);
-    void UpdateAssociations(BArchive& archive);
-
-    int m_version = 0;
-    std::deque<RecordDirectory::Record*> m_pending;
-    std::vector<const RecordDirectory::Record*>
-        m_rebuilt;                     // with their objects, in order of reading
-    std::size_t m_associatedCount = 0; // of m_rebuilt, those told to update their associations
-    std::size_t m_verifiedCount = 0;   // of m_rebuilt, those that passed their self-check
-    std::uint32_t m_takeOutNumber = 0;
-    int m_nesting = 0;                                                 // of `TakeOut` calls
-    std::vector<std::pair<std::string, ReadFunction>> m_readFunctions; // as found so far
-};
-
-void Loader::Open(int version)
-{
-    m_version = version;
-    if (!directory.Build(file, version))
-        file.Close();
-}
-
-SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
-{
-    RecordDirectory::Record* record = directory.FindLabel(name);
-    if (record == nullptr)
-        record = directory.FindIndexText(name);
-    if (record == nullptr || m_nesting >= kDeepestNesting)
-        return nullptr;
-
-    const bool outermost = m_nesting == 0;
-    const ScopedValue<int> nesting(m_nesting, m_nesting + 1);
-    if (!outermost)
-        return Rebuild(*record, archive);
-
-    ++m_takeOutNumber;
-    SP<BSmartObj> object = Rebuild(*record, archive);
-    do {
-        RebuildPending(archive);
-        UpdateAssociations(archive);
-    } while (!m_pending.empty());
-
-    // All new objects are asked, also after a "no": a tree that refuses itself tidies up meanwhile.
-    bool sound = true;
-    for (std::size_t i = m_verifiedCount; i < m_rebuilt.size(); ++i) {
-        sound = m_rebuilt[i]->object->VerifyObj() && sound;
-        if (sound)
-            m_verifiedCount = i + 1;
-    }
-    return sound && file.IsGood() ? object : nullptr; // of a file that failed parts are missing
-}
-
-void Loader::TakeOutLater(RecordDirectory::Record* record)
-{
-    if (record == nullptr || record->object || record->pending ||
-        (m_nesting != 0 && record->triedIn == m_takeOutNumber))
-        return;
-    record->pending = true;
-    m_pending.push_back(record);
-}
-
-bool Loader::Verify() const
-{
-    return std::ranges::all_of(m_rebuilt, [](const RecordDirectory::Record* record) {
-        return record->object->VerifyObj();
-    });
-}
-
-// A record that cannot be read is tried once in a `TakeOut`, however many references lead to it.
-SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive)
-{
-    if (record.object || record.triedIn == m_takeOutNumber)
-        return record.object;
-    record.triedIn = m_takeOutNumber;
-
-    const ReadingPlace former(file);
-    file.MoveTo(record.position);
-    ObjectHeader header;
-    if (!ReadObjectHeader(file, m_version, header))
-        return nullptr;
-    file.SetLimit(file.Position() + header.size);
-    record.object = CallRead(header, archive);
-    if (record.object)
-        m_rebuilt.push_back(&record);
-    return record.object;
-}
-
-SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive)
-{
-    const ReadFunction read = FindReadFunction(header.className);
-    if (read == nullptr)
-        return nullptr;
-    try {
-        return read(archive, header.version);
-    } catch (ARCHIVE_EXCEPTION) {
-        return nullptr;
-    }
-}
-
-ReadFunction Loader::FindReadFunction(std::string_view className)
-{
-    for (const auto& [name, read] : m_readFunctions) {
-        if (name == className)
-            return read;
-    }
-    const ReadFunction read = FindArchiveReader(WithKeyword(className).c_str());
-    if (read != nullptr)
-        m_readFunctions.emplace_back(className, read);
-    return read;
-}
-
-void Loader::RebuildPending(BArchive& archive)
-{
-    while (!m_pending.empty()) {
-        RecordDirectory::Record* record = m_pending.front();
-        m_pending.pop_front();
-        record->pending = false;
-        static_cast<void>(Rebuild(*record, archive));
-    }
-}
-
-void Loader::UpdateAssociations(BArchive& archive)
-{
-    while (m_associatedCount < m_rebuilt.size()) {
-        m_rebuilt[m_associatedCount++]->object->UpdateAssociations(archive);
-    }
-}
-
-} // namespace NArchive
 
 class BArchive::Impl {
 public:
@@ -404,7 +97,7 @@ BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersio
     std::string documentClass(docClass.CStr());
     std::string fileDocumentClass(fileClass.CStr());
     std::string fileArchiveClass(archiveClass.CStr());
-    if (!fileDocumentClass.starts_with(kKeyword)) { // written before names had the keyword
+    if (!fileDocumentClass.starts_with(kClassKeyword)) { // written before names had the keyword
         documentClass = WithKeyword(documentClass);
         fileDocumentClass = WithKeyword(fileDocumentClass);
         fileArchiveClass = WithKeyword(fileArchiveClass);

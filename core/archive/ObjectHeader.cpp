@@ -60,6 +60,12 @@ void WriteText(BArchive& archive, std::string_view text)
 
 } // namespace
 
+std::string WithKeyword(std::string_view className)
+{
+    return className.starts_with(kClassKeyword) ? std::string(className)
+                                                : std::string(kClassKeyword).append(className);
+}
+
 bool PeekText(BlockReader& reader, std::uint64_t& offset)
 {
     const char* start = reader.Peek(offset + kTextPrefix);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 class BlockReader;
@@ -8,6 +9,11 @@ class BlockReader;
 /// A narrow text in a file: this tag, a 4-byte length, and that many bytes.
 inline constexpr char kTextTag = 'S';
 inline constexpr std::uint64_t kTextPrefix = 5; // tag and length
+
+/// In front of each class name, but for those of old files.
+inline constexpr std::string_view kClassKeyword = "class ";
+
+[[nodiscard]] std::string WithKeyword(std::string_view className);
 
 /// What stands in front of an object's payload. The texts lie in the reader's block and are good
 /// until its next read.

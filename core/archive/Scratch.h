@@ -1,0 +1,35 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace NArchive {
+
+/// Many small pieces of memory that are freed together.
+class Scratch {
+public:
+    [[nodiscard]] void* Take(std::size_t size)
+    {
+        size = (size + kAlignment - 1) / kAlignment * kAlignment;
+        if (size > m_left) {
+            const std::size_t chunkSize = std::max(size, kChunkSize);
+            m_next = m_chunks.emplace_back(new std::byte[chunkSize]).get();
+            m_left = chunkSize;
+        }
+        m_left -= size;
+        return std::exchange(m_next, m_next + size);
+    }
+
+private:
+    static constexpr std::size_t kAlignment = 8;
+    static constexpr std::size_t kChunkSize = 64 * 1024;
+
+    std::vector<std::unique_ptr<std::byte[]>> m_chunks;
+    std::byte* m_next = nullptr;
+    std::size_t m_left = 0;
+};
+
+} // namespace NArchive
