@@ -1,0 +1,281 @@
+#include "core/profile/BBinProfile.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#if defined(QD_BENCH_QT)
+# include <QDataStream>
+# include <QFile>
+# include <QHash>
+# include <QString>
+# include <QVariant>
+#endif
+#if defined(QD_BENCH_SQLITE)
+# include <sqlite3.h>
+#endif
+
+// Settings of an application: sections of 100 keys; of four values one each is a number, a double,
+// a text and a block of 24 bytes. What was loaded ends outside the measurement.
+
+namespace {
+
+constexpr int kKeysInSection = 100;
+constexpr int kBlockSize = 24;
+
+class BenchFile {
+public:
+    ~BenchFile() { std::filesystem::remove(m_path); }
+    [[nodiscard]] WString Wide() const { return m_path.string<WChar>().c_str(); }
+    [[nodiscard]] std::string Narrow() const { return m_path.string(); }
+
+private:
+    std::filesystem::path m_path = std::filesystem::temp_directory_path() / "qd-bench-profile";
+};
+
+std::string SectionName(std::int64_t index)
+{
+    return "section" + std::to_string(index / kKeysInSection);
+}
+
+std::string KeyName(std::int64_t index)
+{
+    return "measuredvalue" + std::to_string(index % kKeysInSection);
+}
+
+std::string MappedKey(std::int64_t index)
+{
+    std::string key = "[";
+    key += SectionName(index);
+    key += ']';
+    key += KeyName(index);
+    return key;
+}
+
+std::string TextValue(std::int64_t index)
+{
+    return "Probe number " + std::to_string(index);
+}
+
+/// Saves when it is asked to.
+class SavedProfile : public BBinProfile {
+public:
+    using BBinProfile::BBinProfile;
+    [[nodiscard]] bool Save() const { return Write(); }
+};
+
+void Fill(BBinProfile& profile, std::int64_t count)
+{
+    char block[kBlockSize] = {};
+    for (std::int64_t index = 0; index < count; ++index) {
+        profile.SetSection(BString(SectionName(index).c_str()));
+        const WString key = BString(KeyName(index).c_str());
+        switch (index % 4) {
+        case 0: profile.WriteInt(key, static_cast<int>(index)); break;
+        case 1: profile.WriteDouble(key, static_cast<double>(index) / 3); break;
+        case 2: profile.WriteString(key, BString(TextValue(index).c_str())); break;
+        default: profile.WriteMem(key, block, sizeof block); break;
+        }
+    }
+}
+
+void Count(benchmark::State& state)
+{
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void BM_BinProfileSave(benchmark::State& state)
+{
+    const BenchFile file;
+    SavedProfile profile(file.Wide(), ProfileNew);
+    Fill(profile, state.range(0));
+    for (auto _ : state) {
+        if (!profile.Save())
+            state.SkipWithError("not saved");
+    }
+    Count(state);
+}
+
+// With 10 values: opening a small one.
+void BM_BinProfileLoad(benchmark::State& state)
+{
+    const BenchFile file;
+    {
+        BBinProfile profile(file.Wide(), ProfileNew);
+        Fill(profile, state.range(0));
+    }
+    for (auto _ : state) {
+        std::optional<BBinProfile> profile(std::in_place, file.Wide(), ProfileReadOnly);
+        if (!profile->ExistsSection(QD_W("section0")))
+            state.SkipWithError("not loaded");
+        state.PauseTiming();
+        profile.reset();
+        state.ResumeTiming();
+    }
+    Count(state);
+}
+
+#define QD_SIZES Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond)
+BENCHMARK(BM_BinProfileSave)->Arg(10)->QD_SIZES;
+BENCHMARK(BM_BinProfileLoad)->Arg(10)->QD_SIZES;
+
+#if defined(QD_BENCH_QT)
+QVariant QtValue(std::int64_t index)
+{
+    switch (index % 4) {
+    case 0: return static_cast<int>(index);
+    case 1: return static_cast<double>(index) / 3;
+    case 2: return QString::fromStdString(TextValue(index));
+    default: return QByteArray(kBlockSize, 0);
+    }
+}
+
+QHash<QString, QVariant> QtValues(std::int64_t count)
+{
+    QHash<QString, QVariant> values;
+    for (std::int64_t index = 0; index < count; ++index)
+        values.insert(QString::fromStdString(MappedKey(index)), QtValue(index));
+    return values;
+}
+
+bool Save(const QHash<QString, QVariant>& values, const std::string& path)
+{
+    QFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    QDataStream stream(&file);
+    stream << values;
+    return file.flush();
+}
+
+void BM_BinProfileSave_QDataStream(benchmark::State& state)
+{
+    const BenchFile file;
+    const QHash<QString, QVariant> values = QtValues(state.range(0));
+    for (auto _ : state) {
+        if (!Save(values, file.Narrow()))
+            state.SkipWithError("not saved");
+    }
+    Count(state);
+}
+
+void BM_BinProfileLoad_QDataStream(benchmark::State& state)
+{
+    const BenchFile file;
+    if (!Save(QtValues(state.range(0)), file.Narrow()))
+        state.SkipWithError("not saved");
+    for (auto _ : state) {
+        QFile stored(QString::fromStdString(file.Narrow()));
+        QHash<QString, QVariant> values;
+        if (stored.open(QIODevice::ReadOnly)) {
+            QDataStream stream(&stored);
+            stream >> values;
+        }
+        if (values.size() != state.range(0))
+            state.SkipWithError("not loaded");
+        state.PauseTiming();
+        values.clear();
+        state.ResumeTiming();
+    }
+    Count(state);
+}
+
+BENCHMARK(BM_BinProfileSave_QDataStream)->Arg(10)->QD_SIZES;
+BENCHMARK(BM_BinProfileLoad_QDataStream)->Arg(10)->QD_SIZES;
+#endif
+
+#if defined(QD_BENCH_SQLITE)
+class Database {
+public:
+    explicit Database(const std::string& path)
+    {
+        if (sqlite3_open(path.c_str(), &m_database) != SQLITE_OK)
+            std::abort();
+        Run("CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value) WITHOUT ROWID");
+    }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    ~Database() { sqlite3_close(m_database); }
+
+    void Save(std::int64_t count)
+    {
+        Run("BEGIN; DELETE FROM settings");
+        sqlite3_stmt* insert = Prepare("INSERT INTO settings VALUES(?, ?)");
+        const char block[kBlockSize] = {};
+        for (std::int64_t index = 0; index < count; ++index) {
+            const std::string name = MappedKey(index);
+            sqlite3_bind_text(insert, 1, name.c_str(), -1, SQLITE_TRANSIENT);
+            switch (index % 4) {
+            case 0: sqlite3_bind_int64(insert, 2, index); break;
+            case 1: sqlite3_bind_double(insert, 2, static_cast<double>(index) / 3); break;
+            case 2:
+                sqlite3_bind_text(insert, 2, TextValue(index).c_str(), -1, SQLITE_TRANSIENT);
+                break;
+            default: sqlite3_bind_blob(insert, 2, block, kBlockSize, SQLITE_STATIC); break;
+            }
+            sqlite3_step(insert);
+            sqlite3_reset(insert);
+        }
+        sqlite3_finalize(insert);
+        Run("COMMIT");
+    }
+
+    std::int64_t Load()
+    {
+        std::int64_t count = 0;
+        sqlite3_stmt* select = Prepare("SELECT name, value FROM settings");
+        for (; sqlite3_step(select) == SQLITE_ROW; ++count) {
+            benchmark::DoNotOptimize(sqlite3_column_text(select, 0));
+            benchmark::DoNotOptimize(sqlite3_column_value(select, 1));
+        }
+        sqlite3_finalize(select);
+        return count;
+    }
+
+private:
+    void Run(const char* text)
+    {
+        if (sqlite3_exec(m_database, text, nullptr, nullptr, nullptr) != SQLITE_OK)
+            std::abort();
+    }
+    sqlite3_stmt* Prepare(const char* text)
+    {
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(m_database, text, -1, &statement, nullptr) != SQLITE_OK)
+            std::abort();
+        return statement;
+    }
+
+    sqlite3* m_database = nullptr;
+};
+
+void BM_BinProfileSave_SQLite(benchmark::State& state)
+{
+    const BenchFile file;
+    Database database(file.Narrow());
+    for (auto _ : state)
+        database.Save(state.range(0));
+    Count(state);
+}
+
+// Only walks the rows: nothing is kept of them.
+void BM_BinProfileLoad_SQLite(benchmark::State& state)
+{
+    const BenchFile file;
+    Database(file.Narrow()).Save(state.range(0));
+    for (auto _ : state) {
+        if (Database(file.Narrow()).Load() != state.range(0))
+            state.SkipWithError("not loaded");
+    }
+    Count(state);
+}
+
+BENCHMARK(BM_BinProfileSave_SQLite)->QD_SIZES;
+BENCHMARK(BM_BinProfileLoad_SQLite)->QD_SIZES;
+#endif
+
+} // namespace

@@ -1,0 +1,258 @@
+#include "core/profile/BBinProfile.h"
+
+#include "core/base/BError.h"
+
+#include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+using namespace std::string_literals;
+
+namespace {
+
+// Loads and saves when it is told to.
+class OpenBinProfile final : public BBinProfile {
+public:
+    using BBinProfile::BBinProfile;
+    using BBinProfile::MapKey;
+    using BBinProfile::Read;
+    using BBinProfile::Section;
+};
+
+std::string Word(std::uint32_t word)
+{
+    std::string bytes(sizeof word, '\0');
+    std::memcpy(bytes.data(), &word, sizeof word);
+    return bytes;
+}
+
+std::string Wide(const std::string& text)
+{
+    const auto length = static_cast<std::uint32_t>(text.size());
+    std::string bytes = Word(length) + Word(~length);
+    for (const char character : text)
+        bytes += {character, '\0'};
+    return bytes + "\0\0"s;
+}
+
+std::string Narrow(const std::string& text)
+{
+    const auto length = static_cast<std::uint32_t>(text.size());
+    return Word(length) + Word(~length) + text + '\0';
+}
+
+std::string Int(std::uint32_t value)
+{
+    return Word(1) + Word(value);
+}
+
+const std::string kWideId = "\x06LAi";
+const std::string kNarrowId = "\x05LAY";
+
+} // namespace
+
+TEST(BBinProfile, KeepsValuesWithTheirTypeBetweenSessions)
+{
+    const TemporaryFolder folder;
+    char block[3] = {1, 0, 2};
+    {
+        BBinProfile profile(folder.Path("p"), ProfileReadWrite);
+        EXPECT_TRUE(profile.IsValid());
+        EXPECT_EQ(profile.GetSection(), QD_W("default"));
+        profile.SetSection(QD_W("Window"));
+        EXPECT_TRUE(profile.WriteInt(QD_W("Width"), -5));
+        EXPECT_TRUE(profile.WriteInt(7, QD_W("Point"), 7));
+        EXPECT_TRUE(profile.WriteDouble(8, QD_W("Point"), 0.1));
+        EXPECT_TRUE(profile.WriteString(9, QD_W("Point"), QD_W("nine")));
+        EXPECT_TRUE(profile.WriteMem(10, QD_W("Point"), block, sizeof block));
+        EXPECT_TRUE(profile.WriteBoolean(QD_W("Shown"), true));
+        EXPECT_TRUE(profile.WriteMem(QD_W("Empty"), block, 0));
+        EXPECT_TRUE(profile.WriteString(QD_W("Now an int"), QD_W("a")));
+        EXPECT_TRUE(profile.WriteInt(QD_W("Now an int"), 1));
+    }
+    BBinProfile profile(folder.Path("p"), ProfileReadOnly);
+    profile.SetSection(QD_W("WINDOW"));
+    EXPECT_EQ(profile.ReadInt(QD_W("WIDTH"), 0), -5);
+    EXPECT_EQ(profile.ReadDouble(QD_W("Width"), 1.5), 1.5);
+    EXPECT_EQ(profile.ReadString(QD_W("Width"), QD_W("none")), QD_W("none"));
+    EXPECT_TRUE(profile.ReadBoolean(QD_W("Width"), true));
+    EXPECT_EQ(profile.ReadInt(7, QD_W("Point"), 0), 7);
+    EXPECT_EQ(profile.ReadDouble(8, QD_W("Point"), 0), 0.1);
+    EXPECT_EQ(profile.ReadInt(8, QD_W("Point"), 3), 3);
+    EXPECT_EQ(profile.ReadString(9, QD_W("Point"), QD_W("")), QD_W("nine"));
+    EXPECT_TRUE(profile.ReadBoolean(QD_W("Shown"), false));
+    EXPECT_EQ(profile.ReadInt(QD_W("Now an int"), 0), 1);
+    char read[3] = {9, 9, 9};
+    EXPECT_FALSE(profile.ReadMem(10, QD_W("Point"), read, 2));
+    EXPECT_EQ(read[0], 9);
+    EXPECT_TRUE(profile.ReadMem(QD_W("Point10"), read, 3));
+    EXPECT_EQ(std::memcmp(read, block, 3), 0);
+    EXPECT_TRUE(profile.ReadMem(QD_W("Empty"), nullptr, 0));
+}
+
+TEST(BBinProfile, DeletesKeysAndSections)
+{
+    const TemporaryFolder folder;
+    {
+        OpenBinProfile profile(folder.Path("p"), ProfileNew);
+        EXPECT_EQ(profile.MapKey(QD_W("Key")), QD_W("[default]key"));
+        EXPECT_EQ(profile.Section(QD_W("[open")), QD_W("open"));
+        profile.WriteInt(QD_W("a"), 1);
+        profile.SetSection(QD_W("x]y")); // not found again
+        profile.WriteInt(QD_W("b"), 2);
+        profile.WriteInt(QD_W("c"), 3);
+        EXPECT_FALSE(profile.ExistsSection(QD_W("x]y")));
+        EXPECT_TRUE(profile.ExistsSection(QD_W("X")));
+        EXPECT_TRUE(profile.ExistsSection(QD_W("Default")));
+        profile.DeleteSection();
+        EXPECT_EQ(profile.ReadInt(QD_W("b"), 0), 2);
+        profile.SetSection(QD_W("X"));
+        profile.DeleteSection();
+        EXPECT_FALSE(profile.ExistsSection(QD_W("x")));
+        profile.SetSection(QD_W("DEFAULT"));
+        profile.DeleteKey(QD_W("A"));
+        EXPECT_FALSE(profile.ExistsSection(QD_W("default")));
+    }
+    EXPECT_EQ(FileBytes(folder / "p"), kWideId);
+}
+
+TEST(BBinProfile, WritesTheFileOnlyWhenItMayAndSomethingChanged)
+{
+    const TemporaryFolder folder;
+    {
+        BBinProfile untouched(folder.Path("none"), ProfileReadWrite);
+        untouched.DeleteKey(QD_W("none"));
+        untouched.DeleteSection();
+        BBinProfile refused(folder.Path("no folder\\p"), ProfileReadWrite);
+        refused.WriteInt(QD_W("a"), 1);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder / "none"));
+
+    const std::string bytes = kWideId + Wide("[default]a") + Int(1);
+    WriteFileBytes(folder / "p", bytes);
+    {
+        BBinProfile profile(folder.Path("p"), ProfileReadOnly);
+        const auto refuses = [&](auto operation) {
+            try {
+                operation();
+                ADD_FAILURE() << "not refused";
+            } catch (const BError& error) {
+                EXPECT_EQ(error.Error(), 32767);
+                EXPECT_EQ(const_cast<BError&>(error).Argument(0), QD_W("$IDS_ErrorHint61"));
+            }
+        };
+        refuses([&] { profile.WriteString(QD_W("a"), QD_W("")); });
+        refuses([&] { profile.WriteMem(1, QD_W("a"), nullptr, 0); });
+        refuses([&] { profile.DeleteKey(QD_W("a")); });
+        refuses([&] { profile.DeleteSection(); });
+        EXPECT_EQ(profile.ReadInt(QD_W("a"), 0), 1);
+    }
+    EXPECT_EQ(FileBytes(folder / "p"), bytes);
+
+    std::filesystem::permissions(folder / "p", std::filesystem::perms::owner_read);
+    BBinProfile(folder.Path("p"), ProfileReadWrite).WriteInt(QD_W("a"), 2);
+    EXPECT_EQ(FileBytes(folder / "p"), bytes);
+    std::filesystem::permissions(folder / "p", std::filesystem::perms::owner_all);
+    BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("b"), 2);
+    EXPECT_EQ(FileBytes(folder / "p"), kWideId + Wide("[default]b") + Int(2));
+}
+
+TEST(BBinProfile, ReadsWhatADamagedFileStillHolds)
+{
+    const std::string first = Wide("[default]a") + Int(1);
+    const std::string key = Wide("[default]b");
+    const std::string last = Wide("[default]c") + Int(3);
+    struct Case {
+        const char* name;
+        std::string bytes;
+        bool isValid, isRead;
+        int a, b, c; // -1 for none
+    };
+    const Case cases[] = {
+        {"whole", kWideId + first + key + Int(2) + last, true, true, 1, 2, 3},
+        {"empty", "", false, false, -1, -1, -1},
+        {"id cut", kWideId.substr(0, 3), false, false, -1, -1, -1},
+        {"other id", "[default]\na=1\n", false, false, -1, -1, -1},
+        {"id alone", kWideId, true, true, -1, -1, -1},
+        {"key's length cut", kWideId + first + key.substr(0, 7), true, true, 1, -1, -1},
+        {"key's check word", kWideId + first + Word(1) + Word(1) + last, true, true, 1, -1, -1},
+        {"key cut", kWideId + first + key.substr(0, 20), true, true, 1, -1, -1},
+        {"key without 0", kWideId + first + Word(1) + Word(~1u) + "a\0b\0"s + Int(2) + last, true,
+         true, 1, -1, -1},
+        {"key beyond the file", kWideId + first + Word(~0u) + Word(0) + last, true, true, 1, -1,
+         -1},
+        {"empty key", kWideId + first + Wide("") + Int(2) + last, true, true, 1, -1, -1},
+        {"no value", kWideId + first + key, true, false, -1, -1, -1},
+        {"unknown type", kWideId + first + key + Word(9) + last, true, false, -1, -1, -1},
+        {"number cut", kWideId + first + key + Word(1) + "\1\0"s, true, true, 1, 0, -1},
+        {"block beyond the file", kWideId + first + key + Word(4) + Word(~0u) + Word(0) + last,
+         true, true, 1, -1, -1},
+        {"block's check word", kWideId + first + key + Word(4) + Word(5) + Word(5) + last, true,
+         true, 1, -1, 3},
+        {"key twice", kWideId + first + key + Int(2) + key + Int(5), true, true, 1, 5, -1},
+        {"upper-case key", kWideId + Wide("[default]A") + Int(1) + last, true, true, -1, -1, 3},
+    };
+    const TemporaryFolder folder;
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.name);
+        WriteFileBytes(folder / "p", row.bytes);
+        OpenBinProfile profile(folder.Path("p"), ProfileNew);
+        EXPECT_EQ(profile.Read(), row.isRead);
+        EXPECT_EQ(profile.IsValid(), row.isValid);
+        EXPECT_EQ(profile.ReadInt(QD_W("a"), -1), row.a);
+        EXPECT_EQ(profile.ReadInt(QD_W("b"), -1), row.b);
+        EXPECT_EQ(profile.ReadInt(QD_W("c"), -1), row.c);
+    }
+}
+
+TEST(BBinProfile, ReadsNarrowKeysAndSavesThemWide)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "p", kNarrowId + Narrow("[default]a\xDF") + Int(1) +
+                                     Narrow("[default]t") + Word(2) + Narrow("\xE4"));
+    {
+        BBinProfile profile(folder.Path("p"), ProfileReadWrite);
+        EXPECT_TRUE(profile.IsValid());
+        EXPECT_EQ(profile.ReadInt(QD_W("a\u00DF"), 0), 1);
+        EXPECT_EQ(profile.ReadString(QD_W("t"), QD_W("")), QD_W("\u00E4"));
+        profile.WriteInt(QD_W("b"), 2);
+    }
+    EXPECT_EQ(FileBytes(folder / "p"), kWideId + Wide("[default]a\xDF") + Int(1) +
+                                           Wide("[default]t") + Word(2) + Narrow("\xE4") +
+                                           Wide("[default]b") + Int(2));
+}
+
+// The file was written by either platform; both write the same.
+TEST(BBinProfile, WritesTheSameFileOnEveryPlatform)
+{
+    const TemporaryFolder folder;
+    {
+        BBinProfile profile(folder.Path("p"), ProfileNew);
+        char block[300];
+        for (int i = 0; i < 300; ++i)
+            block[i] = static_cast<char>(i);
+        for (const WChar* section : {QD_W("Window"), QD_W("R\u00F6ntgen"), QD_W("\u6E2C")}) {
+            profile.SetSection(section);
+            profile.WriteInt(QD_W("Width"), -1);
+            profile.WriteDouble(QD_W("Scale"), 1.0 / 3);
+            profile.WriteString(QD_W("Title"), QD_W("Gr\u00F6\u00DFe \u20AC"));
+            profile.WriteBoolean(QD_W("Shown"), true);
+            profile.WriteMem(QD_W("State"), block, sizeof block);
+            for (int i = 0; i < 5; ++i)
+                profile.WriteInt(i, QD_W("Point"), i * i);
+        }
+    }
+    EXPECT_EQ(FileBytes(folder / "p"), FileBytes(GoldenFile("profile/settings.bin")));
+
+    BBinProfile profile(TemporaryFolder::ToWide(GoldenFile("profile/settings.bin")),
+                        ProfileReadOnly);
+    profile.SetSection(QD_W("R\u00F6ntgen"));
+    EXPECT_EQ(profile.ReadString(QD_W("Title"), QD_W("")), QD_W("Gr\u00F6\u00DFe \u20AC"));
+    EXPECT_EQ(profile.ReadInt(4, QD_W("Point"), 0), 16);
+}
