@@ -2,6 +2,7 @@
 
 #include "core/base/ClassRegistry.h"
 #include "core/tree/BNodeItr.h"
+#include "support/SaveArchive.h"
 
 #include "examples/View.h"
 
@@ -246,9 +247,8 @@ WString FirstDifference(BNode& a, BNode& b)
 
 bool SaveDocument(const WString& path, BNode& root)
 {
-    BArchive archive(path, BArchive::ModeWrite, kDocumentClass, kDocumentVersion);
-    archive.Insert(&root, kRootLabel);
-    return archive.Flush();
+    return SaveArchive(path, kDocumentClass, kDocumentVersion,
+                       [&](BArchive& archive) { archive.Insert(&root, kRootLabel); });
 }
 
 SP<BNode> LoadDocument(const WString& path)

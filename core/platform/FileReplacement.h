@@ -1,9 +1,11 @@
 #pragma once
 
+#include "core/platform/Export.h"
 #include "core/platform/WChar.h"
 
 #include <cstdio>
 #include <memory>
+#include <string>
 
 namespace platform {
 
@@ -11,20 +13,21 @@ namespace platform {
 /// until the new one is complete, also when the process dies.
 ///
 /// The file keeps its permissions, and a symbolic link keeps leading to it. When no sibling can be
-/// made, or it could not be given the same owner, the new content is written in place: have it
-/// ready before. A read-only file is refused. A file that is not there yet comes into being.
+/// made, or it could not be given the same owner, the new content gathers in the folder for
+/// temporary files and `Commit` writes it over the old one. A read-only file is refused. A file
+/// that is not there yet comes into being.
 ///
 /// With `ESync::No` nothing waits for the disk: cheap, and safe unless the power fails.
 ///
 ///     FileReplacement replacement(path);
 ///     return replacement.Stream() != nullptr && Write(replacement.Stream()) &&
 ///     replacement.Commit();
-class FileReplacement {
+class QD_CORE_API FileReplacement {
 public:
     enum class ESync { Yes, No };
 
     explicit FileReplacement(const WChar* path, ESync sync = ESync::Yes);
-    /// Without `Commit` the old content stays, unless it was replaced in place.
+    /// Without `Commit` the old content stays.
     ~FileReplacement();
     FileReplacement(const FileReplacement&) = delete;
     FileReplacement& operator=(const FileReplacement&) = delete;
@@ -33,8 +36,13 @@ public:
     /// written, or the new content was committed.
     [[nodiscard]] std::FILE* Stream() const noexcept;
 
+    /// Where the new content gathers, for a writer that opens by name in place of `Stream()` and
+    /// closes before `Commit`. Empty when there is no stream.
+    [[nodiscard]] std::basic_string<WChar> Path() const;
+
     /// Puts the new content in place, synchronised before it shows under the name. False when
-    /// something of it was not written; the old content then stays.
+    /// something of it was not written; the old content then stays, unless it was to be written
+    /// over.
     [[nodiscard]] bool Commit() noexcept;
 
 private:

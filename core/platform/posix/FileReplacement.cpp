@@ -5,6 +5,7 @@
 #include "core/platform/posix/NativePath.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <random>
 #include <string>
@@ -17,23 +18,34 @@ namespace platform {
 
 struct FileReplacement::State {
     platform::Stream stream;
-    std::string target;  // no link
-    std::string sibling; // empty: the target is written in place
+    std::string target; // no link
+    std::string draft;  // empty: there is none, or it was moved
+    bool isBeside = false;
     ESync sync = ESync::Yes;
 };
 
 namespace {
 
-Descriptor CreateSibling(const std::string& target, mode_t mode, std::string& sibling)
+// What cannot be written beside the file gathers here.
+std::string TemporaryFolder()
+{
+    const char* const folder = std::getenv("TMPDIR");
+    return std::string(folder != nullptr && *folder == '/' ? folder : "/tmp") + '/';
+}
+
+Descriptor CreateDraft(const std::string& folder, mode_t mode, std::string& draft)
 {
     constexpr int attempts = 100;
     std::random_device random;
     for (int i = 0; i < attempts; ++i) {
-        sibling = FolderOf(target) + ".qd" + std::to_string(random()) + ".tmp";
-        Descriptor file(::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-        if (file.IsOpen() || errno != EEXIST)
+        draft = folder + ".qd" + std::to_string(random()) + ".tmp";
+        Descriptor file(::open(draft.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+        if (file.IsOpen())
             return file;
+        if (errno != EEXIST)
+            break;
     }
+    draft.clear();
     return {};
 }
 
@@ -60,15 +72,14 @@ bool CopyPermissions(const std::string& from, const struct stat& original, int t
 }
 
 // An empty file beside the target with its permissions; none when there can be none.
-Descriptor OpenSibling(const std::string& target, const struct stat* original, std::string& sibling)
+Descriptor CreateSibling(const std::string& target, const struct stat* original, std::string& draft)
 {
-    Descriptor file = CreateSibling(target, original != nullptr ? 0600 : 0666, sibling);
+    Descriptor file = CreateDraft(FolderOf(target), original != nullptr ? 0600 : 0666, draft);
     if (file.IsOpen() && original != nullptr && !CopyPermissions(target, *original, file.Get())) {
-        ::unlink(sibling.c_str());
-        file = Descriptor();
+        ::unlink(draft.c_str());
+        draft.clear();
+        return {};
     }
-    if (!file.IsOpen())
-        sibling.clear();
     return file;
 }
 
@@ -93,6 +104,31 @@ void SyncFolder(const std::string& folder)
         ::fsync(file.Get());
 }
 
+bool WriteOver(const std::string& target, std::FILE* draft, bool isSynchronised)
+{
+    const Stream stream(std::fopen(target.c_str(), "we"));
+    if (!stream)
+        return false;
+    std::rewind(draft);
+    char piece[4096];
+    while (const std::size_t size = std::fread(piece, 1, sizeof piece, draft)) {
+        if (std::fwrite(piece, 1, size, stream.get()) != size)
+            return false;
+    }
+    return std::ferror(draft) == 0 && std::fflush(stream.get()) == 0 &&
+           (!isSynchronised || SyncFile(::fileno(stream.get())));
+}
+
+bool MoveOver(const std::string& target, std::string& draft, bool isSynchronised)
+{
+    if (::rename(draft.c_str(), target.c_str()) != 0)
+        return false;
+    draft.clear();
+    if (isSynchronised)
+        SyncFolder(FolderOf(target));
+    return true;
+}
+
 } // namespace
 
 FileReplacement::FileReplacement(const WChar* path, ESync sync)
@@ -110,25 +146,30 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     const bool isLink = !isThere && ::lstat(state.target.c_str(), &link) == 0;
     Descriptor file;
     if (isThere ? S_ISREG(original.st_mode) : !isLink)
-        file = OpenSibling(state.target, isThere ? &original : nullptr, state.sibling);
-    if (!file.IsOpen())
-        file = Descriptor(
-            ::open(state.target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+        file = CreateSibling(state.target, isThere ? &original : nullptr, state.draft);
+    state.isBeside = file.IsOpen();
+    if (!state.isBeside && (isThere ? !S_ISDIR(original.st_mode) : isLink))
+        file = CreateDraft(TemporaryFolder(), 0600, state.draft);
     if (file.IsOpen())
-        state.stream.reset(::fdopen(file.Get(), "w"));
+        state.stream.reset(::fdopen(file.Get(), "w+"));
     if (state.stream)
         file.Release();
 }
 
 FileReplacement::~FileReplacement()
 {
-    if (!m_state->sibling.empty())
-        ::unlink(m_state->sibling.c_str());
+    if (!m_state->draft.empty())
+        ::unlink(m_state->draft.c_str());
 }
 
 std::FILE* FileReplacement::Stream() const noexcept
 {
     return m_state->stream.get();
+}
+
+std::basic_string<WChar> FileReplacement::Path() const
+{
+    return m_state->stream ? FromNativePath(m_state->draft) : std::basic_string<WChar>();
 }
 
 bool FileReplacement::Commit() noexcept
@@ -137,18 +178,11 @@ bool FileReplacement::Commit() noexcept
     std::FILE* const stream = state.stream.get();
     if (stream == nullptr || std::ferror(stream) != 0 || std::fflush(stream) != 0)
         return false;
-    if (state.sync == ESync::Yes && !SyncFile(::fileno(stream)))
-        return false;
-    if (std::fclose(state.stream.release()) != 0)
-        return false;
-    if (state.sibling.empty())
-        return true;
-    if (::rename(state.sibling.c_str(), state.target.c_str()) != 0)
-        return false;
-    state.sibling.clear();
-    if (state.sync == ESync::Yes)
-        SyncFolder(FolderOf(state.target));
-    return true;
+    const bool isSynchronised = state.sync == ESync::Yes;
+    const bool isReady = state.isBeside ? !isSynchronised || SyncFile(::fileno(stream))
+                                        : WriteOver(state.target, stream, isSynchronised);
+    return std::fclose(state.stream.release()) == 0 && isReady &&
+           (!state.isBeside || MoveOver(state.target, state.draft, isSynchronised));
 }
 
 } // namespace platform

@@ -15,8 +15,9 @@ namespace platform {
 
 struct FileReplacement::State {
     platform::Stream stream;
-    std::wstring target;  // no link
-    std::wstring sibling; // empty: the target is written in place
+    std::wstring target; // no link
+    std::wstring draft;  // empty: there is none, or it was moved
+    bool isBeside = false;
     bool isThere = false;
     ESync sync = ESync::Yes;
 };
@@ -45,39 +46,82 @@ std::wstring FolderOf(const std::wstring& path)
     return path.substr(0, path.find_last_of(L"/\\:") + 1);
 }
 
-Handle OpenNew(const std::wstring& path, DWORD disposition)
+// What cannot be written beside the file gathers here.
+std::wstring TemporaryFolder()
 {
-    return Handle(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, disposition,
+    wchar_t folder[MAX_PATH + 1] = {};
+    ::GetTempPathW(MAX_PATH + 1, folder);
+    return folder;
+}
+
+// Shared, so that the new content can be written by name.
+Handle Open(const std::wstring& path, DWORD disposition)
+{
+    return Handle(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-Handle OpenSibling(const std::wstring& target, std::wstring& sibling)
+Handle CreateDraft(const std::wstring& folder, std::wstring& draft)
 {
     constexpr int attempts = 100;
     std::random_device random;
     for (int i = 0; i < attempts; ++i) {
-        sibling = FolderOf(target) + L"qd" + std::to_wstring(random()) + L".tmp";
-        Handle file = OpenNew(sibling, CREATE_NEW);
+        draft = folder + L"qd" + std::to_wstring(random()) + L".tmp";
+        Handle file = Open(draft, CREATE_NEW);
         if (file.IsOpen())
             return file;
         if (::GetLastError() != ERROR_FILE_EXISTS)
             break;
     }
-    sibling.clear();
+    draft.clear();
     return {};
 }
 
 Stream StreamOn(Handle file)
 {
     const int descriptor =
-        _open_osfhandle(reinterpret_cast<std::intptr_t>(file.Get()), _O_WRONLY | _O_BINARY);
+        _open_osfhandle(reinterpret_cast<std::intptr_t>(file.Get()), _O_RDWR | _O_BINARY);
     if (descriptor < 0)
         return nullptr;
     file.Release();
-    Stream stream(_fdopen(descriptor, "wb"));
+    Stream stream(_fdopen(descriptor, "w+b"));
     if (!stream)
         _close(descriptor);
     return stream;
+}
+
+bool SyncFile(int file)
+{
+    return _commit(file) == 0;
+}
+
+bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised)
+{
+    const Stream stream = StreamOn(Open(target, TRUNCATE_EXISTING));
+    if (!stream)
+        return false;
+    std::rewind(draft);
+    char piece[4096];
+    while (const std::size_t size = std::fread(piece, 1, sizeof piece, draft)) {
+        if (std::fwrite(piece, 1, size, stream.get()) != size)
+            return false;
+    }
+    return std::ferror(draft) == 0 && std::fflush(stream.get()) == 0 &&
+           (!isSynchronised || SyncFile(_fileno(stream.get())));
+}
+
+bool MoveOver(const std::wstring& target, bool isThere, std::wstring& draft)
+{
+    // The first keeps what belongs to the old file: its access list, its attributes, its date.
+    const bool isMoved =
+        (isThere && ::ReplaceFileW(target.c_str(), draft.c_str(), nullptr,
+                                   REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) ||
+        ::MoveFileExW(draft.c_str(), target.c_str(),
+                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    if (isMoved)
+        draft.clear();
+    return isMoved;
 }
 
 } // namespace
@@ -92,9 +136,10 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     state.isThere = attributes != INVALID_FILE_ATTRIBUTES;
     if (state.isThere && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0)
         return;
-    Handle file = OpenSibling(state.target, state.sibling);
-    if (!file.IsOpen())
-        file = OpenNew(state.target, CREATE_ALWAYS);
+    Handle file = CreateDraft(FolderOf(state.target), state.draft);
+    state.isBeside = file.IsOpen();
+    if (!state.isBeside && state.isThere && Open(state.target, OPEN_EXISTING).IsOpen())
+        file = CreateDraft(TemporaryFolder(), state.draft);
     if (file.IsOpen())
         state.stream = StreamOn(std::move(file));
 }
@@ -102,13 +147,18 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
 FileReplacement::~FileReplacement()
 {
     m_state->stream.reset();
-    if (!m_state->sibling.empty())
-        ::DeleteFileW(m_state->sibling.c_str());
+    if (!m_state->draft.empty())
+        ::DeleteFileW(m_state->draft.c_str());
 }
 
 std::FILE* FileReplacement::Stream() const noexcept
 {
     return m_state->stream.get();
+}
+
+std::basic_string<WChar> FileReplacement::Path() const
+{
+    return m_state->stream ? m_state->draft : std::basic_string<WChar>();
 }
 
 bool FileReplacement::Commit() noexcept
@@ -117,21 +167,11 @@ bool FileReplacement::Commit() noexcept
     std::FILE* const stream = state.stream.get();
     if (stream == nullptr || std::ferror(stream) != 0 || std::fflush(stream) != 0)
         return false;
-    if (state.sync == ESync::Yes && _commit(_fileno(stream)) != 0)
-        return false;
-    if (std::fclose(state.stream.release()) != 0)
-        return false;
-    if (state.sibling.empty())
-        return true;
-    // The first keeps what belongs to the old file: its access list, its attributes, its date.
-    const bool isMoved =
-        (state.isThere && ::ReplaceFileW(state.target.c_str(), state.sibling.c_str(), nullptr,
-                                         REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) ||
-        ::MoveFileExW(state.sibling.c_str(), state.target.c_str(),
-                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-    if (isMoved)
-        state.sibling.clear();
-    return isMoved;
+    const bool isSynchronised = state.sync == ESync::Yes;
+    const bool isReady = state.isBeside ? !isSynchronised || SyncFile(_fileno(stream))
+                                        : WriteOver(state.target, stream, isSynchronised);
+    return std::fclose(state.stream.release()) == 0 && isReady &&
+           (!state.isBeside || MoveOver(state.target, state.isThere, state.draft));
 }
 
 } // namespace platform

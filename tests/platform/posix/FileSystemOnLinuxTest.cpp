@@ -66,6 +66,13 @@ TEST(FileSystemOnLinux, ReplacementKeepsPermissionsAndLinks)
 TEST(FileSystemOnLinux, ReplacesInPlaceWhatCannotHaveASibling)
 {
     // Nobody, root included, makes files there, while what is there can be written.
+    const std::string old = FileBytes("/proc/self/comm");
+    {
+        platform::FileReplacement given(u"/proc/self/comm");
+        ASSERT_NE(given.Stream(), nullptr);
+        std::fputs("half", given.Stream());
+    }
+    EXPECT_EQ(FileBytes("/proc/self/comm"), old);
     platform::FileReplacement replacement(u"/proc/self/comm");
     ASSERT_NE(replacement.Stream(), nullptr);
     std::fputs("qd-in-place", replacement.Stream());

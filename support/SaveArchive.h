@@ -1,0 +1,21 @@
+#pragma once
+
+#include "core/archive/BArchive.h"
+#include "core/base/BString.h"
+#include "core/base/WString.h"
+
+#include <functional>
+
+/// Saves an archive under `path` without putting what stands there at risk: the new archive is
+/// written beside the old one and moved over it once it is whole and on the disk. So the old
+/// document is still there after a crash, on a full disk and when an object cannot be written.
+///
+/// `insert` inserts the objects, which are then written. False when the file could not be
+/// written; what `insert` or an object's `WriteData` throws passes on. The file keeps its
+/// permissions, and a symbolic link keeps leading to it. Where nothing can be made beside the file,
+/// the complete archive is copied over it.
+///
+///     SaveArchive(path, "class Document", 3,
+///                 [&](BArchive& archive) { archive.Insert(root.Get(), "root"); });
+[[nodiscard]] bool SaveArchive(const WString& path, BString docClass, int docVersion,
+                               const std::function<void(BArchive&)>& insert);
