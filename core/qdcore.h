@@ -45,6 +45,8 @@
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/profile/BBinProfile.h"
+#include "core/profile/BConfig.h"
+#include "core/profile/BConfigRegistry.h"
 #include "core/profile/BProfileBase.h"
 #include "core/profile/EProfileMode.h"
 #include "core/profile/IProfile.h"

@@ -1,0 +1,128 @@
+#include "core/platform/Registry.h"
+
+#include "core/platform/posix/RegistryDatabase.h"
+
+#include <unicode/uchar.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace platform {
+
+struct RegistryKey {
+    RegistryDatabase* database; // borrowed; there to the end of the process
+    RegistryDatabase::KeyId id;
+};
+
+namespace {
+
+using WideView = std::basic_string_view<WChar>;
+
+constexpr std::size_t kLongestKeyName = 255;
+constexpr std::size_t kLongestValueName = 16383;
+
+// As the registry compares: unit by unit, and a unit has an upper case only where the way back
+// leads to it again. So neither "ı" nor "ſ" nor "µ" is another letter's lower case.
+WChar Fold(WChar unit)
+{
+    if (unit < 0x80)
+        return unit >= 'a' && unit <= 'z' ? static_cast<WChar>(unit - 'a' + 'A') : unit;
+    const UChar32 upper = ::u_toupper(unit);
+    return U_IS_BMP(upper) && ::u_tolower(upper) == unit ? static_cast<WChar>(upper) : unit;
+}
+
+RegistryName NameOf(WideView written)
+{
+    RegistryName name{written, {}};
+    name.folded.reserve(written.size());
+    for (const WChar unit : written)
+        name.folded.push_back(Fold(unit));
+    return name;
+}
+
+// The names that make the path; false when it is none.
+bool SplitPath(WideView path, std::vector<RegistryName>& names)
+{
+    if (path.starts_with(u'\\'))
+        return false;
+    while (!path.empty()) {
+        const WideView name = path.substr(0, path.find(u'\\'));
+        if (name.size() > kLongestKeyName)
+            return false;
+        if (!name.empty())
+            names.push_back(NameOf(name));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+    }
+    return true;
+}
+
+std::string_view Environment(const char* variable)
+{
+    const char* const value = std::getenv(variable);
+    return value != nullptr ? value : "";
+}
+
+// Where the database of this user is; empty when that cannot be told.
+std::filesystem::path Location()
+{
+    std::error_code ignored;
+    if (const std::string_view named = Environment("QD_REGISTRY"); !named.empty())
+        return std::filesystem::absolute(named, ignored);
+    constexpr std::string_view name = "qd.core/registry.db";
+    // One that is not absolute does not count (XDG Base Directory Specification).
+    if (const std::filesystem::path folder = Environment("XDG_CONFIG_HOME"); folder.is_absolute())
+        return folder / name;
+    const std::filesystem::path home = Environment("HOME");
+    return home.is_absolute() ? home / ".config" / name : std::filesystem::path();
+}
+
+RegistryKeyHandle Open(RegistryDatabase& database, RegistryDatabase::KeyId parent, WideView path)
+{
+    std::vector<RegistryName> names;
+    if (!SplitPath(path, names))
+        return nullptr;
+    const auto id = database.OpenKey(parent, names);
+    if (!id)
+        return nullptr;
+    return RegistryKeyHandle(std::make_unique<RegistryKey>(RegistryKey{&database, *id}).release());
+}
+
+} // namespace
+
+void RegistryKeyCloser::operator()(RegistryKey* key) const noexcept
+{
+    std::default_delete<RegistryKey>()(key);
+}
+
+RegistryKeyHandle OpenRegistryKey(const WChar* path)
+{
+    const std::string location = Location().string();
+    if (location.empty())
+        return nullptr;
+    return Open(RegistryDatabase::At(location), RegistryDatabase::kRoot, path);
+}
+
+RegistryKeyHandle OpenRegistryKey(RegistryKey& parent, const WChar* path)
+{
+    return Open(*parent.database, parent.id, path);
+}
+
+ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, std::basic_string<WChar>& text)
+{
+    const bool isRead = key.database->ReadText(key.id, NameOf(name).folded, text);
+    return isRead ? ERegistryRead::Done : ERegistryRead::NoText;
+}
+
+bool WriteRegistryValue(RegistryKey& key, const WChar* name, ERegistryType type, const void* data,
+                        std::size_t size)
+{
+    const WideView written(name);
+    return written.size() <= kLongestValueName &&
+           key.database->WriteValue(key.id, NameOf(written), type, data, size);
+}
+
+} // namespace platform

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "core/platform/Registry.h"
+#include "core/platform/WChar.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// A name as it is written and as it is compared.
+struct RegistryName {
+    std::basic_string_view<WChar> written; // borrowed
+    std::basic_string<WChar> folded;
+};
+
+/// The database that stands for the registry. Any thread may call any of them.
+///
+/// A connection is opened when it is first needed and kept to the end of the process. None crosses
+/// a `fork`: SQLite's locks belong to one process. So the parent's are closed before, and both
+/// processes open their own when they need one again.
+class RegistryDatabase {
+public:
+    using KeyId = std::int64_t;
+    static constexpr KeyId kRoot = 0;
+
+    /// The one for the file `location`, an absolute path; good to the end of the process.
+    [[nodiscard]] static RegistryDatabase& At(const std::string& location);
+
+    explicit RegistryDatabase(std::string location);
+    ~RegistryDatabase();
+
+    /// The key that `names` lead to from `parent`, made with those on the way that are missing:
+    /// all of them or none.
+    [[nodiscard]] std::optional<KeyId> OpenKey(KeyId parent, std::span<const RegistryName> names);
+
+    [[nodiscard]] bool ReadText(KeyId key, std::basic_string_view<WChar> foldedName,
+                                std::basic_string<WChar>& text);
+    [[nodiscard]] bool WriteValue(KeyId key, const RegistryName& name, ERegistryType type,
+                                  const void* data, std::size_t size);
+
+private:
+    struct Connection;
+
+    static void CloseAll() noexcept;
+    static void BeforeFork() noexcept;
+    static void AfterFork() noexcept;
+
+    [[nodiscard]] bool IsOpen();
+    [[nodiscard]] KeyId Descend(KeyId key, std::span<const RegistryName>& names);
+
+    std::string m_location;
+    std::unique_ptr<Connection> m_connection; // guarded by the lock of all databases
+};
+
+} // namespace platform

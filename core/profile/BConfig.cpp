@@ -1,0 +1,86 @@
+#include "core/profile/BConfig.h"
+
+#include "core/platform/ScanText.h"
+#include "core/platform/WChar.h"
+
+#include <utility>
+
+namespace {
+
+// Reads a text and has `convert(text, value)` make a value of it.
+template <class T, class Convert>
+int ReadAs(const BConfig& config, WString name, T& value, Convert convert)
+{
+    WString text;
+    if (const int code = config.ReadString(std::move(name), text); code != kConfigDone)
+        return code;
+    T converted{};
+    if (!convert(text, converted))
+        return kConfigFailed;
+    value = converted;
+    return kConfigDone;
+}
+
+bool ToBool(const WString& text, bool& value)
+{
+    int number = 0;
+    if (text.IEqual(QD_W("TRUE")))
+        number = 1;
+    else if (!text.IEqual(QD_W("FALSE")) && !text.Convert(number))
+        return false;
+    value = number != 0;
+    return true;
+}
+
+} // namespace
+
+BConfig::~BConfig() = default;
+
+int BConfig::ReadInt(WString name, int& value) const
+{
+    return ReadAs(*this, std::move(name), value,
+                  [](const WString& text, int& number) { return text.Convert(number); });
+}
+
+int BConfig::WriteInt(WString name, int value)
+{
+    return WriteString(std::move(name), WString::FromInt(value));
+}
+
+int BConfig::ReadFloat(WString name, float& value) const
+{
+    return ReadAs(*this, std::move(name), value, [](const WString& text, float& number) {
+        return platform::ScanFloat(text, number);
+    });
+}
+
+int BConfig::WriteFloat(WString name, float value)
+{
+    WString text;
+    text.Printf(QD_W("%.8g"), static_cast<double>(value));
+    return WriteString(std::move(name), std::move(text));
+}
+
+int BConfig::ReadDouble(WString name, double& value) const
+{
+    return ReadAs(*this, std::move(name), value, [](const WString& text, double& number) {
+        return platform::ScanDouble(text, number);
+    });
+}
+
+int BConfig::WriteDouble(WString name, double value)
+{
+    WString text;
+    text.Printf(QD_W("%.16g"), value);
+    return WriteString(std::move(name), std::move(text));
+}
+
+int BConfig::ReadBool(WString name, bool& value) const
+{
+    return ReadAs(*this, std::move(name), value, ToBool);
+}
+
+int BConfig::WriteBool(WString name, bool value)
+{
+    return WriteString(std::move(name), value ? QD_W("True") : QD_W("False"));
+}

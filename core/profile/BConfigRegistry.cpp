@@ -1,0 +1,82 @@
+#include "core/profile/BConfigRegistry.h"
+
+#include "core/base/BError.h"
+#include "core/platform/Registry.h"
+#include "core/platform/WChar.h"
+
+#include <new>
+#include <string>
+
+namespace {
+
+// Whether `action` succeeds; running out of memory is a failure like any other.
+template <class Action>
+bool Succeeds(Action action) noexcept
+{
+    try {
+        return action();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+} // namespace
+
+BConfigRegistry::BConfigRegistry(WString keyPath)
+{
+    const bool isOpen = !keyPath.IsEmpty() && Succeeds([&] {
+        m_key = platform::OpenRegistryKey(keyPath).release();
+        return m_key != nullptr;
+    });
+    if (!isOpen)
+        throw BError(kConfigFailed);
+}
+
+BConfigRegistry::BConfigRegistry() = default;
+
+BConfigRegistry::~BConfigRegistry()
+{
+    const platform::RegistryKeyHandle closed(m_key);
+}
+
+SP<BConfig> BConfigRegistry::Child(WString name)
+{
+    if (name.IsEmpty() || m_key == nullptr)
+        throw BError(kConfigFailed);
+    const SP<BConfigRegistry> child = new BConfigRegistry;
+    const bool isOpen = Succeeds([&] {
+        child->m_key = platform::OpenRegistryKey(*m_key, name).release();
+        return child->m_key != nullptr;
+    });
+    if (!isOpen)
+        throw BError(kConfigFailed);
+    return child;
+}
+
+int BConfigRegistry::ReadString(WString name, WString& value) const
+{
+    if (m_key == nullptr)
+        return kConfigFailed;
+    const bool isRead = Succeeds([&] {
+        std::basic_string<WChar> text;
+        const auto result = platform::ReadRegistryText(*m_key, name, text);
+        // Intended: a text that another process takes away between the two steps of reading leaves
+        // an empty one, as the room for it is made already.
+        if (result != platform::ERegistryRead::NoText)
+            value = text.c_str();
+        return result == platform::ERegistryRead::Done;
+    });
+    return isRead ? kConfigDone : kConfigFailed;
+}
+
+int BConfigRegistry::WriteString(WString name, WString value)
+{
+    if (m_key == nullptr)
+        return kConfigFailed;
+    const std::size_t size = (value.Length() + 1) * sizeof(WChar); // with its terminating 0
+    const bool isWritten = Succeeds([&] {
+        return platform::WriteRegistryValue(*m_key, name, platform::ERegistryType::Text,
+                                            value.CStr(), size);
+    });
+    return isWritten ? kConfigDone : kConfigFailed;
+}

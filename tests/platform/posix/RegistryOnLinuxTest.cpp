@@ -1,0 +1,341 @@
+#include "core/base/BError.h"
+#include "core/platform/Registry.h"
+#include "core/profile/BConfigRegistry.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <optional>
+#include <random>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Sets a variable of the environment, and puts back what it was. Null takes it out.
+class Environment {
+public:
+    Environment(const char* name, const char* value)
+        : m_name(name)
+    {
+        if (const char* const before = std::getenv(name))
+            m_before = before;
+        Set(value);
+    }
+    ~Environment() { Set(m_before ? m_before->c_str() : nullptr); }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+private:
+    void Set(const char* value) const
+    {
+        value != nullptr ? ::setenv(m_name, value, 1) : ::unsetenv(m_name);
+    }
+
+    const char* m_name;
+    std::optional<std::string> m_before;
+};
+
+// The same file as another program has it.
+class OtherProgram {
+public:
+    explicit OtherProgram(const fs::path& path) { ::sqlite3_open(path.c_str(), &m_database); }
+    ~OtherProgram() { ::sqlite3_close(m_database); }
+    OtherProgram(const OtherProgram&) = delete;
+    OtherProgram& operator=(const OtherProgram&) = delete;
+
+    // The last column of the last row that `sql` gives; "<error>" when it fails.
+    std::string Run(const char* sql)
+    {
+        std::string answer;
+        const auto keep = [](void* kept, int count, char** columns, char**) {
+            *static_cast<std::string*>(kept) = columns[count - 1];
+            return 0;
+        };
+        const int result = ::sqlite3_exec(m_database, sql, keep, &answer, nullptr);
+        return result == SQLITE_OK ? answer : "<error>";
+    }
+
+private:
+    sqlite3* m_database = nullptr;
+};
+
+pid_t Fork(bool (*run)(int), int argument)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(run(argument) ? 0 : 1);
+    return child;
+}
+
+bool Succeeded(pid_t child)
+{
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+WString ValueName(int writer, int index)
+{
+    WString name;
+    name.Printf(QD_W("%d.%d"), writer, index);
+    return name;
+}
+
+constexpr int kValueCount = 1000;
+
+bool WriteValues(int writer)
+{
+    BConfigRegistry config(QD_W("made\\by\\whoever\\comes\\first"));
+    for (int index = 0; index < kValueCount; ++index) {
+        if (config.WriteInt(ValueName(writer, index), index) != 0)
+            return false;
+    }
+    return true;
+}
+
+int CountValues(int writer)
+{
+    const BConfigRegistry config(QD_W("made\\by\\whoever\\comes\\first"));
+    int count = 0;
+    for (int index = 0; index < kValueCount; ++index) {
+        int value = -1;
+        count += config.ReadInt(ValueName(writer, index), value) == 0 && value == index;
+    }
+    return count;
+}
+
+// Opens a key, writes and reads: 0 when all of it succeeds, else the code of the failure.
+int Use()
+{
+    try {
+        BConfigRegistry config(QD_W("Software\\Probe"));
+        WString text;
+        if (const int code = config.WriteString(QD_W("v"), QD_W("x")); code != 0)
+            return code;
+        return config.ReadString(QD_W("v"), text);
+    } catch (const BError& error) {
+        return error.Error();
+    }
+}
+
+} // namespace
+
+TEST(RegistryOnLinux, LosesNothingThatTwoProcessesWrite)
+{
+    for (const bool isOpenBefore : {false, true}) {
+        const TemporaryFolder folder;
+        const fs::path path = folder / "registry.db";
+        const Environment registry("QD_REGISTRY", path.c_str());
+        std::optional<BConfigRegistry> before; // what is open when a process forks stays good
+        if (isOpenBefore)
+            static_cast<void>(before.emplace(QD_W("before")).WriteInt(QD_W("v"), 1));
+        const pid_t children[] = {Fork(&WriteValues, 0), Fork(&WriteValues, 1)};
+        for (int writer = 0; writer < 2; ++writer)
+            EXPECT_TRUE(Succeeded(children[writer]));
+        for (int writer = 0; writer < 2; ++writer)
+            EXPECT_EQ(CountValues(writer), kValueCount);
+        int value = 0;
+        EXPECT_EQ(isOpenBefore ? before->ReadInt(QD_W("v"), value) : 0, 0);
+        OtherProgram other(path);
+        EXPECT_EQ(other.Run("SELECT count(*) FROM registry_key"), isOpenBefore ? "6" : "5");
+        EXPECT_EQ(other.Run("PRAGMA journal_mode"), "wal");
+    }
+}
+
+TEST(RegistryOnLinux, KeepsWhatWasWrittenWhenAProcessIsKilled)
+{
+    const TemporaryFolder folder;
+    const fs::path path = folder / "registry.db";
+    const Environment registry("QD_REGISTRY", path.c_str());
+    ASSERT_EQ(Use(), 0);
+    const auto writeForever = [](int pipe) {
+        BConfigRegistry config(QD_W("Software\\Probe"));
+        for (int index = 0; config.WriteInt(QD_W("v"), index) == 0;)
+            static_cast<void>(::write(pipe, &index, sizeof index) && ++index);
+        return false;
+    };
+    std::mt19937 random(1);
+    for (int round = 0; round < 25; ++round) {
+        int pipe[2] = {};
+        ASSERT_EQ(::pipe(pipe), 0);
+        const pid_t child = Fork(writeForever, pipe[1]);
+        ::close(pipe[1]);
+        // Killed right after one of its writes was through, or in the next.
+        int through = -1;
+        for (auto count = random() % 20 + 1; count > 0; --count)
+            ASSERT_EQ(::read(pipe[0], &through, sizeof through), ssize_t{sizeof through});
+        ::kill(child, SIGKILL);
+        EXPECT_FALSE(Succeeded(child));
+        for (int more = 0; ::read(pipe[0], &more, sizeof more) == ssize_t{sizeof more};)
+            through = more;
+        ::close(pipe[0]);
+        int value = -1;
+        EXPECT_EQ(BConfigRegistry(QD_W("software\\probe")).ReadInt(QD_W("v"), value), 0);
+        EXPECT_TRUE(value == through || value == through + 1) << value << ' ' << through;
+    }
+    EXPECT_EQ(OtherProgram(path).Run("PRAGMA integrity_check"), "ok");
+}
+
+TEST(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
+{
+    const TemporaryFolder folder;
+    const fs::path path = folder / "registry.db";
+    const Environment registry("QD_REGISTRY", path.c_str());
+    BConfigRegistry config(QD_W("Software\\Probe"));
+    ASSERT_EQ(config.WriteInt(QD_W("v"), 1), 0);
+    OtherProgram other(path);
+    ASSERT_EQ(other.Run("BEGIN EXCLUSIVE"), "");
+    int value = 0;
+    EXPECT_EQ(config.WriteInt(QD_W("v"), 2), 32767);
+    EXPECT_EQ(config.ReadInt(QD_W("v"), value), 0);
+    EXPECT_EQ(value, 1);
+    EXPECT_THROW(config.Child(QD_W("new")), BError);
+    ASSERT_EQ(other.Run("COMMIT"), "");
+    EXPECT_EQ(Use(), 0);
+}
+
+TEST(RegistryOnLinux, FailsOnADatabaseThatIsNone)
+{
+    struct Case {
+        const char* name;
+        std::string bytes;
+    };
+    const Case cases[] = {
+        {"garbage", std::string(5000, 'g')},
+        {"head", "SQLite format 3" + std::string(200, '\0')},
+        {"short", "SQLite"},
+    };
+    const TemporaryFolder folder;
+    for (const Case& c : cases) {
+        const fs::path path = folder / c.name;
+        const Environment registry("QD_REGISTRY", path.c_str());
+        WriteFileBytes(path, c.bytes);
+        EXPECT_EQ(Use(), 32767) << c.name;
+        EXPECT_EQ(FileBytes(path), c.bytes) << c.name;
+    }
+    const fs::path later = folder / "later";
+    ASSERT_EQ(OtherProgram(later).Run("PRAGMA user_version = 2"), "");
+    const fs::path none = folder / "";
+    for (const char* path : {later.c_str(), none.c_str(), "/dev/full", "/dev/null/x"}) {
+        const Environment registry("QD_REGISTRY", path);
+        EXPECT_EQ(Use(), 32767) << path;
+    }
+    // One that becomes whole again is used again.
+    const fs::path path = folder / "garbage";
+    const Environment registry("QD_REGISTRY", path.c_str());
+    fs::remove(path);
+    EXPECT_EQ(Use(), 0);
+}
+
+TEST(RegistryOnLinux, SurvivesEveryDamage)
+{
+    const TemporaryFolder folder;
+    const fs::path whole = folder / "whole";
+    {
+        const Environment registry("QD_REGISTRY", whole.c_str());
+        BConfigRegistry config(QD_W("Software\\Probe"));
+        for (int index = 0; index < 300; ++index)
+            ASSERT_EQ(config.WriteInt(ValueName(0, index), index), 0);
+        ASSERT_EQ(config.WriteString(QD_W("long"), std::u16string(20000, 'x').c_str()), 0);
+        ASSERT_EQ(OtherProgram(whole).Run("PRAGMA wal_checkpoint(TRUNCATE)"), "0");
+    }
+    const std::string bytes = FileBytes(whole);
+    ASSERT_GT(bytes.size(), 40000u);
+    std::mt19937 random(1);
+    for (int round = 0; round < 200; ++round) {
+        std::string damaged = bytes;
+        if (round % 2 == 0) {
+            damaged.resize(random() % bytes.size() + 1);
+        } else {
+            for (auto count = random() % 50 + 1; count > 0; --count)
+                damaged[random() % damaged.size()] = static_cast<char>(random());
+        }
+        const fs::path path = folder / std::to_string(round).c_str();
+        const Environment registry("QD_REGISTRY", path.c_str());
+        WriteFileBytes(path, damaged);
+        SCOPED_TRACE(round);
+        const int code = Use();
+        EXPECT_TRUE(code == 0 || code == 32767) << code;
+        if (code != 0)
+            continue;
+        WString text;
+        const int read = BConfigRegistry(QD_W("Software\\Probe")).ReadString(QD_W("long"), text);
+        EXPECT_TRUE(read == 0 || read == 32767) << read;
+        EXPECT_LE(text.Length(), 20000u);
+    }
+}
+
+TEST(RegistryOnLinux, FailsAndStaysWholeWhenTheDiskIsFull)
+{
+    const TemporaryFolder folder;
+    const fs::path path = folder / "registry.db";
+    const Environment registry("QD_REGISTRY", path.c_str());
+    ASSERT_EQ(Use(), 0);
+    const auto writeTooMuch = [](int) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {200000, 200000};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        BConfigRegistry config(QD_W("Software\\Probe"));
+        const std::u16string large(300000, 'x');
+        return config.WriteString(QD_W("v"), large.c_str()) == 32767 &&
+               config.WriteString(QD_W("small"), QD_W("y")) == 0;
+    };
+    EXPECT_TRUE(Succeeded(Fork(writeTooMuch, 0)));
+    const BConfigRegistry config(QD_W("Software\\Probe"));
+    WString text;
+    EXPECT_EQ(config.ReadString(QD_W("v"), text), 0);
+    EXPECT_EQ(std::u16string(text.CStr()), QD_W("x"));
+    EXPECT_EQ(config.ReadString(QD_W("small"), text), 0);
+}
+
+TEST(RegistryOnLinux, StandsWhereTheEnvironmentSays)
+{
+    const TemporaryFolder folder;
+    struct Case {
+        const char* registry;
+        const char* config;
+        const char* home;
+        const char* expected; // in the folder; null when there is no place for it
+    };
+    const std::string named = folder / "new/named.db";
+    const std::string config = folder / "config";
+    const std::string home = folder / "home";
+    const Case cases[] = {
+        {named.c_str(), config.c_str(), home.c_str(), "new/named.db"},
+        {nullptr, config.c_str(), home.c_str(), "config/qd.core/registry.db"},
+        {"", "relative", home.c_str(), "home/.config/qd.core/registry.db"},
+        {nullptr, nullptr, nullptr, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        const Environment variables[] = {
+            {"QD_REGISTRY", c.registry}, {"XDG_CONFIG_HOME", c.config}, {"HOME", c.home}};
+        EXPECT_EQ(Use(), c.expected != nullptr ? 0 : 32767);
+        EXPECT_TRUE(c.expected == nullptr || fs::exists(folder / c.expected));
+    }
+}
+
+TEST(RegistryOnLinux, KeepsNamesAsTheyWereFirstWritten)
+{
+    const TemporaryFolder folder;
+    const fs::path path = folder / "registry.db";
+    const Environment registry("QD_REGISTRY", path.c_str());
+    for (const WChar* name : {QD_W("Gr\u00F6\u00DFe"), QD_W("GR\u00D6\u00DFE")})
+        EXPECT_EQ(BConfigRegistry(name).WriteString(name, name), 0);
+    OtherProgram other(path);
+    for (const char* table : {"registry_key", "registry_value"}) {
+        const std::string sql = std::string("SELECT CAST(name AS TEXT) FROM ") + table;
+        EXPECT_EQ(other.Run(sql.c_str()), "Gr\u00F6\u00DFe") << table;
+    }
+    EXPECT_EQ(other.Run("SELECT CAST(data AS TEXT) FROM registry_value"), "GR\u00D6\u00DFE");
+}

@@ -1,0 +1,253 @@
+#include "core/base/BError.h"
+#include "core/base/BString.h"
+#include "core/profile/BConfigRegistry.h"
+
+#include "tests/profile/TestRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Units = std::basic_string<WChar>;
+
+Units UnitsOf(const WString& text)
+{
+    return text.CStr();
+}
+
+// The text under `name`; "<none>" when it cannot be read.
+Units Read(const BConfig& config, const WString& name)
+{
+    WString value = QD_W("<none>");
+    const int code = config.ReadString(name, value);
+    EXPECT_EQ(code, UnitsOf(value) == QD_W("<none>") ? 32767 : 0);
+    return UnitsOf(value);
+}
+
+// The code of the error that `open` throws, 0 for none.
+template <class Open>
+int Refusal(Open open)
+{
+    try {
+        open();
+    } catch (const BError& error) {
+        EXPECT_TRUE(error.Argument(0).IsEmpty());
+        return error.Error();
+    }
+    return 0;
+}
+
+} // namespace
+
+TEST(BConfig, ReadsWhatItsTextsMean)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    struct Case {
+        const WChar* text;
+        std::optional<int> number;
+        std::optional<double> real;
+        std::optional<bool> truth;
+    };
+    const Case cases[] = {
+        {QD_W("2"), 2, 2.0, true},
+        {QD_W("0"), 0, 0.0, false},
+        {QD_W(" -0.5\t"), -1, -0.5, true},
+        {QD_W("1.5"), 2, 1.5, true},
+        {QD_W("1.5x"), {}, {}, {}},
+        {QD_W("1 2"), {}, {}, {}},
+        {QD_W("ff"), 255, {}, true},
+        {QD_W("1e309"), std::numeric_limits<int>::max(), kInfinity, true},
+        {QD_W("tRuE"), {}, {}, true},
+        {QD_W("False"), {}, {}, false},
+        {QD_W("True "), {}, {}, {}},
+        {QD_W("yes"), {}, {}, {}},
+        {QD_W(""), {}, {}, {}},
+    };
+    const TestRegistry registry;
+    BConfigRegistry config(registry.Path());
+    for (const Case& c : cases) {
+        SCOPED_TRACE(WString(c.text).AsString().CStr());
+        ASSERT_EQ(config.WriteString(QD_W("v"), c.text), 0);
+        int number = 77;
+        EXPECT_EQ(config.ReadInt(QD_W("v"), number), c.number ? 0 : 32767);
+        EXPECT_EQ(number, c.number.value_or(77));
+        float single = 77;
+        EXPECT_EQ(config.ReadFloat(QD_W("v"), single), c.real ? 0 : 32767);
+        EXPECT_EQ(single, static_cast<float>(c.real.value_or(77)));
+        double real = 77;
+        EXPECT_EQ(config.ReadDouble(QD_W("v"), real), c.real ? 0 : 32767);
+        EXPECT_EQ(real, c.real.value_or(77));
+        for (const bool before : {false, true}) {
+            bool truth = before;
+            EXPECT_EQ(config.ReadBool(QD_W("v"), truth), c.truth ? 0 : 32767);
+            EXPECT_EQ(truth, c.truth.value_or(before));
+        }
+    }
+    double missing = 77;
+    EXPECT_EQ(config.ReadDouble(QD_W("none"), missing), 32767);
+    EXPECT_EQ(missing, 77);
+}
+
+TEST(BConfig, WritesNumbersAsShortTexts)
+{
+    struct Case {
+        int (*write)(BConfig&);
+        const WChar* text;
+    };
+    const Case cases[] = {
+        {[](BConfig& c) { return c.WriteInt(QD_W("v"), -2147483647 - 1); }, QD_W("-2147483648")},
+        {[](BConfig& c) { return c.WriteFloat(QD_W("v"), 0.1f); }, QD_W("0.1")},
+        {[](BConfig& c) { return c.WriteFloat(QD_W("v"), 16777217.0f); }, QD_W("16777216")},
+        {[](BConfig& c) { return c.WriteDouble(QD_W("v"), 0.1); }, QD_W("0.1")},
+        {[](BConfig& c) { return c.WriteDouble(QD_W("v"), -1e20 / 3); },
+         QD_W("-3.333333333333333e+19")},
+        {[](BConfig& c) { return c.WriteBool(QD_W("v"), true); }, QD_W("True")},
+        {[](BConfig& c) { return c.WriteBool(QD_W("v"), false); }, QD_W("False")},
+    };
+    const TestRegistry registry;
+    BConfigRegistry config(registry.Path());
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.write(config), 0);
+        EXPECT_EQ(Read(config, QD_W("v")), c.text);
+    }
+}
+
+TEST(BConfigRegistry, KeepsEveryTextUnderEveryName)
+{
+    const Units texts[] = {
+        QD_W(""),
+        QD_W("plain"),
+        QD_W("\u00E4\u6E2C \xD83D\xDE00"),
+        {WChar(0xD83D)},                     // half a surrogate pair
+        {WChar(0xDE00), 'x', WChar(0xD83D)}, // two halves the wrong way round
+        {WChar(0xFEFF), 'a'},                // not a byte-order mark
+        {WChar(0xFFFE), WChar(0xFFFF)},      // no characters
+        QD_W("back\\slash\r\n\t\"quoted\""),
+        Units(16383, 'n'), // the longest name
+    };
+    const TestRegistry registry;
+    BConfigRegistry config(registry.Path());
+    for (const Units& text : texts)
+        EXPECT_EQ(config.WriteString(text.c_str(), text.c_str()), 0);
+    const BConfigRegistry again(registry.Path());
+    for (const Units& text : texts)
+        EXPECT_EQ(Read(again, text.c_str()), text);
+
+    EXPECT_EQ(config.WriteString(Units(16384, 'n').c_str(), QD_W("")), 32767);
+    for (const std::size_t length : {1000000, 3, 0, 20000}) {
+        EXPECT_EQ(config.WriteString(QD_W("long"), Units(length, 'x').c_str()), 0);
+        EXPECT_EQ(Read(again, QD_W("long")), Units(length, 'x'));
+    }
+}
+
+TEST(BConfigRegistry, ComparesNamesUnitByUnitWithoutCase)
+{
+    struct Case {
+        const WChar* first;
+        const WChar* second;
+        bool isSame;
+    };
+    const Case cases[] = {
+        {QD_W("Width"), QD_W("wIDTH"), true},
+        {QD_W("\u00C4\u03A3\u0416"), QD_W("\u00E4\u03C3\u0436"), true},
+        {QD_W("\u03A3"), QD_W("\u03C2"), false}, // final sigma
+        {QD_W("I"), QD_W("\u0131"), false},      // dotless i
+        {QD_W("\u039C"), QD_W("\u00B5"), false}, // micro
+        {QD_W("stra\u00DFe"), QD_W("STRASSE"), false},
+        {QD_W("a"), QD_W("a\u00AD"), false}, // equal by collation
+        {QD_W("\u00E9"), QD_W("e\u0301"), false},
+        {QD_W("a"), QD_W("a "), false},
+        {QD_W("\xD801\xDC00"), QD_W("\xD801\xDC28"), false}, // Deseret, outside the base plane
+    };
+    const TestRegistry registry;
+    BConfigRegistry root(registry.Path());
+    for (std::size_t index = 0; index < std::size(cases); ++index) {
+        SCOPED_TRACE(index);
+        const Case& c = cases[index];
+        const SP<BConfig> config = root.Child(WString::FromInt(static_cast<int>(index)));
+        const Units found = c.isSame ? QD_W("x") : QD_W("<none>");
+        config->WriteString(c.first, QD_W("x"));
+        EXPECT_EQ(Read(*config, c.second), found);
+        config->Child(c.first)->WriteString(QD_W("v"), QD_W("x"));
+        EXPECT_EQ(Read(*config->Child(c.second), QD_W("v")), found);
+    }
+}
+
+TEST(BConfigRegistry, MakesTheKeysOfAPath)
+{
+    struct Case {
+        const WChar* path;
+        const WChar* same; // another path to the same key; null when `path` is refused
+    };
+    const Units longest(255, 'k');
+    const Units deep = longest + QD_W("\\") + longest;
+    const Units tooLong = QD_W("new\\") + Units(300, 'k');
+    const Case cases[] = {
+        {QD_W("a\\b\\c"), QD_W("A\\B\\C")},
+        {QD_W("d\\\\e"), QD_W("d\\e")},
+        {QD_W("f\\"), QD_W("f")},
+        {QD_W("g\\\\\\"), QD_W("g")},
+        {QD_W("h/i"), QD_W("H/I")},
+        {QD_W("..\\."), QD_W("..\\.\\")},
+        {deep.c_str(), deep.c_str()},
+        {QD_W(""), nullptr},
+        {QD_W("\\"), nullptr},
+        {QD_W("\\a"), nullptr},
+        {tooLong.c_str(), nullptr},
+    };
+    const TestRegistry registry;
+    BConfigRegistry root(registry.Path());
+    for (const Case& c : cases) {
+        SCOPED_TRACE(WString(c.path).AsString().CStr());
+        if (c.same == nullptr) {
+            EXPECT_EQ(Refusal([&] { root.Child(c.path); }), 32767);
+            continue;
+        }
+        EXPECT_EQ(root.Child(c.path)->WriteString(QD_W("v"), c.path), 0);
+        const BConfigRegistry same(registry / c.same);
+        EXPECT_EQ(Read(same, QD_W("v")), c.path);
+    }
+    EXPECT_EQ(Refusal([] { const BConfigRegistry config{WString()}; }), 32767);
+    EXPECT_EQ(Refusal([] { const BConfigRegistry config(QD_W("\\Software")); }), 32767);
+    EXPECT_EQ(Read(root, QD_W("v")), QD_W("<none>")); // no key took another's value
+    EXPECT_EQ(Read(*root.Child(QD_W("a\\b")), QD_W("v")), QD_W("<none>"));
+}
+
+TEST(BConfigRegistry, HasChildrenThatOutliveIt)
+{
+    const TestRegistry registry;
+    SP<BConfig> node = new BConfigRegistry(registry.Path());
+    for (int depth = 0; depth < 20; ++depth)
+        node = node->Child(QD_W("child"));
+    EXPECT_EQ(node->WriteString(QD_W("v"), QD_W("deep")), 0);
+    EXPECT_EQ(Read(*node, QD_W("v")), QD_W("deep"));
+}
+
+TEST(BConfigRegistry, IsUsedOnManyThreads)
+{
+    constexpr int kThreadCount = 4;
+    constexpr int kValueCount = 50;
+    const TestRegistry registry;
+    BConfigRegistry root(registry.Path());
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreadCount; ++thread)
+        threads.emplace_back([&, thread] {
+            const SP<BConfig> shared = root.Child(QD_W("shared\\by\\all"));
+            for (int index = 0; index < kValueCount; ++index)
+                shared->WriteInt(WString::FromInt(thread * kValueCount + index), index);
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    const BConfigRegistry shared(registry / QD_W("shared\\by\\all"));
+    for (int index = 0; index < kThreadCount * kValueCount; ++index) {
+        int value = -1;
+        EXPECT_EQ(shared.ReadInt(WString::FromInt(index), value), 0);
+        EXPECT_EQ(value, index % kValueCount);
+    }
+}
