@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform/Export.h"
+
 #include <cstdint>
 #if !defined(_WIN32)
 # include <mutex>
@@ -14,6 +16,8 @@ struct tagPOINT;
 struct tagSIZE;
 struct tagRECT;
 struct _RTL_CRITICAL_SECTION;
+struct HWND__;
+using HWND = HWND__*;
 #else
 /// A date and time of day. `wDayOfWeek` counts from Sunday = 0.
 struct _SYSTEMTIME {
@@ -49,6 +53,17 @@ struct tagRECT {
 struct _RTL_CRITICAL_SECTION {
     std::recursive_mutex mutex;
 };
+
+/// What takes the place of a window: the application derives it and queues the messages for its
+/// user interface. It must stay until nobody posts to it any more.
+struct QD_CORE_API QDWindow {
+    /// Queues the message and returns; called on any thread. False when it will not be delivered.
+    virtual bool Post(unsigned int message, std::uint64_t first, std::int64_t second) = 0;
+
+protected:
+    ~QDWindow() = default;
+};
+using HWND = QDWindow*;
 #endif
 
 using SYSTEMTIME = _SYSTEMTIME;

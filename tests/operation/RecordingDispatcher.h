@@ -6,7 +6,8 @@
 #include <utility>
 #include <vector>
 
-/// Stands in for an application's dispatcher while it lives, and keeps what is sent and posted.
+/// Stands in for an application's dispatcher while it lives, on the thread that made it, and keeps
+/// what is sent and posted.
 class RecordingDispatcher {
 public:
     struct Message {
@@ -37,10 +38,11 @@ private:
             m_posted.push_back({number, first, second});
             return true;
         }
-        unsigned long ThreadId() const override { return QDCurrentThreadId(); }
+        unsigned long ThreadId() const override { return m_threadId; }
         bool AddReceiver(BMessageReceiver*) override { return false; }
         bool RemoveReceiver(BMessageReceiver*) override { return false; }
 
+        const unsigned long m_threadId = QDCurrentThreadId();
         std::vector<Message> m_sent, m_posted;
     };
     SP<Recorder> m_recorder = new Recorder;

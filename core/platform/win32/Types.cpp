@@ -13,3 +13,4 @@ static_assert(sizeof(tagRECT) == 16 && offsetof(tagRECT, left) == 0 &&
               offsetof(tagRECT, bottom) == 12);
 static_assert(sizeof(_SYSTEMTIME) == 16);
 static_assert(std::is_same_v<CRITICAL_SECTION, _RTL_CRITICAL_SECTION>);
+static_assert(std::is_same_v<HWND, HWND__*>);

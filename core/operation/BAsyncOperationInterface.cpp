@@ -1,0 +1,162 @@
+#include "core/operation/BAsyncOperationInterface.h"
+
+#include "core/operation/BDispatcher.h"
+#include "core/platform/WindowMessage.h"
+#include "core/sync/BAutoLock.h"
+#include "core/sync/BCriticalSection.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr unsigned int kWindowStatus = 7681;
+constexpr unsigned int kWindowProgress = 7682;
+constexpr unsigned int kStatus = 8195;
+constexpr unsigned int kProgress = 8196;
+constexpr unsigned int kError = 8197;
+constexpr int kUserBreak = 25070;
+
+/// Holds the lock of an operation and its section besides.
+template <class AutoLock>
+class Guard {
+public:
+    Guard(const BSyncableInterface& lock, const platform::CriticalSection& section)
+        : m_lock(lock)
+        , m_section(section.Get())
+    {}
+
+private:
+    const AutoLock m_lock;
+    const BCriticalSection m_section;
+};
+using ReadGuard = Guard<BAutoLockR>;
+using WriteGuard = Guard<BAutoLockW>;
+
+} // namespace
+
+BAsyncOperationInterface::BAsyncOperationInterface()
+    : m_error(0)
+{}
+
+BAsyncOperationInterface::BAsyncOperationInterface(const BAsyncOperationInterface& other) = default;
+
+BAsyncOperationInterface& BAsyncOperationInterface::operator=(
+    const BAsyncOperationInterface& other) = default;
+
+BAsyncOperationInterface::~BAsyncOperationInterface() = default;
+
+BError BAsyncOperationInterface::GetError()
+{
+    const ReadGuard guard(*this, m_section);
+    return m_error;
+}
+
+void BAsyncOperationInterface::SetError(const BError& error)
+{
+    const WriteGuard guard(*this, m_section);
+    m_error = error;
+}
+
+void BAsyncOperationInterface::SetMessageSink(HWND window)
+{
+    const WriteGuard guard(*this, m_section);
+    m_sink = window;
+}
+
+HWND BAsyncOperationInterface::GetMessageSink()
+{
+    const ReadGuard guard(*this, m_section);
+    return m_sink;
+}
+
+void BAsyncOperationInterface::ActivateBreak(bool) {}
+
+bool BAsyncOperationInterface::BreakLongOperation(bool)
+{
+    return WasStopped();
+}
+
+void BAsyncOperationInterface::TestUserBreak() const
+{
+    if (WasStopped())
+        throw BError(kUserBreak);
+}
+
+bool BAsyncOperationInterface::IsStopping()
+{
+    return WasStopped();
+}
+
+bool BAsyncOperationInterface::IsStoppingWeak()
+{
+    return WasStopped();
+}
+
+void BAsyncOperationInterface::StatusInfo(const WString& text)
+{
+    HWND sink = nullptr;
+    std::uint32_t key = 0;
+    {
+        const WriteGuard guard(*this, m_section);
+        key = m_statusCounter + 1;
+        m_statusTexts.AddTail({static_cast<std::int32_t>(key), text});
+        m_statusCounter = key;
+        sink = m_sink;
+    }
+    if (sink != nullptr)
+        platform::PostToWindow(sink, kWindowStatus, key, 0);
+    else
+        Deliver(kStatus, key);
+}
+
+void BAsyncOperationInterface::ProgressInfo(unsigned int percent)
+{
+    // Intended: windows show 100 only when the operation says that it is done.
+    constexpr unsigned int kWindowLimit = 99;
+    if (const HWND sink = GetMessageSink(); sink != nullptr)
+        platform::PostToWindow(sink, kWindowProgress, std::min(percent, kWindowLimit), 0);
+    else
+        Deliver(kProgress, percent);
+}
+
+void BAsyncOperationInterface::ErrorInfo(const BError& error)
+{
+    SetError(error);
+    Deliver(kError, 0);
+}
+
+WString BAsyncOperationInterface::FetchStatusMessage(int key, bool keep)
+{
+    const WriteGuard guard(*this, m_section);
+    const auto found = std::ranges::find(m_statusTexts, key, &StatusText::key);
+    if (found == m_statusTexts.end())
+        return {};
+    const WString text = found->text;
+    if (!keep)
+        m_statusTexts.Erase(found);
+    return text;
+}
+
+void BAsyncOperationInterface::Stop()
+{
+    const WriteGuard guard(*this, m_section);
+    m_stopped = true;
+}
+
+bool BAsyncOperationInterface::WasStopped() const
+{
+    const ReadGuard guard(*this, m_section);
+    return m_stopped;
+}
+
+void BAsyncOperationInterface::Deliver(unsigned int message, std::uint64_t second) const
+{
+    const SP<BDispatcher> dispatcher = BDispatcher::Instance();
+    if (!dispatcher)
+        return;
+    const auto operation = reinterpret_cast<std::uint64_t>(this);
+    if (dispatcher->ThreadId() == QDCurrentThreadId())
+        dispatcher->Send(message, operation, second);
+    else
+        dispatcher->Post(message, operation, second);
+}

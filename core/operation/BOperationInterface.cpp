@@ -1,0 +1,5 @@
+#include "core/operation/BOperationInterface.h"
+
+BOperationInterface::~BOperationInterface() = default;
+
+void BOperationInterface::Stop() {}

@@ -1,0 +1,88 @@
+#include "core/operation/BProgressMapping.h"
+
+#include "core/operation/BDispatcher.h"
+#include "core/operation/BProgressManager.h"
+#include "core/platform/Clock.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+namespace {
+
+constexpr unsigned int kProgressIncrement = 4077;
+
+double UnitsPerStep(std::uint64_t steps, std::uint64_t messageCount) noexcept
+{
+    return steps == 0 ? 1.0 : static_cast<double>(messageCount) / static_cast<double>(steps);
+}
+
+} // namespace
+
+BProgressMapping::BProgressMapping(std::uint64_t steps, std::uint64_t messageCount)
+    : m_steps(steps)
+    , m_messageCount(messageCount)
+    , m_scale(UnitsPerStep(steps, messageCount))
+    , m_lastTick(platform::TickCount())
+{}
+
+BProgressMapping::~BProgressMapping() = default;
+
+void BProgressMapping::SetSteps(std::uint64_t steps) noexcept
+{
+    m_steps = steps;
+    m_scale = UnitsPerStep(steps, m_messageCount);
+}
+
+void BProgressMapping::UpdateStep()
+{
+    const std::uint64_t target = UnitsReached();
+    if (m_sent < target) {
+        const std::uint64_t sentBefore = std::exchange(m_sent, target);
+        QDSend(kProgressIncrement, target - sentBefore, 0);
+    }
+    const std::uint32_t now = platform::TickCount();
+    m_stride = StrideAfter(m_stride, now - m_lastTick);
+    m_lastTick = now;
+}
+
+std::uint64_t BProgressMapping::StrideAfter(std::uint64_t stride, std::uint32_t elapsedMs) noexcept
+{
+    constexpr std::uint32_t kTooSoonMs = 50;
+    constexpr std::uint32_t kTooLateMs = 100;
+    constexpr std::uint64_t kLongest = std::uint64_t{1} << 63;
+    if (elapsedMs < kTooSoonMs)
+        return stride < kLongest ? stride * 2 : stride;
+    if (elapsedMs > kTooLateMs)
+        return std::max<std::uint64_t>(stride / 2, 1);
+    return stride;
+}
+
+std::uint64_t BProgressMapping::UnitsReached() const noexcept
+{
+    // The scale may round down, so the last step is not left to it.
+    if (m_steps != 0 && m_step >= m_steps)
+        return m_messageCount;
+    const double units = static_cast<double>(m_step) * m_scale;
+    if (units >= static_cast<double>(m_messageCount))
+        return m_messageCount;
+    return static_cast<std::uint64_t>(units);
+}
+
+void BProgressMappingAndBreak::UpdateStep()
+{
+    BProgressMapping::UpdateStep();
+    BProgressManager::InstanceTestUserBreak();
+}
+
+bool BProgressMappingOMP::IsStopping() const noexcept
+{
+    return std::atomic_ref(m_stopCount).load() != 0;
+}
+
+void BProgressMappingOMP::UpdateStep()
+{
+    BProgressMapping::UpdateStep();
+    if (BProgressManager::InstanceBreakLongOperation(false))
+        std::atomic_ref(m_stopCount).fetch_add(1);
+}

@@ -1,0 +1,47 @@
+#include "core/operation/BSyncOperationInterface.h"
+
+#include "core/operation/BDispatcher.h"
+#include "core/operation/BProgressManager.h"
+
+namespace {
+
+constexpr unsigned int kProgress = 4075;
+constexpr unsigned int kStatusText = 4078;
+
+} // namespace
+
+BSyncOperationInterface::~BSyncOperationInterface() = default;
+
+bool BSyncOperationInterface::IsStopping()
+{
+    return QDCurrentThreadIsDispatcherThread() &&
+           BProgressManager::InstanceBreakLongOperation(false);
+}
+
+bool BSyncOperationInterface::IsStoppingWeak()
+{
+    return BSyncOperationInterface::IsStopping();
+}
+
+void BSyncOperationInterface::StatusInfo(const WString& text)
+{
+    if (QDCurrentThreadIsDispatcherThread())
+        QDSend(kStatusText, reinterpret_cast<std::uint64_t>(text.CStr()), 0);
+}
+
+void BSyncOperationInterface::ProgressInfo(unsigned int percent)
+{
+    if (QDCurrentThreadIsDispatcherThread())
+        QDSend(kProgress, percent, 0);
+}
+
+void BSyncOperationInterface::ErrorInfo(const BError& error)
+{
+    if (QDCurrentThreadIsDispatcherThread())
+        error.Throw();
+}
+
+WString BSyncOperationInterface::FetchStatusMessage(int, bool)
+{
+    return {};
+}

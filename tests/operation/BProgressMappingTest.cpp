@@ -1,0 +1,194 @@
+#include "core/operation/BProgressMapping.h"
+
+#include "core/base/BError.h"
+#include "core/operation/BProgressManager.h"
+
+#include "tests/operation/RecordingDispatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+
+/// Shows how the stride adapts.
+class OpenMapping final : public BProgressMapping {
+public:
+    using BProgressMapping::BProgressMapping;
+    using BProgressMapping::StrideAfter;
+};
+
+/// Answers as the user of a test wants, while it lives.
+class User {
+public:
+    User() { BProgressManager::RegisterInstance(m_manager.Get()); }
+    ~User() { BProgressManager::RegisterInstance(nullptr); }
+    User(const User&) = delete;
+    User& operator=(const User&) = delete;
+
+    void Break(bool wanted) { m_manager->breaks = wanted; }
+
+private:
+    class Manager final : public BProgressManager {
+    public:
+        void BeginLongOperation(std::uint64_t) override {}
+        bool BreakLongOperation(bool ask) override { return breaks && !ask; }
+        void EndLongOperation() override {}
+        void TestUserBreak() override
+        {
+            if (breaks)
+                throw BError(1);
+        }
+
+        bool breaks = false;
+    };
+    SP<Manager> m_manager = new Manager;
+};
+
+/// The increments that were sent; all other fields of the messages must be as they are declared.
+std::vector<std::uint64_t> Increments(RecordingDispatcher& dispatcher)
+{
+    std::vector<std::uint64_t> increments;
+    for (const RecordingDispatcher::Message& message : dispatcher.Sent()) {
+        EXPECT_EQ(message.number, 4077u);
+        EXPECT_EQ(message.second, 0u);
+        increments.push_back(message.first);
+    }
+    return increments;
+}
+
+} // namespace
+
+TEST(BProgressMapping, SendsIncrementsThatAddUpToTheMessageCount)
+{
+    struct Case {
+        std::uint64_t steps, messageCount, stepWidth, advances, sum;
+    };
+    const Case cases[] = {
+        {1000, 100, 1, 1000, 100},
+        {1000, 100, 1, 5000, 100}, // beyond the end
+        {1000, 0, 1, 1000, 0},
+        {3, 100, 1, 3, 100},
+        {1'000'000, 7, 3, 333'334, 7},
+        {49, 1, 1, 49, 1}, // 49 times 1/49.0 is less than 1
+        {0, 3, 1, 5, 3},   // each step is a unit
+        {kMost, kMost, kMost, 1, kMost},
+        {kMost / 2, kMost, kMost / 2 + 1, 1, kMost},
+        {10, kMost, 1, 10, kMost},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(testing::Message() << (&row - cases));
+        RecordingDispatcher dispatcher;
+        BProgressMapping progress(row.steps, row.messageCount);
+        for (std::uint64_t i = 0; i < row.advances; ++i)
+            progress.Next(row.stepWidth);
+        const std::vector<std::uint64_t> sent = Increments(dispatcher);
+        if (row.steps != 0) {
+            EXPECT_EQ(std::accumulate(sent.begin(), sent.end(), std::uint64_t{0}), row.sum);
+        } else {
+            EXPECT_LE(std::accumulate(sent.begin(), sent.end(), std::uint64_t{0}), row.sum);
+        }
+    }
+}
+
+TEST(BProgressMapping, ReportsWhatWasReachedSinceTheLastUpdate)
+{
+    RecordingDispatcher dispatcher;
+    BProgressMapping progress(10, 100);
+    EXPECT_TRUE(progress.StepTo(4)); // the first stride is 1
+    EXPECT_FALSE(progress.StepTo(4));
+    EXPECT_FALSE(progress.StepTo(3));
+    EXPECT_FALSE(progress.Next(0));
+    EXPECT_EQ(progress.Step(), 4u);
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{40}));
+    progress.SetSteps(5);
+    EXPECT_EQ(progress.GetSteps(), 5u);
+    EXPECT_EQ(progress.ProgressMessageNum(), 100u);
+    EXPECT_TRUE(progress.StepTo(kMost));
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{60}));
+    BProgressMapping copy = progress;
+    EXPECT_EQ(copy.Step(), kMost);
+}
+
+TEST(BProgressMapping, NeedsNoDispatcher)
+{
+    BProgressMapping progress(2, 2);
+    EXPECT_TRUE(progress.StepTo(1));
+    RecordingDispatcher dispatcher;
+    EXPECT_TRUE(progress.StepTo(2));
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{1})) << "the first one is lost";
+}
+
+TEST(BProgressMapping, UpdatesEvery50To100Milliseconds)
+{
+    struct Case {
+        std::uint64_t stride;
+        std::uint32_t elapsedMs;
+        std::uint64_t next;
+    };
+    constexpr std::uint64_t longest = std::uint64_t{1} << 63;
+    const Case cases[] = {
+        {4, 0, 8},   {4, 49, 8},
+        {4, 50, 4},  {4, 100, 4},
+        {4, 101, 2}, {4, std::numeric_limits<std::uint32_t>::max(), 2},
+        {1, 101, 1}, {longest, 0, longest},
+    };
+    for (const Case& row : cases)
+        EXPECT_EQ(OpenMapping::StrideAfter(row.stride, row.elapsedMs), row.next)
+            << row.stride << " after " << row.elapsedMs;
+
+    // However fast or slowly this runs, a million steps bring few updates.
+    BProgressMapping progress(1'000'000, 100);
+    int updates = 0;
+    for (int i = 0; i < 1'000'000; ++i)
+        updates += progress.Next(1) ? 1 : 0;
+    EXPECT_LT(updates, 1000);
+    // Nor can they make the stride so long that it is none.
+    BProgressMapping leaps(1, 1);
+    for (int i = 0; i < 200; ++i)
+        leaps.Next(std::uint64_t{1} << 63);
+}
+
+TEST(BProgressMappingAndBreak, ThrowsOutOfTheUpdateOnceTheUserBreaks)
+{
+    BProgressMappingAndBreak progress(2, 2);
+    EXPECT_TRUE(progress.StepTo(1)) << "without a manager";
+    const User user;
+    EXPECT_NO_THROW(BProgressMappingAndBreak(1, 1).Next(1));
+    User other;
+    other.Break(true);
+    EXPECT_THROW(progress.Next(1), BError);
+    EXPECT_EQ(progress.Step(), 2u);
+}
+
+TEST(BProgressMappingOMP, NotesTheBreakForGood)
+{
+    User user;
+    BProgressMappingOMP progress(3, 3);
+    progress.StepTo(1);
+    EXPECT_FALSE(progress.IsStopping());
+    user.Break(true);
+    progress.StepTo(3); // the last step always updates
+    EXPECT_TRUE(progress.IsStopping());
+    user.Break(false);
+    progress.Next(1);
+    EXPECT_TRUE(progress.IsStopping());
+    EXPECT_TRUE(BProgressMappingOMP(progress).IsStopping());
+}
+
+TEST(BProgressManager, AnswersForTheProcessWhileItIsRegistered)
+{
+    EXPECT_EQ(BProgressManager::Instance(), nullptr);
+    EXPECT_FALSE(BProgressManager::InstanceBreakLongOperation(false));
+    EXPECT_NO_THROW(BProgressManager::InstanceTestUserBreak());
+    User user;
+    user.Break(true);
+    EXPECT_TRUE(BProgressManager::InstanceBreakLongOperation(false));
+    EXPECT_FALSE(BProgressManager::InstanceBreakLongOperation(true)) << "the argument is handed on";
+    EXPECT_THROW(BProgressManager::InstanceTestUserBreak(), BError);
+}
