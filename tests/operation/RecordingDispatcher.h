@@ -3,6 +3,7 @@
 #include "core/operation/BDispatcher.h"
 
 #include <cstdint>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -25,12 +26,17 @@ public:
     std::vector<Message> Sent() { return std::exchange(m_recorder->m_sent, {}); }
     std::vector<Message> Posted() { return std::exchange(m_recorder->m_posted, {}); }
 
+    /// Does something else, too, when the next message is sent.
+    void OnSend(std::function<void()> action) { m_recorder->m_onSend = std::move(action); }
+
 private:
     class Recorder : public BDispatcher {
     public:
         bool Send(unsigned int number, std::uint64_t first, std::uint64_t second) override
         {
             m_sent.push_back({number, first, second});
+            if (const auto action = std::exchange(m_onSend, nullptr))
+                action();
             return true;
         }
         bool Post(unsigned int number, std::uint64_t first, std::uint64_t second) override
@@ -44,6 +50,7 @@ private:
 
         const unsigned long m_threadId = QDCurrentThreadId();
         std::vector<Message> m_sent, m_posted;
+        std::function<void()> m_onSend;
     };
     SP<Recorder> m_recorder = new Recorder;
 };

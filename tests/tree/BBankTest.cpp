@@ -64,10 +64,8 @@ TEST(BBank, ContainersAreMadeAsFarAsTheyAreMissing)
     EXPECT_FALSE(bank.ExistsContainer(QD_W("b")));
 
     BBank nowhere(nullptr);
-    EXPECT_FALSE(nowhere.ExistsContainer(QD_W("//")));
-    EXPECT_EQ(nowhere.Container(QD_W("a")), nullptr);
-    EXPECT_EQ(nowhere.Node(QD_W("//")), nullptr);
-    EXPECT_TRUE(nowhere.Path(b).IsEmpty());
+    EXPECT_FALSE(nowhere.ExistsContainer(QD_W("//")) || nowhere.Container(QD_W("a")) != nullptr);
+    EXPECT_TRUE(nowhere.Node(QD_W("//")) == nullptr && nowhere.Path(b).IsEmpty());
     nowhere = bank;
     const BBank moved = std::move(bank);
     EXPECT_EQ(nowhere.Container(QD_W("a/b")), b);
@@ -96,19 +94,16 @@ TEST(BBank, NodesAndObjectsHavePaths)
     BNode* b = whole.Container(QD_W("root/a/b"));
     BNode* root = top->Child(0);
     const BBank bank(root);
-    EXPECT_EQ(BBank::PATH(nullptr), QD_W(""));
     EXPECT_EQ(BBank::PATH(top.Get()), QD_W("//"));
     EXPECT_EQ(BBank::PATH(b), QD_W("/root/a/b"));
     EXPECT_EQ(whole.Path(b), QD_W("/root/a/b"));
     EXPECT_EQ(bank.Path(b), QD_W("/a/b")) << "from the bank's own root";
     EXPECT_EQ(bank.Path(root), QD_W("//"));
-    EXPECT_TRUE(bank.Path(top.Get()).IsEmpty());
-    EXPECT_TRUE(bank.Path(nullptr).IsEmpty());
-
     const SP<BSmartObj> object(new CountedPayload);
-    EXPECT_TRUE(bank.PathOfObject(object.Get()).IsEmpty());
-    EXPECT_TRUE(bank.PathOfObject(object->UniqueID()).IsEmpty());
-    EXPECT_TRUE(bank.PathOfObject(nullptr).IsEmpty()) << "not that of a node without an object";
+    for (const WString& none : {BBank::PATH(nullptr), bank.Path(top.Get()), bank.Path(nullptr),
+                                bank.PathOfObject(object.Get()), bank.PathOfObject(nullptr),
+                                bank.PathOfObject(object->UniqueID())})
+        EXPECT_TRUE(none.IsEmpty());
     whole.Container(QD_W("root/c"))->SetObj(object.Get());
     EXPECT_EQ(bank.PathOfObject(object.Get()), QD_W("/c"));
     b->SetObj(object.Get());

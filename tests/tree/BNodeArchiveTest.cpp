@@ -48,11 +48,7 @@ std::string RecordOf(int index, const std::string& label, const std::string& cla
 
 class BNodeArchiveTest : public testing::Test {
 protected:
-    BNodeArchiveTest()
-    {
-        NumberAttribute::Register();
-        CountedPayload::Register();
-    }
+    BNodeArchiveTest() { CountedPayload::Register(); }
 
     // An archive of nodes with the indices 1, 2, ... (up to 9) and the labels "1", ...
     void Put(const std::vector<NodeRecord>& nodes)
@@ -78,83 +74,41 @@ protected:
         return BArchive(m_path, BArchive::ModeRead, "class Doc", 0).TakeOut(label);
     }
 
-    void Save(BNode& root)
-    {
-        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
-        archive.Insert(&root, "root");
-        ASSERT_TRUE(archive.Flush());
-    }
-
     TemporaryFolder m_folder;
     WString m_path = m_folder.Path("a.qda");
 };
 
 } // namespace
 
-TEST_F(BNodeArchiveTest, ATreeComesBackWithAllThatItHas)
-{
-    SP<BNode> root = Named(QD_W("Root \u20AC\u4E2D"));
-    BNode* a = Append(*root, QD_W("a"));
-    BNode* b = Append(*root, QD_W("b"));
-    Append(*a, QD_W("a1"));
-    a->SetObj(new CountedPayload);
-    b->SetObj(a->GetObj());
-    b->AddAnnotation(a->GetObj());
-    b->AddAnnotation(a);
-    b->AddAttrib(new NumberAttribute(QD_W("first"), 1));
-    b->AddAttrib(new NumberAttribute(QD_W("second"), 2));
-    b->Deactivate();
-    b->Lock(true);
-    Save(*root);
-    root = nullptr;
-    EXPECT_EQ(CountedPayload::alive, 0);
-
-    const SP<BSmartObj> object = TakeOut("root");
-    root = dynamic_cast<BNode*>(object.Get());
-    ASSERT_TRUE(root);
-    EXPECT_EQ(root->GetText(), QD_W("Root \u20AC\u4E2D"));
-    EXPECT_EQ(root->Parent(), nullptr);
-    EXPECT_EQ(Order(*root), QD_W("a b"));
-    a = root->Child(0);
-    b = root->Child(1);
-    EXPECT_EQ(a->Parent(), root.Get());
-    EXPECT_EQ(a->Sister(), b);
-    EXPECT_EQ(Order(*a), QD_W("a1"));
-    EXPECT_TRUE(a->IsActive());
-    EXPECT_FALSE(a->IsLocked());
-    EXPECT_FALSE(b->IsActive());
-    EXPECT_TRUE(b->IsLocked());
-    EXPECT_NE(a->GetObj(), nullptr);
-    EXPECT_EQ(a->GetObj(), b->GetObj());
-    EXPECT_EQ(b->AnnotationNum(), 2);
-    EXPECT_FALSE(b->AddAnnotation(a)) << "it is the same node again";
-    ASSERT_EQ(b->AttribNum(), 2);
-    EXPECT_EQ(static_cast<NumberAttribute*>(b->Attrib(1))->m_value, 2);
-    root->AddChild(Named(QD_W("c")).Get(), 0);
-    EXPECT_EQ(Order(*root), QD_W("a c b"));
-}
-
+// That nothing is lost on the way is shown by the golden archives.
 TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
 {
-    const SP<BNode> root = Named(QD_W("root"));
-    BNode* part = Append(*root, QD_W("part"));
-    Append(*part, QD_W("leaf"));
+    SP<BNode> root = Named(QD_W("root"));
+    SP<BNode> part = Append(*root, QD_W("part"));
+    Append(*part, QD_W("leaf"))->SetObj(new CountedPayload);
+    part->AddAnnotation(part->Child(0));
     {
         BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
-        archive.Insert(part, "part"); // its parent goes along
+        archive.Insert(part.Get(), "part"); // its parent goes along
         archive.Insert(root.Get(), "root");
     }
+    root = part = nullptr;
+    EXPECT_EQ(CountedPayload::alive, 0);
+
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
     const SP<BSmartObj> readPart = archive.TakeOut("part");
-    auto* node = dynamic_cast<BNode*>(readPart.Get());
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->Parent(), nullptr);
-    EXPECT_EQ(Order(*node), QD_W("leaf"));
+    part = dynamic_cast<BNode*>(readPart.Get());
+    ASSERT_TRUE(part);
+    EXPECT_EQ(part->Parent(), nullptr);
+    EXPECT_EQ(Order(*part), QD_W("leaf"));
+    EXPECT_FALSE(part->AddAnnotation(part->Child(0))) << "it is the same node again";
     const SP<BSmartObj> readRoot = archive.TakeOut("root");
-    auto* above = dynamic_cast<BNode*>(readRoot.Get());
-    ASSERT_NE(above, nullptr);
-    EXPECT_EQ(above->Child(0), node);
-    EXPECT_EQ(node->Parent(), above);
+    root = dynamic_cast<BNode*>(readRoot.Get());
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->Child(0), part);
+    EXPECT_EQ(part->Parent(), root);
+    root->AddChild(Named(QD_W("c")).Get(), 0);
+    EXPECT_EQ(Order(*root), QD_W("part c"));
 }
 
 TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
@@ -237,7 +191,6 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     ASSERT_NE(root, nullptr);
     EXPECT_EQ(Order(*root), QD_W("n n n -"));
     root->RemoveChild(0);
-    root->RemoveChild(0);
     for (int i = 0; i < 20; ++i)
         Append(*root, QD_W("n"));
     EXPECT_EQ(root->Child(QD_W("N")), root->Child(0)) << "the first, also by an index";
@@ -256,7 +209,7 @@ TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
     }
     for (int i = 0; i < kWidth; ++i)
         bottom->AddChild(new BNode, -1);
-    Save(*root);
+    BArchive(m_path, BArchive::ModeWrite, "class Doc", 0).Insert(root.Get(), "root");
     root = nullptr;
     const SP<BSmartObj> object = TakeOut("root");
     root = dynamic_cast<BNode*>(object.Get());
