@@ -312,7 +312,8 @@ bool RegistryDatabase::ReadText(KeyId key, std::basic_string_view<WChar> foldedN
         return false;
     const std::span<const std::byte> bytes = run.Bytes(1);
     text.resize(bytes.size() / sizeof(WChar));
-    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WChar));
+    if (!text.empty())
+        std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WChar));
     return true;
 }
 
