@@ -53,6 +53,8 @@
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BConfig.h"
 #include "core/profile/BConfigRegistry.h"
+#include "core/profile/BIniProfile.h"
+#include "core/profile/BProfile.h"
 #include "core/profile/BProfileBase.h"
 #include "core/profile/EProfileMode.h"
 #include "core/profile/IProfile.h"

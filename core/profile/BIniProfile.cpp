@@ -1,0 +1,120 @@
+#include "core/profile/BIniProfile.h"
+
+#include "core/platform/PrivateProfile.h"
+#include "core/profile/BProfile.h"
+#include "core/profile/ProfileBuffer.h"
+
+#include <typeinfo>
+#include <utility>
+
+namespace {
+
+// The functions that read are told of one unit more than the buffer counts.
+constexpr std::size_t kExtraRoom = 1;
+
+unsigned int BlockSize(std::size_t size)
+{
+    return static_cast<unsigned int>(size);
+}
+
+BArray<WString> Split(const ProfileBuffer& list)
+{
+    BArray<WString> texts;
+    for (std::size_t begin = 0; begin < list.Length();) {
+        texts.Append(list.Text() + begin);
+        begin += texts[texts.Count() - 1].Length() + 1;
+    }
+    return texts;
+}
+
+} // namespace
+
+BIniProfile::BIniProfile(const WString& path, const WString& section, bool writeMissingKey)
+    : IProfile(TypeIni, path, writeMissingKey)
+{
+    LoadSection(section, nullptr);
+}
+
+BIniProfile::BIniProfile(const BIniProfile& other) = default;
+BIniProfile::BIniProfile(BIniProfile&& other) = default;
+BIniProfile& BIniProfile::operator=(const BIniProfile& other) = default;
+BIniProfile& BIniProfile::operator=(BIniProfile&& other) = default;
+BIniProfile::~BIniProfile() = default;
+
+bool BIniProfile::WriteInt(const WString& key, int value) const
+{
+    return Write(key, value);
+}
+
+int BIniProfile::GetInt(const WString& key, int defaultValue) const
+{
+    constexpr int most = 2147483645;
+    int value = defaultValue;
+    Read(key, value, -most, most);
+    return value;
+}
+
+bool BIniProfile::GetSections(BArray<WString>& out) const
+{
+    out.RemoveAll();
+    const WString path = Path();
+    if (path.IsEmpty())
+        return false;
+    out = Split(ProfileBuffer(kExtraRoom, [&](WChar* buffer, std::size_t room) {
+        return platform::ReadProfileSectionNames(path, buffer, room);
+    }));
+    return out.Count() != 0;
+}
+
+bool BIniProfile::WriteMem(const WString& key, void* data, std::size_t size) const
+{
+    return platform::ProfileUpdate(Path()).SetBlock(GetSection(), key, data, BlockSize(size));
+}
+
+bool BIniProfile::ReadMem(const WString& key, void* data, std::size_t size) const
+{
+    return platform::ReadProfileBlock(Path(), GetSection(), key, data, BlockSize(size));
+}
+
+void BIniProfile::DeleteKeyImpl(const WString& key) const
+{
+    static_cast<void>(platform::ProfileUpdate(Path()).SetText(GetSection(), key, nullptr));
+}
+
+bool BIniProfile::WriteKeyImpl(const WString& key, const WString& value) const
+{
+    return BProfile::WriteString(Path(), GetSection(), key, value) == 0;
+}
+
+WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
+{
+    const ProfileBuffer text(kExtraRoom, [&](WChar* buffer, std::size_t room) {
+        return platform::ReadProfileText(Path(), GetSection(), key, defaultValue, buffer, room);
+    });
+    if (*text.Text() == 0 && WriteMissingKey() && !defaultValue.IsEmpty())
+        WriteString(key, defaultValue);
+    return text.Text();
+}
+
+bool BIniProfile::DeleteSectionImpl(const WString& section) const
+{
+    return platform::ProfileUpdate(Path()).RemoveSection(section);
+}
+
+BArray<WString> BIniProfile::GetAllKeys()
+{
+    return Split(ProfileBuffer(kExtraRoom, [&](WChar* buffer, std::size_t room) {
+        return platform::ReadProfileText(Path(), GetSection(), nullptr, QD_W(""), buffer, room);
+    }));
+}
+
+const char* BIniProfile::CLASSNAME()
+{
+    return ClassName(typeid(BIniProfile));
+}
+
+// The interface's accessor is not constant.
+WString BIniProfile::Path() const
+{
+    return const_cast<BIniProfile&>(*this).GetPath();
+}

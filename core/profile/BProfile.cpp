@@ -1,0 +1,248 @@
+#include "core/profile/BProfile.h"
+
+#include "core/base/BError.h"
+#include "core/file/BDirEntry.h"
+#include "core/file/BFile.h"
+#include "core/platform/FileReplacement.h"
+#include "core/platform/PrivateProfile.h"
+#include "core/platform/ScanText.h"
+#include "core/profile/ProfileBuffer.h"
+
+#include <cstdio>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr int kNotWritten = 31825;
+
+// Who updates a profile locks its folder, so that comes first.
+bool MakeFolder(const WString& path)
+{
+    BDirEntry folder(path);
+    if (!folder.RemoveFileSpec()) // too long to tell
+        return true;
+    // Another process may make it meanwhile.
+    return folder.Exists() || folder.MakeDir() || folder.Exists();
+}
+
+bool WriteEmptyFile(const WString& path)
+{
+    constexpr std::string_view mark = "\xFF\xFE"; // UTF-16LE
+    platform::FileReplacement file(path, platform::FileReplacement::ESync::No);
+    return file.Stream() != nullptr &&
+           std::fwrite(mark.data(), 1, mark.size(), file.Stream()) == mark.size() && file.Commit();
+}
+
+} // namespace
+
+BProfile::BProfile(WString path, EProfileMode mode)
+    : m_path(std::move(path))
+    , m_section(QD_W("default"))
+    , m_mode(mode)
+{
+    if (m_mode == ProfileReadOnly || (m_mode != ProfileNew && BFile::Exist(m_path)) ||
+        !MakeFolder(m_path))
+        return;
+    const platform::ProfileUpdate update(m_path);
+    if (m_mode == ProfileNew || !BFile::Exist(m_path))
+        CreateNew(m_path);
+}
+
+BProfile::BProfile(const BProfile& other) = default;
+BProfile& BProfile::operator=(const BProfile& other) = default;
+BProfile::~BProfile() = default;
+
+int BProfile::WriteString(const WString& path, const WString& section, const WString& key,
+                          const WString& value)
+{
+    if (!BFile::Exist(path) && !MakeFolder(path))
+        return kNotWritten;
+    platform::ProfileUpdate update(path);
+    if (!BFile::Exist(path)) {
+        if (CreateNew(path) != 0)
+            return kNotWritten;
+    } else if (value.Includes16bitChars()) {
+        BFile::ConvertToUnicode(path);
+    }
+    return update.SetText(section, key, value) ? 0 : kNotWritten;
+}
+
+bool BProfile::IsValid() const
+{
+    return BFile().OpenShared(m_path, QD_W("a+b"));
+}
+
+void BProfile::SetSection(WString section)
+{
+    m_section = std::move(section);
+}
+
+WString BProfile::GetSection()
+{
+    return m_section;
+}
+
+bool BProfile::WriteString(int index, WString key, WString value)
+{
+    return WriteString(IndexedKey(key, index), std::move(value));
+}
+
+bool BProfile::WriteString(WString key, WString value)
+{
+    CheckMode();
+    return WriteString(m_path, m_section, key, value) == 0;
+}
+
+bool BProfile::WriteInt(int index, WString key, int value)
+{
+    return WriteInt(IndexedKey(key, index), value);
+}
+
+bool BProfile::WriteInt(WString key, int value)
+{
+    return WriteString(std::move(key), WString::FromInt(value));
+}
+
+bool BProfile::WriteDouble(int index, WString key, double value)
+{
+    return WriteDouble(IndexedKey(key, index), value);
+}
+
+bool BProfile::WriteDouble(WString key, double value)
+{
+    WString text;
+    text.Printf(QD_W("%.15g"), value);
+    return WriteString(std::move(key), std::move(text));
+}
+
+bool BProfile::WriteMem(int index, WString key, void* data, unsigned int size)
+{
+    return WriteMem(IndexedKey(key, index), data, size);
+}
+
+bool BProfile::WriteMem(WString key, void* data, unsigned int size)
+{
+    CheckMode();
+    return platform::ProfileUpdate(m_path).SetBlock(m_section, key, data, size);
+}
+
+bool BProfile::WriteBoolean(WString key, bool value)
+{
+    return WriteString(std::move(key), value ? QD_W("TRUE") : QD_W("FALSE"));
+}
+
+WString BProfile::ReadString(int index, WString key, WString defaultValue)
+{
+    return ReadString(IndexedKey(key, index), std::move(defaultValue));
+}
+
+WString BProfile::ReadString(WString key, WString defaultValue)
+{
+    const ProfileBuffer text(0, [&](WChar* buffer, std::size_t room) {
+        return platform::ReadProfileText(m_path, m_section, key, defaultValue, buffer, room);
+    });
+    if (*text.Text() != 0)
+        return text.Text();
+    if (m_mode != ProfileReadOnly && !defaultValue.IsEmpty())
+        WriteString(std::move(key), defaultValue);
+    return defaultValue;
+}
+
+int BProfile::ReadInt(int index, WString key, int defaultValue)
+{
+    return ReadInt(IndexedKey(key, index), defaultValue);
+}
+
+int BProfile::ReadInt(WString key, int defaultValue)
+{
+    constexpr std::size_t room = 256;
+    const WString text = ReadShort(key, room);
+    if (text.IsEmpty()) {
+        if (m_mode != ProfileReadOnly)
+            WriteInt(std::move(key), defaultValue);
+        return defaultValue;
+    }
+    const WChar* rest = text;
+    int value = defaultValue;
+    return platform::ReadInt(rest, value) ? value : defaultValue;
+}
+
+double BProfile::ReadDouble(int index, WString key, double defaultValue)
+{
+    return ReadDouble(IndexedKey(key, index), defaultValue);
+}
+
+double BProfile::ReadDouble(WString key, double defaultValue)
+{
+    constexpr std::size_t room = 128;
+    const WString text = ReadShort(key, room);
+    if (text.IsEmpty()) {
+        if (m_mode != ProfileReadOnly)
+            WriteDouble(std::move(key), defaultValue);
+        return defaultValue;
+    }
+    double value = defaultValue; // kept when there is no number; what follows one does not matter
+    static_cast<void>(platform::ScanDouble(text, value));
+    return value;
+}
+
+bool BProfile::ReadMem(int index, WString key, void* data, unsigned int size)
+{
+    return ReadMem(IndexedKey(key, index), data, size);
+}
+
+bool BProfile::ReadMem(WString key, void* data, unsigned int size)
+{
+    return platform::ReadProfileBlock(m_path, m_section, key, data, size);
+}
+
+bool BProfile::ReadBoolean(WString key, bool defaultValue)
+{
+    constexpr std::size_t room = 256;
+    const WString text = ReadShort(key, room);
+    if (!text.IsEmpty())
+        return text.IEqual(QD_W("TRUE"));
+    if (m_mode != ProfileReadOnly)
+        WriteBoolean(std::move(key), defaultValue);
+    return defaultValue;
+}
+
+void BProfile::DeleteKey(WString key)
+{
+    CheckMode();
+    static_cast<void>(platform::ProfileUpdate(m_path).SetText(m_section, key, nullptr));
+}
+
+void BProfile::DeleteSection()
+{
+    CheckMode();
+    static_cast<void>(platform::ProfileUpdate(m_path).RemoveSection(m_section));
+}
+
+bool BProfile::ExistsSection(WString section) const
+{
+    constexpr std::size_t room = 1024;
+    WChar buffer[room];
+    return platform::ReadProfileSection(m_path, section, buffer, room) > 0;
+}
+
+int BProfile::CreateNew(const WString& path)
+{
+    return MakeFolder(path) && WriteEmptyFile(path) ? 0 : kNotWritten;
+}
+
+void BProfile::CheckMode() const
+{
+    if (m_mode == ProfileReadOnly)
+        throw BError(32767, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
+}
+
+WString BProfile::ReadShort(const WString& key, std::size_t room) const
+{
+    constexpr std::size_t largestRoom = 256;
+    WChar buffer[largestRoom];
+    platform::ReadProfileText(m_path, m_section, key, QD_W(""), buffer, room);
+    return buffer;
+}

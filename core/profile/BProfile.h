@@ -1,0 +1,71 @@
+#pragma once
+
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+#include "core/profile/BProfileBase.h"
+#include "core/profile/EProfileMode.h"
+
+/// Settings in a text file of sections with "key=value" lines, as users edit them by hand.
+///
+/// Nothing is kept in memory: every reader looks into the file and every writer changes it at once.
+/// New files are UTF-16, and an 8-bit one is made UTF-16 by the first value that needs it. Several
+/// objects, threads and processes may change one file; none loses what another wrote. The path has
+/// a folder; one that is missing is made with the file.
+///
+/// Readers of numbers and truth values write their default for a key that is missing or empty, so
+/// that a new file fills itself with what can be set; not in a profile that is read only. A text
+/// that is no number gives the default and stays. Values are cut at 32,767 units.
+class QD_CORE_API BProfile : public BProfileBase {
+public:
+    /// `ProfileNew` and `ProfileReadWrite` make the file; that this fails shows in the writers.
+    BProfile(WString path, EProfileMode mode);
+    BProfile(const BProfile& other);
+    BProfile& operator=(const BProfile& other);
+    ~BProfile() override;
+
+    /// Writes one value into a file, which comes into being when it is missing. 0, or 31825 when
+    /// the value was not written.
+    static int WriteString(const WString& path, const WString& section, const WString& key,
+                           const WString& value);
+
+    /// Intended: a missing file comes into being, empty, by being asked for; its folder does not.
+    bool IsValid() const override;
+    void SetSection(WString section) override;
+    WString GetSection() override;
+    bool WriteString(int index, WString key, WString value) override;
+    bool WriteString(WString key, WString value) override;
+    bool WriteInt(int index, WString key, int value) override;
+    bool WriteInt(WString key, int value) override;
+    /// 15 significant digits.
+    bool WriteDouble(int index, WString key, double value) override;
+    bool WriteDouble(WString key, double value) override;
+    bool WriteMem(int index, WString key, void* data, unsigned int size) override;
+    bool WriteMem(WString key, void* data, unsigned int size) override;
+    bool WriteBoolean(WString key, bool value) override;
+    /// Intended: the default is written over a value that is empty, but not for a missing key.
+    WString ReadString(int index, WString key, WString defaultValue) override;
+    WString ReadString(WString key, WString defaultValue) override;
+    int ReadInt(int index, WString key, int defaultValue) override;
+    int ReadInt(WString key, int defaultValue) override;
+    double ReadDouble(int index, WString key, double defaultValue) override;
+    double ReadDouble(WString key, double defaultValue) override;
+    bool ReadMem(int index, WString key, void* data, unsigned int size) override;
+    bool ReadMem(WString key, void* data, unsigned int size) override;
+    /// Intended: any text but "TRUE", told without regard to case, is false, whatever the default.
+    bool ReadBoolean(WString key, bool defaultValue) override;
+    void DeleteKey(WString key) override;
+    void DeleteSection() override;
+    /// Whether the section has any lines but comments.
+    bool ExistsSection(WString section) const override;
+
+private:
+    /// Makes an empty file in the place of what is there; 0 or 31825.
+    static int CreateNew(const WString& path);
+    void CheckMode() const;
+    /// The start of the value under `key`, up to `room` - 1 units; empty when there is none.
+    [[nodiscard]] WString ReadShort(const WString& key, std::size_t room) const;
+
+    WString m_path;
+    WString m_section;
+    EProfileMode m_mode;
+};

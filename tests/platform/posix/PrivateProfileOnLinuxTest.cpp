@@ -1,0 +1,187 @@
+#include "core/platform/PrivateProfile.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fcntl.h>
+#include <functional>
+#include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool Set(const WString& path, const WChar* section, const WChar* key, const WChar* value)
+{
+    return platform::ProfileUpdate(path).SetText(section, key, value);
+}
+
+std::u16string Read(const WString& path, const WChar* section, const WChar* key)
+{
+    WChar buffer[100];
+    return {buffer, platform::ReadProfileText(path, section, key, u"(nothing)", buffer, 100)};
+}
+
+// In a process without the rights of the superuser, who may write everywhere.
+bool HoldsForNobody(const std::function<bool()>& isTrue)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        constexpr uid_t nobody = 65534;
+        const bool isNobody = ::geteuid() != 0 || ::setuid(nobody) == 0;
+        ::_exit(isNobody && isTrue() ? 0 : 1);
+    }
+    int status = 1;
+    ::waitpid(child, &status, 0);
+    return status == 0;
+}
+
+} // namespace
+
+TEST(PrivateProfileOnLinux, KeepsEveryOtherLineAsItStands)
+{
+    struct Case {
+        std::string before;
+        const WChar *section, *key, *value;
+        std::string after;
+    };
+    const std::string text = "; head\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1";
+    const Case cases[] = {
+        {text, u"S", u"K", u"3", "; head\n\n[S]\nk=3\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1"},
+        {text, u"S", u"n", u"3",
+         "; head\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\nn=3\r\n\n\n[T] tail\r\n\r\nx=1"},
+        {text, u"", u"n", u"3",
+         "; head\nn=3\r\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1"},
+        {text, u"T", u"x", u"3",
+         "; head\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=3\r\n"},
+        {text, u"S", u"l", nullptr, "; head\n\n[S]\n  k = 1 ; x\n\n;c\n\n\n[T] tail\r\n\r\nx=1"},
+        {"\n\n[S]\n", u"", u"n", u"3", "n=3\r\n\n\n[S]\n"},
+        {"[\xC4]\nstra\xDF"
+         "e=1\n",
+         u"\u00E4", u"STRA\u00DFE", u"2",
+         "[\xC4]\nstra\xDF"
+         "e=2\n"}, // case of every script
+        {"[S]\ns=1\ni=1\n", u"S", u"\u017F", u"2", "[S]\ns=1\ni=1\n?=2\r\n"}, // no ASCII letter
+        {"\xEF\xBB\xBF[S]\nk=1\n", u"S", u"k", u"2",
+         "\xEF\xBB\xBF[S]\nk=1\n[S]\r\nk=2\r\n"}, // a mark of UTF-8 is text
+        {std::string("\xFE\xFF\0[\0S\0]", 8), u"S", u"k", u"",
+         std::string("\xFE\xFF\0[\0S\0]\0\r\0\n\0k\0=\0\r\0\n", 20)},
+        {"[S]\n[k\n", u"S", u"[k", u"x]\n[T]", "[S]\n[k=x]\n[T]\n"},
+    };
+    const TemporaryFolder folder;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before);
+        WriteFileBytes(folder / "p.ini", c.before);
+        EXPECT_TRUE(Set(folder.Path("p.ini"), c.section, c.key, c.value));
+        EXPECT_EQ(FileBytes(folder / "p.ini"), c.after);
+    }
+    EXPECT_EQ(Read(folder.Path("p.ini"), u"T", u"[k"), u"(nothing)");
+}
+
+TEST(PrivateProfileOnLinux, KeepsPermissionsOwnerAndLinks)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("link.ini");
+    WriteFileBytes(folder / "real.ini", "[S]\nk=1\n");
+    fs::create_symlink("real.ini", folder / "link.ini");
+    fs::permissions(folder / "real.ini", fs::perms{0640});
+    static_cast<void>(::chown((folder / "real.ini").c_str(), 12345, 54321)); // when allowed
+    struct stat before = {}, after = {};
+    ASSERT_EQ(::stat((folder / "real.ini").c_str(), &before), 0);
+    EXPECT_TRUE(Set(path, u"S", u"k", u"2"));
+    ASSERT_EQ(::stat((folder / "real.ini").c_str(), &after), 0);
+    EXPECT_TRUE(fs::is_symlink(folder / "link.ini"));
+    EXPECT_EQ(FileBytes(folder / "real.ini"), "[S]\nk=2\n");
+    EXPECT_NE(before.st_ino, after.st_ino); // replaced
+    EXPECT_EQ(before.st_mode, after.st_mode);
+    EXPECT_EQ(before.st_uid, after.st_uid);
+    EXPECT_EQ(before.st_gid, after.st_gid);
+
+    fs::permissions(folder / "real.ini", fs::perms{0440});
+    EXPECT_FALSE(Set(path, u"S", u"k", u"3"));
+    EXPECT_FALSE(Set(path, u"S", u"k", nullptr));
+    EXPECT_EQ(FileBytes(folder / "real.ini"), "[S]\nk=2\n");
+}
+
+TEST(PrivateProfileOnLinux, WritesInPlaceWhereNoFileCanBeMade)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini"), missing = folder.Path("missing.ini");
+    WriteFileBytes(folder / "p.ini", "[S]\nk=1\n");
+    fs::permissions(folder / "p.ini", fs::perms{0666});
+    for (const int mode : {0555, 0111}) {
+        fs::permissions(folder / "", static_cast<fs::perms>(mode));
+        EXPECT_TRUE(HoldsForNobody([&] {
+            return Set(path, u"S", u"longer key", u"longer value") &&
+                   Set(path, u"S", u"longer key", nullptr) && Set(path, u"S", u"k", u"2") &&
+                   Set(path, u"S", u"k", u"1") && Read(path, u"S", u"k") == u"1";
+        }));
+        EXPECT_TRUE(HoldsForNobody([&] { return !Set(missing, u"S", u"k", u"1"); }));
+    }
+    fs::permissions(folder / "p.ini", fs::perms{0644});
+    EXPECT_TRUE(HoldsForNobody([&] {
+        return ::geteuid() != 65534 ||
+               (!Set(path, u"S", u"k", u"2") && !Set(path, u"S", u"k", u"1"));
+    }));
+    fs::permissions(folder / "", fs::perms{0755});
+    EXPECT_EQ(FileBytes(folder / "p.ini"), "[S]\nk=1\n");
+    EXPECT_FALSE(fs::exists(folder / "missing.ini"));
+}
+
+TEST(PrivateProfileOnLinux, SeesAChangeOfTheSameSizeAtOnce)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini");
+    for (int i = 0; i < 200; ++i) {
+        const std::string value = std::to_string(100 + i);
+        // In place, by way of another process's rename, and by this one's own update.
+        const char* const name = i % 3 == 1 ? "other" : "p.ini";
+        if (i % 3 == 2) {
+            ASSERT_TRUE(Set(path, u"S", u"k", std::u16string(value.begin(), value.end()).c_str()));
+        } else {
+            WriteFileBytes(folder / name, "[S]\r\nk=" + value + "\r\n");
+        }
+        if (i % 3 == 1)
+            fs::rename(folder / "other", folder / "p.ini");
+        ASSERT_EQ(Read(path, u"S", u"k"), std::u16string(value.begin(), value.end()));
+    }
+}
+
+TEST(PrivateProfileOnLinux, WhoForkedMeanwhileHoldsNoLock)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini");
+    int stop[2];
+    ASSERT_EQ(::pipe(stop), 0);
+    pid_t child = 0;
+    {
+        const platform::ProfileUpdate update(path);
+        child = ::fork();
+        if (child == 0) {
+            char byte = 0;
+            ::close(stop[1]);
+            ::_exit(::read(stop[0], &byte, 1) == 0 ? 0 : 1);
+        }
+    }
+    EXPECT_TRUE(Set(path, u"S", u"k", u"1"));
+    ::close(stop[0]);
+    ::close(stop[1]);
+    ::waitpid(child, nullptr, 0);
+}
+
+TEST(PrivateProfileOnLinux, APipeOrAFolderIsNoProfile)
+{
+    const TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const WString& path : {folder.Path("pipe"), folder.Path(""), WString()}) {
+        EXPECT_EQ(Read(path, u"S", u"k"), u"(nothing)");
+        EXPECT_FALSE(Set(path, u"S", u"k", u"1"));
+    }
+}

@@ -1,0 +1,218 @@
+#include "core/profile/BProfile.h"
+
+#include "core/base/BError.h"
+
+#include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string Utf16(const std::string& text)
+{
+    std::string bytes = "\xFF\xFE";
+    for (const char character : text)
+        bytes.append(1, character).push_back('\0');
+    return bytes;
+}
+
+class BProfileFile : public testing::Test {
+protected:
+    TemporaryFolder m_folder;
+    const WString m_path = m_folder.Path("settings.ini");
+    const fs::path m_file = m_folder / "settings.ini";
+};
+
+} // namespace
+
+TEST_F(BProfileFile, EachModeTreatsTheFileInItsWay)
+{
+    struct Case {
+        EProfileMode mode;
+        bool isMade;
+        const char* kept;
+    };
+    const Case cases[] = {
+        {ProfileReadOnly, false, "old"},
+        {ProfileNew, true, "\xFF\xFE"},
+        {ProfileReadWrite, true, "old"},
+        {static_cast<EProfileMode>(3), true, "old"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.mode);
+        fs::remove(m_file);
+        const BProfile made(m_path, c.mode);
+        EXPECT_EQ(fs::exists(m_file), c.isMade);
+        WriteFileBytes(m_file, "old");
+        const BProfile kept(m_path, c.mode);
+        EXPECT_EQ(FileBytes(m_file), c.kept);
+    }
+    BProfile deep(m_folder.Path("new/folder/settings.ini"), ProfileReadWrite);
+    EXPECT_EQ(FileBytes(m_folder / "new/folder/settings.ini"), Utf16(""));
+    EXPECT_TRUE(deep.WriteInt(QD_W("k"), 1));
+
+    // Asking makes the file, but no folder.
+    EXPECT_TRUE(BProfile(m_folder.Path("asked.ini"), ProfileReadOnly).IsValid());
+    EXPECT_TRUE(fs::exists(m_folder / "asked.ini"));
+    EXPECT_FALSE(BProfile(m_folder.Path("none/asked.ini"), ProfileReadOnly).IsValid());
+}
+
+TEST_F(BProfileFile, KeepsEveryKindOfValueAsText)
+{
+    BProfile profile(m_path, ProfileReadWrite);
+    EXPECT_EQ(profile.GetSection(), QD_W("default"));
+    unsigned char block[] = {1, 0xAB, 0xFF}, read[3] = {};
+    EXPECT_TRUE(profile.WriteDouble(QD_W("tenth"), 0.1));
+    EXPECT_TRUE(profile.WriteDouble(QD_W("third"), 1.0 / 3.0));
+    EXPECT_TRUE(profile.WriteBoolean(QD_W("yes"), true));
+    profile.SetSection(QD_W("Points"));
+    EXPECT_TRUE(profile.WriteString(3, QD_W("Name"), QD_W("a b")));
+    EXPECT_TRUE(profile.WriteInt(-3, QD_W("Int"), -42));
+    EXPECT_TRUE(profile.WriteDouble(3, QD_W("X"), 1e100));
+    EXPECT_TRUE(profile.WriteMem(3, QD_W("Block"), block, sizeof block));
+    EXPECT_EQ(FileBytes(m_file),
+              Utf16("[default]\r\ntenth=0.1\r\nthird=0.333333333333333\r\nyes=TRUE\r\n"
+                    "[Points]\r\nName3=a b\r\nInt-3=-42\r\nX3=1e+100\r\nBlock3=01ABFFAB\r\n"));
+    EXPECT_EQ(profile.ReadString(3, QD_W("name"), WString()), QD_W("a b"));
+    EXPECT_EQ(profile.ReadInt(-3, QD_W("Int"), 0), -42);
+    EXPECT_EQ(profile.ReadDouble(3, QD_W("X"), 0), 1e100);
+    EXPECT_FALSE(profile.ReadMem(3, QD_W("Block"), read, 2));
+    EXPECT_TRUE(profile.ReadMem(3, QD_W("Block"), read, sizeof read));
+    EXPECT_EQ(read[1], block[1]);
+
+    profile.DeleteKey(QD_W("Int-3"));
+    EXPECT_TRUE(profile.ExistsSection(QD_W("DEFAULT")));
+    profile.SetSection(QD_W("default"));
+    profile.DeleteSection();
+    EXPECT_FALSE(profile.ExistsSection(QD_W("default")));
+    EXPECT_EQ(FileBytes(m_file),
+              Utf16("[Points]\r\nName3=a b\r\nX3=1e+100\r\nBlock3=01ABFFAB\r\n"));
+}
+
+TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
+{
+    const std::string text = "[default]\r\nempty=\r\nno=no\r\nn=12abc\r\nbad=x12\r\nd= 1e1,5\r\n";
+    for (const EProfileMode mode : {ProfileReadOnly, ProfileReadWrite}) {
+        WriteFileBytes(m_file, text);
+        BProfile profile(m_path, mode);
+        // A text that is there stays, whether or not it is a number.
+        EXPECT_EQ(profile.ReadInt(QD_W("n"), 5), 12);
+        EXPECT_EQ(profile.ReadInt(QD_W("bad"), 5), 5);
+        EXPECT_EQ(profile.ReadDouble(QD_W("d"), 5), 10);
+        EXPECT_EQ(profile.ReadDouble(QD_W("bad"), 5), 5);
+        EXPECT_FALSE(profile.ReadBoolean(QD_W("no"), true));
+        EXPECT_EQ(profile.ReadString(QD_W("missing"), QD_W("text")), QD_W("text"));
+        EXPECT_EQ(profile.ReadString(QD_W("empty"), WString()), WString());
+        EXPECT_EQ(FileBytes(m_file), text);
+
+        EXPECT_EQ(profile.ReadString(QD_W("empty"), QD_W("text")), QD_W("text"));
+        EXPECT_EQ(profile.ReadInt(QD_W("i"), 5), 5);
+        EXPECT_EQ(profile.ReadDouble(QD_W("x"), 0.5), 0.5);
+        EXPECT_TRUE(profile.ReadBoolean(QD_W("b"), true));
+        EXPECT_EQ(FileBytes(m_file) == text, mode == ProfileReadOnly);
+    }
+    EXPECT_EQ(FileBytes(m_file), "[default]\r\nempty=text\r\nno=no\r\nn=12abc\r\nbad=x12\r\n"
+                                 "d= 1e1,5\r\ni=5\r\nx=0.5\r\nb=TRUE\r\n");
+}
+
+TEST_F(BProfileFile, ReadOnlyThrowsBeforeItWrites)
+{
+    const std::string text = "[default]\r\nk=1\r\n";
+    WriteFileBytes(m_file, text);
+    BProfile profile(m_path, ProfileReadOnly);
+    const auto codeOf = [&](auto write) {
+        try {
+            write();
+        } catch (const BError& error) {
+            EXPECT_EQ(error.Argument(0), QD_W("$IDS_ErrorHint61"));
+            return error.Error();
+        }
+        return 0;
+    };
+    char data = 0;
+    EXPECT_EQ(codeOf([&] { profile.WriteString(QD_W("k"), QD_W("2")); }), 32767);
+    EXPECT_EQ(codeOf([&] { profile.WriteInt(0, QD_W("k"), 2); }), 32767);
+    EXPECT_EQ(codeOf([&] { profile.WriteMem(QD_W("k"), &data, 1); }), 32767);
+    EXPECT_EQ(codeOf([&] { profile.DeleteKey(QD_W("k")); }), 32767);
+    EXPECT_EQ(codeOf([&] { profile.DeleteSection(); }), 32767);
+    EXPECT_EQ(FileBytes(m_file), text);
+}
+
+TEST_F(BProfileFile, MakesAnEightBitFileUnicodeWhenAValueNeedsIt)
+{
+    WriteFileBytes(m_file, "[default]\r\nk=\xE4\r\n");
+    BProfile profile(m_path, ProfileReadWrite);
+    EXPECT_TRUE(profile.WriteString(QD_W("l"), QD_W("\u00FF")));
+    EXPECT_EQ(FileBytes(m_file), "[default]\r\nk=\xE4\r\nl=\xFF\r\n");
+    EXPECT_TRUE(profile.WriteString(QD_W("m"), QD_W("\u03B1")));
+    EXPECT_EQ(FileBytes(m_file),
+              Utf16("[default]\r\nk=\xE4\r\nl=\xFF\r\nm=") + "\xB1\x03" + Utf16("\r\n").substr(2));
+    EXPECT_EQ(profile.ReadString(QD_W("k"), WString()), QD_W("\u00E4"));
+}
+
+TEST_F(BProfileFile, CutsAValueThatIsTooLong)
+{
+    BProfile profile(m_path, ProfileReadWrite);
+    for (const std::size_t length : {510U, 511U, 512U, 1023U, 32767U, 40000U}) {
+        WString value;
+        value.Fill(length, QD_W('x'));
+        EXPECT_TRUE(profile.WriteString(QD_W("k"), value));
+        EXPECT_EQ(profile.ReadString(QD_W("k"), WString()).Length(),
+                  std::min<std::size_t>(length, 32767));
+    }
+    EXPECT_EQ(profile.ReadInt(QD_W("k"), 7), 7);
+}
+
+TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
+{
+    const std::string text = "[default]\r\nk=1\r\n";
+    WriteFileBytes(m_file, text);
+    fs::create_directory(m_folder / "folder");
+    EXPECT_EQ(BProfile::WriteString(m_folder.Path("folder"), QD_W("S"), QD_W("k"), QD_W("v")),
+              31825);
+    const WString below = m_folder.Path("settings.ini/below.ini");
+    EXPECT_EQ(BProfile::WriteString(below, QD_W("S"), QD_W("k"), QD_W("v")), 31825);
+    BProfile profile(below, ProfileNew);
+    EXPECT_FALSE(profile.WriteInt(QD_W("k"), 1));
+    EXPECT_FALSE(profile.IsValid());
+    EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
+    EXPECT_EQ(FileBytes(m_file), text);
+}
+
+TEST_F(BProfileFile, WritesTheSameFileOnBothPlatforms)
+{
+    BProfile profile(m_path, ProfileNew);
+    profile.SetSection(QD_W("Probe"));
+    profile.WriteString(QD_W("Name"), QD_W("\u00C4 \u03B1 \u6E2C \xD83D\xDE00 \"q\" ; x=y"));
+    for (int i = 0; i < 20; ++i)
+        profile.WriteDouble(i, QD_W("Point"), i / 7.0);
+    profile.SetSection(QD_W("State \u00DF"));
+    profile.WriteBoolean(QD_W("On"), false);
+    profile.WriteInt(QD_W("Count"), -2147483647);
+    unsigned char block[256];
+    for (int i = 0; i < 256; ++i)
+        block[i] = static_cast<unsigned char>(i);
+    profile.WriteMem(QD_W("Block"), block, sizeof block);
+    profile.SetSection(QD_W("Probe"));
+    profile.WriteString(QD_W("point3"), QD_W("'three'"));
+    profile.DeleteKey(QD_W("Point4"));
+    EXPECT_EQ(FileBytes(m_file), FileBytes(GoldenFile("profile/text.ini")));
+
+    BProfile golden(TemporaryFolder::ToWide(GoldenFile("profile/text.ini")), ProfileReadOnly);
+    golden.SetSection(QD_W("state \u00DF"));
+    unsigned char read[sizeof block] = {};
+    EXPECT_TRUE(golden.ReadMem(QD_W("Block"), read, sizeof read));
+    EXPECT_EQ(read[255], 255);
+    EXPECT_EQ(golden.ReadInt(QD_W("Count"), 0), -2147483647);
+    golden.SetSection(QD_W("Probe"));
+    EXPECT_EQ(golden.ReadString(QD_W("Point3"), WString()), QD_W("three"));
+    EXPECT_EQ(golden.ReadDouble(19, QD_W("Point"), 0), 2.71428571428571);
+}
