@@ -1,0 +1,108 @@
+#include "core/archive/ObjectHeader.h"
+#include "core/archive/RecordDirectory.h"
+#include "core/base/BlockReader.h"
+
+#include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/Report.h"
+
+#include <cstdint>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace {
+
+constexpr int kOldestFormat = 2;
+constexpr int kNewestFormat = 8;
+
+struct DocumentHeader {
+    std::string documentClass;
+    int documentVersion = 0;
+    std::string archiveClass;
+    int formatVersion = 0;
+};
+
+std::optional<std::string> ReadText(BlockReader& file)
+{
+    std::uint64_t size = 0;
+    const char* const text = PeekText(file, size) ? file.Peek(size) : nullptr;
+    if (text == nullptr)
+        return std::nullopt;
+    file.MoveTo(file.Position() + size);
+    return std::string(text + kTextPrefix, static_cast<std::size_t>(size - kTextPrefix));
+}
+
+bool ReadPart(BlockReader& file, std::string& className, int& version)
+{
+    std::optional<std::string> text = ReadText(file);
+    if (!text || file.Left() < sizeof version)
+        return false;
+    className = std::move(*text);
+    return file.Read(&version, sizeof version);
+}
+
+bool InspectHeader(BlockReader& file, DocumentHeader& header, Report& report)
+{
+    if (!ReadPart(file, header.documentClass, header.documentVersion)) {
+        report.DamageAt(file.Position()) << "no document class and version\n";
+        return false;
+    }
+    report.Line() << "document " << Quoted(header.documentClass) << " version "
+                  << header.documentVersion << '\n';
+    const std::uint64_t start = file.Position();
+    if (!ReadPart(file, header.archiveClass, header.formatVersion)) {
+        report.DamageAt(file.Position()) << "no archive class and format version\n";
+        return false;
+    }
+    report.Line() << "written by " << Quoted(header.archiveClass) << " version "
+                  << header.formatVersion << '\n';
+    const bool isKnown = header.archiveClass == "class BArchive" ||
+                         header.archiveClass == "BArchive"; // without the keyword in old files
+    if (!isKnown || header.formatVersion < kOldestFormat || header.formatVersion > kNewestFormat) {
+        report.DamageAt(start) << "no format that can be read\n";
+        return false;
+    }
+    return true;
+}
+
+void TellBrokenRecord(const BlockReader& file, std::uint64_t start, const ObjectHeader& header,
+                      Report& report)
+{
+    if (!file.IsGood())
+        report.DamageAt(start) << "the file cannot be read\n";
+    else if (file.Position() == start)
+        report.DamageAt(start) << "no whole record header\n";
+    else
+        report.DamageAt(start) << "object " << Quoted(header.id) << " of class "
+                               << Quoted(header.className) << " wants " << header.size << " bytes, "
+                               << file.Left() << " are left\n";
+}
+
+} // namespace
+
+void InspectArchive(BlockReader& file, Report& report)
+{
+    report.Line() << "archive\n";
+    DocumentHeader document;
+    if (!InspectHeader(file, document, report))
+        return;
+    std::uint64_t count = 0;
+    for (; file.Left() != 0; ++count) {
+        const std::uint64_t start = file.Position();
+        ObjectHeader header;
+        if (!ReadObjectHeader(file, document.formatVersion, header)) {
+            TellBrokenRecord(file, start, header, report);
+            break;
+        }
+        report.Line() << "at " << start << ": object " << Quoted(header.id) << " of class "
+                      << Quoted(header.className) << " version " << header.version << ", "
+                      << header.size << " bytes";
+        if (!header.label.empty())
+            report.Line() << ", label " << Quoted(header.label);
+        report.Line() << '\n';
+        if (!IndexOfText(header.id))
+            report.DamageAt(start) << Quoted(header.id) << " is no index\n";
+        file.MoveTo(file.Position() + header.size);
+    }
+    report.Line() << count << " whole records\n";
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "core/platform/WChar.h"
+
+#include <string>
+
+class BlockReader;
+class Report;
+
+// Each inspector prints what a file holds, without the classes or the program that wrote it, and
+// where it is damaged. What it takes in time and memory is in proportion to the file.
+
+/// The document, then the header of each record.
+void InspectArchive(BlockReader& file, Report& report);
+
+/// Sections, keys, types and values.
+void InspectBinaryProfile(BlockReader& file, Report& report);
+void InspectTextProfile(const std::basic_string<WChar>& text, Report& report);
+
+/// Entries, and what the language map has against them.
+void InspectLanguageFile(const WChar* path, Report& report);

@@ -1,0 +1,52 @@
+#include "core/base/BArray.h"
+#include "core/language/BLanguageMap.h"
+#include "core/language/LanguageReader.h"
+#include "core/platform/FileStream.h"
+
+#include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/Report.h"
+
+#include <cstdint>
+#include <ostream>
+#include <string_view>
+
+namespace {
+
+const char* Meaning(int code)
+{
+    switch (code) {
+    case 7356: return "the key is not valid";
+    case 7358: return "another plain key has the same default text";
+    case 7359: return "the key is there already";
+    default: return "the entry is refused";
+    }
+}
+
+std::string Cell(const WString& cell)
+{
+    return Quoted(std::basic_string_view<WChar>(cell.CStr()));
+}
+
+} // namespace
+
+void InspectLanguageFile(const WChar* path, Report& report)
+{
+    report.Line() << "language file\n";
+    const platform::Stream stream = platform::OpenStream(path, QD_W("r,ccs=UTF-16LE"));
+    LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
+    const SP<BLanguageMap> map = new BLanguageMap;
+    BArray<WString> cells;
+    std::uint64_t entries = 0;
+    std::uint64_t untranslated = 0;
+    for (std::uint64_t line = 1; reader.ReadLine(cells, 3); ++line) {
+        if (cells[0].GetAt(0) != '$')
+            continue;
+        ++entries;
+        untranslated += cells[2].IsEmpty() ? 1 : 0;
+        report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1]) << ' '
+                      << Cell(cells[2]) << '\n';
+        if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
+            report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";
+    }
+    report.Line() << entries << " entries, " << untranslated << " without a translation\n";
+}

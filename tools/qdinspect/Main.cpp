@@ -1,0 +1,144 @@
+// `qdinspect FILE [KIND]` prints what a file of the library holds, without the program that wrote
+// it, and where it is damaged. The content tells its kind unless KIND names it: "archive",
+// "language", "binary" or "text" (the two kinds of profiles).
+//
+// The exit code is 0 for a whole file, 1 for a damaged one, 2 when there is nothing to inspect.
+
+#include "core/archive/ObjectHeader.h"
+#include "core/base/BlockReader.h"
+#include "core/platform/CodePage.h"
+#include "core/platform/FileStream.h"
+
+#include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/Report.h"
+
+#include <bit>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using Text = std::basic_string<WChar>;
+
+enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile };
+
+constexpr int kWhole = 0;
+constexpr int kDamaged = 1;
+constexpr int kNothing = 2;
+
+constexpr std::uint64_t kLargestText = 1u << 30;
+
+bool BeginsWith(BlockReader& file, std::string_view bytes)
+{
+    const char* const start = file.Peek(bytes.size());
+    return start != nullptr && std::memcmp(start, bytes.data(), bytes.size()) == 0;
+}
+
+bool IsUnicode(BlockReader& file)
+{
+    return BeginsWith(file, "\xFF\xFE");
+}
+
+// UTF-16LE with a byte-order mark, else 8-bit text. An odd last byte is dropped.
+Text ReadText(BlockReader& file)
+{
+    static_assert(std::endian::native == std::endian::little, "units are read as they stand");
+    const std::uint64_t size = file.Size();
+    if (size == 0 || size > kLargestText)
+        return {};
+    Text text;
+    if (IsUnicode(file)) {
+        text.resize(size / sizeof(WChar) - 1);
+        std::memcpy(text.data(), file.Peek(size) + 2, text.size() * sizeof(WChar));
+    } else {
+        text.resize(size);
+        text.resize(platform::AnsiToWide(file.Peek(size), size, text.data(), text.size()));
+    }
+    return text;
+}
+
+// The first line that begins like an entry or like a section tells.
+EKind KindOfText(const Text& text, bool isUnicode)
+{
+    for (std::size_t line = 0; line < text.size();) {
+        if (text[line] == '$')
+            return EKind::Language;
+        if (text[line] == '[')
+            return EKind::TextProfile;
+        const std::size_t end = text.find(WChar('\n'), line);
+        line = end == Text::npos ? text.size() : end + 1;
+    }
+    // A new profile is an empty text.
+    return isUnicode && text.empty() ? EKind::TextProfile : EKind::Unknown;
+}
+
+EKind KindOf(BlockReader& file)
+{
+    if (BeginsWith(file, "\x06LAi") || BeginsWith(file, "\x05LAY"))
+        return EKind::BinaryProfile;
+    std::uint64_t offset = 0;
+    if (PeekText(file, offset))
+        return EKind::Archive;
+    if (BeginsWith(file, "\xEF\xBB\xBF$"))
+        return EKind::Language;
+    return KindOfText(ReadText(file), IsUnicode(file));
+}
+
+EKind KindNamed(std::string_view name)
+{
+    if (name == "archive")
+        return EKind::Archive;
+    if (name == "language")
+        return EKind::Language;
+    if (name == "binary")
+        return EKind::BinaryProfile;
+    return name == "text" ? EKind::TextProfile : EKind::Unknown;
+}
+
+int Nothing(const char* why)
+{
+    std::cout << why << '\n';
+    return kNothing;
+}
+
+int Inspect(const Text& path, std::string_view kindName)
+{
+    BlockReader file(platform::OpenStream(path.c_str(), QD_W("rb")));
+    if (!file.IsGood())
+        return Nothing("The file cannot be opened.");
+    const EKind kind = kindName.empty() ? KindOf(file) : KindNamed(kindName);
+    if (!file.IsGood())
+        return Nothing("The file cannot be read.");
+    if (kind == EKind::TextProfile && file.Size() > kLargestText)
+        return Nothing("The file is too large for a text profile.");
+    Report report(std::cout);
+    switch (kind) {
+    case EKind::Archive: InspectArchive(file, report); break;
+    case EKind::Language: InspectLanguageFile(path.c_str(), report); break;
+    case EKind::BinaryProfile: InspectBinaryProfile(file, report); break;
+    case EKind::TextProfile: InspectTextProfile(ReadText(file), report); break;
+    case EKind::Unknown: return Nothing("The file is of no kind that is known here.");
+    }
+    const bool isText = kind == EKind::Language || (kind == EKind::TextProfile && IsUnicode(file));
+    if (isText && file.Size() % sizeof(WChar) != 0)
+        report.DamageAt(file.Size() - 1) << "half a character\n";
+    std::cout << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
+    return report.IsWhole() ? kWhole : kDamaged;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2 || argc > 3)
+        return Nothing("qdinspect FILE [archive|language|binary|text]");
+    try {
+        return Inspect(std::filesystem::path(argv[1]).string<WChar>(), argc == 3 ? argv[2] : "");
+    } catch (const std::exception& failure) {
+        return Nothing(failure.what());
+    }
+}
