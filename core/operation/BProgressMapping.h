@@ -37,7 +37,17 @@ public:
     [[nodiscard]] std::uint64_t ProgressMessageNum() const noexcept { return m_messageCount; }
 
     /// Advances by `count` steps. Whether that brought an update.
-    bool Next(std::uint64_t count);
+    bool Next(std::uint64_t count)
+    {
+        const std::uint64_t before = m_step;
+        m_step += count;
+        const bool reachesEnd = before < m_steps && m_step >= m_steps;
+        const bool crossesStride = (m_step & (m_stride - 1)) < count;
+        if (!crossesStride && !reachesEnd)
+            return false;
+        UpdateStep();
+        return true;
+    }
     /// Advances to `step`; nothing happens, and the answer is false, unless it lies ahead.
     bool StepTo(std::uint64_t step) { return step > m_step && Next(step - m_step); }
 
@@ -89,15 +99,3 @@ protected:
 private:
     mutable std::int32_t m_stopCount = 0; // updates that found a break; changed only atomically
 };
-
-inline bool BProgressMapping::Next(std::uint64_t count)
-{
-    const std::uint64_t before = m_step;
-    m_step += count;
-    const bool reachesEnd = before < m_steps && m_step >= m_steps;
-    const bool crossesStride = (m_step & (m_stride - 1)) < count;
-    if (!crossesStride && !reachesEnd)
-        return false;
-    UpdateStep();
-    return true;
-}

@@ -1,0 +1,174 @@
+#include "core/operation/BAsyncOperationInterface.h"
+#include "core/operation/BMessageReceiver.h"
+#include "core/operation/BProgressMapping.h"
+#include "core/platform/CriticalSection.h"
+#include "core/sync/BAutoLock.h"
+#include "core/sync/BCriticalSection.h"
+#include "core/sync/BLockRW.h"
+#include "support/BThreadDispatcher.h"
+
+#include "tests/operation/MessageWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr std::uint64_t kSteps = 1'000'000'000'000;
+constexpr std::uint64_t kUnits = 1'000'000;
+
+/// QD_STRESS_SECONDS, 1 without it.
+std::chrono::seconds Duration()
+{
+    const char* const text = std::getenv("QD_STRESS_SECONDS");
+    return std::chrono::seconds(text != nullptr ? std::atoi(text) : 1);
+}
+
+/// What the threads share. Counters without a word are guarded as their names say.
+struct Shared {
+    BAsyncOperationInterface operation;
+    BLockRW lock;
+    BSyncableSmartObj object;
+    platform::CriticalSection section;
+
+    std::int64_t underLock = 0;                   // changed by writers only, who leave it even
+    std::int64_t underObject = 0;                 // the same, and read
+    BProgressMappingOMP progress{kSteps, kUnits}; // in the section
+
+    std::atomic<std::int64_t> writesUnderLock = 0;
+    std::atomic<std::int64_t> writesUnderObject = 0;
+    std::atomic<int> statusTexts = 0;
+    std::atomic<int> fetched = 0;
+    std::atomic<int> faults = 0;
+
+    void Fetch(std::uint64_t key)
+    {
+        if (!operation.FetchStatusMessage(static_cast<int>(key), false).IsEmpty())
+            ++fetched;
+    }
+};
+
+/// Does what the user interface does, on the dispatcher's thread.
+class UserInterface final : public BMessageReceiver {
+public:
+    explicit UserInterface(Shared& shared)
+        : m_shared(shared)
+    {}
+    void Receive(unsigned int message, std::uint64_t first, std::uint64_t second) override
+    {
+        if (message == 4077)
+            units += first;
+        if (message == 8195)
+            m_shared.Fetch(second);
+        if (message == 8197 && m_shared.operation.GetError().Error() == 0)
+            ++m_shared.faults;
+    }
+
+    std::uint64_t units = 0;
+
+private:
+    Shared& m_shared;
+};
+
+template <class Guard>
+void WriteUnderObject(Shared& shared, const Guard&)
+{
+    ++shared.underObject;
+    ++shared.underObject;
+    shared.writesUnderObject += 2;
+}
+
+/// One thing that a worker does, chosen by `choice`.
+void Act(Shared& shared, std::uint32_t choice)
+{
+    switch (choice % 12) {
+    case 0: {
+        const BAutoLockR guard(shared.lock);
+        break;
+    }
+    case 1: {
+        const BAutoLockW guard(shared.lock);
+        const BAutoLockW nested(shared.lock);
+        const BAutoTryLockR reading(shared.lock);
+        shared.faults += reading.IsLocked() ? 0 : 1;
+        ++shared.underLock;
+        ++shared.underLock;
+        shared.writesUnderLock += 2;
+        break;
+    }
+    case 2: // Only tries read here: beside a first reader who waits, a second one may read at once.
+    case 3:
+        if (const BAutoTryLockR guard(shared.object); guard.IsLocked())
+            shared.faults += shared.underObject % 2 == 0 ? 0 : 1;
+        break;
+    case 4: WriteUnderObject(shared, BAutoLockW(shared.object)); break;
+    case 5:
+        if (const BAutoTryLockW guard(shared.object); guard.IsLocked())
+            WriteUnderObject(shared, guard);
+        break;
+    case 6:
+        ++shared.statusTexts;
+        shared.operation.StatusInfo(QD_W("status"));
+        break;
+    case 7: shared.operation.ProgressInfo(choice % 101); break;
+    case 8: shared.operation.ErrorInfo(BError(1, QD_W("$Error"), nullptr, nullptr, nullptr)); break;
+    case 9: {
+        const BCriticalSection guard(shared.section.Get());
+        shared.progress.Next(choice % 1000);
+        break;
+    }
+    case 10: shared.faults += shared.progress.IsStopping() ? 1 : 0; break;
+    default:
+        QDSend(1, 0, 0); // waits for all that is queued, so that the queue stays short
+        break;
+    }
+}
+
+} // namespace
+
+TEST(Parallel, LocksOperationsAndTheDispatcherWorkTogether)
+{
+    Shared shared;
+    UserInterface userInterface(shared);
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    dispatcher->AddReceiver(&userInterface);
+    BDispatcher::RegisterDispatcher(dispatcher);
+    MessageWindow window;
+
+    std::vector<std::thread> workers;
+    for (std::uint32_t seed = 1; seed <= 4; ++seed)
+        workers.emplace_back([&shared, random = std::minstd_rand(seed)]() mutable {
+            while (!shared.operation.IsStopping())
+                Act(shared, static_cast<std::uint32_t>(random()));
+        });
+    const auto end = std::chrono::steady_clock::now() + Duration();
+    for (bool windowed = false; std::chrono::steady_clock::now() < end; windowed = !windowed) {
+        shared.operation.SetMessageSink(windowed ? window.Handle() : nullptr);
+        for (const WindowMessage& message : window.Received())
+            if (message.number == 7681)
+                shared.Fetch(message.first);
+        std::this_thread::yield();
+    }
+    shared.operation.Stop();
+    for (std::thread& worker : workers)
+        worker.join();
+    shared.progress.StepTo(kSteps);
+    BDispatcher::RegisterDispatcher(nullptr);
+    dispatcher->Shutdown();
+    for (int key = 1; key <= shared.statusTexts; ++key)
+        shared.Fetch(static_cast<std::uint64_t>(key));
+
+    EXPECT_EQ(shared.faults, 0);
+    EXPECT_EQ(shared.underLock, shared.writesUnderLock);
+    EXPECT_EQ(shared.underObject, shared.writesUnderObject);
+    EXPECT_EQ(shared.fetched, shared.statusTexts) << "each text was fetched once";
+    EXPECT_EQ(userInterface.units, kUnits);
+    EXPECT_TRUE(shared.object.TryLockW() && shared.lock.TryLockW()) << "all was given back";
+}
