@@ -49,12 +49,6 @@ TEST(BArray, GrowsByItsStepOrByHalfItsCount)
         EXPECT_EQ(array.GrowStep(), growStepAfter);
         EXPECT_TRUE(std::ranges::is_sorted(array));
     }
-
-    BArray<int> array = Filled(4, 30);
-    array.Reserve(100);
-    while (array.Count() < 101)
-        array.Append(0);
-    EXPECT_EQ(array.Capacity(), 151u) << "100 elements grow by 51";
 }
 
 TEST(BArray, ReservesOnDemandAndReleasesAllForTheLargestNumber)
@@ -62,39 +56,33 @@ TEST(BArray, ReservesOnDemandAndReleasesAllForTheLargestNumber)
     BArray<int> array = Filled(5, 16);
     array.Reserve(10);
     EXPECT_EQ(array.Capacity(), 16u) << "it never shrinks";
-    array.Reserve(1000);
-    EXPECT_EQ(array.Capacity(), 1000u);
-    EXPECT_EQ(array.Count(), 5u);
+    array.Reserve(100);
+    EXPECT_EQ(array.Capacity(), 100u);
     EXPECT_EQ(array[4], 4);
+    while (array.Count() < 101)
+        array.Append(0);
+    EXPECT_EQ(array.Capacity(), 151u) << "100 elements grow by 51";
     array.Reserve(0xFFFFFFFFFFFFFFFF);
     EXPECT_EQ(array.Count(), 0u);
     EXPECT_EQ(array.Capacity(), 0u);
     array.Append(1);
-    EXPECT_EQ(array.Capacity(), 16u);
+    EXPECT_EQ(array.Capacity(), 51u) << "the step stays";
 }
 
-TEST(BArray, AppendsItsOwnElements)
+TEST(BArray, HoldsItsElementsUntilTheyAreRemoved)
 {
     int lives = 0;
     BArray<SP<Counted>> array(1);
-    array.Append(new Counted(lives));
-    for (int i = 0; i < 100; ++i)
-        array.Append(array[0]);
-    EXPECT_EQ(array[100]->RefCount(), 101);
-    EXPECT_EQ(array[0], array[100]);
-}
-
-TEST(BArray, LetsGoOfWhatIsRemoved)
-{
-    int lives = 0;
-    BArray<SP<Counted>> array;
     for (int i = 0; i < 5; ++i)
         array.Append(new Counted(lives));
+    for (int i = 0; i < 100; ++i)
+        array.Append(array[0]); // an element of its own
+    EXPECT_EQ(array[104]->RefCount(), 101);
     const SP<Counted> third = array[2];
     array.RemoveAt(1);
     array.RemoveAt(3);
     EXPECT_EQ(lives, 3);
-    EXPECT_EQ(array.Count(), 3u);
+    EXPECT_EQ(array.Count(), 103u);
     EXPECT_EQ(array[1], third);
     array.RemoveAll();
     EXPECT_EQ(lives, 1);

@@ -35,9 +35,7 @@ Numbers Backwards(const DList<int>& list)
     return numbers;
 }
 
-static_assert(std::is_trivially_copyable_v<DList<int>::Iterator>);
 static_assert(sizeof(DList<int>::Iterator) == sizeof(void*));
-static_assert(std::is_convertible_v<DList<int>::Iterator, DList<int>::ConstIterator>);
 static_assert(!std::is_convertible_v<DList<int>::ConstIterator, DList<int>::Iterator>);
 
 /// Looks into its list when it dies.
