@@ -59,3 +59,10 @@ public:
     std::vector<void*> m_indices;
     int m_associated = 0;
 };
+
+/// The object under `label`, empty unless it is a `T`.
+template <class T>
+SP<T> TakeOutAs(BArchive& archive, const char* label)
+{
+    return dynamic_cast<T*>(archive.TakeOut(label).Get());
+}

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <tuple>
 
 using namespace std::string_literals;
 
@@ -22,37 +23,29 @@ class Values : public BSmartObj {
 public:
     void WriteData(BArchive& archive) const override
     {
-        archive << m_narrow << m_wide << m_int << m_float << m_double << m_char << m_short << m_long
-                << m_colour;
+        std::apply([&](const auto&... value) { (archive << ... << value); }, m_values);
         archive.WriteMemoryBlock(m_block.data(), m_block.size());
     }
     static SP<BSmartObj> Read(BArchive& archive, int version)
     {
         SP<Values> values(new Values);
-        values->m_readVersion = version;
-        archive >> values->m_narrow >> values->m_wide >> values->m_int >> values->m_float >>
-            values->m_double >> values->m_char >> values->m_short >> values->m_long >>
-            values->m_colour;
+        EXPECT_EQ(version, 3);
+        std::apply([&](auto&... value) { (archive >> ... >> value); }, values->m_values);
         values->m_block.resize(static_cast<std::size_t>(archive.BytesLeft()));
         EXPECT_TRUE(archive.ReadMemoryBlock(values->m_block.data(), values->m_block.size()));
-        EXPECT_FALSE(archive.ReadMemoryBlock(&values->m_char, 1)) << "a record ends where it ends";
-        archive >> values->m_int;
-        EXPECT_THROW(archive >> values->m_narrow, ARCHIVE_EXCEPTION);
+        char none = 0;
+        EXPECT_FALSE(archive.ReadMemoryBlock(&none, 1)) << "a record ends where it ends";
+        const auto whole = values->m_values;
+        archive >> std::get<int>(values->m_values);
+        EXPECT_TRUE(values->m_values == whole);
+        EXPECT_THROW(archive >> std::get<BString>(values->m_values), ARCHIVE_EXCEPTION);
         return values;
     }
     int Version() const override { return 3; }
 
-    BString m_narrow;
-    WString m_wide;
-    int m_int = 0;
-    float m_float = 0;
-    double m_double = 0;
-    char m_char = 0;
-    unsigned short m_short = 0;
-    std::int64_t m_long = 0;
-    BFColor m_colour;
+    std::tuple<BString, WString, int, float, double, char, unsigned short, std::int64_t, BFColor>
+        m_values;
     std::string m_block;
-    int m_readVersion = 0;
 };
 
 // Stands in no registry.
@@ -162,9 +155,8 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
     Written(InsertGraph);
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
     ASSERT_TRUE(archive.IsGood());
-    const SP<BSmartObj> object = archive.TakeOut("first");
-    auto* first = dynamic_cast<ArchiveItem*>(object.Get());
-    ASSERT_NE(first, nullptr);
+    const SP<ArchiveItem> first = TakeOutAs<ArchiveItem>(archive, "first");
+    ASSERT_TRUE(first);
     ArchiveItem* second = first->Link(0);
     EXPECT_EQ(second, first->Link(1));
     EXPECT_EQ(second->m_value, 2);
@@ -173,7 +165,7 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
     EXPECT_EQ(first->m_associated, 1);
     EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(2)), second);
     EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(3)), nullptr) << "not asked for yet";
-    EXPECT_EQ(archive.TakeOut("first"), object);
+    EXPECT_EQ(archive.TakeOut("first"), first);
     EXPECT_EQ(archive.TakeOut("2"), second) << "an index text is a name, too";
     EXPECT_NE(archive.TakeOut("third"), nullptr);
     EXPECT_EQ(first->m_associated, 1) << "once, however often the archive is asked";
@@ -183,15 +175,15 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
 TEST_F(BArchiveTest, KeepsEveryKindOfValue)
 {
     SP<Values> values(new Values);
-    values->m_narrow = "a\xE9";
-    values->m_wide = QD_W("\x4E2D\xD83D\xDE00");
-    values->m_int = std::numeric_limits<int>::min();
-    values->m_float = -0.5F;
-    values->m_double = 1e-300;
-    values->m_char = '\xFF';
-    values->m_short = 65535;
-    values->m_long = std::numeric_limits<std::int64_t>::max();
-    values->m_colour = BFColor(0.25F, 0.5F, 0.75F, 1);
+    values->m_values = {"a\xE9",
+                        QD_W("\x4E2D\xD83D\xDE00"),
+                        std::numeric_limits<int>::min(),
+                        -0.5F,
+                        1e-300,
+                        '\xFF',
+                        65535,
+                        std::numeric_limits<std::int64_t>::max(),
+                        BFColor(0.25F, 0.5F, 0.75F, 1)};
     values->m_block.assign(3'000'000, 'b'); // more than the archive gathers in memory
     Written([&](BArchive& archive) {
         archive.Insert(values.Get(), "v");
@@ -199,20 +191,10 @@ TEST_F(BArchiveTest, KeepsEveryKindOfValue)
     });
 
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
-    const SP<BSmartObj> object = archive.TakeOut("v");
-    auto* read = dynamic_cast<Values*>(object.Get());
-    ASSERT_NE(read, nullptr);
-    EXPECT_EQ(read->m_readVersion, 3);
-    EXPECT_STREQ(read->m_narrow.CStr(), "a\xE9");
-    EXPECT_EQ(read->m_wide, values->m_wide);
-    EXPECT_EQ(read->m_int, values->m_int);
-    EXPECT_EQ(read->m_float, -0.5F);
-    EXPECT_EQ(read->m_double, 1e-300);
-    EXPECT_EQ(read->m_char, '\xFF');
-    EXPECT_EQ(read->m_short, 65535);
-    EXPECT_EQ(read->m_long, values->m_long);
-    EXPECT_EQ(read->m_colour, values->m_colour);
-    EXPECT_EQ(read->m_block, values->m_block);
+    const SP<Values> read = TakeOutAs<Values>(archive, "v");
+    ASSERT_TRUE(read);
+    EXPECT_TRUE(read->m_values == values->m_values);
+    EXPECT_TRUE(read->m_block == values->m_block);
     EXPECT_NE(archive.TakeOut("after"), nullptr) << "the size was patched in the file";
 }
 
@@ -230,8 +212,8 @@ TEST_F(BArchiveTest, TheFirstObjectUnderALabelKeepsIt)
     });
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
     const auto value = [&](const char* name) {
-        const SP<BSmartObj> object = archive.TakeOut(name);
-        return object ? static_cast<ArchiveItem*>(object.Get())->m_value : -1;
+        const SP<ArchiveItem> item = TakeOutAs<ArchiveItem>(archive, name);
+        return item ? item->m_value : -1;
     };
     EXPECT_EQ(value("a"), 1);
     EXPECT_EQ(value("again"), -1);
@@ -312,12 +294,12 @@ TEST_F(BArchiveTest, ReadsTheSizesAndReferencesOfOlderFormats)
         Put(archive(c.format, c.size, c.reference));
         BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
         EXPECT_EQ(in.IsGood(), c.good);
-        const SP<BSmartObj> object = in.TakeOut("1");
-        ASSERT_EQ(static_cast<bool>(object), c.good);
+        const SP<ArchiveItem> item = TakeOutAs<ArchiveItem>(in, "1");
+        ASSERT_EQ(static_cast<bool>(item), c.good);
         if (c.good) {
             EXPECT_EQ(in.Version(), c.format);
-            EXPECT_EQ(static_cast<ArchiveItem*>(object.Get())->m_value, 5);
-            EXPECT_EQ(static_cast<ArchiveItem*>(object.Get())->Link(0)->m_value, 6);
+            EXPECT_EQ(item->m_value, 5);
+            EXPECT_EQ(item->Link(0)->m_value, 6);
         }
     }
 }
@@ -348,8 +330,7 @@ TEST_F(BArchiveTest, DamageIsRefusedOrLeavesTheWholeObjects)
             BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
             refused += archive.IsGood() ? 0 : 1;
             for (const char* name : {"first", "third", "3"}) {
-                const SP<BSmartObj> object = archive.TakeOut(name);
-                if (auto* item = dynamic_cast<ArchiveItem*>(object.Get()))
+                if (const auto item = TakeOutAs<ArchiveItem>(archive, name))
                     item->m_links.clear(); // the graph may be a circle
             }
             for (std::uint64_t index = 1; index < 4; ++index) {
@@ -380,9 +361,8 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNull)
         archive.Insert(new ArchiveItem(ArchiveItem::kUnsound), "unsound");
     });
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
-    const SP<BSmartObj> object = archive.TakeOut("item");
-    auto* item = dynamic_cast<ArchiveItem*>(object.Get());
-    ASSERT_NE(item, nullptr);
+    const SP<ArchiveItem> item = TakeOutAs<ArchiveItem>(archive, "item");
+    ASSERT_TRUE(item);
     EXPECT_EQ(item->Link(0), nullptr);
     EXPECT_EQ(item->Link(1)->m_value, 2);
     EXPECT_EQ(archive.TakeOut("unregistered"), nullptr);
@@ -448,6 +428,7 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
         EXPECT_EQ(out.MapPointerToIndex(&value), 1U);
     }
     const std::string before = FileBytes(m_folder / "a.qda");
+    BError thrown(0);
     {
         BArchive in(m_path, BArchive::ModeRead, "class Doc", 7);
         in << 5 << BString("x");
@@ -458,12 +439,12 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
         EXPECT_EQ(in.Path(), m_path);
         try {
             in.ThrowError();
-            FAIL();
         } catch (BError& error) {
-            EXPECT_EQ(error.Error(), 32767);
-            EXPECT_EQ(error.Argument(0), QD_W("$IDS_ErrorHint16"));
+            thrown = error;
         }
     }
+    EXPECT_EQ(thrown.Error(), 32767);
+    EXPECT_EQ(thrown.Argument(0), QD_W("$IDS_ErrorHint16"));
     EXPECT_EQ(FileBytes(m_folder / "a.qda"), before);
 }
 

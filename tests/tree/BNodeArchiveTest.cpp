@@ -4,6 +4,7 @@
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/archive/ArchiveTestObjects.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
@@ -69,9 +70,10 @@ protected:
         WriteFileBytes(m_folder / "a.qda", bytes);
     }
 
-    [[nodiscard]] SP<BSmartObj> TakeOut(const char* label)
+    [[nodiscard]] SP<BNode> TakeOut(const char* label)
     {
-        return BArchive(m_path, BArchive::ModeRead, "class Doc", 0).TakeOut(label);
+        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+        return TakeOutAs<BNode>(archive, label);
     }
 
     TemporaryFolder m_folder;
@@ -96,14 +98,12 @@ TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
     EXPECT_EQ(CountedPayload::alive, 0);
 
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
-    const SP<BSmartObj> readPart = archive.TakeOut("part");
-    part = dynamic_cast<BNode*>(readPart.Get());
+    part = TakeOutAs<BNode>(archive, "part");
     ASSERT_TRUE(part);
     EXPECT_EQ(part->Parent(), nullptr);
     EXPECT_EQ(Order(*part), QD_W("leaf"));
     EXPECT_FALSE(part->AddAnnotation(part->Child(0))) << "it is the same node again";
-    const SP<BSmartObj> readRoot = archive.TakeOut("root");
-    root = dynamic_cast<BNode*>(readRoot.Get());
+    root = TakeOutAs<BNode>(archive, "root");
     ASSERT_TRUE(root);
     EXPECT_EQ(root->Child(0), part);
     EXPECT_EQ(part->Parent(), root);
@@ -120,9 +120,8 @@ TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
                                     (version == 0 ? ""s : Number4(1) + "w\0"s);
         WriteFileBytes(m_folder / "a.qda", "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s +
                                                RecordOf(1, "1", "BNode", version, payload));
-        const SP<BSmartObj> object = TakeOut("1");
-        auto* node = dynamic_cast<BNode*>(object.Get());
-        ASSERT_NE(node, nullptr);
+        const SP<BNode> node = TakeOut("1");
+        ASSERT_TRUE(node);
         EXPECT_EQ(node->GetText(), version == 0 ? QD_W("\u20AC") : QD_W("w"));
         EXPECT_FALSE(node->IsActive());
         EXPECT_TRUE(node->IsLocked());
@@ -160,20 +159,17 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
     };
     for (const Case& c : cases) {
         Put(c.nodes);
-        const SP<BSmartObj> object = TakeOut("1");
-        EXPECT_EQ(static_cast<bool>(object), c.good) << c.what;
-        if (auto* node = dynamic_cast<BNode*>(object.Get())) {
-            EXPECT_EQ(node->ChildNum(), static_cast<int>(c.nodes[0].children.size())) << c.what;
-        }
+        const SP<BNode> node = TakeOut("1");
+        EXPECT_EQ(static_cast<bool>(node), c.good) << c.what;
+        EXPECT_TRUE(!node || node->ChildNum() == static_cast<int>(c.nodes[0].children.size()));
     }
 }
 
 TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
 {
     Put({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 99}, {{}, 1}});
-    const SP<BSmartObj> object = TakeOut("1");
-    auto* root = dynamic_cast<BNode*>(object.Get());
-    ASSERT_NE(root, nullptr);
+    SP<BNode> root = TakeOut("1");
+    ASSERT_TRUE(root);
     EXPECT_EQ(Order(*root), QD_W("n - n"));
     EXPECT_EQ(root->Child(0)->Sister(), root->Child(2));
     EXPECT_EQ(root->Child(QD_W("n")), root->Child(0));
@@ -186,9 +182,8 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     root->RemoveChildren();
 
     Put({{{2, 3, 4, 5}}, {{}, 1}, {{}, 1}, {{}, 1}, {{}, 1, 0, 99}});
-    const SP<BSmartObj> second = TakeOut("1");
-    root = dynamic_cast<BNode*>(second.Get());
-    ASSERT_NE(root, nullptr);
+    root = TakeOut("1");
+    ASSERT_TRUE(root);
     EXPECT_EQ(Order(*root), QD_W("n n n -"));
     root->RemoveChild(0);
     for (int i = 0; i < 20; ++i)
@@ -211,8 +206,7 @@ TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
         bottom->AddChild(new BNode, -1);
     BArchive(m_path, BArchive::ModeWrite, "class Doc", 0).Insert(root.Get(), "root");
     root = nullptr;
-    const SP<BSmartObj> object = TakeOut("root");
-    root = dynamic_cast<BNode*>(object.Get());
+    root = TakeOut("root");
     ASSERT_TRUE(root);
     int count = 0;
     for (BNodeItr itr(root.Get(), BNodeItr::All); itr; ++itr)
