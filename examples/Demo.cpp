@@ -6,17 +6,22 @@
 // in English or another language ("german"), lengths in "mm", "inch" or "thou".
 //
 // `qddemo compare FILE` loads it and proves that it is the same document.
+//
+// `qddemo compute [MILLIONS [LANGUAGE [UNIT]]]` measures a cloud of ten or as many million points
+// on a worker thread, with a progress bar; Ctrl+C breaks it off.
 
 #include "core/base/BString.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/tree/BNodeItr.h"
 #include "support/BThreadDispatcher.h"
 
+#include "examples/Computation.h"
 #include "examples/Document.h"
 #include "examples/View.h"
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string_view>
@@ -111,7 +116,8 @@ int Usage()
 {
     std::puts("qddemo save FILE\n"
               "qddemo show FILE [english|german [mm|inch|thou]]\n"
-              "qddemo compare FILE");
+              "qddemo compare FILE\n"
+              "qddemo compute [MILLIONS [english|german [mm|inch|thou]]]");
     return 2;
 }
 
@@ -123,17 +129,18 @@ int main(int argc, char** argv)
     const auto argument = [&](std::size_t index, std::string_view other) {
         return index < arguments.size() ? arguments[index] : other;
     };
+    const bool isShown = SwitchLanguage(argument(2, "english")) && SwitchUnit(argument(3, "mm"));
+    const std::string_view command = argument(0, "");
+    const std::uint64_t millions = std::strtoull(argument(1, "10").data(), nullptr, 10);
+    if (command == "compute" && isShown && millions != 0)
+        return RunComputation(millions * 1'000'000);
     if (arguments.size() < 2)
         return Usage();
-    const std::string_view command = arguments[0];
     const WString file(std::filesystem::path(arguments[1]).string<WChar>().c_str());
     RegisterDocumentClasses();
     if (command == "save")
         return Save(file);
     if (command == "compare")
         return Load(file, false);
-    if (command != "show" || !SwitchLanguage(argument(2, "english")) ||
-        !SwitchUnit(argument(3, "mm")))
-        return Usage();
-    return Load(file, true);
+    return command == "show" && isShown ? Load(file, true) : Usage();
 }
