@@ -58,6 +58,7 @@
 #include "core/profile/BProfileBase.h"
 #include "core/profile/EProfileMode.h"
 #include "core/profile/IProfile.h"
+#include "core/profile/OpenProfile.h"
 #include "core/sync/BAutoLock.h"
 #include "core/sync/BCriticalSection.h"
 #include "core/sync/BLockRW.h"

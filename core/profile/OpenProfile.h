@@ -1,0 +1,11 @@
+#pragma once
+
+#include "core/base/SP.h"
+#include "core/base/WString.h"
+#include "core/platform/Export.h"
+
+class BProfileBase;
+
+/// Opens an existing settings file for reading: as `BBinProfile` or `BProfile`, by what it holds.
+/// Null when it cannot be opened.
+[[nodiscard]] QD_CORE_API SP<BProfileBase> OpenProfile(WString path);
