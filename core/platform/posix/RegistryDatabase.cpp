@@ -41,6 +41,23 @@ constexpr const char* kCreate =
     " data BLOB NOT NULL, PRIMARY KEY (key, folded)) WITHOUT ROWID;"
     "PRAGMA user_version = 1";
 
+// One for all databases, so that none is in use when the process forks.
+constinit std::mutex g_lock;
+
+std::uint32_t g_waitStart = 0; // of a wait for another process; guarded by g_lock
+
+// Whether to try again while another process has a lock. Waits of SQLite's own grow, and a process
+// that writes on and on would leave them no gap to meet.
+int WaitForLock(void*, int attempt) noexcept
+{
+    if (attempt == 0)
+        g_waitStart = TickCount();
+    if (TickCount() - g_waitStart >= kPatienceMs)
+        return 0;
+    ::sqlite3_sleep(1);
+    return 1;
+}
+
 struct DatabaseCloser {
     void operator()(sqlite3* database) const noexcept { ::sqlite3_close(database); }
 };
@@ -180,16 +197,13 @@ DatabaseHandle OpenDatabase(const std::string& location)
     DatabaseHandle database(opened);
     if (result != SQLITE_OK)
         return nullptr;
-    ::sqlite3_busy_timeout(opened, kPatienceMs);
+    ::sqlite3_busy_handler(opened, &WaitForLock, nullptr);
     const bool isReady = Execute(opened, "PRAGMA encoding = 'UTF-16le';"
                                          "PRAGMA trusted_schema = OFF;"
                                          "PRAGMA cell_size_check = ON") &&
                          ChooseJournal(opened, IsLocal(location)) && CheckFormat(opened);
     return isReady ? std::move(database) : nullptr;
 }
-
-// One for all databases, so that none is in use when the process forks.
-constinit std::mutex g_lock;
 
 // Never destroyed, as keys may be used until the very end.
 std::list<RegistryDatabase>& Databases()
