@@ -1,0 +1,21 @@
+# Compares what GDB prints of PROGRAM with the file EXPECTED. "Skipped" where GDB cannot do that at
+# all.
+set(gdb ${GDB} --batch -nx -iex "set debuginfod enabled off")
+execute_process(COMMAND ${gdb} -ex "python print(1)" OUTPUT_VARIABLE output ERROR_QUIET)
+if(NOT output MATCHES "1")
+    message("Skipped: this gdb has no Python.")
+    return()
+endif()
+execute_process(COMMAND ${gdb} -ex "set host-charset UTF-8" -x ${PRINTERS} -x ${SCRIPT} ${PROGRAM}
+                OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+if(errors MATCHES "ptrace|Could not trace|Couldn't get")
+    message("Skipped: gdb may not trace programs here.")
+    return()
+endif()
+string(FIND "${output}" "sample." start)
+string(SUBSTRING "${output}" ${start} -1 output)
+string(REGEX REPLACE "0x[0-9a-f]+" "0x..." output "${output}")
+file(READ ${EXPECTED} expected)
+if(NOT output STREQUAL expected)
+    message(FATAL_ERROR "Expected:\n${expected}\nbut gdb printed:\n${output}\n${errors}")
+endif()
