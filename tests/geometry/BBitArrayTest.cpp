@@ -1,9 +1,8 @@
 #include "core/geometry/BBitArray.h"
 
-#include "core/archive/BArchive.h"
-
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/archive/ArchiveTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -166,7 +165,7 @@ protected:
         m_bytes = FileBytes(m_folder / "archive");
     }
 
-    SP<BSmartObj> Read(std::string_view payload)
+    SP<BBitArray> Read(std::string_view payload)
     {
         std::string bytes = m_bytes.substr(0, m_bytes.size() - kPayload.size() - 8);
         bytes += static_cast<char>(payload.size());
@@ -174,7 +173,7 @@ protected:
         bytes += payload;
         WriteFileBytes(m_folder / "archive", bytes);
         BArchive archive(m_path.CStr(), BArchive::ModeRead, "class Test", 1);
-        return archive.TakeOut("mask");
+        return TakeOutAs<BBitArray>(archive, "mask");
     }
 
     static constexpr std::string_view kPayload = "\x03\0\0\0\x02\0\0\0\x02\0\0\0"
@@ -188,8 +187,7 @@ TEST_F(BBitArrayRecord, HoldsExtentAndBytes)
 {
     EXPECT_TRUE(std::string_view(m_bytes).ends_with(kPayload));
 
-    const SP<BSmartObj> object = Read(kPayload);
-    const auto* array = dynamic_cast<const BBitArray*>(object.Get());
+    const SP<BBitArray> array = Read(kPayload);
     ASSERT_TRUE(array);
     EXPECT_EQ(array->Width(), 3);
     EXPECT_EQ(array->Height(), 2);
@@ -218,15 +216,10 @@ TEST_F(BBitArrayRecord, GivesNothingWhenItHoldsLessThanItDeclares)
 
 TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
 {
-    const std::string_view heads[] = {
-        "\0\0\0\0\x02\0\0\0\x01\0\0\0"sv,
-        "\x03\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0"sv,
-        "\x03\0\0\0\x02\0\0\0\0\0\0\0"sv,
-    };
-    for (const std::string_view& head : heads) {
-        SCOPED_TRACE(&head - heads);
-        const SP<BSmartObj> object = Read(head);
-        const auto* array = dynamic_cast<const BBitArray*>(object.Get());
+    for (const std::string_view& head :
+         {"\0\0\0\0\x02\0\0\0\x01\0\0\0"sv, "\x03\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0"sv,
+          "\x03\0\0\0\x02\0\0\0\0\0\0\0"sv}) {
+        const SP<BBitArray> array = Read(head);
         ASSERT_TRUE(array);
         EXPECT_EQ(array->Data(), nullptr);
     }

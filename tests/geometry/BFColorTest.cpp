@@ -113,10 +113,7 @@ TEST(BFColor, OffersItsStockColorsInTurn)
 
 TEST(BFColor, IsSixteenBytesInAFile)
 {
-    struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, Closer> file(std::tmpfile());
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
     ASSERT_TRUE(file);
     const BFColor color(1.0f, 0.5f, 0.25f, 0.0f);
     EXPECT_TRUE(color.Write(file.get()));

@@ -32,13 +32,9 @@ TEST(BRgba, IsOpaqueUnlessSaidOtherwise)
     EXPECT_EQ(pixel, BRgba(9, 9, 9, 255));
 }
 
-TEST(BRgb, WrapsInASum)
+TEST(BRgb, WrapsInASumThatLeavesAlphaToTheCaller)
 {
     EXPECT_EQ(BRgb(250, 10, 10) + 10, BRgb(4, 20, 20));
-}
-
-TEST(BRgba, LeavesAlphaToTheCallerInASum)
-{
     BRgba sum = BRgba(250, 10, 255, 250) + 10;
     EXPECT_EQ(sum.Rgb(), BRgb(4, 20, 9));
     sum.Alpha() = 77;
