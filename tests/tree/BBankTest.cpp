@@ -48,7 +48,7 @@ TEST(BBank, ContainersAreMadeAsFarAsTheyAreMissing)
     EXPECT_EQ(bank.Container(QD_W("//")), root.Get());
     EXPECT_EQ(bank.Container(QD_W("c/d e/f")), nullptr);
     EXPECT_EQ(bank.Container(QD_W("d/")), nullptr);
-    EXPECT_EQ(Order(*root), QD_W("a c d")) << "the names before a wrong one are there";
+    EXPECT_EQ(TextOf(*root), "root(a(b) c d)") << "the names before a wrong one are there";
     for (const WChar* path : {QD_W(""), QD_W("/"), QD_W("//e"), static_cast<const WChar*>(nullptr)})
         EXPECT_EQ(bank.Container(path), nullptr) << Narrow(path);
     EXPECT_EQ(root->ChildNum(), 3);

@@ -85,9 +85,9 @@ protected:
 // That nothing is lost on the way is shown by the golden archives.
 TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
 {
-    SP<BNode> root = Named(QD_W("root"));
-    SP<BNode> part = Append(*root, QD_W("part"));
-    Append(*part, QD_W("leaf"))->SetObj(new CountedPayload);
+    SP<BNode> root = TreeOf("root(part(leaf))");
+    SP<BNode> part = root->Child(0);
+    part->Child(0)->SetObj(new CountedPayload);
     part->AddAnnotation(part->Child(0));
     {
         BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
@@ -101,14 +101,14 @@ TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
     part = TakeOutAs<BNode>(archive, "part");
     ASSERT_TRUE(part);
     EXPECT_EQ(part->Parent(), nullptr);
-    EXPECT_EQ(Order(*part), QD_W("leaf"));
+    EXPECT_EQ(TextOf(*part), "part(leaf)");
     EXPECT_FALSE(part->AddAnnotation(part->Child(0))) << "it is the same node again";
     root = TakeOutAs<BNode>(archive, "root");
     ASSERT_TRUE(root);
     EXPECT_EQ(root->Child(0), part);
     EXPECT_EQ(part->Parent(), root);
     root->AddChild(Named(QD_W("c")).Get(), 0);
-    EXPECT_EQ(Order(*root), QD_W("part c"));
+    EXPECT_EQ(TextOf(*root), "root(part(leaf) c)");
 }
 
 TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
@@ -170,21 +170,21 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     Put({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 99}, {{}, 1}});
     SP<BNode> root = TakeOut("1");
     ASSERT_TRUE(root);
-    EXPECT_EQ(Order(*root), QD_W("n - n"));
+    EXPECT_EQ(TextOf(*root), "n(n - n)");
     EXPECT_EQ(root->Child(0)->Sister(), root->Child(2));
     EXPECT_EQ(root->Child(QD_W("n")), root->Child(0));
     EXPECT_TRUE(root->AddChild(new BNode, 0));
-    EXPECT_EQ(Order(*root), QD_W("n  - n"));
+    EXPECT_EQ(TextOf(*root), "n(n  - n)");
     root->RemoveChild(0);
     root->RemoveChild(0);
     EXPECT_TRUE(root->AddChild(Named(QD_W("s")).Get(), 0)) << "behind the null entry";
-    EXPECT_EQ(Order(*root), QD_W("- s n"));
+    EXPECT_EQ(TextOf(*root), "n(- s n)");
     root->RemoveChildren();
 
     Put({{{2, 3, 4, 5}}, {{}, 1}, {{}, 1}, {{}, 1}, {{}, 1, 0, 99}});
     root = TakeOut("1");
     ASSERT_TRUE(root);
-    EXPECT_EQ(Order(*root), QD_W("n n n -"));
+    EXPECT_EQ(TextOf(*root), "n(n n n -)");
     root->RemoveChild(0);
     for (int i = 0; i < 20; ++i)
         Append(*root, QD_W("n"));
@@ -196,12 +196,7 @@ TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
     constexpr int kDepth = 1'000'000;
     constexpr int kWidth = 100'000;
     SP<BNode> root(new BNode);
-    BNode* bottom = root.Get();
-    for (int i = 0; i < kDepth; ++i) {
-        const SP<BNode> child(new BNode);
-        bottom->AddChild(child.Get(), -1);
-        bottom = child.Get();
-    }
+    BNode* bottom = AppendLine(*root, kDepth);
     for (int i = 0; i < kWidth; ++i)
         bottom->AddChild(new BNode, -1);
     BArchive(m_path, BArchive::ModeWrite, "class Doc", 0).Insert(root.Get(), "root");

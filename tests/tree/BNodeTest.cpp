@@ -23,12 +23,11 @@ std::uint64_t Number(const void* pointer)
 
 TEST(BNode, ChildrenStandWhereTheIndexPutsThem)
 {
-    const SP<BNode> root = Named(QD_W("root"));
-    BNode* a = Append(*root, QD_W("A"));
+    const SP<BNode> root = TreeOf("root(A)");
+    BNode* a = root->Child(0);
     EXPECT_TRUE(root->AddChild(Named(QD_W("B")).Get(), 1)) << "not below ChildNum: appended";
     EXPECT_TRUE(root->AddChild(Named(QD_W("C")).Get(), 0)) << "behind the first";
     EXPECT_TRUE(root->AddChild(Named(QD_W("D")).Get(), 99));
-    EXPECT_EQ(Order(*root), QD_W("A C B D"));
     const SP<BNode> refused = Named(QD_W("X"));
     for (const int index : {1, 2, 3})
         EXPECT_FALSE(root->AddChild(refused.Get(), index)) << index;
@@ -37,8 +36,7 @@ TEST(BNode, ChildrenStandWhereTheIndexPutsThem)
     EXPECT_FALSE(root->AddChild(root.Get(), -1));
     EXPECT_FALSE(a->AddChild(root.Get(), -1)) << "would be above itself";
     EXPECT_EQ(refused->Parent(), nullptr);
-    EXPECT_EQ(Order(*root), QD_W("A C B D"));
-
+    EXPECT_EQ(TextOf(*root), "root(A C B D)");
     EXPECT_EQ(a->Sister(), root->Child(1));
     for (const BNode* none :
          {root->Child(3)->Sister(), root->Sister(), root->Child(-1), root->Child(4)})
@@ -49,10 +47,10 @@ TEST(BNode, ChildrenStandWhereTheIndexPutsThem)
 
 TEST(BNode, RemovedChildrenLoseTheirParentOrDie)
 {
-    const SP<BNode> root = Named(QD_W("root"));
-    const SP<BNode> kept = Append(*root, QD_W("kept"));
-    Append(*root, QD_W("b"))->SetObj(new CountedPayload);
-    BNode* inner = Append(*kept, QD_W("inner"));
+    const SP<BNode> root = TreeOf("root(kept(inner) b)");
+    const SP<BNode> kept = root->Child(0);
+    BNode* inner = kept->Child(0);
+    root->Child(1)->SetObj(new CountedPayload);
     EXPECT_EQ(CountedPayload::alive, 1);
     EXPECT_FALSE(root->RemoveChild(inner) || root->RemoveChild(QD_W("kept/inner")))
         << "not its own child";
@@ -71,12 +69,11 @@ TEST(BNode, RemovedChildrenLoseTheirParentOrDie)
 
 TEST(BNode, PathsLeadToTheFirstMatchWithoutRegardToCase)
 {
-    const SP<BNode> root = Named(QD_W("root"));
-    BNode* a = Append(*root, QD_W("a"));
-    BNode* b = Append(*a, QD_W("b"));
-    Append(*root, QD_W("A"));
+    const SP<BNode> root = TreeOf("root(a(b ) A)");
+    BNode* a = root->Child(0);
+    BNode* b = a->Child(0);
+    BNode* empty = a->Child(1);
     BNode* strasse = Append(*root, QD_W("Stra\u00DFe"));
-    BNode* empty = Append(*a, QD_W(""));
     struct Case {
         const WChar* path;
         BNode* found;
@@ -139,10 +136,8 @@ TEST(BNode, ManyChildrenAreFoundAfterEveryChange)
 
 TEST(BNode, SuggestsTextsThatNoChildHas)
 {
-    const SP<BNode> root = Named(QD_W("root"));
-    EXPECT_EQ(root->ChildTextSuggestion(QD_W("X")), QD_W("X001"));
-    Append(*root, QD_W("plane003"));
-    Append(*root, QD_W("x"));
+    EXPECT_EQ(BNode().ChildTextSuggestion(QD_W("X")), QD_W("X001"));
+    const SP<BNode> root = TreeOf("root(plane003 x)");
     EXPECT_EQ(root->ChildTextSuggestion(QD_W("Plane")), QD_W("Plane004"));
     EXPECT_EQ(root->ChildTextSuggestion(WString()), QD_W("003"));
     for (int i = 2; i < 1000; ++i)
@@ -245,8 +240,7 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
 // The sanitizers watch for what the functions touch afterwards.
 TEST(BNode, AReceiverMayLetGoOfTheNodeThatReports)
 {
-    const SP<BNode> source = Named(QD_W("source"));
-    Append(*source, QD_W("below"));
+    const SP<BNode> source = TreeOf("source(below)");
     void (*const changes[])(BNode&, const BNode&) = {
         [](BNode& node, const BNode&) { node.AddChild(new BNode, -1); },
         [](BNode& node, const BNode&) { node.RemoveChild(0); },
@@ -254,9 +248,8 @@ TEST(BNode, AReceiverMayLetGoOfTheNodeThatReports)
         [](BNode& node, const BNode& other) { node.Copy(other); },
     };
     for (const auto change : changes) {
-        const SP<BNode> root(new BNode);
-        BNode* const node = Append(*root, QD_W("node"));
-        Append(*node, QD_W("child"));
+        const SP<BNode> root = TreeOf("root(node(child))");
+        BNode* const node = root->Child(0);
         node->AddAnnotation(source.Get());
         RecordingDispatcher dispatcher;
         dispatcher.OnSend([&] { root->RemoveChildren(); });
@@ -267,15 +260,12 @@ TEST(BNode, AReceiverMayLetGoOfTheNodeThatReports)
 
 TEST(BNode, FlagsAnswerForTheBranch)
 {
-    const SP<BNode> root = Named(QD_W("root"));
-    BNode* a = Append(*root, QD_W("a"));
-    BNode* b = Append(*a, QD_W("b"));
-    EXPECT_TRUE(b->IsBranchActive());
+    const SP<BNode> root = TreeOf("root(a(b))");
+    BNode* a = root->Child(0);
+    BNode* b = a->Child(0);
+    EXPECT_TRUE(b->IsBranchActive() && !b->IsLocked());
     a->Deactivate();
-    EXPECT_TRUE(b->IsActive());
-    EXPECT_FALSE(b->IsBranchActive());
-    EXPECT_TRUE(root->IsBranchActive());
-    EXPECT_FALSE(b->IsLocked());
+    EXPECT_TRUE(b->IsActive() && !b->IsBranchActive() && root->IsBranchActive());
 
     a->SetObj(new CountedPayload);
     b->SetObj(a->GetObj());
@@ -286,46 +276,36 @@ TEST(BNode, FlagsAnswerForTheBranch)
 
 TEST(BNode, CopiesShareWhatIsBesideANodeAndCopyWhatIsBelow)
 {
-    const SP<BNode> root = Named(QD_W("root"));
+    const SP<BNode> root = TreeOf("root(a(b))");
+    BNode* a = root->Child(0);
+    a->Child(0)->Deactivate();
     root->SetObj(new CountedPayload);
     root->AddAttrib(new NumberAttribute(QD_W("t"), 1));
     root->AddAnnotation(new CountedPayload);
-    BNode* a = Append(*root, QD_W("a"));
-    Append(*a, QD_W("b"))->Deactivate();
-    const SP<BNode> parent = Named(QD_W("parent"));
-    BNode* copy = Append(*parent, QD_W("old"));
-    Append(*copy, QD_W("gone"));
+    const SP<BNode> parent = TreeOf("parent(old(gone))");
+    BNode* copy = parent->Child(0);
 
     copy->Copy(*root);
-    EXPECT_EQ(copy->Parent(), parent.Get());
-    EXPECT_EQ(copy->GetText(), QD_W("root"));
+    EXPECT_EQ(TextOf(*parent), "parent(root(a(b)))");
     EXPECT_EQ(copy->GetObj(), root->GetObj());
     EXPECT_EQ(copy->Attrib(0), root->Attrib(0));
     EXPECT_EQ(copy->AnnotationNum(), 1);
-    EXPECT_EQ(Order(*copy), QD_W("a"));
     EXPECT_NE(copy->Child(0), a);
-    EXPECT_EQ(copy->Child(0)->Parent(), copy);
+    EXPECT_EQ(copy->Child(0)->Root(), parent);
     EXPECT_FALSE(copy->Child(QD_W("a/b"))->IsActive());
     *a = *root; // a copy of what is above
-    EXPECT_EQ(Order(*root), QD_W("root"));
-    EXPECT_NE(root->Child(QD_W("root/a/b")), nullptr);
+    EXPECT_EQ(TextOf(*root), "root(root(a(b)))");
     *root = *root->Child(0); // and of what is below
-    EXPECT_EQ(Order(*root), QD_W("a"));
     EXPECT_EQ(CountedPayload::alive, 2);
     *root = *root;
-    EXPECT_EQ(Order(*root), QD_W("a"));
+    EXPECT_EQ(TextOf(*root), "root(a(b))");
 }
 
 TEST(BNode, DepthDoesNotMatter)
 {
     constexpr int kDepth = 1'000'000;
     SP<BNode> top(new BNode);
-    BNode* bottom = top.Get();
-    for (int i = 0; i < kDepth; ++i) {
-        SP<BNode> child(new BNode);
-        bottom->AddChild(child.Get(), -1);
-        bottom = child.Get();
-    }
+    BNode* bottom = AppendLine(*top, kDepth);
     bottom->SetObj(new CountedPayload);
     EXPECT_EQ(bottom->Root(), top.Get());
     EXPECT_EQ(top->AllocatedMemory(false), 100U);

@@ -78,10 +78,10 @@ protected:
         return m_visitor->m_calls;
     }
 
-    SP<BNode> m_s = Named(QD_W("S"));
-    BNode* m_a = Append(*m_s, QD_W("A"));
-    BNode* m_b = Append(*m_s, QD_W("B"));
-    BNode* m_a1 = Append(*m_a, QD_W("A1"));
+    SP<BNode> m_s = TreeOf("S(A(A1) B)");
+    BNode* m_a = m_s->Child(0);
+    BNode* m_b = m_s->Child(1);
+    BNode* m_a1 = m_a->Child(0);
     SP<WritingVisitor> m_visitor = new WritingVisitor;
 };
 
@@ -192,11 +192,9 @@ TEST(BVisitor, DepthAndWidthDoNotMatter)
     constexpr int kCount = 200'000;
     const SP<BNode> line(new BNode);
     const SP<BNode> comb(new BNode);
-    BNode* bottom = line.Get();
-    for (int i = 0; i < kCount; ++i) {
-        bottom = Append(*bottom, nullptr);
+    AppendLine(*line, kCount);
+    for (int i = 0; i < kCount; ++i)
         Append(*comb, nullptr);
-    }
     class Counter : public BVisitor {
     public:
         bool TreatNode(BNode*) override { return ++m_nodes == 0; }

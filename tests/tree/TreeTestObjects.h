@@ -4,8 +4,8 @@
 #include "core/base/ClassRegistry.h"
 #include "core/tree/BNode.h"
 
-#include <memory>
 #include <string>
+#include <string_view>
 
 /// An object that counts how many of its kind live.
 class CountedPayload : public BSmartObj {
@@ -56,14 +56,41 @@ inline BNode* Append(BNode& parent, const WChar* text)
     return parent.AddChild(child.Get(), -1) ? child.Get() : nullptr;
 }
 
-/// The texts of a node's children, in order, with a blank between them; "-" for a null entry.
-inline WString Order(const BNode& node)
+/// A tree as text: "S(A(A1 A2) B)"; "-" stands for a null entry.
+inline std::string TextOf(const BNode& node)
 {
-    WString order;
+    std::string text = node.GetText().AsString().CStr();
     for (int i = 0; i < node.ChildNum(); ++i) {
-        if (i != 0)
-            order += QD_W(' ');
-        order += node.Child(i) != nullptr ? node.Child(i)->GetText() : WString(QD_W("-"));
+        text += i == 0 ? '(' : ' ';
+        text += node.Child(i) != nullptr ? TextOf(*node.Child(i)) : "-";
     }
-    return order;
+    return node.ChildNum() != 0 ? text + ')' : text;
+}
+
+/// The tree that such a text describes.
+inline SP<BNode> TreeOf(std::string_view text)
+{
+    SP<BNode> root(new BNode);
+    BNode* node = root.Get();
+    for (const char character : text) {
+        if (character == '(' || character == ' ') {
+            node = Append(character == '(' ? *node : *node->Parent(), nullptr);
+        } else if (character == ')') {
+            node = node->Parent();
+        } else {
+            WString longer = node->GetText();
+            longer += static_cast<WChar>(character);
+            node->SetText(longer);
+        }
+    }
+    return root;
+}
+
+/// The lowest of `depth` nodes, each the only child of the one before and the first of `top`.
+inline BNode* AppendLine(BNode& top, int depth)
+{
+    BNode* bottom = &top;
+    for (int i = 0; i < depth; ++i)
+        bottom = Append(*bottom, nullptr);
+    return bottom;
 }
