@@ -226,6 +226,7 @@ struct RegistryDatabase::Connection {
     [[nodiscard]] Statement Prepared(const char* sql) const { return Prepare(database.get(), sql); }
 
     DatabaseHandle database; // outlives its statements
+    bool leavesGaps = false; // after each write, for other processes
     Statement begin = Prepared("BEGIN IMMEDIATE");
     Statement commit = Prepared("COMMIT");
     Statement rollback = Prepared("ROLLBACK");
@@ -258,6 +259,8 @@ struct RegistryDatabase::Connection {
         {
             const bool isDone = Run(m_connection.commit).IsDone();
             m_isOpen = !isDone;
+            if (isDone && m_connection.leavesGaps)
+                ::sqlite3_sleep(2);
             return isDone;
         }
 
@@ -374,6 +377,9 @@ bool RegistryDatabase::IsOpen()
     if (!database)
         return false;
     auto connection = std::make_unique<Connection>(std::move(database));
+    // A journal keeps the lock for as long as the disk takes. Who writes on and on would have it
+    // all the time.
+    connection->leavesGaps = !IsLocal(m_location);
     if (connection->IsReady())
         m_connection = std::move(connection);
     return m_connection != nullptr;
