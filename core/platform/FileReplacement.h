@@ -42,7 +42,7 @@ public:
 
     /// Puts the new content in place, synchronised before it shows under the name. False when
     /// something of it was not written; the old content then stays, unless it was to be written
-    /// over.
+    /// over. On Windows, others who have the old file open are waited for up to two seconds.
     [[nodiscard]] bool Commit() noexcept;
 
 private:

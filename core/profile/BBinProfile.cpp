@@ -241,8 +241,7 @@ bool BBinProfile::ReadUnicodeFormat(BFile& file)
 
 bool BBinProfile::Write() const
 {
-    VariantBytes
-        bytes; // all of them, so that a file that must be written in place is soon complete
+    VariantBytes bytes; // to write each piece to the stream would take as long as all the rest
     bytes.Append(kUnicodeFormatId);
     for (const auto& item : m_values) {
         bytes.AppendText(item.key);

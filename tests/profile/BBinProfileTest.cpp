@@ -8,9 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <thread>
 
 using namespace std::string_literals;
 
@@ -161,6 +163,25 @@ TEST(BBinProfile, WritesTheFileOnlyWhenItMayAndSomethingChanged)
     std::filesystem::permissions(folder / "p", std::filesystem::perms::owner_all);
     BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("b"), 2);
     EXPECT_EQ(FileBytes(folder / "p"), kWideId + Wide("[default]b") + Int(2));
+}
+
+// Where a file that is open cannot be replaced, the one who saves waits.
+TEST(BBinProfile, SavesWhileOthersRead)
+{
+    const TemporaryFolder folder;
+    BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 0);
+    std::atomic<bool> isDone = false;
+    std::thread reader([&] {
+        while (!isDone)
+            BBinProfile(folder.Path("p"), ProfileReadOnly);
+    });
+    for (int value = 1; value <= 20; ++value)
+        BBinProfile(folder.Path("p"), ProfileReadWrite).WriteInt(value, QD_W("a"), value);
+    isDone = true;
+    reader.join();
+    BBinProfile profile(folder.Path("p"), ProfileReadOnly);
+    for (int value = 1; value <= 20; ++value)
+        EXPECT_EQ(profile.ReadInt(value, QD_W("a"), 0), value);
 }
 
 TEST(BBinProfile, ReadsWhatADamagedFileStillHolds)

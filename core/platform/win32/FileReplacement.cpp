@@ -111,17 +111,32 @@ bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised
            (!isSynchronised || SyncFile(_fileno(stream.get())));
 }
 
+// The first keeps what belongs to the old file: its access list, its attributes, its date.
+bool TryToMoveOver(const std::wstring& target, bool isThere, const std::wstring& draft)
+{
+    return (isThere && ::ReplaceFileW(target.c_str(), draft.c_str(), nullptr,
+                                      REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) ||
+           ::MoveFileExW(draft.c_str(), target.c_str(),
+                         MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+}
+
+bool IsInUse(DWORD error)
+{
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
+}
+
+// Whoever has the old file open keeps it in place, mostly for moments.
 bool MoveOver(const std::wstring& target, bool isThere, std::wstring& draft)
 {
-    // The first keeps what belongs to the old file: its access list, its attributes, its date.
-    const bool isMoved =
-        (isThere && ::ReplaceFileW(target.c_str(), draft.c_str(), nullptr,
-                                   REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) ||
-        ::MoveFileExW(draft.c_str(), target.c_str(),
-                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
-    if (isMoved)
-        draft.clear();
-    return isMoved;
+    constexpr int attempts = 100;
+    constexpr DWORD pauseMs = 20;
+    for (int i = 0; !TryToMoveOver(target, isThere, draft); ++i) {
+        if (i == attempts || !IsInUse(::GetLastError()))
+            return false;
+        ::Sleep(pauseMs);
+    }
+    draft.clear();
+    return true;
 }
 
 } // namespace
