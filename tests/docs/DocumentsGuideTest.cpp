@@ -1,0 +1,135 @@
+// The code of docs/documents.md.
+
+#include "core/archive/BArchive.h"
+#include "core/base/BArray.h"
+#include "core/base/ClassRegistry.h"
+#include "support/SaveArchive.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+/// The tip of a probe; several probes may share one.
+class ProbeTip : public BSmartObj {
+public:
+    explicit ProbeTip(double diameter = 0)
+        : m_diameter(diameter)
+    {}
+
+    [[nodiscard]] double Diameter() const noexcept { return m_diameter; }
+
+    void WriteData(BArchive& archive) const override { archive << m_diameter; }
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        SP<ProbeTip> tip(new ProbeTip);
+        archive >> tip->m_diameter;
+        return tip;
+    }
+
+private:
+    double m_diameter; // millimetres
+};
+
+/// A probe with a name, its tip and the offsets that were measured with it.
+class Probe : public BSmartObj {
+public:
+    Probe() = default;
+    Probe(const WString& name, SP<ProbeTip> tip)
+        : m_name(name)
+        , m_tip(tip)
+    {}
+
+    [[nodiscard]] ProbeTip* Tip() const noexcept { return m_tip.Get(); }
+    [[nodiscard]] BArray<double>& Offsets() noexcept { return m_offsets; }
+
+    int Version() const override { return 2; } // 2: with offsets
+    void WriteData(BArchive& archive) const override;
+    static SP<BSmartObj> Read(BArchive& archive, int version);
+    void UpdateAssociations(BArchive& archive) override;
+    bool VerifyObj() override { return static_cast<bool>(m_tip); }
+
+private:
+    void ReadOffsets(BArchive& archive);
+
+    WString m_name;
+    SP<ProbeTip> m_tip;
+    void* m_tipIndex = nullptr; // between `Read` and `UpdateAssociations`
+    BArray<double> m_offsets;
+};
+
+void Probe::WriteData(BArchive& archive) const
+{
+    archive << m_name << m_tip.Get(); // the tip's index; the tip gets a record of its own
+    archive << static_cast<int>(m_offsets.Count());
+    for (const double offset : m_offsets)
+        archive << offset;
+}
+
+SP<BSmartObj> Probe::Read(BArchive& archive, int version)
+{
+    SP<Probe> probe(new Probe);
+    archive >> probe->m_name >> probe->m_tipIndex;
+    archive.TakeOutLater(reinterpret_cast<std::uintptr_t>(probe->m_tipIndex));
+    if (version >= 2)
+        probe->ReadOffsets(archive);
+    return probe;
+}
+
+void Probe::ReadOffsets(BArchive& archive)
+{
+    int count = 0;
+    archive >> count;
+    if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / sizeof(double))
+        throw ArchiveFormatFault;
+    for (int i = 0; i < count; ++i) {
+        double offset = 0;
+        archive >> offset;
+        m_offsets.Append(offset);
+    }
+}
+
+void Probe::UpdateAssociations(BArchive& archive)
+{
+    const SP<BSmartObj> tip = archive.QueryObject(m_tipIndex);
+    m_tip = dynamic_cast<ProbeTip*>(tip.Get());
+}
+
+void RegisterProbeClasses()
+{
+    RegisterArchiveCallback(BSmartObj::ClassName(typeid(Probe)), &Probe::Read);
+    RegisterArchiveCallback(BSmartObj::ClassName(typeid(ProbeTip)), &ProbeTip::Read);
+}
+
+bool SaveProbe(const WString& path, const SP<Probe>& probe)
+{
+    return SaveArchive(path, "class ProbeDocument", 1,
+                       [&](BArchive& archive) { archive.Insert(probe.Get(), "probe"); });
+}
+
+SP<Probe> LoadProbe(const WString& path)
+{
+    BArchive archive(path, BArchive::ModeRead, "class ProbeDocument", 1);
+    const SP<BSmartObj> object = archive.TakeOut("probe");
+    return SP<Probe>(dynamic_cast<Probe*>(object.Get())); // null: no such file, or damaged
+}
+
+TEST(DocumentsGuide, ItsProbeComesBack)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("probe.qda");
+    RegisterProbeClasses();
+    const SP<Probe> probe(new Probe(QD_W("P1"), new ProbeTip(3.5)));
+    probe->Offsets().Append(0.25);
+    ASSERT_TRUE(SaveProbe(path, probe));
+    const SP<Probe> loaded = LoadProbe(path);
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(loaded->Tip()->Diameter(), 3.5);
+    EXPECT_EQ(loaded->Offsets()[0], 0.25);
+
+    const std::string bytes = FileBytes(folder / "probe.qda");
+    WriteFileBytes(folder / "probe.qda", bytes.substr(0, bytes.size() - 1));
+    EXPECT_FALSE(LoadProbe(path));
+}

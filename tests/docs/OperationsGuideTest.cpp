@@ -1,0 +1,81 @@
+// The code of docs/operations.md.
+
+#include "core/base/BError.h"
+#include "core/operation/BAsyncOperationInterface.h"
+#include "core/operation/BMessageReceiver.h"
+#include "support/BThreadDispatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+/// The mean of all deviations; 0 when it was stopped. Knows neither threads nor windows.
+double MeanDeviation(const std::vector<double>& deviations, BOperationInterface& operation)
+{
+    operation.StatusInfo(QD_W("$IDS_Measuring"));
+    double sum = 0;
+    for (std::size_t i = 0; i < deviations.size(); ++i) {
+        if (i % 1000 == 0) {
+            if (operation.IsStopping())
+                return 0;
+            operation.ProgressInfo(static_cast<unsigned int>(100 * i / deviations.size()));
+        }
+        sum += deviations[i];
+    }
+    if (deviations.empty())
+        operation.ErrorInfo(BError(7001));
+    return deviations.empty() ? 0 : sum / static_cast<double>(deviations.size());
+}
+
+/// Shows how far an operation is. Called on the dispatcher's thread alone.
+class ProgressDisplay final : public BMessageReceiver {
+public:
+    void Receive(unsigned int message, std::uint64_t first, std::uint64_t second) override
+    {
+        if (message < 8195 || message > 8197)
+            return;
+        auto* operation = reinterpret_cast<BAsyncOperationInterface*>(first);
+        if (message == 8195)
+            status = operation->FetchStatusMessage(static_cast<int>(second), false);
+        else if (message == 8196)
+            percent = second;
+        else
+            error = operation->GetError().Error();
+    }
+
+    WString status;
+    std::uint64_t percent = 0;
+    int error = 0;
+};
+
+double MeasureWithDisplay(const std::vector<double>& deviations, ProgressDisplay& display)
+{
+    const SP<BThreadDispatcher> dispatcher(new BThreadDispatcher); // when the program starts
+    dispatcher->AddReceiver(&display);
+    BDispatcher::RegisterDispatcher(dispatcher);
+
+    double mean = 0;
+    BAsyncOperationInterface operation; // lives until its messages are delivered
+    std::thread worker([&] { mean = MeanDeviation(deviations, operation); });
+    worker.join(); // a user interface goes on meanwhile; a button calls operation.Stop()
+
+    BDispatcher::RegisterDispatcher(nullptr); // when the program ends
+    dispatcher->Shutdown();                   // delivers what is still queued
+    return mean;
+}
+
+TEST(OperationsGuide, ItsWorkerReports)
+{
+    ProgressDisplay display;
+    EXPECT_EQ(MeasureWithDisplay(std::vector<double>(10'000, 0.5), display), 0.5);
+    EXPECT_EQ(display.status, QD_W("$IDS_Measuring"));
+    EXPECT_EQ(display.percent, 90u);
+    EXPECT_EQ(display.error, 0);
+    EXPECT_EQ(MeasureWithDisplay({}, display), 0.0);
+    EXPECT_EQ(display.error, 7001);
+
+    BAsyncOperationInterface stopped;
+    stopped.Stop();
+    EXPECT_EQ(MeanDeviation({1.0}, stopped), 0.0);
+}

@@ -1,0 +1,80 @@
+// The code of docs/settings.md.
+
+#include "core/profile/BBinProfile.h"
+#include "core/profile/BConfig.h"
+#include "core/profile/BIniProfile.h"
+#include "core/profile/BProfile.h"
+#include "core/profile/OpenProfile.h"
+
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+int ReadWidth(const WString& path)
+{
+    BProfile profile(path, ProfileReadWrite);
+    profile.SetSection(QD_W("Window"));
+    return profile.ReadInt(QD_W("Width"), 800); // "Width=800" stands in the file from now on
+}
+
+bool ReadSpeed(const WString& path, int& speed)
+{
+    const BIniProfile profile(path, QD_W("Probe"), true); // missing keys are written
+    return profile.Read(QD_W("Speed"), speed, 1, 100);    // clamped to 1..100, but false beyond
+}
+
+void SaveView(const WString& path, const double (&matrix)[6])
+{
+    BBinProfile profile(path, ProfileReadWrite);
+    profile.SetSection(QD_W("View"));
+    for (int i = 0; i < 6; ++i)
+        profile.WriteDouble(i, QD_W("Matrix"), matrix[i]); // Matrix0 to Matrix5, every bit kept
+} // written when the profile is destroyed
+
+double ReadFirstOfView(const WString& path)
+{
+    const SP<BProfileBase> profile = OpenProfile(path); // text or binary, by what the file holds
+    if (!profile)
+        return 0;
+    profile->SetSection(QD_W("View"));
+    return profile->ReadDouble(0, QD_W("Matrix"), 1.0);
+}
+
+int ReadRecentCount(BConfig& config)
+{
+    int count = 4; // stays when there is none
+    config.Child(QD_W("Recent"))->ReadInt(QD_W("Count"), count);
+    return count;
+}
+
+namespace {
+
+class EmptyConfig final : public BConfig {
+public:
+    SP<BConfig> Child(WString) override { return new EmptyConfig; }
+    int ReadString(WString, WString&) const override { return kConfigFailed; }
+    int WriteString(WString, WString) override { return kConfigFailed; }
+};
+
+} // namespace
+
+TEST(SettingsGuide, ItsSettingsAreReadAndWritten)
+{
+    const TemporaryFolder folder;
+    const WString text = folder.Path("settings.ini");
+    EXPECT_EQ(ReadWidth(text), 800);
+    EXPECT_TRUE(BProfile(text, ProfileReadOnly).ExistsSection(QD_W("Window")));
+
+    int speed = 40;
+    EXPECT_FALSE(ReadSpeed(text, speed)); // it was missing
+    EXPECT_TRUE(ReadSpeed(text, speed));
+    EXPECT_EQ(speed, 40);
+
+    const WString binary = folder.Path("view.bin");
+    SaveView(binary, {0.1, 0, 0, 0, 1, 0});
+    EXPECT_EQ(ReadFirstOfView(binary), 0.1);
+    EXPECT_EQ(ReadFirstOfView(text), 1.0);
+
+    const SP<BConfig> config = new EmptyConfig;
+    EXPECT_EQ(ReadRecentCount(*config), 4);
+}
