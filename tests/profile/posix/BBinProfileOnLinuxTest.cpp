@@ -42,7 +42,7 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
     const TemporaryFolder folder;
     BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 1);
     const std::string before = FileBytes(folder / "p");
-    for (const rlim_t size : {0, 1, 1000, 100'000}) {
+    for (const rlim_t size : {0U, 1U, 1000U, 100'000U}) {
         SCOPED_TRACE(size);
         const FileSizeLimit limit(size);
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
