@@ -395,7 +395,7 @@ TEST_F(BArchiveTest, AFileThatIsCutWhileItIsReadGivesNoHalfObjects)
 TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
 {
     SP<Unwritable> unwritable(new Unwritable);
-    for (const std::size_t size : {8, 3'000'000}) { // the larger one reaches the file meanwhile
+    for (const std::size_t size : {8U, 3'000'000U}) { // the larger one reaches the file meanwhile
         unwritable->m_size = size;
         unwritable->m_fails = true;
         BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);

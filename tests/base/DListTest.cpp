@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <initializer_list>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -38,24 +40,11 @@ Numbers Backwards(const DList<int>& list)
 static_assert(sizeof(DList<int>::Iterator) == sizeof(void*));
 static_assert(!std::is_convertible_v<DList<int>::ConstIterator, DList<int>::Iterator>);
 
-/// Looks into its list when it dies.
-struct Curious : Counted {
-    Curious(int& lives, const DList<SP<Curious>>& ownList, int& seen)
-        : Counted(lives)
-        , list(ownList)
-        , countSeen(seen)
-    {}
-    ~Curious() override { countSeen = list.Count(); }
-    const DList<SP<Curious>>& list;
-    int& countSeen;
-};
-
 } // namespace
 
 TEST(DList, LinksBothWays)
 {
     DList<int> list;
-    EXPECT_EQ(list.Count(), 0);
     EXPECT_FALSE(list.Tail());
     list.AddTail(2);
     list.AddHead(1);
@@ -125,16 +114,20 @@ TEST(DList, CopiesElementsAndMovesLinks)
 
 TEST(DList, DestroysElementsAfterTheyHaveLeft)
 {
-    int lives = 0;
-    int seen = -1;
+    struct Curious : BSmartObj {
+        explicit Curious(std::function<void()> look)
+            : m_look(std::move(look))
+        {}
+        ~Curious() override { m_look(); }
+        std::function<void()> m_look;
+    };
     DList<SP<Curious>> list;
+    Numbers counts;
     for (int i = 0; i < 3; ++i)
-        list.AddTail(new Curious(lives, list, seen));
+        list.AddTail(new Curious([&] { counts.push_back(list.Count()); }));
     list.Erase(list.begin());
-    EXPECT_EQ(seen, 2);
     list.RemoveAll();
-    EXPECT_EQ(seen, 0);
-    EXPECT_EQ(lives, 0);
+    EXPECT_EQ(counts, (Numbers{2, 0, 0}));
 }
 
 TEST(DList, StaysAsItWasWhenACopyThrows)

@@ -9,12 +9,6 @@
 
 namespace {
 
-class Incomplete;
-struct Holder {
-    SP<Incomplete> MakeOne();
-    void Take(SP<const Incomplete> taken);
-};
-
 struct Base : Counted {
     using Counted::Counted;
 };

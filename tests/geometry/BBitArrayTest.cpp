@@ -144,12 +144,10 @@ TEST(BBitArray, CopiesItsData)
     BBitArray copy(original);
     copy.SetAllBits();
     EXPECT_EQ(Digits(original), "123456");
-    BBitArray assigned(16, 9, 9);
-    assigned = original;
-    EXPECT_EQ(Digits(assigned), "123456");
-    const BBitArray& itself = assigned;
-    assigned = itself;
-    EXPECT_EQ(Digits(assigned), "123456");
+    copy = BBitArray(16, 9, 9) = original;
+    const BBitArray& itself = copy;
+    copy = itself;
+    EXPECT_EQ(Digits(copy), "123456");
 }
 
 /// An archive of one array whose payload the tests replace.

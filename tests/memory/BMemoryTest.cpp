@@ -20,7 +20,7 @@ TEST(BMemory, OnlyGrows)
     memory.Release();
     std::memset(memory.Allocate(1'000'000), 'b', 1'000'000);
     memory.Release();
-    for (const std::uint64_t shift : {0, 1}) {
+    for (const std::uint64_t shift : {0U, 1U}) {
         EXPECT_EQ(memory.Allocate(std::numeric_limits<std::uint64_t>::max() >> shift), nullptr);
         memory.Release();
     }

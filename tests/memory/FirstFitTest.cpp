@@ -98,7 +98,7 @@ TEST(CStdMemoryManager, PlacesBlocksAsPlainFirstFitDoes)
     for (const Workload& workload : workloads) {
         for (unsigned seed = 1; seed <= 3; ++seed) {
             SCOPED_TRACE(testing::Message() << workload.initialSize << " pages, seed " << seed);
-            Replay(workload, seed, 20'000);
+            Replay(workload, seed, 10'000);
             if (testing::Test::HasFatalFailure())
                 return;
         }
