@@ -73,9 +73,9 @@ TEST_F(BIniProfileFile, WritesDefaultsWhereItShall)
         EXPECT_EQ(FileBytes(m_file), writes ? "[S]\r\nempty=7\r\nbad=7\r\nmissing=7\r\n"
                                             : "[S]\r\nempty=\r\nbad=x\r\n");
     }
-    const BIniProfile made(m_folder.Path("new/made.ini"), QD_W("S"), true);
+    const BIniProfile made(m_folder.Path("new\\made.ini"), QD_W("S"), true);
     EXPECT_EQ(made.GetInt(QD_W("n"), 7), 7);
-    BProfile same(m_folder.Path("new/made.ini"), ProfileReadOnly);
+    BProfile same(m_folder.Path("new\\made.ini"), ProfileReadOnly);
     same.SetSection(QD_W("S"));
     EXPECT_EQ(same.ReadInt(QD_W("n"), 0), 7);
 }

@@ -55,7 +55,7 @@ TEST_F(BProfileFile, EachModeTreatsTheFileInItsWay)
         const BProfile kept(m_path, c.mode);
         EXPECT_EQ(FileBytes(m_file), c.kept);
     }
-    BProfile deep(m_folder.Path("new/folder/settings.ini"), ProfileReadWrite);
+    BProfile deep(m_folder.Path("new\\folder\\settings.ini"), ProfileReadWrite);
     EXPECT_EQ(FileBytes(m_folder / "new/folder/settings.ini"), Utf16(""));
     EXPECT_TRUE(deep.WriteInt(QD_W("k"), 1));
 
@@ -99,7 +99,7 @@ TEST_F(BProfileFile, KeepsEveryKindOfValueAsText)
 
 TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
 {
-    const std::string text = "[default]\r\nempty=\r\nno=no\r\nn=12abc\r\nbad=x12\r\nd= 1e1,5\r\n";
+    const std::string text = "[default]\r\nempty=\r\nno=no\r\nn=12abc\r\nbad=x12\r\nd=1e1,5\r\n";
     for (const EProfileMode mode : {ProfileReadOnly, ProfileReadWrite}) {
         WriteFileBytes(m_file, text);
         BProfile profile(m_path, mode);
@@ -120,7 +120,7 @@ TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
         EXPECT_EQ(FileBytes(m_file) == text, mode == ProfileReadOnly);
     }
     EXPECT_EQ(FileBytes(m_file), "[default]\r\nempty=text\r\nno=no\r\nn=12abc\r\nbad=x12\r\n"
-                                 "d= 1e1,5\r\ni=5\r\nx=0.5\r\nb=TRUE\r\n");
+                                 "d=1e1,5\r\ni=5\r\nx=0.5\r\nb=TRUE\r\n");
 }
 
 TEST_F(BProfileFile, ReadOnlyThrowsBeforeItWrites)

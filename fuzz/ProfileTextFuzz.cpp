@@ -1,0 +1,87 @@
+// The input is a text profile. What was changed in memory must be what is read from the file, and
+// a value that was written must come back.
+
+#include "core/platform/posix/IniText.h"
+#include "core/profile/BIniProfile.h"
+#include "core/profile/BProfile.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+using Names = BArray<WString>;
+
+void Require(bool isTrue)
+{
+    if (!isTrue)
+        std::abort();
+}
+
+template <class Unit>
+void RequireSame(const platform::IniText<Unit>& text, const Names& sections, const WChar* key)
+{
+    const platform::IniText<Unit> again(text.Whole());
+    Require(text.Sections() == again.Sections() && text.Find(u"", key) == again.Find(u"", key));
+    for (const WString& section : sections) {
+        Require(text.Lines(section.CStr()) == again.Lines(section.CStr()));
+        Require(text.Find(section.CStr(), key) == again.Find(section.CStr(), key));
+    }
+}
+
+template <class Unit>
+void ChangeText(platform::IniText<Unit> text, const Names& sections, const Names& keys)
+{
+    RequireSame(text, sections, u"new");
+    for (const WString& section : sections) {
+        text.Set(section.CStr(), u"new", u"1");
+        RequireSame(text, sections, u"new");
+        for (const WString& key : keys) {
+            text.Set(section.CStr(), key.CStr(), u"a]\n[b");
+            RequireSame(text, sections, key);
+            text.RemoveKey(section.CStr(), key.CStr());
+            RequireSame(text, sections, key);
+        }
+    }
+}
+
+void ChangeFile(const WString& path, Names& sections, Names& keys)
+{
+    BIniProfile profile(path, WString(), true);
+    profile.GetSections(sections);
+    for (const WString& section : sections) {
+        WString text;
+        BArray<WString> found;
+        profile.LoadSection(section, &found);
+        for (const WString& key : found) {
+            profile.Read(key, text);
+            if (keys.Count() < 10)
+                keys.Append(key);
+        }
+        Require(profile.WriteInt(QD_W("new"), 7));
+        Require(profile.GetInt(QD_W("new"), 0) == 7);
+    }
+    BProfile(path, ProfileReadWrite).ExistsSection(QD_W("S"));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const TemporaryFolder folder;
+    const std::string bytes(data, data + size);
+    WriteFileBytes(folder / "p.ini", bytes);
+    if (size > 20'000) // the rest takes a time that grows with the square of the names
+        return 0;
+    Names sections, keys;
+    ChangeFile(folder.Path("p.ini"), sections, keys);
+    if (sections.Count() > 20)
+        return 0;
+    ChangeText(platform::IniText<char>(bytes), sections, keys);
+    ChangeText(platform::IniText<WChar>({bytes.begin(), bytes.end()}), sections, keys);
+    return 0;
+}
