@@ -26,9 +26,11 @@ template <class Unit>
 void RequireSame(const platform::IniText<Unit>& text, const Names& sections, const WChar* key)
 {
     const platform::IniText<Unit> again(text.Whole());
-    Require(text.Sections() == again.Sections() && text.Find(u"", key) == again.Find(u"", key));
+    const std::size_t all = text.Whole().size();
+    Require(text.Sections(all) == again.Sections(all));
+    Require(text.Find(u"", key) == again.Find(u"", key));
     for (const WString& section : sections) {
-        Require(text.Lines(section.CStr()) == again.Lines(section.CStr()));
+        Require(text.Lines(section.CStr(), all) == again.Lines(section.CStr(), all));
         Require(text.Find(section.CStr(), key) == again.Find(section.CStr(), key));
     }
 }

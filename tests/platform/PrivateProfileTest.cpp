@@ -248,16 +248,6 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
     EXPECT_EQ(Read(QD_W("S"), QD_W("k150")), kNothing);
 }
 
-TEST_F(PrivateProfile, SeesWhatOthersWrote)
-{
-    for (const char* const value : {"1", "2", "33", "44"}) {
-        WriteFileBytes(m_file, std::string("[S]\r\nk=") + value + "\r\n");
-        EXPECT_EQ(Read(QD_W("S"), QD_W("k")), Text(value, value + std::string(value).size()));
-    }
-    std::filesystem::remove(m_file);
-    EXPECT_EQ(Read(QD_W("S"), QD_W("k")), kNothing);
-}
-
 TEST_F(PrivateProfile, StoresBlocksWithTheirSum)
 {
     const unsigned char data[] = {1, 0xAB, 0xFF, 0, 9};

@@ -157,18 +157,18 @@ std::optional<WideText> IniText<Unit>::Find(WideView section, WideView key) cons
 }
 
 template <class Unit>
-std::optional<WideText> IniText<Unit>::Keys(WideView section) const
+std::optional<WideText> IniText<Unit>::Keys(WideView section, std::size_t enough) const
 {
-    return List(section, [](const Line& line, WideText& list) {
+    return List(section, enough, [](const Line& line, WideText& list) {
         if (line.hasValue)
             list.append(Widen(line.name)).push_back(0);
     });
 }
 
 template <class Unit>
-std::optional<WideText> IniText<Unit>::Lines(WideView section) const
+std::optional<WideText> IniText<Unit>::Lines(WideView section, std::size_t enough) const
 {
-    return List(section, [](const Line& line, WideText& list) {
+    return List(section, enough, [](const Line& line, WideText& list) {
         list += Widen(line.name);
         if (line.hasValue)
             list.append(1, u'=').append(Widen(line.value));
@@ -177,10 +177,10 @@ std::optional<WideText> IniText<Unit>::Lines(WideView section) const
 }
 
 template <class Unit>
-WideText IniText<Unit>::Sections() const
+WideText IniText<Unit>::Sections(std::size_t enough) const
 {
     WideText list;
-    for (std::size_t i = 1; i < m_sections.size(); ++i) {
+    for (std::size_t i = 1; i < m_sections.size() && list.size() < enough; ++i) {
         const Line line = LineAt(m_sections[i]);
         if (!line.name.empty())
             list.append(Widen(line.name)).push_back(0);
@@ -351,13 +351,15 @@ std::size_t IniText<Unit>::PlaceForKey(std::uint32_t section) const
 
 template <class Unit>
 std::optional<WideText> IniText<Unit>::List(
-    WideView section, const std::function<void(const Line&, WideText&)>& append) const
+    WideView section, std::size_t enough,
+    const std::function<void(const Line&, WideText&)>& append) const
 {
     const std::uint32_t found = FindSection(Fold(Trim(section)));
     if (found == HashIndex::kNone)
         return std::nullopt;
     WideText list;
-    for (std::size_t begin = m_sections[found], end = SectionEnd(found); begin < end;) {
+    const std::size_t end = SectionEnd(found);
+    for (std::size_t begin = m_sections[found]; begin < end && list.size() < enough;) {
         const Line line = LineAt(begin);
         if (line.kind == EKind::Key)
             append(line, list);

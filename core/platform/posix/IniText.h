@@ -74,10 +74,11 @@ public:
 
     /// The value with its quotes; none when there is no such key, or it has no value.
     [[nodiscard]] std::optional<WideText> Find(WideView section, WideView key) const;
-    // Lists for the callers of the profile functions: each text with a 0.
-    [[nodiscard]] std::optional<WideText> Keys(WideView section) const;
-    [[nodiscard]] std::optional<WideText> Lines(WideView section) const;
-    [[nodiscard]] WideText Sections() const;
+    // Lists for the callers of the profile functions: each text with a 0. They end when they have
+    // `enough` units.
+    [[nodiscard]] std::optional<WideText> Keys(WideView section, std::size_t enough) const;
+    [[nodiscard]] std::optional<WideText> Lines(WideView section, std::size_t enough) const;
+    [[nodiscard]] WideText Sections(std::size_t enough) const;
 
     // Each returns whether the text is another one afterwards. A value loses its leading blanks.
 
@@ -108,7 +109,8 @@ private:
     [[nodiscard]] std::size_t SectionEnd(std::uint32_t section) const noexcept;
     [[nodiscard]] std::size_t PlaceForKey(std::uint32_t section) const;
     [[nodiscard]] std::optional<WideText> List(
-        WideView section, const std::function<void(const Line&, WideText&)>& append) const;
+        WideView section, std::size_t enough,
+        const std::function<void(const Line&, WideText&)>& append) const;
 
     void Replace(std::size_t begin, std::size_t count, const Text& by);
     [[nodiscard]] bool ReadsAs(std::size_t begin, const Text& key, std::size_t length) const;

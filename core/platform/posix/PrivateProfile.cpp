@@ -424,7 +424,7 @@ std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar
                             const WChar* fallback, WChar* buffer, std::size_t room) noexcept
 {
     const std::optional<WideText> found = FromProfile(path, [&](const auto& text) {
-        return key != nullptr ? text.Find(section, key) : text.Keys(section);
+        return key != nullptr ? text.Find(section, key) : text.Keys(section, room);
     });
     if (!found)
         return CopyText(WithoutTrailingBlanks(fallback), buffer, room);
@@ -436,14 +436,14 @@ std::size_t ReadProfileSection(const WChar* path, const WChar* section, WChar* b
                                std::size_t room) noexcept
 {
     const std::optional<WideText> found =
-        FromProfile(path, [&](const auto& text) { return text.Lines(section); });
+        FromProfile(path, [&](const auto& text) { return text.Lines(section, room); });
     return CopyList(found ? *found : WideView(), buffer, room);
 }
 
 std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_t room) noexcept
 {
     const std::optional<WideText> found =
-        FromProfile(path, [&](const auto& text) { return std::optional(text.Sections()); });
+        FromProfile(path, [&](const auto& text) { return std::optional(text.Sections(room)); });
     return CopyList(found ? *found : WideView(), buffer, room);
 }
 
