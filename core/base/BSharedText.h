@@ -134,7 +134,7 @@ public:
         const View rest = text.substr(position + count);
         if (!IsPrivate())
             return Assemble(length, {text.substr(0, position), rest});
-        *std::copy(rest.begin(), rest.end(), m_block->text + position) = 0;
+        *std::copy(rest.begin(), rest.end(), Writable() + position) = 0;
         return true;
     }
 
@@ -146,7 +146,7 @@ public:
         const std::size_t needed = used + piece.size();
         if ((!m_block || needed > Capacity()) && !SetCapacity(needed + needed / 2))
             return false;
-        std::copy(piece.begin(), piece.end(), m_block->text + used);
+        std::copy(piece.begin(), piece.end(), Writable() + used);
         used = needed;
         return true;
     }
