@@ -37,21 +37,40 @@ static std::string Digits(const BBitArray& array)
     return digits;
 }
 
-TEST(BBitArray, RoundsItsPlanesUpToBytes)
+TEST(BBitArray, RoundsItsPlanesUpToBytesAndHasNoDataWhenItsExtentCannotBe)
 {
     const struct {
-        int planes, rounded;
+        int planes, width, height, rounded;
         std::uint64_t dataSize;
-    } cases[] = {{1, 8, 16}, {8, 8, 16}, {9, 16, 32}, {0, 0, 0}, {-9, 0, 0}};
+    } cases[] = {
+        {1, 4, 4, 8, 16},
+        {8, 4, 4, 8, 16},
+        {9, 4, 4, 16, 32},
+        {0, 4, 4, 0, 0},
+        {-9, 4, 4, 0, 0},
+        {8, 0, 5, 8, 0},
+        {8, 5, -1, 8, 0},
+        {24, INT_MAX, INT_MAX, 24, 0}, // more than 63 bits
+        {INT_MAX - 7, INT_MAX, INT_MAX, INT_MAX - 7, 0},
+        {INT_MAX - 7, INT_MIN, INT_MIN, INT_MAX - 7, 0},
+    };
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.planes);
-        const BBitArray array(row.planes, 4, 4);
+        SCOPED_TRACE(&row - cases);
+        const BBitArray array(row.planes, row.width, row.height);
         EXPECT_EQ(array.Planes(), row.rounded);
-        EXPECT_EQ(array.Size(), 16);
-        EXPECT_EQ(array.DataSize(), row.dataSize);
+        EXPECT_EQ(array.Width(), row.width);
+        EXPECT_EQ(array.Size(), std::int64_t{row.width} * row.height);
         EXPECT_EQ(array.AllocatedMemory(), sizeof array + row.dataSize);
         EXPECT_EQ(Digits(array), std::string(row.dataSize, '0'));
+        BBitArray copy(array);
+        copy.SetAllBits();
+        copy.UnsetAllBits();
+        EXPECT_EQ(copy.DataSize(), row.dataSize);
+        EXPECT_EQ(copy.Data() == nullptr, row.dataSize == 0);
     }
+    BBitArray array(24, INT_MAX, INT_MAX);
+    array.ChangeExtent(0, 0, 1, 1);
+    EXPECT_EQ(Digits(array), "000");
 }
 
 TEST(BBitArray, AddressesEveryBitByItself)
@@ -108,34 +127,6 @@ TEST(BBitArray, CropsAndExtends)
     BBitArray wide = Numbered(9);
     wide.ChangeExtent(1, 0, 3, 1);
     EXPECT_EQ(Digits(wide), "223300");
-}
-
-TEST(BBitArray, HasNoDataWhenItsExtentCannotBe)
-{
-    const struct {
-        int planes, width, height;
-    } cases[] = {
-        {8, 0, 5},
-        {8, 5, -1},
-        {0, 5, 5},
-        {24, INT_MAX, INT_MAX}, // more than 63 bits
-        {INT_MAX, INT_MAX, INT_MAX},
-        {INT_MAX, INT_MIN, INT_MIN},
-    };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(&row - cases);
-        BBitArray array(row.planes, row.width, row.height);
-        array.SetAllBits();
-        array.UnsetAllBits();
-        const BBitArray copy(array);
-        EXPECT_EQ(copy.Data(), nullptr);
-        EXPECT_EQ(copy.DataSize(), 0u);
-        EXPECT_EQ(copy.Width(), row.width);
-        EXPECT_EQ(copy.Size(), std::int64_t{row.width} * row.height);
-    }
-    BBitArray array(24, INT_MAX, INT_MAX);
-    array.ChangeExtent(0, 0, 1, 1);
-    EXPECT_EQ(Digits(array), "000");
 }
 
 TEST(BBitArray, CopiesItsData)

@@ -120,55 +120,77 @@ TEST(BNodeItr, StaysSafeWhenTheTreeIsEditedElsewhere)
     }
 }
 
-TEST(BNodeItr, ChildrenAreWalkedAndRemoved)
-{
-    const SmallTree tree;
-    Append(*tree.s, QD_W("C"));
-    BNodeChildItr itr(*tree.s);
-    EXPECT_EQ(itr++, tree.a);
-    itr.RemoveCurrent(); // B
-    EXPECT_EQ(itr.Current(), tree.s->Child(1));
-    itr.RemoveCurrent();
-    EXPECT_FALSE(itr.IsValid());
-    itr.RemoveCurrent();
-    ++itr;
-    EXPECT_EQ(tree.s->ChildNum(), 1) << "nothing happens at the end";
-    itr.Restart();
-    BNodeChildItr other = itr;
-    itr.RemoveCurrent();
-    EXPECT_EQ(other.Current()->GetText(), QD_W("A")) << "it is held";
-    other.RemoveCurrent();
-    EXPECT_FALSE(other) << "removed elsewhere";
-    EXPECT_EQ(tree.s->ChildNum(), 0);
-}
+namespace {
 
-TEST(BNodeAttribItr, WalksWhatTheListHoldsWhateverHappensToIt)
+struct Children {
+    using Itr = BNodeChildItr;
+    using Element = BNode;
+    static bool Add(BNode& node, BNode* child) { return node.AddChild(child, -1); }
+    static bool Remove(BNode& node, BNode* child) { return node.RemoveChild(child); }
+};
+
+struct Attributes {
+    using Itr = BNodeAttribItr;
+    class Element : public NumberAttribute {
+    public:
+        Element()
+            : NumberAttribute(WString::FromInt(++made), 0)
+        {}
+        static inline int made = 0; // each has a name of its own
+    };
+    static bool Add(BNode& node, Element* attribute) { return node.AddAttrib(attribute); }
+    static bool Remove(BNode& node, Element* attribute) { return node.RemoveAttrib(attribute); }
+};
+
+struct Annotations {
+    using Itr = BNodeAnnotationItr;
+    using Element = CountedPayload;
+    static bool Add(BNode& node, Element* object) { return node.AddAnnotation(object); }
+    static bool Remove(BNode& node, Element* object) { return node.RemoveAnnotation(object); }
+};
+
+template <class Part>
+class BNodePartItr : public testing::Test {};
+
+} // namespace
+
+using Parts = testing::Types<Children, Attributes, Annotations>;
+TYPED_TEST_SUITE(BNodePartItr, Parts);
+
+TYPED_TEST(BNodePartItr, WalksWhatTheNodeHoldsWhateverHappensToIt)
 {
+    using Element = typename TypeParam::Element;
+    using Itr = typename TypeParam::Itr;
     const SP<BNode> node(new BNode);
-    const WChar* const names[] = {QD_W("a"), QD_W("b"), QD_W("c"), QD_W("d"), QD_W("e")};
-    for (const WChar* name : names)
-        node->AddAttrib(new NumberAttribute(name, 0));
-    BNodeAttribItr itr(*node);
-    EXPECT_EQ(itr++->Name(), QD_W("a"));
-    itr.RemoveCurrent(); // b
-    EXPECT_EQ(itr.Current()->Name(), QD_W("c"));
-    node->RemoveAttrib(QD_W("d"));
-    ++itr;
-    EXPECT_EQ(itr.Current()->Name(), QD_W("e")) << "d was removed elsewhere";
-    node->AddAttrib(new NumberAttribute(QD_W("f"), 0));
+    std::vector<SP<Element>> elements;
+    for (int i = 0; i < 6; ++i)
+        elements.emplace_back(new Element);
+    for (std::size_t i = 0; i < 5; ++i)
+        EXPECT_TRUE(TypeParam::Add(*node, elements[i].Get()));
+    Itr itr(*node);
+    EXPECT_EQ(itr++, elements[0]);
     itr.RemoveCurrent();
-    EXPECT_EQ(itr.Current()->Name(), QD_W("f"));
-    const BNodeAttribItr onLast = itr;
-    node->RemoveAttrib(QD_W("f"));
-    EXPECT_EQ(itr.Current()->Name(), QD_W("f")) << "it is held";
+    EXPECT_EQ(itr.Current(), elements[2]);
+    TypeParam::Remove(*node, elements[3].Get());
     ++itr;
-    EXPECT_FALSE(itr) << "removed elsewhere";
-    itr = onLast;
+    EXPECT_EQ(itr.Current(), elements[4]) << "the one between was removed elsewhere";
+    TypeParam::Add(*node, elements[5].Get());
     itr.RemoveCurrent();
-    EXPECT_FALSE(itr);
+    EXPECT_EQ(itr.Current(), elements[5]) << "it was added behind";
+    Itr copy = itr;
+    TypeParam::Remove(*node, elements[5].Get());
+    elements.pop_back();
+    EXPECT_EQ(itr.Current()->RefCount(), 2) << "the two iterators hold it";
+    ++itr;
+    EXPECT_FALSE(itr.IsValid()) << "removed elsewhere";
+    copy.RemoveCurrent();
+    EXPECT_FALSE(copy);
     for (itr.Restart(); itr;)
         itr.RemoveCurrent();
-    EXPECT_EQ(node->AttribNum(), 0);
+    itr.RemoveCurrent();
+    ++itr;
+    EXPECT_FALSE(itr) << "nothing happens at the end";
+    EXPECT_FALSE(Itr(*node));
 }
 
 namespace {
@@ -197,28 +219,4 @@ TEST(BNodeAttribItr, MayBeSteppedWhileItsListIsEmptied)
     node->AddAttrib(new NumberAttribute(QD_W("z"), 0));
     node->RemoveAttribs();
     EXPECT_FALSE(itr);
-}
-
-TEST(BNodeAnnotationItr, WalksAndRemoves)
-{
-    const SP<BNode> node(new BNode);
-    std::vector<SP<BSmartObj>> objects;
-    for (int i = 0; i < 4; ++i) {
-        objects.emplace_back(new CountedPayload);
-        node->AddAnnotation(objects.back().Get());
-    }
-    BNodeAnnotationItr itr(*node);
-    EXPECT_EQ(itr++, objects[0]);
-    itr.RemoveCurrent();
-    EXPECT_EQ(itr.Current(), objects[2]);
-    node->RemoveAnnotation(objects[3].Get());
-    node->AddAnnotation(objects[3].Get());
-    ++itr;
-    EXPECT_EQ(itr.Current(), objects[3]);
-    node->RemoveAnnotations();
-    objects.clear();
-    EXPECT_EQ(CountedPayload::alive, 1) << "the current one is held";
-    ++itr;
-    EXPECT_FALSE(itr);
-    EXPECT_EQ(CountedPayload::alive, 0);
 }
