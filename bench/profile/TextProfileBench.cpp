@@ -10,7 +10,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <unistd.h>
 
 #if defined(QD_BENCH_GLIB)
 # include <glib.h>
