@@ -9,6 +9,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -48,36 +49,20 @@ struct BKeyTraits<Crowded> {
 
 TEST(MItem, HashesABoundedPrefixOfTexts)
 {
-    const struct {
-        const char* key;
-        std::uint64_t hash;
-    } narrow[] = {
-        {"", 0},
-        {"a", 97},
-        {"abc", 108966},
-        {"\xE9", 18446744073709551593u}, // a byte is signed
-        {"abcdeX", 118667375},
-        {"abcdeY", 118667375},
+    const auto hash = [](const auto& key) {
+        return MItem<std::remove_cvref_t<decltype(key)>, int>(key, 0).Hash();
     };
-    for (const auto& [key, hash] : narrow)
-        EXPECT_EQ((MItem<BString, int>(key, 0).Hash()), hash) << key;
-
-    const struct {
-        const WChar* key;
-        std::uint64_t hash;
-    } wide[] = {
-        {QD_W(""), 0},
-        {QD_W("a"), 97},
-        {QD_W("\uFFFF\u20AC"), 336039}, // a unit is unsigned
-        {QD_W("abcdefghX"), 9497044},
-        {QD_W("abcdefghY"), 9497044},
-    };
-    for (const auto& [key, hash] : wide)
-        EXPECT_EQ((MItem<WString, int>(key, 0).Hash()), hash);
-
+    EXPECT_EQ(hash(BString()), 0u);
+    EXPECT_EQ(hash(BString("abc")), 108966u);
+    EXPECT_EQ(hash(BString("\xE9")), 18446744073709551593u) << "a byte is signed";
+    for (const char* key : {"abcdeX", "abcdeY"})
+        EXPECT_EQ(hash(BString(key)), 118667375u);
+    EXPECT_EQ(hash(WString()), 0u);
+    EXPECT_EQ(hash(WString(QD_W("\uFFFF\u20AC"))), 336039u) << "a unit is unsigned";
+    for (const WChar* key : {QD_W("abcdefghX"), QD_W("abcdefghY")})
+        EXPECT_EQ(hash(WString(key)), 9497044u);
     const SP<BSmartObj> object = new BSmartObj;
-    EXPECT_EQ((MItem<SP<BSmartObj>, bool>(object, true).Hash()),
-              reinterpret_cast<std::uintptr_t>(object.Get()));
+    EXPECT_EQ(hash(object), reinterpret_cast<std::uintptr_t>(object.Get()));
 }
 
 TEST(BDictionary, KeepsOneEntryForEachKey)
@@ -107,11 +92,8 @@ TEST(BDictionary, KeepsOneEntryForEachKey)
 TEST(BDictionary, ComparesWideKeysByUnitsNotByCollation)
 {
     BDictionary<WString, int> dictionary;
-    EXPECT_TRUE(dictionary.Insert(QD_W("Stra\u00DFe"), 1));
-    EXPECT_TRUE(dictionary.Insert(QD_W("Strasse"), 2));
-    EXPECT_TRUE(dictionary.Insert(QD_W("\u00AD"), 3));
-    EXPECT_TRUE(dictionary.Insert(QD_W(""), 4));
-    EXPECT_EQ(dictionary.Count(), 4u);
+    for (const WChar* key : {QD_W("Stra\u00DFe"), QD_W("Strasse"), QD_W("\u00AD"), QD_W("")})
+        EXPECT_TRUE(dictionary.Insert(key, 1));
 }
 
 TEST(BDictionary, IteratesByBucketAndThenByInsertion)

@@ -279,8 +279,7 @@ TYPED_TEST(StringMembers, ComparisonSortsAsTheUserDoes)
         SCOPED_TRACE(testing::Message() << row.less << " < " << row.greater);
         const S less = Make<S>(row.less);
         const S greater = Make<S>(row.greater);
-        EXPECT_LT(less.Cmp(greater), 0);
-        EXPECT_GT(greater.Cmp(less), 0);
+        EXPECT_TRUE(less.Cmp(greater) < 0 && greater.Cmp(less) > 0);
         EXPECT_TRUE(less < greater && less < greater.CStr() && less.CStr() < greater);
         EXPECT_TRUE(greater > less && greater >= less.CStr() && !(greater <= less));
         EXPECT_TRUE(less != greater && less.CStr() != greater && !(less == greater.CStr()));
@@ -299,8 +298,7 @@ TYPED_TEST(StringMembers, PiecesAreCopiesWithinTheText)
     using S = TypeParam;
     const S text = Make<S>("a,bc,,d");
     EXPECT_EQ(Plain(text.Sub(2, 2)), "bc");
-    EXPECT_EQ(Plain(text.Sub(2, kMost)), "bc,,d");
-    EXPECT_EQ(Plain(text.Sub(2)), "bc,,d");
+    EXPECT_EQ(Plain(text.Sub(2, kMost) + text.Sub(2)), "bc,,dbc,,d");
     EXPECT_EQ(Plain(text.Sub(7)) + Plain(text.Sub(kMost, kMost)) + Plain(text.Sub(2, 0)), "");
     EXPECT_EQ(Plain(text.SubCh(2, ',')), "bc");
     EXPECT_EQ(Plain(text.SubCh(4, ',')) + Plain(text.SubCh(6, ',') + text.SubCh(7, ',')), "d");
