@@ -13,7 +13,8 @@
 /// `insert` inserts the objects, which are then written. False when the file could not be
 /// written; what `insert` or an object's `WriteData` throws passes on. The file keeps its
 /// permissions, and a symbolic link keeps leading to it. Where nothing can be made beside the file,
-/// the complete archive is copied over it.
+/// the complete archive is copied over it. A process that dies meanwhile leaves its unfinished file
+/// there, ".qd" or "qd" and a number with the extension ".tmp".
 ///
 ///     SaveArchive(path, "class Document", 3,
 ///                 [&](BArchive& archive) { archive.Insert(root.Get(), "root"); });
