@@ -6,11 +6,14 @@
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <ostream>
 #include <string_view>
 
 namespace {
+
+using View = std::basic_string_view<WChar>;
 
 const char* Meaning(int code)
 {
@@ -24,7 +27,17 @@ const char* Meaning(int code)
 
 std::string Cell(const WString& cell)
 {
-    return Quoted(std::basic_string_view<WChar>(cell.CStr()));
+    return Quoted(View(cell.CStr()));
+}
+
+// A quote that nothing closes takes the entries behind it into its cell.
+bool HoldsEntries(const BArray<WString>& cells)
+{
+    return std::any_of(cells.begin(), cells.end(), [](const WString& cell) {
+        const View text(cell.CStr());
+        const std::size_t entry = text.find(QD_W("\n$"));
+        return entry != View::npos && text.find(WChar('\t'), entry) != View::npos;
+    });
 }
 
 } // namespace
@@ -47,6 +60,8 @@ void InspectLanguageFile(const WChar* path, Report& report)
                       << Cell(cells[2]) << '\n';
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
             report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";
+        if (HoldsEntries(cells))
+            report.DamageInLine(line) << "a quote that nothing closes holds further entries\n";
     }
     report.Line() << entries << " entries, " << untranslated << " without a translation\n";
 }
