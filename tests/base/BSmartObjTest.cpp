@@ -93,6 +93,7 @@ TEST(BSmartObj, NamesItsDynamicType)
     EXPECT_EQ(object.ArchiveName(), object.ClassName());
     EXPECT_STREQ(BSmartObj::CLASSNAME(), "class BSmartObj");
     EXPECT_EQ(BSmartObj().Properties(), QD_W("Type : class BSmartObj"));
+    EXPECT_EQ(BSmartObj().AllocatedMemory(), 16u);
 }
 
 TEST(BSmartObj, WritesIdsInLowerCaseHexadecimal)
