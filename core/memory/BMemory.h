@@ -23,9 +23,9 @@ public:
     BMemory& operator=(const BMemory& other);
     virtual ~BMemory();
 
-    /// The buffer, with room for at least `size` bytes and whatever stood there before; waits while
-    /// another thread has it. Null when the system has no memory, which is to be released, too.
-    /// Size 0 gives null and nothing to release.
+    /// The buffer, with room for at least `size` bytes; waits while another thread has it. It holds
+    /// what was left in it, zeros once it has grown. Null when the system has no memory, which is
+    /// to be released, too. Size 0 gives null and nothing to release.
     void* Allocate(std::uint64_t size);
     /// `Allocate` and a copy of `size` bytes from `source`, which may be null.
     void* Duplicate(void* source, std::uint64_t size);

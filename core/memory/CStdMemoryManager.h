@@ -16,9 +16,9 @@
 /// 1,673,741,824 bytes. Every change of the memory in use is posted to the dispatcher as message
 /// 3156.
 ///
-/// Failures are BError 25021: with the system's text where it has no memory left, after which the
-/// manager is as it was, and with "$IDS_ErrorHint26" for a block of another kind. Any thread may
-/// call anything at any time. The manager outlives the use of its blocks' memory.
+/// Failures are BError 25021: with the system's text where it has no memory left, after which
+/// frames and blocks are as they were, and with "$IDS_ErrorHint26" for a block of another kind. Any
+/// thread may call anything at any time. The manager outlives the use of its blocks' memory.
 ///
 ///     CStdMemoryManager manager;
 ///     manager.Init(256 << 20, 64 << 20);
@@ -37,7 +37,8 @@ public:
     /// A block of size 0 has no place in a frame, and nothing is posted.
     CMemoryBlock* MemoryBlockAlloc(std::uint64_t size) override;
     /// Null, and a block that was given back already, change nothing.
-    /// Intended: a block of size 0 is always posted, though the memory in use is the same.
+    /// Intended: a block of size 0 is posted, even when it is given back twice; a display that
+    /// looks once more shows the same.
     void FreeMemoryBlock(CMemoryBlock* block) override;
     /// Bytes of the pages of all blocks.
     std::uint64_t MemoryInUse() override;
