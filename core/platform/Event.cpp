@@ -9,7 +9,7 @@ namespace platform {
 
 /// Nobody takes the mutex before somebody has to sleep: who sets announces that before looking for
 /// waiters, and who waits announces that before looking whether it was set.
-class Event::Shared {
+class Event::Shared : public State {
 public:
     void Ref() noexcept { m_references.fetch_add(1, std::memory_order_relaxed); }
     void Unref() noexcept
@@ -20,19 +20,15 @@ public:
 
     void Set() noexcept
     {
-        m_signalled.store(true, std::memory_order_release);
+        isSignalled.store(true, std::memory_order_release);
         m_sets.fetch_add(1);
         if (m_waiters.load() == 0)
             return;
         const std::scoped_lock lock(m_mutex);
         m_set.notify_all();
     }
-    void Reset() noexcept { m_signalled.store(false, std::memory_order_release); }
+    void Reset() noexcept { isSignalled.store(false, std::memory_order_release); }
 
-    [[nodiscard]] bool IsSignalled() const noexcept
-    {
-        return m_signalled.load(std::memory_order_acquire);
-    }
     /// `sleep` gets the condition variable, the held lock and what to wait for; its answer is ours.
     template <class F>
     bool Wait(F sleep)
@@ -41,14 +37,13 @@ public:
         m_waiters.fetch_add(1);
         const std::uint32_t seen = m_sets.load();
         const bool result =
-            sleep(m_set, lock, [&] { return IsSignalled() || m_sets.load() != seen; });
+            sleep(m_set, lock, [&] { return isSignalled.load() || m_sets.load() != seen; });
         m_waiters.fetch_sub(1);
         return result;
     }
 
 private:
     std::atomic<std::uint32_t> m_references = 1;
-    std::atomic<bool> m_signalled = true;
     std::atomic<std::uint32_t> m_sets = 0; // how often it was set; begins again at 0
     std::atomic<std::uint32_t> m_waiters = 0;
     std::mutex m_mutex;
@@ -56,44 +51,47 @@ private:
 };
 
 Event::Event()
-    : m_shared(new Shared)
+    : m_state(new Shared)
 {}
 
 Event::Event(const Event& other) noexcept
-    : m_shared(other.m_shared)
+    : m_state(other.m_state)
 {
-    m_shared->Ref();
+    Own().Ref();
 }
 
 Event& Event::operator=(const Event& other) noexcept
 {
-    other.m_shared->Ref();
-    m_shared->Unref();
-    m_shared = other.m_shared;
+    other.Own().Ref();
+    Own().Unref();
+    m_state = other.m_state;
     return *this;
 }
 
 Event::~Event()
 {
-    m_shared->Unref();
+    Own().Unref();
 }
 
 void Event::Set() noexcept
 {
-    m_shared->Set();
+    Own().Set();
 }
 
 void Event::Reset() noexcept
 {
-    m_shared->Reset();
+    Own().Reset();
 }
 
-void Event::Wait() const
+Event::Shared& Event::Own() const noexcept
 {
-    if (m_shared->IsSignalled())
-        return;
+    return static_cast<Shared&>(*m_state);
+}
+
+void Event::Sleep() const
+{
     const Event kept = *this; // this one may end meanwhile
-    kept.m_shared->Wait([](auto& set, auto& lock, auto isSet) {
+    kept.Own().Wait([](auto& set, auto& lock, auto isSet) {
         set.wait(lock, isSet);
         return true;
     });
@@ -101,10 +99,10 @@ void Event::Wait() const
 
 bool Event::WaitFor(std::uint32_t timeoutMs) const
 {
-    if (m_shared->IsSignalled())
+    if (IsSignalled())
         return true;
     const Event kept = *this; // this one may end meanwhile
-    return kept.m_shared->Wait([timeoutMs](auto& set, auto& lock, auto isSet) {
+    return kept.Own().Wait([timeoutMs](auto& set, auto& lock, auto isSet) {
         return set.wait_for(lock, std::chrono::milliseconds(timeoutMs), isSet);
     });
 }

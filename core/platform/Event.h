@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace platform {
@@ -17,14 +18,28 @@ public:
     /// Lets everybody go who waits, even when `Reset` follows at once.
     void Set() noexcept;
     void Reset() noexcept;
-    void Wait() const;
+    void Wait() const
+    {
+        if (!IsSignalled())
+            Sleep();
+    }
     /// False when it was not signalled within `timeoutMs`.
     [[nodiscard]] bool WaitFor(std::uint32_t timeoutMs) const;
 
 private:
     class Shared;
+    struct State {
+        std::atomic<bool> isSignalled = true;
+    };
 
-    Shared* m_shared; // counted
+    [[nodiscard]] bool IsSignalled() const noexcept
+    {
+        return m_state->isSignalled.load(std::memory_order_acquire);
+    }
+    [[nodiscard]] Shared& Own() const noexcept;
+    void Sleep() const;
+
+    State* m_state; // of a Shared, counted
 };
 
 } // namespace platform

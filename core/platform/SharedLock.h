@@ -1,12 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace platform {
 
-/// Held by one exclusive holder or by any number of shared ones. It belongs to no thread: anyone may
-/// release it, and nothing happens when it is not held. Neither kind of hold nests, and there is no
-/// order among those who wait. A small value inside its owner; free at the start, not copied.
+/// Held by one exclusive holder or by any number of shared ones. It belongs to no thread: anyone
+/// may release it, and nothing happens when it is not held. Neither kind of hold nests, and there
+/// is no order among those who wait. A small value inside its owner; free at the start, not copied.
 class SharedLock {
 public:
     SharedLock() noexcept = default;
@@ -22,7 +23,60 @@ public:
     [[nodiscard]] bool TryLockExclusive() noexcept;
 
 private:
-    alignas(8) std::uint32_t m_state[4] = {}; // the platform's own lock
+#if defined(_WIN32)
+    alignas(8) std::uint32_t m_state[4] = {}; // a slim lock, and how it is held
+#else
+    // When somebody else has it, too, or sleeps.
+    void LockSharedBesides() noexcept;
+    void LockExclusiveBesides() noexcept;
+    void UnlockSharedBesides() noexcept;
+    void UnlockExclusiveBesides() noexcept;
+    /// Sleeps until the state is no longer `seen`, and gives the new one.
+    std::uint32_t SleepWhile(std::uint32_t seen) noexcept;
+
+    // Who holds it, and whether someone sleeps until that changes.
+    static constexpr std::uint32_t kExclusive = 1;
+    static constexpr std::uint32_t kSleepers = 2;
+    static constexpr std::uint32_t kShare = 4; // one shared hold
+
+    std::atomic<std::uint32_t> m_state = 0;
+#endif
 };
+
+#if !defined(_WIN32)
+
+inline void SharedLock::LockShared() noexcept
+{
+    std::uint32_t free = 0;
+    if (!m_state.compare_exchange_strong(free, kShare, std::memory_order_acquire,
+                                         std::memory_order_relaxed))
+        LockSharedBesides();
+}
+
+inline void SharedLock::LockExclusive() noexcept
+{
+    std::uint32_t free = 0;
+    if (!m_state.compare_exchange_strong(free, kExclusive, std::memory_order_acquire,
+                                         std::memory_order_relaxed))
+        LockExclusiveBesides();
+}
+
+inline void SharedLock::UnlockShared() noexcept
+{
+    std::uint32_t held = kShare;
+    if (!m_state.compare_exchange_strong(held, 0, std::memory_order_release,
+                                         std::memory_order_relaxed))
+        UnlockSharedBesides();
+}
+
+inline void SharedLock::UnlockExclusive() noexcept
+{
+    std::uint32_t held = kExclusive;
+    if (!m_state.compare_exchange_strong(held, 0, std::memory_order_release,
+                                         std::memory_order_relaxed))
+        UnlockExclusiveBesides();
+}
+
+#endif
 
 } // namespace platform
