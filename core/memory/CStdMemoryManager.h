@@ -36,7 +36,8 @@ public:
     bool Init(std::uint64_t initialSize, std::uint64_t minimumFrameSize) override;
     /// A block of size 0 has no place in a frame, and nothing is posted.
     CMemoryBlock* MemoryBlockAlloc(std::uint64_t size) override;
-    /// Null, and a block that was given back already, change nothing.
+    /// Null changes nothing, nor does a block that was given back already, as long as somebody has
+    /// a reference on it.
     /// Intended: a block of size 0 is posted, even when it is given back twice; a display that
     /// looks once more shows the same.
     void FreeMemoryBlock(CMemoryBlock* block) override;

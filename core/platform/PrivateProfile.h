@@ -60,6 +60,9 @@ public:
     ProfileUpdate(const ProfileUpdate&) = delete;
     ProfileUpdate& operator=(const ProfileUpdate&) = delete;
 
+    /// Whether the others wait. If not, no writer changes anything.
+    [[nodiscard]] bool IsLocked() const noexcept { return m_state != nullptr; }
+
     /// `WritePrivateProfileStringW`. Null `value` removes the key: true also when it is not there.
     /// A new key goes to the end of its section, a new section to the end of the file; a file that
     /// is missing is made, 8-bit.

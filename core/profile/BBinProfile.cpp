@@ -4,6 +4,7 @@
 #include "core/base/BlockReader.h"
 #include "core/file/BFile.h"
 #include "core/platform/FileReplacement.h"
+#include "core/platform/FileSystem.h"
 #include "core/platform/WChar.h"
 #include "core/profile/BVariant.h"
 
@@ -219,8 +220,10 @@ WString BBinProfile::Section(WString mappedKey)
 bool BBinProfile::Read()
 {
     BFile file(m_path, QD_W("rb"));
-    if (file == nullptr)
+    if (file == nullptr) {
+        m_isUnread = platform::PathExists(m_path);
         return true;
+    }
     std::uint32_t formatId = 0;
     m_valid = std::fread(&formatId, sizeof formatId, 1, file) == 1 &&
               (formatId == kAnsiFormatId || formatId == kUnicodeFormatId);
@@ -241,6 +244,8 @@ bool BBinProfile::ReadUnicodeFormat(BFile& file)
 
 bool BBinProfile::Write() const
 {
+    if (m_isUnread)
+        return false;
     VariantBytes bytes; // to write each piece to the stream would take as long as all the rest
     bytes.Append(kUnicodeFormatId);
     for (const auto& item : m_values) {
@@ -275,6 +280,7 @@ bool BBinProfile::ReadRecords(BFile& file)
         }
         m_values.Insert({std::move(key), std::move(value)});
     }
+    m_isUnread = !reader.IsGood();
     return true;
 }
 

@@ -19,7 +19,8 @@ class BVariant;
 /// read as far as its keys are whole. `IsValid` tells whether the file is a binary profile at all.
 ///
 /// The old file is whole until the new one is complete. A save that fails is silent and leaves the
-/// old file.
+/// old file. So does one after a file that is there could not be read to its end: it would lose
+/// what was not read.
 class QD_CORE_API BBinProfile : public BProfileBase {
 public:
     BBinProfile(WString path, EProfileMode mode);
@@ -86,4 +87,5 @@ private:
     EProfileMode m_mode;
     bool m_modified = false;
     bool m_valid = true;
+    bool m_isUnread = false; // the file is there, but the system did not give all of it
 };

@@ -54,6 +54,18 @@ int BIniProfile::GetInt(const WString& key, int defaultValue) const
     return value;
 }
 
+bool BIniProfile::Read(const WString& key, WString& value) const
+{
+    const WString text = const_cast<BIniProfile&>(*this).GetString(key, WString());
+    if (!text.IsEmpty()) {
+        value = text;
+        return true;
+    }
+    if (WriteMissingKey() && !value.IsEmpty())
+        BProfile::Write(Path(), GetSection(), key, value, BProfile::EWrite::IfMissing);
+    return false;
+}
+
 bool BIniProfile::GetSections(BArray<WString>& out) const
 {
     out.RemoveAll();
@@ -92,7 +104,7 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
         return platform::ReadProfileText(Path(), GetSection(), key, defaultValue, buffer, room);
     });
     if (*text.Text() == 0 && WriteMissingKey() && !defaultValue.IsEmpty())
-        WriteString(key, defaultValue);
+        BProfile::Write(Path(), GetSection(), key, defaultValue, BProfile::EWrite::IfMissing);
     return text.Text();
 }
 

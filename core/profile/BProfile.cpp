@@ -9,6 +9,7 @@
 #include "core/profile/ProfileBuffer.h"
 
 #include <cstdio>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -35,6 +36,24 @@ bool WriteEmptyFile(const WString& path)
            std::fwrite(mark.data(), 1, mark.size(), file.Stream()) == mark.size() && file.Commit();
 }
 
+WString DoubleText(double value)
+{
+    WString text;
+    text.Printf(QD_W("%.15g"), value);
+    return text;
+}
+
+WString BooleanText(bool value)
+{
+    return value ? QD_W("TRUE") : QD_W("FALSE");
+}
+
+bool HasText(const WString& path, const WString& section, const WString& key)
+{
+    WChar start[2];
+    return platform::ReadProfileText(path, section, key, QD_W(""), start, std::size(start)) != 0;
+}
+
 } // namespace
 
 BProfile::BProfile(WString path, EProfileMode mode)
@@ -46,7 +65,7 @@ BProfile::BProfile(WString path, EProfileMode mode)
         !MakeFolder(m_path))
         return;
     const platform::ProfileUpdate update(m_path);
-    if (m_mode == ProfileNew || !BFile::Exist(m_path))
+    if (update.IsLocked() && (m_mode == ProfileNew || !BFile::Exist(m_path)))
         CreateNew(m_path);
 }
 
@@ -57,16 +76,7 @@ BProfile::~BProfile() = default;
 int BProfile::WriteString(const WString& path, const WString& section, const WString& key,
                           const WString& value)
 {
-    if (!BFile::Exist(path) && !MakeFolder(path))
-        return kNotWritten;
-    platform::ProfileUpdate update(path);
-    if (!BFile::Exist(path)) {
-        if (CreateNew(path) != 0)
-            return kNotWritten;
-    } else if (value.Includes16bitChars()) {
-        BFile::ConvertToUnicode(path);
-    }
-    return update.SetText(section, key, value) ? 0 : kNotWritten;
+    return Write(path, section, key, value, EWrite::Always);
 }
 
 bool BProfile::IsValid() const
@@ -112,9 +122,7 @@ bool BProfile::WriteDouble(int index, WString key, double value)
 
 bool BProfile::WriteDouble(WString key, double value)
 {
-    WString text;
-    text.Printf(QD_W("%.15g"), value);
-    return WriteString(std::move(key), std::move(text));
+    return WriteString(std::move(key), DoubleText(value));
 }
 
 bool BProfile::WriteMem(int index, WString key, void* data, unsigned int size)
@@ -130,7 +138,7 @@ bool BProfile::WriteMem(WString key, void* data, unsigned int size)
 
 bool BProfile::WriteBoolean(WString key, bool value)
 {
-    return WriteString(std::move(key), value ? QD_W("TRUE") : QD_W("FALSE"));
+    return WriteString(std::move(key), BooleanText(value));
 }
 
 WString BProfile::ReadString(int index, WString key, WString defaultValue)
@@ -145,8 +153,8 @@ WString BProfile::ReadString(WString key, WString defaultValue)
     });
     if (*text.Text() != 0)
         return text.Text();
-    if (m_mode != ProfileReadOnly && !defaultValue.IsEmpty())
-        WriteString(std::move(key), defaultValue);
+    if (!defaultValue.IsEmpty())
+        WriteDefault(key, defaultValue);
     return defaultValue;
 }
 
@@ -160,8 +168,7 @@ int BProfile::ReadInt(WString key, int defaultValue)
     constexpr std::size_t room = 256;
     const WString text = ReadShort(key, room);
     if (text.IsEmpty()) {
-        if (m_mode != ProfileReadOnly)
-            WriteInt(std::move(key), defaultValue);
+        WriteDefault(key, WString::FromInt(defaultValue));
         return defaultValue;
     }
     const WChar* rest = text;
@@ -179,8 +186,7 @@ double BProfile::ReadDouble(WString key, double defaultValue)
     constexpr std::size_t room = 128;
     const WString text = ReadShort(key, room);
     if (text.IsEmpty()) {
-        if (m_mode != ProfileReadOnly)
-            WriteDouble(std::move(key), defaultValue);
+        WriteDefault(key, DoubleText(defaultValue));
         return defaultValue;
     }
     double value = defaultValue; // kept when there is no number; what follows one does not matter
@@ -204,8 +210,7 @@ bool BProfile::ReadBoolean(WString key, bool defaultValue)
     const WString text = ReadShort(key, room);
     if (!text.IsEmpty())
         return text.IEqual(QD_W("TRUE"));
-    if (m_mode != ProfileReadOnly)
-        WriteBoolean(std::move(key), defaultValue);
+    WriteDefault(key, BooleanText(defaultValue));
     return defaultValue;
 }
 
@@ -226,6 +231,31 @@ bool BProfile::ExistsSection(WString section) const
     constexpr std::size_t room = 1024;
     WChar buffer[room];
     return platform::ReadProfileSection(m_path, section, buffer, room) > 0;
+}
+
+int BProfile::Write(const WString& path, const WString& section, const WString& key,
+                    const WString& value, EWrite write)
+{
+    if (!BFile::Exist(path) && !MakeFolder(path))
+        return kNotWritten;
+    platform::ProfileUpdate update(path);
+    if (!update.IsLocked())
+        return kNotWritten;
+    if (!BFile::Exist(path)) {
+        if (CreateNew(path) != 0)
+            return kNotWritten;
+    } else if (write == EWrite::IfMissing && HasText(path, section, key)) {
+        return 0;
+    } else if (value.Includes16bitChars()) {
+        BFile::ConvertToUnicode(path);
+    }
+    return update.SetText(section, key, value) ? 0 : kNotWritten;
+}
+
+void BProfile::WriteDefault(const WString& key, const WString& value) const
+{
+    if (m_mode != ProfileReadOnly)
+        Write(m_path, m_section, key, value, EWrite::IfMissing);
 }
 
 int BProfile::CreateNew(const WString& path)

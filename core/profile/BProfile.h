@@ -59,6 +59,15 @@ public:
     bool ExistsSection(WString section) const override;
 
 private:
+    friend class BIniProfile; // writes its defaults as this class does
+
+    /// Whether a value that is there already stays: defaults must not replace what another process
+    /// wrote after they were found missing.
+    enum class EWrite { Always, IfMissing };
+
+    static int Write(const WString& path, const WString& section, const WString& key,
+                     const WString& value, EWrite write);
+    void WriteDefault(const WString& key, const WString& value) const;
     /// Makes an empty file in the place of what is there; 0 or 31825.
     static int CreateNew(const WString& path);
     void CheckMode() const;

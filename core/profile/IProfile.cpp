@@ -205,7 +205,11 @@ bool IProfile::Read(const WString& key, unsigned short& value, int min, int max)
 
 bool IProfile::Read(const WString& key, unsigned long& value, int min, int max) const
 {
-    return ReadInteger(key, value, min, max);
+    auto number = static_cast<std::uint32_t>(value);
+    if (!ReadInteger(key, number, min, max))
+        return false;
+    value = number;
+    return true;
 }
 
 bool IProfile::Read(const WString& key, long& value, int min, int max) const

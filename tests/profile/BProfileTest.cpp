@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -121,6 +122,23 @@ TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
     }
     EXPECT_EQ(FileBytes(m_file), "[default]\r\nempty=text\r\nno=no\r\nn=12abc\r\nbad=x12\r\n"
                                  "d=1e1,5\r\ni=5\r\nx=0.5\r\nb=TRUE\r\n");
+}
+
+TEST_F(BProfileFile, ADefaultReplacesNothingThatWasWrittenMeanwhile)
+{
+    constexpr int keys = 200;
+    BProfile(m_path, ProfileNew).WriteInt(QD_W("other"), 1);
+    std::thread reader([this] {
+        BProfile profile(m_path, ProfileReadWrite);
+        for (int i = 0; i < keys; ++i)
+            profile.ReadInt(i, QD_W("key"), 0);
+    });
+    BProfile profile(m_path, ProfileReadWrite);
+    for (int i = 0; i < keys; ++i)
+        EXPECT_TRUE(profile.WriteInt(i, QD_W("key"), 1));
+    reader.join();
+    for (int i = 0; i < keys; ++i)
+        EXPECT_EQ(profile.ReadInt(i, QD_W("key"), 0), 1) << i;
 }
 
 TEST_F(BProfileFile, ReadOnlyThrowsBeforeItWrites)

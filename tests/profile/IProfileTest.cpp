@@ -115,8 +115,10 @@ TEST(IProfile, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
         readsLikeInt(static_cast<unsigned short>(5));
         readsLikeInt(static_cast<short>(5));
         readsLikeInt(5L);
-        readsLikeInt(5UL);
-        store.Write(QD_W("k"), 4294967295UL); // cut to 32 bits
+        unsigned long wide = 5;
+        EXPECT_EQ(store.Read(QD_W("k"), wide, -10, 40), row.isRead);
+        EXPECT_EQ(wide, static_cast<std::uint32_t>(row.otherValue)); // of 32 bits everywhere
+        store.Write(QD_W("k"), 4294967295UL);
         EXPECT_EQ(Text(store), "-1");
     }
 }

@@ -8,29 +8,32 @@
 #include <csignal>
 #include <cstddef>
 #include <iterator>
+#include <optional>
 #include <sys/resource.h>
 
 namespace {
 
-// Writing beyond `size` bytes of a file fails meanwhile, as on a full disk.
-class FileSizeLimit {
+// A limit of the process. Beyond one on files' sizes writing fails, as on a full disk.
+class Limit {
 public:
-    explicit FileSizeLimit(rlim_t size)
-        : m_handler(std::signal(SIGXFSZ, SIG_IGN))
+    Limit(decltype(RLIMIT_FSIZE) resource, rlim_t limit)
+        : m_resource(resource)
+        , m_handler(std::signal(SIGXFSZ, SIG_IGN))
     {
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {size, m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+        ::getrlimit(m_resource, &m_before);
+        const rlimit meanwhile = {limit, m_before.rlim_max};
+        ::setrlimit(m_resource, &meanwhile);
     }
-    ~FileSizeLimit()
+    ~Limit()
     {
-        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        ::setrlimit(m_resource, &m_before);
         std::signal(SIGXFSZ, m_handler);
     }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
 
 private:
+    decltype(RLIMIT_FSIZE) m_resource;
     void (*m_handler)(int);
     rlimit m_before = {};
 };
@@ -44,11 +47,26 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
     const std::string before = FileBytes(folder / "p");
     for (const rlim_t size : {0U, 1U, 1000U, 100'000U}) {
         SCOPED_TRACE(size);
-        const FileSizeLimit limit(size);
+        const Limit limit(RLIMIT_FSIZE, size);
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
         for (int i = 0; i < 10'000; ++i)
             profile.WriteInt(i, QD_W("key"), i);
     }
     EXPECT_EQ(FileBytes(folder / "p"), before);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
+}
+
+TEST(BBinProfileOnLinux, KeepsAFileThatItCouldNotOpen)
+{
+    const TemporaryFolder folder;
+    BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 1);
+    const std::string before = FileBytes(folder / "p");
+    {
+        std::optional<Limit> noMoreFiles(std::in_place, RLIMIT_NOFILE, 0);
+        BBinProfile profile(folder.Path("p"), ProfileReadWrite);
+        noMoreFiles.reset();
+        EXPECT_TRUE(profile.IsValid());
+        EXPECT_TRUE(profile.WriteInt(QD_W("b"), 2));
+    }
+    EXPECT_EQ(FileBytes(folder / "p"), before);
 }
