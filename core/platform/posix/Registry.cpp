@@ -15,7 +15,7 @@ namespace platform {
 
 struct RegistryKey {
     RegistryDatabase* database; // borrowed; there to the end of the process
-    RegistryDatabase::KeyId id;
+    RegistryDatabase::Key key;
 };
 
 namespace {
@@ -80,15 +80,16 @@ std::filesystem::path Location()
     return home.is_absolute() ? home / ".config" / name : std::filesystem::path();
 }
 
-RegistryKeyHandle Open(RegistryDatabase& database, RegistryDatabase::KeyId parent, WideView path)
+RegistryKeyHandle Open(RegistryDatabase& database, const RegistryDatabase::Key* parent,
+                       WideView path)
 {
     std::vector<RegistryName> names;
     if (!SplitPath(path, names))
         return nullptr;
-    const auto id = database.OpenKey(parent, names);
-    if (!id)
+    const auto key = database.OpenKey(parent, names);
+    if (!key)
         return nullptr;
-    return RegistryKeyHandle(std::make_unique<RegistryKey>(RegistryKey{&database, *id}).release());
+    return RegistryKeyHandle(std::make_unique<RegistryKey>(RegistryKey{&database, *key}).release());
 }
 
 } // namespace
@@ -103,17 +104,17 @@ RegistryKeyHandle OpenRegistryKey(const WChar* path)
     const std::string location = Location().string();
     if (location.empty())
         return nullptr;
-    return Open(RegistryDatabase::At(location), RegistryDatabase::kRoot, path);
+    return Open(RegistryDatabase::At(location), nullptr, path);
 }
 
 RegistryKeyHandle OpenRegistryKey(RegistryKey& parent, const WChar* path)
 {
-    return Open(*parent.database, parent.id, path);
+    return Open(*parent.database, &parent.key, path);
 }
 
 ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, std::basic_string<WChar>& text)
 {
-    const bool isRead = key.database->ReadText(key.id, NameOf(name).folded, text);
+    const bool isRead = key.database->ReadText(key.key, NameOf(name).folded, text);
     return isRead ? ERegistryRead::Done : ERegistryRead::NoText;
 }
 
@@ -122,7 +123,7 @@ bool WriteRegistryValue(RegistryKey& key, const WChar* name, ERegistryType type,
 {
     const WideView written(name);
     return written.size() <= kLongestValueName &&
-           key.database->WriteValue(key.id, NameOf(written), type, data, size);
+           key.database->WriteValue(key.key, NameOf(written), type, data, size);
 }
 
 } // namespace platform

@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <list>
 #include <mutex>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
+#include <sys/sysmacros.h>
 #include <utility>
 
 // The file, version 1. Names and texts are UTF-16 as the registry has them, in blobs, which keep
@@ -30,6 +32,7 @@ namespace platform {
 namespace {
 
 constexpr int kFormatVersion = 1;
+constexpr std::int64_t kRoot = 0;
 constexpr std::uint32_t kPatienceMs = 2000; // how long a lock of another process is waited for
 
 constexpr const char* kCreate =
@@ -205,6 +208,26 @@ DatabaseHandle OpenDatabase(const std::string& location)
     return isReady ? std::move(database) : nullptr;
 }
 
+RegistryDatabase::FileId FileAt(const std::string& location)
+{
+    struct statx status = {};
+    if (::statx(AT_FDCWD, location.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0)
+        return {};
+    return {.device = makedev(status.stx_dev_major, status.stx_dev_minor),
+            .inode = status.stx_ino,
+            .birthSeconds = status.stx_btime.tv_sec,
+            .birthNanoseconds = status.stx_btime.tv_nsec};
+}
+
+// Whether the path leads to another file than the one that was opened, or to none.
+bool IsMoved(sqlite3* database)
+{
+    int isMoved = 0;
+    return ::sqlite3_file_control(database, nullptr, SQLITE_FCNTL_HAS_MOVED, &isMoved) !=
+               SQLITE_OK ||
+           isMoved != 0;
+}
+
 // Never destroyed, as keys may be used until the very end.
 std::list<RegistryDatabase>& Databases()
 {
@@ -215,8 +238,9 @@ std::list<RegistryDatabase>& Databases()
 } // namespace
 
 struct RegistryDatabase::Connection {
-    explicit Connection(DatabaseHandle opened)
+    Connection(DatabaseHandle opened, const FileId& openedFile)
         : database(std::move(opened))
+        , file(openedFile)
     {}
 
     [[nodiscard]] bool IsReady() const noexcept
@@ -226,6 +250,7 @@ struct RegistryDatabase::Connection {
     [[nodiscard]] Statement Prepared(const char* sql) const { return Prepare(database.get(), sql); }
 
     DatabaseHandle database; // outlives its statements
+    FileId file;
     bool leavesGaps = false; // after each write, for other processes
     Statement begin = Prepared("BEGIN IMMEDIATE");
     Statement commit = Prepared("COMMIT");
@@ -293,15 +318,16 @@ RegistryDatabase::RegistryDatabase(std::string location)
 
 RegistryDatabase::~RegistryDatabase() = default;
 
-std::optional<RegistryDatabase::KeyId> RegistryDatabase::OpenKey(
-    KeyId parent, std::span<const RegistryName> names)
+std::optional<RegistryDatabase::Key> RegistryDatabase::OpenKey(const Key* parent,
+                                                               std::span<const RegistryName> names)
 {
     const std::lock_guard lock(g_lock);
-    if (!IsOpen())
+    if (parent != nullptr ? !Has(*parent) : !IsOpen(FileAt(m_location)))
         return std::nullopt;
-    KeyId key = Descend(parent, names);
+    const FileId& file = m_connection->file;
+    std::int64_t key = Descend(parent != nullptr ? parent->number : kRoot, names);
     if (names.empty())
-        return key;
+        return Key{file, key};
     Connection::Transaction transaction(*m_connection);
     if (!transaction.IsOpen())
         return std::nullopt;
@@ -312,17 +338,17 @@ std::optional<RegistryDatabase::KeyId> RegistryDatabase::OpenKey(
             return std::nullopt;
         key = run.Number(0);
     }
-    return transaction.Commit() ? std::optional(key) : std::nullopt;
+    return transaction.Commit() ? std::optional(Key{file, key}) : std::nullopt;
 }
 
-bool RegistryDatabase::ReadText(KeyId key, std::basic_string_view<WChar> foldedName,
+bool RegistryDatabase::ReadText(const Key& key, std::basic_string_view<WChar> foldedName,
                                 std::basic_string<WChar>& text)
 {
     const std::lock_guard lock(g_lock);
-    if (!IsOpen())
+    if (!Has(key))
         return false;
     Run run(m_connection->readValue);
-    if (!run.With(key).With(foldedName).HasRow())
+    if (!run.With(key.number).With(foldedName).HasRow())
         return false;
     const auto type = static_cast<ERegistryType>(run.Number(0));
     if (type != ERegistryType::Text && type != ERegistryType::ExpandableText)
@@ -334,16 +360,16 @@ bool RegistryDatabase::ReadText(KeyId key, std::basic_string_view<WChar> foldedN
     return true;
 }
 
-bool RegistryDatabase::WriteValue(KeyId key, const RegistryName& name, ERegistryType type,
+bool RegistryDatabase::WriteValue(const Key& key, const RegistryName& name, ERegistryType type,
                                   const void* data, std::size_t size)
 {
     const std::lock_guard lock(g_lock);
-    if (!IsOpen())
+    if (!Has(key))
         return false;
     Connection::Transaction transaction(*m_connection);
     return transaction.IsOpen() &&
            Run(m_connection->writeValue)
-               .With(key)
+               .With(key.number)
                .With(name.folded)
                .With(name.written)
                .With(static_cast<std::int64_t>(type))
@@ -369,14 +395,19 @@ void RegistryDatabase::AfterFork() noexcept
     g_lock.unlock();
 }
 
-bool RegistryDatabase::IsOpen()
+// Whether there is a connection, to `file` if it is still at the location, else to the one that is.
+bool RegistryDatabase::IsOpen(const FileId& file)
 {
-    if (m_connection)
+    if (m_connection && m_connection->file == file)
         return true;
+    m_connection.reset();
     DatabaseHandle database = OpenDatabase(m_location);
     if (!database)
         return false;
-    auto connection = std::make_unique<Connection>(std::move(database));
+    const FileId opened = FileAt(m_location);
+    if (IsMoved(database.get()))
+        return false;
+    auto connection = std::make_unique<Connection>(std::move(database), opened);
     // A journal keeps the lock for as long as the disk takes. Who writes on and on would have it
     // all the time.
     connection->leavesGaps = !IsLocal(m_location);
@@ -385,8 +416,16 @@ bool RegistryDatabase::IsOpen()
     return m_connection != nullptr;
 }
 
+// Whether the file of the key is at the location, and open. A file that was deleted would take what
+// is written and keep it from everybody.
+bool RegistryDatabase::Has(const Key& key)
+{
+    const FileId file = FileAt(m_location);
+    return file == key.file && IsOpen(file) && m_connection->file == file;
+}
+
 // Follows `names` as far as there are keys, and takes those off.
-RegistryDatabase::KeyId RegistryDatabase::Descend(KeyId key, std::span<const RegistryName>& names)
+std::int64_t RegistryDatabase::Descend(std::int64_t key, std::span<const RegistryName>& names)
 {
     while (!names.empty()) {
         Run run(m_connection->findKey);

@@ -207,6 +207,38 @@ TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
     EXPECT_EQ(Use(), 0);
 }
 
+TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
+{
+    for (const bool isReplaced : {true, false}) {
+        SCOPED_TRACE(isReplaced);
+        BConfigRegistry old(QD_W("other\\key"));
+        ASSERT_EQ(old.WriteInt(QD_W("v"), 1), 0);
+        ASSERT_EQ(OtherProgram(m_path).Run("PRAGMA wal_checkpoint(TRUNCATE)"), "0");
+        const auto expectRefusal = [&old] {
+            int value = 7;
+            EXPECT_EQ(old.WriteInt(QD_W("v"), 2), 32767);
+            EXPECT_EQ(old.ReadInt(QD_W("v"), value), 32767);
+            EXPECT_EQ(value, 7);
+            EXPECT_THROW(old.Child(QD_W("new")), BError);
+        };
+        WriteFileBytes(m_folder / "copy", FileBytes(m_path)); // where the key has the same number
+        if (isReplaced)
+            fs::rename(m_folder / "copy", m_path);
+        else
+            fs::remove(m_path);
+        expectRefusal();
+        EXPECT_EQ(fs::exists(m_path), isReplaced);
+        EXPECT_TRUE(Succeeded(Fork([](int) { return true; }, 0))); // which closes the connection
+        expectRefusal();
+        EXPECT_EQ(fs::exists(m_path), isReplaced);
+        EXPECT_EQ(Use(), 0); // in the new file
+        expectRefusal();
+        OtherProgram other(m_path);
+        EXPECT_EQ(other.Run("SELECT count(*) FROM registry_key"), isReplaced ? "4" : "2");
+        EXPECT_EQ(other.Run("PRAGMA integrity_check"), "ok");
+    }
+}
+
 TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
 {
     struct Case {
