@@ -46,7 +46,9 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
                                     void* data, unsigned int size) noexcept;
 
 /// Changes to a profile. While the object lives, the updates by other threads and processes that go
-/// this way wait, so one thread has one at a time; readers do not wait.
+/// this way wait, so one thread has one at a time; readers do not wait. Off Windows the folder is
+/// locked; in one that may be written but not read, an empty file ".qd.lock", which stays there.
+/// Users of whom only some may read the folder do not wait for each other.
 ///
 /// What a writer answers tells whether the file holds the change; it is false when the others let
 /// the profile go for no 10 seconds. Off Windows each change replaces the file whole, so that

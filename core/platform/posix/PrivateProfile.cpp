@@ -29,7 +29,7 @@ namespace platform {
 
 struct ProfileUpdate::State {
     std::basic_string<WChar> path;
-    Descriptor lock; // none where there is nothing to lock
+    Descriptor lock;
 };
 
 namespace {
@@ -391,15 +391,31 @@ WideText EncodeBlock(const unsigned char* data, std::size_t size)
     return digits;
 }
 
-// Held by whoever changes files in the folder of this one, as the file itself is replaced.
+// A file that stays there to be locked.
+Descriptor OpenLockFile(const std::string& path)
+{
+    constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+    Descriptor file(::open(path.c_str(), flags));
+    if (!file.IsOpen() && errno == ENOENT)
+        file = Descriptor(::open(path.c_str(), flags | O_CREAT, 0444));
+    return file;
+}
+
+// Held by whoever changes files in the folder of this one, as the file itself is replaced. None
+// when nothing can be locked.
 Descriptor OpenForLock(const std::string& nativePath)
 {
     const std::string target = ResolveLinks(nativePath);
     const std::string folder = FolderOf(target);
     Descriptor file(
         ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // A folder that may not be read takes no new files either: the file stays the same one.
-    if (!file.IsOpen())
+    if (file.IsOpen())
+        return file;
+    // One that may not be read can take new files all the same.
+    const std::string lock = folder + ".qd.lock";
+    file = OpenLockFile(lock);
+    // When it takes none, the file stays the same one.
+    if (!file.IsOpen() && errno == EACCES && ::access(lock.c_str(), F_OK) != 0)
         file = Descriptor(::open(target.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     return file;
 }
@@ -408,7 +424,7 @@ Descriptor OpenForLock(const std::string& nativePath)
 bool Lock(const Descriptor& file)
 {
     constexpr int stepUs = 200, mostSteps = 50'000; // 10 s
-    for (int step = 0; file.IsOpen() && ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0; ++step) {
+    for (int step = 0; ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0; ++step) {
         if (errno != EWOULDBLOCK && errno != EINTR)
             return true;
         if (step == mostSteps)
@@ -461,7 +477,7 @@ ProfileUpdate::ProfileUpdate(const WChar* path) noexcept
         auto state = std::make_unique<State>();
         state->path = path;
         state->lock = OpenForLock(ToNativePath(path));
-        if (Lock(state->lock))
+        if (state->lock.IsOpen() && Lock(state->lock))
             m_state = std::move(state);
     } catch (const std::bad_alloc&) {
         // nothing can be written then
@@ -471,7 +487,7 @@ ProfileUpdate::ProfileUpdate(const WChar* path) noexcept
 ProfileUpdate::~ProfileUpdate()
 {
     // Closing would not do: a process that was forked meanwhile has the lock, too.
-    if (m_state && m_state->lock.IsOpen())
+    if (m_state)
         ::flock(m_state->lock.Get(), LOCK_UN);
 }
 

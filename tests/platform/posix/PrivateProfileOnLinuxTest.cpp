@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <functional>
@@ -13,6 +14,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -29,8 +31,8 @@ std::u16string Read(const WString& path, const WChar* section, const WChar* key)
     return {buffer, platform::ReadProfileText(path, section, key, u"(nothing)", buffer, 100)};
 }
 
-// In a process without the rights of the superuser, who may write everywhere.
-bool HoldsForNobody(const std::function<bool()>& isTrue)
+// A process without the rights of the superuser, who may write everywhere.
+pid_t StartAsNobody(const std::function<bool()>& isTrue)
 {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -38,9 +40,19 @@ bool HoldsForNobody(const std::function<bool()>& isTrue)
         const bool isNobody = ::geteuid() != 0 || ::setuid(nobody) == 0;
         ::_exit(isNobody && isTrue() ? 0 : 1);
     }
+    return child;
+}
+
+bool Held(pid_t child)
+{
     int status = 1;
     ::waitpid(child, &status, 0);
     return status == 0;
+}
+
+bool HoldsForNobody(const std::function<bool()>& isTrue)
+{
+    return Held(StartAsNobody(isTrue));
 }
 
 } // namespace
@@ -133,6 +145,33 @@ TEST(PrivateProfileOnLinux, WritesInPlaceWhereNoFileCanBeMade)
     fs::permissions(folder / "", fs::perms{0755});
     EXPECT_EQ(FileBytes(folder / "p.ini"), "[S]\nk=1\n");
     EXPECT_FALSE(fs::exists(folder / "missing.ini"));
+}
+
+TEST(PrivateProfileOnLinux, NoUpdateIsLostWhereTheFolderMayNotBeRead)
+{
+    constexpr int writers = 3, keys = 200;
+    const TemporaryFolder folder;
+    const WString path = folder.Path("in/p.ini");
+    fs::create_directory(folder / "in");
+    fs::permissions(folder / "", fs::perms{0755});
+    static_cast<void>(::chown((folder / "in").c_str(), 65534, 65534)); // when allowed
+    fs::permissions(folder / "in", fs::perms{0300});
+    const auto setAll = [&](int writer) {
+        for (int key = 0; key < keys; ++key) {
+            const std::string name = std::to_string(writer * keys + key);
+            if (!Set(path, u"S", std::u16string(name.begin(), name.end()).c_str(), u"1"))
+                return false;
+        }
+        return true;
+    };
+    std::vector<pid_t> processes;
+    for (int writer = 0; writer < writers; ++writer)
+        processes.push_back(StartAsNobody([&, writer] { return setAll(writer); }));
+    for (const pid_t process : processes)
+        EXPECT_TRUE(Held(process));
+    fs::permissions(folder / "in", fs::perms{0700});
+    const std::string text = FileBytes(folder / "in/p.ini");
+    EXPECT_EQ(std::ranges::count(text, '='), writers * keys);
 }
 
 TEST(PrivateProfileOnLinux, SeesAChangeOfTheSameSizeAtOnce)
