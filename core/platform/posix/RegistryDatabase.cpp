@@ -1,18 +1,22 @@
 #include "core/platform/posix/RegistryDatabase.h"
 
 #include "core/platform/Clock.h"
+#include "core/platform/posix/Descriptor.h"
 
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <list>
 #include <mutex>
 #include <pthread.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 #include <utility>
 
 // The file, version 1. Names and texts are UTF-16 as the registry has them, in blobs, which keep
@@ -190,9 +194,48 @@ void MakeFolders(const std::string& path)
         ::mkdir(path.substr(0, end).c_str(), 0700);
 }
 
+RegistryDatabase::FileId FileAt(const std::string& location)
+{
+    struct statx status = {};
+    if (::statx(AT_FDCWD, location.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0)
+        return {};
+    return {.device = makedev(status.stx_dev_major, status.stx_dev_minor),
+            .inode = status.stx_ino,
+            .birthSeconds = status.stx_btime.tv_sec,
+            .birthNanoseconds = status.stx_btime.tv_nsec};
+}
+
+// Makes an empty file where there is none, if it can; false when another process is too long at it.
+// The log of one that was deleted goes first: what another process still has open of it would count
+// as the new file's. Under the folder's lock it is never the log of a file that was made meanwhile.
+bool MakeFile(const std::string& location, const std::string& folder)
+{
+    if (FileAt(location).inode != 0)
+        return true;
+    const Descriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::uint32_t start = TickCount();
+    while (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK)
+            return true;
+        if (TickCount() - start >= kPatienceMs)
+            return false;
+        ::sqlite3_sleep(1);
+    }
+    if (FileAt(location).inode != 0)
+        return true;
+    for (const char* ending : {"-wal", "-shm"})
+        ::unlink((location + ending).c_str());
+    const Descriptor made(::open(location.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    return true;
+}
+
 DatabaseHandle OpenDatabase(const std::string& location)
 {
     MakeFolders(location);
+    const std::string folder = location.substr(0, location.rfind('/') + 1);
+    const bool isLocal = IsLocal(folder);
+    if (isLocal && !MakeFile(location, folder))
+        return nullptr;
     sqlite3* opened = nullptr;
     const int result = ::sqlite3_open_v2(
         location.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
@@ -204,19 +247,8 @@ DatabaseHandle OpenDatabase(const std::string& location)
     const bool isReady = Execute(opened, "PRAGMA encoding = 'UTF-16le';"
                                          "PRAGMA trusted_schema = OFF;"
                                          "PRAGMA cell_size_check = ON") &&
-                         ChooseJournal(opened, IsLocal(location)) && CheckFormat(opened);
+                         ChooseJournal(opened, isLocal) && CheckFormat(opened);
     return isReady ? std::move(database) : nullptr;
-}
-
-RegistryDatabase::FileId FileAt(const std::string& location)
-{
-    struct statx status = {};
-    if (::statx(AT_FDCWD, location.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0)
-        return {};
-    return {.device = makedev(status.stx_dev_major, status.stx_dev_minor),
-            .inode = status.stx_ino,
-            .birthSeconds = status.stx_btime.tv_sec,
-            .birthNanoseconds = status.stx_btime.tv_nsec};
 }
 
 // Whether the path leads to another file than the one that was opened, or to none.

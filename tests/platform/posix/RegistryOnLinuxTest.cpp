@@ -14,6 +14,7 @@
 #include <random>
 #include <string>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -237,6 +238,29 @@ TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
         EXPECT_EQ(other.Run("SELECT count(*) FROM registry_key"), isReplaced ? "4" : "2");
         EXPECT_EQ(other.Run("PRAGMA integrity_check"), "ok");
     }
+}
+
+TEST_F(RegistryOnLinux, StartsAfreshWhileAnotherProcessHasAFileThatIsGone)
+{
+    int ends[2] = {};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    const pid_t holder = Fork(
+        [](int end) {
+            BConfigRegistry old(QD_W("old"));
+            char byte = 0;
+            return old.WriteInt(QD_W("v"), 1) == 0 && ::write(end, &byte, 1) == 1 &&
+                   ::read(end, &byte, 1) == 1 && old.WriteInt(QD_W("v"), 2) == 32767;
+        },
+        ends[1]);
+    ::close(ends[1]);
+    char byte = 0;
+    ASSERT_EQ(::read(ends[0], &byte, 1), 1);
+    fs::remove(m_path);
+    EXPECT_EQ(Use(), 0);
+    EXPECT_EQ(::write(ends[0], &byte, 1), 1);
+    EXPECT_TRUE(Succeeded(holder));
+    ::close(ends[0]);
+    EXPECT_EQ(OtherProgram(m_path).Run("SELECT count(*) FROM registry_key"), "2");
 }
 
 TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
