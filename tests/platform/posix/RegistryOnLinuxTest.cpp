@@ -216,10 +216,7 @@ TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
         ASSERT_EQ(old.WriteInt(QD_W("v"), 1), 0);
         ASSERT_EQ(OtherProgram(m_path).Run("PRAGMA wal_checkpoint(TRUNCATE)"), "0");
         const auto expectRefusal = [&old] {
-            int value = 7;
             EXPECT_EQ(old.WriteInt(QD_W("v"), 2), 32767);
-            EXPECT_EQ(old.ReadInt(QD_W("v"), value), 32767);
-            EXPECT_EQ(value, 7);
             EXPECT_THROW(old.Child(QD_W("new")), BError);
         };
         WriteFileBytes(m_folder / "copy", FileBytes(m_path)); // where the key has the same number
@@ -234,6 +231,8 @@ TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
         EXPECT_EQ(fs::exists(m_path), isReplaced);
         EXPECT_EQ(Use(), 0); // in the new file
         expectRefusal();
+        int value = 0;
+        EXPECT_EQ(old.ReadInt(QD_W("v"), value), 32767);
         OtherProgram other(m_path);
         EXPECT_EQ(other.Run("SELECT count(*) FROM registry_key"), isReplaced ? "4" : "2");
         EXPECT_EQ(other.Run("PRAGMA integrity_check"), "ok");
