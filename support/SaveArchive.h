@@ -12,9 +12,11 @@
 ///
 /// `insert` inserts the objects, which are then written. False when the file could not be
 /// written; what `insert` or an object's `WriteData` throws passes on. The file keeps its
-/// permissions, and a symbolic link keeps leading to it. Where nothing can be made beside the file,
-/// the complete archive is copied over it. A process that dies meanwhile leaves its unfinished file
-/// there, ".qd" or "qd" and a number with the extension ".tmp".
+/// permissions, and a symbolic link keeps leading to it. Where nothing can be made beside the file
+/// or moved over it, the complete archive is copied over it: a full disk then still leaves the old
+/// document wherever the file system can reserve room, a crash during that copy leaves a damaged
+/// one. A process that dies meanwhile leaves its unfinished file there, ".qd" or "qd" and a number
+/// with the extension ".tmp".
 ///
 ///     SaveArchive(path, "class Document", 3,
 ///                 [&](BArchive& archive) { archive.Insert(root.Get(), "root"); });

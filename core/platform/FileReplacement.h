@@ -12,10 +12,14 @@ namespace platform {
 /// A new content for a file: written beside it and moved over it, so that the old content is whole
 /// until the new one is complete, also when the process dies.
 ///
-/// The file keeps its permissions, and a symbolic link keeps leading to it. When no sibling can be
-/// made, or it could not be given the same owner, the new content gathers in the folder for
-/// temporary files and `Commit` writes it over the old one. A read-only file is refused. A file
-/// that is not there yet comes into being.
+/// The file keeps its permissions, and a symbolic link keeps leading to it. A read-only file is
+/// refused. A file that is not there yet comes into being.
+///
+/// Where no sibling can be made, or given the same owner, or moved over the file (one that is
+/// mounted alone), `Commit` copies the complete new content over the old one; until then it gathers
+/// in the folder for temporary files, or beside. Room is made first, so a full disk leaves the old
+/// content wherever the file system can tell. A crash or an error of the disk during that copy
+/// leaves part of the new content over part of the old one.
 ///
 /// With `ESync::No` nothing waits for the disk: cheap, and safe unless the power fails.
 ///
@@ -41,8 +45,8 @@ public:
     [[nodiscard]] std::basic_string<WChar> Path() const;
 
     /// Puts the new content in place, synchronised before it shows under the name. False when
-    /// something of it was not written; the old content then stays, unless it was to be written
-    /// over. On Windows, others who have the old file open are waited for up to two seconds.
+    /// something of it was not written; the old content then stays, unless copying over it was
+    /// begun. On Windows, others who have the old file open are waited for up to two seconds.
     [[nodiscard]] bool Commit() noexcept;
 
 private:

@@ -54,7 +54,8 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 /// the profile go for no 10 seconds. Off Windows each change replaces the file whole, so that
 /// readers see the old or the new one also when the process dies (not when the power fails): it
 /// keeps owner and permissions, a link keeps leading to it, and a read-only file is refused. Only
-/// where no file can be made beside it, it is written in place.
+/// where no file can be made beside it or moved over it, it is written in place; a crash meanwhile
+/// leaves it damaged.
 class ProfileUpdate {
 public:
     explicit ProfileUpdate(const WChar* path) noexcept;

@@ -20,7 +20,8 @@ class BVariant;
 ///
 /// The old file is whole until the new one is complete. A save that fails is silent and leaves the
 /// old file. So does one after a file that is there could not be read to its end: it would lose
-/// what was not read.
+/// what was not read. Only where no file can be made beside it or moved over it, the new content is
+/// copied over the old one, and a crash during that copy leaves a damaged file.
 class QD_CORE_API BBinProfile : public BProfileBase {
 public:
     BBinProfile(WString path, EProfileMode mode);

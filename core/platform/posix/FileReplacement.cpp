@@ -49,6 +49,14 @@ Descriptor CreateDraft(const std::string& folder, mode_t mode, std::string& draf
     return {};
 }
 
+Stream StreamOn(Descriptor file, const char* mode)
+{
+    Stream stream(file.IsOpen() ? ::fdopen(file.Get(), mode) : nullptr);
+    if (stream)
+        file.Release();
+    return stream;
+}
+
 bool CopyAccessList(const std::string& from, int to)
 {
     constexpr const char* name = "system.posix_acl_access";
@@ -104,25 +112,56 @@ void SyncFolder(const std::string& folder)
         ::fsync(file.Get());
 }
 
-bool WriteOver(const std::string& target, std::FILE* draft, bool isSynchronised)
+// Room for the new content, before any of the old one goes. What is no file and file systems that
+// cannot tell take what comes.
+bool Reserve(int file, off_t size)
 {
-    const Stream stream(std::fopen(target.c_str(), "we"));
-    if (!stream)
-        return false;
-    std::rewind(draft);
+    return size == 0 || ::fallocate(file, 0, 0, size) == 0 || errno == EOPNOTSUPP ||
+           errno == ENOSYS || errno == EINVAL || errno == ENODEV || errno == ESPIPE;
+}
+
+bool Copy(std::FILE* from, std::FILE* to)
+{
+    std::rewind(from);
     char piece[4096];
-    while (const std::size_t size = std::fread(piece, 1, sizeof piece, draft)) {
-        if (std::fwrite(piece, 1, size, stream.get()) != size)
+    while (const std::size_t size = std::fread(piece, 1, sizeof piece, from)) {
+        if (std::fwrite(piece, 1, size, to) != size)
             return false;
     }
-    return std::ferror(draft) == 0 && std::fflush(stream.get()) == 0 &&
-           (!isSynchronised || SyncFile(::fileno(stream.get())));
+    return std::ferror(from) == 0 && std::fflush(to) == 0;
+}
+
+bool WriteOver(const std::string& target, std::FILE* draft, bool isSynchronised)
+{
+    const Stream stream =
+        StreamOn(Descriptor(::open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666)), "w");
+    struct stat before = {}, after = {};
+    if (!stream || ::fstat(::fileno(draft), &after) != 0)
+        return false;
+    const int file = ::fileno(stream.get());
+    if (::fstat(file, &before) != 0)
+        return false;
+    const auto cutTo = [&](off_t size) { return ::ftruncate(file, size) == 0; };
+    if (!Reserve(file, after.st_size)) {
+        cutTo(before.st_size); // some room may have been there
+        return false;
+    }
+    return Copy(draft, stream.get()) && (before.st_size <= after.st_size || cutTo(after.st_size)) &&
+           (!isSynchronised || SyncFile(file));
+}
+
+// A file that is mounted alone, as containers have them, has to stay.
+bool HasToStay(int error)
+{
+    return error == EBUSY || error == EXDEV;
 }
 
 bool MoveOver(const std::string& target, std::string& draft, bool isSynchronised)
 {
-    if (::rename(draft.c_str(), target.c_str()) != 0)
-        return false;
+    if (::rename(draft.c_str(), target.c_str()) != 0) {
+        const Stream stream(HasToStay(errno) ? std::fopen(draft.c_str(), "re") : nullptr);
+        return stream && WriteOver(target, stream.get(), isSynchronised);
+    }
     draft.clear();
     if (isSynchronised)
         SyncFolder(FolderOf(target));
@@ -150,10 +189,7 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     state.isBeside = file.IsOpen();
     if (!state.isBeside && (isThere ? !S_ISDIR(original.st_mode) : isLink))
         file = CreateDraft(TemporaryFolder(), 0600, state.draft);
-    if (file.IsOpen())
-        state.stream.reset(::fdopen(file.Get(), "w+"));
-    if (state.stream)
-        file.Release();
+    state.stream = StreamOn(std::move(file), "w+");
 }
 
 FileReplacement::~FileReplacement()

@@ -96,19 +96,31 @@ bool SyncFile(int file)
     return _commit(file) == 0;
 }
 
-bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised)
+bool Copy(std::FILE* from, std::FILE* to)
 {
-    const Stream stream = StreamOn(Open(target, TRUNCATE_EXISTING));
-    if (!stream)
-        return false;
-    std::rewind(draft);
+    std::rewind(from);
     char piece[4096];
-    while (const std::size_t size = std::fread(piece, 1, sizeof piece, draft)) {
-        if (std::fwrite(piece, 1, size, stream.get()) != size)
+    while (const std::size_t size = std::fread(piece, 1, sizeof piece, from)) {
+        if (std::fwrite(piece, 1, size, to) != size)
             return false;
     }
-    return std::ferror(draft) == 0 && std::fflush(stream.get()) == 0 &&
-           (!isSynchronised || SyncFile(_fileno(stream.get())));
+    return std::ferror(from) == 0 && std::fflush(to) == 0;
+}
+
+// The room is there before any of the old content goes.
+bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised)
+{
+    const Stream stream = StreamOn(Open(target, OPEN_EXISTING));
+    if (!stream)
+        return false;
+    const int file = _fileno(stream.get());
+    const std::int64_t before = _filelengthi64(file), after = _filelengthi64(_fileno(draft));
+    if (before < after && _chsize_s(file, after) != 0) {
+        _chsize_s(file, before); // some room may have been there
+        return false;
+    }
+    return Copy(draft, stream.get()) && (before <= after || _chsize_s(file, after) == 0) &&
+           (!isSynchronised || SyncFile(file));
 }
 
 // The first keeps what belongs to the old file: its access list, its attributes, its date.

@@ -9,7 +9,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <sched.h>
+#include <string>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -78,4 +83,51 @@ TEST(FileSystemOnLinux, ReplacesInPlaceWhatCannotHaveASibling)
     std::fputs("qd-in-place", replacement.Stream());
     EXPECT_TRUE(replacement.Commit());
     EXPECT_EQ(FileBytes("/proc/self/comm"), "qd-in-place\n");
+}
+
+TEST(FileSystemOnLinux, WritesOverWhatIsMountedAloneUnlessTheDiskIsFull)
+{
+    struct Case {
+        std::size_t size;
+        bool isWritten;
+    };
+    const Case cases[] = {{40'000, true}, {70'000, false}, {5, true}, {70'000, false}};
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "disk");
+    WriteFileBytes(folder / "file", "");
+    const auto mountFile = [&] { // seen by this process alone
+        return ::unshare(CLONE_NEWNS) == 0 && ::mount("", "/", "", MS_REC | MS_PRIVATE, "") == 0 &&
+               ::mount("", (folder / "disk").c_str(), "tmpfs", 0, "size=64k") == 0 &&
+               (WriteFileBytes(folder / "disk/file", "old"), true) &&
+               ::mount((folder / "disk/file").c_str(), (folder / "file").c_str(), "", MS_BIND,
+                       "") == 0;
+    };
+    const auto replace = [&](const std::string& content) {
+        platform::FileReplacement replacement(folder.Path("file"));
+        return replacement.Stream() != nullptr &&
+               std::fputs(content.c_str(), replacement.Stream()) >= 0 && replacement.Commit();
+    };
+    constexpr int cannotMount = 77;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (!mountFile())
+            ::_exit(cannotMount);
+        std::string expected = "old";
+        for (const Case& c : cases) {
+            const std::string content(c.size, 'n');
+            if (replace(content) != c.isWritten)
+                ::_exit(1);
+            if (c.isWritten)
+                expected = content;
+            if (FileBytes(folder / "disk/file") != expected)
+                ::_exit(2);
+        }
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == cannotMount)
+        GTEST_SKIP() << "only the superuser mounts";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder / ""), {}), 2); // no draft is left
 }
