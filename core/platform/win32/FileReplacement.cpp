@@ -96,30 +96,33 @@ bool SyncFile(int file)
     return _commit(file) == 0;
 }
 
-bool Copy(std::FILE* from, std::FILE* to)
+// All from `begin` on.
+bool Copy(std::int64_t begin, std::FILE* from, std::FILE* to)
 {
-    std::rewind(from);
+    if (_fseeki64(from, begin, SEEK_SET) != 0 || _fseeki64(to, begin, SEEK_SET) != 0)
+        return false;
     char piece[4096];
     while (const std::size_t size = std::fread(piece, 1, sizeof piece, from)) {
         if (std::fwrite(piece, 1, size, to) != size)
             return false;
     }
-    return std::ferror(from) == 0 && std::fflush(to) == 0;
+    return std::ferror(from) == 0;
 }
 
-// The room is there before any of the old content goes.
+// What goes beyond the old content is written first, as long as all of that can stay: some file
+// systems make a file longer without having the room.
 bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised)
 {
     const Stream stream = StreamOn(Open(target, OPEN_EXISTING));
-    if (!stream)
+    if (!stream || std::setvbuf(stream.get(), nullptr, _IONBF, 0) != 0)
         return false;
     const int file = _fileno(stream.get());
     const std::int64_t before = _filelengthi64(file), after = _filelengthi64(_fileno(draft));
-    if (before < after && _chsize_s(file, after) != 0) {
-        _chsize_s(file, before); // some room may have been there
+    if (before < after && !Copy(before, draft, stream.get())) {
+        _chsize_s(file, before);
         return false;
     }
-    return Copy(draft, stream.get()) && (before <= after || _chsize_s(file, after) == 0) &&
+    return Copy(0, draft, stream.get()) && (before <= after || _chsize_s(file, after) == 0) &&
            (!isSynchronised || SyncFile(file));
 }
 
