@@ -13,6 +13,7 @@
 # include <QDataStream>
 # include <QFile>
 # include <QHash>
+# include <QSaveFile>
 # include <QString>
 # include <QVariant>
 #endif
@@ -188,7 +189,25 @@ void BM_BinProfileLoad_QDataStream(benchmark::State& state)
     Count(state);
 }
 
+// Beside the old file, synchronised and moved over it, as ours.
+void BM_BinProfileSave_QDataStreamSafe(benchmark::State& state)
+{
+    const BenchFile file;
+    const QHash<QString, QVariant> values = QtValues(state.range(0));
+    for (auto _ : state) {
+        QSaveFile saved(QString::fromStdString(file.Narrow()));
+        bool isSaved = saved.open(QIODevice::WriteOnly);
+        QDataStream stream(&saved);
+        stream << values;
+        isSaved = isSaved && saved.commit();
+        if (!isSaved)
+            state.SkipWithError("not saved");
+    }
+    Count(state);
+}
+
 BENCHMARK(BM_BinProfileSave_QDataStream)->Arg(10)->QD_SIZES;
+BENCHMARK(BM_BinProfileSave_QDataStreamSafe)->Arg(10)->QD_SIZES;
 BENCHMARK(BM_BinProfileLoad_QDataStream)->Arg(10)->QD_SIZES;
 #endif
 

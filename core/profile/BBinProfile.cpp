@@ -246,17 +246,21 @@ bool BBinProfile::Write() const
 {
     if (m_isUnread)
         return false;
-    VariantBytes bytes; // to write each piece to the stream would take as long as all the rest
+    constexpr std::size_t pieceSize = 64 * 1024; // value by value would take much longer
+    platform::FileReplacement replacement(m_path);
+    std::FILE* const stream = replacement.Stream();
+    if (stream == nullptr)
+        return false;
+    VariantBytes bytes;
     bytes.Append(kUnicodeFormatId);
     for (const auto& item : m_values) {
         bytes.AppendText(item.key);
         bytes.Append(item.value->Type());
         item.value->AppendValue(bytes);
+        if (bytes.Size() >= pieceSize && !bytes.MoveTo(stream))
+            return false;
     }
-    platform::FileReplacement replacement(m_path);
-    return replacement.Stream() != nullptr &&
-           std::fwrite(bytes.Data(), 1, bytes.Size(), replacement.Stream()) == bytes.Size() &&
-           replacement.Commit();
+    return bytes.MoveTo(stream) && replacement.Commit();
 }
 
 void BBinProfile::CheckMode() const

@@ -60,7 +60,7 @@ void BVariant::SaveValue(std::FILE* stream) const
         return;
     VariantBytes bytes;
     AppendValue(bytes);
-    std::fwrite(bytes.Data(), 1, bytes.Size(), stream);
+    static_cast<void>(bytes.MoveTo(stream));
 }
 
 template <class T>

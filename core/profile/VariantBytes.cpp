@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
+#include <utility>
 
 static_assert(std::endian::native == std::endian::little, "a record is the memory as it stands");
 
@@ -51,6 +52,12 @@ void VariantBytes::AppendText(const BString& text)
 void VariantBytes::AppendText(const WString& text)
 {
     AppendRecord(*this, text);
+}
+
+bool VariantBytes::MoveTo(std::FILE* stream) noexcept
+{
+    const std::size_t size = std::exchange(m_size, 0);
+    return std::fwrite(m_bytes.get(), 1, size, stream) == size;
 }
 
 void VariantBytes::Grow(std::size_t size)

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -27,6 +28,9 @@ public:
     /// A text record.
     void AppendText(const BString& text);
     void AppendText(const WString& text);
+
+    /// Writes the bytes to a stream and starts anew; false when they were not written.
+    [[nodiscard]] bool MoveTo(std::FILE* stream) noexcept;
 
     [[nodiscard]] const char* Data() const noexcept { return m_bytes.get(); }
     [[nodiscard]] std::size_t Size() const noexcept { return m_size; }
