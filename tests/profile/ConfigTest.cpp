@@ -135,7 +135,7 @@ TEST(BConfigRegistry, KeepsEveryTextUnderEveryName)
         EXPECT_EQ(Read(again, text.c_str()), text);
 
     EXPECT_EQ(config.WriteString(Units(16384, 'n').c_str(), QD_W("")), 32767);
-    for (const std::size_t length : {1000000, 3, 0, 20000}) {
+    for (const std::size_t length : {1'000'000U, 3U, 0U, 20'000U}) {
         EXPECT_EQ(config.WriteString(QD_W("long"), Units(length, 'x').c_str()), 0);
         EXPECT_EQ(Read(again, QD_W("long")), Units(length, 'x'));
     }
