@@ -11,6 +11,7 @@
 // on a worker thread, with a progress bar; Ctrl+C breaks it off.
 
 #include "core/base/BString.h"
+#include "core/diag/BStopWatch.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/tree/BNodeItr.h"
 #include "support/BThreadDispatcher.h"
@@ -19,7 +20,6 @@
 #include "examples/Document.h"
 #include "examples/View.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -28,19 +28,6 @@
 #include <vector>
 
 namespace {
-
-class StopWatch {
-public:
-    [[nodiscard]] double Milliseconds() const
-    {
-        const std::chrono::duration<double, std::milli> passed =
-            std::chrono::steady_clock::now() - m_start;
-        return passed.count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-};
 
 /// Stands for the user interface: counts the changes that it is told of.
 class ChangeCounter final : public BMessageReceiver {
@@ -66,32 +53,32 @@ int Save(const WString& path)
     const SP<BThreadDispatcher> dispatcher(new BThreadDispatcher);
     dispatcher->AddReceiver(&counter);
     BDispatcher::RegisterDispatcher(dispatcher);
-    const StopWatch making;
+    const BStopWatch making;
     const SP<BNode> root = MakeDocument();
-    std::printf("Made the document in %.0f ms.\n", making.Milliseconds());
+    std::printf("Made the document in %.0f ms.\n", making.PeriodD());
     BDispatcher::RegisterDispatcher(nullptr);
     dispatcher->Shutdown();
     std::puts("The dispatcher was told:");
     counter.Print();
 
-    const StopWatch saving;
+    const BStopWatch saving;
     if (!SaveDocument(path, *root)) {
         std::puts("The document could not be saved.");
         return 1;
     }
-    std::printf("Saved it in %.0f ms.\n", saving.Milliseconds());
+    std::printf("Saved it in %.0f ms.\n", saving.PeriodD());
     return 0;
 }
 
 int Load(const WString& path, bool prints)
 {
-    const StopWatch loading;
+    const BStopWatch loading;
     const SP<BNode> root = LoadDocument(path);
     if (!root) {
         std::puts("The document could not be loaded.");
         return 1;
     }
-    const double loadingTime = loading.Milliseconds();
+    const double loadingTime = loading.PeriodD();
     if (prints)
         PrintTree(*root);
     const SP<BNode> expected = MakeDocument();

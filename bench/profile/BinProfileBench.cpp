@@ -1,11 +1,12 @@
 #include "core/profile/BBinProfile.h"
 
+#include "bench/profile/BenchFile.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -29,18 +30,10 @@
 
 namespace {
 
+constexpr const char* kFileName = "qd-bench-profile";
+
 constexpr int kKeysInSection = 100;
 constexpr int kBlockSize = 24;
-
-class BenchFile {
-public:
-    ~BenchFile() { std::filesystem::remove(m_path); }
-    [[nodiscard]] WString Wide() const { return m_path.string<WChar>().c_str(); }
-    [[nodiscard]] std::string Narrow() const { return m_path.string(); }
-
-private:
-    std::filesystem::path m_path = std::filesystem::temp_directory_path() / "qd-bench-profile";
-};
 
 std::string SectionName(std::int64_t index)
 {
@@ -95,7 +88,7 @@ void Count(benchmark::State& state)
 
 void BM_BinProfileSave(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     SavedProfile profile(file.Wide(), ProfileNew);
     Fill(profile, state.range(0));
     for (auto _ : state) {
@@ -108,7 +101,7 @@ void BM_BinProfileSave(benchmark::State& state)
 // With 10 values: opening a small one.
 void BM_BinProfileLoad(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     {
         BBinProfile profile(file.Wide(), ProfileNew);
         Fill(profile, state.range(0));
@@ -159,7 +152,7 @@ bool Save(const QHash<QString, QVariant>& values, const std::string& path)
 
 void BM_BinProfileSave_QDataStream(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     const QHash<QString, QVariant> values = QtValues(state.range(0));
     for (auto _ : state) {
         if (!Save(values, file.Narrow()))
@@ -170,7 +163,7 @@ void BM_BinProfileSave_QDataStream(benchmark::State& state)
 
 void BM_BinProfileLoad_QDataStream(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     if (!Save(QtValues(state.range(0)), file.Narrow()))
         state.SkipWithError("not saved");
     for (auto _ : state) {
@@ -192,7 +185,7 @@ void BM_BinProfileLoad_QDataStream(benchmark::State& state)
 // Beside the old file, synchronised and moved over it, as ours.
 void BM_BinProfileSave_QDataStreamSafe(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     const QHash<QString, QVariant> values = QtValues(state.range(0));
     for (auto _ : state) {
         QSaveFile saved(QString::fromStdString(file.Narrow()));
@@ -292,7 +285,7 @@ private:
 
 void BM_BinProfileSave_SQLite(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     Database database(file.Narrow());
     for (auto _ : state)
         database.Save(state.range(0));
@@ -301,7 +294,7 @@ void BM_BinProfileSave_SQLite(benchmark::State& state)
 
 void BM_BinProfileLoad_SQLite(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     Database(file.Narrow()).Save(state.range(0));
     for (auto _ : state) {
         Database::Values values = Database(file.Narrow()).Load();

@@ -1,6 +1,8 @@
 #include "core/profile/BIniProfile.h"
 #include "core/profile/BProfile.h"
 
+#include "bench/profile/BenchFile.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -30,15 +32,7 @@
 
 namespace {
 
-class BenchFile {
-public:
-    ~BenchFile() { std::filesystem::remove(m_path); }
-    [[nodiscard]] WString Wide() const { return m_path.string<WChar>().c_str(); }
-    [[nodiscard]] std::string Narrow() const { return m_path.string(); }
-
-private:
-    std::filesystem::path m_path = std::filesystem::temp_directory_path() / "qd-bench.ini";
-};
+constexpr const char* kFileName = "qd-bench.ini";
 
 std::string KeyName(std::int64_t index)
 {
@@ -84,7 +78,7 @@ std::int64_t NextKey(benchmark::State& state, std::int64_t& round)
 
 void BM_TextProfileRead(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteWide(file, state.range(0));
     BProfile profile = Open(file);
     profile.WriteInt(QD_W("settled"), 1);
@@ -101,7 +95,7 @@ void BM_TextProfileRead(benchmark::State& state)
 // Parsed anew each time, as after a change by another process.
 void BM_TextProfileLoad(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteWide(file, state.range(0));
     BProfile profile = Open(file);
     for (auto _ : state) {
@@ -114,7 +108,7 @@ void BM_TextProfileLoad(benchmark::State& state)
 
 void BM_TextProfileWrite(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteWide(file, state.range(0));
     BProfile profile = Open(file);
     std::int64_t round = 0;
@@ -128,7 +122,7 @@ void BM_TextProfileWrite(benchmark::State& state)
 
 void BM_TextProfileFill(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     for (auto _ : state) {
         BProfile profile(file.Wide(), ProfileNew);
         profile.SetSection(QD_W("Probe"));
@@ -143,7 +137,7 @@ void BM_TextProfileFill(benchmark::State& state)
 // What the file system asks for a write: the same bytes in a new file, moved over the old one.
 void BM_TextProfileWrite_BareCopy(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteWide(file, state.range(0));
     std::ifstream stream(file.Narrow(), std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
@@ -168,7 +162,7 @@ GKeyFile* LoadKeyFile(const BenchFile& file)
 
 void BM_TextProfileRead_GKeyFile(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     GKeyFile* const keys = LoadKeyFile(file);
     for (auto _ : state) {
@@ -183,7 +177,7 @@ void BM_TextProfileRead_GKeyFile(benchmark::State& state)
 
 void BM_TextProfileLoad_GKeyFile(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     for (auto _ : state)
         g_key_file_free(LoadKeyFile(file));
@@ -192,7 +186,7 @@ void BM_TextProfileLoad_GKeyFile(benchmark::State& state)
 
 void BM_TextProfileWrite_GKeyFile(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     GKeyFile* const keys = LoadKeyFile(file);
     std::int64_t round = 0;
@@ -209,7 +203,7 @@ void BM_TextProfileWrite_GKeyFile(benchmark::State& state)
 #if defined(QD_BENCH_QT)
 void BM_TextProfileRead_QSettings(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     QSettings settings(QString::fromStdString(file.Narrow()), QSettings::IniFormat);
     settings.beginGroup("Probe");
@@ -224,7 +218,7 @@ void BM_TextProfileRead_QSettings(benchmark::State& state)
 
 void BM_TextProfileWrite_QSettings(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     QSettings settings(QString::fromStdString(file.Narrow()), QSettings::IniFormat);
     settings.beginGroup("Probe");
@@ -241,7 +235,7 @@ void BM_TextProfileWrite_QSettings(benchmark::State& state)
 #if defined(QD_BENCH_SIMPLEINI)
 void BM_TextProfileRead_SimpleIni(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     CSimpleIniA ini;
     ini.LoadFile(file.Narrow().c_str());
@@ -256,7 +250,7 @@ void BM_TextProfileRead_SimpleIni(benchmark::State& state)
 
 void BM_TextProfileLoad_SimpleIni(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     for (auto _ : state) {
         CSimpleIniA ini;
@@ -269,7 +263,7 @@ void BM_TextProfileLoad_SimpleIni(benchmark::State& state)
 // In place, so that whoever reads meanwhile may see half of it.
 void BM_TextProfileWrite_SimpleIni(benchmark::State& state)
 {
-    const BenchFile file;
+    const BenchFile file(kFileName);
     WriteNarrow(file, state.range(0));
     CSimpleIniA ini;
     ini.LoadFile(file.Narrow().c_str());

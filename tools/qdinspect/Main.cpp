@@ -48,15 +48,17 @@ Text ReadText(BlockReader& file)
 {
     static_assert(std::endian::native == std::endian::little, "units are read as they stand");
     const std::uint64_t size = file.Size();
-    if (size == 0 || size > kLargestText)
+    const bool isUnicode = IsUnicode(file);
+    const char* const bytes = size <= kLargestText ? file.Peek(size) : nullptr;
+    if (size == 0 || bytes == nullptr)
         return {};
     Text text;
-    if (IsUnicode(file)) {
+    if (isUnicode) {
         text.resize(size / sizeof(WChar) - 1);
-        std::memcpy(text.data(), file.Peek(size) + 2, text.size() * sizeof(WChar));
+        std::memcpy(text.data(), bytes + sizeof(WChar), text.size() * sizeof(WChar));
     } else {
         text.resize(size);
-        text.resize(platform::AnsiToWide(file.Peek(size), size, text.data(), text.size()));
+        text.resize(platform::AnsiToWide(bytes, size, text.data(), text.size()));
     }
     return text;
 }
