@@ -1,6 +1,7 @@
 #include "core/profile/BVariant.h"
 
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 static_assert(sizeof(int) == 4 && sizeof(double) == 8);
@@ -21,6 +22,9 @@ template <>
 constexpr std::uint32_t kTypeCode<bool> = 5;
 template <>
 constexpr std::uint32_t kTypeCode<WString> = 6;
+
+template <class T>
+constexpr bool kIsText = std::is_same_v<T, BString> || std::is_same_v<T, WString>;
 
 SP<BVariant> MakeVariant(std::uint32_t type)
 {
@@ -73,15 +77,23 @@ std::uint32_t TVariant<T>::Type() const
 template <class T>
 void TVariant<T>::ReadValue(VariantSource& source)
 {
-    T value = m_value;
-    if (source.Read(&value, sizeof value))
-        m_value = value;
+    if constexpr (kIsText<T>) {
+        if (!source.ReadText(m_value))
+            m_value.Clear();
+    } else {
+        T value = m_value;
+        if (source.Read(&value, sizeof value))
+            m_value = value;
+    }
 }
 
 template <class T>
 void TVariant<T>::AppendValue(VariantBytes& bytes) const
 {
-    bytes.Append(&m_value, sizeof m_value);
+    if constexpr (kIsText<T>)
+        bytes.AppendText(m_value);
+    else
+        bytes.Append(&m_value, sizeof m_value);
 }
 
 template <>
@@ -97,32 +109,6 @@ void TVariant<bool>::AppendValue(VariantBytes& bytes) const
 {
     const std::uint8_t byte = m_value ? 1 : 0;
     bytes.Append(&byte, sizeof byte);
-}
-
-template <>
-void TVariant<BString>::ReadValue(VariantSource& source)
-{
-    if (!source.ReadText(m_value))
-        m_value.Clear();
-}
-
-template <>
-void TVariant<BString>::AppendValue(VariantBytes& bytes) const
-{
-    bytes.AppendText(m_value);
-}
-
-template <>
-void TVariant<WString>::ReadValue(VariantSource& source)
-{
-    if (!source.ReadText(m_value))
-        m_value.Clear();
-}
-
-template <>
-void TVariant<WString>::AppendValue(VariantBytes& bytes) const
-{
-    bytes.AppendText(m_value);
 }
 
 template class TVariant<int>;

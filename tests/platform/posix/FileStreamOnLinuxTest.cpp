@@ -2,15 +2,15 @@
 #include "core/platform/posix/NativePath.h"
 
 #include "tests/FileBytes.h"
+#include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
+#include <optional>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 TEST(FileStreamOnLinux, NamesEveryFile)
@@ -100,12 +100,7 @@ TEST(FileStreamOnLinux, ReportsAFileThatMayNotGrow)
 {
     const TemporaryFolder folder;
     const std::u16string path = platform::FromNativePath((folder / "new").native());
-    rlimit former = {};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &former), 0);
-    const auto formerHandler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small = {1000, former.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-
+    std::optional<ResourceLimit> limit(std::in_place, RLIMIT_FSIZE, 1000);
     platform::Stream stream = platform::OpenStream(path.c_str(), u"wt,ccs=UTF-16LE");
     const std::u16string text(100'000, u'x');
     const bool isWritten = stream && platform::WriteText(stream.get(), text.c_str());
@@ -115,8 +110,7 @@ TEST(FileStreamOnLinux, ReportsAFileThatMayNotGrow)
         stream && platform::WriteText(stream.get(), text.substr(0, 600).c_str());
     const int closed = stream ? std::fclose(stream.release()) : 0;
 
-    ::setrlimit(RLIMIT_FSIZE, &former);
-    std::signal(SIGXFSZ, formerHandler);
+    limit.reset();
     EXPECT_FALSE(isWritten);
     EXPECT_TRUE(hasError);
     EXPECT_TRUE(isBuffered);

@@ -3,6 +3,7 @@
 #include "core/profile/BConfigRegistry.h"
 
 #include "tests/FileBytes.h"
+#include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,6 @@
 #include <optional>
 #include <random>
 #include <string>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -327,9 +327,7 @@ TEST_F(RegistryOnLinux, FailsAndStaysWholeWhenTheDiskIsFull)
 {
     ASSERT_EQ(Use(), 0);
     const auto writeTooMuch = [](int) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit = {200000, 200000};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+        const ResourceLimit limit(RLIMIT_FSIZE, 200'000);
         BConfigRegistry config(QD_W("Software\\Probe"));
         const std::u16string large(300000, 'x');
         return config.WriteString(QD_W("v"), large.c_str()) == 32767 &&

@@ -1,42 +1,18 @@
 #include "support/SaveArchive.h"
 
 #include "tests/FileBytes.h"
+#include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/archive/ArchiveTestObjects.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <filesystem>
-#include <sys/resource.h>
 #include <vector>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-/// Stands for a full disk: no file of this process grows beyond `size`.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t size)
-        : m_formerHandler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_former);
-        const rlimit limit = {size, m_former.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_former);
-        std::signal(SIGXFSZ, m_formerHandler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit m_former = {};
-    void (*m_formerHandler)(int);
-};
 
 class Bulk final : public BSmartObj {
 public:
@@ -68,7 +44,7 @@ TEST(SaveArchiveOnLinux, LeavesTheOldDocumentWhenTheDiskIsFull)
     ASSERT_TRUE(SaveBulk(path, 1000));
     const std::string old = FileBytes(folder / "part.qda");
     for (const std::size_t size : {20'000u, 3'000'000u}) { // one that fails at the end, and earlier
-        const FileSizeLimit limit(10'000);
+        const ResourceLimit limit(RLIMIT_FSIZE, 10'000);
         EXPECT_FALSE(SaveBulk(path, size));
     }
     EXPECT_EQ(FileBytes(folder / "part.qda"), old);
