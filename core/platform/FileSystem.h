@@ -33,8 +33,21 @@ bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>
 
 [[nodiscard]] bool IsDirectory(const WChar* path) noexcept;
 
-/// Whether there is anything at `path`, which has no wild characters.
+/// Whether there is anything at `path`, in which no character is wild: false also when that cannot
+/// be told. A link counts itself, also one that leads nowhere.
 [[nodiscard]] bool PathExists(const WChar* path) noexcept;
+
+/// What a look at a path tells.
+enum class EPresence {
+    Missing, // the system says so: there is no such name, or no such folder
+    There,
+    Unknown, // the look failed: no right to look, an error of the disk, too many files or links
+};
+
+/// What is at `path`, in which no character is wild, or where a link there leads: one that leads
+/// nowhere is missing. For whoever must know before a file is made or taken for empty: when one
+/// cannot be opened, only `Missing` means that nothing would be lost.
+[[nodiscard]] EPresence Presence(const WChar* path) noexcept;
 
 /// Deletes a file or a link, no directory.
 [[nodiscard]] bool RemoveFile(const WChar* path) noexcept;

@@ -50,6 +50,25 @@ TEST(FileSystem, FindsWhatAPatternMatches)
     }
 }
 
+TEST(FileSystem, TellsWhatIsThereFromWhatIsMissing)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "file", "");
+    struct Case {
+        const char* name;
+        platform::EPresence presence;
+    };
+    const Case cases[] = {
+        {"", platform::EPresence::There},
+        {"file", platform::EPresence::There},
+        {"none", platform::EPresence::Missing},
+        {"none/file", platform::EPresence::Missing},
+        {"file/file", platform::EPresence::Missing},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(platform::Presence(folder.Path(c.name)), c.presence) << c.name;
+}
+
 TEST(FileSystem, ReplacesAFileOnlyByWhatIsComplete)
 {
     const TemporaryFolder folder;

@@ -73,6 +73,18 @@ bool PathExists(const WChar* path) noexcept
     return ::PathFileExistsW(path) != FALSE;
 }
 
+EPresence Presence(const WChar* path) noexcept
+{
+    const Handle file(::CreateFileW(path, FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (file.IsOpen())
+        return EPresence::There;
+    const DWORD error = ::GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? EPresence::Missing
+                                                                          : EPresence::Unknown;
+}
+
 bool RemoveFile(const WChar* path) noexcept
 {
     return ::DeleteFileW(path) != FALSE;

@@ -34,6 +34,17 @@ TEST(FileSystemOnLinux, NamesThatAreNoUtf8AreFilesLikeOthers)
     EXPECT_FALSE(fs::exists(file));
 }
 
+TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
+{
+    const TemporaryFolder folder;
+    fs::create_symlink("none", folder / "dangling");
+    fs::create_symlink("loop", folder / "loop");
+    EXPECT_EQ(platform::Presence(folder.Path("dangling")), platform::EPresence::Missing);
+    EXPECT_EQ(platform::Presence(folder.Path("loop")), platform::EPresence::Unknown);
+    const std::string longName(300, 'n');
+    EXPECT_EQ(platform::Presence(folder.Path(longName.c_str())), platform::EPresence::Unknown);
+}
+
 TEST(FileSystemOnLinux, DeletingStaysInTheFolder)
 {
     const TemporaryFolder folder;
