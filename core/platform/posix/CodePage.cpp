@@ -1,8 +1,10 @@
 #include "core/platform/CodePage.h"
 
 #include "core/platform/posix/AnsiPosition.h"
+#include "core/platform/posix/CodePageTable.h"
+#include "core/platform/posix/Converter.h"
+#include "core/platform/posix/LookAlikes.h"
 
-#include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/utf16.h>
 
@@ -12,7 +14,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -30,142 +32,6 @@ constexpr std::array<WChar, 32> kUpperControls = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
-};
-
-struct LookAlikes {
-    char16_t first;         // the first of a run of units
-    std::string_view bytes; // one for each unit of the run
-};
-
-// What Windows makes of the units above FF, its best fit included. Sorted; a unit that is not here
-// becomes "?".
-constexpr LookAlikes kLookAlikes[] = {
-    {0x0100, "AaAaAaCcCcCcCcDd\xD0"
-             "dEeEeEeEeEeGgGgGgGgHhHhIiIiIiIiIi"},
-    {0x0134, "JjKk"},
-    {0x0139, "LlLlLl"},
-    {0x0141, "LlNnNnNn"},
-    {0x014C, "OoOoOo\x8C\x9CRrRrRrSsSsSs\x8A\x9ATtTtTtUuUuUuUuUuUuWwYy\x9FZzZz\x8E\x9E"},
-    {0x0180, "b"},
-    {0x0189, "\xD0"},
-    {0x0191, "\x83\x83"},
-    {0x0197, "I"},
-    {0x019A, "l"},
-    {0x019F, "OOo"},
-    {0x01AB, "t"},
-    {0x01AE, "TUu"},
-    {0x01B6, "z"},
-    {0x01C0, "|"},
-    {0x01C3, "!"},
-    {0x01CD, "AaIiOoUuUuUuUuUu"},
-    {0x01DE, "Aa"},
-    {0x01E4, "GgGgKkOoOo"},
-    {0x01F0, "j"},
-    {0x0261, "g"},
-    {0x02B9, "'\""},
-    {0x02BC, "'"},
-    {0x02C4, "^"},
-    {0x02C6, "\x88"},
-    {0x02C8, "'\xAF\xB4`"},
-    {0x02CD, "_"},
-    {0x02DA, "\xB0"},
-    {0x02DC, "\x98"},
-    {0x0300, "`\xB4^~\xAF\xAF"},
-    {0x0308, "\xA8"},
-    {0x030A, "\xB0"},
-    {0x030E, "\""},
-    {0x0327, "\xB8"},
-    {0x0331, "__"},
-    {0x037E, ";"},
-    {0x0393, "G"},
-    {0x0398, "T"},
-    {0x03A3, "S"},
-    {0x03A6, "F"},
-    {0x03A9, "O"},
-    {0x03B1, "a\xDF"},
-    {0x03B4, "de"},
-    {0x03BC, "\xB5"},
-    {0x03C0, "p"},
-    {0x03C3, "st"},
-    {0x03C6, "f"},
-    {0x04BB, "h"},
-    {0x0589, ":"},
-    {0x066A, "%"},
-    {0x2000, "       "},
-    {0x2010, "--"},
-    {0x2013, "\x96\x97"},
-    {0x2017, "=\x91\x92\x82"},
-    {0x201C, "\x93\x94\x84"},
-    {0x2020, "\x86\x87\x95"},
-    {0x2024, "\xB7"},
-    {0x2026, "\x85"},
-    {0x2030, "\x89"},
-    {0x2032, "'"},
-    {0x2035, "`"},
-    {0x2039, "\x8B\x9B"},
-    {0x2044, "/"},
-    {0x2070, "\xB0"},
-    {0x2074, "45678"},
-    {0x207F, "n0123456789"},
-    {0x20A1, "\xA2"},
-    {0x20A4, "\xA3"},
-    {0x20A7, "P"},
-    {0x20AC, "\x80"},
-    {0x2102, "C"},
-    {0x2107, "E"},
-    {0x210A, "gHHHh"},
-    {0x2110, "IILl"},
-    {0x2115, "N"},
-    {0x2118, "PPQRRR"},
-    {0x2122, "\x99"},
-    {0x2124, "Z"},
-    {0x2128, "Z"},
-    {0x212A, "K\xC5"
-             "BCeeEF"},
-    {0x2133, "Mo"},
-    {0x2205, "\xD8"},
-    {0x2212, "-\xB1"},
-    {0x2215, "/\\*\xB0\xB7v"},
-    {0x221E, "8"},
-    {0x2223, "|"},
-    {0x2229, "n"},
-    {0x2236, ":"},
-    {0x223C, "~"},
-    {0x2248, "\x98"},
-    {0x2261, "="},
-    {0x2264, "=="},
-    {0x226A, "\xAB\xBB"},
-    {0x22C5, "\xB7"},
-    {0x2302, "\xA6^"},
-    {0x2310, "\xAC"},
-    {0x2320, "()"},
-    {0x2329, "<>"},
-    {0x2500, "-"},
-    {0x2502, "\xA6"},
-    {0x250C, "+"},
-    {0x2510, "+"},
-    {0x2514, "+"},
-    {0x2518, "+"},
-    {0x251C, "+"},
-    {0x2524, "\xA6"},
-    {0x252C, "-"},
-    {0x2534, "-"},
-    {0x253C, "+"},
-    {0x2550, "-\xA6++++++++++++\xA6\xA6\xA6\xA6\xA6\xA6------+++"},
-    {0x2580, "\xAF"},
-    {0x2584, "_"},
-    {0x2588, "\xA6"},
-    {0x258C, "\xA6"},
-    {0x2590, "\xA6\xA6\xA6\xA6"},
-    {0x25A0, "\xA6"},
-    {0x263C, "\xA4"},
-    {0x2758, "|"},
-    {0x3000, " "},
-    {0x3008, "<>\xAB\xBB"},
-    {0x301A, "[]"},
-    {0x30FB, "\xB7"},
-    {0xFF01, "!\"#$%&'()*+,-./0123456789:;<=>"},
-    {0xFF20, "@ABCDEFGHIJKLMNOPQRSTUVWXYZ[\\]^_`abcdefghijklmnopqrstuvwxyz{|}~"},
 };
 
 constexpr bool StandsForItself(unsigned unit)
@@ -195,14 +61,12 @@ constexpr ByteTable MakeByteTable()
             page = pages++;
         table.bytes[page][unit & 0xFF] = byte;
     };
-    for (unsigned unit = 0; unit <= 0xFF; ++unit) {
-        if (StandsForItself(unit) || kUpperControls[unit - 0x80] == unit)
-            set(unit, static_cast<char>(unit));
-    }
     for (const LookAlikes& run : kLookAlikes) {
-        for (unsigned i = 0; i < run.bytes.size(); ++i)
+        for (unsigned i = 0; (run.pages & k1252) != 0 && i < run.bytes.size(); ++i)
             set(run.first + i, run.bytes[i]);
     }
+    for (unsigned byte = 0; byte <= 0xFF; ++byte)
+        set(StandsForItself(byte) ? byte : kUpperControls[byte - 0x80], static_cast<char>(byte));
     return table;
 }
 
@@ -286,11 +150,6 @@ void WideToWestern(const WChar* text, std::size_t length, char* out)
     std::transform(text, text + length, out, [](WChar unit) { return kByteTable.At(unit); });
 }
 
-struct ConverterCloser {
-    void operator()(UConverter* converter) const { ucnv_close(converter); }
-};
-using Converter = std::unique_ptr<UConverter, ConverterCloser>;
-
 // "?" for each unit that the code page lacks, also for those that ICU would leave out.
 void WriteQuestionMarks(const void*, UConverterFromUnicodeArgs* arguments, const UChar*,
                         int32_t units, UChar32, UConverterCallbackReason reason, UErrorCode* error)
@@ -301,47 +160,99 @@ void WriteQuestionMarks(const void*, UConverterFromUnicodeArgs* arguments, const
     ucnv_cbFromUWriteBytes(arguments, "??", std::min(units, 2), 0, error);
 }
 
-Converter OpenConverter(const std::string& name)
-{
-    UErrorCode error = U_ZERO_ERROR;
-    Converter converter(ucnv_open(name.c_str(), &error));
-    if (U_FAILURE(error))
-        return nullptr;
-    ucnv_setFallback(converter.get(), true);
-    if (ucnv_getType(converter.get()) != UCNV_UTF8)
-        ucnv_setFromUCallBack(converter.get(), WriteQuestionMarks, nullptr, nullptr, nullptr,
-                              &error);
-    return converter;
-}
+// What the environment names: neither a table nor a converter's name stands for windows-1252.
+struct Choice {
+    const CodePageTable* table = nullptr;
+    std::string converter;
+};
 
-bool IsWestern(UConverter* converter)
+Choice ChooseCodePage(std::string wanted)
 {
-    UErrorCode error = U_ZERO_ERROR;
-    return ucnv_getCCSID(converter, &error) == 5348;
-}
-
-// ICU's name of the code page that the environment names by name or by number; empty for
-// windows-1252, and when ICU does not know it.
-std::string NameOfOtherCodePage()
-{
-    const char* wanted = std::getenv("QD_ANSI_CODEPAGE");
-    if (wanted == nullptr)
-        return {};
-    for (const char* prefix : {"windows-", "cp", ""}) {
-        const std::string name = std::string(prefix) + wanted;
-        if (const Converter converter = OpenConverter(name))
-            return IsWestern(converter.get()) ? std::string() : name;
+    static constinit CodePageTable table = {};
+    // A number alone, or behind "cp", is the page of Windows before it is any other of the number.
+    const bool isPrefixed = wanted.starts_with("cp") || wanted.starts_with("CP");
+    const std::string number = wanted.substr(isPrefixed ? 2 : 0);
+    for (const std::string& name : {"windows-" + number, "cp" + number, wanted}) {
+        const Converter converter = OpenConverter(name.c_str());
+        if (!converter)
+            continue;
+        UErrorCode error = U_ZERO_ERROR;
+        const char* const fullName = ucnv_getName(converter.get(), &error);
+        if (std::string_view(fullName) == "ibm-5348_P100-1997")
+            return {}; // windows-1252
+        if (FillCodePageTable(fullName, table))
+            return {.table = &table, .converter = {}};
+        return {.table = nullptr, .converter = name};
     }
     return {};
 }
 
-// This thread's converter for a code page other than windows-1252, which is null.
-UConverter* OtherCodePage()
+// Throws std::bad_alloc, and then chooses again the next time.
+const Choice& CodePage()
 {
-    static const std::string name = NameOfOtherCodePage();
-    if (name.empty())
-        return nullptr;
-    thread_local const Converter converter = OpenConverter(name);
+    static const char* const wanted = std::getenv("QD_ANSI_CODEPAGE");
+    static const Choice choice = wanted != nullptr ? ChooseCodePage(wanted) : Choice();
+    return choice;
+}
+
+// The bytes at `text` that make the next unit.
+std::size_t CharacterSize(const CodePageTable& table, const char* text, const char* end)
+{
+    const bool isPair = table.isLead[static_cast<unsigned char>(*text)];
+    // A 0 ends a text also behind a lead byte.
+    return isPair && end - text > 1 && text[1] != 0 ? 2 : 1;
+}
+
+std::size_t TableToWide(const CodePageTable& table, const char* text, std::size_t length,
+                        WChar* out, std::size_t room)
+{
+    std::size_t count = 0;
+    const char* const end = text + length;
+    for (const char* at = text; at != end; at += CharacterSize(table, at, end))
+        ++count;
+    if (count > room)
+        return count;
+    while (text != end) {
+        const auto first = static_cast<unsigned char>(*text);
+        const std::size_t size = CharacterSize(table, text, end);
+        if (size == 2)
+            *out++ = table.units[first << 8 | static_cast<unsigned char>(text[1])];
+        else
+            *out++ = table.isLead[first] ? table.unknown : table.units[first];
+        text += size;
+    }
+    return count;
+}
+
+std::size_t WideToTable(const CodePageTable& table, const WChar* text, std::size_t length,
+                        char* out, std::size_t room)
+{
+    std::size_t count = length;
+    for (std::size_t i = 0; i < length; ++i)
+        count += table.bytes[text[i]] > 0xFF ? 1 : 0;
+    for (std::size_t i = 0; count <= room && i < length; ++i) {
+        const unsigned bytes = table.bytes[text[i]];
+        if (bytes > 0xFF)
+            *out++ = static_cast<char>(bytes >> 8);
+        *out++ = static_cast<char>(bytes);
+    }
+    return count;
+}
+
+// Any other page is ICU's own affair: one converter a thread.
+UConverter* ConverterOf(const Choice& choice)
+{
+    thread_local Converter converter;
+    if (!converter) {
+        converter = OpenConverter(choice.converter.c_str());
+        if (!converter)
+            throw std::bad_alloc(); // it was there when it was chosen
+        ucnv_setFallback(converter.get(), true);
+        UErrorCode error = U_ZERO_ERROR;
+        if (ucnv_getType(converter.get()) != UCNV_UTF8)
+            ucnv_setFromUCallBack(converter.get(), WriteQuestionMarks, nullptr, nullptr, nullptr,
+                                  &error);
+    }
     return converter.get();
 }
 
@@ -392,57 +303,76 @@ std::size_t WideToOther(UConverter* converter, const WChar* text, std::size_t le
 } // namespace
 
 std::size_t AnsiToWide(const char* text, std::size_t length, WChar* out, std::size_t room) noexcept
-{
+try {
     if (length == 0 || length > INT_MAX)
         return 0;
-    UConverter* const other = OtherCodePage();
-    if (other == nullptr) {
+    const Choice& page = CodePage();
+    if (page.table != nullptr)
+        return TableToWide(*page.table, text, length, out, room);
+    if (page.converter.empty()) {
         if (length <= room)
             WesternToWide(text, length, out);
         return length;
     }
+    UConverter* const converter = ConverterOf(page);
     if (room >= length)
-        return OtherToWide(other, text, length, out);
-    const std::size_t needed = OtherToWide(other, text, length, nullptr);
+        return OtherToWide(converter, text, length, out);
+    const std::size_t needed = OtherToWide(converter, text, length, nullptr);
     if (needed <= room)
-        OtherToWide(other, text, length, out);
+        OtherToWide(converter, text, length, out);
     return needed;
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 std::size_t WideToAnsi(const WChar* text, std::size_t length, char* out, std::size_t room) noexcept
-{
+try {
     if (length == 0 || length > INT_MAX)
         return 0;
-    UConverter* const other = OtherCodePage();
-    if (other == nullptr) {
+    const Choice& page = CodePage();
+    if (page.table != nullptr)
+        return WideToTable(*page.table, text, length, out, room);
+    if (page.converter.empty()) {
         if (length <= room)
             WideToWestern(text, length, out);
         return length;
     }
+    UConverter* const converter = ConverterOf(page);
     if (room / kMostAnsiBytesPerUnit >= length)
-        return WideToOther(other, text, length, out);
-    const std::size_t needed = WideToOther(other, text, length, nullptr);
+        return WideToOther(converter, text, length, out);
+    const std::size_t needed = WideToOther(converter, text, length, nullptr);
     if (needed <= room)
-        WideToOther(other, text, length, out);
+        WideToOther(converter, text, length, out);
     return needed;
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 std::size_t AnsiPosition(const char* text, std::size_t length, std::size_t units) noexcept
-{
-    UConverter* const other = OtherCodePage();
-    if (other == nullptr)
-        return std::min(units, length);
-    ucnv_resetToUnicode(other);
+try {
+    const Choice& page = CodePage();
+    const char* const end = text + length;
     const char* at = text;
+    if (page.table != nullptr) {
+        for (; units > 0 && at != end; --units)
+            at += CharacterSize(*page.table, at, end);
+        return static_cast<std::size_t>(at - text);
+    }
+    if (page.converter.empty())
+        return std::min(units, length);
+    UConverter* const converter = ConverterOf(page);
+    ucnv_resetToUnicode(converter);
     std::size_t count = 0;
     UErrorCode error = U_ZERO_ERROR;
     while (count < units) {
-        const UChar32 character = ucnv_getNextUChar(other, &at, text + length, &error);
+        const UChar32 character = ucnv_getNextUChar(converter, &at, end, &error);
         if (U_FAILURE(error))
             break;
         count += U16_LENGTH(character);
     }
     return static_cast<std::size_t>(at - text);
+} catch (const std::bad_alloc&) {
+    return 0;
 }
 
 } // namespace platform

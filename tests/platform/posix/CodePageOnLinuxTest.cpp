@@ -1,6 +1,8 @@
 #include "core/platform/CodePage.h"
 #include "core/platform/Collation.h"
 
+#include "tests/platform/CodePageAnswers.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -29,7 +31,29 @@ bool Converts(const char* codePage, std::u16string_view wide, std::string_view a
     return isMeasured && bytes == ansi && units == back;
 }
 
+// Likewise.
+bool AnswersAsWindowsDoes(const CodePageAnswers& expected)
+{
+    ::setenv("QD_ANSI_CODEPAGE", std::to_string(expected.page).c_str(), 1);
+    return AskCodePage(
+               expected.page,
+               [](WChar unit, char* out) { return platform::WideToAnsi(&unit, 1, out, 8); },
+               [](const char* text, std::size_t length, WChar* out) {
+                   return platform::AnsiToWide(text, length, out, 8);
+               }) == expected;
+}
+
 } // namespace
+
+TEST(CodePageOnLinuxDeathTest, AnswersForEachUnitOfEachPageAsWindowsDoes)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    for (const CodePageAnswers& expected : kCodePageAnswers) {
+        SCOPED_TRACE(expected.page);
+        EXPECT_EXIT(std::_Exit(AnswersAsWindowsDoes(expected) ? 0 : 1), testing::ExitedWithCode(0),
+                    "");
+    }
+}
 
 TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
 {
@@ -42,6 +66,7 @@ TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
     const Case cases[] = {
         {"windows-1251", u"x\u0414\u3042\xD83D\xDE00\x200B.", "x\xC4????.", u"x\u0414????."},
         {"1251", u"\u0414", "\xC4", u"\u0414"},
+        {"cp1251", u"\u00E4", "a", u"a"}, // a look-alike
         {"932", u"x\u3042\uFF76\u0414\xD83D.", "x\x82\xA0\xB6\x84\x44?.", u"x\u3042\uFF76\u0414?."},
         {"65001", u"x\u0414\xD83D\xDE00", "x\xD0\x94\xF0\x9F\x98\x80", u"x\u0414\xD83D\xDE00"},
         {"1252", u"\u20AC\u03C0\xD83D\xDE00", "\x80p??", u"\u20ACp??"},
