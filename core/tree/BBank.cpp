@@ -151,16 +151,16 @@ BNode* BBank::Container(const WChar* path)
     Names names(path);
     if (!names)
         return IsRootPath(path) ? m_root.Get() : nullptr;
-    BNode* node = m_root.Get();
+    SP<BNode> node = m_root;
     Text name;
-    while (node != nullptr && names) {
+    while (node && names) {
         name = names.Next();
         node = GetOrCreateChild(*node, name.c_str());
     }
-    return node;
+    return HandOut(node);
 }
 
-BNode* BBank::GetOrCreateChild(BNode& parent, const WChar* name)
+SP<BNode> BBank::GetOrCreateChild(BNode& parent, const WChar* name)
 {
     if (!IsName(name))
         return nullptr;
@@ -168,19 +168,26 @@ BNode* BBank::GetOrCreateChild(BNode& parent, const WChar* name)
         return present;
     const SP<BNode> child(new BNode);
     child->SetText(name);
-    return parent.AddChild(child.Get(), -1) ? child.Get() : nullptr;
+    return parent.AddChild(child.Get(), -1) ? child : nullptr;
+}
+
+// A receiver may have taken the node out of the tree, or given the bank another one: only what this
+// bank's root holds outlives the caller's pointer.
+BNode* BBank::HandOut(const SP<BNode>& node) const
+{
+    return m_root && m_root->Includes(node.Get()) ? node.Get() : nullptr;
 }
 
 BNode* BBank::Node(const WChar* path)
 {
-    BNode* const present = Find(path);
-    if (present == nullptr)
+    const SP<BNode> present = Find(path);
+    if (!present)
         return Container(path);
     if (present->GetObj() != nullptr)
-        return present;
+        return present.Get();
     const SP<BNode> child(new BNode);
     child->SetText(present->ChildTextSuggestion(WString()));
-    return present->AddChild(child.Get(), -1) ? child.Get() : nullptr;
+    return present->AddChild(child.Get(), -1) ? HandOut(child) : nullptr;
 }
 
 WString BBank::PATH(const BNode* node)

@@ -17,8 +17,9 @@
 /// Nodes are found as `BNode::Child` finds them, without regard to case, and at the same cost.
 ///
 /// Copies share the root. Nodes that are handed out as plain pointers are not counted and are good
-/// as long as the tree holds them. Refusals are told by false, null or an empty path. One thread at
-/// a time changes a tree through its banks.
+/// as long as the tree holds them; a node that a receiver of the reports takes out of the bank's
+/// tree while it is made is not handed out. Refusals are told by false, null or an empty path. One
+/// thread at a time changes a tree through its banks.
 class QD_CORE_API BBank {
 public:
     /// Stands between the names of a path.
@@ -71,7 +72,8 @@ public:
 
 private:
     [[nodiscard]] BNode* Find(const WChar* path) const;
-    [[nodiscard]] BNode* GetOrCreateChild(BNode& parent, const WChar* name);
+    [[nodiscard]] static SP<BNode> GetOrCreateChild(BNode& parent, const WChar* name);
+    [[nodiscard]] BNode* HandOut(const SP<BNode>& node) const;
 
     SP<BNode> m_root;
 };

@@ -11,6 +11,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -48,8 +49,9 @@ T& Published(T*& place, Make make)
     return *present;
 }
 
-// For a function that reports more than once: a receiver may let go of the node. One that nothing
-// owns, on the stack or new, must not be counted.
+// For a function that goes on, or reports, after something was let go of or reported: either may
+// take the node's last reference along. A node that nothing owns, on the stack or new, must not be
+// counted.
 SP<BNode> Held(BNode& node)
 {
     return node.RefCount() > 0 ? &node : nullptr;
@@ -173,17 +175,23 @@ bool BNode::IsActive() const
     return m_isActive;
 }
 
-const BNode* BNode::Top() const
+// Whom to ask what concerns the whole tree: the nearest node above of a derived class, which may
+// have an answer of its own, or the topmost. Plain nodes are passed in a loop, as each call of a
+// parent's takes its share of the stack.
+const BNode* BNode::Spokesman() const
 {
-    const BNode* top = this;
-    while (top->m_parent != nullptr)
-        top = top->m_parent;
-    return top;
+    const BNode* node = this;
+    while (node->m_parent != nullptr) {
+        node = node->m_parent;
+        if (typeid(*node) != typeid(BNode))
+            break;
+    }
+    return node;
 }
 
 BNode* BNode::Root()
 {
-    return const_cast<BNode*>(Top());
+    return m_parent != nullptr ? const_cast<BNode*>(Spokesman())->Root() : this;
 }
 
 bool BNode::IsBranchActive() const
@@ -203,6 +211,7 @@ void BNode::SetObj(BSmartObj* obj)
 {
     if (m_object == obj)
         return;
+    const SP<BNode> held = m_object ? Held(*this) : nullptr;
     m_object = obj;
     Report(kObjectChanged);
 }
@@ -222,9 +231,11 @@ bool BNode::AddAttrib(BAttribute* attribute)
     if (attribute == nullptr)
         return false;
     const SP<BAttribute> added(attribute);
+    SP<BAttribute> removed; // dies when nothing touches the node any more
     if (const auto namesake = PlaceOf(m_attributes, added->Name())) {
         if (*namesake == added)
             return false;
+        removed = *namesake;
         m_attributes.Erase(namesake);
     }
     m_attributes.AddTail(added);
@@ -279,6 +290,7 @@ bool BNode::RemoveAttribAt(DList<SP<BAttribute>>::Iterator place)
 {
     if (!place)
         return false;
+    const SP<BNode> held = Held(*this);
     m_attributes.Erase(place);
     ReportLists();
     return true;
@@ -316,6 +328,7 @@ bool BNode::RemoveChild(BNode* child)
 {
     if (child == nullptr || child->m_parent != this)
         return false;
+    const SP<BNode> held = Held(*this);
     Unlink(*child);
     Report(kChildrenRemoved);
     return true;
@@ -330,6 +343,7 @@ void BNode::RemoveChildren()
 {
     if (m_children.Count() == 0)
         return;
+    const SP<BNode> held = Held(*this);
     UnlinkChildren();
     m_children.RemoveAll();
     Report(kChildrenRemoved);
@@ -360,6 +374,7 @@ bool BNode::RemoveAnnotation(BSmartObj* annotation)
         annotation != nullptr ? PlaceOf(m_annotations, annotation) : m_annotations.end();
     if (!place)
         return false;
+    const SP<BNode> held = Held(*this);
     m_annotations.Erase(place);
     ReportLists();
     return true;
@@ -422,7 +437,7 @@ WString BNode::GetText() const
 
 bool BNode::IsMessageDispatcher() const
 {
-    return Top()->m_isMessageDispatcher;
+    return m_parent != nullptr ? Spokesman()->IsMessageDispatcher() : m_isMessageDispatcher;
 }
 
 void BNode::IsMessageDispatcher(bool on)
@@ -466,7 +481,7 @@ void BNode::Copy(const BNode& other)
         copy->RemoveChild(child.Get());
         AddChild(child.Get(), -1);
     }
-    m_isMessageDispatcher = isMessageDispatcher;
+    IsMessageDispatcher(isMessageDispatcher);
 }
 
 // Fills this new node and makes the nodes below it, without a report.

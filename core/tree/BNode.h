@@ -47,9 +47,10 @@ class ChildIndex;
 /// an index give null for them, and `Sister` steps over them. A node read from a document in which
 /// a node leads to itself or stands in two places refuses itself (`VerifyObj`).
 ///
-/// A receiver may change the tree from inside a report, and let go of the node. It must not put a
-/// node into an `SP` that nothing owns yet (`RefCount()` 0), as one that is being constructed with
-/// an object: letting go of it again would destroy it.
+/// A receiver may change the tree from inside a report, and let go of the node. So may an object
+/// that the node lets go of and that was the node's last owner: the node reports, and dies then. A
+/// receiver must not put a node into an `SP` that nothing owns yet (`RefCount()` 0), as one that is
+/// being constructed with an object: letting go of it again would destroy it.
 ///
 /// Refusals are told by false or null; nothing throws. No lock: one thread at a time changes a
 /// tree; any number of threads may read it meanwhile nobody does.
@@ -76,7 +77,8 @@ public:
     virtual void Activate(bool on);
     virtual void Deactivate();
     virtual bool IsActive() const;
-    /// The topmost node, this one when it has no parent.
+    /// The topmost node, this one when it has no parent; a parent is asked for its own `Root()`.
+    /// Depth does not matter, but for nodes of derived classes, each of which is asked by a call.
     virtual BNode* Root();
     /// This node and all above it are active.
     virtual bool IsBranchActive() const;
@@ -133,7 +135,8 @@ public:
     /// Forwards to `SetText(WString)`.
     virtual void SetText(const WChar* text);
     virtual WString GetText() const;
-    /// The root's flag: changes in this tree are reported.
+    /// The root's flag: changes in this tree are reported. A parent is asked for its own answer, as
+    /// for `Root()`, so that a class that answers otherwise does so for all that is below.
     virtual bool IsMessageDispatcher() const;
     /// Ignored by a node that has a parent.
     virtual void IsMessageDispatcher(bool on);
@@ -190,7 +193,7 @@ private:
     [[nodiscard]] bool RemoveAttribAt(DList<SP<BAttribute>>::Iterator place);
     [[nodiscard]] BNode* FindChild(const WChar* text) const;
     [[nodiscard]] BNode* FirstChild() const;
-    [[nodiscard]] const BNode* Top() const;
+    [[nodiscard]] const BNode* Spokesman() const;
     void ReportLists();
 
     [[nodiscard]] BNode* ClaimedParent(BArchive& archive) const;

@@ -1,9 +1,11 @@
 #include "core/tree/BBank.h"
 
+#include "tests/operation/RecordingDispatcher.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <vector>
 
 namespace {
@@ -85,6 +87,40 @@ TEST(BBank, NodesToFillAreMadeBelowNodesWithoutAnObject)
     EXPECT_EQ(bank.Node(QD_W("/a")), a);
     EXPECT_EQ(bank.Node(QD_W("b c")), nullptr);
     EXPECT_EQ(bank.Node(nullptr), nullptr);
+}
+
+TEST(BBank, HandsOutNothingThatAReceiverTookAway)
+{
+    using Make = BNode* (*)(BBank&);
+    const Make makers[] = {
+        [](BBank& bank) { return bank.Container(QD_W("made/below")); },
+        [](BBank& bank) { return bank.Container(QD_W("there/made")); },
+        [](BBank& bank) { return bank.Node(QD_W("there")); },
+    };
+    using Edit = void (*)(BBank&);
+    const Edit edits[] = {
+        [](BBank& bank) { bank.Root()->Clear(); },
+        [](BBank& bank) { bank = BBank(nullptr); },
+        [](BBank& bank) { bank = BBank(TreeOf("other")); },
+    };
+    for (const Make make : makers) {
+        for (const Edit edit : edits) {
+            for (int at = 1; at <= 4; ++at) { // the message that the receiver waits for
+                BBank bank(TreeOf("root(there)"));
+                RecordingDispatcher dispatcher;
+                int messages = 0;
+                const std::function<void()> receive = [&] {
+                    if (++messages == at)
+                        edit(bank);
+                    else
+                        dispatcher.OnSend(receive);
+                };
+                dispatcher.OnSend(receive);
+                const BNode* const made = make(bank);
+                EXPECT_EQ(made != nullptr, bank.Root() && bank.Root()->Includes(made));
+            }
+        }
+    }
 }
 
 TEST(BBank, NodesAndObjectsHavePaths)

@@ -1,10 +1,13 @@
 #include "core/tree/BNode.h"
 
+#include "core/tree/BNodeItr.h"
+
 #include "tests/operation/RecordingDispatcher.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -244,21 +247,127 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
 TEST(BNode, AReceiverMayLetGoOfTheNodeThatReports)
 {
     const SP<BNode> source = TreeOf("source(below)");
-    void (*const changes[])(BNode&, const BNode&) = {
-        [](BNode& node, const BNode&) { node.AddChild(new BNode, -1); },
-        [](BNode& node, const BNode&) { node.RemoveChild(0); },
-        [](BNode& node, const BNode&) { node.Clear(); },
-        [](BNode& node, const BNode& other) { node.Copy(other); },
+    const SP<BAttribute> tag(new NumberAttribute(QD_W("t"), 1));
+    source->AddAttrib(tag.Get());
+    using Change = std::function<void(BNode&)>;
+    const Change changes[] = {
+        [](BNode& node) { node.AddChild(new BNode, -1); },
+        [](BNode& node) { node.RemoveChild(0); },
+        [](BNode& node) { node.RemoveChildren(); },
+        [](BNode& node) { node.SetText(QD_W("x")); },
+        [](BNode& node) { node.SetObj(new CountedPayload); },
+        [](BNode& node) { node.Deactivate(); },
+        [](BNode& node) { node.Lock(true); },
+        [&](BNode& node) { node.AddAttrib(tag.Get()); },
+        [&](BNode& node) { node.RemoveAnnotation(source.Get()); },
+        [](BNode& node) { node.Clear(); },
+        [&](BNode& node) { node.Copy(*source); },
     };
-    for (const auto change : changes) {
-        const SP<BNode> root = TreeOf("root(node(child))");
-        BNode* const node = root->Child(0);
+    for (const Change& change : changes) {
+        const SP<BNode> root = TreeOf("root");
+        BNode* const node = new CountedNode;
+        ASSERT_TRUE(root->AddChild(node, -1));
+        Append(*node, QD_W("child"));
         node->AddAnnotation(source.Get());
         RecordingDispatcher dispatcher;
         dispatcher.OnSend([&] { root->RemoveChildren(); });
-        change(*node, *source);
+        change(*node);
         EXPECT_EQ(root->ChildNum(), 0);
+        EXPECT_EQ(CountedNode::alive, 0);
     }
+}
+
+namespace {
+
+/// Keeps a node, wherever it stands.
+class Keeper : public NumberAttribute {
+public:
+    explicit Keeper(SP<BNode> kept)
+        : NumberAttribute(QD_W("keeper"), 0)
+        , m_kept(std::move(kept))
+    {}
+
+private:
+    SP<BNode> m_kept;
+};
+
+} // namespace
+
+TEST(BNode, ReportsBeforeItDiesOfWhatItLetsGo)
+{
+    struct Case {
+        unsigned int message;
+        void (*put)(BNode&, Keeper*); // where the node's last reference stands
+        void (*change)(BNode&);
+    };
+    const auto asObject = [](BNode& node, Keeper* keeper) { node.SetObj(keeper); };
+    const auto asChild = [](BNode& node, Keeper* keeper) { node.AddChild(new BNode(keeper), -1); };
+    const auto asAttribute = [](BNode& node, Keeper* keeper) { node.AddAttrib(keeper); };
+    const auto asAnnotation = [](BNode& node, Keeper* keeper) { node.AddAnnotation(keeper); };
+    const Case cases[] = {
+        {3081, asObject, [](BNode& node) { node.SetObj(nullptr); }},
+        {3081, asObject, [](BNode& node) { node.Clear(); }},
+        {3076, asChild, [](BNode& node) { node.RemoveChild(0); }},
+        {3076, asChild, [](BNode& node) { node.RemoveChild(QD_W("")); }},
+        {3076, asChild, [](BNode& node) { node.RemoveChildren(); }},
+        {3079, asAttribute, [](BNode& node) { node.RemoveAttrib(0); }},
+        {3079, asAttribute, [](BNode& node) { node.RemoveAttribs(); }},
+        {3079, asAttribute,
+         [](BNode& node) { node.AddAttrib(new NumberAttribute(QD_W("keeper"), 1)); }},
+        {3079, asAnnotation,
+         [](BNode& node) { node.RemoveAnnotation(BNodeAnnotationItr(node).Current()); }},
+        {3079, asAnnotation, [](BNode& node) { node.RemoveAnnotations(); }},
+    };
+    for (const Case& c : cases) {
+        BNode* const node = new CountedNode;
+        c.put(*node, new Keeper(node));
+        RecordingDispatcher dispatcher;
+        int alive = 0;
+        dispatcher.OnSend([&] { alive = CountedNode::alive; });
+        c.change(*node);
+        EXPECT_EQ(alive, 1) << c.message;
+        EXPECT_EQ(dispatcher.Sent(), (std::vector<Message>{{c.message, Number(node), 0}}));
+        EXPECT_EQ(CountedNode::alive, 0) << c.message;
+    }
+}
+
+namespace {
+
+/// Has answers of its own for what is below it.
+class OwnAnswers : public BNode {
+public:
+    using BNode::IsMessageDispatcher;
+    bool IsMessageDispatcher() const override { return !m_silent && BNode::IsMessageDispatcher(); }
+    BNode* Root() override { return m_root != nullptr ? m_root : BNode::Root(); }
+
+    bool m_silent = false;
+    BNode* m_root = nullptr;
+};
+
+} // namespace
+
+TEST(BNode, EachNodeAboveIsAskedForTheRootAndItsFlag)
+{
+    const SP<BNode> top = Named(QD_W("top"));
+    const SP<OwnAnswers> middle(new OwnAnswers);
+    ASSERT_TRUE(top->AddChild(middle.Get(), -1));
+    BNode* const bottom = AppendLine(*middle, 3);
+    RecordingDispatcher dispatcher;
+    const auto reports = [&] {
+        bottom->SetText(QD_W("x"));
+        return !dispatcher.Sent().empty();
+    };
+    EXPECT_TRUE(reports());
+    EXPECT_EQ(bottom->Root(), top);
+    middle->m_silent = true;
+    middle->m_root = middle.Get();
+    EXPECT_FALSE(reports());
+    EXPECT_EQ(bottom->Root(), middle);
+    middle->m_silent = false;
+    top->IsMessageDispatcher(false);
+    EXPECT_FALSE(reports());
+    top->RemoveChild(middle.Get());
+    EXPECT_TRUE(reports()) << "a root of its own";
 }
 
 TEST(BNode, FlagsAnswerForTheBranch)
@@ -302,6 +411,14 @@ TEST(BNode, CopiesShareWhatIsBesideANodeAndCopyWhatIsBelow)
     EXPECT_EQ(CountedPayload::alive, 2);
     *root = *root;
     EXPECT_EQ(TextOf(*root), "root(a(b))");
+
+    root->IsMessageDispatcher(false);
+    const SP<BNode> taken = copy;
+    *taken = *root;
+    parent->RemoveChild(copy);
+    EXPECT_TRUE(taken->IsMessageDispatcher()) << "it did not count as long as it was a child";
+    *taken = *root;
+    EXPECT_FALSE(taken->IsMessageDispatcher());
 }
 
 TEST(BNode, DepthDoesNotMatter)
@@ -311,6 +428,7 @@ TEST(BNode, DepthDoesNotMatter)
     BNode* bottom = AppendLine(*top, kDepth);
     bottom->SetObj(new CountedPayload);
     EXPECT_EQ(bottom->Root(), top.Get());
+    EXPECT_TRUE(bottom->IsMessageDispatcher());
     EXPECT_EQ(top->AllocatedMemory(false), 100U);
     const SP<BNode> copy(new BNode);
     copy->Copy(*top);

@@ -42,6 +42,15 @@ public:
     int m_value;
 };
 
+/// A node that counts how many of its kind live.
+class CountedNode : public BNode {
+public:
+    CountedNode() { ++alive; }
+    ~CountedNode() override { --alive; }
+
+    static inline int alive = 0;
+};
+
 inline SP<BNode> Named(const WChar* text)
 {
     SP<BNode> node(new BNode);
