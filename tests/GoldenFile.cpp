@@ -1,0 +1,6 @@
+#include "tests/GoldenFile.h"
+
+std::filesystem::path GoldenFile(const char* name)
+{
+    return std::filesystem::path(QD_GOLDEN_FOLDER) / name;
+}
