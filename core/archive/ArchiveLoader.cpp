@@ -5,13 +5,21 @@
 #include "core/archive/ScopedValue.h"
 #include "core/base/ClassRegistry.h"
 #include "core/platform/FileStream.h"
+#include "core/platform/Stack.h"
 
 #include <algorithm>
 
 namespace {
 
-// A `Read` that takes another object out at once, and so on: a file must not exhaust the stack.
-constexpr int kDeepestNesting = 64;
+// Of a `Read` that takes another object out, whose `Read` does so, and so on. Deeper than this it
+// goes as long as the thread has stack left: a file must not exhaust it.
+constexpr int kNestingForAll = 64;
+
+// How often self-checks are repeated for objects that passed theirs: as many times for each object,
+// and as many in each call. Thousands of calls in an archive of thousands of objects must not cost
+// the product, but where there are few of either, each call asks all.
+constexpr std::size_t kRepeatsOfObject = 16;
+constexpr std::size_t kRepeatsInCall = 64;
 
 // Remembers where a reader stands, and goes back there.
 class ReadingPlace {
@@ -45,6 +53,12 @@ Loader::Loader(const WChar* path)
     : file(platform::OpenStream(path, QD_W("rb")))
 {}
 
+Loader::~Loader()
+{
+    for (const Holder& holder : m_holders)
+        holder.letGo(*holder.object);
+}
+
 void Loader::Open(int version)
 {
     m_version = version;
@@ -57,29 +71,32 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
     RecordDirectory::Record* record = directory.FindLabel(name);
     if (record == nullptr)
         record = directory.FindIndexText(name);
-    if (record == nullptr || m_nesting >= kDeepestNesting)
+    if (record == nullptr)
         return nullptr;
+    if (m_nesting != 0)
+        return TakeOutInside(*record, archive);
 
-    const bool outermost = m_nesting == 0;
-    const ScopedValue<int> nesting(m_nesting, m_nesting + 1);
-    if (!outermost)
-        return Rebuild(*record, archive);
-
+    const ScopedValue<int> nesting(m_nesting, 1);
     ++m_takeOutNumber;
+    m_repeats += kRepeatsInCall;
     SP<BSmartObj> object = Rebuild(*record, archive);
-    do {
-        RebuildPending(archive);
-        UpdateAssociations(archive);
-    } while (!m_pending.empty());
+    if (!Complete(archive) || !file.IsGood()) // of a file that failed parts are missing
+        return nullptr;
+    m_holders.clear();
+    return object;
+}
 
-    // All new objects are asked, also after a "no": a tree that refuses itself tidies up meanwhile.
-    bool sound = true;
-    for (std::size_t i = m_verifiedCount; i < m_rebuilt.size(); ++i) {
-        sound = m_rebuilt[i]->object->VerifyObj() && sound;
-        if (sound)
-            m_verifiedCount = i + 1;
+// From inside `Read`, `UpdateAssociations` or `VerifyObj`; what the object refers to comes when the
+// outermost call goes on. Where the stack does not reach, that call must fail, now and later, as
+// the objects above this one are not whole.
+SP<BSmartObj> Loader::TakeOutInside(RecordDirectory::Record& record, BArchive& archive)
+{
+    if (m_nesting >= kNestingForAll && platform::IsStackShort()) {
+        file.Close();
+        return nullptr;
     }
-    return sound && file.IsGood() ? object : nullptr; // of a file that failed parts are missing
+    const ScopedValue<int> nesting(m_nesting, m_nesting + 1);
+    return Rebuild(record, archive);
 }
 
 void Loader::TakeOutLater(RecordDirectory::Record* record)
@@ -98,6 +115,12 @@ bool Loader::Verify() const
     });
 }
 
+void Loader::OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&))
+{
+    if (m_nesting != 0 && object.RefCount() > 0)
+        m_holders.push_back({&object, letGo});
+}
+
 // A record that cannot be read is tried once in a `TakeOut`, however many references lead to it.
 SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive)
 {
@@ -111,10 +134,10 @@ SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive
     if (!ReadObjectHeader(file, m_version, header))
         return nullptr;
     file.SetLimit(file.Position() + header.size);
-    record.object = CallRead(header, archive);
-    if (record.object)
+    const SP<BSmartObj> object = CallRead(header, archive);
+    if (object && IsNew(*object))
         m_rebuilt.push_back(&record);
-    return record.object;
+    return record.object = object;
 }
 
 SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive)
@@ -141,6 +164,29 @@ Loader::ReadFunction Loader::FindReadFunction(std::string_view className)
     return read;
 }
 
+// False for what a `Read` has handed out before. That is rare, and then someone else, its record,
+// holds it already; only where someone does is there anything to look up.
+bool Loader::IsNew(const BSmartObj& object)
+{
+    if (object.RefCount() <= 1)
+        return true;
+    while (m_knownCount < m_rebuilt.size())
+        m_known.insert(m_rebuilt[m_knownCount++]->object.Get());
+    return !m_known.contains(&object);
+}
+
+// Reads all that was asked for, also meanwhile, and has it updated and asked whether it is sound.
+bool Loader::Complete(BArchive& archive)
+{
+    do {
+        RebuildPending(archive);
+        UpdateAssociations(archive);
+        if (m_pending.empty() && !AreSound())
+            return false;
+    } while (!m_pending.empty() || m_associatedCount < m_rebuilt.size());
+    return true;
+}
+
 void Loader::RebuildPending(BArchive& archive)
 {
     while (!m_pending.empty()) {
@@ -156,6 +202,27 @@ void Loader::UpdateAssociations(BArchive& archive)
     while (m_associatedCount < m_rebuilt.size()) {
         m_rebuilt[m_associatedCount++]->object->UpdateAssociations(archive);
     }
+}
+
+// Asks the new objects and, as often as may be, those that passed before. Whichever says no is the
+// first to be asked in its row the next time.
+bool Loader::AreSound()
+{
+    const std::size_t formerCount = m_soundCount;
+    for (; m_soundCount < m_rebuilt.size(); ++m_soundCount, m_repeats += kRepeatsOfObject) {
+        if (!m_rebuilt[m_soundCount]->object->VerifyObj())
+            return false;
+    }
+    const std::size_t repeats = std::min(m_repeats, formerCount);
+    for (std::size_t i = 0; i < repeats; ++i) {
+        if (m_nextAsked >= formerCount)
+            m_nextAsked = 0;
+        if (!m_rebuilt[m_nextAsked]->object->VerifyObj())
+            return false;
+        ++m_nextAsked;
+        --m_repeats;
+    }
+    return true;
 }
 
 } // namespace NArchive

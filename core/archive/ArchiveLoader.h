@@ -11,6 +11,7 @@
 #include <deque>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -23,33 +24,51 @@ namespace NArchive {
 class Loader {
 public:
     explicit Loader(const WChar* path);
+    /// Has what was rebuilt but never given let go of what it holds.
+    ~Loader();
+    Loader(const Loader&) = delete;
+    Loader& operator=(const Loader&) = delete;
 
     /// Reads the directory from the reader's position on; closes the file when it is broken.
     void Open(int version);
 
-    /// As `BArchive::TakeOut`, `TakeOutLater` and `VerifyObjects`.
+    /// As `BArchive::TakeOut`, `TakeOutLater`, `VerifyObjects` and `OnRefusal`.
     [[nodiscard]] SP<BSmartObj> TakeOut(std::string_view name, BArchive& archive);
     void TakeOutLater(RecordDirectory::Record* record);
     [[nodiscard]] bool Verify() const;
+    void OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&));
 
     RecordDirectory directory;
     BlockReader file;
 
 private:
     using ReadFunction = SP<BSmartObj> (*)(BArchive&, int);
+    struct Holder {
+        SP<BSmartObj> object;
+        void (*letGo)(BSmartObj&);
+    };
 
+    [[nodiscard]] SP<BSmartObj> TakeOutInside(RecordDirectory::Record& record, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> Rebuild(RecordDirectory::Record& record, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> CallRead(const ObjectHeader& header, BArchive& archive);
     [[nodiscard]] ReadFunction FindReadFunction(std::string_view className);
+    [[nodiscard]] bool IsNew(const BSmartObj& object);
+    [[nodiscard]] bool Complete(BArchive& archive);
     void RebuildPending(BArchive& archive);
     void UpdateAssociations(BArchive& archive);
+    [[nodiscard]] bool AreSound();
 
     int m_version = 0;
     std::deque<RecordDirectory::Record*> m_pending;
-    std::vector<const RecordDirectory::Record*>
-        m_rebuilt;                     // with their objects, in order of reading
+    // With their objects, in order of reading; an object that has several records stands here once.
+    std::vector<const RecordDirectory::Record*> m_rebuilt;
     std::size_t m_associatedCount = 0; // of m_rebuilt, those told to update their associations
-    std::size_t m_verifiedCount = 0;   // of m_rebuilt, those that passed their self-check
+    std::size_t m_soundCount = 0;      // of m_rebuilt, those that passed their self-check once
+    std::size_t m_nextAsked = 0;       // of these, where it is to be repeated
+    std::size_t m_repeats = 0;         // self-checks that may be repeated so far
+    std::unordered_set<const BSmartObj*> m_known; // of the first of m_rebuilt: see IsNew
+    std::size_t m_knownCount = 0;
+    std::vector<Holder> m_holders; // what hangs on the success of a `TakeOut`
     std::uint32_t m_takeOutNumber = 0;
     int m_nesting = 0;                                                 // of `TakeOut` calls
     std::vector<std::pair<std::string, ReadFunction>> m_readFunctions; // as found so far

@@ -18,7 +18,7 @@
 //
 //   document class    tag "S", 4-byte length, text: the caller's name for the document
 //   document version  4-byte signed integer
-//   archive class     tag "S", 4-byte length, text: "class BArchive"
+//   archive class     tag "S", 4-byte length, text: "class BArchive", or a derived class
 //   format version    4-byte signed integer; 8 is written, 2 to 8 are read
 //   records           to the end of the file, each an object header (see ObjectHeader.cpp) and the
 //                     bytes of payload that it declares
@@ -78,31 +78,36 @@ public:
 };
 
 BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
+    : BArchive(path, mode, docClass, docVersion, CLASSNAME())
+{}
+
+BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion,
+                   const char* archiveClass)
     : m_impl(new Impl(path, mode))
 {
     if (m_impl->saver) {
-        *this << docClass << docVersion << BString(ClassName()) << kFormatVersion;
+        *this << docClass << docVersion << BString(archiveClass) << kFormatVersion;
         return;
     }
     BString fileClass;
-    BString archiveClass;
+    BString fileArchive;
     int fileVersion = 0;
     int formatVersion = 0;
     bool accepted = IsGood();
     try {
-        *this >> fileClass >> fileVersion >> archiveClass >> formatVersion;
+        *this >> fileClass >> fileVersion >> fileArchive >> formatVersion;
     } catch (ARCHIVE_EXCEPTION) {
         accepted = false;
     }
     std::string documentClass(docClass.CStr());
     std::string fileDocumentClass(fileClass.CStr());
-    std::string fileArchiveClass(archiveClass.CStr());
+    std::string fileArchiveClass(fileArchive.CStr());
     if (!fileDocumentClass.starts_with(kClassKeyword)) { // written before names had the keyword
         documentClass = WithKeyword(documentClass);
         fileDocumentClass = WithKeyword(fileDocumentClass);
         fileArchiveClass = WithKeyword(fileArchiveClass);
     }
-    accepted = accepted && fileDocumentClass == documentClass && fileArchiveClass == ClassName() &&
+    accepted = accepted && fileDocumentClass == documentClass && fileArchiveClass == archiveClass &&
                fileVersion >= docVersion && formatVersion >= kOldestReadable &&
                formatVersion <= kFormatVersion;
     if (!accepted) {
@@ -215,6 +220,12 @@ void* BArchive::IndexToPtr(std::uint64_t index) const noexcept
 bool BArchive::VerifyObjects()
 {
     return !m_impl->loader || m_impl->loader->Verify();
+}
+
+void BArchive::OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj& object))
+{
+    if (m_impl->loader)
+        m_impl->loader->OnRefusal(object, letGo);
 }
 
 void* BArchive::Scratch(std::size_t size)

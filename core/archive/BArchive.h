@@ -27,12 +27,19 @@ enum ARCHIVE_EXCEPTION {
 /// A class takes part with `WriteData`, `UpdateAssociations`, `Version` and `VerifyObj`, a static
 /// `Read(BArchive&, int)` and `RegisterArchiveCallback`. Its `Read` rebuilds the object from the
 /// record, hands each index other than 0 to `TakeOutLater`, and its `UpdateAssociations` turns the
-/// indices into pointers with `QueryObject`.
+/// indices into pointers with `QueryObject`. An object that a `Read` gives for several records is
+/// one object: it is told to update its associations once.
+///
+/// Objects that refer to one another in a circle come back as one. Counted references in a circle
+/// keep their objects alive: who built it breaks it, also in what was loaded.
 ///
 /// A file that cannot be opened, is of another document or is damaged leaves the archive without a
 /// file: `IsGood()` is false and nothing is read or written. A read never passes the end of the
 /// record at hand, whatever the record says of itself. Reading an object that refers to others
 /// takes no recursion. One thread at a time.
+///
+/// The name of the archive's class stands in the file, too, and must be the reader's. A derived
+/// archive hands its own to the protected constructor; otherwise its files are a `BArchive`'s.
 class QD_CORE_API BArchive : public BSmartObj {
 public:
     enum MODE { ModeRead = 0, ModeWrite = 1 };
@@ -73,13 +80,24 @@ public:
     void Insert(BSmartObj* obj, const char* label);
 
     /// The object under a label, or else under an index text, rebuilt with all that it refers to;
-    /// the same object each time. Null when there is none, when it cannot be read, when
-    /// the file fails meanwhile, or when `VerifyObj` of any rebuilt object says no. From inside
-    /// `Read` or `UpdateAssociations` the object is rebuilt at once, and what it refers to follows
-    /// when the outer `TakeOut` goes on.
+    /// the same object each time. Null when there is none, when it cannot be read, when the file
+    /// fails meanwhile, or when `VerifyObj` of any rebuilt object says no. New objects are asked by
+    /// the call that rebuilds them, and those of former calls again: all of them by the first 16
+    /// calls at least and wherever there are no more than 64, else in turn, 64 in a call, so that
+    /// many calls for many objects do not cost the product. `VerifyObjects` asks all. As long as
+    /// one says no, the archive gives nothing.
+    ///
+    /// From inside `Read`, `UpdateAssociations` or `VerifyObj` the object is rebuilt at once, and
+    /// what it refers to follows when the outer call goes on; an object whose own `Read` has not
+    /// returned yet is null. A `Read` that takes out an object whose `Read` does so, and so on, is
+    /// followed as deep as three quarters of the thread's stack reach. Beyond that the outer call
+    /// gives null and the archive is not good any more, so that no part passes for the whole;
+    /// objects that are asked for with `TakeOutLater` have no such limit.
     [[nodiscard]] SP<BSmartObj> TakeOut(const char* label);
 
-    /// Queues an object for reading by its index text (`BSmartObj::Id(index)`).
+    /// Queues an object for reading by its index text (`BSmartObj::Id(index)`). What is queued
+    /// from inside a `TakeOut`, also by `UpdateAssociations`, is read before that ends, otherwise
+    /// by the next one.
     void TakeOutLater(BString id);
     /// The same by the index itself; 0 is ignored.
     void TakeOutLater(std::uint64_t index);
@@ -96,6 +114,13 @@ public:
 
     /// Asks every rebuilt object; false at the first whose `VerifyObj` says no.
     [[nodiscard]] bool VerifyObjects();
+
+    /// For an `UpdateAssociations` that takes counted references which may lead back to `object`.
+    /// When the archive is destroyed and no `TakeOut` from the one at hand on has given an object,
+    /// so that nobody could break such a circle, `letGo(object)` is called to give them up. The
+    /// archive keeps `object` until then. Ignored outside `TakeOut` and for an object that no `SP`
+    /// holds.
+    void OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj& object));
 
     /// Memory for what `Read` has to remember until `UpdateAssociations`, aligned for numbers and
     /// pointers. The archive frees it when it is destroyed, without calling a destructor.
@@ -145,6 +170,12 @@ public:
     requires((std::same_as<T, long> ||
               std::same_as<T, unsigned long>)&&!std::same_as<T, std::int64_t>) BArchive&
     operator>>(T&) = delete;
+
+protected:
+    /// For a derived class, under its own name: `ClassName(typeid(Derived))`. The virtual functions
+    /// of the derived class do not take part in the constructor yet.
+    BArchive(const WChar* path, MODE mode, BString docClass, int docVersion,
+             const char* archiveClass);
 
 private:
     class Impl;

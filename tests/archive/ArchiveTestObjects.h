@@ -26,7 +26,11 @@ public:
         m_indices.clear();
         ++m_associated;
     }
-    bool VerifyObj() override { return m_value != kUnsound; }
+    bool VerifyObj() override
+    {
+        ++asked;
+        return m_value != kUnsound;
+    }
 
     static const char* CLASSNAME() { return ClassName(typeid(ArchiveItem)); }
     static SP<BSmartObj> Read(BArchive& archive, int)
@@ -53,6 +57,7 @@ public:
     }
 
     static constexpr int kUnsound = -666;
+    static inline int asked = 0; // whether they are sound, all of them together
 
     int m_value;
     std::vector<SP<BSmartObj>> m_links;

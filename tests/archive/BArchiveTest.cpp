@@ -80,11 +80,27 @@ public:
     SP<BSmartObj> m_taken;
 };
 
+// Hands out one object for each of its records.
+class Single : public ArchiveItem {
+public:
+    static SP<BSmartObj> Read(BArchive&, int) { return only; }
+    static inline SP<ArchiveItem> only;
+};
+
+// Has its name in the file, so that no other class reads it.
+class NamedArchive : public BArchive {
+public:
+    NamedArchive(const WString& path, MODE mode)
+        : BArchive(path, mode, "class Doc", 7, BSmartObj::ClassName(typeid(NamedArchive)))
+    {}
+};
+
 class BArchiveTest : public testing::Test {
 protected:
     BArchiveTest()
     {
         ArchiveItem::Register();
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Single)), &Single::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Values)), &Values::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Impatient)), &Impatient::Read);
     }
@@ -448,23 +464,74 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
     EXPECT_EQ(FileBytes(m_folder / "a.qda"), before);
 }
 
-TEST_F(BArchiveTest, TakingOutWhileReadingIsBounded)
+// The file chooses how deep `Read` and `TakeOut` call one another.
+TEST_F(BArchiveTest, TakingOutWhileReadingGivesTheWholeOrNull)
 {
-    constexpr int kLength = 1000;
+    for (const int length : {1, 65, 1000, 100'000}) {
+        SCOPED_TRACE(length);
+        Written([length](BArchive& archive) {
+            for (int i = 0; i < length; ++i) {
+                const SP<Impatient> object(new Impatient);
+                object->m_wanted = std::to_string((i + 1) % length).append("x").c_str();
+                archive.Insert(object.Get(), std::to_string(i).append("x").c_str());
+            }
+        });
+        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+        SP<BSmartObj> object = archive.TakeOut("0x");
+        int depth = 0; // the last one wants the first, which is not ready then
+        for (; object; ++depth)
+            object = static_cast<Impatient*>(object.Get())->m_taken;
+        EXPECT_EQ(depth, archive.IsGood() ? length : 0);
+        EXPECT_TRUE(archive.IsGood() || length > 1000);
+        EXPECT_TRUE(archive.IsGood() || !archive.TakeOut("999x")) << "nor a part of it later";
+    }
+}
+
+TEST_F(BArchiveTest, EveryRebuiltObjectIsAskedWhetherItIsSound)
+{
+    constexpr int kCount = 4000;
+    Single::only = new ArchiveItem(5);
     Written([](BArchive& archive) {
-        for (int i = 0; i < kLength; ++i) {
-            SP<Impatient> object(new Impatient);
-            object->m_wanted = std::to_string((i + 1) % kLength).append("x").c_str();
-            archive.Insert(object.Get(), std::to_string(i).append("x").c_str());
-        }
+        for (int i = 0; i < kCount; ++i)
+            archive.Insert(new ArchiveItem(i), std::to_string(i).append("x").c_str());
+        const SP<ArchiveItem> twice(new ArchiveItem(1));
+        twice->m_links = {SP<BSmartObj>(new Single), SP<BSmartObj>(new Single)};
+        archive.Insert(twice.Get(), "twice");
     });
     BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
-    SP<BSmartObj> object = archive.TakeOut("0x");
-    int depth = 0;
-    for (; object; ++depth)
-        object = static_cast<Impatient*>(object.Get())->m_taken;
-    EXPECT_GT(depth, 10);
-    EXPECT_LT(depth, kLength);
+    ArchiveItem::asked = 0;
+    const SP<ArchiveItem> twice = TakeOutAs<ArchiveItem>(archive, "twice");
+    ASSERT_TRUE(twice);
+    EXPECT_EQ(twice->Link(0), twice->Link(1));
+    EXPECT_EQ(Single::only->m_associated, 1) << "read for two records";
+    EXPECT_EQ(ArchiveItem::asked, 2);
+    Single::only->m_value = ArchiveItem::kUnsound;
+    EXPECT_EQ(archive.TakeOut("0x"), nullptr);
+    Single::only->m_value = 5;
+    EXPECT_NE(archive.TakeOut("0x"), nullptr);
+    Single::only = nullptr;
+
+    ArchiveItem::asked = 0;
+    for (int i = 0; i < kCount; ++i)
+        EXPECT_NE(archive.TakeOut(std::to_string(i).append("x").c_str()), nullptr);
+    EXPECT_LT(ArchiveItem::asked, 100 * kCount) << "not each one in each call";
+    twice->m_value = ArchiveItem::kUnsound;
+    EXPECT_FALSE(archive.VerifyObjects());
+    int given = 0;
+    while (archive.TakeOut("0x") && given < kCount)
+        ++given;
+    EXPECT_LT(given, 100) << "every one in its turn";
+    EXPECT_EQ(archive.TakeOut("0x"), nullptr) << "and again";
+}
+
+TEST_F(BArchiveTest, ADerivedArchiveHasItsOwnName)
+{
+    NamedArchive(m_path, BArchive::ModeWrite).Insert(new ArchiveItem(1), "a");
+    EXPECT_NE(FileBytes(m_folder / "a.qda").find("NamedArchive"), std::string::npos);
+    EXPECT_NE(NamedArchive(m_path, BArchive::ModeRead).TakeOut("a"), nullptr);
+    EXPECT_FALSE(OpensAs("class Doc", 7));
+    Written(InsertGraph);
+    EXPECT_FALSE(NamedArchive(m_path, BArchive::ModeRead).IsGood());
 }
 
 TEST_F(BArchiveTest, ReadPrefixReadsWhatWritePrefixWrote)
