@@ -1,12 +1,15 @@
 // The input is an archive's file of the document class "Doc".
 
 #include "core/archive/BArchive.h"
+#include "core/tree/BNode.h"
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -19,25 +22,43 @@ std::string NameOf(std::uint64_t number, const char* prefix)
     return prefix + std::string(BSmartObj::Id(number).CStr());
 }
 
-Objects Load(const WString& path, const char* prefix)
+Objects Load(BArchive& archive, const char* prefix)
 {
-    BArchive archive(path, BArchive::ModeRead, "class Doc", 0);
     Objects objects;
     for (std::uint64_t number = 0; number < 32; ++number)
         objects.push_back(archive.TakeOut(NameOf(number, prefix).c_str()));
     return objects;
 }
 
-std::string Save(const Objects& objects, const TemporaryFolder& folder)
+// Breaks the circles that nodes may make through objects and annotations, as an application has to.
+// A reference stands somewhere in the file, so every number there may be a rebuilt object's index.
+void Clear(BArchive& archive, const Objects& objects, const std::string& bytes)
+{
+    const auto clear = [](const SP<BSmartObj>& object) {
+        if (auto* const node = dynamic_cast<BNode*>(object.Get()))
+            node->Clear();
+    };
+    for (const SP<BSmartObj>& object : objects)
+        clear(object);
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        for (const std::size_t size : {4U, 8U}) {
+            std::uint64_t index = 0;
+            std::memcpy(&index, bytes.data() + at, std::min(size, bytes.size() - at));
+            clear(archive.QueryObject(archive.IndexToPtr(index)));
+        }
+    }
+}
+
+std::string Save(const Objects& objects, const TemporaryFolder& folder, const char* name)
 {
     {
-        BArchive archive(folder.Path("saved"), BArchive::ModeWrite, "class Doc", 0);
+        BArchive archive(folder.Path(name), BArchive::ModeWrite, "class Doc", 0);
         for (std::uint64_t number = 0; number < objects.size(); ++number)
             archive.Insert(objects[number].Get(), NameOf(number, "label").c_str());
         if (!archive.Flush())
             std::abort();
     }
-    return FileBytes(folder / "saved");
+    return FileBytes(folder / name);
 }
 
 } // namespace
@@ -45,9 +66,17 @@ std::string Save(const Objects& objects, const TemporaryFolder& folder)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;
-    WriteFileBytes(folder / "input", std::string(data, data + size));
-    const std::string saved = Save(Load(folder.Path("input"), ""), folder);
-    if (Save(Load(folder.Path("saved"), "label"), folder) != saved)
+    const std::string input(data, data + size);
+    WriteFileBytes(folder / "input", input);
+    BArchive first(folder.Path("input"), BArchive::ModeRead, "class Doc", 0);
+    const Objects objects = Load(first, "");
+    const std::string saved = Save(objects, folder, "saved");
+    Clear(first, objects, input);
+
+    BArchive second(folder.Path("saved"), BArchive::ModeRead, "class Doc", 0);
+    const Objects again = Load(second, "label");
+    if (Save(again, folder, "again") != saved)
         std::abort();
+    Clear(second, again, saved);
     return 0;
 }

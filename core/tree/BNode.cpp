@@ -3,7 +3,6 @@
 #include "core/operation/BDispatcher.h"
 #include "core/platform/Collation.h"
 #include "core/tree/BNodeItr.h"
-#include "core/tree/BNodeLoading.h"
 #include "core/tree/ChildIndex.h"
 #include "core/tree/Traversal.h"
 
@@ -120,7 +119,6 @@ BNode::BNode(BSmartObj* obj)
 BNode::~BNode()
 {
     UnlinkChildren();
-    delete m_claim;
     std::unique_ptr<Released> released(
         Released::depth < kDeepestRelease ? nullptr : new (std::nothrow) Released);
     if (released) {
@@ -306,9 +304,7 @@ void BNode::RemoveAttribs()
 
 bool BNode::AddChild(BNode* child, int index)
 {
-    if (child == nullptr || child->m_parent != nullptr || child == this)
-        return false;
-    if (child->ChildNum() != 0 && child->Includes(this))
+    if (child == nullptr || !MayAdopt(*child))
         return false;
     const bool appends = index < 0 || index >= ChildNum();
     if (!appends && index != 0)
@@ -602,6 +598,36 @@ void BNode::TraverseObjects(BVisitor* visitor)
 {
     if (visitor != nullptr)
         TraverseTreeObjects(*this, *visitor);
+}
+
+// Whether `child` has no parent, and is not this node or above it. That is looked for upwards from
+// here and downwards from the child by turns, until either way ends: so the smaller of two trees
+// says what joining them costs, and n nodes that are joined in any order cost n log n.
+bool BNode::MayAdopt(const BNode& child) const
+{
+    if (child.m_parent != nullptr)
+        return false;
+    const BNode* above = this;
+    for (const BNode* below = &child; below != nullptr; below = below->NextBelow(child)) {
+        if (above->m_parent == nullptr)
+            return above != &child;
+        above = above->m_parent;
+    }
+    return true;
+}
+
+// The node that follows in pre-order in the tree below `top`.
+const BNode* BNode::NextBelow(const BNode& top) const
+{
+    if (const BNode* child = FirstChild())
+        return child;
+    const BNode* node = this;
+    while (node != &top) {
+        if (const BNode* sister = node->Sister())
+            return sister;
+        node = node->m_parent;
+    }
+    return nullptr;
 }
 
 // Puts a node without parent into the list behind `previous`, or in front when that is null.

@@ -44,8 +44,18 @@ class ChildIndex;
 /// number.
 ///
 /// A list read from a damaged document can hold null entries: they count, the functions that take
-/// an index give null for them, and `Sister` steps over them. A node read from a document in which
-/// a node leads to itself or stands in two places refuses itself (`VerifyObj`).
+/// an index give null for them, and `Sister` steps over them.
+///
+/// In a document the child lists decide: a node belongs to the list that names it, whatever its own
+/// record says of its parent, and one that no list names has no parent. Where a node would lead to
+/// itself through child lists, or stand in two of them, the node that has the list refuses itself
+/// (`VerifyObj`). A circle through annotations or objects comes back as it was saved: whoever built
+/// it breaks it, as by `Clear`, or its nodes keep one another alive.
+///
+/// A derived class that is saved has its base do so first: `BNode::WriteData` in its `WriteData`,
+/// `ReadData` in its `Read`, `BNode::UpdateAssociations` where it overrides that. Its `Version()`
+/// speaks of its own fields alone. It may as well write a payload of its own without the base's,
+/// and add its children, if it wrote any, by `AddChild` in `UpdateAssociations`.
 ///
 /// A receiver may change the tree from inside a report, and let go of the node. So may an object
 /// that the node lets go of and that was the node's last owner: the node reports, and dies then. A
@@ -62,10 +72,13 @@ public:
     BNode& operator=(const BNode& other);
 
     void WriteData(BArchive& archive) const override;
+    /// Turns what `ReadData` has read into objects; nothing where it was not called.
     void UpdateAssociations(BArchive& archive) override;
-    /// False for a node from a document in which nodes lead to themselves or have two parents.
+    /// False for a node whose child list in a document names one that is above it or in a list
+    /// already, and for one that let go of its objects when its document was refused.
     bool VerifyObj() override;
-    /// 2
+    /// 2, the layout of this class's payload, and the answer of a derived class that does not
+    /// override it.
     int Version() const override;
     using BSmartObj::AllocatedMemory;
 
@@ -163,9 +176,13 @@ public:
     [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
 
 protected:
-    /// Reads what `WriteData` of this class wrote, for the `Read` of a class derived from it.
-    /// Throws `ArchiveFormatFault` when the record declares more than it holds.
-    void ReadData(BArchive& archive, int version);
+    /// Reads what `WriteData` of this class wrote, for the `Read` of a class derived from it, whose
+    /// own version does not matter here. Throws `ArchiveFormatFault` when the record declares more
+    /// than it holds.
+    void ReadData(BArchive& archive);
+    /// The same for records of a derived class whose node payload is of an older layout: 0 or 1,
+    /// as `BNode` itself had then.
+    void ReadDataOfVersion(BArchive& archive, int nodeVersion);
 
 private:
     friend class BNodeAnnotationItr;
@@ -175,7 +192,6 @@ private:
     friend class ChildIndex;
 
     using Children = DList<SP<BNode>>;
-    struct Claim;
     struct Loading;
     struct Released;
 
@@ -196,9 +212,9 @@ private:
     [[nodiscard]] const BNode* Spokesman() const;
     void ReportLists();
 
-    [[nodiscard]] BNode* ClaimedParent(BArchive& archive) const;
-    void RefuseCircles(BArchive& archive);
-    [[nodiscard]] bool Adopts(const BNode& child, BArchive& archive) const;
+    [[nodiscard]] bool MayAdopt(const BNode& child) const;
+    [[nodiscard]] const BNode* NextBelow(const BNode& top) const;
+    void LetGo();
 
     SP<BSmartObj> m_object;
     Children m_children;
@@ -212,7 +228,6 @@ private:
     mutable ChildIndex* m_byText = nullptr;
     mutable BArray<BNode*>* m_byPosition = nullptr;
     Loading* m_loading = nullptr;    // in the archive, while the node waits for its associations
-    Claim* m_claim = nullptr;        // owned; of a node read without its parent
     std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
     bool m_isActive = true;
     bool m_isLocked = false;

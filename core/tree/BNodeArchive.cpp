@@ -1,12 +1,10 @@
 #include "core/archive/BArchive.h"
 #include "core/tree/BNode.h"
-#include "core/tree/BNodeLoading.h"
 
 #include <new>
 #include <span>
 #include <typeinfo>
 #include <utility>
-#include <vector>
 
 // A node's payload, version 2 (the primitives are in BArchive.cpp):
 //
@@ -14,7 +12,7 @@
 //   children      4-byte count, a reference each
 //   attributes    4-byte count, a reference each
 //   narrow text   BString: the text in the ANSI code page
-//   parent        reference
+//   parent        reference; written for older programs, ignored on reading
 //   flags         1 byte: bit 0 active, bit 1 locked
 //   text          WString; from version 1 on, before that the narrow text is the text
 //   annotations   4-byte count, a reference each; from version 2 on
@@ -53,7 +51,9 @@ std::span<const std::uint64_t> ReadReferences(BArchive& archive)
     const std::uint64_t referenceSize = archive.Version() <= 6 ? 4 : 8;
     int count = 0;
     archive >> count;
-    if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / referenceSize)
+    if (count < 0)
+        count = 0;
+    if (static_cast<std::uint64_t>(count) > archive.BytesLeft() / referenceSize)
         throw ArchiveFormatFault;
     const auto size = static_cast<std::size_t>(count);
     auto* const indices =
@@ -66,6 +66,15 @@ std::span<const std::uint64_t> ReadReferences(BArchive& archive)
 }
 
 } // namespace
+
+// The indices in a node's record, from `Read` until they are objects. They live in the archive's
+// scratch memory.
+struct BNode::Loading {
+    std::uint64_t object = 0;
+    std::span<const std::uint64_t> children;
+    std::span<const std::uint64_t> attributes;
+    std::span<const std::uint64_t> annotations;
+};
 
 void BNode::WriteData(BArchive& archive) const
 {
@@ -82,11 +91,16 @@ void BNode::WriteData(BArchive& archive) const
 SP<BSmartObj> BNode::Read(BArchive& archive, int version)
 {
     SP<BNode> node(new BNode);
-    node->ReadData(archive, version);
+    node->ReadDataOfVersion(archive, version);
     return node;
 }
 
-void BNode::ReadData(BArchive& archive, int version)
+void BNode::ReadData(BArchive& archive)
+{
+    ReadDataOfVersion(archive, kPayloadVersion);
+}
+
+void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 {
     auto* const loading = new (archive.Scratch(sizeof(Loading))) Loading;
     loading->object = ReadReference(archive);
@@ -94,124 +108,68 @@ void BNode::ReadData(BArchive& archive, int version)
     loading->children = ReadReferences(archive);
     loading->attributes = ReadReferences(archive);
     BString narrowText;
-    if (version < 1)
+    if (nodeVersion < 1)
         archive >> narrowText;
     else
         archive.SkipText();
-    loading->parent = ReadReference(archive);
+    static_cast<void>(ReadReference(archive)); // the parent: the list that names the node decides
     char flags = kActiveFlag;
     archive >> flags;
     m_isActive = (flags & kActiveFlag) != 0;
     m_isLocked = (flags & kLockedFlag) != 0;
-    if (version < 1)
+    if (nodeVersion < 1)
         m_text = WString(narrowText);
     else
         archive >> m_text;
-    if (version >= kPayloadVersion)
+    if (nodeVersion >= kPayloadVersion)
         loading->annotations = ReadReferences(archive);
     m_loading = loading;
 }
 
-// A child is taken over when it says that this node is its parent, when no list holds it yet, and
-// when it does not lead to itself; an object or annotation that is a node, when it does not lead to
-// itself. So whatever a file declares, what comes out are trees, and nothing keeps itself alive.
+// A child that is above this node, or in a list already, is left out and the node refuses itself.
+// So whatever a file declares, what comes out of the child lists are trees. Objects and annotations
+// may lead back here; if the application never gets them, the archive has them let go.
 void BNode::UpdateAssociations(BArchive& archive)
 {
-    if (m_loading == nullptr)
+    const Loading* const loading = std::exchange(m_loading, nullptr);
+    if (loading == nullptr)
         return;
-    RefuseCircles(archive);
     const auto query = [&archive](std::uint64_t index) {
         return archive.QueryObject(archive.IndexToPtr(index));
     };
-    const auto queryOwned = [&](std::uint64_t index) {
-        SP<BSmartObj> object = query(index);
-        const BNode* const node = AsNode(object.Get());
-        if (node == nullptr || node->m_isSound)
-            return object;
-        m_isSound = false;
-        return SP<BSmartObj>();
-    };
-    m_object = queryOwned(m_loading->object);
+    m_object = query(loading->object);
     delete std::exchange(m_byPosition, nullptr); // null entries join the list unseen
-    for (const std::uint64_t index : m_loading->children) {
+    for (const std::uint64_t index : loading->children) {
         BNode* const child = AsNode(query(index).Get());
-        if (child != nullptr && Adopts(*child, archive)) {
+        if (child != nullptr && MayAdopt(*child)) {
             Link(child, m_children.Tail());
-            delete std::exchange(child->m_claim, nullptr);
             continue;
         }
         m_isSound = m_isSound && child == nullptr;
         m_children.AddTail(nullptr);
     }
-    for (const std::uint64_t index : m_loading->attributes) {
+    for (const std::uint64_t index : loading->attributes) {
         const SP<BSmartObj> object = query(index);
         m_attributes.AddTail(dynamic_cast<BAttribute*>(object.Get()));
     }
-    for (const std::uint64_t index : m_loading->annotations)
-        m_annotations.AddTail(queryOwned(index));
-
-    if (m_parent == nullptr && m_loading->parent != 0)
-        m_claim =
-            new Claim{m_loading->parent, archive.UniqueID(), ClaimedParent(archive) != nullptr};
-    m_loading = nullptr;
+    for (const std::uint64_t index : loading->annotations)
+        m_annotations.AddTail(query(index));
+    if (m_object || m_attributes.Count() != 0 || m_annotations.Count() != 0)
+        archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
 }
 
-// The node that is this one's parent, or that its record names as such.
-BNode* BNode::ClaimedParent(BArchive& archive) const
+void BNode::LetGo()
 {
-    if (m_parent != nullptr)
-        return m_parent;
-    std::uint64_t index = 0;
-    if (m_loading != nullptr)
-        index = m_loading->parent;
-    else if (m_claim != nullptr && m_claim->archive == archive.UniqueID())
-        index = m_claim->parent;
-    return AsNode(archive.QueryObject(archive.IndexToPtr(index)).Get());
-}
-
-// Follows what this node leads to through children, objects and annotations. A node that is met
-// again on the way down leads to itself: it is refused, and with every such node let go no circle
-// is left. Each node is followed once, so that it takes time in proportion to the references.
-void BNode::RefuseCircles(BArchive& archive)
-{
-    struct Step {
-        BNode* node;
-        std::size_t next; // reference
-    };
-    std::vector<Step> way;
-    const auto goInto = [&way](BNode* node) {
-        node->m_loading->visit = Loading::OnTheWay;
-        way.push_back({node, 0});
-    };
-    if (m_loading->visit == Loading::NotVisited)
-        goInto(this);
-    while (!way.empty()) {
-        Step& step = way.back();
-        Loading& loading = *step.node->m_loading;
-        if (step.next == loading.OwnedCount()) {
-            loading.visit = Loading::Done;
-            way.pop_back();
-            continue;
-        }
-        const std::uint64_t index = loading.Owned(step.next++);
-        BNode* const owned = AsNode(archive.QueryObject(archive.IndexToPtr(index)).Get());
-        if (owned == nullptr || owned->m_loading == nullptr)
-            continue;
-        if (owned->m_loading->visit == Loading::OnTheWay)
-            owned->m_isSound = false;
-        else if (owned->m_loading->visit == Loading::NotVisited)
-            goInto(owned);
-    }
-}
-
-bool BNode::Adopts(const BNode& child, BArchive& archive) const
-{
-    return child.m_isSound && child.m_parent == nullptr && child.ClaimedParent(archive) == this;
+    m_isSound = false;
+    ++m_listChanges;
+    const SP<BSmartObj> object = std::move(m_object);
+    const auto attributes = std::move(m_attributes);
+    const auto annotations = std::move(m_annotations);
 }
 
 bool BNode::VerifyObj()
 {
-    return m_isSound && !(m_claim != nullptr && m_claim->parentIsThere);
+    return m_isSound;
 }
 
 int BNode::Version() const

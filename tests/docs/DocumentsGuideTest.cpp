@@ -3,6 +3,7 @@
 #include "core/archive/BArchive.h"
 #include "core/base/BArray.h"
 #include "core/base/ClassRegistry.h"
+#include "core/tree/BNode.h"
 #include "support/SaveArchive.h"
 
 #include "tests/FileBytes.h"
@@ -97,6 +98,41 @@ void Probe::UpdateAssociations(BArchive& archive)
     m_tip = dynamic_cast<ProbeTip*>(tip.Get());
 }
 
+/// A plane of a part, in the part's tree.
+class PlaneNode : public BNode {
+public:
+    int Version() const override { return 2; } // 2: with the number of points
+    void WriteData(BArchive& archive) const override
+    {
+        BNode::WriteData(archive);
+        archive << m_flatness << m_pointCount;
+    }
+    static SP<BSmartObj> Read(BArchive& archive, int version)
+    {
+        const SP<PlaneNode> plane(new PlaneNode);
+        plane->ReadData(archive);
+        archive >> plane->m_flatness;
+        if (version >= 2)
+            archive >> plane->m_pointCount;
+        return plane;
+    }
+
+    double m_flatness = 0; // millimetres
+    int m_pointCount = 0;  // 0 from files before version 2
+};
+
+// The plane as it was when it had no number of points.
+class PlaneNodeOfVersion1 : public BNode {
+public:
+    const char* ArchiveName() const override { return BSmartObj::ClassName(typeid(PlaneNode)); }
+    int Version() const override { return 1; }
+    void WriteData(BArchive& archive) const override
+    {
+        BNode::WriteData(archive);
+        archive << 0.25;
+    }
+};
+
 void RegisterProbeClasses()
 {
     RegisterArchiveCallback(BSmartObj::ClassName(typeid(Probe)), &Probe::Read);
@@ -132,4 +168,27 @@ TEST(DocumentsGuide, ItsProbeComesBack)
     const std::string bytes = FileBytes(folder / "probe.qda");
     WriteFileBytes(folder / "probe.qda", bytes.substr(0, bytes.size() - 1));
     EXPECT_FALSE(LoadProbe(path));
+}
+
+TEST(DocumentsGuide, ItsPlaneComesBackFromFilesOfBothVersions)
+{
+    const TemporaryFolder folder;
+    RegisterArchiveCallback(BSmartObj::ClassName(typeid(PlaneNode)), &PlaneNode::Read);
+    const SP<PlaneNode> plane(new PlaneNode);
+    plane->m_flatness = 0.25;
+    plane->m_pointCount = 9;
+    for (const SP<BNode>& saved : {SP<BNode>(plane), SP<BNode>(new PlaneNodeOfVersion1)}) {
+        const SP<BNode> note(new BNode);
+        saved->AddChild(new BNode, -1);
+        saved->AddAnnotation(note.Get());
+        BArchive(folder.Path("a.qda"), BArchive::ModeWrite, "", 0).Insert(saved.Get(), "plane");
+        BArchive archive(folder.Path("a.qda"), BArchive::ModeRead, "", 0);
+        const SP<BSmartObj> object = archive.TakeOut("plane");
+        auto* const loaded = dynamic_cast<PlaneNode*>(object.Get());
+        ASSERT_TRUE(loaded);
+        EXPECT_EQ(loaded->m_flatness, 0.25);
+        EXPECT_EQ(loaded->m_pointCount, saved == plane ? 9 : 0);
+        EXPECT_EQ(loaded->ChildNum(), 1);
+        EXPECT_EQ(loaded->AnnotationNum(), 1);
+    }
 }

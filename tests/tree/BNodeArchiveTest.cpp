@@ -22,7 +22,10 @@ struct NodeRecord {
     std::vector<int> children;
     int parent = 0;
     int object = 0;
-    int childCount = -1; // -1: as many as there are
+    int childCount = kAsManyAsThereAre;
+    int annotation = 0;
+
+    static constexpr int kAsManyAsThereAre = -1;
 };
 
 std::string Number4(int value)
@@ -47,9 +50,60 @@ std::string RecordOf(int index, const std::string& label, const std::string& cla
            Reference(static_cast<int>(payload.size())) + payload;
 }
 
+// A derived node with a payload of its own: nothing of its base, which it builds up itself.
+class Feature : public BNode {
+public:
+    explicit Feature(const WChar* text = nullptr) { SetText(text); }
+
+    void WriteData(BArchive& archive) const override
+    {
+        archive << GetText() << ChildNum();
+        for (int i = 0; i < ChildNum(); ++i)
+            archive << static_cast<const BSmartObj*>(Child(i));
+        archive << static_cast<const BSmartObj*>(m_further);
+    }
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        const SP<Feature> feature(new Feature);
+        WString text;
+        int count = 0;
+        archive >> text >> count;
+        feature->SetText(text);
+        for (feature->m_indices.resize(static_cast<std::size_t>(count) + 1);
+             void*& index : feature->m_indices) {
+            archive >> index;
+            archive.TakeOutLater(reinterpret_cast<std::uintptr_t>(index));
+        }
+        return feature;
+    }
+    void UpdateAssociations(BArchive& archive) override
+    {
+        for (void* index : m_indices)
+            AddChild(dynamic_cast<BNode*>(archive.QueryObject(index).Get()), -1);
+    }
+    int Version() const override { return 0; }
+    static void Register() { RegisterArchiveCallback(ClassName(typeid(Feature)), &Read); }
+
+    BNode* m_further = nullptr; // is written as one more child
+
+private:
+    std::vector<void*> m_indices;
+};
+
 class BNodeArchiveTest : public testing::Test {
 protected:
-    BNodeArchiveTest() { CountedPayload::Register(); }
+    BNodeArchiveTest()
+    {
+        CountedPayload::Register();
+        Feature::Register();
+    }
+
+    void Save(BNode* node, const char* label)
+    {
+        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
+        archive.Insert(node, label);
+        EXPECT_TRUE(archive.Flush());
+    }
 
     // An archive of nodes with the indices 1, 2, ... (up to 9) and the labels "1", ...
     void Put(const std::vector<NodeRecord>& nodes)
@@ -58,12 +112,14 @@ protected:
         int index = 0;
         for (const NodeRecord& node : nodes) {
             std::string payload = Reference(node.object);
-            payload += Number4(node.childCount >= 0 ? node.childCount
-                                                    : static_cast<int>(node.children.size()));
+            payload += Number4(node.childCount != NodeRecord::kAsManyAsThereAre
+                                   ? node.childCount
+                                   : static_cast<int>(node.children.size()));
             for (const int child : node.children)
                 payload += Reference(child);
             payload += Number4(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + Number4(1) +
-                       "n\0"s + Number4(0);
+                       "n\0"s + Number4(node.annotation != 0) +
+                       (node.annotation != 0 ? Reference(node.annotation) : ""s);
             ++index;
             bytes += RecordOf(index, std::to_string(index), "class BNode", 2, payload);
         }
@@ -129,7 +185,7 @@ TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
     }
 }
 
-// The sanitizers watch for what a refused graph leaves behind.
+// The child lists decide. The sanitizers watch for what a refused graph leaves behind.
 TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
 {
     struct Case {
@@ -137,32 +193,98 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
         std::vector<NodeRecord> nodes;
         bool good;
     };
+    constexpr int kAll = NodeRecord::kAsManyAsThereAre;
     const Case cases[] = {
         {"a tree", {{{2, 3}}, {{}, 1}, {{}, 1}}, true},
         {"its own child", {{{1}, 1}}, false},
-        {"its own parent", {{{}, 1}}, false},
         {"above its parent", {{{2}, 2}, {{1}, 1}}, false},
         {"a circle of three", {{{2}, 3}, {{3}, 1}, {{1}, 2}}, false},
         {"a circle below", {{{2}}, {{3}, 3}, {{2}, 2}}, false},
-        {"its own object", {{{}, 0, 1}}, false},
-        {"the object of its child", {{{2}}, {{}, 1, 1}}, false},
-        {"an object that is another child", {{{2, 3}}, {{}, 1, 3}, {{}, 1}}, true},
         {"twice in one list", {{{2, 2}}, {{}, 1}}, false},
         {"in two lists", {{{2, 3}}, {{3}, 1}, {{}, 1}}, false},
-        {"a child of another parent", {{{2, 3}}, {{}, 3}, {{}, 1}}, false},
-        {"a child without parent", {{{2}}, {{}, 0}}, false},
-        {"a parent that does not know it", {{{}, 2, 2}, {{}, 0}}, false},
+        {"in two lists, its parent's first", {{{3, 2}}, {{3}, 1}, {{}, 1}}, false},
+        {"its own parent", {{{}, 1}}, true},
+        {"a child of another parent", {{{2, 3}}, {{}, 3}, {{}, 1}}, true},
+        {"a child without parent", {{{2}}, {{}, 0}}, true},
+        {"a parent that does not know it", {{{}, 2, 2}, {{}, 0}}, true},
         {"a parent that is not there", {{{}, 7}}, true},
         {"a child that is not there", {{{7}}}, true},
+        {"its own object", {{{}, 0, 1}}, true},
+        {"its own annotation", {{{}, 0, 0, kAll, 1}}, true},
+        {"the object of its child", {{{2}}, {{}, 1, 1}}, true},
+        {"the annotation of its child", {{{2}}, {{}, 1, 0, kAll, 1}}, true},
+        {"each other's object", {{{}, 0, 2}, {{}, 0, 1}}, true},
+        {"above its object", {{{}, 0, 2}, {{1}}}, true},
+        {"an object that is another child", {{{2, 3}}, {{}, 1, 3}, {{}, 1}}, true},
+        {"its own object and child", {{{1}, 0, 1}}, false},
+        {"its own child, and other's objects", {{{1}, 0, 2}, {{}, 0, 3}, {{}, 0, 2}}, false},
         {"a count beyond the record", {{{2}, 0, 0, 1000}, {{}, 1}}, false},
         {"a count of all ones", {{{2}, 0, 0, 0x7FFFFFFF}, {{}, 1}}, false},
+        {"a negative count", {{{}, 0, 0, -2}}, true},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
         Put(c.nodes);
         const SP<BNode> node = TakeOut("1");
-        EXPECT_EQ(static_cast<bool>(node), c.good) << c.what;
-        EXPECT_TRUE(!node || node->ChildNum() == static_cast<int>(c.nodes[0].children.size()));
+        ASSERT_EQ(static_cast<bool>(node), c.good);
+        if (!node)
+            continue;
+        EXPECT_EQ(node->ChildNum(), static_cast<int>(c.nodes[0].children.size()));
+        EXPECT_EQ(node->GetObj() != nullptr, c.nodes[0].object != 0);
+        EXPECT_EQ(node->AnnotationNum(), c.nodes[0].annotation != 0 ? 1 : 0);
+        EXPECT_TRUE(node->Parent() == nullptr || node->Parent() == node->GetObj());
+        node->Clear(); // breaks the circles
     }
+}
+
+// Wherever it stands, and whatever stands below it.
+TEST_F(BNodeArchiveTest, ADerivedNodeMayHaveAPayloadOfItsOwn)
+{
+    const SP<BNode> root = TreeOf("r(a b)");
+    const auto addFeature = [](BNode& parent) {
+        const SP<Feature> feature(new Feature(QD_W("F")));
+        EXPECT_TRUE(parent.AddChild(feature.Get(), -1));
+        feature->AddChild(TreeOf("p(q)").Get(), -1);
+        feature->AddChild(new Feature(QD_W("G")), -1);
+        return feature.Get();
+    };
+    Append(*addFeature(*root)->Child(1), QD_W("x"));
+    const SP<BNode> annotation = new Feature;
+    addFeature(*annotation);
+    root->AddAnnotation(annotation.Get());
+    root->Child(0)->SetObj(addFeature(*root->Child(1)));
+    {
+        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
+        archive.Insert(root.Get(), "root");
+        archive.Insert(root->Child(2)->Child(0), "p");
+    }
+    for (const bool partFirst : {false, true}) {
+        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+        const SP<BNode> part = partFirst ? TakeOutAs<BNode>(archive, "p") : nullptr;
+        EXPECT_TRUE(!part || part->Parent() == nullptr);
+        const SP<BNode> read = TakeOutAs<BNode>(archive, "root");
+        ASSERT_TRUE(read);
+        EXPECT_EQ(TextOf(*read), "r(a b(F(p(q) G)) F(p(q) G(x)))");
+        EXPECT_EQ(read->Child(0)->GetObj(), read->Child(1)->Child(0));
+        EXPECT_TRUE(!part || part == read->Child(2)->Child(0));
+        BNodeAnnotationItr itr(*read);
+        EXPECT_EQ(TextOf(*dynamic_cast<BNode*>(itr.Current())), "(F(p(q) G))");
+    }
+}
+
+// Two lists of which one is built by the derived class: whichever comes first.
+TEST_F(BNodeArchiveTest, ADerivedNodeMakesNoCircleOfChildren)
+{
+    const SP<BNode> plain = Named(QD_W("p"));
+    const SP<Feature> feature(new Feature(QD_W("F")));
+    plain->AddChild(feature.Get(), -1);
+    feature->m_further = plain.Get();
+    Save(plain.Get(), "p");
+    const SP<BNode> read = TakeOut("p");
+    ASSERT_TRUE(read);
+    EXPECT_EQ(TextOf(*read), "p(F)") << "AddChild refuses";
+    Save(feature.Get(), "F");
+    EXPECT_FALSE(TakeOut("F")) << "the plain one's list has a node above it";
 }
 
 TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
