@@ -82,7 +82,8 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
     SP<BSmartObj> object = Rebuild(*record, archive);
     if (!Complete(archive) || !file.IsGood()) // of a file that failed parts are missing
         return nullptr;
-    m_holders.clear();
+    if (object)
+        m_holders.clear();
     return object;
 }
 
@@ -110,9 +111,11 @@ void Loader::TakeOutLater(RecordDirectory::Record* record)
 
 bool Loader::Verify() const
 {
-    return std::ranges::all_of(m_rebuilt, [](const RecordDirectory::Record* record) {
-        return record->object->VerifyObj();
-    });
+    for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may take out others
+        if (!m_rebuilt[i]->object->VerifyObj())
+            return false;
+    }
+    return true;
 }
 
 void Loader::OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&))
@@ -209,7 +212,7 @@ void Loader::UpdateAssociations(BArchive& archive)
 bool Loader::AreSound()
 {
     const std::size_t formerCount = m_soundCount;
-    for (; m_soundCount < m_rebuilt.size(); ++m_soundCount, m_repeats += kRepeatsOfObject) {
+    for (; m_soundCount < m_associatedCount; ++m_soundCount, m_repeats += kRepeatsOfObject) {
         if (!m_rebuilt[m_soundCount]->object->VerifyObj())
             return false;
     }

@@ -80,6 +80,28 @@ public:
     SP<BSmartObj> m_taken;
 };
 
+// Takes another one out each time it is asked whether it is sound.
+class Inquirer : public BSmartObj {
+public:
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        SP<Inquirer> object(new Inquirer);
+        object->m_archive = &archive;
+        return object;
+    }
+    void UpdateAssociations(BArchive&) override { m_associated = true; }
+    bool VerifyObj() override
+    {
+        static_cast<void>(m_archive->TakeOut(std::to_string(++count).append("q").c_str()));
+        return m_associated;
+    }
+    static inline int count = 0;
+
+private:
+    BArchive* m_archive = nullptr;
+    bool m_associated = false;
+};
+
 // Hands out one object for each of its records.
 class Single : public ArchiveItem {
 public:
@@ -101,6 +123,7 @@ protected:
     {
         ArchiveItem::Register();
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Single)), &Single::Read);
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Inquirer)), &Inquirer::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Values)), &Values::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Impatient)), &Impatient::Read);
     }
@@ -522,6 +545,22 @@ TEST_F(BArchiveTest, EveryRebuiltObjectIsAskedWhetherItIsSound)
         ++given;
     EXPECT_LT(given, 100) << "every one in its turn";
     EXPECT_EQ(archive.TakeOut("0x"), nullptr) << "and again";
+}
+
+TEST_F(BArchiveTest, OneThatIsAskedMayTakeOutOthers)
+{
+    constexpr int kCount = 100;
+    Written([](BArchive& archive) {
+        for (int i = 0; i < kCount; ++i)
+            archive.Insert(new Inquirer, std::to_string(i).append("q").c_str());
+    });
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+    Inquirer::count = kCount - 2;
+    EXPECT_NE(archive.TakeOut("0q"), nullptr) << "what it takes out is asked when it is complete";
+    EXPECT_GE(Inquirer::count, kCount);
+    Inquirer::count = 0;
+    EXPECT_TRUE(archive.VerifyObjects());
+    EXPECT_GE(Inquirer::count, kCount) << "each of them";
 }
 
 TEST_F(BArchiveTest, ADerivedArchiveHasItsOwnName)

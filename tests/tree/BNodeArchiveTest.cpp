@@ -253,6 +253,7 @@ TEST_F(BNodeArchiveTest, ADerivedNodeMayHaveAPayloadOfItsOwn)
     addFeature(*annotation);
     root->AddAnnotation(annotation.Get());
     root->Child(0)->SetObj(addFeature(*root->Child(1)));
+    root->Child(1)->AddAnnotation(root.Get());
     {
         BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
         archive.Insert(root.Get(), "root");
@@ -269,7 +270,9 @@ TEST_F(BNodeArchiveTest, ADerivedNodeMayHaveAPayloadOfItsOwn)
         EXPECT_TRUE(!part || part == read->Child(2)->Child(0));
         BNodeAnnotationItr itr(*read);
         EXPECT_EQ(TextOf(*dynamic_cast<BNode*>(itr.Current())), "(F(p(q) G))");
+        EXPECT_TRUE(read->Child(1)->RemoveAnnotation(read.Get())) << "it leads back to the root";
     }
+    root->Clear();
 }
 
 // Two lists of which one is built by the derived class: whichever comes first.
