@@ -213,7 +213,7 @@ std::size_t TableToWide(const CodePageTable& table, const char* text, std::size_
     if (count > room)
         return count;
     while (text != end) {
-        const auto first = static_cast<unsigned char>(*text);
+        const std::size_t first = static_cast<unsigned char>(*text);
         const std::size_t size = CharacterSize(table, text, end);
         if (size == 2)
             *out++ = table.units[first << 8 | static_cast<unsigned char>(text[1])];
