@@ -22,9 +22,12 @@ struct FoundFile {
 /// was one. A link is found itself, also one that leads nowhere; one to a directory counts as
 /// a directory.
 ///
-/// "*" (any units) and "?" (one unit) are wild in the last element of `pattern`, and nowhere else;
-/// ".*" at the end also finds names without a dot. Case counts as it does in the file system. On
-/// Windows a name also matches by its short form.
+/// "*" and "?" are wild in the last element of `pattern`, and nowhere else, as Windows has it: "*"
+/// is any units, "?" one unit but no dot, or nothing where the name or a part of it ends; ".*" and
+/// ".?" also find names without a dot. Dots and blanks at the end of a pattern are dropped, but
+/// "*." finds only names without an extension. "." and ".." are found by what finds ".", or an
+/// empty name. Case counts as it does in the file system. On Windows a name also matches by its
+/// short form. Without wild units the last element is a name, off Windows as it stands.
 bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit);
 
 /// Size in bytes of the file at `path`; none when it cannot be opened for reading, on Windows also

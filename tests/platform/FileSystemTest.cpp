@@ -17,20 +17,29 @@
 TEST(FileSystem, FindsWhatAPatternMatches)
 {
     const TemporaryFolder folder;
-    for (const char* name : {"x", "x.y", "ab", "abc", "a.b.c"})
+    for (const char* name : {"x", "x.y", "ab", "abc", "abcd"})
         WriteFileBytes(folder / name, "");
     struct Case {
         const char* pattern;
         std::set<std::string> found;
     };
     const Case cases[] = {
-        {"*.*", {".", "..", "a.b.c", "ab", "abc", "x", "x.y"}},
+        {"*.*", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
+        {"*.*.*", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
+        {"*.", {".", "..", "ab", "abc", "abcd", "x"}}, // names without an extension
+        {"*. .", {".", "..", "ab", "abc", "abcd", "x"}},
+        {"* . ", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
         {"x.*", {"x", "x.y"}},
+        {"x*.", {"x"}},
+        {"*.y", {"x.y"}},
         {"a?", {"ab"}},
-        {"a*c", {"a.b.c", "abc"}},
-        {"*b*", {"a.b.c", "ab", "abc"}},
-        {"a?b*", {"a.b.c"}},
-        {"?", {".", "x"}},
+        {"ab? ", {"ab", "abc"}}, // one unit, or none at the end
+        {"a*c", {"abc"}},
+        {"*b*", {"ab", "abc", "abcd"}},
+        {"???.", {".", "..", "ab", "abc", "x"}}, // never a dot
+        {"?.?", {".", "..", "x", "x.y"}},
+        {"?", {".", "..", "x"}},
+        {"? x", {}},
         {"abc", {"abc"}},
         {"a<", {}},
         {"*\\x", {}}, // wild in the last element only

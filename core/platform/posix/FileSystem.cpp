@@ -1,6 +1,7 @@
 #include "core/platform/FileSystem.h"
 
 #include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/FilePattern.h"
 #include "core/platform/posix/NativePath.h"
 
 #include <cerrno>
@@ -24,40 +25,6 @@ struct DirectoryCloser {
     void operator()(DIR* directory) const noexcept { ::closedir(directory); }
 };
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
-
-// "*" stands for any units, "?" for one.
-bool MatchesExactly(WideView pattern, WideView name)
-{
-    std::size_t afterStar = WideView::npos; // in the pattern, behind the last star so far
-    std::size_t starEnd = 0;                // in the name, where what that star took ends
-    std::size_t at = 0;
-    for (std::size_t i = 0; i < name.size();) {
-        if (at < pattern.size() && pattern[at] == u'*') {
-            afterStar = ++at;
-            starEnd = i;
-        } else if (at < pattern.size() && (pattern[at] == u'?' || pattern[at] == name[i])) {
-            ++at;
-            ++i;
-        } else if (afterStar != WideView::npos) {
-            at = afterStar;
-            i = ++starEnd;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of(u'*', at) == WideView::npos;
-}
-
-bool Matches(WideView pattern, WideView name)
-{
-    constexpr WideView anyExtension = u".*";
-    if (MatchesExactly(pattern, name))
-        return true;
-    if (!pattern.ends_with(anyExtension))
-        return false;
-    pattern.remove_suffix(anyExtension.size());
-    return MatchesExactly(pattern, name);
-}
 
 // What stands under the native `name` in `directory`; false when there is nothing.
 bool Describe(int directory, const char* name, FoundFile& file)
@@ -91,12 +58,13 @@ bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>
         visit(file);
         return true;
     }
+    const FilePattern wild(wanted);
     const Directory directory(
         ::opendir(folder.empty() ? "." : ToNativePath(folder.c_str()).c_str()));
     bool isFound = false;
     while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
         const std::basic_string<WChar> name = FromNativePath(entry->d_name);
-        if (!Matches(wanted, name) || !Describe(::dirfd(directory.get()), entry->d_name, file))
+        if (!wild.Matches(name) || !Describe(::dirfd(directory.get()), entry->d_name, file))
             continue;
         isFound = true;
         file.path = folder + name;

@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <sched.h>
+#include <set>
 #include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -32,6 +33,36 @@ TEST(FileSystemOnLinux, NamesThatAreNoUtf8AreFilesLikeOthers)
     EXPECT_TRUE(BFile(found.c_str(), u"rb") != nullptr);
     EXPECT_EQ(BFile::Delete(found.c_str()), 1);
     EXPECT_FALSE(fs::exists(file));
+}
+
+// On Windows such names also have short ones, which patterns find as well.
+TEST(FileSystemOnLinux, PatternsGoByTheLongName)
+{
+    const TemporaryFolder folder;
+    for (const char* name : {"..a", ".a", "a..a", "a.b.c", " .a"})
+        WriteFileBytes(folder / name, "");
+    struct Case {
+        const char* pattern;
+        std::set<std::string> found;
+    };
+    const Case cases[] = {
+        {"*.", {".", ".."}},
+        {".*.", {".", "..", ".a"}},
+        {"..*", {".", "..", "..a"}},
+        {"*..*", {".", "..", "..a", "a..a"}},
+        {"* .*.", {" .a"}},
+        {"?.??.", {".", "..", ".a", " .a"}},
+        {"a?b*", {}}, // no dot
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.pattern);
+        std::set<std::string> found;
+        platform::FindFiles(folder.Path(c.pattern), [&](const platform::FoundFile& file) {
+            found.insert(fs::path(file.path).filename().string());
+            return true;
+        });
+        EXPECT_EQ(found, c.found);
+    }
 }
 
 TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
