@@ -32,12 +32,14 @@ public:
     /// Intended: a path without a directory gets a separator all the same: "a.doc" becomes
     /// "\x.txt".
     void ChangeName(WString name);
-    /// Removes the last element. False when there is none, and for a path above 260 units.
+    /// Removes the last element with the separator before it, or with both of a doubled one. False
+    /// when there is none, for a root ("c:\", "\\?\c:\"), and for a path above 260 units.
     bool RemoveFileSpec();
     /// The parent directory: a copy with `RemoveFileSpec()` applied.
     [[nodiscard]] BDirEntry GetPath() const;
     /// Goes on to `other` from here: "." and ".." are resolved, an absolute path replaces this one.
-    /// A path that becomes too long for that is put together as it stands.
+    /// ".." ends at the root, in a UNC path at the server. Both together with 260 units or more,
+    /// before that, are put together as they stand.
     BDirEntry& operator+=(const BDirEntry& other);
 
     /// Makes the directory with its missing parents; the path must be absolute. False when it

@@ -24,7 +24,8 @@ inline constexpr std::size_t kPathRoom = 260;
 /// (`PathRemoveFileSpecW`).
 [[nodiscard]] std::size_t FindFileSpec(const WChar* path);
 
-/// Both combined, "." and ".." resolved (`PathCombineW`); none when that would be too long.
+/// Both combined, "." and ".." resolved (`PathCombineW`); none when that would be too long, or is
+/// before they are resolved.
 [[nodiscard]] std::optional<std::basic_string<WChar>> CombinePaths(const WChar* folder,
                                                                    const WChar* path);
 

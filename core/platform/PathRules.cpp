@@ -1,5 +1,7 @@
 #include "core/platform/PathRules.h"
 
+#include "core/platform/Path.h"
+
 #include <algorithm>
 
 namespace platform {
@@ -49,51 +51,132 @@ std::size_t FindSeparator(PathView path, std::size_t start, EPathStyle style)
     return start;
 }
 
-// Length of what no ".." climbs out of: "\", "C:", "C:\", "\\server\share\".
-std::size_t RootLength(PathView path, EPathStyle style)
+// Behind the separator at `index`, if there is one.
+std::size_t PassSeparator(PathView path, std::size_t index, EPathStyle style)
 {
-    if (IsUnc(path, style)) {
-        const std::size_t server = FindSeparator(path, 2, style);
-        const std::size_t share = FindSeparator(path, std::min(server + 1, path.size()), style);
-        return std::min(share + 1, path.size());
-    }
-    const std::size_t drive = StartsWithDrive(path) ? 2 : 0;
-    return drive + (StartsWithSeparator(path.substr(drive), style) ? 1 : 0);
+    return index + (index < path.size() && IsSeparator(path[index], style) ? 1 : 0);
 }
 
-void RemoveLastElement(std::basic_string<WChar>& path, std::size_t rootLength, EPathStyle style)
+constexpr WChar kVerbatim[] = QD_W("\\\\?\\");
+constexpr WChar kVerbatimUnc[] = QD_W("\\\\?\\UNC\\");
+constexpr WChar kVolume[] = QD_W("Volume{");
+
+// "Volume{aaaaaaaa-bbbb-cccc-dddd-ffffffffffff}".
+bool StartsWithVolume(PathView path)
+{
+    constexpr std::size_t begin = 6, end = 44;
+    if (path.size() < end || !path.starts_with(kVolume) || path[end - 1] != '}')
+        return false;
+    for (std::size_t i = begin + 1; i < end - 1; ++i) {
+        const WChar unit = path[i];
+        const bool isHexadecimal = (unit >= '0' && unit <= '9') || (unit >= 'a' && unit <= 'f') ||
+                                   (unit >= 'A' && unit <= 'F');
+        const std::size_t digit = i - begin - 1;
+        const bool isHyphen = digit == 8 || digit == 13 || digit == 18 || digit == 23;
+        if (isHyphen ? unit != '-' : !isHexadecimal)
+            return false;
+    }
+    return true;
+}
+
+// Length of a drive, also as "\\?\C:" or as a volume; 0 when there is none.
+std::size_t DriveLength(PathView path)
+{
+    const std::size_t prefix = path.starts_with(kVerbatim) ? 4 : 0;
+    const PathView rest = path.substr(prefix);
+    if (StartsWithDrive(rest))
+        return prefix + 2;
+    return prefix != 0 && StartsWithVolume(rest) ? prefix + 44 : 0;
+}
+
+// Where the server's name of a UNC path begins, also behind "\\?\UNC\".
+std::size_t ServerBegin(PathView path)
+{
+    return path.starts_with(kVerbatimUnc) ? PathView(kVerbatimUnc).size() : 2;
+}
+
+// Length of what a path that begins with a separator starts from: "\", "C:", "C:\",
+// "\\server\share\".
+std::size_t RootLength(PathView path, EPathStyle style)
+{
+    const std::size_t drive = DriveLength(path);
+    if (drive == 0 && IsUnc(path, style)) {
+        const std::size_t server = FindSeparator(path, ServerBegin(path), style);
+        const std::size_t share = PassSeparator(path, server, style);
+        return PassSeparator(path, FindSeparator(path, share, style), style);
+    }
+    return PassSeparator(path, drive, style);
+}
+
+// Length of what no ".." climbs out of. A share is climbed, a server is not.
+std::size_t FloorLength(PathView path, EPathStyle style)
+{
+    if (DriveLength(path) == 0 && IsUnc(path, style))
+        return PassSeparator(path, FindSeparator(path, ServerBegin(path), style), style);
+    return RootLength(path, style);
+}
+
+void RemoveLastElement(std::basic_string<WChar>& path, std::size_t floor, EPathStyle style)
 {
     std::size_t end = path.size();
-    if (end > rootLength && IsSeparator(path[end - 1], style))
+    if (end > floor && IsSeparator(path[end - 1], style))
         --end;
-    while (end > rootLength && !IsSeparator(path[end - 1], style))
+    while (end > floor && !IsSeparator(path[end - 1], style))
         --end;
     path.resize(end);
 }
 
-// The elements of `path` behind its root, without "." and "..".
+// Whether `path` keeps the separator at its end where nothing follows.
+bool EndsWithRoot(PathView path, EPathStyle style)
+{
+    const bool isUnc = DriveLength(path) == 0 && IsUnc(path, style);
+    return path.size() <= (isUnc ? 2 : RootLength(path, style));
+}
+
+// `path` without "." and "..".
 std::basic_string<WChar> Canonical(PathView path, EPathStyle style)
 {
-    const std::size_t rootLength = RootLength(path, style);
-    std::basic_string<WChar> result(path.substr(0, rootLength));
-    for (std::size_t begin = rootLength; begin < path.size();) {
+    std::size_t floor = FloorLength(path, style);
+    std::basic_string<WChar> result(path.substr(0, floor));
+    bool leadsOut = floor == 0; // what came so far is ".." alone, out of a relative path
+    for (std::size_t begin = floor; begin < path.size();) {
         const std::size_t end = FindSeparator(path, begin, style);
         const PathView element = path.substr(begin, end - begin);
-        const std::size_t next = std::min(end + 1, path.size());
+        const std::size_t next = PassSeparator(path, end, style);
         const bool isDot = element.size() == 1 && element[0] == '.';
         const bool isDotDot = element.size() == 2 && element[0] == '.' && element[1] == '.';
-        if (isDotDot)
-            RemoveLastElement(result, rootLength, style);
+        leadsOut = leadsOut && (isDot || isDotDot);
+        if (isDotDot && !leadsOut)
+            RemoveLastElement(result, floor, style);
         else if (!isDot)
             result.append(path.substr(begin, next - begin));
+        if (leadsOut)
+            floor = result.size();
         // What stood behind the last separator is gone, so the separator goes, too.
-        if ((isDot || isDotDot) && next == path.size() && result.size() > rootLength)
+        const bool isGone = (isDot || (isDotDot && !leadsOut)) && end == path.size();
+        if (isGone && !result.empty() && IsSeparator(result.back(), style) &&
+            !EndsWithRoot(result, style))
             result.pop_back();
         begin = next;
     }
     if (result.empty() || (result.size() == 2 && StartsWithDrive(result)))
         result.push_back(SeparatorOf(path));
     return result;
+}
+
+// What `FindFileSpec` leaves alone.
+std::size_t FileSpecRoot(PathView path, EPathStyle style)
+{
+    if (const std::size_t drive = DriveLength(path); drive != 0)
+        return PassSeparator(path, drive, style);
+    if (!IsUnc(path, style) || path.starts_with(QD_W("\\\\?")))
+        return PassSeparator(path, 0, style);
+    if (StartsWithDrive(path.substr(2)))
+        return 4; // "\\C:" is no UNC path
+    // "\\\a" is three separators and a name, "\\\\a" and "\\\" are two and more of them.
+    const bool isTriple =
+        path.size() > 3 && IsSeparator(path[2], style) && !IsSeparator(path[3], style);
+    return isTriple ? 3 : 2;
 }
 
 } // namespace
@@ -123,35 +206,38 @@ std::size_t FindExtension(PathView path, EPathStyle style) noexcept
 
 std::size_t FindFileSpec(PathView path, EPathStyle style) noexcept
 {
-    std::size_t begin = 0;
-    while (begin < 2 && begin < path.size() && IsSeparator(path[begin], style))
-        ++begin;
-    for (std::size_t i = begin; i < path.size(); ++i) {
-        if (IsSeparator(path[i], style)) {
-            begin = i;
-        } else if (EndsDrive(path, i, style)) {
-            begin = ++i;
-            if (begin < path.size() && IsSeparator(path[begin], style))
-                ++begin;
-        }
-    }
-    return begin;
+    const std::size_t root = FileSpecRoot(path, style);
+    std::size_t begin = path.size();
+    while (begin > root && !IsSeparator(path[begin - 1], style))
+        --begin;
+    if (begin <= root)
+        return root;
+    // Both of a doubled separator go; a third one stays.
+    --begin;
+    return begin > root && IsSeparator(path[begin - 1], style) ? begin - 1 : begin;
 }
 
-std::basic_string<WChar> CombinePaths(PathView folder, PathView path, EPathStyle style)
+std::optional<std::basic_string<WChar>> CombinePaths(PathView folder, PathView path,
+                                                     EPathStyle style)
 {
-    if (path.empty())
-        return Canonical(folder, style);
-    if (folder.empty() || StartsWithDrive(path) || IsUnc(path, style))
-        return Canonical(path, style);
     std::basic_string<WChar> whole(folder);
-    if (StartsWithSeparator(path, style)) {
-        whole.resize(RootLength(folder, style));
-        path.remove_prefix(1);
+    if (folder.empty() || StartsWithDrive(path) || IsUnc(path, style)) {
+        whole = path.empty() ? folder : path;
+    } else if (!path.empty()) {
+        const bool startsAtRoot = StartsWithSeparator(path, style);
+        if (startsAtRoot) {
+            whole.resize(RootLength(folder, style));
+            // Intended: the root of a relative folder is nothing; "/" has only one meaning.
+            path.remove_prefix(whole.empty() && path[0] == kSlash ? 0 : 1);
+        }
+        const bool isSeparated = whole.empty() ? startsAtRoot : IsSeparator(whole.back(), style);
+        if (!isSeparated)
+            whole.push_back(SeparatorOf(folder));
+        whole.append(path);
     }
-    if (whole.empty() || !IsSeparator(whole.back(), style))
-        whole.push_back(SeparatorOf(folder));
-    return Canonical(whole.append(path), style);
+    if (whole.size() >= kPathRoom)
+        return std::nullopt;
+    return Canonical(whole, style);
 }
 
 WChar SeparatorOf(PathView path) noexcept

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,15 +26,17 @@ using PathView = std::basic_string_view<WChar>;
 /// Where the dot of the extension stands; the length when there is none. No extension has a blank.
 [[nodiscard]] std::size_t FindExtension(PathView path, EPathStyle style) noexcept;
 
-/// Where the last element begins with the separator in front of it, unless that belongs to the
-/// root; the length when the path is nothing but a root.
+/// Where the last element begins with the separator in front of it, or with both of a doubled one,
+/// unless that belongs to the root; the length when the path is nothing but a root: "\", "C:\",
+/// "\\?\C:\", "\\?\Volume{...}\".
 [[nodiscard]] std::size_t FindFileSpec(PathView path, EPathStyle style) noexcept;
 
 /// `path` seen from `folder`, without "." and "..": an absolute path stands alone, one that begins
-/// with a separator starts at the folder's root. ".." ends at the root, and what nothing is left of
-/// is the root.
-[[nodiscard]] std::basic_string<WChar> CombinePaths(PathView folder, PathView path,
-                                                    EPathStyle style);
+/// with a separator starts at the folder's root. ".." ends at the root, in a UNC path at the
+/// server, and what nothing is left of is the root; the ".." at the start of a relative path stay.
+/// None when both together, before that, have `kPathRoom` units or more.
+[[nodiscard]] std::optional<std::basic_string<WChar>> CombinePaths(PathView folder, PathView path,
+                                                                   EPathStyle style);
 
 /// The separator that `path` has, the last one if it has both; "\" when it has none.
 [[nodiscard]] WChar SeparatorOf(PathView path) noexcept;

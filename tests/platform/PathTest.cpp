@@ -31,6 +31,22 @@ TEST(PathRules, TakeEachStyleApart)
         {QD_W("c:\\"), shell, QD_W("c:\\"), QD_W(""), QD_W("c:\\")}, // nothing but a root
         {QD_W("\\a"), shell, QD_W("a"), QD_W(""), QD_W("\\")},
         {QD_W("c:a"), shell, QD_W("a"), QD_W(""), QD_W("c:")},
+        {QD_W("1:a"), shell, QD_W("a"), QD_W(""), QD_W("")},
+        {QD_W("c:\\\\d"), shell, QD_W("d"), QD_W(""), QD_W("c:\\")},
+        {QD_W("c:\\d\\\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:\\d")}, // both go
+        {QD_W("c:\\d\\a\\\\"), shell, QD_W("a\\\\"), QD_W(""), QD_W("c:\\d\\a")},
+        {QD_W("c:\\d\\\\\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:\\d\\")},
+        {QD_W("c:/d\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:/d")},
+        {QD_W("\\\\?\\c:\\"), shell, QD_W("c:\\"), QD_W(""), QD_W("\\\\?\\c:\\")},
+        {QD_W("\\\\?\\c:\\a"), shell, QD_W("a"), QD_W(""), QD_W("\\\\?\\c:\\")},
+        {QD_W("\\\\?\\Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\"), shell,
+         QD_W("Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\"), QD_W(""),
+         QD_W("\\\\?\\Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\")},
+        {QD_W("\\\\?\\Volume{01234567}\\"), shell, QD_W("Volume{01234567}\\"), QD_W(""),
+         QD_W("\\\\?\\Volume{01234567}")},
+        {QD_W("\\\\s\\h"), shell, QD_W("h"), QD_W(""), QD_W("\\\\s")},
+        {QD_W("\\\\s"), shell, QD_W("s"), QD_W(""), QD_W("\\\\")},
+        {QD_W("/d//a"), posix, QD_W("a"), QD_W(""), QD_W("/d")},
         {QD_W("d/a.b/c"), shell, QD_W("c"), QD_W(".b/c"), QD_W("")}, // "/" is half a separator
         {QD_W("d/a.b/c"), posix, QD_W("c"), QD_W(""), QD_W("d/a.b")},
         {QD_W("/d/a.b\\c.e"), posix, QD_W("c.e"), QD_W(".e"), QD_W("/d/a.b")},
@@ -69,7 +85,15 @@ TEST(PathRules, CombineAndResolveDots)
         {QD_W("a"), QD_W(".."), QD_W("\\"), false},
         {QD_W("C:\\a"), QD_W("."), QD_W("C:\\a"), false},
         {QD_W("C:\\a"), QD_W("..b\\..."), QD_W("C:\\a\\..b\\..."), false},
-        {QD_W("\\\\s\\h\\a"), QD_W("..\\..\\..\\b"), QD_W("\\\\s\\h\\b"), false},
+        {QD_W("C:\\a"), QD_W("b\\..\\"), QD_W("C:\\a\\")},
+        {QD_W("C:\\a"), QD_W("\\..\\b"), QD_W("C:\\b")},
+        {QD_W("\\\\s\\h"), QD_W(".."), QD_W("\\\\s")}, // out of a share, not of a server
+        {QD_W("\\\\s\\h\\a"), QD_W("..\\..\\..\\b"), QD_W("\\\\s\\b")},
+        {QD_W("\\\\s\\h\\a"), QD_W("\\b"), QD_W("\\\\s\\h\\b")},
+        {QD_W("\\\\?\\C:\\a"), QD_W("..\\..\\b"), QD_W("\\\\?\\C:\\b"), false},
+        {QD_W("..\\a"), QD_W("b"), QD_W("..\\a\\b")},
+        {QD_W("."), QD_W("..\\..\\b"), QD_W("..\\..\\b"), false},
+        {QD_W("a\\b"), QD_W("\\c"), QD_W("c")},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.folder) + " + " + testing::PrintToString(c.path));
@@ -79,12 +103,16 @@ TEST(PathRules, CombineAndResolveDots)
             EXPECT_EQ(platform::CombinePaths(c.folder.c_str(), c.path.c_str()), c.combined);
         }
     }
-    EXPECT_EQ(platform::CombinePaths(QD_W("/d/e"), QD_W("../x/./y"), EPathStyle::Posix),
-              QD_W("/d/x/y"));
-    EXPECT_EQ(platform::CombinePaths(QD_W("/d/e"), QD_W("/x"), EPathStyle::Posix), QD_W("/x"));
-    EXPECT_EQ(platform::CombinePaths(QD_W("d/e"), QD_W("x"), EPathStyle::Posix), QD_W("d/e/x"));
+    constexpr EPathStyle posix = EPathStyle::Posix;
+    EXPECT_EQ(platform::CombinePaths(QD_W("/d/e"), QD_W("../x/./y"), posix), QD_W("/d/x/y"));
+    EXPECT_EQ(platform::CombinePaths(QD_W("/d/e"), QD_W("/x"), posix), QD_W("/x"));
+    EXPECT_EQ(platform::CombinePaths(QD_W("d/e"), QD_W("/x"), posix), QD_W("/x"));
+    EXPECT_EQ(platform::CombinePaths(QD_W("d/e"), QD_W("x"), posix), QD_W("d/e/x"));
 
-    const Text longest(platform::kPathRoom - 3, 'a');
+    // Too long counts before "." and ".." are resolved.
+    const Text longest(platform::kPathRoom - 3, 'a'), back = QD_W("\\..\\b");
     EXPECT_TRUE(platform::CombinePaths(QD_W("C"), longest.substr(1).c_str()));
     EXPECT_FALSE(platform::CombinePaths(QD_W("C"), (longest + QD_W("a")).c_str()));
+    EXPECT_TRUE(platform::CombinePaths(QD_W("C"), (longest.substr(back.size()) + back).c_str()));
+    EXPECT_FALSE(platform::CombinePaths(QD_W("C"), (longest + back).c_str()));
 }

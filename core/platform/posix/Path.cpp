@@ -21,10 +21,7 @@ std::size_t FindFileSpec(const WChar* path)
 
 std::optional<std::basic_string<WChar>> CombinePaths(const WChar* folder, const WChar* path)
 {
-    std::basic_string<WChar> combined = CombinePaths(folder, path, EPathStyle::Posix);
-    if (combined.size() >= kPathRoom)
-        return std::nullopt;
-    return combined;
+    return CombinePaths(folder, path, EPathStyle::Posix);
 }
 
 WChar SeparatorFor(const WChar* path) noexcept
