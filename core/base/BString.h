@@ -27,8 +27,8 @@
 ///
 /// A null pointer to text is an empty text unless a member says otherwise, and an argument may
 /// point into the string's own text. Nothing throws: when memory runs out, a member leaves the
-/// string as it was and gives an empty result. Strings that share a text may be used on different
-/// threads at the same time; one string is for one thread at a time.
+/// string as it was and gives an empty result or false. Strings that share a text may be used on
+/// different threads at the same time; one string is for one thread at a time.
 class QD_CORE_API BString {
 public:
     /// The position that says "not found"; no static member, as MinGW exports none that is
@@ -47,8 +47,8 @@ public:
 
     /// Makes the string empty.
     void Clear() noexcept { m_text = {}; }
-    /// Replaces the text by `count` bytes `character`.
-    void Fill(std::size_t count, char character);
+    /// Replaces the text by `count` bytes `character`. False when memory runs out.
+    bool Fill(std::size_t count, char character);
 
     // Access
 
@@ -279,6 +279,12 @@ public:
     [[nodiscard]] bool ReadLn(std::FILE* stream);
 
 private:
+    friend QD_CORE_API BString operator+(const BString& a, const char* b);
+    friend QD_CORE_API BString operator+(const char* a, const BString& b);
+
+    // False when memory runs out.
+    bool TryAppend(const char* text);
+    bool TryPrepend(const char* text);
     [[nodiscard]] BString Piece(BSharedText<char>::View own, std::size_t position,
                                 std::size_t count) const;
 

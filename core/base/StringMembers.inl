@@ -228,17 +228,18 @@ String& String::operator=(const Char* text)
     return *this;
 }
 
-void String::Fill(std::size_t count, Char character)
+bool String::Fill(std::size_t count, Char character)
 {
     if (count == 0) {
         Clear();
-        return;
+        return true;
     }
     auto filled = Text::WithCapacity(count);
     if (filled.IsNull())
-        return;
+        return false;
     *std::fill_n(filled.Writable(), count, character) = 0;
     m_text = std::move(filled);
+    return true;
 }
 
 // Access
@@ -268,15 +269,7 @@ void String::Append(const String& text)
 
 void String::Append(const Char* text)
 {
-    const View added = Measured(text);
-    if (added.empty())
-        return;
-    const View own = Measured(CStr());
-    const std::size_t length = own.size() + added.size();
-    if (m_text.IsPrivate() && length < m_text.Capacity())
-        *std::copy(added.begin(), added.end(), m_text.Writable() + own.size()) = 0;
-    else
-        m_text.Assemble(length + 1, {own, added});
+    TryAppend(text);
 }
 
 void String::Append(Char character)
@@ -317,11 +310,7 @@ void String::Prepend(const String& text)
 
 void String::Prepend(const Char* text)
 {
-    const View added = Measured(text);
-    if (added.empty())
-        return;
-    const View own = Measured(CStr());
-    m_text.Assemble(own.size() + added.size() + 1, {added, own});
+    TryPrepend(text);
 }
 
 void String::Prepend(Char character)
@@ -731,19 +720,19 @@ String& String::EraseAllChars(Char character)
 
 String String::ToUpper()
 {
-    if (!IsEmpty() && MakePrivate(m_text)) {
-        for (Char* at = m_text.Writable(); *at; ++at)
-            *at = platform::ToUpper(*at);
-    }
+    if (IsEmpty() || !MakePrivate(m_text))
+        return String();
+    for (Char* at = m_text.Writable(); *at; ++at)
+        *at = platform::ToUpper(*at);
     return *this;
 }
 
 String String::ToLower()
 {
-    if (!IsEmpty() && MakePrivate(m_text)) {
-        for (Char* at = m_text.Writable(); *at; ++at)
-            *at = platform::ToLower(*at);
-    }
+    if (IsEmpty() || !MakePrivate(m_text))
+        return String();
+    for (Char* at = m_text.Writable(); *at; ++at)
+        *at = platform::ToLower(*at);
     return *this;
 }
 
@@ -943,7 +932,7 @@ bool String::FRead(std::FILE* stream)
     while (have <= length) {
         const std::size_t capacity = std::min(length, std::max(firstPiece, 2 * have));
         if (!read.SetCapacity(capacity))
-            break;
+            return false;
         const std::size_t wanted = capacity + (capacity == length ? 1 : 0) - have;
         const std::size_t got = std::fread(read.Writable() + have, sizeof(Char), wanted, stream);
         have += got;
@@ -983,38 +972,51 @@ bool String::ReadLn(std::FILE* stream)
             break;
         piece = Measured(chunk);
         if (!line.Push(length, piece))
-            break;
+            return false;
     } while (piece.size() == room - 1 && piece.back() != '\n');
 
-    m_text = Text();
     while (length > 0 && line.Text()[length - 1] == '\n')
         --length;
-    if (length > 0)
-        m_text.Assign(View(line.Text(), length));
-    return true;
+    return m_text.Assign(View(line.Text(), length));
 }
 
 // Operators
 
 String operator+(const String& a, const String& b)
 {
-    String sum(a);
-    sum.Append(b);
-    return sum;
+    return a + b.CStr();
 }
 
 String operator+(const String& a, const Char* b)
 {
     String sum(a);
-    sum.Append(b);
-    return sum;
+    return sum.TryAppend(b) ? sum : String();
 }
 
 String operator+(const Char* a, const String& b)
 {
     String sum(b);
-    sum.Prepend(a);
-    return sum;
+    return sum.TryPrepend(a) ? sum : String();
+}
+
+bool String::TryAppend(const Char* text)
+{
+    const View added = Measured(text);
+    if (added.empty())
+        return true;
+    const View own = Measured(CStr());
+    const std::size_t length = own.size() + added.size();
+    if (!m_text.IsPrivate() || length >= m_text.Capacity())
+        return m_text.Assemble(length + 1, {own, added});
+    *std::copy(added.begin(), added.end(), m_text.Writable() + own.size()) = 0;
+    return true;
+}
+
+bool String::TryPrepend(const Char* text)
+{
+    const View added = Measured(text);
+    const View own = Measured(CStr());
+    return added.empty() || m_text.Assemble(own.size() + added.size() + 1, {added, own});
 }
 
 String String::Piece(View own, std::size_t position, std::size_t count) const

@@ -27,8 +27,8 @@ class BString;
 ///
 /// A null pointer to text is an empty text unless a member says otherwise, and an argument may
 /// point into the string's own text. Nothing throws: when memory runs out, a member leaves the
-/// string as it was and gives an empty result. Strings that share a text may be used on different
-/// threads at the same time; one string is for one thread at a time.
+/// string as it was and gives an empty result or false. Strings that share a text may be used on
+/// different threads at the same time; one string is for one thread at a time.
 class QD_CORE_API WString {
 public:
     /// The position that says "not found"; no static member, as MinGW exports none that is
@@ -46,8 +46,8 @@ public:
 
     /// Makes the string empty.
     void Clear() noexcept { m_text = {}; }
-    /// Replaces the text by `count` units `unit`.
-    void Fill(std::size_t count, WChar unit);
+    /// Replaces the text by `count` units `unit`. False when memory runs out.
+    bool Fill(std::size_t count, WChar unit);
 
     // Access
 
@@ -296,6 +296,12 @@ public:
     [[nodiscard]] bool ReadLn(std::FILE* stream);
 
 private:
+    friend QD_CORE_API WString operator+(const WString& a, const WChar* b);
+    friend QD_CORE_API WString operator+(const WChar* a, const WString& b);
+
+    // False when memory runs out.
+    bool TryAppend(const WChar* text);
+    bool TryPrepend(const WChar* text);
     [[nodiscard]] WString Piece(BSharedText<WChar>::View own, std::size_t position,
                                 std::size_t count) const;
 
