@@ -113,7 +113,7 @@ Descriptor OpenFile(const WChar* path, int flags)
     // A pipe without another end must not keep the caller waiting: opened so, one to read is empty,
     // and one to write cannot be opened.
     flags |= O_CLOEXEC;
-    Descriptor file(::open(ToNativePath(path).c_str(), flags | O_NONBLOCK, 0666));
+    Descriptor file(::open(NativePath(path), flags | O_NONBLOCK, 0666));
     if (file.IsOpen())
         ::fcntl(file.Get(), F_SETFL, flags);
     struct stat status = {};

@@ -5,6 +5,7 @@
 #include "core/platform/posix/NativePath.h"
 
 #include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -25,6 +26,12 @@ struct DirectoryCloser {
     void operator()(DIR* directory) const noexcept { ::closedir(directory); }
 };
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
+
+bool IsNativeDirectory(const char* path)
+{
+    struct stat status = {};
+    return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
 
 // What stands under the native `name` in `directory`; false when there is nothing.
 bool Describe(int directory, const char* name, FoundFile& file)
@@ -53,14 +60,13 @@ bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>
     FoundFile file;
     if (wanted.find_first_of(kWild) == WideView::npos) {
         file.path = whole;
-        if (wanted.empty() || !Describe(AT_FDCWD, ToNativePath(pattern).c_str(), file))
+        if (wanted.empty() || !Describe(AT_FDCWD, NativePath(pattern), file))
             return false;
         visit(file);
         return true;
     }
     const FilePattern wild(wanted);
-    const Directory directory(
-        ::opendir(folder.empty() ? "." : ToNativePath(folder.c_str()).c_str()));
+    const Directory directory(::opendir(folder.empty() ? "." : NativePath(folder.c_str())));
     bool isFound = false;
     while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
         const std::basic_string<WChar> name = FromNativePath(entry->d_name);
@@ -77,7 +83,7 @@ bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>
 std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
 {
     // Without waiting for the other end, should this be a pipe.
-    const Descriptor file(::open(ToNativePath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file(::open(NativePath(path), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
@@ -86,14 +92,13 @@ std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
 
 bool IsDirectory(const WChar* path) noexcept
 {
-    struct stat status = {};
-    return ::stat(ToNativePath(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return IsNativeDirectory(NativePath(path));
 }
 
 bool PathExists(const WChar* path) noexcept
 {
     struct stat status = {};
-    return ::lstat(ToNativePath(path).c_str(), &status) == 0;
+    return ::lstat(NativePath(path), &status) == 0;
 }
 
 EPresence Presence(const WChar* path) noexcept
@@ -108,24 +113,25 @@ try {
 
 bool RemoveFile(const WChar* path) noexcept
 {
-    return ::unlink(ToNativePath(path).c_str()) == 0;
+    return ::unlink(NativePath(path)) == 0;
 }
 
 bool MakeDirectories(const WChar* path) noexcept
 {
-    const std::string native = ToNativePath(path);
-    if (!native.starts_with('/'))
+    NativePath native(path);
+    char* const text = native.Text();
+    if (*text != '/')
         return false;
-    for (std::size_t end = native.find('/', 1); end != std::string::npos;
-         end = native.find('/', end + 1)) {
-        if (native.find_first_not_of('/', end) == std::string::npos)
+    for (char* end = std::strchr(text + 1, '/'); end != nullptr; end = std::strchr(end + 1, '/')) {
+        if (std::strspn(end, "/") == std::strlen(end))
             break; // only separators follow: this is the directory itself
-        const std::string parent = native.substr(0, end);
-        if (::mkdir(parent.c_str(), 0777) != 0 && errno != EEXIST &&
-            !IsDirectory(FromNativePath(parent).c_str()))
+        *end = '\0';
+        const bool isThere = ::mkdir(text, 0777) == 0 || errno == EEXIST || IsNativeDirectory(text);
+        *end = '/';
+        if (!isThere)
             return false;
     }
-    return ::mkdir(native.c_str(), 0777) == 0;
+    return ::mkdir(text, 0777) == 0;
 }
 
 std::optional<std::basic_string<WChar>> ShortPath(const WChar* path)

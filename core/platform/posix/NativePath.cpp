@@ -25,30 +25,30 @@ constexpr bool IsEscapedByte(UChar32 character)
            character == kByteEscape + '\\';
 }
 
-void AppendUtf8(std::string& text, UChar32 character)
-{
-    char bytes[U8_MAX_LENGTH];
-    std::size_t count = 0;
-    U8_APPEND_UNSAFE(bytes, count, character);
-    text.append(bytes, count);
-}
-
 } // namespace
+
+NativePath::NativePath(const WChar* path) noexcept
+{
+    const std::basic_string_view<WChar> units(path);
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < units.size() && length < PATH_MAX;) {
+        UChar32 character = 0;
+        U16_NEXT(units, i, units.size(), character);
+        char bytes[U8_MAX_LENGTH];
+        std::size_t count = 0;
+        if (IsEscapedByte(character))
+            bytes[count++] = static_cast<char>(character - kByteEscape);
+        else
+            U8_APPEND_UNSAFE(bytes, count, character == '\\' ? '/' : character);
+        for (std::size_t at = 0; at < count && length < PATH_MAX; ++at)
+            m_text[length++] = bytes[at];
+    }
+    m_text[length] = '\0';
+}
 
 std::string ToNativePath(const WChar* path)
 {
-    const std::basic_string_view<WChar> units(path);
-    std::string native;
-    native.reserve(units.size());
-    for (std::size_t i = 0; i < units.size();) {
-        UChar32 character = 0;
-        U16_NEXT(units, i, units.size(), character);
-        if (IsEscapedByte(character))
-            native.push_back(static_cast<char>(character - kByteEscape));
-        else
-            AppendUtf8(native, character == '\\' ? '/' : character);
-    }
-    return native;
+    return std::string(NativePath(path));
 }
 
 std::basic_string<WChar> FromNativePath(std::string_view path)

@@ -2,6 +2,7 @@
 
 #include "core/platform/WChar.h"
 
+#include <climits>
 #include <string>
 #include <string_view>
 
@@ -12,7 +13,22 @@
 /// file can be named and found again: `ToNativePath(FromNativePath(name))` is `name` for any bytes.
 namespace platform {
 
-/// Both "/" and "\" become "/". Lone surrogates other than those above take three bytes.
+/// The native path for a call of the kernel, which takes no memory, so that no call fails for want
+/// of it. Both "/" and "\" become "/". Lone surrogates other than those above take three bytes. Of
+/// a path that is longer than the kernel takes so much stays that the kernel refuses it.
+class NativePath {
+public:
+    explicit NativePath(const WChar* path) noexcept;
+
+    operator const char*() const noexcept { return m_text; }
+    /// For changes that leave the length.
+    [[nodiscard]] char* Text() noexcept { return m_text; }
+
+private:
+    char m_text[PATH_MAX + 1];
+};
+
+/// The same as a text.
 [[nodiscard]] std::string ToNativePath(const WChar* path);
 
 [[nodiscard]] std::basic_string<WChar> FromNativePath(std::string_view path);
