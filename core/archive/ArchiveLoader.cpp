@@ -8,6 +8,7 @@
 #include "core/platform/Stack.h"
 
 #include <algorithm>
+#include <new>
 
 namespace {
 
@@ -67,7 +68,7 @@ void Loader::Open(int version)
 }
 
 SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
-{
+try {
     RecordDirectory::Record* record = directory.FindLabel(name);
     if (record == nullptr)
         record = directory.FindIndexText(name);
@@ -85,6 +86,12 @@ SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
     if (object)
         m_holders.clear();
     return object;
+} catch (const std::bad_alloc&) {
+    file.Close();
+    return nullptr;
+} catch (...) {
+    file.Close(); // parts are missing: what is there must never pass for the whole
+    throw;
 }
 
 // From inside `Read`, `UpdateAssociations` or `VerifyObj`; what the object refers to comes when the
@@ -105,8 +112,8 @@ void Loader::TakeOutLater(RecordDirectory::Record* record)
     if (record == nullptr || record->object || record->pending ||
         (m_nesting != 0 && record->triedIn == m_takeOutNumber))
         return;
-    record->pending = true;
     m_pending.push_back(record);
+    record->pending = true;
 }
 
 bool Loader::Verify() const

@@ -5,6 +5,7 @@
 #include "core/platform/FileStream.h"
 
 #include <limits>
+#include <new>
 
 namespace NArchive {
 
@@ -16,10 +17,20 @@ void Saver::Insert(BSmartObj* object, const char* label, PointerMap& indices)
 {
     const bool labelled = label != nullptr && *label != '\0';
     PointerMap::Entry& entry = indices.FindOrAdd(object);
-    if (entry.queued || (labelled && !m_labels.emplace(label).second))
+    if (entry.queued || (labelled && m_labels.contains(label)))
         return;
+    const BString name(labelled ? label : "");
+    if (labelled && name.IsEmpty())
+        throw std::bad_alloc();
+    m_queue.push_back({SP<BSmartObj>(object), name, entry.index});
+    try {
+        if (labelled)
+            m_labels.emplace(label);
+    } catch (...) {
+        m_queue.pop_back(); // or a second try would find the object queued
+        throw;
+    }
     entry.queued = true;
-    m_queue.push_back({SP<BSmartObj>(object), labelled ? BString(label) : BString(), entry.index});
 }
 
 void Saver::WriteQueued(BArchive& archive)

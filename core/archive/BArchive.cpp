@@ -10,9 +10,10 @@
 #include "core/platform/TypeName.h"
 
 #include <cstddef>
-#include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 
 // An archive's file, little-endian, without padding:
 //
@@ -51,6 +52,12 @@ public:
             loader = std::make_unique<NArchive::Loader>(path.CStr());
     }
 
+    void WriteHeader(BArchive& archive, const BString& docClass, int docVersion,
+                     const char* archiveClass);
+    /// Leaves the loader without a file when the archive is not what was asked for.
+    void ReadHeader(BArchive& archive, const BString& docClass, int docVersion,
+                    const char* archiveClass);
+
     template <typename T>
     void Write(T value) const
     {
@@ -68,6 +75,20 @@ public:
         return true;
     }
 
+    // Reads a text of that many characters, which the record holds. Where memory for it runs out
+    // the file is closed, so that no object without its text passes for a whole one.
+    template <class Text>
+    void ReadText(Text& text, std::uint64_t length)
+    {
+        BlockReader& file = loader->file;
+        if (!text.Fill(static_cast<std::size_t>(length), ' ')) {
+            file.Close();
+            throw ArchiveFormatFault;
+        }
+        if (length != 0 && !file.Read(text.Str(), length * sizeof *text.CStr()))
+            text.Clear();
+    }
+
     WString path;
     MODE mode;
     int version = kFormatVersion;
@@ -77,25 +98,24 @@ public:
     std::unique_ptr<NArchive::Loader> loader; // when reading
 };
 
-BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
-    : BArchive(path, mode, docClass, docVersion, CLASSNAME())
-{}
-
-BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion,
-                   const char* archiveClass)
-    : m_impl(new Impl(path, mode))
+void BArchive::Impl::WriteHeader(BArchive& archive, const BString& docClass, int docVersion,
+                                 const char* archiveClass)
 {
-    if (m_impl->saver) {
-        *this << docClass << docVersion << BString(archiveClass) << kFormatVersion;
-        return;
-    }
+    archive << docClass << docVersion;
+    WriteText(archive, archiveClass);
+    archive << kFormatVersion;
+}
+
+void BArchive::Impl::ReadHeader(BArchive& archive, const BString& docClass, int docVersion,
+                                const char* archiveClass)
+{
     BString fileClass;
     BString fileArchive;
     int fileVersion = 0;
     int formatVersion = 0;
-    bool accepted = IsGood();
+    bool accepted = loader->file.IsGood();
     try {
-        *this >> fileClass >> fileVersion >> fileArchive >> formatVersion;
+        archive >> fileClass >> fileVersion >> fileArchive >> formatVersion;
     } catch (ARCHIVE_EXCEPTION) {
         accepted = false;
     }
@@ -111,11 +131,27 @@ BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersio
                fileVersion >= docVersion && formatVersion >= kOldestReadable &&
                formatVersion <= kFormatVersion;
     if (!accepted) {
-        m_impl->loader->file.Close();
+        loader->file.Close();
         return;
     }
-    m_impl->version = formatVersion;
-    m_impl->loader->Open(formatVersion);
+    version = formatVersion;
+    loader->Open(formatVersion);
+}
+
+BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
+    : BArchive(path, mode, docClass, docVersion, CLASSNAME())
+{}
+
+BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion,
+                   const char* archiveClass)
+    : m_impl(new Impl(path, mode))
+{
+    std::unique_ptr<Impl> owner(m_impl); // until nothing can throw any more
+    if (m_impl->saver)
+        m_impl->WriteHeader(*this, docClass, docVersion, archiveClass);
+    else
+        m_impl->ReadHeader(*this, docClass, docVersion, archiveClass);
+    static_cast<void>(owner.release());
 }
 
 BArchive::~BArchive()
@@ -251,18 +287,17 @@ bool BArchive::ReadMemoryBlock(void* block, std::uint64_t size)
 
 BArchive& BArchive::operator<<(const BString& text)
 {
-    const auto length = static_cast<std::uint32_t>(text.Length());
-    m_impl->Write(kTextTag);
-    m_impl->Write(length);
-    WriteMemoryBlock(text.CStr(), length);
+    WriteText(*this, std::string_view(text.CStr(), text.Length()));
     return *this;
 }
 
 BArchive& BArchive::operator<<(const WString& text)
 {
-    const auto count = static_cast<std::int32_t>(text.Length());
-    m_impl->Write(count);
-    WriteMemoryBlock(text.CStr(), static_cast<std::uint64_t>(count) * sizeof(WChar));
+    const std::size_t count = text.Length();
+    if (count > std::numeric_limits<std::int32_t>::max())
+        ThrowError();
+    m_impl->Write(static_cast<std::int32_t>(count));
+    WriteMemoryBlock(text.CStr(), count * sizeof(WChar));
     return *this;
 }
 
@@ -324,11 +359,10 @@ BArchive& BArchive::operator>>(BString& text)
     std::uint64_t end = 0;
     if (!PeekText(file, end))
         throw ArchiveFormatFault;
-    const std::uint64_t length = end - kTextPrefix;
-    text.Fill(length, ' ');
-    if (const char* start = file.Peek(end); start != nullptr && length != 0)
-        std::memcpy(text.Str(), start + kTextPrefix, length);
-    file.MoveTo(file.Position() + end);
+    const std::uint64_t start = file.Position();
+    file.MoveTo(start + kTextPrefix);
+    m_impl->ReadText(text, end - kTextPrefix);
+    file.MoveTo(start + end);
     return *this;
 }
 
@@ -353,9 +387,7 @@ BArchive& BArchive::operator>>(WString& text)
         file.MoveTo(file.Limit());
         return *this;
     }
-    text.Fill(static_cast<std::size_t>(size / sizeof(WChar)), QD_W(' '));
-    if (size != 0 && !file.Read(text.Str(), size))
-        text.Clear();
+    m_impl->ReadText(text, size / sizeof(WChar));
     return *this;
 }
 

@@ -93,6 +93,10 @@ public:
     /// followed as deep as three quarters of the thread's stack reach. Beyond that the outer call
     /// gives null and the archive is not good any more, so that no part passes for the whole;
     /// objects that are asked for with `TakeOutLater` have no such limit.
+    ///
+    /// When memory runs out or a `Read` throws anything but `ARCHIVE_EXCEPTION`, the archive is
+    /// left without a file, as parts would be missing from then on. The former gives null, the
+    /// exception passes on.
     [[nodiscard]] SP<BSmartObj> TakeOut(const char* label);
 
     /// Queues an object for reading by its index text (`BSmartObj::Id(index)`). What is queued
@@ -136,6 +140,7 @@ public:
     // Writing does nothing unless the archive writes. Reading leaves its target alone unless the
     // archive reads and the record holds the value.
 
+    /// A text too long for the 4 bytes of its length raises `ThrowError()`.
     BArchive& operator<<(const BString& text);
     BArchive& operator<<(const WString& text);
     BArchive& operator<<(int value);
@@ -146,6 +151,9 @@ public:
     BArchive& operator<<(std::int64_t value);
     /// Writes the object's index and queues the object.
     BArchive& operator<<(const BSmartObj* object);
+
+    // A text for which memory runs out throws `ArchiveFormatFault` and leaves the archive without a
+    // file.
 
     /// Throws `ArchiveFormatFault` when the record does not go on with a whole text.
     BArchive& operator>>(BString& text);

@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <limits>
 
 // An object header, little-endian, without padding:
 //
@@ -49,21 +50,23 @@ std::string_view TakeText(const char*& at)
     return text;
 }
 
-void WriteText(BArchive& archive, std::string_view text)
-{
-    char prefix[kTextPrefix] = {kTextTag};
-    const auto length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(prefix + 1, &length, sizeof length);
-    archive.WriteMemoryBlock(prefix, sizeof prefix);
-    archive.WriteMemoryBlock(text.data(), text.size());
-}
-
 } // namespace
 
 std::string WithKeyword(std::string_view className)
 {
     return className.starts_with(kClassKeyword) ? std::string(className)
                                                 : std::string(kClassKeyword).append(className);
+}
+
+void WriteText(BArchive& archive, std::string_view text)
+{
+    if (text.size() > std::numeric_limits<std::uint32_t>::max())
+        archive.ThrowError();
+    char prefix[kTextPrefix] = {kTextTag};
+    const auto length = static_cast<std::uint32_t>(text.size());
+    std::memcpy(prefix + 1, &length, sizeof length);
+    archive.WriteMemoryBlock(prefix, sizeof prefix);
+    archive.WriteMemoryBlock(text.data(), text.size());
 }
 
 bool PeekText(BlockReader& reader, std::uint64_t& offset)

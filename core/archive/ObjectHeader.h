@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+class BArchive;
 class BlockReader;
 
 /// A narrow text in a file: this tag, a 4-byte length, and that many bytes.
@@ -14,6 +15,9 @@ inline constexpr std::uint64_t kTextPrefix = 5; // tag and length
 inline constexpr std::string_view kClassKeyword = "class ";
 
 [[nodiscard]] std::string WithKeyword(std::string_view className);
+
+/// Writes a narrow text; `ThrowError()` where 32 bits do not hold its length.
+void WriteText(BArchive& archive, std::string_view text);
 
 /// What stands in front of an object's payload. The texts lie in the reader's block and are good
 /// until its next read.

@@ -1,7 +1,6 @@
 #include "core/archive/PointerMap.h"
 
 #include <limits>
-#include <utility>
 
 PointerMap::Entry& PointerMap::FindOrAdd(const void* pointer)
 {
@@ -40,9 +39,10 @@ PointerMap::Entry& PointerMap::Place(const void* pointer) const noexcept
 void PointerMap::Grow()
 {
     const std::size_t oldCapacity = m_capacity;
-    const std::unique_ptr<Entry[]> old = std::move(m_entries);
-    m_capacity = oldCapacity == 0 ? 16 : 2 * oldCapacity;
-    m_entries = std::make_unique<Entry[]>(m_capacity);
+    const std::size_t capacity = oldCapacity == 0 ? 16 : 2 * oldCapacity;
+    auto old = std::make_unique<Entry[]>(capacity); // what throws comes first
+    old.swap(m_entries);
+    m_capacity = capacity;
     for (std::size_t i = 0; i < oldCapacity; ++i) {
         if (old[i].pointer != nullptr)
             Place(old[i].pointer) = old[i];

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <typeinfo>
 
 // The record:
@@ -90,6 +91,8 @@ void BBitArray::WriteData(BArchive& archive) const
     archive << m_width << m_height << m_bytesPerCell;
     if (m_data)
         archive.WriteMemoryBlock(m_data, DataSize());
+    else if (DataSizeOf(m_width, m_height, m_bytesPerCell) != 0)
+        throw std::bad_alloc(); // such a record would not load again
 }
 
 void BBitArray::ChangeExtent(int x, int y, int width, int height)
@@ -130,7 +133,9 @@ SP<BSmartObj> BBitArray::Read(BArchive& archive, int)
     SP<BBitArray> array(new BBitArray(0, width, height));
     array->m_bytesPerCell = bytesPerCell;
     array->m_data = Allocate(size);
-    if (size > 0 && (!array->m_data || !archive.ReadMemoryBlock(array->m_data, size)))
+    if (size > 0 && !array->m_data)
+        throw std::bad_alloc();
+    if (size > 0 && !archive.ReadMemoryBlock(array->m_data, size))
         return nullptr;
     return array;
 }

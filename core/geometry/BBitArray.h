@@ -27,6 +27,7 @@ public:
     ~BBitArray() override;
 
     std::uint64_t AllocatedMemory() const override;
+    /// Throws `std::bad_alloc` for an array whose data could not be allocated.
     void WriteData(BArchive& archive) const override;
 
     /// Keeps the cells that the old and the new extent have in common; new cells are unset.
@@ -35,7 +36,7 @@ public:
     int Height() const override { return m_height; }
 
     /// Rebuilds an array from the record at hand. Null when the record does not hold what it
-    /// declares or the array cannot be allocated.
+    /// declares. Throws `std::bad_alloc` when the array cannot be allocated.
     [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
     [[nodiscard]] static const char* CLASSNAME();
 

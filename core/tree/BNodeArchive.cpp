@@ -31,6 +31,16 @@ void WriteReferences(BArchive& archive, const DList<SP<T>>& list)
         archive << static_cast<const BSmartObj*>(entry.Get());
 }
 
+// A text that gets no memory must not be saved, or loaded, as an empty one.
+template <class To, class From>
+To Converted(const From& text)
+{
+    To converted(text);
+    if (converted.IsEmpty() && !text.IsEmpty())
+        throw std::bad_alloc();
+    return converted;
+}
+
 // Null for an object that is no node.
 BNode* AsNode(BSmartObj* object)
 {
@@ -81,7 +91,7 @@ void BNode::WriteData(BArchive& archive) const
     archive << m_object.Get();
     WriteReferences(archive, m_children);
     WriteReferences(archive, m_attributes);
-    archive << m_text.AsString();
+    archive << Converted<BString>(m_text);
     archive << static_cast<const BSmartObj*>(m_parent);
     archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
     archive << m_text;
@@ -118,7 +128,7 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
     m_isActive = (flags & kActiveFlag) != 0;
     m_isLocked = (flags & kLockedFlag) != 0;
     if (nodeVersion < 1)
-        m_text = WString(narrowText);
+        m_text = Converted<WString>(narrowText);
     else
         archive >> m_text;
     if (nodeVersion >= kPayloadVersion)

@@ -1,0 +1,110 @@
+#include "tests/FailingAllocations.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+// The linker turns calls of malloc and its kind into calls of these (`--wrap`), so that the program
+// is free to fail them on either system and under the sanitizers. Plain variables: an object of
+// each thread would itself allocate, and nothing else runs meanwhile.
+
+namespace {
+
+constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
+
+std::uint64_t g_left = kNever; // allocations that succeed before one fails
+bool g_isOne = false;
+bool g_hasFailed = false;
+
+bool Fails() noexcept
+{
+    if (g_left == kNever)
+        return false;
+    if (g_left != 0) {
+        --g_left;
+        return false;
+    }
+    if (g_isOne && g_hasFailed)
+        return false;
+    g_hasFailed = true;
+    return true;
+}
+
+void* New(std::size_t size)
+{
+    void* const block = std::malloc(size != 0 ? size : 1);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+
+} // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+
+void* __wrap_malloc(std::size_t size)
+{
+    return Fails() ? nullptr : __real_malloc(size);
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    return Fails() ? nullptr : __real_calloc(count, size);
+}
+
+void* __wrap_realloc(void* block, std::size_t size)
+{
+    return Fails() ? nullptr : __real_realloc(block, size);
+}
+}
+
+void* operator new(std::size_t size)
+{
+    return New(size);
+}
+
+void* operator new[](std::size_t size)
+{
+    return New(size);
+}
+
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+FailingAllocations::FailingAllocations(std::uint64_t first, ERange range) noexcept
+{
+    g_hasFailed = false;
+    g_isOne = range == ERange::One;
+    g_left = first;
+}
+
+void FailingAllocations::Stop() noexcept
+{
+    g_left = kNever;
+}
+
+bool FailingAllocations::HaveFailed() const noexcept
+{
+    return g_hasFailed;
+}

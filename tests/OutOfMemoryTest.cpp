@@ -1,0 +1,258 @@
+#include "core/platform/FileStream.h"
+#include "core/qdcore.h"
+
+#include "tests/FailingAllocations.h"
+#include "tests/TemporaryFolder.h"
+#include "tests/tree/TreeTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <functional>
+#include <new>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+// Every allocation that an operation makes fails, one after the other, alone and with all behind
+// it.
+
+namespace {
+
+using Memory = FailingAllocations;
+
+struct Operation {
+    const char* name;
+    /// False when what the operation answered is not so; it gives the memory back before it looks.
+    std::function<bool(Memory&)> run;
+};
+
+void RunWithEachAllocationFailing(const Operation& operation)
+{
+    for (const Memory::ERange range : {Memory::ERange::One, Memory::ERange::All}) {
+        bool hasFailed = true;
+        for (std::uint64_t first = 0; hasFailed; ++first) {
+            bool isSo = true;
+            {
+                Memory memory(first, range);
+                try {
+                    isSo = operation.run(memory);
+                } catch (const std::bad_alloc&) { // an answer, too
+                }
+                memory.Stop();
+                hasFailed = memory.HaveFailed();
+            }
+            ASSERT_TRUE(isSo) << operation.name << ", allocation " << first
+                              << (range == Memory::ERange::All ? " and all behind it" : "");
+        }
+    }
+}
+
+class OutOfMemoryTest : public testing::Test {
+protected:
+    OutOfMemoryTest()
+    {
+        NumberAttribute::Register();
+        // The runtime keeps room for exceptions that get no memory, but not for the lock around it.
+        const Memory memory(0, Memory::ERange::One);
+        try {
+            throw std::bad_alloc();
+        } catch (const std::bad_alloc&) {
+        }
+    }
+
+    TemporaryFolder m_folder;
+    WString m_path = m_folder.Path("file");
+};
+
+const BString kClass = "class Doc";
+
+SP<BNode> SmallTree()
+{
+    SP<BNode> root = Named(QD_W("root"));
+    BNode* const child = Append(*root, QD_W("child"));
+    child->SetObj(new BBitArray(8, 5, 5));
+    child->AddAttrib(new NumberAttribute(QD_W("speed"), 7));
+    root->AddAnnotation(Named(QD_W("note")).Get());
+    return root;
+}
+
+bool IsSmallTree(BSmartObj* object)
+{
+    auto* const root = dynamic_cast<BNode*>(object);
+    return root != nullptr && TextOf(*root) == "root(child)" &&
+           dynamic_cast<BBitArray*>(root->Child(0)->GetObj()) != nullptr &&
+           dynamic_cast<NumberAttribute*>(root->Child(0)->Attrib(QD_W("speed"))) != nullptr &&
+           root->AnnotationNum() == 1;
+}
+
+// Null also when memory runs out.
+SP<BSmartObj> Loaded(const WString& path)
+{
+    BArchive archive(path, BArchive::ModeRead, kClass, 1);
+    return archive.TakeOut("root");
+}
+
+// A string shares its text, so that each change needs memory.
+template <class String>
+class Strings {
+public:
+    struct Outcome {
+        String text, result;
+        bool isDone = false;
+
+        [[nodiscard]] bool Is(const Outcome& other) const
+        {
+            return IsSame(text, other.text) && IsSame(result, other.result) &&
+                   isDone == other.isDone;
+        }
+        [[nodiscard]] static bool IsSame(const String& a, const String& b)
+        {
+            return std::basic_string_view(a.CStr()) == std::basic_string_view(b.CStr());
+        }
+    };
+    using Member = std::function<void(Outcome&)>;
+
+    explicit Strings(const String& text)
+        : m_text(text)
+    {}
+
+    /// A member leaves the text and gives nothing, or does all that it does with memory.
+    [[nodiscard]] Operation Check(const char* name, const Member& member) const
+    {
+        Outcome whole{m_text, {}};
+        member(whole);
+        return {name, [=, text = m_text](Memory& memory) {
+                    Outcome outcome{text, {}};
+                    member(outcome);
+                    memory.Stop();
+                    return outcome.Is(whole) || outcome.Is({text, {}});
+                }};
+    }
+
+private:
+    String m_text;
+};
+
+template <class String>
+void CheckStrings(const String& text, const String& other, std::FILE* lines, std::FILE* records)
+{
+    const Strings<String> strings(text);
+    using Outcome = typename Strings<String>::Outcome;
+    using Char = std::remove_cvref_t<decltype(text[0])>;
+    const auto space = Char(' ');
+    const std::pair<const char*, typename Strings<String>::Member> members[] = {
+        {"ToUpper", [](Outcome& o) { o.result = o.text.ToUpper(); }},
+        {"ToLower", [](Outcome& o) { o.result = o.text.ToLower(); }},
+        {"Upper", [](Outcome& o) { o.result = o.text.Upper(); }},
+        {"Lower", [](Outcome& o) { o.result = o.text.Lower(); }},
+        {"string + string", [&](Outcome& o) { o.result = o.text + other; }},
+        {"string + text", [&](Outcome& o) { o.result = o.text + other.CStr(); }},
+        {"text + string", [&](Outcome& o) { o.result = other.CStr() + o.text; }},
+        {"Append", [&](Outcome& o) { o.text.Append(other); }},
+        {"Append a character", [&](Outcome& o) { o.text.Append(space); }},
+        {"Prepend", [&](Outcome& o) { o.text.Prepend(other); }},
+        {"Insert", [&](Outcome& o) { o.text.Insert(other.CStr(), 3); }},
+        {"Replace", [&](Outcome& o) { o.isDone = o.text.Replace(space, Char('_'), true); }},
+        {"IReplace", [&](Outcome& o) { o.isDone = o.text.IReplace(Char('T'), Char('x')); }},
+        {"ReplaceAt", [&](Outcome& o) { o.text.ReplaceAt(other.CStr(), 3); }},
+        {"Remove", [](Outcome& o) { o.text.Remove(2, 3); }},
+        {"Sub", [](Outcome& o) { o.result = o.text.Sub(2, 9); }},
+        {"Cut", [](Outcome& o) { o.result = o.text.Cut(2, 9); }},
+        {"Split", [&](Outcome& o) { o.isDone = o.text.Split(o.result, space, true); }},
+        {"CutAfter", [&](Outcome& o) { o.isDone = o.text.CutAfter(space, true); }},
+        {"Token", [&](Outcome& o) { o.result = o.text.Token(1, space); }},
+        {"TrimLeft", [](Outcome& o) { o.isDone = o.text.TrimLeft(Char('a')); }},
+        {"EraseAllChars", [&](Outcome& o) { o.text.EraseAllChars(space); }},
+        {"SetAt", [](Outcome& o) { o.text.SetAt(0, Char('x')); }},
+        {"Fill", [](Outcome& o) { o.isDone = o.text.Fill(99, Char('x')); }},
+        {"ItoA", [](Outcome& o) { o.text.ItoA(123456, 10); }},
+        {"FromInt", [](Outcome& o) { o.result = String::FromInt(123456); }},
+        {"Printf", [&](Outcome& o) { o.text.Printf(String(other).CStr(), 7); }},
+        {"Printable", [](Outcome& o) { o.result = o.text.Printable(); }},
+        {"ResolveEsc", [](Outcome& o) { o.text.ResolveEsc(); }},
+        {"ReadLn",
+         [&](Outcome& o) {
+             std::rewind(lines);
+             o.isDone = o.text.ReadLn(lines);
+         }},
+        {"FRead",
+         [&](Outcome& o) {
+             std::rewind(records);
+             o.isDone = o.text.FRead(records);
+         }},
+    };
+    for (const auto& [name, member] : members)
+        RunWithEachAllocationFailing(strings.Check(name, member));
+}
+
+} // namespace
+
+TEST_F(OutOfMemoryTest, AnArchiveIsReadAsAWholeOrNotAtAll)
+{
+    {
+        BArchive archive(m_path, BArchive::ModeWrite, kClass, 1);
+        archive.Insert(SmallTree().Get(), "root");
+        ASSERT_TRUE(archive.Flush());
+    }
+    RunWithEachAllocationFailing({"read", [&](Memory& memory) {
+                                      const SP<BSmartObj> root = Loaded(m_path);
+                                      memory.Stop();
+                                      return root == nullptr || IsSmallTree(root.Get());
+                                  }});
+    RunWithEachAllocationFailing({"read twice", [&](Memory& memory) {
+                                      BArchive archive(m_path, BArchive::ModeRead, kClass, 1);
+                                      static_cast<void>(archive.TakeOut("root"));
+                                      memory.Stop();
+                                      const SP<BSmartObj> root = archive.TakeOut("root");
+                                      return archive.IsGood() ? IsSmallTree(root.Get())
+                                                              : root == nullptr;
+                                  }});
+}
+
+TEST_F(OutOfMemoryTest, AnArchiveThatSaysItWasWrittenLoads)
+{
+    const SP<BNode> tree = SmallTree();
+    RunWithEachAllocationFailing({"write", [&](Memory& memory) {
+                                      bool isWritten = false;
+                                      {
+                                          BArchive archive(m_path, BArchive::ModeWrite, kClass, 1);
+                                          archive.Insert(tree.Get(), "root");
+                                          isWritten = archive.Flush();
+                                      }
+                                      memory.Stop();
+                                      return !isWritten || IsSmallTree(Loaded(m_path).Get());
+                                  }});
+    RunWithEachAllocationFailing({"write again", [&](Memory& memory) {
+                                      BArchive archive(m_path, BArchive::ModeWrite, kClass, 1);
+                                      try {
+                                          archive.Insert(tree.Get(), "root");
+                                          static_cast<void>(archive.Flush());
+                                      } catch (const std::bad_alloc&) {
+                                      }
+                                      memory.Stop();
+                                      archive.Insert(tree.Get(), "root");
+                                      return !archive.Flush() || IsSmallTree(Loaded(m_path).Get());
+                                  }});
+}
+
+TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
+{
+    const WString text = QD_W("a text too long for\nany room that is there \\t ");
+    const WString other = QD_W(" and %d more of it");
+    const platform::Stream records = platform::OpenStream(m_folder.Path("records"), QD_W("w+b"));
+    WString longLine;
+    longLine.Fill(2000, QD_W('x'));
+    {
+        const platform::Stream lines = platform::OpenStream(m_path, QD_W("w,ccs=UTF-16LE"));
+        ASSERT_TRUE(platform::WriteText(lines.get(), longLine));
+    }
+    ASSERT_TRUE(longLine.FWrite(records.get()));
+    platform::Stream lines = platform::OpenStream(m_path, QD_W("r,ccs=UTF-16LE"));
+    CheckStrings<WString>(text, other, lines.get(), records.get());
+
+    std::rewind(records.get());
+    ASSERT_TRUE(BString(longLine).FWrite(records.get()));
+    lines = platform::OpenStream(m_path, QD_W("rb"));
+    CheckStrings<BString>(BString(text), BString(other), lines.get(), records.get());
+}
