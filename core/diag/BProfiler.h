@@ -17,7 +17,7 @@
 /// of memory; what cannot be written is kept for the next `Stop`.
 class QD_CORE_API BProfiler {
 public:
-    enum State { StateStart = 0, StateStep = 1, StateStop = 2 };
+    enum State : int { StateStart = 0, StateStep = 1, StateStop = 2 };
 
     /// Makes the directory when it is missing, with its parents, and logs to YMD.log in it: the
     /// text of `directory`, which must end with a separator, directly followed by year, month and

@@ -19,7 +19,7 @@
 /// the tree. One thread at a time.
 class QD_CORE_API BNodeItr {
 public:
-    enum EMode {
+    enum EMode : int {
         All = 0,
         ActiveOnly = 1, ///< an inactive node is skipped with all that is below it
     };

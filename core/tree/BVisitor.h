@@ -15,7 +15,7 @@ class BNode;
 class QD_CORE_API BVisitor : public BSmartObj {
 public:
     /// Stored and returned by `GetTraversionMode()`; the traversal does not read it.
-    enum TRAVERSIONMODE { TraverseDefault = 0 };
+    enum TRAVERSIONMODE : int { TraverseDefault = 0 };
 
     explicit BVisitor(TRAVERSIONMODE mode = TraverseDefault)
         : m_mode(mode)

@@ -8,6 +8,8 @@
 
 namespace {
 
+static_assert(BNodeItr::EMode{7} != BNodeItr::All); // any value may be asked for
+
 /// The texts of the nodes that are left to walk, with a blank between them.
 WString Rest(BNodeItr& itr)
 {

@@ -119,6 +119,8 @@ TEST_F(BVisitorTest, InactiveNodesAreVisitedOnRequest)
     const WritingVisitor copy = *m_visitor;
     EXPECT_TRUE(copy.VisitInactiveNodes());
     EXPECT_EQ(copy.GetTraversionMode(), BVisitor::TraverseDefault);
+    constexpr BVisitor::TRAVERSIONMODE own{7};
+    EXPECT_EQ(BVisitor(own).GetTraversionMode(), own);
 }
 
 TEST_F(BVisitorTest, ChangesAreReported)
