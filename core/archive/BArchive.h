@@ -9,11 +9,44 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 /// What a class's `Read` throws, and the archive catches, when a record is not what it should be.
-enum ARCHIVE_EXCEPTION {
+enum ARCHIVE_EXCEPTION : int {
     ArchiveFormatFault = 1, ///< a text without its tag, a record that ends early, a count too large
 };
+
+namespace NArchive {
+
+// Types without an encoding, by what to write in their place, and the names that say so.
+
+template <class T, class... Types>
+concept IsOneOf = (std::same_as<T, Types> || ...);
+
+template <class T>
+concept IsForInt = std::is_enum_v<T> || IsOneOf<T, bool, short, char32_t>;
+template <class T>
+concept IsForChar = IsOneOf<T, signed char, unsigned char, char8_t>;
+template <class T>
+concept IsForUnsignedShort = IsOneOf<T, char16_t, wchar_t>;
+template <class T>
+concept IsForInt64 = !std::same_as<T, std::int64_t> &&
+                     IsOneOf<T, unsigned, long, unsigned long, long long, unsigned long long>;
+template <class T>
+concept IsForDouble = std::same_as<T, long double>;
+
+struct ConvertToInt;
+struct ConvertToChar;
+struct ConvertToUnsignedShort;
+struct ConvertToIntOrInt64;
+struct ConvertToDouble;
+struct ReadAnInt;
+struct ReadAChar;
+struct ReadAnUnsignedShort;
+struct ReadAnIntOrInt64;
+struct ReadADouble;
+
+} // namespace NArchive
 
 /// A file that holds a graph of `BSmartObj`s, each once however many references lead to it.
 ///
@@ -42,7 +75,7 @@ enum ARCHIVE_EXCEPTION {
 /// archive hands its own to the protected constructor; otherwise its files are a `BArchive`'s.
 class QD_CORE_API BArchive : public BSmartObj {
 public:
-    enum MODE { ModeRead = 0, ModeWrite = 1 };
+    enum MODE : int { ModeRead = 0, ModeWrite = 1 };
 
     /// Opens `path`; afterwards `IsGood()` tells. For writing, the header is written at once. For
     /// reading (any mode but `ModeWrite`), the file must be of the document class `docClass`, of at
@@ -169,15 +202,32 @@ public:
     /// Reads a reference as its index.
     BArchive& operator>>(void*& index);
 
-    // A `long` has another size on each platform and never enters a record.
-    template <typename T>
-    requires((std::same_as<T, long> ||
-              std::same_as<T, unsigned long>)&&!std::same_as<T, std::int64_t>) BArchive&
-    operator<<(T) = delete;
-    template <typename T>
-    requires((std::same_as<T, long> ||
-              std::same_as<T, unsigned long>)&&!std::same_as<T, std::int64_t>) BArchive&
-    operator>>(T&) = delete;
+    // What has no encoding of its own would silently take another size than its `>>`, or than on
+    // the other platform. What stands for the result says what to write instead. A `long` is
+    // refused where it is not `std::int64_t`, that is on Windows; where it is, nothing tells the
+    // two apart.
+
+    template <NArchive::IsForInt T>
+    NArchive::ConvertToInt operator<<(T) = delete;
+    template <NArchive::IsForChar T>
+    NArchive::ConvertToChar operator<<(T) = delete;
+    template <NArchive::IsForUnsignedShort T>
+    NArchive::ConvertToUnsignedShort operator<<(T) = delete;
+    template <NArchive::IsForInt64 T>
+    NArchive::ConvertToIntOrInt64 operator<<(T) = delete;
+    template <NArchive::IsForDouble T>
+    NArchive::ConvertToDouble operator<<(T) = delete;
+
+    template <NArchive::IsForInt T>
+    NArchive::ReadAnInt operator>>(T&) = delete;
+    template <NArchive::IsForChar T>
+    NArchive::ReadAChar operator>>(T&) = delete;
+    template <NArchive::IsForUnsignedShort T>
+    NArchive::ReadAnUnsignedShort operator>>(T&) = delete;
+    template <NArchive::IsForInt64 T>
+    NArchive::ReadAnIntOrInt64 operator>>(T&) = delete;
+    template <NArchive::IsForDouble T>
+    NArchive::ReadADouble operator>>(T&) = delete;
 
 protected:
     /// For a derived class, under its own name: `ClassName(typeid(Derived))`. The virtual functions

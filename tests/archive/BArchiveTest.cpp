@@ -13,10 +13,40 @@
 #include <limits>
 #include <string>
 #include <tuple>
+#include <type_traits>
 
 using namespace std::string_literals;
 
 namespace {
+
+template <class T>
+concept IsWritten = requires(BArchive& archive, const T& value)
+{
+    archive << value;
+};
+template <class T>
+concept IsRead = requires(BArchive& archive, T& value)
+{
+    archive >> value;
+};
+template <class... Types>
+constexpr bool kAllPass = ((IsWritten<Types> && IsRead<Types>)&&...);
+template <class... Types>
+constexpr bool kNonePasses = !((IsWritten<Types> || IsRead<Types>) || ...);
+
+// What a record cannot hold is no other type for it; a `long` where it is `std::int64_t` is that.
+enum ENumber { NumberOne = 1 };
+enum class EScoped : char { One = 1 };
+static_assert(
+    kAllPass<BString, WString, int, float, double, char, unsigned short, std::int64_t, BFColor>);
+static_assert(kNonePasses<bool, short, unsigned, std::uint64_t, unsigned long, signed char,
+                          unsigned char, char8_t, WChar, char32_t, long double, ENumber, EScoped>);
+static_assert(IsWritten<long> == std::is_same_v<long, std::int64_t> &&
+              IsWritten<long> == IsRead<long>);
+static_assert(IsWritten<long long> == std::is_same_v<long long, std::int64_t>);
+
+// Any mode but `ModeWrite` reads.
+static_assert(BArchive::MODE{7} != BArchive::ModeWrite);
 
 // One of each value that a record can hold.
 class Values : public BSmartObj {
