@@ -98,6 +98,14 @@ public:
 
 } // namespace
 
+static void BM_TreeBuildAndDestroy(benchmark::State& state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(MakeTree(state.range(0), state.range(1)).Get());
+    ReportItems(state, state.range(0));
+}
+BENCHMARK(BM_TreeBuildAndDestroy)->Apply(TreeSizes)->Unit(benchmark::kMillisecond);
+
 static void BM_TreeWalk(benchmark::State& state)
 {
     const SP<BNode> root = MakeTree(state.range(0), state.range(1));
@@ -224,6 +232,75 @@ static void BM_TreeRemove(benchmark::State& state)
     ReportItems(state, kSiblings);
 }
 BENCHMARK(BM_TreeRemove)->Unit(benchmark::kMillisecond);
+
+static void RemoveAll(benchmark::State& state, void (*removeFrom)(BNode&))
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        const SP<BNode> root = MakeTree(state.range(0) + 1, state.range(0));
+        state.ResumeTiming();
+        removeFrom(*root);
+    }
+    ReportItems(state, state.range(0));
+}
+
+static void BM_TreeRemoveMiddle(benchmark::State& state)
+{
+    RemoveAll(state, [](BNode& root) {
+        while (root.ChildNum() != 0)
+            root.RemoveChild(root.ChildNum() / 2);
+    });
+}
+BENCHMARK(BM_TreeRemoveMiddle)
+    ->ArgName("children")
+    ->Arg(10'000)
+    ->Arg(kSiblings)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond);
+
+static void BM_TreeRemoveFirst(benchmark::State& state)
+{
+    RemoveAll(state, [](BNode& root) {
+        while (root.ChildNum() != 0)
+            root.RemoveChild(0);
+    });
+}
+BENCHMARK(BM_TreeRemoveFirst)->ArgName("children")->Arg(kSiblings)->Unit(benchmark::kMillisecond);
+
+static void BM_TreeFilterFromBack(benchmark::State& state)
+{
+    RemoveAll(state, [](BNode& root) {
+        for (int i = root.ChildNum() - 1; i >= 0; --i) {
+            if (i % 4 != 0 && root.Child(i)->IsActive())
+                root.RemoveChild(i);
+        }
+    });
+}
+BENCHMARK(BM_TreeFilterFromBack)
+    ->ArgName("children")
+    ->Arg(4'000)
+    ->Arg(40'000)
+    ->Unit(benchmark::kMillisecond);
+
+static void BM_TreeAnnotate(benchmark::State& state)
+{
+    std::vector<SP<BSmartObj>> annotations;
+    for (std::int64_t i = 0; i < state.range(0); ++i)
+        annotations.emplace_back(new BSmartObj);
+    for (auto _ : state) {
+        const SP<BNode> node(new BNode);
+        for (const SP<BSmartObj>& annotation : annotations)
+            node->AddAnnotation(annotation.Get());
+        for (auto i = annotations.rbegin(); i != annotations.rend(); ++i)
+            node->RemoveAnnotation(i->Get());
+    }
+    ReportItems(state, state.range(0));
+}
+BENCHMARK(BM_TreeAnnotate)
+    ->ArgName("annotations")
+    ->Arg(4'000)
+    ->Arg(40'000)
+    ->Unit(benchmark::kMillisecond);
 
 // --- std::map: children in the order of their texts
 // ------------------------------------------------

@@ -1,12 +1,9 @@
 #include "core/tree/BNode.h"
 
 #include "core/operation/BDispatcher.h"
-#include "core/platform/Collation.h"
 #include "core/tree/BNodeItr.h"
-#include "core/tree/ChildIndex.h"
 #include "core/tree/Traversal.h"
 
-#include <atomic>
 #include <memory>
 #include <new>
 #include <string>
@@ -25,27 +22,11 @@ constexpr unsigned int kActiveChanged = 3082;
 constexpr unsigned int kLockedChanged = 3088;
 
 constexpr WChar kSeparator = QD_W('/');
-constexpr int kManyChildren = 16;   // from here on an index pays
-constexpr int kFewSteps = 8;        // so near to an end of the list no index pays
 constexpr int kDeepestRelease = 64; // nodes whose destructors may run inside one another
 
 std::uint64_t AsParameter(const void* pointer)
 {
     return reinterpret_cast<std::uintptr_t>(pointer);
-}
-
-// What many readers may make at once: the first to finish publishes, the others drop theirs.
-template <typename T, typename Make>
-T& Published(T*& place, Make make)
-{
-    const std::atomic_ref<T*> shared(place);
-    T* present = shared.load(std::memory_order_acquire);
-    if (present == nullptr) {
-        std::unique_ptr<T> made = make();
-        if (shared.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel))
-            present = made.release();
-    }
-    return *present;
 }
 
 // For a function that goes on, or reports, after something was let go of or reported: either may
@@ -89,7 +70,7 @@ auto PlaceAt(List& list, int index)
 // What destroyed nodes still hold, to be let go when no destructor of a node runs any more.
 struct BNode::Released {
     SP<BSmartObj> object;
-    Children children;
+    ChildList children;
     DList<SP<BAttribute>> attributes;
     DList<SP<BSmartObj>> annotations;
     Released* next = nullptr;
@@ -118,12 +99,12 @@ BNode::BNode(BSmartObj* obj)
 // so many destructors run inside one another. Below that, what a node holds is put aside.
 BNode::~BNode()
 {
-    UnlinkChildren();
+    ChildList children = TakeChildren();
     std::unique_ptr<Released> released(
         Released::depth < kDeepestRelease ? nullptr : new (std::nothrow) Released);
     if (released) {
         released->object = std::move(m_object);
-        released->children = std::move(m_children);
+        released->children = std::move(children);
         released->attributes = std::move(m_attributes);
         released->annotations = std::move(m_annotations);
         released->next = std::exchange(Released::first, released.get());
@@ -131,7 +112,7 @@ BNode::~BNode()
         return;
     }
     ++Released::depth;
-    m_children.RemoveAll();
+    children = ChildList();
     m_attributes.RemoveAll();
     m_annotations.RemoveAll();
     m_object = nullptr;
@@ -309,7 +290,12 @@ bool BNode::AddChild(BNode* child, int index)
     const bool appends = index < 0 || index >= ChildNum();
     if (!appends && index != 0)
         return false;
-    Link(child, appends ? m_children.Tail() : m_children.begin());
+    if (appends) {
+        Append(child);
+    } else {
+        m_children.InsertBehindFirst(child);
+        child->m_parent = this;
+    }
     const int reached = appends ? ChildNum() - 1 : 1;
     SendMsg(kChildAdded, AsParameter(child), static_cast<std::uint64_t>(reached));
     return true;
@@ -325,14 +311,21 @@ bool BNode::RemoveChild(BNode* child)
     if (child == nullptr || child->m_parent != this)
         return false;
     const SP<BNode> held = Held(*this);
-    Unlink(*child);
+    child->m_parent = nullptr;
+    m_children.Remove(*child);
     Report(kChildrenRemoved);
     return true;
 }
 
 bool BNode::RemoveChild(int index)
 {
-    return RemoveChild(Child(index));
+    if (BNode* const child = Child(index))
+        return RemoveChild(child);
+    if (index < 0 || index >= ChildNum())
+        return false;
+    m_children.RemoveAt(index);
+    Report(kChildrenRemoved);
+    return true;
 }
 
 void BNode::RemoveChildren()
@@ -340,8 +333,7 @@ void BNode::RemoveChildren()
     if (m_children.Count() == 0)
         return;
     const SP<BNode> held = Held(*this);
-    UnlinkChildren();
-    m_children.RemoveAll();
+    TakeChildren() = ChildList();
     Report(kChildrenRemoved);
 }
 
@@ -412,12 +404,10 @@ bool BNode::Includes(const BNode* node) const
 
 void BNode::SetText(WString text)
 {
-    ChildIndex* const sisters = m_parent != nullptr ? m_parent->m_byText : nullptr;
-    if (sisters != nullptr)
-        sisters->Remove(*this);
-    m_text = std::move(text);
-    if (sisters != nullptr)
-        sisters->Add(*this);
+    if (m_parent != nullptr)
+        m_parent->m_children.Rename(*this, std::move(text));
+    else
+        m_text = std::move(text);
     Report(kTextChanged);
 }
 
@@ -447,7 +437,7 @@ WString BNode::ChildTextSuggestion(WString base)
     WString suggestion;
     for (auto number = static_cast<std::uint32_t>(ChildNum()) + 1;; ++number) {
         suggestion.Printf(QD_W("%s%03d"), base.CStr(), number);
-        if (number == 0xFFFFFFFF || FindChild(suggestion.CStr()) == nullptr)
+        if (number == 0xFFFFFFFF || m_children.Find(suggestion.CStr()) == nullptr)
             return suggestion;
     }
 }
@@ -498,7 +488,7 @@ void BNode::CopyTreeOf(const BNode& other)
             if (!child)
                 continue;
             const SP<BNode> childCopy(new BNode);
-            copy->Link(childCopy, copy->m_children.Tail());
+            copy->Append(childCopy);
             open.emplace_back(child.Get(), childCopy.Get());
         }
     }
@@ -511,25 +501,7 @@ int BNode::ChildNum() const
 
 BNode* BNode::Child(int index) const
 {
-    const int count = m_children.Count();
-    if (index < 0 || index >= count)
-        return nullptr;
-    if (index < kFewSteps)
-        return PlaceAt(m_children, index)->Get();
-    if (count - index <= kFewSteps) {
-        auto place = m_children.Tail();
-        for (int i = count - 1; i > index; --i)
-            --place;
-        return place->Get();
-    }
-    const auto& children = Published(m_byPosition, [this] {
-        auto positions = std::make_unique<BArray<BNode*>>();
-        positions->Reserve(static_cast<std::uint64_t>(m_children.Count()));
-        for (const SP<BNode>& child : m_children)
-            positions->Append(child.Get());
-        return positions;
-    });
-    return children[static_cast<std::uint64_t>(index)];
+    return m_children.At(index);
 }
 
 BNode* BNode::Child(const WChar* path) const
@@ -544,43 +516,17 @@ BNode* BNode::Child(const WChar* path) const
         while (*end != 0 && *end != kSeparator)
             ++end;
         if (*end == 0)
-            return node->FindChild(path);
+            return node->m_children.Find(path);
         const std::basic_string<WChar> segment(path, end);
-        node = node->FindChild(segment.c_str());
+        node = node->m_children.Find(segment.c_str());
         path = end + 1;
     }
     return nullptr;
 }
 
-BNode* BNode::FindChild(const WChar* text) const
-{
-    if (m_children.Count() >= kManyChildren)
-        return Published(m_byText, [this] { return std::make_unique<ChildIndex>(*this); })
-            .Find(text);
-    for (const SP<BNode>& child : m_children) {
-        if (child && platform::Collate(child->m_text.CStr(), text, platform::ECase::Ignored) == 0)
-            return child.Get();
-    }
-    return nullptr;
-}
-
-BNode* BNode::FirstChild() const
-{
-    auto place = m_children.begin();
-    while (place && !*place)
-        ++place;
-    return place ? place->Get() : nullptr;
-}
-
 BNode* BNode::Sister() const
 {
-    if (m_parent == nullptr)
-        return nullptr;
-    auto place = m_place;
-    do {
-        ++place;
-    } while (place && !*place);
-    return place ? place->Get() : nullptr;
+    return m_parent != nullptr ? m_parent->m_children.Next(*this) : nullptr;
 }
 
 const char* BNode::CLASSNAME()
@@ -619,7 +565,7 @@ bool BNode::MayAdopt(const BNode& child) const
 // The node that follows in pre-order in the tree below `top`.
 const BNode* BNode::NextBelow(const BNode& top) const
 {
-    if (const BNode* child = FirstChild())
+    if (const BNode* child = m_children.First())
         return child;
     const BNode* node = this;
     while (node != &top) {
@@ -630,67 +576,21 @@ const BNode* BNode::NextBelow(const BNode& top) const
     return nullptr;
 }
 
-// Puts a node without parent into the list behind `previous`, or in front when that is null.
-void BNode::Link(const SP<BNode>& child, Children::Iterator previous)
+// The child has no parent.
+void BNode::Append(const SP<BNode>& child)
 {
-    const bool appended = previous == m_children.Tail();
-    child->m_place = m_children.InsertAfter(previous, child);
+    m_children.Append(child);
     child->m_parent = this;
-    child->m_order = appended ? OrderAtEnd(previous) : OrderBehindFirst(child->m_place);
-    if (m_byText != nullptr)
-        m_byText->Add(*child);
-    if (m_byPosition != nullptr && appended)
-        m_byPosition->Append(child.Get());
-    else
-        delete std::exchange(m_byPosition, nullptr);
 }
 
-// `m_order` grows along the list; null entries have none.
-std::int64_t BNode::OrderAtEnd(Children::Iterator previous) const
+// They have no parent any more, and die with the list that is returned.
+ChildList BNode::TakeChildren()
 {
-    while (previous && !*previous)
-        --previous;
-    return previous ? (*previous)->m_order + 1 : 0;
-}
-
-// The first child makes way downwards, as nothing stands before it.
-std::int64_t BNode::OrderBehindFirst(Children::Iterator place) const
-{
-    Children::Iterator first = place;
-    --first;
-    if (*first)
-        return (*first)->m_order--;
-    do {
-        ++place;
-    } while (place && !*place);
-    return place ? (*place)->m_order - 1 : 0;
-}
-
-// The child may die of it.
-void BNode::Unlink(BNode& child)
-{
-    if (m_byText != nullptr)
-        m_byText->Remove(child);
-    const Children::Iterator place = std::exchange(child.m_place, Children::Iterator());
-    if (m_byPosition != nullptr && place == m_children.Tail())
-        m_byPosition->RemoveAt(m_byPosition->Count() - 1);
-    else
-        delete std::exchange(m_byPosition, nullptr);
-    child.m_parent = nullptr;
-    m_children.Erase(place);
-}
-
-// Leaves all children without parent; the list still holds them.
-void BNode::UnlinkChildren()
-{
-    delete std::exchange(m_byText, nullptr);
-    delete std::exchange(m_byPosition, nullptr);
     for (const SP<BNode>& child : m_children) {
-        if (child) {
+        if (child)
             child->m_parent = nullptr;
-            child->m_place = Children::Iterator();
-        }
     }
+    return std::move(m_children);
 }
 
 void BNode::Report(unsigned int code) const

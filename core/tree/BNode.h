@@ -1,18 +1,17 @@
 #pragma once
 
-#include "core/base/BArray.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/DList.h"
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
 #include "core/tree/BAttribute.h"
+#include "core/tree/ChildList.h"
 
 #include <cstdint>
 
 class BArchive;
 class BVisitor;
-class ChildIndex;
 
 /// A named node of a tree: an ordered list of children, attributes with unique names, annotations,
 /// and one associated object.
@@ -39,9 +38,9 @@ class ChildIndex;
 ///     3088  Lock, when the flag changes                    the node, 0
 ///
 /// Children are found by their text, compared as the user's locale has it and without regard to
-/// case; of several with equal texts the first counts. Many children cost no more than few:
-/// stepping to the next sister, removing a child and finding one by name do not depend on their
-/// number.
+/// case; of several with equal texts the first counts. Many children cost no more than few: adding,
+/// removing, stepping to the next sister and finding one by its place or its text, in any mixture,
+/// do not depend on their number, or only as its logarithm.
 ///
 /// A list read from a damaged document can hold null entries: they count, the functions that take
 /// an index give null for them, and `Sister` steps over them.
@@ -189,9 +188,8 @@ private:
     friend class BNodeAttribItr;
     friend class BNodeChildItr;
     friend class BNodeItr;
-    friend class ChildIndex;
+    friend class ChildList;
 
-    using Children = DList<SP<BNode>>;
     struct Loading;
     struct Released;
 
@@ -200,15 +198,10 @@ private:
     void SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const;
     void Report(unsigned int code) const;
 
-    void Link(const SP<BNode>& child, Children::Iterator previous);
-    [[nodiscard]] std::int64_t OrderAtEnd(Children::Iterator previous) const;
-    [[nodiscard]] std::int64_t OrderBehindFirst(Children::Iterator place) const;
-    void Unlink(BNode& child);
-    void UnlinkChildren();
+    void Append(const SP<BNode>& child);
+    [[nodiscard]] ChildList TakeChildren();
     void CopyTreeOf(const BNode& other);
     [[nodiscard]] bool RemoveAttribAt(DList<SP<BAttribute>>::Iterator place);
-    [[nodiscard]] BNode* FindChild(const WChar* text) const;
-    [[nodiscard]] BNode* FirstChild() const;
     [[nodiscard]] const BNode* Spokesman() const;
     void ReportLists();
 
@@ -217,17 +210,13 @@ private:
     void LetGo();
 
     SP<BSmartObj> m_object;
-    Children m_children;
+    ChildList m_children;
     DList<SP<BAttribute>> m_attributes;
     DList<SP<BSmartObj>> m_annotations;
     WString m_text;
-    BNode* m_parent = nullptr;  // not owned
-    Children::Iterator m_place; // of this node in its parent's children
-    std::int64_t m_order = 0;   // grows from sister to sister
-    // Owned; made when children are looked up where there are many of them.
-    mutable ChildIndex* m_byText = nullptr;
-    mutable BArray<BNode*>* m_byPosition = nullptr;
+    BNode* m_parent = nullptr;       // not owned
     Loading* m_loading = nullptr;    // in the archive, while the node waits for its associations
+    int m_slot = 0;                  // in its parent's `m_children`
     std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
     bool m_isActive = true;
     bool m_isLocked = false;

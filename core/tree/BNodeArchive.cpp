@@ -23,11 +23,11 @@ constexpr int kPayloadVersion = 2;
 constexpr char kActiveFlag = 1;
 constexpr char kLockedFlag = 2;
 
-template <typename T>
-void WriteReferences(BArchive& archive, const DList<SP<T>>& list)
+template <typename List>
+void WriteReferences(BArchive& archive, const List& list)
 {
     archive << list.Count();
-    for (const SP<T>& entry : list)
+    for (const auto& entry : list)
         archive << static_cast<const BSmartObj*>(entry.Get());
 }
 
@@ -148,15 +148,14 @@ void BNode::UpdateAssociations(BArchive& archive)
         return archive.QueryObject(archive.IndexToPtr(index));
     };
     m_object = query(loading->object);
-    delete std::exchange(m_byPosition, nullptr); // null entries join the list unseen
     for (const std::uint64_t index : loading->children) {
         BNode* const child = AsNode(query(index).Get());
         if (child != nullptr && MayAdopt(*child)) {
-            Link(child, m_children.Tail());
+            Append(child);
             continue;
         }
         m_isSound = m_isSound && child == nullptr;
-        m_children.AddTail(nullptr);
+        m_children.Append(nullptr);
     }
     for (const std::uint64_t index : loading->attributes) {
         const SP<BSmartObj> object = query(index);

@@ -49,7 +49,7 @@ BNodeItr& BNodeItr::operator++()
 {
     if (!m_current)
         return *this;
-    BNode* next = Walkable(m_current->FirstChild());
+    BNode* next = Walkable(m_current->m_children.First());
     for (BNode* climb = m_current.Get();
          next == nullptr && climb != nullptr && climb != m_start.Get(); climb = climb->m_parent)
         next = Walkable(climb->Sister());
@@ -66,12 +66,12 @@ BNode* BNodeItr::operator++(int)
 
 BNodeChildItr::BNodeChildItr(const BNode& node)
     : m_node(const_cast<BNode*>(&node)) // the node is counted, and changed by RemoveCurrent alone
-    , m_current(node.FirstChild())
+    , m_current(node.m_children.First())
 {}
 
 void BNodeChildItr::Restart()
 {
-    m_current = m_node->FirstChild();
+    m_current = m_node->m_children.First();
 }
 
 BNodeChildItr& BNodeChildItr::operator++()

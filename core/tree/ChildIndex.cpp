@@ -3,6 +3,7 @@
 #include "core/platform/CharClass.h"
 #include "core/platform/Collation.h"
 #include "core/tree/BNode.h"
+#include "core/tree/ChildList.h"
 
 #include <bit>
 #include <functional>
@@ -21,10 +22,15 @@ std::uint64_t HashOf(const WChar* text)
 
 } // namespace
 
-ChildIndex::ChildIndex(const BNode& parent)
-    : m_slots(std::bit_ceil(2 * (static_cast<std::size_t>(parent.ChildNum()) + 1)))
+bool ChildIndex::StandsBefore::operator()(const BNode* a, const BNode* b) const noexcept
 {
-    for (const SP<BNode>& child : parent.m_children) {
+    return ChildList::StandsBefore(*a, *b);
+}
+
+ChildIndex::ChildIndex(const ChildList& children)
+    : m_slots(std::bit_ceil(2 * (static_cast<std::size_t>(children.Count()) + 1)))
+{
+    for (const SP<BNode>& child : children) {
         if (child)
             Add(*child);
     }
@@ -39,8 +45,8 @@ BNode* ChildIndex::Find(const WChar* text) const
 std::size_t ChildIndex::SlotOf(std::uint64_t hash, const WChar* text) const
 {
     const auto isOther = [&](const Slot& slot) {
-        return slot.hash != hash ||
-               platform::Collate(slot.first->m_text.CStr(), text, platform::ECase::Ignored) != 0;
+        return slot.hash != hash || platform::Collate(ChildList::TextOf(*slot.first).CStr(), text,
+                                                      platform::ECase::Ignored) != 0;
     };
     const std::size_t mask = m_slots.size() - 1;
     std::size_t slot = hash & mask;
@@ -53,7 +59,7 @@ void ChildIndex::Add(BNode& child)
 {
     if (2 * m_taken >= m_slots.size())
         Grow();
-    const WChar* text = child.m_text.CStr();
+    const WChar* text = ChildList::TextOf(child).CStr();
     const std::uint64_t hash = HashOf(text);
     Slot& slot = m_slots[SlotOf(hash, text)];
     if (slot.first == nullptr) {
@@ -61,13 +67,13 @@ void ChildIndex::Add(BNode& child)
         ++m_taken;
         return;
     }
-    if (child.m_order >= slot.first->m_order) {
-        m_later[slot.first].emplace(child.m_order, &child);
+    if (ChildList::StandsBefore(*slot.first, child)) {
+        m_later[slot.first].insert(&child);
         return;
     }
     auto later = m_later.extract(slot.first);
     auto& namesakes = later ? later.mapped() : m_later[&child];
-    namesakes.emplace(slot.first->m_order, slot.first);
+    namesakes.insert(slot.first);
     slot.first = &child;
     if (later) {
         later.key() = &child;
@@ -75,9 +81,9 @@ void ChildIndex::Add(BNode& child)
     }
 }
 
-void ChildIndex::Remove(const BNode& child)
+void ChildIndex::Remove(BNode& child)
 {
-    const WChar* text = child.m_text.CStr();
+    const WChar* text = ChildList::TextOf(child).CStr();
     const std::size_t place = SlotOf(HashOf(text), text);
     Slot& slot = m_slots[place];
     if (slot.first == nullptr)
@@ -90,10 +96,10 @@ void ChildIndex::Remove(const BNode& child)
     }
     auto& namesakes = later.mapped();
     if (slot.first == &child) {
-        slot.first = namesakes.begin()->second;
+        slot.first = *namesakes.begin();
         namesakes.erase(namesakes.begin());
     } else {
-        namesakes.erase(child.m_order);
+        namesakes.erase(&child);
     }
     later.key() = slot.first;
     if (!namesakes.empty())

@@ -4,11 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
 class BNode;
+class ChildList;
 
 /// Finds a node's children by text where there are many of them.
 ///
@@ -17,7 +18,7 @@ class BNode;
 /// slot for each text, at most half of them taken, and a clash takes the next free slot.
 class ChildIndex {
 public:
-    explicit ChildIndex(const BNode& parent);
+    explicit ChildIndex(const ChildList& children);
 
     /// Null when no child is called so.
     [[nodiscard]] BNode* Find(const WChar* text) const;
@@ -25,12 +26,16 @@ public:
     /// To be called when the child stands in the list under its text.
     void Add(BNode& child);
     /// To be called while the child still has the text under which it was added.
-    void Remove(const BNode& child);
+    void Remove(BNode& child);
 
 private:
     struct Slot {
         std::uint64_t hash = 0;
         BNode* first = nullptr; // null: the slot is free
+    };
+
+    struct StandsBefore {
+        bool operator()(const BNode* a, const BNode* b) const noexcept;
     };
 
     [[nodiscard]] std::size_t SlotOf(std::uint64_t hash, const WChar* text) const;
@@ -39,6 +44,6 @@ private:
 
     std::vector<Slot> m_slots; // a power of two of them
     std::size_t m_taken = 0;
-    // Those that are called as the first of their text is, by place in the list.
-    std::unordered_map<const BNode*, std::map<std::int64_t, BNode*>> m_later;
+    // Those that are called as the first of their text is, in the order of the list.
+    std::unordered_map<const BNode*, std::set<BNode*, StandsBefore>> m_later;
 };

@@ -304,6 +304,8 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     root->RemoveChild(0);
     EXPECT_TRUE(root->AddChild(Named(QD_W("s")).Get(), 0)) << "behind the null entry";
     EXPECT_EQ(TextOf(*root), "n(- s n)");
+    EXPECT_TRUE(root->RemoveChild(0)) << "a null entry like any other";
+    EXPECT_EQ(TextOf(*root), "n(s n)");
     root->RemoveChildren();
 
     Put({{{2, 3, 4, 5}}, {{}, 1}, {{}, 1}, {{}, 1}, {{}, 1, 0, 99}});

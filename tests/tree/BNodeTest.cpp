@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -92,51 +92,96 @@ TEST(BNode, PathsLeadToTheFirstMatchWithoutRegardToCase)
     EXPECT_EQ(root->QueryChild(QD_W("a/b")), b);
 }
 
-// Above a handful of children an index answers: it has to follow each change.
-TEST(BNode, ManyChildrenAreFoundAfterEveryChange)
-{
-    constexpr int kTexts = 200;
-    const SP<BNode> root = Named(QD_W("root"));
-    std::vector<BNode*> order; // as it should be
-    std::mt19937 random(1);
-    const auto anyText = [&] {
-        return WString(random() % 2 == 0 ? QD_W("t") : QD_W("T")) +
-               WString::FromInt(static_cast<int>(random() % kTexts));
+namespace {
+
+/// A node's children as they should be.
+struct Twin {
+    struct Child {
+        SP<BNode> node;
+        WString text;
     };
-    const auto add = [&](bool behindTheFirst) {
-        const SP<BNode> child = Named(anyText().CStr());
-        ASSERT_TRUE(root->AddChild(child.Get(), behindTheFirst ? 0 : -1));
-        order.insert(behindTheFirst ? order.begin() + 1 : order.end(), child.Get());
-    };
-    for (int i = 0; i < kTexts; ++i)
-        add(false);
-    for (int round = 0; round < 50; ++round) {
-        for (int i = 0; i < 20; ++i) {
-            const int removed = i % 4 == 0 ? kTexts - 1 : static_cast<int>(random() % kTexts);
-            ASSERT_TRUE(i % 2 == 0 ? root->RemoveChild(removed)
-                                   : root->RemoveChild(order[static_cast<std::size_t>(removed)]));
-            order.erase(order.begin() + removed);
-            const std::size_t any = random() % order.size();
-            ASSERT_EQ(root->Child(static_cast<int>(any)), order[any]);
-            order[any]->SetText(anyText());
-            add(i % 3 == 0);
-        }
-        std::map<std::string, BNode*> first;
-        for (std::size_t i = 0; i < order.size(); ++i) {
-            ASSERT_EQ(root->Child(static_cast<int>(i)), order[i]);
-            first.try_emplace(order[i]->GetText().Lower().AsString().CStr(), order[i]);
-        }
-        for (int i = 0; i < kTexts; ++i) {
-            const auto found = first.find("t" + std::to_string(i));
-            const WString text = WString(QD_W("T")) + WString::FromInt(i);
-            ASSERT_EQ(root->Child(text.CStr()), found != first.end() ? found->second : nullptr);
-        }
+
+    [[nodiscard]] std::vector<Child>::iterator Find(const WString& text)
+    {
+        return std::find_if(children.begin(), children.end(),
+                            [&](const Child& child) { return child.text == text; });
     }
-    const WString text = order[0]->GetText();
+    [[nodiscard]] BNode* At(std::size_t i) const
+    {
+        return i < children.size() ? children[i].node.Get() : nullptr;
+    }
+
+    std::vector<Child> children;
+};
+
+} // namespace
+
+TEST(BNode, ChildrenAreWhereANaiveListHasThemWhateverHappens)
+{
+    const SP<BNode> root = Named(QD_W("root"));
+    Twin twin;
+    std::mt19937 random(1);
+    const auto below = [&](std::size_t end) { return std::size_t{random()} % end; };
+    const auto anyText = [&] {
+        return WString(QD_W("t")) + WString::FromInt(static_cast<int>(below(200)));
+    };
+    const auto add = [&] {
+        const WString text = anyText();
+        const bool behindTheFirst = below(3) == 0;
+        const SP<BNode> child = Named(text.Upper().CStr());
+        ASSERT_TRUE(root->AddChild(child.Get(), behindTheFirst ? 0 : -1));
+        const bool isSecond = behindTheFirst && !twin.children.empty();
+        twin.children.insert(isSecond ? twin.children.begin() + 1 : twin.children.end(),
+                             {child, text});
+    };
+    const auto remove = [&] {
+        const std::size_t count = twin.children.size();
+        const std::size_t places[] = {0, count - 1, count / 2, below(count)};
+        auto removed = twin.children.begin() + static_cast<std::ptrdiff_t>(places[below(4)]);
+        switch (below(3)) {
+        case 0:
+            ASSERT_TRUE(root->RemoveChild(static_cast<int>(removed - twin.children.begin())));
+            break;
+        case 1: ASSERT_TRUE(root->RemoveChild(removed->node.Get())); break;
+        default:
+            removed = twin.Find(removed->text);
+            ASSERT_TRUE(root->RemoveChild(removed->text.CStr()));
+        }
+        EXPECT_EQ(removed->node->RefCount(), 1);
+        EXPECT_EQ(removed->node->Sister(), nullptr);
+        twin.children.erase(removed);
+    };
+    for (const unsigned int additions :
+         {90, 40, 70, 15, 100, 0, 0, 55, 45}) { // of a hundred changes
+        for (int change = 0; change < 600; ++change) {
+            if (twin.children.empty() || below(100) < additions)
+                add();
+            else
+                remove();
+            const std::size_t count = twin.children.size();
+            ASSERT_EQ(root->ChildNum(), static_cast<int>(count));
+            const std::size_t any = below(count + 1);
+            ASSERT_EQ(root->Child(static_cast<int>(any)), twin.At(any));
+            if (any < count && any % 2 == 0) {
+                twin.children[any].text = anyText();
+                twin.At(any)->SetText(twin.children[any].text);
+            }
+            for (std::size_t i : {any, any + 1, count - 1})
+                ASSERT_TRUE(i >= count || twin.At(i)->Sister() == twin.At(i + 1));
+            const WString text = anyText();
+            const auto found = twin.Find(text);
+            ASSERT_EQ(root->Child(text.CStr()),
+                      found != twin.children.end() ? found->node.Get() : nullptr);
+        }
+        std::size_t walked = 0;
+        for (BNodeChildItr itr(*root); itr; ++itr)
+            ASSERT_EQ(itr.Current(), twin.At(walked++));
+        ASSERT_EQ(walked, twin.children.size());
+    }
+    const WString text = root->Child(0)->GetText();
     root->RemoveChildren();
     EXPECT_EQ(root->Child(text.CStr()), nullptr);
-    const BNode* again = Append(*root, QD_W("t1"));
-    EXPECT_EQ(root->Child(QD_W("T1")), again);
+    EXPECT_EQ(twin.At(0)->Parent(), nullptr);
 }
 
 TEST(BNode, SuggestsTextsThatNoChildHas)

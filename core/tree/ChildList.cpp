@@ -1,0 +1,323 @@
+#include "core/tree/ChildList.h"
+
+#include "core/platform/Collation.h"
+#include "core/tree/BNode.h"
+#include "core/tree/ChildIndex.h"
+#include "core/tree/TakenSlots.h"
+
+#include <algorithm>
+#include <atomic>
+#include <new>
+#include <utility>
+
+// The entries stand in an array of slots, in their order, and each child knows its slot: that leads
+// from a child to its sister, tells which of two children comes first, and costs a child half a
+// word. A linked list has no places to look up, and a balanced tree takes a few words for each
+// child and as many cache misses for each step.
+//
+// Children join at the end or behind the first one, so free slots are kept in front and behind.
+// One that leaves from the middle of a long list leaves a hole; from then on `TakenSlots` tells the
+// places, until the entries move to a new array: when one end is full, or when three quarters of
+// the slots are free. As an array is made with room for half as many entries again, moving them
+// costs each change a constant share.
+
+namespace {
+
+constexpr int kShort = 32;        // slots, among which a gap is closed at once
+constexpr int kManyChildren = 16; // from here on an index of the texts pays
+
+// What many readers may make at once: the first to finish publishes, the others drop theirs.
+template <class T>
+class Published {
+public:
+    Published() noexcept = default;
+    Published(const Published&) = delete;
+    Published& operator=(const Published&) = delete;
+    ~Published() { Drop(); }
+
+    [[nodiscard]] T* Get() const noexcept { return m_made.load(std::memory_order_acquire); }
+    template <class Make>
+    [[nodiscard]] T& GetOrMake(Make make)
+    {
+        T* present = Get();
+        if (present == nullptr) {
+            std::unique_ptr<T> made = make();
+            if (m_made.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel))
+                present = made.release();
+        }
+        return *present;
+    }
+    void Drop() noexcept { std::unique_ptr<T>(m_made.exchange(nullptr)); }
+    void TakeOver(Published& other) noexcept { m_made = other.m_made.exchange(nullptr); }
+
+private:
+    std::atomic<T*> m_made = nullptr; // owned
+};
+
+} // namespace
+
+// The slots stand behind it, in the same piece of memory.
+struct ChildList::Block {
+    explicit Block(int slots) noexcept
+        : capacity(slots)
+    {
+        std::uninitialized_value_construct_n(Slots(), capacity);
+    }
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
+    ~Block() { std::destroy_n(Slots(), capacity); }
+
+    [[nodiscard]] static BlockOwner Make(int capacity)
+    {
+        void* const memory =
+            ::operator new(sizeof(Block) + static_cast<std::size_t>(capacity) * sizeof(SP<BNode>));
+        return BlockOwner(new (memory) Block(capacity));
+    }
+
+    [[nodiscard]] SP<BNode>* Slots() noexcept { return reinterpret_cast<SP<BNode>*>(this + 1); }
+    [[nodiscard]] const SP<BNode>* Slots() const noexcept
+    {
+        return reinterpret_cast<const SP<BNode>*>(this + 1);
+    }
+    // The slot of the next entry from `slot` on, `end` when there is none.
+    [[nodiscard]] int From(int slot) const noexcept
+    {
+        return slot < end && taken ? taken->From(slot) : slot;
+    }
+    [[nodiscard]] BNode* NodeFrom(int slot) const noexcept
+    {
+        for (slot = From(slot); slot < end; slot = From(slot + 1)) {
+            if (BNode* const child = Slots()[slot].Get())
+                return child;
+        }
+        return nullptr;
+    }
+
+    int count = 0;
+    int capacity;
+    int front = 0;                     // slot of the first entry
+    int end = 0;                       // slot behind the last entry
+    std::unique_ptr<TakenSlots> taken; // null when every slot between `front` and `end` is
+    Published<ChildIndex> byText;      // made when children are looked up where they are many
+};
+
+void ChildList::BlockDeleter::operator()(Block* block) const noexcept
+{
+    block->~Block();
+    ::operator delete(block);
+}
+
+ChildList::Iterator::reference ChildList::Iterator::operator*() const noexcept
+{
+    return m_block->Slots()[m_slot];
+}
+
+ChildList::Iterator& ChildList::Iterator::operator++() noexcept
+{
+    m_slot = m_block->From(m_slot + 1);
+    return *this;
+}
+
+ChildList::ChildList() noexcept = default;
+ChildList::ChildList(ChildList&& other) noexcept = default;
+ChildList& ChildList::operator=(ChildList&& other) noexcept = default;
+ChildList::~ChildList() = default;
+
+int ChildList::Count() const noexcept
+{
+    return m_block ? m_block->count : 0;
+}
+
+ChildList::Iterator ChildList::begin() const noexcept
+{
+    return m_block ? Iterator(m_block.get(), m_block->front) : Iterator();
+}
+
+ChildList::Iterator ChildList::end() const noexcept
+{
+    return m_block ? Iterator(m_block.get(), m_block->end) : Iterator();
+}
+
+BNode* ChildList::At(int index) const noexcept
+{
+    if (index < 0 || index >= Count())
+        return nullptr;
+    const int slot = m_block->taken ? m_block->taken->At(index) : m_block->front + index;
+    return m_block->Slots()[slot].Get();
+}
+
+BNode* ChildList::First() const noexcept
+{
+    return m_block ? m_block->NodeFrom(m_block->front) : nullptr;
+}
+
+BNode* ChildList::Next(const BNode& child) const noexcept
+{
+    return m_block->NodeFrom(child.m_slot + 1);
+}
+
+BNode* ChildList::Find(const WChar* text) const
+{
+    if (Count() >= kManyChildren)
+        return m_block->byText.GetOrMake([this] { return std::make_unique<ChildIndex>(*this); })
+            .Find(text);
+    for (const SP<BNode>& child : *this) {
+        if (child && platform::Collate(child->m_text.CStr(), text, platform::ECase::Ignored) == 0)
+            return child.Get();
+    }
+    return nullptr;
+}
+
+void ChildList::Append(SP<BNode> child)
+{
+    if (!m_block || m_block->end == m_block->capacity)
+        Rebuild(0, Count() / 2 + 1);
+    BNode* const appended = child.Get();
+    ++m_block->count;
+    Put(m_block->end++, std::move(child));
+    if (appended != nullptr)
+        ChangeIndex([appended](ChildIndex& index) { index.Add(*appended); });
+}
+
+// The first makes way, as nothing stands before it.
+void ChildList::InsertBehindFirst(SP<BNode> child)
+{
+    if (m_block->front == 0) {
+        const int room = Count() / 2 + 1;
+        Rebuild(room, std::min(room, m_block->capacity - m_block->end));
+    }
+    BNode* const inserted = child.Get();
+    const int place = m_block->front--;
+    ++m_block->count;
+    Put(m_block->front, std::exchange(m_block->Slots()[place], nullptr));
+    inserted->m_slot = place;
+    m_block->Slots()[place] = std::move(child);
+    ChangeIndex([inserted](ChildIndex& index) { index.Add(*inserted); });
+}
+
+SP<BNode> ChildList::Remove(BNode& child) noexcept
+{
+    ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
+    return Take(child.m_slot);
+}
+
+SP<BNode> ChildList::RemoveAt(int index) noexcept
+{
+    if (BNode* const child = At(index))
+        return Remove(*child);
+    return Take(m_block->taken ? m_block->taken->At(index) : m_block->front + index);
+}
+
+void ChildList::Rename(BNode& child, WString text) noexcept
+{
+    ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
+    child.m_text = std::move(text);
+    ChangeIndex([&child](ChildIndex& index) { index.Add(child); });
+}
+
+bool ChildList::StandsBefore(const BNode& a, const BNode& b) noexcept
+{
+    return a.m_slot < b.m_slot;
+}
+
+const WString& ChildList::TextOf(const BNode& child) noexcept
+{
+    return child.m_text;
+}
+
+// Moves the entries, which keep their order, to an array without holes.
+void ChildList::Rebuild(int freeInFront, int freeBehind)
+{
+    BlockOwner block = Block::Make(freeInFront + Count() + freeBehind);
+    block->count = Count();
+    block->front = freeInFront;
+    block->end = freeInFront;
+    if (m_block) {
+        for (int slot = m_block->front; slot < m_block->end; slot = m_block->From(slot + 1)) {
+            SP<BNode>& child = m_block->Slots()[slot];
+            if (child && slot != block->end)
+                child->m_slot = block->end;
+            block->Slots()[block->end++] = std::move(child);
+        }
+        block->byText.TakeOver(m_block->byText);
+    }
+    m_block = std::move(block);
+}
+
+// A list that gets no smaller array keeps the large one.
+void ChildList::Shrink() noexcept
+{
+    try {
+        Rebuild(0, Count() / 2 + 1);
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+// Into a free slot at one of the ends.
+void ChildList::Put(int slot, SP<BNode> child) noexcept
+{
+    if (child)
+        child->m_slot = slot;
+    m_block->Slots()[slot] = std::move(child);
+    if (m_block->taken)
+        m_block->taken->Take(slot);
+}
+
+SP<BNode> ChildList::Take(int slot) noexcept
+{
+    SP<BNode> taken = std::move(m_block->Slots()[slot]);
+    if (m_block->count == 1) {
+        m_block = nullptr;
+        return taken;
+    }
+    --m_block->count;
+    if (m_block->taken)
+        m_block->taken->Free(slot);
+    if (slot == m_block->front)
+        m_block->front = m_block->From(slot + 1);
+    else if (slot + 1 == m_block->end)
+        m_block->end = m_block->taken ? m_block->taken->Before(slot) + 1 : slot;
+    else if (!m_block->taken)
+        MakeHole(slot);
+    if (m_block->capacity > kShort && m_block->count < m_block->capacity / 4)
+        Shrink();
+    return taken;
+}
+
+void ChildList::MakeHole(int slot) noexcept
+{
+    if (m_block->capacity > kShort) {
+        try {
+            m_block->taken =
+                std::make_unique<TakenSlots>(m_block->capacity, m_block->front, m_block->end);
+            m_block->taken->Free(slot);
+            return;
+        } catch (const std::bad_alloc&) { // removing must succeed
+        }
+    }
+    CloseGap(slot);
+}
+
+void ChildList::CloseGap(int slot) noexcept
+{
+    SP<BNode>* const slots = m_block->Slots();
+    for (--m_block->end; slot < m_block->end; ++slot) {
+        slots[slot] = std::move(slots[slot + 1]);
+        if (slots[slot])
+            slots[slot]->m_slot = slot;
+    }
+}
+
+// An index that gets no memory to follow is dropped, and made anew when it is asked.
+template <class Change>
+void ChildList::ChangeIndex(Change change) noexcept
+{
+    ChildIndex* const index = m_block->byText.Get();
+    if (index == nullptr)
+        return;
+    try {
+        change(*index);
+    } catch (const std::bad_alloc&) {
+        m_block->byText.Drop();
+    }
+}
