@@ -256,3 +256,170 @@ TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
     lines = platform::OpenStream(m_path, QD_W("rb"));
     CheckStrings<BString>(BString(text), BString(other), lines.get(), records.get());
 }
+
+TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)
+{
+    const WString folder = TemporaryFolder::ToWide(m_folder / "");
+    const WString key = QD_W("$IDS_AKeyThatTakesMemory");
+    const WString text = QD_W("a text that takes memory");
+    const WString master = m_folder.Path("m.lng"), pattern = QD_W("m.lng");
+    const WString output = m_folder.Path("out");
+    ASSERT_TRUE(BDirEntry(output).MakeDir());
+    const auto made = [&] {
+        SP<BLanguageMap> map = new BLanguageMap;
+        map->Add(key, text, text, true, true);
+        map->Add(QD_W("$IDS_Another"), key, text, true, true);
+        return map;
+    };
+    const auto isWhole = [&](const BLanguageMap& map) {
+        return map.StdDefaultMap().Count() == 2 && map.Translate(key) == text;
+    };
+    ASSERT_EQ(made()->ExportMapFile(master), 0);
+    RunWithEachAllocationFailing({"import", [&](Memory& memory) {
+                                      const SP<BLanguageMap> map = new BLanguageMap;
+                                      const int code =
+                                          map->ImportMapFile(master, nullptr, true, true);
+                                      memory.Stop();
+                                      return code != 0 || isWhole(*map);
+                                  }});
+    const SP<BLanguageMap> whole = made();
+    RunWithEachAllocationFailing({"export", [&](Memory& memory) {
+                                      const int code = whole->ExportMapFile(master);
+                                      memory.Stop();
+                                      const SP<BLanguageMap> map = new BLanguageMap;
+                                      return (code == 0 || code == 1) &&
+                                             map->ImportMapFile(master, nullptr, true, true) == 0 &&
+                                             isWhole(*map);
+                                  }});
+    RunWithEachAllocationFailing(
+        {"merge", [&](Memory& memory) {
+             int count = 0;
+             const int code = BLanguageMap::MergeMapFiles(folder, folder, output, pattern, count);
+             memory.Stop();
+             const SP<BLanguageMap> map = new BLanguageMap;
+             return code != 0 ||
+                    (map->ImportMapFile(m_folder.Path("out/m.lng"), nullptr, true, true) == 0 &&
+                     isWhole(*map));
+         }});
+    RunWithEachAllocationFailing(
+        {"map", [&](Memory& memory) {
+             const SP<BLanguageMap> map = new BLanguageMap;
+             const int code = map->Add(key, text, text, true, true);
+             const WString extended = map->TranslateExt(key + text);
+             WString keys;
+             static_cast<void>(map->TranslateBack(text, keys, WString(), LanguageCurrent));
+             memory.Stop();
+             return code != 0 || map->Translate(key) == text;
+         }});
+}
+
+TEST_F(OutOfMemoryTest, NothingEndsTheProcess)
+{
+    const SP<BNode> tree = SmallTree();
+    const WString folder = m_folder.Path("a folder/another one");
+    const WString long1 = QD_W("a name that takes memory"), long2 = QD_W("another that does");
+    const auto always = [](auto run) {
+        return [run](Memory&) {
+            run();
+            return true;
+        };
+    };
+    const Operation operations[] = {
+        {"files", always([&] {
+             BFile file(m_path, QD_W("wb"));
+             file.Close();
+             static_cast<void>(BFile::Size(m_path));
+             static_cast<void>(BFile::IsDirectory(m_path));
+             static_cast<void>(BFile::IsUnicode(m_path));
+             static_cast<void>(BFile::ConvertToUnicode(m_path));
+             static_cast<void>(BFile::Exist(m_path));
+             static_cast<void>(BFile::GetShortPathNameW(m_path));
+             static_cast<void>(file.Open(m_path, QD_W("r,ccs=UTF-16LE")));
+             file.Close();
+             static_cast<void>(BFile::Delete(m_path));
+         })},
+        {"entries", always([&] {
+             static_cast<void>(BDirEntry(folder).MakeDir());
+             static_cast<void>(BDirEntry(folder).Exists());
+             BDirEntry entry(folder);
+             entry += BDirEntry(long1);
+             entry.ChangeName(long2);
+             static_cast<void>(entry.GetPath());
+             static_cast<void>(entry.GetBase());
+         })},
+        {"trees", always([&] {
+             SP<BNode> root = Named(long1);
+             for (int i = 0; i != 40; ++i)
+                 Append(*root, long2)->SetText(WString::FromInt(i) + long1);
+             static_cast<void>(root->Child(long2));
+             root->Child(7)->AddAttrib(new NumberAttribute(long1, 1));
+             root->RemoveChild(3);
+             BNode copy;
+             copy.Copy(*root);
+             BBank bank(root);
+             static_cast<void>(bank.Container(QD_W("/one/two/three")));
+             static_cast<void>(bank.Path(root->Child(9)));
+             for (BNodeItr at(root.Get(), BNodeItr::All); at; ++at) {
+             }
+             for (BNodeAttribItr at(*root->Child(7)); at; ++at) {
+             }
+             BVisitor visitor;
+             root->Traverse(&visitor);
+         })},
+        {"containers", always([&] {
+             BDictionary<WString, WString> dictionary;
+             BMap<WString, WString> map;
+             BArray<WString> array;
+             DList<WString> list;
+             for (int i = 0; i != 40; ++i) {
+                 dictionary.Insert(WString::FromInt(i), long1);
+                 map.Insert(WString::FromInt(i), long1);
+                 array.Append(long1);
+                 list.AddTail(long1);
+             }
+         })},
+        {"bit arrays", always([&] {
+             BBitArray array(8, 9, 9);
+             array.ChangeExtent(1, 1, 20, 20);
+             const BBitArray copy(array);
+         })},
+        {"memory manager", always([&] {
+             CStdMemoryManager manager;
+             manager.Init(1 << 20, 1 << 20);
+             CMemoryBlock* const block = manager.MemoryBlockAlloc(1 << 12);
+             manager.FreeMemoryBlock(manager.MemoryBlockAlloc(1 << 21));
+             manager.FreeMemoryBlock(block);
+             BMemory memory;
+             memory.Duplicate(&manager, 16);
+             memory.Release();
+         })},
+        {"operations", always([&] {
+             BAsyncOperationInterface operation;
+             operation.StatusInfo(long1);
+             operation.ErrorInfo(BError(7, long1, long2, WString(), WString()));
+             static_cast<void>(operation.GetError());
+             static_cast<void>(operation.FetchStatusMessage(1, true));
+             operation.Stop();
+         })},
+        {"profiler", always([&] {
+             BProfiler::SetLogfilePath(folder + QD_W("/"));
+             BProfiler::Start(long1);
+             BProfiler::Step(long2);
+             BProfiler::Stop(long1);
+             BProfiler::SetLogfilePath(WString());
+         })},
+        {"units", always([&] {
+             BUnitSystem system;
+             system.ChangeUnit(UnitClassNone, long1, 2, 3);
+             const BUnitSystem copy(system);
+             static_cast<void>(BGuid().ToString());
+         })},
+        {"collation", always([&] {
+             const WString other = QD_W("\u00e4 name that t\u00e4kes memory");
+             static_cast<void>(other == long1 || other.IEqual(long2) || other.IIncludes(long1));
+             static_cast<void>(BString(other) == BString(long1));
+         })},
+    };
+    for (const Operation& operation : operations)
+        RunWithEachAllocationFailing(operation);
+}

@@ -3,6 +3,7 @@
 #include "core/platform/FileStream.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 
 namespace {
@@ -102,7 +103,10 @@ WChar LanguageReader::ReadCellFrom(WChar first, WString& cell)
         m_cell += unit;
         TakePlain();
     }
+    cell.Clear();
     cell = m_cell.c_str();
+    if (cell.IsEmpty() && !m_cell.empty())
+        throw std::bad_alloc(); // never a line without a text that it has
     cell.ResolveEsc();
     return unit;
 }

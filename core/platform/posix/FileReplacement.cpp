@@ -19,6 +19,7 @@ namespace platform {
 struct FileReplacement::State {
     platform::Stream stream;
     std::string target; // no link
+    std::string folder; // of the target
     std::string draft;  // empty: there is none, or it was moved
     bool isBeside = false;
     ESync sync = ESync::Yes;
@@ -156,7 +157,8 @@ bool HasToStay(int error)
     return error == EBUSY || error == EXDEV;
 }
 
-bool MoveOver(const std::string& target, std::string& draft, bool isSynchronised)
+bool MoveOver(const std::string& target, const std::string& folder, std::string& draft,
+              bool isSynchronised)
 {
     if (::rename(draft.c_str(), target.c_str()) != 0) {
         const Stream stream(HasToStay(errno) ? std::fopen(draft.c_str(), "re") : nullptr);
@@ -164,7 +166,7 @@ bool MoveOver(const std::string& target, std::string& draft, bool isSynchronised
     }
     draft.clear();
     if (isSynchronised)
-        SyncFolder(FolderOf(target));
+        SyncFolder(folder);
     return true;
 }
 
@@ -176,6 +178,7 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     State& state = *m_state;
     state.sync = sync;
     state.target = ResolveLinks(ToNativePath(path));
+    state.folder = FolderOf(state.target);
     struct stat original = {};
     const bool isThere = ::stat(state.target.c_str(), &original) == 0;
     if (isThere && IsRefused(state.target, original))
@@ -218,7 +221,7 @@ bool FileReplacement::Commit() noexcept
     const bool isReady = state.isBeside ? !isSynchronised || SyncFile(::fileno(stream))
                                         : WriteOver(state.target, stream, isSynchronised);
     return std::fclose(state.stream.release()) == 0 && isReady &&
-           (!state.isBeside || MoveOver(state.target, state.draft, isSynchronised));
+           (!state.isBeside || MoveOver(state.target, state.folder, state.draft, isSynchronised));
 }
 
 } // namespace platform

@@ -89,6 +89,8 @@ public:
     {}
     ~Run()
     {
+        if (m_statement == nullptr)
+            return; // there was no memory for it, and `sqlite3_clear_bindings` does not ask
         ::sqlite3_reset(m_statement);
         ::sqlite3_clear_bindings(m_statement);
     }
