@@ -134,10 +134,17 @@ void LogFault(Text& log, std::int64_t line, int code, const BArray<WString>& cel
     log += QD_W("\n");
 }
 
-// `log` gathers the text: appending to a WString measures what is there.
-int ImportFile(BLanguageMap& map, const WString& path, Text& log, bool overwrite, bool fillMissing)
+// A line that an error of the disk cut off is no line.
+bool IsTorn(std::FILE* stream)
 {
-    log.append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
+    return std::ferror(stream) != 0;
+}
+
+// `log`, which may be null, gathers the text: appending to a WString measures what is there.
+int ImportFile(BLanguageMap& map, const WString& path, Text* log, bool overwrite, bool fillMissing)
+{
+    if (log != nullptr)
+        log->append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
     const platform::Stream stream = platform::OpenStream(path, kReadMode);
     if (!stream)
         return kNoFile;
@@ -145,7 +152,7 @@ int ImportFile(BLanguageMap& map, const WString& path, Text& log, bool overwrite
     std::int64_t line = 0, entries = 0;
     LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
     BArray<WString> cells;
-    while (reader.ReadLine(cells, kCellCount)) {
+    while (reader.ReadLine(cells, kCellCount) && !IsTorn(stream.get())) {
         ++line;
         if (cells[0].GetAt(0) != kKeySign)
             continue;
@@ -153,12 +160,15 @@ int ImportFile(BLanguageMap& map, const WString& path, Text& log, bool overwrite
         const int code = map.Add(cells[0], cells[1], cells[2], overwrite, fillMissing);
         if (code == kGood)
             continue;
-        LogFault(log, line, code, cells);
+        if (log != nullptr)
+            LogFault(*log, line, code, cells);
         result = kBadLines;
     }
-    AppendNumber(log, entries);
-    log += QD_W(" entries loaded\n\n");
-    return result;
+    if (log != nullptr) {
+        AppendNumber(*log, entries);
+        *log += QD_W(" entries loaded\n\n");
+    }
+    return IsTorn(stream.get()) ? kNoFile : result;
 }
 
 // `text` as a text stream of UTF-16LE writes it.
@@ -213,6 +223,14 @@ int ForEachName(const std::vector<Text>& names, Handle handle)
             result = code;
     }
     return result;
+}
+
+// False when the file cannot be read: taken for empty, it would lose its translations to the
+// merged file. One that is not there has none.
+bool ImportTranslations(BLanguageMap& translations, const WString& path)
+{
+    return translations.ImportMapFile(path, nullptr, false, true) != kNoFile ||
+           platform::Presence(path) == platform::EPresence::Missing;
 }
 
 // True when the line is an entry that `translations` lacks.
@@ -383,7 +401,8 @@ bool BLanguageMap::HasPrefix(WString key, WString prefix)
 int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing)
 {
     Text text;
-    const int result = ImportFile(*this, path, text, overwrite, fillMissing);
+    const int result =
+        ImportFile(*this, path, log != nullptr ? &text : nullptr, overwrite, fillMissing);
     if (log != nullptr)
         log->Append(text.c_str());
     return result;
@@ -393,7 +412,8 @@ int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* lo
 {
     Text text;
     const int result = ForEachName(FindNames(directory, pattern), [&](const WString& name) {
-        return ImportFile(*this, Join(directory, name), text, overwrite, true);
+        return ImportFile(*this, Join(directory, name), log != nullptr ? &text : nullptr, overwrite,
+                          true);
     });
     if (log != nullptr)
         log->Append(text.c_str());
@@ -421,7 +441,8 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
     if (!stream)
         return kNoFile;
     BLanguageMap translations;
-    translations.ImportMapFile(Join(translationDirectory, fileName), nullptr, false, true);
+    if (!ImportTranslations(translations, Join(translationDirectory, fileName)))
+        return kNoFile;
 
     Text lines;
     int added = 0;
@@ -431,6 +452,8 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
         added += AppendMerged(lines, cells, translations) ? 1 : 0;
         lines += '\n';
     }
+    if (IsTorn(stream.get()))
+        return kNoFile;
     stream.reset(); // the output may be the same file
     if (!WriteUtf16File(Join(outputDirectory, fileName), lines))
         return kNoOutput;

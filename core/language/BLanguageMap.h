@@ -112,8 +112,9 @@ public:
     // Language files. A path is a directory and a name with the directory's own kind of separator
     // between them, "\" when it has none.
 
-    /// Adds the entries of a file. 1: it cannot be opened, 7360: `Add` gave a code for a line.
-    /// `log`, which may be null, is told the file, each such line and the number of entries.
+    /// Adds the entries of a file. 1: it cannot be opened, or read to its end, which leaves the
+    /// entries before that; 7360: `Add` gave a code for a line. `log`, which may be null, is told
+    /// the file, each such line and the number of entries.
     /// Intended: entries that were refused count as loaded, so that the number is the file's.
     int ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing);
     /// Imports the files that match `pattern`, in the order of their names, and fills missing
@@ -125,11 +126,13 @@ public:
 
     /// Brings a translated file up to date with a changed master file: writes the master's lines
     /// with the translations that the translated file has. The directories may be the same.
-    /// `newEntries` grows by the count of entries without a translation. 1: there is no master
-    /// file, 5: the output cannot be written; `newEntries` then stays. Intended: such an entry gets
-    /// "new entry!" as its fourth cell, so that the third one stays empty and whoever imports the
-    /// file sees it as missing. Intended: a line without a first cell becomes one of empty cells,
-    /// and a comment loses its empty ones, for they say nothing.
+    /// A translated file that is not there has no translations. `newEntries` grows by the count of
+    /// entries without one. 1: there is no master file, or one of the two cannot be read, 5: the
+    /// output cannot be written; the output then stays as it was, and so does `newEntries`.
+    /// Intended: an entry without a translation gets "new entry!" as its fourth cell, so that the
+    /// third one stays empty and whoever imports the file sees it as missing. Intended: a line
+    /// without a first cell becomes one of empty cells, and a comment loses its empty ones, for
+    /// they say nothing.
     static int MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
                             const WString& outputDirectory, const WString& fileName,
                             int& newEntries);
