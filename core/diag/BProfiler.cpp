@@ -34,19 +34,12 @@ WString StepEntry(double elapsedMs, const WString& text)
     return entry;
 }
 
-// False when the file cannot be opened.
 bool AppendLines(const WString& path, const BArray<WString>& lines)
 {
-    const platform::Stream file =
-        platform::OpenStreamAlone(path, QD_W("at,ccs=UNICODE"), kLongestWaitMs);
-    if (!file)
-        return false;
-    for (const WString& line : lines) {
-        // Apart, so that a line that the file's encoding cannot hold still ends.
-        static_cast<void>(platform::WriteText(file.get(), line));
-        static_cast<void>(platform::WriteText(file.get(), QD_W("\n")));
-    }
-    return true;
+    std::uint64_t index = 0;
+    return platform::AppendLines(path, kLongestWaitMs, [&]() -> const WChar* {
+        return index < lines.Count() ? lines[index++].CStr() : nullptr;
+    });
 }
 
 } // namespace
@@ -58,7 +51,7 @@ void BProfiler::SetLogfilePath(WString directory)
         return;
     }
     if (!platform::PathExists(directory))
-        static_cast<void>(platform::MakeDirectories(directory));
+        static_cast<void>(platform::MakeDirectories(platform::FullPath(directory).c_str()));
     const platform::CalendarTime today = platform::LocalTime();
     WString name;
     name.Printf(QD_W("%d%d%d.log"), today.year, today.month, today.day);

@@ -13,15 +13,20 @@
 ///     BProfiler::Stop(QD_W("fit plane"));   // appends the run to the file
 ///
 /// The file is UTF-16 with a byte-order mark. Several processes may write to one day's file: their
-/// runs follow one another. Within the process, one thread at a time. Nothing throws but for want
-/// of memory; what cannot be written is kept for the next `Stop`.
+/// runs follow one another. Within the process, one thread at a time.
+///
+/// Nothing throws but for want of memory. When not all can be written, on a full disk, say, nothing
+/// is: the file stays as it was, and the lines are kept in memory for the next `Stop`. Only where
+/// the system cannot cut the file off again either, a part of them stands in it twice. Lines that
+/// were written are the system's: they are not synchronised with the disk.
 class QD_CORE_API BProfiler {
 public:
     enum State : int { StateStart = 0, StateStep = 1, StateStop = 2 };
 
     /// Makes the directory when it is missing, with its parents, and logs to YMD.log in it: the
     /// text of `directory`, which must end with a separator, directly followed by year, month and
-    /// day without zeros (201837.log). An empty text ends the writing.
+    /// day without zeros (201837.log). A relative one is made in the current folder, and looked for
+    /// there by each `Stop`. An empty text ends the writing.
     static void SetLogfilePath(WString directory);
 
     /// Begins a run; one that is open is stopped first.

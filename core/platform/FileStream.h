@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -38,6 +39,13 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 /// read it. Fails when somebody has it open that way, after waiting up to `waitMs` for them. Off
 /// Windows this holds among the streams that are opened by this function.
 [[nodiscard]] Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcept;
+
+/// Appends the lines that `next` gives, until that is null, to a file that nobody else has open
+/// meanwhile, as streams of "at,ccs=UNICODE" do: all of them, or none. False when they cannot all
+/// be written, for want of room on the disk, say: the file then has the length that it had, unless
+/// it cannot be cut off either. What an 8-bit file cannot hold of a line is left out.
+[[nodiscard]] bool AppendLines(const WChar* path, int waitMs,
+                               const std::function<const WChar*()>& next);
 
 /// `fgetws`: units up to and with the next line feed, at most `room` - 1 of them (`room` being 2 or
 /// more), terminated. False at the end of the stream with nothing read, or on an error. The stream

@@ -55,6 +55,9 @@ enum class EPresence {
 /// Deletes a file or a link, no directory.
 [[nodiscard]] bool RemoveFile(const WChar* path) noexcept;
 
+/// `path` behind the current folder when it is relative; `path` itself when that cannot be told.
+[[nodiscard]] std::basic_string<WChar> FullPath(const WChar* path);
+
 /// Makes the directory at `path`, which must be absolute, and those of its parents that are
 /// missing. False when it cannot, and when the directory is there already.
 [[nodiscard]] bool MakeDirectories(const WChar* path) noexcept;

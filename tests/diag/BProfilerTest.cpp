@@ -76,6 +76,16 @@ TEST(BProfiler, AppendsRunsToTheFileOfTheDay)
     EXPECT_TRUE(name.EndsWith(QD_W(".log")));
     EXPECT_TRUE(name.Cut(0, name.Length() - 4).IsDigit());
 
+    // A relative directory is one in the current folder.
+    const std::filesystem::path formerFolder = std::filesystem::current_path();
+    std::filesystem::current_path(folder / "");
+    BProfiler::SetLogfilePath(QD_W("deep\\er\\"));
+    BProfiler::Start(QD_W("relative"));
+    BProfiler::Stop(WString());
+    std::filesystem::current_path(formerFolder);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "deep/er"), {}), 1);
+    EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
+
     const WString file = folder.Path("day.log");
     profiler.m_logfilePath = folder.Path("missing") + QD_W("\\day.log");
     BProfiler::Start(WString());

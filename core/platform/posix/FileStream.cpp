@@ -1,5 +1,6 @@
 #include "core/platform/FileStream.h"
 
+#include "core/platform/AppendedLines.h"
 #include "core/platform/CharClass.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/NativePath.h"
@@ -212,6 +213,24 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
     if ((flags & O_TRUNC) != 0 && ::ftruncate(file.Get(), 0) != 0)
         return nullptr;
     return OpenOn(std::move(file), *wanted);
+}
+
+bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*()>& next)
+{
+    const OpenMode mode = {.access = 'a', .text = EText::Unicode};
+    Descriptor file = OpenFile(path, OpenFlags(mode));
+    struct stat before = {};
+    if (!file.IsOpen() || !LockAlone(file, false, waitMs) || ::fstat(file.Get(), &before) != 0)
+        return false;
+    // Keeps the lock until what a failure leaves is cut off.
+    const Descriptor kept(::fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
+    if (!kept.IsOpen())
+        return false;
+    Stream stream = OpenOn(std::move(file), mode);
+    const bool isWritten = stream && WriteLines(std::move(stream), next);
+    if (!isWritten)
+        static_cast<void>(::ftruncate(kept.Get(), before.st_size));
+    return isWritten;
 }
 
 bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept

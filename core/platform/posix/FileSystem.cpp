@@ -5,6 +5,7 @@
 #include "core/platform/posix/NativePath.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -114,6 +115,14 @@ try {
 bool RemoveFile(const WChar* path) noexcept
 {
     return ::unlink(NativePath(path)) == 0;
+}
+
+std::basic_string<WChar> FullPath(const WChar* path)
+{
+    char folder[PATH_MAX];
+    if (*path == u'/' || *path == u'\\' || ::getcwd(folder, sizeof folder) == nullptr)
+        return path;
+    return FromNativePath(folder) + u'/' + path;
 }
 
 bool MakeDirectories(const WChar* path) noexcept

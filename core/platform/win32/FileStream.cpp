@@ -1,5 +1,6 @@
 #include "core/platform/FileStream.h"
 
+#include "core/platform/AppendedLines.h"
 #include "core/platform/win32/Handle.h"
 #include "core/platform/win32/InvalidParameters.h"
 
@@ -9,6 +10,7 @@
 #include <cwchar>
 #include <io.h>
 #include <share.h>
+#include <utility>
 
 namespace platform {
 
@@ -68,6 +70,23 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
             return nullptr;
         ::Sleep(1);
     }
+}
+
+bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*()>& next)
+{
+    Stream stream = OpenStreamAlone(path, L"at,ccs=UNICODE", waitMs);
+    if (!stream)
+        return false;
+    const std::int64_t before = _filelengthi64(_fileno(stream.get()));
+    // Keeps others out until what a failure leaves is cut off.
+    const int kept = before < 0 ? -1 : _dup(_fileno(stream.get()));
+    if (kept < 0)
+        return false;
+    const bool isWritten = WriteLines(std::move(stream), next);
+    if (!isWritten)
+        static_cast<void>(_chsize_s(kept, before));
+    _close(kept);
+    return isWritten;
 }
 
 bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept

@@ -90,6 +90,17 @@ bool RemoveFile(const WChar* path) noexcept
     return ::DeleteFileW(path) != FALSE;
 }
 
+std::basic_string<WChar> FullPath(const WChar* path)
+{
+    std::basic_string<WChar> fullPath(::GetFullPathNameW(path, 0, nullptr, nullptr), L'\0');
+    const auto room = static_cast<DWORD>(fullPath.size());
+    const DWORD length = ::GetFullPathNameW(path, room, fullPath.data(), nullptr);
+    if (length == 0 || length >= room) // another thread changed the current folder
+        return path;
+    fullPath.resize(length);
+    return fullPath;
+}
+
 bool MakeDirectories(const WChar* path) noexcept
 {
     return ::SHCreateDirectoryExW(nullptr, path, nullptr) == ERROR_SUCCESS;
