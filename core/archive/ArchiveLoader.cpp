@@ -56,8 +56,7 @@ Loader::Loader(const WChar* path)
 
 Loader::~Loader()
 {
-    for (const Holder& holder : m_holders)
-        holder.letGo(*holder.object);
+    LetGo();
 }
 
 void Loader::Open(int version)
@@ -80,9 +79,14 @@ try {
     const ScopedValue<int> nesting(m_nesting, 1);
     ++m_takeOutNumber;
     m_repeats += kRepeatsInCall;
-    SP<BSmartObj> object = Rebuild(*record, archive);
-    if (!Complete(archive) || !file.IsGood()) // of a file that failed parts are missing
+    const std::size_t rebuiltCount = m_rebuilt.size();
+    const std::size_t doubleCount = m_doubles.size();
+    const bool asked = !m_culprit || IsSound(m_culprit);
+    SP<BSmartObj> object = asked ? Rebuild(*record, archive) : nullptr;
+    if (!asked || !Complete(archive) || !file.IsGood()) { // of a file that failed parts are missing
+        Forget(rebuiltCount, doubleCount);
         return nullptr;
+    }
     if (object)
         m_holders.clear();
     return object;
@@ -118,6 +122,8 @@ void Loader::TakeOutLater(RecordDirectory::Record* record)
 
 bool Loader::Verify() const
 {
+    if (m_culprit && !m_culprit->VerifyObj())
+        return false;
     for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may take out others
         if (!m_rebuilt[i]->object->VerifyObj())
             return false;
@@ -145,8 +151,8 @@ SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive
         return nullptr;
     file.SetLimit(file.Position() + header.size);
     const SP<BSmartObj> object = CallRead(header, archive);
-    if (object && IsNew(*object))
-        m_rebuilt.push_back(&record);
+    if (object)
+        (IsNew(*object) ? m_rebuilt : m_doubles).push_back(&record);
     return record.object = object;
 }
 
@@ -220,19 +226,47 @@ bool Loader::AreSound()
 {
     const std::size_t formerCount = m_soundCount;
     for (; m_soundCount < m_associatedCount; ++m_soundCount, m_repeats += kRepeatsOfObject) {
-        if (!m_rebuilt[m_soundCount]->object->VerifyObj())
+        if (!IsSound(m_rebuilt[m_soundCount]->object))
             return false;
     }
     const std::size_t repeats = std::min(m_repeats, formerCount);
     for (std::size_t i = 0; i < repeats; ++i) {
         if (m_nextAsked >= formerCount)
             m_nextAsked = 0;
-        if (!m_rebuilt[m_nextAsked]->object->VerifyObj())
+        if (!IsSound(m_rebuilt[m_nextAsked]->object))
             return false;
         ++m_nextAsked;
         --m_repeats;
     }
     return true;
+}
+
+bool Loader::IsSound(const SP<BSmartObj>& object)
+{
+    const bool sound = object->VerifyObj();
+    m_culprit = sound ? SP<BSmartObj>() : object;
+    return sound;
+}
+
+// A call that fails leaves nothing behind: neither circles that nobody could break, nor a tree that
+// has taken in a node which the application got before. The next call reads anew.
+void Loader::Forget(std::size_t rebuiltCount, std::size_t doubleCount)
+{
+    LetGo();
+    for (; m_knownCount > rebuiltCount; --m_knownCount)
+        m_known.erase(m_rebuilt[m_knownCount - 1]->object.Get());
+    for (; m_doubles.size() > doubleCount; m_doubles.pop_back())
+        m_doubles.back()->object = nullptr;
+    for (; m_rebuilt.size() > rebuiltCount; m_rebuilt.pop_back())
+        m_rebuilt.back()->object = nullptr;
+    m_associatedCount = std::min(m_associatedCount, rebuiltCount);
+    m_soundCount = std::min(m_soundCount, rebuiltCount);
+}
+
+void Loader::LetGo()
+{
+    for (const Holder& holder : std::exchange(m_holders, {}))
+        holder.letGo(*holder.object);
 }
 
 } // namespace NArchive

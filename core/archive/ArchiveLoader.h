@@ -24,7 +24,6 @@ namespace NArchive {
 class Loader {
 public:
     explicit Loader(const WChar* path);
-    /// Has what was rebuilt but never given let go of what it holds.
     ~Loader();
     Loader(const Loader&) = delete;
     Loader& operator=(const Loader&) = delete;
@@ -57,17 +56,22 @@ private:
     void RebuildPending(BArchive& archive);
     void UpdateAssociations(BArchive& archive);
     [[nodiscard]] bool AreSound();
+    [[nodiscard]] bool IsSound(const SP<BSmartObj>& object);
+    void LetGo();
+    void Forget(std::size_t rebuiltCount, std::size_t doubleCount);
 
     int m_version = 0;
     std::deque<RecordDirectory::Record*> m_pending;
     // With their objects, in order of reading; an object that has several records stands here once.
-    std::vector<const RecordDirectory::Record*> m_rebuilt;
+    std::vector<RecordDirectory::Record*> m_rebuilt;
+    std::vector<RecordDirectory::Record*> m_doubles; // the further records of these
     std::size_t m_associatedCount = 0; // of m_rebuilt, those told to update their associations
     std::size_t m_soundCount = 0;      // of m_rebuilt, those that passed their self-check once
     std::size_t m_nextAsked = 0;       // of these, where it is to be repeated
     std::size_t m_repeats = 0;         // self-checks that may be repeated so far
     std::unordered_set<const BSmartObj*> m_known; // of the first of m_rebuilt: see IsNew
     std::size_t m_knownCount = 0;
+    SP<BSmartObj> m_culprit;       // the last that said it is not sound
     std::vector<Holder> m_holders; // what hangs on the success of a `TakeOut`
     std::uint32_t m_takeOutNumber = 0;
     int m_nesting = 0;                                                 // of `TakeOut` calls

@@ -118,7 +118,8 @@ public:
     /// the call that rebuilds them, and those of former calls again: all of them by the first 16
     /// calls at least and wherever there are no more than 64, else in turn, 64 in a call, so that
     /// many calls for many objects do not cost the product. `VerifyObjects` asks all. As long as
-    /// one says no, the archive gives nothing.
+    /// the one that said no does so, the archive gives nothing. A call that fails forgets what it
+    /// has rebuilt.
     ///
     /// From inside `Read`, `UpdateAssociations` or `VerifyObj` the object is rebuilt at once, and
     /// what it refers to follows when the outer call goes on; an object whose own `Read` has not
@@ -152,10 +153,9 @@ public:
     /// Asks every rebuilt object; false at the first whose `VerifyObj` says no.
     [[nodiscard]] bool VerifyObjects();
 
-    /// For an `UpdateAssociations` that takes counted references which may lead back to `object`.
-    /// When the archive is destroyed and no `TakeOut` from the one at hand on has given an object,
-    /// so that nobody could break such a circle, `letGo(object)` is called to give them up. The
-    /// archive keeps `object` until then. Ignored outside `TakeOut` and for an object that no `SP`
+    /// For an `UpdateAssociations` that takes counted references which may lead back to `object`:
+    /// where the `TakeOut` at hand fails, so that nobody could break such a circle, it calls
+    /// `letGo(object)` to give them up. Ignored outside `TakeOut` and for an object that no `SP`
     /// holds.
     void OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj& object));
 

@@ -74,7 +74,7 @@ public:
     /// Turns what `ReadData` has read into objects; nothing where it was not called.
     void UpdateAssociations(BArchive& archive) override;
     /// False for a node whose child list in a document names one that is above it or in a list
-    /// already, and for one that let go of its objects when its document was refused.
+    /// already.
     bool VerifyObj() override;
     /// 2, the layout of this class's payload, and the answer of a derived class that does not
     /// override it.

@@ -138,7 +138,7 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 
 // A child that is above this node, or in a list already, is left out and the node refuses itself.
 // So whatever a file declares, what comes out of the child lists are trees. Objects and annotations
-// may lead back here; if the application never gets them, the archive has them let go.
+// may lead back here: the archive has them let go if the application does not get them.
 void BNode::UpdateAssociations(BArchive& archive)
 {
     const Loading* const loading = std::exchange(m_loading, nullptr);
@@ -163,15 +163,15 @@ void BNode::UpdateAssociations(BArchive& archive)
     }
     for (const std::uint64_t index : loading->annotations)
         m_annotations.AddTail(query(index));
-    if (m_object || m_attributes.Count() != 0 || m_annotations.Count() != 0)
+    if (m_object || ChildNum() + m_attributes.Count() + m_annotations.Count() != 0)
         archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
 }
 
 void BNode::LetGo()
 {
-    m_isSound = false;
     ++m_listChanges;
     const SP<BSmartObj> object = std::move(m_object);
+    const ChildList children = TakeChildren();
     const auto attributes = std::move(m_attributes);
     const auto annotations = std::move(m_annotations);
 }

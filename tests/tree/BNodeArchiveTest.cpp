@@ -237,6 +237,20 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
     }
 }
 
+TEST_F(BNodeArchiveTest, ARefusedTreeLeavesTheNodesThatWereGivenAlone)
+{
+    Put({{{2, 3, 3}, 0, 4}, {{}, 1}, {{}, 1}, {{}, 0, 4}});
+    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+    const SP<BNode> part = TakeOutAs<BNode>(archive, "2");
+    ASSERT_TRUE(part);
+    EXPECT_FALSE(archive.TakeOut("1"));
+    EXPECT_EQ(part->Parent(), nullptr);
+    EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(2)), part);
+    EXPECT_FALSE(archive.QueryObject(archive.IndexToPtr(3)));
+    EXPECT_FALSE(archive.VerifyObjects());
+    EXPECT_FALSE(archive.TakeOut("2")) << "the archive is spoiled";
+}
+
 // Wherever it stands, and whatever stands below it.
 TEST_F(BNodeArchiveTest, ADerivedNodeMayHaveAPayloadOfItsOwn)
 {
