@@ -12,8 +12,9 @@ namespace platform {
 /// A new content for a file: written beside it and moved over it, so that the old content is whole
 /// until the new one is complete, also when the process dies.
 ///
-/// The file keeps its permissions, and a symbolic link keeps leading to it. A read-only file is
-/// refused. A file that is not there yet comes into being.
+/// The file keeps its permissions, and a symbolic link keeps leading to it. A file that is not
+/// there yet comes into being, off Windows also where a link leads. A read-only file is refused, as
+/// is a path that the system fails to look at, and a pipe that nobody reads.
 ///
 /// Where no sibling can be made, or given the same owner, or moved over the file (one that is
 /// mounted alone), `Commit` copies the complete new content over the old one; until then it gathers
@@ -37,7 +38,7 @@ public:
     FileReplacement& operator=(const FileReplacement&) = delete;
 
     /// The binary stream to write to, null when there is none: the file is refused or cannot be
-    /// written, or the new content was committed.
+    /// written, or the new content was committed. That a pipe is refused shows in `Commit`.
     [[nodiscard]] std::FILE* Stream() const noexcept;
 
     /// Where the new content gathers, for a writer that opens by name in place of `Stream()` and

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
 #include <random>
 #include <string>
 #include <sys/stat.h>
@@ -17,6 +18,15 @@
 namespace platform {
 
 struct FileReplacement::State {
+    State() = default;
+    ~State()
+    {
+        if (!draft.empty())
+            ::unlink(draft.c_str());
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
     platform::Stream stream;
     std::string target; // no link
     std::string folder; // of the target
@@ -63,7 +73,7 @@ bool CopyAccessList(const std::string& from, int to)
     constexpr const char* name = "system.posix_acl_access";
     const ssize_t size = ::getxattr(from.c_str(), name, nullptr, 0);
     if (size <= 0)
-        return true; // none
+        return size == 0 || errno == ENODATA || errno == EOPNOTSUPP; // none
     std::string list(static_cast<std::size_t>(size), '\0');
     return ::getxattr(from.c_str(), name, list.data(), list.size()) == size &&
            ::fsetxattr(to, name, list.data(), list.size(), 0) == 0;
@@ -81,9 +91,10 @@ bool CopyPermissions(const std::string& from, const struct stat& original, int t
 }
 
 // An empty file beside the target with its permissions; none when there can be none.
-Descriptor CreateSibling(const std::string& target, const struct stat* original, std::string& draft)
+Descriptor CreateSibling(const std::string& folder, const std::string& target,
+                         const struct stat* original, std::string& draft)
 {
-    Descriptor file = CreateDraft(FolderOf(target), original != nullptr ? 0600 : 0666, draft);
+    Descriptor file = CreateDraft(folder, original != nullptr ? 0600 : 0666, draft);
     if (file.IsOpen() && original != nullptr && !CopyPermissions(target, *original, file.Get())) {
         ::unlink(draft.c_str());
         draft.clear();
@@ -132,10 +143,19 @@ bool Copy(std::FILE* from, std::FILE* to)
     return std::ferror(from) == 0 && std::fflush(to) == 0;
 }
 
+// None for a pipe that nobody reads, which would keep the caller waiting.
+Stream OpenToWriteOver(const std::string& target)
+{
+    constexpr int flags = O_WRONLY | O_CLOEXEC;
+    Descriptor file(::open(target.c_str(), flags | O_NONBLOCK));
+    if (file.IsOpen() && ::fcntl(file.Get(), F_SETFL, flags) != 0)
+        return nullptr;
+    return StreamOn(std::move(file), "w");
+}
+
 bool WriteOver(const std::string& target, std::FILE* draft, bool isSynchronised)
 {
-    const Stream stream =
-        StreamOn(Descriptor(::open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666)), "w");
+    const Stream stream = OpenToWriteOver(target);
     struct stat before = {}, after = {};
     if (!stream || ::fstat(::fileno(draft), &after) != 0)
         return false;
@@ -177,29 +197,27 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
 {
     State& state = *m_state;
     state.sync = sync;
-    state.target = ResolveLinks(ToNativePath(path));
+    std::optional<std::string> target = ResolveLinks(ToNativePath(path));
+    if (!target)
+        return;
+    state.target = std::move(*target);
     state.folder = FolderOf(state.target);
     struct stat original = {};
     const bool isThere = ::stat(state.target.c_str(), &original) == 0;
-    if (isThere && IsRefused(state.target, original))
+    // What the system fails to look at may be there.
+    if (isThere ? IsRefused(state.target, original) : errno != ENOENT && errno != ENOTDIR)
         return;
-    // A link that leads nowhere would be moved over, and what is no file would become one.
-    struct stat link = {};
-    const bool isLink = !isThere && ::lstat(state.target.c_str(), &link) == 0;
     Descriptor file;
-    if (isThere ? S_ISREG(original.st_mode) : !isLink)
-        file = CreateSibling(state.target, isThere ? &original : nullptr, state.draft);
+    if (!isThere || S_ISREG(original.st_mode)) // what is no file would become one
+        file =
+            CreateSibling(state.folder, state.target, isThere ? &original : nullptr, state.draft);
     state.isBeside = file.IsOpen();
-    if (!state.isBeside && (isThere ? !S_ISDIR(original.st_mode) : isLink))
+    if (!state.isBeside && isThere && !S_ISDIR(original.st_mode))
         file = CreateDraft(TemporaryFolder(), 0600, state.draft);
     state.stream = StreamOn(std::move(file), "w+");
 }
 
-FileReplacement::~FileReplacement()
-{
-    if (!m_state->draft.empty())
-        ::unlink(m_state->draft.c_str());
-}
+FileReplacement::~FileReplacement() = default;
 
 std::FILE* FileReplacement::Stream() const noexcept
 {

@@ -10,7 +10,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
-#include <new>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -103,13 +102,11 @@ bool PathExists(const WChar* path) noexcept
 }
 
 EPresence Presence(const WChar* path) noexcept
-try {
+{
     struct stat status = {};
-    if (::stat(ToNativePath(path).c_str(), &status) == 0)
+    if (::stat(NativePath(path), &status) == 0)
         return EPresence::There;
     return errno == ENOENT || errno == ENOTDIR ? EPresence::Missing : EPresence::Unknown;
-} catch (const std::bad_alloc&) {
-    return EPresence::Unknown;
 }
 
 bool RemoveFile(const WChar* path) noexcept

@@ -3,10 +3,14 @@
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -14,11 +18,11 @@ namespace {
 
 constexpr WChar kByteEscape = 0xDC00;
 
-// Above 7F a byte that is no UTF-8; the backslash because one that stands for itself separates.
 struct CFree {
     void operator()(char* text) const noexcept { std::free(text); }
 };
 
+// Above 7F a byte that is no UTF-8; the backslash because one that stands for itself separates.
 constexpr bool IsEscapedByte(UChar32 character)
 {
     return (character >= kByteEscape + 0x80 && character <= kByteEscape + 0xFF) ||
@@ -73,10 +77,27 @@ std::basic_string<WChar> FromNativePath(std::string_view path)
     return units;
 }
 
-std::string ResolveLinks(const std::string& path)
+std::optional<std::string> ResolveLinks(std::string path)
 {
-    const std::unique_ptr<char, CFree> resolved(::realpath(path.c_str(), nullptr));
-    return resolved ? resolved.get() : path;
+    const auto isMissing = [] { return errno == ENOENT || errno == ENOTDIR; };
+    constexpr int mostLinks = 40; // as the kernel has it
+    for (int i = 0; i < mostLinks; ++i) {
+        if (const std::unique_ptr<char, CFree> whole{::realpath(path.c_str(), nullptr)})
+            return whole.get();
+        struct stat status = {};
+        if (isMissing() && ::stat(path.c_str(), &status) == 0)
+            return path; // what has no name, as a pipe has behind /dev/stdout
+        if (!isMissing())
+            return std::nullopt;
+        // The last name may be a link that leads nowhere.
+        char link[PATH_MAX];
+        const ssize_t length = ::readlink(path.c_str(), link, sizeof link);
+        if (length < 0)
+            return isMissing() ? std::optional(path) : std::nullopt;
+        const std::string_view target(link, static_cast<std::size_t>(length));
+        path = target.starts_with('/') ? std::string(target) : FolderOf(path).append(target);
+    }
+    return std::nullopt;
 }
 
 std::string FolderOf(const std::string& path)

@@ -3,6 +3,7 @@
 #include "core/platform/WChar.h"
 
 #include <climits>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,8 +34,9 @@ private:
 
 [[nodiscard]] std::basic_string<WChar> FromNativePath(std::string_view path);
 
-/// Where the links of a native path lead to; `path` itself when there is nothing.
-[[nodiscard]] std::string ResolveLinks(const std::string& path);
+/// Where the links of a native path lead, also when nothing is there; none when the system fails to
+/// tell.
+[[nodiscard]] std::optional<std::string> ResolveLinks(std::string path);
 
 /// The folder of a native path with its "/"; empty for a bare name.
 [[nodiscard]] std::string FolderOf(const std::string& path);

@@ -391,33 +391,29 @@ WideText EncodeBlock(const unsigned char* data, std::size_t size)
     return digits;
 }
 
-// A file that stays there to be locked.
-Descriptor OpenLockFile(const std::string& path)
-{
-    constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
-    Descriptor file(::open(path.c_str(), flags));
-    if (!file.IsOpen() && errno == ENOENT)
-        file = Descriptor(::open(path.c_str(), flags | O_CREAT, 0444));
-    return file;
-}
-
 // Held by whoever changes files in the folder of this one, as the file itself is replaced. None
-// when nothing can be locked.
+// when nothing can be locked. All must choose the same one, so only a right that is missing, never
+// another failure, leads to the next choice.
 Descriptor OpenForLock(const std::string& nativePath)
 {
-    const std::string target = ResolveLinks(nativePath);
-    const std::string folder = FolderOf(target);
-    Descriptor file(
-        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (file.IsOpen())
+    const std::optional<std::string> target = ResolveLinks(nativePath);
+    if (!target)
+        return {};
+    constexpr int flags = O_RDONLY | O_CLOEXEC;
+    const std::string folder = FolderOf(*target);
+    Descriptor file(::open(folder.empty() ? "." : folder.c_str(), flags | O_DIRECTORY));
+    if (file.IsOpen() || errno != EACCES)
         return file;
-    // One that may not be read can take new files all the same.
+    // A folder that may not be read can take new files all the same: one that stays there.
     const std::string lock = folder + ".qd.lock";
-    file = OpenLockFile(lock);
+    file = Descriptor(::open(lock.c_str(), flags | O_NONBLOCK));
+    if (file.IsOpen() || errno != ENOENT)
+        return file;
+    file = Descriptor(::open(lock.c_str(), flags | O_NONBLOCK | O_CREAT, 0444));
+    if (file.IsOpen() || (errno != EACCES && errno != EROFS))
+        return file;
     // When it takes none, the file stays the same one.
-    if (!file.IsOpen() && errno == EACCES && ::access(lock.c_str(), F_OK) != 0)
-        file = Descriptor(::open(target.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    return file;
+    return Descriptor(::open(target->c_str(), flags | O_NONBLOCK));
 }
 
 // False while someone else holds it. A file system without locks has no one who does.
@@ -426,7 +422,7 @@ bool Lock(const Descriptor& file)
     constexpr int stepUs = 200, mostSteps = 50'000; // 10 s
     for (int step = 0; ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0; ++step) {
         if (errno != EWOULDBLOCK && errno != EINTR)
-            return true;
+            return errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL;
         if (step == mostSteps)
             return false;
         ::usleep(stepUs);

@@ -14,6 +14,16 @@
 namespace platform {
 
 struct FileReplacement::State {
+    State() = default;
+    ~State()
+    {
+        stream.reset();
+        if (!draft.empty())
+            ::DeleteFileW(draft.c_str());
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
     platform::Stream stream;
     std::wstring target; // no link
     std::wstring draft;  // empty: there is none, or it was moved
@@ -24,19 +34,25 @@ struct FileReplacement::State {
 
 namespace {
 
-// Where links lead to; `path` itself when there is nothing.
-std::wstring ResolveLinks(const WChar* path)
+bool IsMissing(DWORD error)
+{
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+// The file behind the links; empty when that is no file, or the system fails to tell. Not every
+// file system tells the name of an open file.
+std::wstring ResolveLinks(const WChar* path, DWORD attributes)
 {
     const Handle file(::CreateFileW(path, FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!file.IsOpen())
+        return {};
     constexpr DWORD longestPath = 0x8000;
     std::wstring resolved(longestPath, L'\0');
-    const DWORD length =
-        file.IsOpen() ? ::GetFinalPathNameByHandleW(file.Get(), resolved.data(), longestPath, 0)
-                      : 0;
+    const DWORD length = ::GetFinalPathNameByHandleW(file.Get(), resolved.data(), longestPath, 0);
     if (length == 0 || length >= longestPath)
-        return path;
+        return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 ? path : std::wstring();
     resolved.resize(length);
     return resolved;
 }
@@ -89,6 +105,13 @@ Stream StreamOn(Handle file)
     if (!stream)
         _close(descriptor);
     return stream;
+}
+
+bool IsRefused(const std::wstring& target)
+{
+    const DWORD attributes = ::GetFileAttributesW(target.c_str());
+    return attributes == INVALID_FILE_ATTRIBUTES ||
+           (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0;
 }
 
 bool SyncFile(int file)
@@ -161,10 +184,13 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
 {
     State& state = *m_state;
     state.sync = sync;
-    state.target = ResolveLinks(path);
-    const DWORD attributes = ::GetFileAttributesW(state.target.c_str());
+    const DWORD attributes = ::GetFileAttributesW(path);
     state.isThere = attributes != INVALID_FILE_ATTRIBUTES;
-    if (state.isThere && (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0)
+    // What the system fails to look at may be there. A link that leads nowhere is refused.
+    if (!state.isThere && !IsMissing(::GetLastError()))
+        return;
+    state.target = state.isThere ? ResolveLinks(path, attributes) : path;
+    if (state.target.empty() || (state.isThere && IsRefused(state.target)))
         return;
     Handle file = CreateDraft(FolderOf(state.target), state.draft);
     state.isBeside = file.IsOpen();
@@ -174,12 +200,7 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
         state.stream = StreamOn(std::move(file));
 }
 
-FileReplacement::~FileReplacement()
-{
-    m_state->stream.reset();
-    if (!m_state->draft.empty())
-        ::DeleteFileW(m_state->draft.c_str());
-}
+FileReplacement::~FileReplacement() = default;
 
 std::FILE* FileReplacement::Stream() const noexcept
 {

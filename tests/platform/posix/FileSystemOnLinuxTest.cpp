@@ -1,8 +1,10 @@
 #include "core/file/BFile.h"
 #include "core/platform/FileReplacement.h"
+#include "core/platform/FileStream.h"
 #include "core/platform/FileSystem.h"
 #include "core/platform/posix/NativePath.h"
 
+#include "tests/AsNobody.h"
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
@@ -108,6 +110,57 @@ TEST(FileSystemOnLinux, ReplacementKeepsPermissionsAndLinks)
     EXPECT_TRUE(fs::is_symlink(folder / "link"));
     EXPECT_EQ(FileBytes(folder / "file"), "new");
     EXPECT_EQ(fs::status(folder / "file").permissions(), fs::perms{0640});
+}
+
+TEST(FileSystemOnLinux, ReplacementFollowsALinkThatLeadsNowhere)
+{
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "elsewhere");
+    fs::create_symlink("elsewhere/file", folder / "second");
+    fs::create_symlink("second", folder / "first");
+    platform::FileReplacement replacement(folder.Path("first"));
+    ASSERT_NE(replacement.Stream(), nullptr);
+    std::fputs("new", replacement.Stream());
+    ASSERT_TRUE(replacement.Commit());
+    EXPECT_TRUE(fs::is_symlink(folder / "first") && fs::is_symlink(folder / "second"));
+    EXPECT_EQ(FileBytes(folder / "elsewhere/file"), "new");
+}
+
+// No right to look stands for every failure to look.
+TEST(FileSystemOnLinux, NothingReplacesWhatCannotBeLookedAt)
+{
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "closed");
+    WriteFileBytes(folder / "closed/file", "old");
+    fs::create_symlink("closed/file", folder / "link");
+    fs::create_symlink("loop", folder / "loop");
+    EXPECT_EQ(platform::FileReplacement(folder.Path("loop")).Stream(), nullptr);
+    fs::permissions(folder / "", fs::perms{0777});
+    fs::permissions(folder / "closed", fs::perms{0});
+    EXPECT_TRUE(HoldsForNobody([&] {
+        return ::access((folder / "closed/file").c_str(), F_OK) == 0 || // who is nobody's superior
+               (platform::Presence(folder.Path("link")) == platform::EPresence::Unknown &&
+                platform::FileReplacement(folder.Path("link")).Stream() == nullptr);
+    }));
+    fs::permissions(folder / "closed", fs::perms{0700});
+    EXPECT_TRUE(fs::is_symlink(folder / "link"));
+}
+
+TEST(FileSystemOnLinux, SavingToAPipeThatNobodyReadsFails)
+{
+    const TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    platform::FileReplacement replacement(folder.Path("pipe"));
+    ASSERT_NE(replacement.Stream(), nullptr);
+    std::fputs("new", replacement.Stream());
+    EXPECT_FALSE(replacement.Commit());
+    const platform::Stream reader = platform::OpenStream(folder.Path("pipe"), u"rb");
+    platform::FileReplacement second(folder.Path("pipe"));
+    std::fputs("new", second.Stream());
+    EXPECT_TRUE(second.Commit());
+    char text[4] = {};
+    EXPECT_EQ(std::fread(text, 1, sizeof text, reader.get()), 3u);
+    EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
 }
 
 TEST(FileSystemOnLinux, ReplacesInPlaceWhatCannotHaveASibling)
