@@ -7,17 +7,18 @@
 
 /// Private profiles: text files of sections with "key=value" lines, as Windows keeps settings.
 ///
-///     file      lines, each ended by a line feed or by the end of the file; UTF-16 with a
+///     file      lines, each ended by CR LF, LF, CR or by the end of the file; UTF-16 with a
 ///               byte-order mark, else 8-bit text in the ANSI code page
 ///     line      "[" section "]", or key "=" value, or ";" and a comment, or nothing
 ///
 /// Names go without regard to case. Blanks around names and values do not count, nor does what
 /// follows the last "]" of a section's line; one pair of quotes around a value, single or double,
-/// is taken off when it is read. Of equal names the first counts. The keys before the first section
-/// belong to the section "". A line without "=" is no key, but stands in the section.
+/// is taken off when it is read. Of equal names the first counts. The section "" is "[]";
+/// what stands before the first section belongs to none. A line without "=" is no key, but stands
+/// in the section.
 ///
-/// A profile that is missing or cannot be read is an empty one. No function throws or takes null
-/// unless it says so; results are cut to `room` units, the terminating 0 included.
+/// A profile that is missing or cannot be read is an empty one to a reader. No function throws or
+/// takes null unless it says so; results are cut to `room` units, the terminating 0 included.
 ///
 /// Off Windows a parsed profile is kept and used again as long as the file's identity, size and
 /// times stay, a path without a folder leads to the current one (on Windows to the Windows folder),
@@ -28,7 +29,7 @@ namespace platform {
 /// `GetPrivateProfileStringW`: the value of `key`, or `fallback` without its trailing blanks when
 /// there is none. The result is the length. For a null `key` it is instead the names of all keys of
 /// the section in the order of the file, each with a 0, and one more 0 that the length leaves out;
-/// of a list that was cut the length is `room` - 2.
+/// of a list that was cut, or fits without a unit to spare, the length is `room` - 2.
 std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar* key,
                             const WChar* fallback, WChar* buffer, std::size_t room) noexcept;
 
@@ -51,7 +52,8 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 /// Users of whom only some may read the folder do not wait for each other.
 ///
 /// What a writer answers tells whether the file holds the change; it is false when the others let
-/// the profile go for no 10 seconds. Off Windows each change replaces the file whole, so that
+/// the profile go for no 10 seconds, and when the file could not be read, which then stays as it
+/// is. Off Windows each change replaces the file whole, so that
 /// readers see the old or the new one also when the process dies (not when the power fails): it
 /// keeps owner and permissions, a link keeps leading to it, and a read-only file is refused. Only
 /// where no file can be made beside it or moved over it, it is written in place; a crash meanwhile

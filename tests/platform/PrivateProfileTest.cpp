@@ -106,7 +106,6 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
         Text section, key, value;
     };
     const Case cases[] = {
-        {QD_W(""), QD_W("early"), QD_W("0")},
         {QD_W("S"), QD_W("k"), QD_W("1")}, // the first of equal keys
         {QD_W("s"), QD_W("K"), QD_W("1")}, // without regard to case
         {QD_W(" S "), QD_W(" k "), QD_W("1")},
@@ -137,6 +136,29 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
     EXPECT_EQ(Sections(), QD_W("S|T|U|s|W]x|"));
 }
 
+TEST_F(PrivateProfile, EndsALineAtEitherLineEnd)
+{
+    struct Case {
+        std::string text;
+        Text sections, lines; // the lines of S
+    };
+    const Case cases[] = {
+        {"a=1\r[S]\rk=1\rl=2\r[T]\rx=y\r", QD_W("S|T|"), QD_W("k=1|l=2|")},
+        {"[S]\nk=1\rl=2\nm=3\n", QD_W("S|"), QD_W("k=1|l=2|m=3|")},
+        {"[S]\r\nk=1\r\r\nl=2\n\rm=3\r\n\n", QD_W("S|"), QD_W("k=1|l=2|m=3|")},
+        {Utf16("[S]\rk=1\r\r[T]\r"), QD_W("S|T|"), QD_W("k=1|")},
+        {std::string("[S]\r\nk=1\r\n\0", 11), QD_W("S|"), QD_W("k=1|")}, // a 0 is no line
+        {std::string("[S]\rk=1\0\0", 10), QD_W("S|"), QD_W("k=1|")},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        WriteFileBytes(m_file, c.text);
+        EXPECT_EQ(Sections(), c.sections);
+        EXPECT_EQ(Lines(QD_W("S")), c.lines);
+        EXPECT_EQ(Read(QD_W("S"), QD_W("k")), QD_W("1"));
+    }
+}
+
 TEST_F(PrivateProfile, ReadsAMissingFileAsAnEmptyOne)
 {
     EXPECT_EQ(Read(QD_W("S"), QD_W("k"), QD_W("  some text  ")), QD_W("  some text"));
@@ -146,7 +168,6 @@ TEST_F(PrivateProfile, ReadsAMissingFileAsAnEmptyOne)
     platform::ProfileUpdate update(m_path);
     EXPECT_TRUE(update.SetText(QD_W("S"), QD_W("k"), nullptr));
     EXPECT_TRUE(update.RemoveSection(QD_W("S")));
-    EXPECT_FALSE(std::filesystem::exists(m_file));
     EXPECT_FALSE(platform::ProfileUpdate(m_folder.Path("none/settings.ini"))
                      .SetText(QD_W("S"), QD_W("k"), QD_W("v")));
     EXPECT_FALSE(
@@ -168,8 +189,11 @@ TEST_F(PrivateProfile, CutsWhatIsTooLong)
     EXPECT_EQ(read(QD_W("none"), 5), QD_W("defa"));
     EXPECT_EQ(read(nullptr, 8), QD_W("abc|de"));
     EXPECT_EQ(read(nullptr, 11), QD_W("abc|defg|"));
+    EXPECT_EQ(read(nullptr, 10), QD_W("abc|defg")); // no unit to spare
     WChar buffer[kRoom];
     EXPECT_EQ(platform::ReadProfileSectionNames(m_path, buffer, 5), 3U);
+    EXPECT_EQ(platform::ReadProfileSectionNames(m_path, buffer, 9), 7U);
+    EXPECT_EQ(platform::ReadProfileSectionNames(m_path, buffer, 10), 8U);
     EXPECT_EQ(platform::ReadProfileSection(m_path, QD_W("Section"), buffer, 10), 8U);
     EXPECT_EQ(Listed(buffer, 10), QD_W("abc=0123||"));
 }
@@ -188,7 +212,6 @@ TEST_F(PrivateProfile, WritesWhereTheOtherPlatformDoes)
         {"", s, k, QD_W("v"), "[S]\r\nk=v\r\n"},
         {"", s, k, QD_W(""), "[S]\r\nk=\r\n"},
         {"a=1", s, n, two, "a=1\r\n[S]\r\nn=2\r\n"},
-        {"a=1", QD_W(""), n, two, "a=1\r\nn=2\r\n"},
         {"[S]\r\nk=1", s, n, two, "[S]\r\nk=1\r\nn=2\r\n"},
         {"[S]\r\nk=1", s, k, two, "[S]\r\nk=2\r\n"},
         {"[S]", s, n, two, "[S]\r\nn=2\r\n"},

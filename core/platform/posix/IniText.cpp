@@ -22,6 +22,12 @@ constexpr bool IsBlank(Unit unit)
 }
 
 template <class Unit>
+constexpr bool IsLineEnd(Unit unit)
+{
+    return unit == Unit('\n') || unit == Unit('\r');
+}
+
+template <class Unit>
 std::basic_string_view<Unit> TrimLeft(std::basic_string_view<Unit> text)
 {
     while (!text.empty() && IsBlank(text.front()))
@@ -180,7 +186,7 @@ template <class Unit>
 WideText IniText<Unit>::Sections(std::size_t enough) const
 {
     WideText list;
-    for (std::size_t i = 1; i < m_sections.size() && list.size() < enough; ++i) {
+    for (std::size_t i = 0; i < m_sections.size() && list.size() < enough; ++i) {
         const Line line = LineAt(m_sections[i]);
         if (!line.name.empty())
             list.append(Widen(line.name)).push_back(0);
@@ -195,30 +201,22 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
     Text name = Narrow<Unit>(Trim(key));
     const std::uint32_t inSection = FindSection(Fold(Trim(section)));
     const std::uint32_t found = FindKey(inSection, Fold(Trim(key)));
-    std::size_t begin = 0, count = 0;
-    if (found != HashIndex::kNone) {
-        begin = m_keys[found].begin;
-        const Line line = LineAt(begin);
-        if (line.hasValue && line.value == written)
-            return false;
-        name = line.name;
-        count = line.next - begin;
-    }
-    Text line = name;
-    line.append(1, Unit('=')).append(written);
     if (found == HashIndex::kNone) {
-        line += LineEnd<Unit>();
+        const Text line = name + Unit('=') + written + LineEnd<Unit>();
         if (inSection != HashIndex::kNone)
             InsertKey(inSection, name, line);
         else
             AppendSection(Trim(section), line);
         return true;
     }
-    // The line keeps its end.
-    const View old = View(m_text).substr(begin, count);
-    const bool isEnded = old.ends_with(Unit('\n'));
-    line += !isEnded || old.ends_with(LineEnd<Unit>()) ? LineEnd<Unit>() : Text(1, Unit('\n'));
-    Replace(begin, count, line);
+    const std::size_t begin = m_keys[found].begin;
+    const Line old = LineAt(begin);
+    if (old.hasValue && old.value == written)
+        return false;
+    name = old.name;
+    Text line = name + Unit('=') + written;
+    line += old.end < old.next ? m_text.substr(old.end, old.next - old.end) : LineEnd<Unit>();
+    Replace(begin, old.next - begin, line);
     if (!ReadsAs(begin, name, line.size()))
         Index();
     return true;
@@ -248,8 +246,7 @@ void IniText<Unit>::Index()
     m_keys.clear();
     m_sectionIndex.Clear();
     m_keyIndex.Clear();
-    AddSection({}, 0);
-    std::uint32_t section = 0; // none within a section whose name was there before
+    std::uint32_t section = HashIndex::kNone; // also within one whose name was there before
     for (std::size_t begin = 0; begin < m_text.size();) {
         const Line line = LineAt(begin);
         if (line.kind == EKind::Section) {
@@ -270,11 +267,14 @@ template <class Unit>
 auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
 {
     Line line;
-    const View rest = View(m_text).substr(begin);
-    const std::size_t end = std::min(rest.find(Unit('\n')), rest.size());
-    line.next = begin + std::min(end + 1, rest.size());
-    const View text = Trim(rest.substr(0, end));
-    if (text.empty())
+    line.end = begin;
+    while (line.end < m_text.size() && !IsLineEnd(m_text[line.end]))
+        ++line.end;
+    const View end = View(m_text).substr(line.end, 2);
+    const bool isPair = end.size() == 2 && end[0] == Unit('\r') && end[1] == Unit('\n');
+    line.next = line.end + (isPair ? 2 : std::min<std::size_t>(end.size(), 1));
+    const View text = Trim(View(m_text).substr(begin, line.end - begin));
+    if (text.empty() || text.front() == Unit(0))
         return line;
     line.kind = text.front() == Unit(';') ? EKind::Comment : EKind::Key;
     const std::size_t close = text.front() == Unit('[') ? text.rfind(Unit(']')) : View::npos;
@@ -301,7 +301,7 @@ template <class Unit>
 std::uint32_t IniText<Unit>::FindSection(const WideText& foldedName) const
 {
     return m_sectionIndex.Find(HashOf(foldedName, 0), [&](std::uint32_t number) {
-        return number == 0 ? foldedName.empty() : IsNamed(m_sections[number], foldedName);
+        return IsNamed(m_sections[number], foldedName);
     });
 }
 
@@ -342,11 +342,13 @@ std::size_t IniText<Unit>::SectionEnd(std::uint32_t section) const noexcept
 template <class Unit>
 std::size_t IniText<Unit>::PlaceForKey(std::uint32_t section) const
 {
-    const std::size_t begin = m_sections[section];
+    const auto isNothing = [](Unit unit) {
+        return IsBlank(unit) || IsLineEnd(unit) || unit == Unit(0);
+    };
     std::size_t place = SectionEnd(section);
-    while (place > begin && (IsBlank(m_text[place - 1]) || m_text[place - 1] == Unit('\n')))
+    while (isNothing(m_text[place - 1])) // its own line is something
         --place;
-    return place > begin ? LineAt(place - 1).next : begin;
+    return LineAt(place - 1).next;
 }
 
 template <class Unit>
@@ -375,9 +377,9 @@ void IniText<Unit>::Replace(std::size_t begin, std::size_t count, const Text& by
     m_text.replace(begin, count, by);
     const auto end = static_cast<std::uint32_t>(begin + count);
     const auto growth = static_cast<std::uint32_t>(by.size() - count); // modulo 2^32
-    for (std::size_t i = 1; i < m_sections.size(); ++i) {
-        if (m_sections[i] >= end)
-            m_sections[i] += growth;
+    for (std::uint32_t& section : m_sections) {
+        if (section >= end)
+            section += growth;
     }
     for (Key& key : m_keys) {
         if (key.begin >= end)
@@ -397,7 +399,7 @@ template <class Unit>
 void IniText<Unit>::InsertKey(std::uint32_t section, const Text& key, const Text& line)
 {
     std::size_t place = PlaceForKey(section);
-    if (place > 0 && m_text[place - 1] != Unit('\n')) { // the end of the text
+    if (!IsLineEnd(m_text[place - 1])) { // the end of the text
         m_text += LineEnd<Unit>();
         place = m_text.size();
     }
@@ -411,7 +413,7 @@ void IniText<Unit>::InsertKey(std::uint32_t section, const Text& key, const Text
 template <class Unit>
 void IniText<Unit>::AppendSection(WideView name, const Text& line)
 {
-    if (!m_text.empty() && m_text.back() != Unit('\n'))
+    if (!m_text.empty() && !IsLineEnd(m_text.back()))
         m_text += LineEnd<Unit>();
     m_text.append(1, Unit('[')).append(Narrow<Unit>(name)).append(1, Unit(']'));
     m_text.append(LineEnd<Unit>()).append(line);

@@ -47,14 +47,15 @@ private:
 /// The text of a private profile, and where its sections and keys stand in it. Lines that a change
 /// does not concern stay as they are.
 ///
-///     line      blanks, then up to a line feed or the end of the text:
+///     line      blanks, then up to CR LF, LF, CR or the end of the text:
 ///               "[" name "]" any       a section; the last "]" of the line counts
 ///               ";" any                a comment
 ///               name "=" value         a key; the first "=" counts
 ///               name                   a key without a value
 ///               nothing
 ///
-/// Blanks (" ", tab, CR) around lines, names and values do not count, and a 0 ends a name or value.
+/// Blanks (" ", tab) around lines, names and values do not count, and a 0 ends a name or value; a
+/// line that begins with one is nothing. What stands before the first section belongs to none.
 /// Names go without regard to case; of equal ones the first counts. `Unit` is WChar, or char for
 /// text in the ANSI code page. Time is linear in the text, and the index takes a few bytes a name.
 template <class Unit>
@@ -89,6 +90,7 @@ public:
 private:
     enum class EKind { Blank, Comment, Section, Key };
     struct Line {
+        std::size_t end = 0;  // where its line end begins
         std::size_t next = 0; // where the next line begins
         EKind kind = EKind::Blank;
         bool hasValue = false;
@@ -119,8 +121,7 @@ private:
     bool Remove(std::size_t begin, std::size_t end);
 
     Text m_text;
-    // Where each begins, in the order of the text; the first is what stands before any section.
-    std::vector<std::uint32_t> m_sections;
+    std::vector<std::uint32_t> m_sections; // where each begins, in the order of the text
     std::vector<Key> m_keys; // the first of each name in the first section of each name
     HashIndex m_sectionIndex, m_keyIndex;
 };

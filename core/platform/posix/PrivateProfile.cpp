@@ -298,11 +298,10 @@ try {
     if (state == ELoad::Failed)
         return false;
     ParsedFile& parsed = taken.front();
-    if (std::visit(change, parsed.profile.text)) {
+    // Intended: a file that is missing is made even when nothing stands in it.
+    if (std::visit(change, parsed.profile.text) || state == ELoad::Missing) {
         if (!Save(parsed))
             return false;
-    } else if (state == ELoad::Missing) {
-        return true;
     } else if (::access(parsed.nativePath.c_str(), W_OK) != 0) {
         return false;
     }
@@ -323,7 +322,8 @@ std::size_t CopyText(WideView text, WChar* buffer, std::size_t room)
 
 std::size_t CopyList(WideView list, WChar* buffer, std::size_t room)
 {
-    if (list.size() < room || room < 2)
+    // Intended: one that just fits answers as one that was cut.
+    if (list.empty() || list.size() + 1 < room || room < 2)
         return CopyText(list, buffer, room);
     const std::size_t length = list.copy(buffer, room - 2);
     buffer[length] = buffer[length + 1] = 0;

@@ -1,5 +1,6 @@
 #include "core/platform/PrivateProfile.h"
 
+#include "tests/AsNobody.h"
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <chrono>
 #include <fcntl.h>
-#include <functional>
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -31,30 +31,6 @@ std::u16string Read(const WString& path, const WChar* section, const WChar* key)
     return {buffer, platform::ReadProfileText(path, section, key, u"(nothing)", buffer, 100)};
 }
 
-// A process without the rights of the superuser, who may write everywhere.
-pid_t StartAsNobody(const std::function<bool()>& isTrue)
-{
-    const pid_t child = ::fork();
-    if (child == 0) {
-        constexpr uid_t nobody = 65534;
-        const bool isNobody = ::geteuid() != 0 || ::setuid(nobody) == 0;
-        ::_exit(isNobody && isTrue() ? 0 : 1);
-    }
-    return child;
-}
-
-bool Held(pid_t child)
-{
-    int status = 1;
-    ::waitpid(child, &status, 0);
-    return status == 0;
-}
-
-bool HoldsForNobody(const std::function<bool()>& isTrue)
-{
-    return Held(StartAsNobody(isTrue));
-}
-
 } // namespace
 
 TEST(PrivateProfileOnLinux, KeepsEveryOtherLineAsItStands)
@@ -69,12 +45,16 @@ TEST(PrivateProfileOnLinux, KeepsEveryOtherLineAsItStands)
         {text, u"S", u"K", u"3", "; head\n\n[S]\nk=3\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1"},
         {text, u"S", u"n", u"3",
          "; head\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\nn=3\r\n\n\n[T] tail\r\n\r\nx=1"},
-        {text, u"", u"n", u"3",
-         "; head\nn=3\r\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1"},
+        {text, u"", u"n", u"3", text + "\r\n[]\r\nn=3\r\n"}, // no section is no section ""
+        {"a=1", u"", u"a", nullptr, "a=1"},
         {text, u"T", u"x", u"3",
          "; head\n\n[S]\n  k = 1 ; x\n\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=3\r\n"},
         {text, u"S", u"l", nullptr, "; head\n\n[S]\n  k = 1 ; x\n\n;c\n\n\n[T] tail\r\n\r\nx=1"},
-        {"\n\n[S]\n", u"", u"n", u"3", "n=3\r\n\n\n[S]\n"},
+        {"[]\nn=1\n", u"", u"n", u"3", "[]\nn=3\n"},
+        {"[S]\rk=1\r\r[T]\rx=1", u"S", u"k", u"3", "[S]\rk=3\r\r[T]\rx=1"},
+        {"[S]\rk=1\r\r[T]\rx=1", u"S", u"n", u"3", "[S]\rk=1\rn=3\r\n\r[T]\rx=1"},
+        {"[S]\rk=1\r", u"T", u"n", u"3", "[S]\rk=1\r[T]\r\nn=3\r\n"},
+        {std::string("[S]\nk=1\n\0", 9), u"S", u"n", u"3", std::string("[S]\nk=1\nn=3\r\n\0", 14)},
         {"[\xC4]\nstra\xDF"
          "e=1\n",
          u"\u00E4", u"STRA\u00DFE", u"2",
@@ -95,6 +75,15 @@ TEST(PrivateProfileOnLinux, KeepsEveryOtherLineAsItStands)
         EXPECT_EQ(FileBytes(folder / "p.ini"), c.after);
     }
     EXPECT_EQ(Read(folder.Path("p.ini"), u"T", u"[k"), u"(nothing)");
+}
+
+TEST(PrivateProfileOnLinux, RemovingFromAMissingFileMakesAnEmptyOne)
+{
+    const TemporaryFolder folder;
+    EXPECT_TRUE(Set(folder.Path("key.ini"), u"S", u"k", nullptr));
+    EXPECT_TRUE(platform::ProfileUpdate(folder.Path("section.ini")).RemoveSection(u"S"));
+    for (const char* name : {"key.ini", "section.ini"})
+        EXPECT_TRUE(fs::exists(folder / name) && fs::is_empty(folder / name)) << name;
 }
 
 TEST(PrivateProfileOnLinux, KeepsPermissionsOwnerAndLinks)
