@@ -69,9 +69,13 @@ public:
     [[nodiscard]] bool IsLocked() const noexcept { return m_state != nullptr; }
 
     /// `WritePrivateProfileStringW`. Null `value` removes the key: true also when it is not there.
-    /// A new key goes to the end of its section, a new section to the end of the file; a file that
-    /// is missing is made, 8-bit.
+    /// A new key goes to the end of its section, a new section to the end of the file. A file that
+    /// is missing is made, 8-bit; removing makes an empty one.
     [[nodiscard]] bool SetText(const WChar* section, const WChar* key, const WChar* value) noexcept;
+    /// `SetText` only while the value reads as `expected`, which is empty for a key that is missing
+    /// or has no value. True also when it reads otherwise; then nothing changes.
+    [[nodiscard]] bool ExchangeText(const WChar* section, const WChar* key, const WChar* expected,
+                                    const WChar* value) noexcept;
     /// `WritePrivateProfileStructW`: upper-case hexadecimal digits of `size` bytes, then of their
     /// sum modulo 256. Null `data` removes the key.
     [[nodiscard]] bool SetBlock(const WChar* section, const WChar* key, const void* data,

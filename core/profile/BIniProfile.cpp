@@ -54,18 +54,6 @@ int BIniProfile::GetInt(const WString& key, int defaultValue) const
     return value;
 }
 
-bool BIniProfile::Read(const WString& key, WString& value) const
-{
-    const WString text = const_cast<BIniProfile&>(*this).GetString(key, WString());
-    if (!text.IsEmpty()) {
-        value = text;
-        return true;
-    }
-    if (WriteMissingKey() && !value.IsEmpty())
-        BProfile::Write(Path(), GetSection(), key, value, BProfile::EWrite::IfMissing);
-    return false;
-}
-
 bool BIniProfile::GetSections(BArray<WString>& out) const
 {
     out.RemoveAll();
@@ -95,7 +83,7 @@ void BIniProfile::DeleteKeyImpl(const WString& key) const
 
 bool BIniProfile::WriteKeyImpl(const WString& key, const WString& value) const
 {
-    return BProfile::WriteString(Path(), GetSection(), key, value) == 0;
+    return BProfile::Write(Path(), GetSection(), key, value, Replaced(key)) == 0;
 }
 
 WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
@@ -104,7 +92,7 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
         return platform::ReadProfileText(Path(), GetSection(), key, defaultValue, buffer, room);
     });
     if (*text.Text() == 0 && WriteMissingKey() && !defaultValue.IsEmpty())
-        BProfile::Write(Path(), GetSection(), key, defaultValue, BProfile::EWrite::IfMissing);
+        WriteDefault(key, defaultValue);
     return text.Text();
 }
 

@@ -29,9 +29,6 @@ public:
     /// Intended: numbers are clamped to -2147483645 to 2147483645, three short of an int's range.
     int GetInt(const WString& key, int defaultValue) const;
 
-    using IProfile::Read;
-    /// As `IProfile` has it; a default does not replace what another process wrote meanwhile.
-    bool Read(const WString& key, WString& value) const override;
     bool GetSections(BArray<WString>& out) const override;
     bool WriteMem(const WString& key, void* data, std::size_t size) const override;
     bool ReadMem(const WString& key, void* data, std::size_t size) const override;

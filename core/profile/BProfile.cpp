@@ -4,9 +4,11 @@
 #include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
 #include "core/platform/FileReplacement.h"
+#include "core/platform/FileSystem.h"
 #include "core/platform/PrivateProfile.h"
 #include "core/platform/ScanText.h"
 #include "core/profile/ProfileBuffer.h"
+#include "core/profile/WriteBack.h"
 
 #include <cstdio>
 #include <iterator>
@@ -48,10 +50,9 @@ WString BooleanText(bool value)
     return value ? QD_W("TRUE") : QD_W("FALSE");
 }
 
-bool HasText(const WString& path, const WString& section, const WString& key)
+bool IsMissing(const WString& path)
 {
-    WChar start[2];
-    return platform::ReadProfileText(path, section, key, QD_W(""), start, std::size(start)) != 0;
+    return platform::Presence(path) == platform::EPresence::Missing;
 }
 
 } // namespace
@@ -61,22 +62,36 @@ BProfile::BProfile(WString path, EProfileMode mode)
     , m_section(QD_W("default"))
     , m_mode(mode)
 {
-    if (m_mode == ProfileReadOnly || (m_mode != ProfileNew && BFile::Exist(m_path)) ||
+    if (m_mode == ProfileReadOnly || (m_mode != ProfileNew && !IsMissing(m_path)) ||
         !MakeFolder(m_path))
         return;
     const platform::ProfileUpdate update(m_path);
-    if (update.IsLocked() && (m_mode == ProfileNew || !BFile::Exist(m_path)))
+    if (update.IsLocked() && (m_mode == ProfileNew || IsMissing(m_path)))
         CreateNew(m_path);
 }
 
-BProfile::BProfile(const BProfile& other) = default;
-BProfile& BProfile::operator=(const BProfile& other) = default;
+BProfile::BProfile(const BProfile& other)
+    : BProfileBase(other)
+    , m_path(other.m_path)
+    , m_section(other.m_section)
+    , m_mode(other.m_mode)
+{}
+
+BProfile& BProfile::operator=(const BProfile& other)
+{
+    BProfileBase::operator=(other);
+    m_path = other.m_path;
+    m_section = other.m_section;
+    m_mode = other.m_mode;
+    return *this;
+}
+
 BProfile::~BProfile() = default;
 
 int BProfile::WriteString(const WString& path, const WString& section, const WString& key,
                           const WString& value)
 {
-    return Write(path, section, key, value, EWrite::Always);
+    return Write(path, section, key, value, nullptr);
 }
 
 bool BProfile::IsValid() const
@@ -102,7 +117,8 @@ bool BProfile::WriteString(int index, WString key, WString value)
 bool BProfile::WriteString(WString key, WString value)
 {
     CheckMode();
-    return WriteString(m_path, m_section, key, value) == 0;
+    return Write(m_path, m_section, key, value, WriteBack::Replaced(m_writeBack, m_section, key)) ==
+           0;
 }
 
 bool BProfile::WriteInt(int index, WString key, int value)
@@ -153,8 +169,10 @@ WString BProfile::ReadString(WString key, WString defaultValue)
     });
     if (*text.Text() != 0)
         return text.Text();
-    if (!defaultValue.IsEmpty())
-        WriteDefault(key, defaultValue);
+    const WString nothing;
+    const WriteBack writeBack(m_writeBack, m_section, key, nothing);
+    if (m_mode != ProfileReadOnly && !defaultValue.IsEmpty())
+        WriteString(key, defaultValue);
     return defaultValue;
 }
 
@@ -168,7 +186,9 @@ int BProfile::ReadInt(WString key, int defaultValue)
     constexpr std::size_t room = 256;
     const WString text = ReadShort(key, room);
     if (text.IsEmpty()) {
-        WriteDefault(key, WString::FromInt(defaultValue));
+        const WriteBack writeBack(m_writeBack, m_section, key, text);
+        if (m_mode != ProfileReadOnly)
+            WriteInt(key, defaultValue);
         return defaultValue;
     }
     const WChar* rest = text;
@@ -186,7 +206,9 @@ double BProfile::ReadDouble(WString key, double defaultValue)
     constexpr std::size_t room = 128;
     const WString text = ReadShort(key, room);
     if (text.IsEmpty()) {
-        WriteDefault(key, DoubleText(defaultValue));
+        const WriteBack writeBack(m_writeBack, m_section, key, text);
+        if (m_mode != ProfileReadOnly)
+            WriteDouble(key, defaultValue);
         return defaultValue;
     }
     double value = defaultValue; // kept when there is no number; what follows one does not matter
@@ -210,7 +232,9 @@ bool BProfile::ReadBoolean(WString key, bool defaultValue)
     const WString text = ReadShort(key, room);
     if (!text.IsEmpty())
         return text.IEqual(QD_W("TRUE"));
-    WriteDefault(key, BooleanText(defaultValue));
+    const WriteBack writeBack(m_writeBack, m_section, key, text);
+    if (m_mode != ProfileReadOnly)
+        WriteBoolean(key, defaultValue);
     return defaultValue;
 }
 
@@ -234,28 +258,22 @@ bool BProfile::ExistsSection(WString section) const
 }
 
 int BProfile::Write(const WString& path, const WString& section, const WString& key,
-                    const WString& value, EWrite write)
+                    const WString& value, const WString* replaced)
 {
-    if (!BFile::Exist(path) && !MakeFolder(path))
+    using platform::EPresence;
+    if (IsMissing(path) && !MakeFolder(path))
         return kNotWritten;
     platform::ProfileUpdate update(path);
-    if (!update.IsLocked())
+    const EPresence presence = update.IsLocked() ? platform::Presence(path) : EPresence::Unknown;
+    if (presence == EPresence::Unknown || (presence == EPresence::Missing && CreateNew(path) != 0))
         return kNotWritten;
-    if (!BFile::Exist(path)) {
-        if (CreateNew(path) != 0)
-            return kNotWritten;
-    } else if (write == EWrite::IfMissing && HasText(path, section, key)) {
-        return 0;
-    } else if (value.Includes16bitChars()) {
-        BFile::ConvertToUnicode(path);
-    }
-    return update.SetText(section, key, value) ? 0 : kNotWritten;
-}
-
-void BProfile::WriteDefault(const WString& key, const WString& value) const
-{
-    if (m_mode != ProfileReadOnly)
-        Write(m_path, m_section, key, value, EWrite::IfMissing);
+    // Eight bits would keep another text than this one.
+    if (presence == EPresence::There && value.Includes16bitChars() &&
+        BFile::ConvertToUnicode(path) != 0)
+        return kNotWritten;
+    const bool isWritten = replaced != nullptr ? update.ExchangeText(section, key, *replaced, value)
+                                               : update.SetText(section, key, value);
+    return isWritten ? 0 : kNotWritten;
 }
 
 int BProfile::CreateNew(const WString& path)

@@ -5,6 +5,8 @@
 #include "core/profile/BProfileBase.h"
 #include "core/profile/EProfileMode.h"
 
+class WriteBack;
+
 /// Settings in a text file of sections with "key=value" lines, as users edit them by hand.
 ///
 /// Nothing is kept in memory: every reader looks into the file and every writer changes it at once.
@@ -13,11 +15,17 @@
 /// a folder; one that is missing is made with the file.
 ///
 /// Readers of numbers and truth values write their default for a key that is missing or empty, so
-/// that a new file fills itself with what can be set; not in a profile that is read only. A text
-/// that is no number gives the default and stays. Values are cut at 32,767 units.
+/// that a new file fills itself with what can be set; not in a profile that is read only. They do
+/// it by the writer of their kind (`ReadInt` by `WriteInt`), so that a derived class sees it, and
+/// what was put under the key since it was read stays. A text that is no number gives the default
+/// and stays. Values are cut at 32,767 units.
+///
+/// Only a file that the system calls missing is made. When it fails to look at the file or to read
+/// it, readers give their defaults, and writers change nothing and are false.
 class QD_CORE_API BProfile : public BProfileBase {
 public:
-    /// `ProfileNew` and `ProfileReadWrite` make the file; that this fails shows in the writers.
+    /// `ProfileNew` and `ProfileReadWrite` make the file. That this fails is not told: the file
+    /// stays what it was, and each writer makes a missing one.
     BProfile(WString path, EProfileMode mode);
     BProfile(const BProfile& other);
     BProfile& operator=(const BProfile& other);
@@ -59,15 +67,12 @@ public:
     bool ExistsSection(WString section) const override;
 
 private:
-    friend class BIniProfile; // writes its defaults as this class does
+    friend class BIniProfile; // writes as this class does
 
-    /// Whether a value that is there already stays: defaults must not replace what another process
-    /// wrote after they were found missing.
-    enum class EWrite { Always, IfMissing };
-
+    /// `replaced` is the text that the value may replace, any if null. 0 also when that text is not
+    /// there any more.
     static int Write(const WString& path, const WString& section, const WString& key,
-                     const WString& value, EWrite write);
-    void WriteDefault(const WString& key, const WString& value) const;
+                     const WString& value, const WString* replaced);
     /// Makes an empty file in the place of what is there; 0 or 31825.
     static int CreateNew(const WString& path);
     void CheckMode() const;
@@ -77,4 +82,5 @@ private:
     WString m_path;
     WString m_section;
     EProfileMode m_mode;
+    const WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
 };

@@ -4,6 +4,7 @@
 #include "core/platform/Path.h"
 #include "core/platform/ScanText.h"
 #include "core/platform/SystemTime.h"
+#include "core/profile/WriteBack.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -57,8 +58,24 @@ IProfile::IProfile()
     Init();
 }
 
-IProfile::IProfile(const IProfile& other) = default;
-IProfile& IProfile::operator=(const IProfile& other) = default;
+IProfile::IProfile(const IProfile& other)
+    : BSmartObj(other)
+    , m_path(other.m_path)
+    , m_section(other.m_section)
+    , m_type(other.m_type)
+    , m_writeMissingKey(other.m_writeMissingKey)
+{}
+
+IProfile& IProfile::operator=(const IProfile& other)
+{
+    BSmartObj::operator=(other);
+    m_path = other.m_path;
+    m_section = other.m_section;
+    m_type = other.m_type;
+    m_writeMissingKey = other.m_writeMissingKey;
+    return *this;
+}
+
 IProfile::~IProfile() = default;
 
 WString IProfile::GetSubProfileEntry(const WString& section, const WString& key)
@@ -230,6 +247,7 @@ bool IProfile::Read(const WString& key, int& value, int min, int max) const
         return false;
     int number = 0;
     if (!Convert(text, number)) {
+        const WriteBack writeBack(m_writeBack, m_section, key, text);
         if (WriteMissingKey())
             Write(key, value);
         return false;
@@ -256,6 +274,7 @@ bool IProfile::Read(const WString& key, float& value) const
         return false;
     if (Convert(text, value))
         return true;
+    const WriteBack writeBack(m_writeBack, m_section, key, text);
     if (WriteMissingKey())
         Write(key, widened);
     return false;
@@ -268,6 +287,7 @@ bool IProfile::Read(const WString& key, WString& value) const
         value = text;
         return true;
     }
+    const WriteBack writeBack(m_writeBack, m_section, key, text);
     if (WriteMissingKey() && !value.IsEmpty())
         Write(key, value);
     return false;
@@ -386,6 +406,18 @@ bool IProfile::Convert(const WString& text, unsigned long& value) const
 WString IProfile::Convert(int value)
 {
     return WString::FromInt(value);
+}
+
+const WString* IProfile::Replaced(const WString& key) const
+{
+    return WriteBack::Replaced(m_writeBack, m_section, key);
+}
+
+bool IProfile::WriteDefault(const WString& key, const WString& value) const
+{
+    const WString nothing;
+    const WriteBack writeBack(m_writeBack, m_section, key, nothing);
+    return WriteString(key, value);
 }
 
 void IProfile::Init() noexcept

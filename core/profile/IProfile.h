@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
+class WriteBack;
+
 /// A settings store of sections that hold named texts, and the typed values that those texts stand
 /// for. A store derives from it and supplies the primitives: `GetAllKeys`, `GetString`,
 /// `WriteKeyImpl`, `DeleteKeyImpl`, `DeleteSectionImpl`, `GetSections`, and `ReadMem` and
@@ -19,6 +21,12 @@
 /// the caller's default before the call: the reader answers whether a usable value was there, and
 /// where `WriteMissingKey()` is set, the default is written for a key that is missing. An empty
 /// value is a missing one.
+///
+/// A default goes into the store by the virtual writers (`Write`, `WriteString`, `WriteKeyImpl`),
+/// so a derived class sees it. It never replaces what another process wrote since the reader
+/// looked: a store that others change, too, asks `Replaced(key)` in its `WriteKeyImpl` and leaves
+/// any other text than that alone. This holds for the key and the section that were read, not for
+/// others that a derived writer writes besides.
 ///
 ///     int width = 800;
 ///     profile.SetSection(QD_W("Window"));
@@ -113,7 +121,8 @@ public:
 
 protected:
     virtual void DeleteKeyImpl(const WString& key) const;
-    /// Puts `value` under `key` of the current section; false when it was not written.
+    /// Puts `value` under `key` of the current section, in place of `Replaced(key)` alone unless
+    /// that is null; false when it was not written. A text that stays instead counts as written.
     virtual bool WriteKeyImpl(const WString& key, const WString& value) const;
     /// The text under `key` of the current section, `defaultValue` when there is none.
     [[nodiscard]] virtual WString GetString(const WString& key, const WString& defaultValue);
@@ -137,6 +146,11 @@ public:
     bool Write(const WString& key, const WChar* value) const { return Write(key, WString(value)); }
 
 protected:
+    /// While a reader's default for `key` of the current section is written: the text that the
+    /// reader found there, empty for none. Null for every other write. The reader's own.
+    [[nodiscard]] const WString* Replaced(const WString& key) const;
+    /// Has `WriteString` write a default for `key`, under which there is no text; its answer.
+    bool WriteDefault(const WString& key, const WString& value) const;
     /// No type, and missing keys are not written; path and section stay.
     void Init() noexcept;
     [[nodiscard]] static const char* CLASSNAME();
@@ -150,4 +164,5 @@ private:
     mutable WString m_section;
     ETypes m_type = TypeNone;
     bool m_writeMissingKey = false;
+    mutable const WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
 };

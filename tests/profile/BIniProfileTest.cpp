@@ -1,5 +1,6 @@
 #include "core/profile/BIniProfile.h"
 
+#include "core/base/BString.h"
 #include "core/profile/BProfile.h"
 
 #include "tests/FileBytes.h"
@@ -78,6 +79,41 @@ TEST_F(BIniProfileFile, WritesDefaultsWhereItShall)
     BProfile same(m_folder.Path("new\\made.ini"), ProfileReadOnly);
     same.SetSection(QD_W("S"));
     EXPECT_EQ(same.ReadInt(QD_W("n"), 0), 7);
+}
+
+TEST_F(BIniProfileFile, ADefaultGoesThroughTheWritersAndReplacesNothingThatCameMeanwhile)
+{
+    // Its writer sees what it writes, and somebody else is faster for some keys.
+    class Watched : public BIniProfile {
+    public:
+        using BIniProfile::BIniProfile;
+
+        mutable std::string seen;
+
+    protected:
+        bool WriteKeyImpl(const WString& key, const WString& value) const override
+        {
+            seen += (key + QD_W("=") + value + QD_W(" ")).AsString().CStr();
+            if (key.StartsWith(QD_W("taken")))
+                BProfile::WriteString(const_cast<Watched&>(*this).GetPath(), QD_W("S"), key,
+                                      QD_W("5"));
+            if (key != QD_W("count"))
+                Write(QD_W("count"), value); // no default
+            return BIniProfile::WriteKeyImpl(key, value);
+        }
+    };
+    WriteFileBytes(m_file, "[S]\r\nbad=x\r\ntaken bad=x\r\n");
+    const Watched profile(m_path, QD_W("S"), true);
+    for (const WChar* key : {QD_W("free"), QD_W("taken"), QD_W("bad"), QD_W("taken bad")})
+        EXPECT_EQ(profile.GetInt(key, 7), 7);
+    WString text = QD_W("t");
+    EXPECT_FALSE(profile.Read(QD_W("text"), text));
+    EXPECT_EQ(profile.seen, "free=7 count=7 taken=7 count=7 bad=7 count=7 taken bad=7 count=7 "
+                            "text=t count=t ");
+    EXPECT_EQ(FileBytes(m_file), "[S]\r\nbad=7\r\ntaken bad=5\r\ncount=t\r\nfree=7\r\ntaken=5\r\n"
+                                 "text=t\r\n");
+    EXPECT_TRUE(profile.Write(QD_W("free"), 8)); // no default
+    EXPECT_EQ(profile.GetInt(QD_W("free"), 7), 8);
 }
 
 TEST_F(BIniProfileFile, CutsLongValuesAndLists)

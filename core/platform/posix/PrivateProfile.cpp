@@ -496,6 +496,16 @@ bool ProfileUpdate::SetText(const WChar* section, const WChar* key, const WChar*
            });
 }
 
+bool ProfileUpdate::ExchangeText(const WChar* section, const WChar* key, const WChar* expected,
+                                 const WChar* value) noexcept
+{
+    return m_state && ChangeProfile(m_state->path, [&](auto& text) {
+               const std::optional<WideText> found = text.Find(section, key);
+               return WithoutQuotes(found ? *found : WideView()) == expected &&
+                      text.Set(section, key, value);
+           });
+}
+
 bool ProfileUpdate::SetBlock(const WChar* section, const WChar* key, const void* data,
                              unsigned int size) noexcept
 try {

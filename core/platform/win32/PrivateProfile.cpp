@@ -8,6 +8,7 @@
 #include <limits>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace platform {
@@ -98,6 +99,20 @@ bool ProfileUpdate::SetText(const WChar* section, const WChar* key, const WChar*
 {
     return m_state &&
            ::WritePrivateProfileStringW(section, key, value, m_state->path.c_str()) != FALSE;
+}
+
+bool ProfileUpdate::ExchangeText(const WChar* section, const WChar* key, const WChar* expected,
+                                 const WChar* value) noexcept
+try {
+    if (!m_state)
+        return false;
+    const std::wstring_view wanted(expected);
+    std::wstring found(wanted.size() + 2, L'\0'); // shows also that there is more
+    found.resize(::GetPrivateProfileStringW(section, key, L"", found.data(), Room(found.size()),
+                                            m_state->path.c_str()));
+    return found != wanted || SetText(section, key, value);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool ProfileUpdate::SetBlock(const WChar* section, const WChar* key, const void* data,

@@ -1,6 +1,8 @@
 #include "core/profile/BProfile.h"
 
+#include "tests/AsNobody.h"
 #include "tests/FileBytes.h"
+#include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -61,6 +63,58 @@ int RemoveLeftovers(const std::filesystem::path& folder)
 }
 
 } // namespace
+
+// A right that is missing stands for every failure to look at a file or to read it.
+TEST(BProfileOnLinux, NothingReplacesAFileThatCannotBeRead)
+{
+    const TemporaryFolder folder;
+    const std::string text = "[default]\r\nk=1\r\nother=2\r\n";
+    std::filesystem::create_directory(folder / "closed");
+    for (const char* name : {"closed/p.ini", "unread.ini", "a*?.ini"})
+        WriteFileBytes(folder / name, text);
+    std::filesystem::create_symlink("closed/p.ini", folder / "link.ini");
+    using std::filesystem::perms;
+    std::filesystem::permissions(folder / "", perms{0777});
+    std::filesystem::permissions(folder / "unread.ini", perms{0222});
+    std::filesystem::permissions(folder / "closed", perms{0});
+    for (const char* name : {"closed/p.ini", "unread.ini", "link.ini"}) {
+        EXPECT_TRUE(HoldsForNobody([&] {
+            BProfile profile(folder.Path(name), ProfileReadWrite);
+            return ::access((folder / "unread.ini").c_str(), R_OK) == 0 || // nobody's superior
+                   (!profile.WriteInt(u"k", 3) && profile.ReadInt(u"k", 4) == 4 &&
+                    !profile.WriteString(u"k", u"\u6E2C"));
+        })) << name;
+    }
+    // No names are wild, also in a folder that cannot be searched for them.
+    std::filesystem::permissions(folder / "", perms{0733});
+    EXPECT_TRUE(HoldsForNobody([&] {
+        BProfile profile(folder.Path("a*?.ini"), ProfileReadWrite);
+        return profile.ReadInt(u"k", 4) == 1 && profile.ReadInt(u"new", 5) == 5;
+    }));
+    std::filesystem::permissions(folder / "", perms{0700});
+    std::filesystem::permissions(folder / "closed", perms{0700});
+    EXPECT_EQ(FileBytes(folder / "closed/p.ini"), text);
+    EXPECT_EQ(FileBytes(folder / "unread.ini"), text);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.ini"));
+}
+
+TEST(BProfileOnLinux, AValueThatNeedsUnicodeIsWrittenWholeOrNotAtAll)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini"), link = folder.Path("link.ini");
+    const std::string text = "[default]\r\nk=1\r\n" + std::string(100'000, ';');
+    WriteFileBytes(folder / "p.ini", text);
+    {
+        const ResourceLimit limit(RLIMIT_FSIZE, 150'000);
+        EXPECT_FALSE(BProfile(path, ProfileReadWrite).WriteString(u"k", u"\u6E2C"));
+    }
+    EXPECT_EQ(FileBytes(folder / "p.ini"), text);
+    std::filesystem::create_symlink("new.ini", folder / "link.ini"); // where nothing is yet
+    BProfile made(link, ProfileReadOnly);
+    EXPECT_EQ(BProfile::WriteString(link, u"default", u"k", u"\u6E2C"), 0);
+    EXPECT_EQ(made.ReadString(u"k", WString()), u"\u6E2C");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.ini"));
+}
 
 TEST(BProfileOnLinux, TwoProcessesLoseNoKey)
 {
