@@ -196,24 +196,27 @@ void MakeFolders(const std::string& path)
         ::mkdir(path.substr(0, end).c_str(), 0700);
 }
 
-RegistryDatabase::FileId FileAt(const std::string& location)
+// None when the system fails to tell, which is not the same as no file.
+std::optional<RegistryDatabase::FileId> FileAt(const std::string& location)
 {
+    using FileId = RegistryDatabase::FileId;
     struct statx status = {};
     if (::statx(AT_FDCWD, location.c_str(), 0, STATX_INO | STATX_BTIME, &status) != 0)
-        return {};
-    return {.device = makedev(status.stx_dev_major, status.stx_dev_minor),
-            .inode = status.stx_ino,
-            .birthSeconds = status.stx_btime.tv_sec,
-            .birthNanoseconds = status.stx_btime.tv_nsec};
+        return errno == ENOENT || errno == ENOTDIR ? std::optional(FileId{}) : std::nullopt;
+    return FileId{.device = makedev(status.stx_dev_major, status.stx_dev_minor),
+                  .inode = status.stx_ino,
+                  .birthSeconds = status.stx_btime.tv_sec,
+                  .birthNanoseconds = status.stx_btime.tv_nsec};
 }
 
-// Makes an empty file where there is none, if it can; false when another process is too long at it.
+// Makes an empty file where there is none, if it can; false when another process is too long at it,
+// or it cannot be told whether there is one.
 // The log of one that was deleted goes first: what another process still has open of it would count
 // as the new file's. Under the folder's lock it is never the log of a file that was made meanwhile.
 bool MakeFile(const std::string& location, const std::string& folder)
 {
-    if (FileAt(location).inode != 0)
-        return true;
+    if (const auto file = FileAt(location); !file || file->inode != 0)
+        return file.has_value();
     const Descriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::uint32_t start = TickCount();
     while (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
@@ -223,12 +226,23 @@ bool MakeFile(const std::string& location, const std::string& folder)
             return false;
         ::sqlite3_sleep(1);
     }
-    if (FileAt(location).inode != 0)
-        return true;
+    if (const auto file = FileAt(location); !file || file->inode != 0)
+        return file.has_value();
     for (const char* ending : {"-wal", "-shm"})
         ::unlink((location + ending).c_str());
     const Descriptor made(::open(location.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
     return true;
+}
+
+// The log and its index got the rights of the file when they were made. Those may have allowed
+// reading alone, and others may have been given since. Fails for who does not own them.
+void ShareRights(const std::string& location)
+{
+    struct stat status = {};
+    if (::access(location.c_str(), W_OK) != 0 || ::stat(location.c_str(), &status) != 0)
+        return;
+    for (const char* ending : {"-wal", "-shm"})
+        ::chmod((location + ending).c_str(), status.st_mode & 0777);
 }
 
 DatabaseHandle OpenDatabase(const std::string& location)
@@ -238,6 +252,7 @@ DatabaseHandle OpenDatabase(const std::string& location)
     const bool isLocal = IsLocal(folder);
     if (isLocal && !MakeFile(location, folder))
         return nullptr;
+    ShareRights(location);
     sqlite3* opened = nullptr;
     const int result = ::sqlite3_open_v2(
         location.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
@@ -358,10 +373,12 @@ std::optional<RegistryDatabase::Key> RegistryDatabase::OpenKey(const Key* parent
     const std::lock_guard lock(g_lock);
     if (parent != nullptr ? !Has(*parent) : !IsOpen(FileAt(m_location)))
         return std::nullopt;
-    const FileId& file = m_connection->file;
+    const FileId file = m_connection->file;
     std::int64_t key = Descend(parent != nullptr ? parent->number : kRoot, names);
     if (names.empty())
         return Key{file, key};
+    if (!CanWrite(file))
+        return std::nullopt;
     Connection::Transaction transaction(*m_connection);
     if (!transaction.IsOpen())
         return std::nullopt;
@@ -400,7 +417,7 @@ bool RegistryDatabase::WriteValue(const Key& key, const RegistryName& name, EReg
                                   const void* data, std::size_t size)
 {
     const std::lock_guard lock(g_lock);
-    if (!Has(key))
+    if (!Has(key) || !CanWrite(key.file))
         return false;
     Connection::Transaction transaction(*m_connection);
     return transaction.IsOpen() &&
@@ -432,18 +449,18 @@ void RegistryDatabase::AfterFork() noexcept
 }
 
 // Whether there is a connection, to `file` if it is still at the location, else to the one that is.
-bool RegistryDatabase::IsOpen(const FileId& file)
+bool RegistryDatabase::IsOpen(const std::optional<FileId>& file)
 {
-    if (m_connection && m_connection->file == file)
+    if (!file)
+        return false;
+    if (m_connection && m_connection->file == *file)
         return true;
     m_connection.reset();
     DatabaseHandle database = OpenDatabase(m_location);
-    if (!database)
+    const std::optional<FileId> opened = database ? FileAt(m_location) : std::nullopt;
+    if (!opened || IsMoved(database.get()))
         return false;
-    const FileId opened = FileAt(m_location);
-    if (IsMoved(database.get()))
-        return false;
-    auto connection = std::make_unique<Connection>(std::move(database), opened);
+    auto connection = std::make_unique<Connection>(std::move(database), *opened);
     // A journal keeps the lock for as long as the disk takes. Who writes on and on would have it
     // all the time.
     connection->leavesGaps = !IsLocal(m_location);
@@ -452,12 +469,25 @@ bool RegistryDatabase::IsOpen(const FileId& file)
     return m_connection != nullptr;
 }
 
+// Whether the connection, to `file`, takes writes. SQLite goes back to reading alone for good when
+// it fails to open a file for both; that may have passed.
+bool RegistryDatabase::CanWrite(const FileId& file)
+{
+    const auto isReadOnly = [this] {
+        return ::sqlite3_db_readonly(m_connection->database.get(), "main") != 0;
+    };
+    if (!isReadOnly())
+        return true;
+    m_connection.reset();
+    return IsOpen(file) && m_connection->file == file && !isReadOnly();
+}
+
 // Whether the file of the key is at the location, and open. A file that was deleted would take what
 // is written and keep it from everybody.
 bool RegistryDatabase::Has(const Key& key)
 {
-    const FileId file = FileAt(m_location);
-    return file == key.file && IsOpen(file) && m_connection->file == file;
+    const std::optional<FileId> file = FileAt(m_location);
+    return file == key.file && IsOpen(file) && m_connection->file == key.file;
 }
 
 // Follows `names` as far as there are keys, and takes those off.

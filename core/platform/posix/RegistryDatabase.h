@@ -66,7 +66,8 @@ private:
     static void BeforeFork() noexcept;
     static void AfterFork() noexcept;
 
-    [[nodiscard]] bool IsOpen(const FileId& file);
+    [[nodiscard]] bool IsOpen(const std::optional<FileId>& file);
+    [[nodiscard]] bool CanWrite(const FileId& file);
     [[nodiscard]] bool Has(const Key& key);
     [[nodiscard]] std::int64_t Descend(std::int64_t key, std::span<const RegistryName>& names);
 

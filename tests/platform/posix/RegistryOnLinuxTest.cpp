@@ -2,6 +2,7 @@
 #include "core/platform/Registry.h"
 #include "core/profile/BConfigRegistry.h"
 
+#include "tests/AsNobody.h"
 #include "tests/FileBytes.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
@@ -206,6 +207,34 @@ TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
     EXPECT_THROW(config.Child(QD_W("new")), BError);
     ASSERT_EQ(other.Run("COMMIT"), "");
     EXPECT_EQ(Use(), 0);
+}
+
+TEST_F(RegistryOnLinux, WritesOnceItMayAgain)
+{
+    ASSERT_EQ(Use(), 0);
+    fs::permissions(m_folder / "", fs::perms{0777});
+    for (const auto& each : fs::directory_iterator(m_folder / ""))
+        static_cast<void>(::chown(each.path().c_str(), 65534, 65534)); // when allowed
+    EXPECT_TRUE(HoldsForNobody([this] {
+        fs::permissions(m_path, fs::perms{0444});
+        if (::access(m_path.c_str(), W_OK) == 0)
+            return true; // nobody's superior
+        BConfigRegistry config(QD_W("Software\\Probe"));
+        const bool isRefused = config.WriteInt(QD_W("v"), 1) == 32767;
+        fs::permissions(m_path, fs::perms{0644});
+        int value = 0;
+        return isRefused && config.WriteInt(QD_W("v"), 2) == 0 &&
+               config.ReadInt(QD_W("v"), value) == 0 && value == 2;
+    }));
+    // What the log got while the file could only be read stays when a process is killed.
+    EXPECT_TRUE(HoldsForNobody([this] {
+        for (const char* name : {"registry.db", "registry.db-wal", "registry.db-shm"}) {
+            WriteFileBytes(m_folder / name, FileBytes(m_folder / name));
+            fs::permissions(m_folder / name, fs::perms{0444});
+        }
+        fs::permissions(m_path, fs::perms{0644});
+        return Use() == 0;
+    }));
 }
 
 TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
