@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -218,18 +219,25 @@ WString BBinProfile::Section(WString mappedKey)
 }
 
 bool BBinProfile::Read()
-{
+try {
+    m_isUnread = false;
     BFile file(m_path, QD_W("rb"));
     if (file == nullptr) {
-        m_isUnread = platform::PathExists(m_path);
+        m_isUnread = platform::Presence(m_path) != platform::EPresence::Missing;
         return true;
     }
     std::uint32_t formatId = 0;
-    m_valid = std::fread(&formatId, sizeof formatId, 1, file) == 1 &&
-              (formatId == kAnsiFormatId || formatId == kUnicodeFormatId);
+    const bool hasId = std::fread(&formatId, sizeof formatId, 1, file) == 1;
+    m_isUnread = !hasId && std::ferror(file) != 0;
+    if (m_isUnread)
+        return true;
+    m_valid = hasId && (formatId == kAnsiFormatId || formatId == kUnicodeFormatId);
     if (!m_valid)
         return false;
     return formatId == kAnsiFormatId ? ReadAnsiFormat(file) : ReadUnicodeFormat(file);
+} catch (const std::bad_alloc&) {
+    m_isUnread = true;
+    return true;
 }
 
 bool BBinProfile::ReadAnsiFormat(BFile& file)
@@ -276,21 +284,24 @@ bool BBinProfile::ReadRecords(BFile& file)
     BlockReader reader(*static_cast<std::FILE*>(file));
     reader.MoveTo(sizeof kUnicodeFormatId);
     BlockSource source(reader);
-    for (Text key; source.ReadText(key) && !key.IsEmpty();) {
+    bool isKnown = true;
+    for (Text key; isKnown && source.ReadText(key) && !key.IsEmpty();) {
         SP<BVariant> value = LoadVariant(source);
-        if (!value) {
-            m_values.RemoveAll();
-            return false;
-        }
-        m_values.Insert({std::move(key), std::move(value)});
+        isKnown = static_cast<bool>(value);
+        if (isKnown)
+            m_values.Insert({std::move(key), std::move(value)});
     }
     m_isUnread = !reader.IsGood();
-    return true;
+    if (!isKnown && !m_isUnread)
+        m_values.RemoveAll();
+    return isKnown || m_isUnread;
 }
 
-bool BBinProfile::Store(const WString& key, BVariant* value)
+bool BBinProfile::Store(const WString& key, SP<BVariant> value)
 {
-    m_values.Insert({MapKey(key), value});
+    if (m_isUnread)
+        return false;
+    m_values.Insert({MapKey(key), std::move(value)});
     m_modified = true;
     return true;
 }

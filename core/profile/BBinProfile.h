@@ -15,13 +15,18 @@ class BVariant;
 /// wins.
 ///
 /// A value keeps its type, and is read as that type alone. Section and key are told without regard
-/// to the case of ASCII letters. A file that is not there is an empty profile; a damaged one is
-/// read as far as its keys are whole. `IsValid` tells whether the file is a binary profile at all.
+/// to the case of ASCII letters. A file that is not there is an empty profile. A damaged one is
+/// read up to the first key that is not whole; a value that is cut short is empty or 0, but where
+/// one is missing behind its key or has a type that is not known, nothing of the file is kept, and
+/// a save replaces it all. `IsValid` tells whether the file is a binary profile at all.
+///
+/// When the system does not give all of a file that is there (no right to read it, an error of the
+/// disk, no memory), writers take no value and are false, and the file stays as it is: a save would
+/// lose what was not read.
 ///
 /// The old file is whole until the new one is complete. A save that fails is silent and leaves the
-/// old file. So does one after a file that is there could not be read to its end: it would lose
-/// what was not read. Only where no file can be made beside it or moved over it, the new content is
-/// copied over the old one, and a crash during that copy leaves a damaged file.
+/// old file. Only where no file can be made beside it or moved over it, the new content is copied
+/// over the old one, and a crash during that copy leaves a damaged file.
 class QD_CORE_API BBinProfile : public BProfileBase {
 public:
     BBinProfile(WString path, EProfileMode mode);
@@ -62,8 +67,8 @@ protected:
     /// The section of a mapped key. Intended: it ends at the first "]", so that a section with "]"
     /// in its name is not found again.
     [[nodiscard]] virtual WString Section(WString mappedKey);
-    /// Loads the file. False for a file of another kind, which is not valid, and for one with a
-    /// value of no known type, of which nothing is kept.
+    /// Loads the file. False for a file of another kind, which is not valid, and for one of whose
+    /// values nothing is kept, see above.
     virtual bool Read();
     /// Load the records behind the format id.
     virtual bool ReadAnsiFormat(BFile& file);
@@ -74,10 +79,12 @@ protected:
     virtual void CheckMode() const;
 
 private:
+    friend class ProfileOpener;
+
     template <class Text>
     bool ReadRecords(BFile& file);
-    /// Stores a new variant under `key` of the current section.
-    bool Store(const WString& key, BVariant* value);
+    /// False when the file was not read.
+    bool Store(const WString& key, SP<BVariant> value);
     /// The value under `key` when it is of that class; null when it is not.
     template <class Variant>
     const Variant* Find(const WString& key);

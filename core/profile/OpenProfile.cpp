@@ -5,12 +5,22 @@
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BProfile.h"
 
+class ProfileOpener {
+public:
+    static SP<BProfileBase> Open(const WString& path)
+    {
+        const SP<BBinProfile> binary = new BBinProfile(path, ProfileReadOnly);
+        if (binary->m_isUnread)
+            return {};
+        if (binary->IsValid())
+            return binary.Get();
+        return new BProfile(path, ProfileReadOnly);
+    }
+};
+
 SP<BProfileBase> OpenProfile(WString path)
 {
     if (BFile(path, QD_W("rb")) == nullptr)
         return {};
-    SP<BProfileBase> binary = new BBinProfile(path, ProfileReadOnly);
-    if (binary->IsValid())
-        return binary;
-    return new BProfile(path, ProfileReadOnly);
+    return ProfileOpener::Open(path);
 }

@@ -7,5 +7,5 @@
 class BProfileBase;
 
 /// Opens an existing settings file for reading: as `BBinProfile` or `BProfile`, by what it holds.
-/// Null when it cannot be opened.
+/// Null when it cannot be opened or read.
 [[nodiscard]] QD_CORE_API SP<BProfileBase> OpenProfile(WString path);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
+#include <new>
 #include <utility>
 
 static_assert(std::endian::native == std::endian::little, "a record is the memory as it stands");
@@ -33,9 +34,10 @@ bool ReadRecord(BlockSource& source, Text& text)
     if (!source.Has((std::uint64_t{length} + 1) * sizeof(Char)))
         return false;
     text.Fill(length, Char{' '});
-    const bool hasMemory = length == 0 || !text.IsEmpty();
+    if (length != 0 && text.IsEmpty())
+        throw std::bad_alloc(); // the text is there, and must not count as damaged
     Char end = 0;
-    if (hasMemory && (length == 0 || source.Read(text.Str(), length * sizeof(Char))) &&
+    if ((length == 0 || source.Read(text.Str(), length * sizeof(Char))) &&
         source.Read(&end, sizeof end) && end == 0)
         return true;
     text.Clear();

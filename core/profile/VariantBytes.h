@@ -45,7 +45,8 @@ private:
 };
 
 /// Where values are read from. What a file declares is compared with what is left of it before
-/// anything is allocated. A failed read leaves the source wherever it ended.
+/// anything is allocated. A failed read leaves the source wherever it ended. Throws
+/// `std::bad_alloc`.
 class VariantSource {
 public:
     virtual ~VariantSource() = default;

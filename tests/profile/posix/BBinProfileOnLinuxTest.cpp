@@ -1,4 +1,5 @@
 #include "core/profile/BBinProfile.h"
+#include "core/profile/OpenProfile.h"
 
 #include "tests/FileBytes.h"
 #include "tests/ResourceLimit.h"
@@ -36,7 +37,29 @@ TEST(BBinProfileOnLinux, KeepsAFileThatItCouldNotOpen)
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
         noMoreFiles.reset();
         EXPECT_TRUE(profile.IsValid());
-        EXPECT_TRUE(profile.WriteInt(QD_W("b"), 2));
+        EXPECT_FALSE(profile.WriteInt(QD_W("b"), 2));
     }
     EXPECT_EQ(FileBytes(folder / "p"), before);
+    EXPECT_TRUE(BBinProfile(folder.Path("p"), ProfileReadWrite).WriteInt(QD_W("b"), 2));
+}
+
+TEST(BBinProfileOnLinux, KeepsAFileWhoseReadFails)
+{
+    // This file opens, and each read at its start is an error.
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink("/proc/self/mem", folder / "p");
+    EXPECT_EQ(OpenProfile(folder.Path("p")), nullptr);
+    BBinProfile profile(folder.Path("p"), ProfileReadWrite);
+    EXPECT_TRUE(profile.IsValid());
+    EXPECT_FALSE(profile.WriteString(QD_W("b"), QD_W("2")));
+    EXPECT_EQ(profile.ReadString(QD_W("b"), QD_W("1")), QD_W("1"));
+}
+
+TEST(BBinProfileOnLinux, SavesThroughALinkThatLeadsNowhere)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_symlink("target", folder / "p");
+    BBinProfile(folder.Path("p"), ProfileReadWrite).WriteInt(QD_W("a"), 1);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "p"));
+    EXPECT_EQ(BBinProfile(folder.Path("target"), ProfileReadOnly).ReadInt(QD_W("a"), 0), 1);
 }
