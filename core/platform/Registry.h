@@ -15,10 +15,11 @@
 ///
 /// Off Windows it is one database a user, the file that the environment variable `QD_REGISTRY`
 /// names, else `qd.core/registry.db` in the folder `$XDG_CONFIG_HOME` or `~/.config`. Any number of
-/// processes use it at once; who finds it locked waits two seconds before failing. A path is looked
-/// up in the database that the environment names at that time; a key stays in its own. Once that
-/// file is deleted or replaced, writing to its keys and opening keys below them fails; reading may
-/// answer until a new file is open. Who replaces one takes its `-wal` and `-shm` away, too.
+/// processes use it at once; who finds it locked waits two seconds before failing. One that could
+/// only be read is opened anew at the next write. A path is looked up in the database that the
+/// environment names at that time; a key stays in its own. Once that file is deleted or replaced,
+/// writing to its keys and opening keys below them fails; reading may answer until a new file is
+/// open. Who replaces one takes its `-wal` and `-shm` away, too.
 ///
 /// All functions are safe on any threads at once and after `fork`. The failures of the system are
 /// those of the functions; only `std::bad_alloc` is thrown.

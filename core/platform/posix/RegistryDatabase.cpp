@@ -377,19 +377,18 @@ std::optional<RegistryDatabase::Key> RegistryDatabase::OpenKey(const Key* parent
     std::int64_t key = Descend(parent != nullptr ? parent->number : kRoot, names);
     if (names.empty())
         return Key{file, key};
-    if (!CanWrite(file))
-        return std::nullopt;
-    Connection::Transaction transaction(*m_connection);
-    if (!transaction.IsOpen())
-        return std::nullopt;
-    key = Descend(key, names); // another process may have made some meanwhile
-    for (const RegistryName& name : names) {
-        Run run(m_connection->addKey);
-        if (!run.With(key).With(name.folded).With(name.written).HasRow())
-            return std::nullopt;
-        key = run.Number(0);
-    }
-    return transaction.Commit() ? std::optional(Key{file, key}) : std::nullopt;
+    const bool isMade = CanWrite(file) && Commit([&] {
+                            key =
+                                Descend(key, names); // another process may have made some meanwhile
+                            for (const RegistryName& name : names) {
+                                Run run(m_connection->addKey);
+                                if (!run.With(key).With(name.folded).With(name.written).HasRow())
+                                    return false;
+                                key = run.Number(0);
+                            }
+                            return true;
+                        });
+    return isMade ? std::optional(Key{file, key}) : std::nullopt;
 }
 
 bool RegistryDatabase::ReadText(const Key& key, std::basic_string_view<WChar> foldedName,
@@ -417,18 +416,15 @@ bool RegistryDatabase::WriteValue(const Key& key, const RegistryName& name, EReg
                                   const void* data, std::size_t size)
 {
     const std::lock_guard lock(g_lock);
-    if (!Has(key) || !CanWrite(key.file))
-        return false;
-    Connection::Transaction transaction(*m_connection);
-    return transaction.IsOpen() &&
-           Run(m_connection->writeValue)
-               .With(key.number)
-               .With(name.folded)
-               .With(name.written)
-               .With(static_cast<std::int64_t>(type))
-               .With(data, size)
-               .IsDone() &&
-           transaction.Commit();
+    return Has(key) && CanWrite(key.file) && Commit([&] {
+               return Run(m_connection->writeValue)
+                   .With(key.number)
+                   .With(name.folded)
+                   .With(name.written)
+                   .With(static_cast<std::int64_t>(type))
+                   .With(data, size)
+                   .IsDone();
+           });
 }
 
 void RegistryDatabase::CloseAll() noexcept
@@ -488,6 +484,22 @@ bool RegistryDatabase::Has(const Key& key)
 {
     const std::optional<FileId> file = FileAt(m_location);
     return file == key.file && IsOpen(file) && m_connection->file == key.file;
+}
+
+// Has `work` done whole, or not at all. A connection that failed goes: it may keep a lock for good
+// that it could not give back. Not one that only had to wait for others.
+template <class Work>
+bool RegistryDatabase::Commit(Work work)
+{
+    bool isDone = false, isBusy = false;
+    {
+        Connection::Transaction transaction(*m_connection);
+        isDone = transaction.IsOpen() && work() && transaction.Commit();
+        isBusy = ::sqlite3_errcode(m_connection->database.get()) == SQLITE_BUSY;
+    }
+    if (!isDone && !isBusy)
+        m_connection.reset();
+    return isDone;
 }
 
 // Follows `names` as far as there are keys, and takes those off.

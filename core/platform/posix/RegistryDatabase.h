@@ -68,6 +68,8 @@ private:
 
     [[nodiscard]] bool IsOpen(const std::optional<FileId>& file);
     [[nodiscard]] bool CanWrite(const FileId& file);
+    template <class Work>
+    [[nodiscard]] bool Commit(Work work);
     [[nodiscard]] bool Has(const Key& key);
     [[nodiscard]] std::int64_t Descend(std::int64_t key, std::span<const RegistryName>& names);
 
