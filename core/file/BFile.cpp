@@ -21,6 +21,12 @@ constexpr std::string_view kUtf16LittleMark = "\xFF\xFE";
 constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+bool HasMark(std::string_view text)
+{
+    return text.starts_with(kUtf16LittleMark) || text.starts_with(kUtf16BigMark) ||
+           text.starts_with(kUtf8Mark);
+}
+
 bool ReadAll(const WChar* path, std::string& bytes)
 {
     const platform::Stream stream = platform::OpenStream(path, QD_W("rb"));
@@ -82,6 +88,8 @@ bool ReplaceByUnicode(const WChar* path)
     std::string bytes;
     if (!ReadAll(path, bytes))
         return false;
+    if (HasMark(bytes)) // when the look at the file's start failed
+        return true;
     platform::FileReplacement replacement(path);
     std::FILE* const stream = replacement.Stream();
     if (stream == nullptr || !Write(stream, kUtf16LittleMark))
@@ -168,8 +176,7 @@ bool BFile::IsUnicode(const WChar* path) noexcept
         return false;
     char bytes[kUtf8Mark.size()] = {};
     const std::string_view start(bytes, std::fread(bytes, 1, sizeof bytes, stream.get()));
-    return start.starts_with(kUtf16LittleMark) || start.starts_with(kUtf16BigMark) ||
-           start.starts_with(kUtf8Mark);
+    return HasMark(start);
 }
 
 int BFile::ConvertToUnicode(const WChar* path) noexcept
