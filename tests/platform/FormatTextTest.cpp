@@ -94,6 +94,7 @@ TEST(FormatText, WritesIntegers)
               "0000000000000ABC|    0000000000000000");
     EXPECT_EQ(Wide(QD_W("%*d|%*d|%-*d|%.*d|%.*d"), 4, 7, -4, 7, 4, 7, 3, 7, -3, 7),
               "   7|7   |7   |007|7");
+    EXPECT_EQ(Wide(QD_W("%0*2d|%*0d|%*3d|"), 5, 7, 5, 7, -5, 7), "07|7|7  |"); // digits override
     EXPECT_EQ(Narrow("%s%03d", "Point", 7), "Point007");
 }
 

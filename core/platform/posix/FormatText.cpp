@@ -346,6 +346,12 @@ private:
         if (!ReadCount(width))
             return false;
         spec.left |= width < 0; // only an argument can be
+        // Digits behind the "*" override its argument, but for the sign.
+        if (*m_format >= '0' && *m_format <= '9') {
+            width = 0;
+            if (!ReadCount(width))
+                return false;
+        }
         spec.width = std::abs(std::int64_t{width});
         return true;
     }
