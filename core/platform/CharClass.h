@@ -8,8 +8,10 @@
 ///
 /// The wide forms are `iswalpha`, `iswdigit`, `iswprint`, `iswalnum`, `iswspace`, `towupper` and
 /// `towlower` on one UTF-16 unit: the classes know Unicode, the case functions ASCII alone (in the
-/// "C" locale). Beyond Latin-1 the system's version of Unicode decides; half a surrogate pair is of
-/// no class. The narrow forms take the signed character as it stands and know ASCII alone.
+/// "C" locale; on Windows the application's `setlocale` changes that for all that follow the CRT).
+/// Beyond Latin-1 the system's version of Unicode decides; symbols and marks there are of no class,
+/// so they do not print, nor does half a surrogate pair. The narrow forms take the signed character
+/// as it stands and know ASCII alone.
 namespace platform {
 
 [[nodiscard]] bool IsAlpha(WChar unit) noexcept;

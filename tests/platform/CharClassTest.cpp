@@ -68,7 +68,9 @@ TEST(CharClass, KnowsUnicodeButSurrogatesOnlyAsHalves)
         {0x4E2D, "apn"},                                   // ideograph
         {0xAC00, "apn"},                                   // syllable
         {0xD835, ""},    {0xDC00, ""},    {0xFF14, "dpn"}, // full-width digit four
-        {0xFFFF, ""},
+        {0xFFFF, ""},    {0x02C5, ""},    {0x0301, ""},
+        {0x2192, ""},    {0x20AC, ""}, // symbols and marks
+        {0x2460, ""},    {0x0903, ""},    {0x20DD, ""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(static_cast<unsigned>(c.unit));

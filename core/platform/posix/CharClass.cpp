@@ -68,11 +68,18 @@ constexpr CHAR AsciiLower(CHAR character)
 
 constexpr std::uint32_t kLetters = U_GC_L_MASK | U_GC_NL_MASK;
 constexpr std::uint32_t kDigits = U_GC_ND_MASK;
-constexpr std::uint32_t kInk = U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK | U_GC_P_MASK | U_GC_S_MASK;
+constexpr std::uint32_t kInk = kLetters | kDigits | U_GC_P_MASK;
 
 bool IsOfCategory(WChar unit, std::uint32_t categories)
 {
     return (U_GET_GC_MASK(unit) & categories) != 0;
+}
+
+// Vowel signs are marks, which are of no class, but Windows has these as letters.
+bool IsVowelLetter(WChar unit)
+{
+    const bool isThai = unit >= 0x0E00 && unit <= 0x0E7F;
+    return (isThai || unit == 0x1885 || unit == 0x1886) && u_isUAlphabetic(unit) != 0;
 }
 
 // The runtime library counts the Latin-1 superscripts as digits, and no others.
@@ -100,7 +107,9 @@ int CompareAsciiLower(const CHAR* a, const CHAR* b, std::size_t count)
 
 bool IsAlpha(WChar unit) noexcept
 {
-    return unit < 0x80 ? IsAsciiAlpha(unit) : IsOfCategory(unit, kLetters);
+    if (unit < 0x80)
+        return IsAsciiAlpha(unit);
+    return IsOfCategory(unit, kLetters) || IsVowelLetter(unit);
 }
 
 bool IsDigit(WChar unit) noexcept
@@ -114,16 +123,18 @@ bool IsPrint(WChar unit) noexcept
 {
     if (unit < 0x80)
         return unit >= 0x20 && unit != 0x7F;
-    // The soft hyphen counts as a hyphen; the ideographic and the zero-width blank print, no
-    // others.
-    return IsOfCategory(unit, kInk) || unit == 0xAD || unit == 0x3000 || unit == 0xFEFF;
+    // In Latin-1 symbols and the soft hyphen print, too; of blanks two do.
+    if (unit <= 0xFF)
+        return unit > 0xA0;
+    return IsOfCategory(unit, kInk) || IsVowelLetter(unit) || unit == 0x3000 || unit == 0xFEFF;
 }
 
 bool IsAlphaNum(WChar unit) noexcept
 {
     if (unit < 0x80)
         return IsAsciiAlpha(unit) || IsAsciiDigit(unit);
-    return IsOfCategory(unit, kLetters | kDigits) || IsSuperscriptDigit(unit);
+    return IsOfCategory(unit, kLetters | kDigits) || IsVowelLetter(unit) ||
+           IsSuperscriptDigit(unit);
 }
 
 bool IsSpace(WChar unit) noexcept

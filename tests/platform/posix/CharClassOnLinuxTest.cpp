@@ -21,3 +21,13 @@ TEST(CharClassOnLinux, ReadsNoPageBehindAText)
         EXPECT_EQ(platform::Length(units + room - 1 - length), length);
     ::munmap(pages, 2 * pageSize);
 }
+
+TEST(CharClassOnLinux, TakesVowelSignsOfTwoScriptsForLetters)
+{
+    for (const WChar unit : {WChar(0x0E31), WChar(0x0E34), WChar(0x1885), WChar(0x1886)}) {
+        SCOPED_TRACE(static_cast<unsigned>(unit));
+        EXPECT_TRUE(platform::IsAlpha(unit) && platform::IsAlphaNum(unit));
+        EXPECT_TRUE(platform::IsPrint(unit));
+    }
+    EXPECT_FALSE(platform::IsAlpha(WChar(0x0E48)) || platform::IsPrint(WChar(0x093E)));
+}
