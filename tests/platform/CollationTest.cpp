@@ -40,7 +40,7 @@ int Order(const Text& a, const Text& b, ECase letterCase)
 
 } // namespace
 
-TEST(Collation, SortsAsTheReferenceDoes)
+TEST(Collation, SortsAsWindowsDoes)
 {
     struct Case {
         ECase letterCase;
@@ -77,6 +77,18 @@ TEST(Collation, SortsAsTheReferenceDoes)
         {with, {QD_W("a\u200Bb"), QD_W("a.b"), QD_W("a_b"), QD_W("a+b"), QD_W("a1b"), QD_W("ab")}},
         {with, {QD_W("ab"), QD_W("ａb"), QD_W("Ab"), QD_W("Ａb")}},
         {without, {QD_W("i"), QD_W("ı"), QD_W("j")}},
+        // Private use, supplementary characters, what repeats nothing.
+        {with,
+         {QD_W("\u20A8"), QD_W("\u20AC"), QD_W("\u20B4"), QD_W("\u0915"),
+          QD_W("\u0929"), QD_W("\u092E"), QD_W("\uE000"), QD_W("\U0001F600"), QD_W("가"),
+          QD_W("漢"), QD_W("\U00020000"), QD_W("ー")}},
+        // Of kana the size, repetition, type and width count behind case, each for all of the text.
+        {with, {QD_W("ｧ"), QD_W("ァ"), QD_W("ぁ"), QD_W("ｱ"), QD_W("ア"), QD_W("あ")}},
+        {with, {QD_W("ァあ"), QD_W("ぁあ"), QD_W("アぁ"), QD_W("ｱア"), QD_W("アｱ")}},
+        {with, {QD_W("ぁa"), QD_W("あa"), QD_W("ぁA"), QD_W("あA")}},
+        {with, {QD_W("かあ"), QD_W("カー"), QD_W("かー"), QD_W("がー"), QD_W("かい")}},
+        {without, {QD_W("カカ"), QD_W("カヽ"), QD_W("かゝ"), QD_W("かが"), QD_W("かゞ")}},
+        {without, {QD_W("一"), QD_W("一々"), QD_W("一a"), QD_W("一一")}},
     };
     for (const Case& row : cases) {
         for (std::size_t i = 0; i < row.ascending.size(); ++i) {
@@ -119,6 +131,8 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
         {QD_W(""), QD_W("\u00AD"), QD_W("\u200C\u200D\u200E\u2060"), QD_W("\uFEFF\uFFFD\uFFFF"),
          QD_W("\u0640")},
         {QD_W("ab"), QD_W("a\u00ADb"), QD_W("ab\uFEFF")},
+        {QD_W("aa"), QD_W("aー"), QD_W("a\u00ADー"), QD_W("a々")},
+        {QD_W("\u0385\uFC5E"), QD_W("¨\u0301\u064C\u0651")},
     };
     const std::vector<Text> withoutCase[] = {
         {QD_W("node"), QD_W("NODE"), QD_W("nOde")},
@@ -148,7 +162,8 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
 TEST(Collation, OrdersLikeItsKeysWhateverTheTexts)
 {
     // That it agrees with the order of byte strings shows that it is total and transitive.
-    const Text alphabet = QD_W("aAbBeE1 .-'_äÄßéæﬁŁı²½µΣςяЙか漢\u0301\u0327\u00AD\u2013\u0001");
+    const Text alphabet =
+        QD_W("aAbBeE1 .-'_äÄßéæﬁŁı²½µΣςяЙがァｱーヽ々漢\u0301\u0327\u00AD\u2013\u0001");
     std::minstd_rand random(7);
     const auto below = [&](std::size_t count) { return random() % count; };
     std::vector<Text> texts(150);
@@ -188,14 +203,25 @@ TEST(Collation, FindsAsManyUnitsAsThePartHas)
         std::size_t position;
     };
     const Case cases[] = {
-        {QD_W("Messpunkt"), QD_W("PUNKT"), 4},    {QD_W("Messpunkt"), QD_W("punkte"), kNotFound},
-        {QD_W("aaab"), QD_W("aab"), 1},           {QD_W("a-ba-b"), QD_W("A-BA"), 0},
-        {QD_W("co-op"), QD_W("coop"), kNotFound}, {QD_W("text"), QD_W(""), kNotFound},
-        {QD_W(""), QD_W("text"), kNotFound},      {QD_W("ÄPFEL"), QD_W("äpfel"), 0},
+        {QD_W("Messpunkt"), QD_W("PUNKT"), 4},
+        {QD_W("Messpunkt"), QD_W("punkte"), kNotFound},
+        {QD_W("aaab"), QD_W("aab"), 1},
+        {QD_W("a-ba-b"), QD_W("A-BA"), 0},
+        {QD_W("co-op"), QD_W("coop"), kNotFound},
+        {QD_W("text"), QD_W(""), kNotFound},
+        {QD_W(""), QD_W("text"), kNotFound},
+        {QD_W("ÄPFEL"), QD_W("äpfel"), 0},
         {QD_W("Straße"), QD_W("ss"), kNotFound}, // one unit, not two
-        {QD_W("Strasse"), QD_W("ß\u00AD"), 4},    {QD_W("xe\u0301"), QD_W("é"), kNotFound},
-        {QD_W("xe\u0301"), QD_W("e"), 1},         {QD_W("xe\u0301"), QD_W("é\u00AD"), 1},
-        {QD_W("ΛΌΓΟΣ"), QD_W("γος"), 2},          {QD_W("10 k"), QD_W("\u212A"), 3},
+        {QD_W("Strasse"), QD_W("ß\u00AD"), 4},
+        {QD_W("xe\u0301"), QD_W("é"), kNotFound},
+        {QD_W("xe\u0301"), QD_W("e"), 1},
+        {QD_W("xe\u0301"), QD_W("é\u00AD"), 1},
+        {QD_W("ΛΌΓΟΣ"), QD_W("γος"), 2},
+        {QD_W("10 k"), QD_W("\u212A"), 3},
+        {QD_W("カーラー"), QD_W("ラー"), 2},
+        {QD_W("カー"), QD_W("ア"), kNotFound},
+        {QD_W("カー"), QD_W("ー"), 1},
+        {QD_W("xaー"), QD_W("AA"), 1},
     };
     for (const Case& row : cases) {
         EXPECT_EQ(FindIgnoringCase(row.text.c_str(), row.part.c_str()), row.position)

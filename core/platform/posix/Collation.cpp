@@ -37,161 +37,156 @@
 # endif
 #endif
 
-// Texts are compared as the reference's sort keys order them: first by the places of their signs,
-// then by the marks on the signs (accents), then by the forms of the signs (case, width), last by
-// the dashes. The weights of a unit do not depend on what stands around it, but for marks, which
-// add to the weight of the sign before them. So the order is one of sequences of numbers: it is
-// total and transitive for texts of any kind.
+// Texts are compared as the sort keys of Windows order them, level after level: the places of the
+// signs, the marks on them (accents), their forms (capital, raised), for kana size, repetition,
+// type and width, and last the dashes. ICU knows another order, of which one pair in ten differs
+// whatever it is set to, so the weights are a table, taken from the sort keys themselves. What a
+// unit weighs does not depend on what stands around it, but for two kinds: marks add to the weight
+// of the sign before them, and repetition marks take the place of that sign. So the order is one of
+// sequences of numbers: total and transitive for texts of any kind.
 namespace platform {
 
 using namespace collation;
 
 namespace {
 
+/// The numbers stand in the table.
 enum class Kind : std::uint8_t {
-    None,    // the end of a text, a rule that does not apply, weights that are not known yet
-    Ignored, // counts for nothing
-    Sign,    // a letter, digit, symbol, blank
-    Mark,    // adds to the mark of the sign before it
-    Dash,    // counts last
-    Several, // counts as a text of several units
+    None = 0,    // the end of a text, weights that are not known yet
+    Ignored = 1, // counts for nothing
+    Sign = 2,    // a letter, digit, symbol, blank
+    Mark = 3,    // adds to the mark of the sign before it
+    Dash = 4,    // counts last
+    Several = 5, // counts as a text of several units
+    Repeat = 6,  // counts as the sign before it
 };
+
+/// The weight of a sign without a mark and of a small letter of ordinary form.
+constexpr std::uint8_t kPlain = 2;
+
+/// Forms that make no difference without regard to case.
+constexpr std::uint8_t kCaseForms = 0x18;
+
+/// What forms of kana and of marks that repeat one are made of. (No level of forms has them.)
+constexpr std::uint8_t kFullWidth = 0x01;
+constexpr std::uint8_t kLarge = 0x04; // of a mark: prolongs the vowel
+constexpr std::uint8_t kHiragana = 0x20;
+
+enum class Repetition : std::uint8_t { None, Mark, Prolonged };
 
 struct alignas(8) Weights {
-    std::uint32_t place = 0; // of a sign or a dash
-    std::uint8_t mark = 0;
-    std::uint8_t form = 0;
+    std::uint16_t place = 0; // of a sign or a dash
+    std::uint8_t mark = 0;   // 0 of a sign that takes no part at this level
+    std::uint8_t form = 0;   // likewise
     Kind kind = Kind::None;
-    std::uint8_t unused = 0; // fills the word: weights are stored and loaded as one, hence aligned
-
-    void Add(std::uint8_t moreMark, std::uint8_t moreForm) noexcept
-    {
-        mark = static_cast<std::uint8_t>(mark + moreMark);
-        form = static_cast<std::uint8_t>(form + moreForm);
-    }
+    Repetition repetition = Repetition::None;
+    std::uint16_t unused = 0; // fills the word: weights are stored and loaded as one, hence aligned
 };
 
-/// Places are even multiples of 0x10000, those of units behind a unit of `kOrder` lie between. None
-/// is below 0x02000000, so that the first byte of a place in a key is above any end of a level.
-constexpr std::uint32_t PlaceInOrder(std::size_t index)
+bool IsKana(const Weights& sign) noexcept
 {
-    return static_cast<std::uint32_t>(0x100 + index) << 17;
-}
-constexpr std::uint32_t kBehind = 0x10000;
-
-constexpr Weights SignInOrder(std::size_t index)
-{
-    return {PlaceInOrder(index), kPlain, kPlain, Kind::Sign};
+    return sign.place >= kFirstKana && sign.place <= kLastKana;
 }
 
-constexpr Weights DashInOrder(std::size_t index)
+bool IsIdeograph(const Weights& sign) noexcept
 {
-    return {static_cast<std::uint32_t>(index + 1), kPlain, kPlain, Kind::Dash};
+    return sign.place >= kFirstIdeograph && sign.place <= kLastIdeograph;
 }
 
-constexpr std::u16string_view kOrderText = kOrder;
-constexpr std::u16string_view kDashText = kDashes;
+/// A number of the table: digits of "]" and above, 34 of them, then one of the 56 below but "?".
+constexpr int ReadNumber(const char*& in)
+{
+    int number = 0;
+    while (*in >= ']')
+        number = number * 34 + (*in++ - ']');
+    const char last = *in++;
+    return number * 56 + (last - '#') - (last > '?' ? 1 : 0);
+}
+
+constexpr int ReadSigned(const char*& in)
+{
+    const int number = ReadNumber(in);
+    return (number & 1) == 0 ? number >> 1 : ~(number >> 1);
+}
+
+/// Calls `store` with each unit of a page of 256 that is not ignored, and with its weights.
+///
+/// A run is: how far its first unit is behind the first of the run before; which of the following
+/// numbers there are, a bit each: its length less 2 (none: it is 1), the step of places, the first
+/// mark, the form, the kind, the stride of units and the step of marks; last how far its first
+/// place is from the last one before. What is missing is as it was.
+template <class Function>
+constexpr void ReadPage(std::size_t page, Function store)
+{
+    const char* in = kRuns + kPageStarts[page];
+    const char* const end = kRuns + kPageStarts[page + 1];
+    int unit = static_cast<int>(page) << 8;
+    int place = 0;
+    int mark = kPlain;
+    int step = 1;
+    int stride = 1;
+    int markStep = 0;
+    Weights weights{0, kPlain, kPlain, Kind::Sign};
+    while (in != end) {
+        unit += ReadNumber(in);
+        const int changes = ReadNumber(in);
+        const int length = (changes & 1) != 0 ? ReadNumber(in) + 2 : 1;
+        step = (changes & 2) != 0 ? ReadSigned(in) : step;
+        mark = (changes & 4) != 0 ? ReadNumber(in) : mark;
+        if ((changes & 8) != 0)
+            weights.form = static_cast<std::uint8_t>(ReadNumber(in));
+        if ((changes & 16) != 0)
+            weights.kind = static_cast<Kind>(ReadNumber(in));
+        stride = (changes & 32) != 0 ? ReadNumber(in) : stride;
+        markStep = (changes & 32) != 0 ? ReadSigned(in) : markStep;
+        place += ReadSigned(in);
+        for (int i = 0; i < length; ++i) {
+            place += i == 0 ? 0 : step;
+            mark += i == 0 ? 0 : markStep;
+            weights.place = static_cast<std::uint16_t>(place);
+            weights.mark = static_cast<std::uint8_t>(mark);
+            store(static_cast<std::size_t>(unit + i * stride), weights);
+        }
+    }
+}
+
 constexpr char16_t kAsciiEnd = 0x80;
 
-/// For ASCII the order says all, so the compiler makes its weights.
 constexpr std::array<Weights, kAsciiEnd> MakeAsciiWeights()
 {
-    std::array<Weights, kAsciiEnd> weights{};
-    for (std::size_t i = 0; i < kOrderText.size(); ++i) {
-        if (kOrderText[i] < kAsciiEnd)
-            weights[kOrderText[i]] = SignInOrder(i);
-    }
-    for (std::size_t i = 0; i < kDashText.size(); ++i) {
-        if (kDashText[i] < kAsciiEnd)
-            weights[kDashText[i]] = DashInOrder(i);
-    }
-    for (char16_t capital = u'A'; capital <= u'Z'; ++capital) {
-        weights[capital] = weights[static_cast<char16_t>(capital + (u'a' - u'A'))];
-        weights[capital].form = kPlain + kCapital;
-    }
-    return weights;
+    std::array<Weights, kAsciiEnd> ascii{};
+    ReadPage(0, [&](std::size_t unit, const Weights& weights) {
+        if (unit < kAsciiEnd)
+            ascii[unit] = weights;
+    });
+    return ascii;
 }
 
 constexpr std::array<Weights, kAsciiEnd> kAscii = MakeAsciiWeights();
 
-/// The weights of the units above ASCII that were asked for before.
+/// The weights of the units above ASCII, by pages of 256 that were asked for before.
 std::atomic<Weights> g_known[0x10000];
 static_assert(std::atomic<Weights>::is_always_lock_free);
 
-Weights WeightsOf(char16_t unit) noexcept;
-
-Weights InOrder(char16_t unit) noexcept
+[[gnu::noinline]] void LoadPage(std::size_t page) noexcept
 {
-    if (const auto index = kOrderText.find(unit); index != kOrderText.npos)
-        return SignInOrder(index);
-    if (const auto index = kDashText.find(unit); index != kDashText.npos)
-        return DashInOrder(index);
-    return {};
+    Weights known[0x100];
+    for (Weights& weights : known)
+        weights.kind = Kind::Ignored;
+    ReadPage(page, [&](std::size_t unit, const Weights& weights) { known[unit & 0xff] = weights; });
+    for (std::size_t i = 0; i < std::size(known); ++i)
+        g_known[page << 8 | i].store(known[i], std::memory_order_relaxed);
 }
 
-/// The place behind the nearest lower unit of `order`, a part of `kOrder`.
-Weights BehindNearestLower(char16_t unit, std::u16string_view order = kOrderText) noexcept
+Weights WeightsOf(char16_t unit) noexcept
 {
-    const char16_t* nearest = nullptr;
-    for (const char16_t& other : order) {
-        if (other < unit && (nearest == nullptr || other > *nearest))
-            nearest = &other;
+    if (unit < kAsciiEnd)
+        return kAscii[unit];
+    Weights weights = g_known[unit].load(std::memory_order_relaxed);
+    if (weights.kind == Kind::None) {
+        LoadPage(unit >> 8);
+        weights = g_known[unit].load(std::memory_order_relaxed);
     }
-    const auto index =
-        static_cast<std::size_t>((nearest == nullptr ? order.data() : nearest) - kOrder);
-    return {PlaceInOrder(index) | kBehind | unit, kPlain, kPlain, Kind::Sign};
-}
-
-/// The part of `kOrder` where `unit` belongs: symbols come first, then numbers, then letters.
-std::u16string_view OrderOfItsKind(char16_t unit) noexcept
-{
-    const std::size_t numbers = kOrderText.find(u'0');
-    const std::size_t letters = kOrderText.find(u'a');
-    const std::uint32_t category = U_GET_GC_MASK(unit);
-    if ((category & (U_GC_P_MASK | U_GC_SC_MASK | U_GC_SM_MASK | U_GC_Z_MASK)) != 0)
-        return kOrderText.substr(0, numbers);
-    if ((category & U_GC_N_MASK) != 0)
-        return kOrderText.substr(numbers, letters - numbers);
-    return kOrderText;
-}
-
-Weights AsVariant(char16_t unit) noexcept
-{
-    for (const Variants& variants : kVariants) {
-        for (const char16_t* pair = variants.pairs; *pair != 0; pair += 2) {
-            if (pair[0] != unit)
-                continue;
-            Weights weights = InOrder(pair[1]);
-            if (weights.kind == Kind::None)
-                weights = BehindNearestLower(pair[1]);
-            weights.mark = variants.mark;
-            weights.form = variants.form;
-            return weights;
-        }
-    }
-    return {};
-}
-
-Weights AsMark(char16_t unit) noexcept
-{
-    for (const Marks& marks : kMarks) {
-        const unsigned index = static_cast<unsigned>(unit) - marks.first;
-        if (index < std::size(marks.weights) && marks.weights[index] != 0)
-            return {0, marks.weights[index], 0, Kind::Mark};
-    }
-    return {};
-}
-
-bool IsHiragana(char16_t unit) noexcept
-{
-    return unit >= 0x3041 && unit <= 0x3096;
-}
-
-Weights AsListed(char16_t unit) noexcept
-{
-    Weights weights = InOrder(unit);
-    if (weights.kind == Kind::Sign && IsHiragana(unit))
-        weights.form = kPlain + kOrdinaryKana;
     return weights;
 }
 
@@ -201,17 +196,18 @@ using UnitText = char16_t[kUnitTextRoom];
 
 bool FindExpansion(char16_t unit, UnitText& text) noexcept
 {
-    const auto lower = static_cast<char16_t>(u_tolower(unit));
-    for (const Expansion& expansion : kExpansions) {
-        if (expansion.unit != unit && expansion.unit != lower)
-            continue;
-        char16_t* out = text;
-        for (const char16_t* in = expansion.text; *in != 0; ++in)
-            *out++ = expansion.unit == unit ? *in : static_cast<char16_t>(u_toupper(*in));
-        *out = 0;
-        return true;
+    const char16_t* in = kExpansions;
+    while (*in != 0 && *in != unit) {
+        while (*in++ != u' ') {
+        }
     }
-    return false;
+    if (*in++ == 0)
+        return false;
+    char16_t* out = text;
+    while (*in != u' ')
+        *out++ = *in++;
+    *out = 0;
+    return true;
 }
 
 /// The text that a unit of kind `Several` counts as; empty without Unicode's data.
@@ -226,120 +222,36 @@ void Expand(char16_t unit, UnitText& text) noexcept
         unorm2_getDecomposition(normalizer, unit, text, kUnitTextRoom, &error);
 }
 
-Weights AsExpansion(char16_t unit) noexcept
+/// Intended: kana that a unit counts as are other signs, as Windows has them.
+Weights InExpansion(Weights weights) noexcept
 {
-    UnitText text;
-    return FindExpansion(unit, text) ? Weights{0, 0, 0, Kind::Several} : Weights{};
-}
-
-Weights AsIgnored(char16_t unit) noexcept
-{
-    UVersionInfo version;
-    u_charAge(unit, version);
-    const bool isNew =
-        version[0] > kUnicodeVersion || (version[0] == kUnicodeVersion && version[1] > 0);
-    const bool isIgnored = isNew || !u_isdefined(unit) ||
-                           u_hasBinaryProperty(unit, UCHAR_DEFAULT_IGNORABLE_CODE_POINT) ||
-                           std::u16string_view(kIgnored).find(unit) != std::u16string_view::npos;
-    return isIgnored ? Weights{0, 0, 0, Kind::Ignored} : Weights{};
-}
-
-/// Hangul and ideographs, enclosed ones as well, which Unicode's data would take apart.
-Weights AsHangulOrIdeograph(char16_t unit) noexcept
-{
-    const bool isOne = (unit >= 0xac00 && unit <= 0xd7a3) || (unit >= 0x3400 && unit <= 0x9fff) ||
-                       (unit >= 0x3200 && unit <= 0x32b0);
-    return isOne ? BehindNearestLower(unit) : Weights{};
-}
-
-Weights AsCapital(char16_t unit) noexcept
-{
-    const auto lower = static_cast<char16_t>(u_tolower(unit));
-    Weights weights = lower == unit ? Weights{} : WeightsOf(lower);
-    if (weights.kind != Kind::Sign)
-        return {};
-    weights.Add(0, kCapital);
+    if (IsKana(weights))
+        weights.place =
+            static_cast<std::uint16_t>(weights.place - kFirstKana + kFirstKanaInExpansion);
     return weights;
 }
 
-Weights AsKatakana(char16_t unit) noexcept
+/// The weights of a repetition mark behind `sign`, which has kind `None` where nothing stands.
+Weights Repeated(const Weights& repeat, const Weights& sign) noexcept
 {
-    const auto hiragana = static_cast<char16_t>(unit - 0x60);
-    if (!IsHiragana(hiragana))
-        return {};
-    Weights weights = WeightsOf(hiragana);
-    weights.form = static_cast<std::uint8_t>(weights.form - kHiragana);
-    return weights;
-}
-
-/// A sign with marks, or a form of another sign, by Unicode's data.
-Weights AsDecomposed(char16_t unit) noexcept
-{
-    UErrorCode error = U_ZERO_ERROR;
-    const UNormalizer2* normalizer = unorm2_getNFKCInstance(&error);
-    if (U_FAILURE(error))
-        return {};
-    UnitText text;
-    const auto length = unorm2_getRawDecomposition(normalizer, unit, text, kUnitTextRoom, &error);
-    if (U_FAILURE(error) || length <= 0)
-        return {};
-    Weights weights = WeightsOf(text[0]);
-    for (std::int32_t i = 1; i < length; ++i) {
-        const Weights mark = WeightsOf(text[i]);
-        if (weights.kind != Kind::Sign || mark.kind != Kind::Mark)
-            return {0, 0, 0, Kind::Several};
-        weights.Add(mark.mark, 0);
+    if (sign.kind == Kind::None)
+        return {repeat.place, 0, 0, Kind::Sign};
+    // The place of the ideograph was compared before, so there is no need to have it again.
+    if (IsIdeograph(sign))
+        return {kRepeatedIdeograph, kPlain, kPlain, Kind::Sign};
+    Weights weights = sign;
+    if (!IsKana(sign)) {
+        weights.form = kPlain;
+        weights.kind = Kind::Sign;
+        return weights;
     }
-    const auto type = u_getIntPropertyValue(unit, UCHAR_DECOMPOSITION_TYPE);
-    for (const Form& form : kForms) {
-        if (form.type == type && (weights.kind == Kind::Sign || weights.kind == Kind::Dash))
-            weights.Add(form.mark, form.form);
-    }
-    return weights;
-}
-
-/// A decimal digit of another script: the place of the ASCII digit, with a mark for the script.
-Weights AsDigit(char16_t unit) noexcept
-{
-    const std::int32_t value = u_charDigitValue(unit);
-    if (value < 0)
-        return {};
-    Weights weights = kAscii[static_cast<std::size_t>(u'0' + value)];
-    weights.mark = static_cast<std::uint8_t>(kPlain + 1 + (unit >> 4) % 0xf8);
-    return weights;
-}
-
-/// An accent of a script whose marks the tables do not have.
-Weights AsAccent(char16_t unit) noexcept
-{
-    constexpr std::uint8_t virama = 9;
-    const std::uint8_t combiningClass = u_getCombiningClass(unit);
-    if (combiningClass == 0 || combiningClass == virama)
-        return {};
-    return {0, static_cast<std::uint8_t>(kPlain + 1 + unit % 0x80), 0, Kind::Mark};
-}
-
-Weights FindWeights(char16_t unit) noexcept
-{
-    constexpr Weights (*rules[])(char16_t) noexcept = {
-        AsVariant, AsMark,     AsListed,     AsExpansion, AsIgnored, AsHangulOrIdeograph,
-        AsCapital, AsKatakana, AsDecomposed, AsDigit,     AsAccent};
-    for (const auto rule : rules) {
-        if (const Weights weights = rule(unit); weights.kind != Kind::None)
-            return weights;
-    }
-    return BehindNearestLower(unit, OrderOfItsKind(unit));
-}
-
-Weights WeightsOf(char16_t unit) noexcept
-{
-    if (unit < kAsciiEnd)
-        return kAscii[unit];
-    Weights weights = g_known[unit].load(std::memory_order_relaxed);
-    if (weights.kind == Kind::None) {
-        weights = FindWeights(unit);
-        g_known[unit].store(weights, std::memory_order_relaxed);
-    }
+    const bool prolongs = (repeat.form & kLarge) != 0;
+    if (const char vowel = kVowels[sign.place - kFirstKana]; prolongs && vowel != '-')
+        weights.place = static_cast<std::uint16_t>(kFirstKana + (vowel - '0'));
+    weights.mark = repeat.mark;
+    weights.form =
+        static_cast<std::uint8_t>((sign.form & ~kFullWidth) | (repeat.form & kFullWidth));
+    weights.repetition = prolongs ? Repetition::Prolonged : Repetition::Mark;
     return weights;
 }
 
@@ -350,7 +262,26 @@ char16_t Unit(Char character) noexcept
     return static_cast<std::make_unsigned_t<Char>>(character);
 }
 
-enum class Level { Places, Marks, Forms, Dashes };
+/// In this order they decide.
+enum class Level { Places, Marks, Forms, Sizes, Repetitions, Types, Widths, Dashes };
+
+/// Marks add up modulo 256, but to no end of a level.
+std::uint8_t SumOfMarks(std::uint8_t sum) noexcept
+{
+    return sum < kPlain ? kPlain + 1 : sum;
+}
+
+/// The weight of a kana at one of the levels that only kana have.
+std::uint8_t KanaWeight(const Weights& kana, Level level) noexcept
+{
+    switch (level) {
+    case Level::Sizes: return (kana.form & kLarge) != 0 ? kPlain + 1 : kPlain;
+    case Level::Repetitions:
+        return static_cast<std::uint8_t>(kPlain + static_cast<std::uint8_t>(kana.repetition));
+    case Level::Types: return (kana.form & kHiragana) != 0 ? kPlain + 1 : kPlain;
+    default: return (kana.form & kFullWidth) != 0 ? kPlain + 1 : kPlain;
+    }
+}
 
 /// Reads the weights of a text, one level of it. A text of `char` must be ASCII.
 template <class Char>
@@ -365,46 +296,94 @@ public:
     /// The next sign, mark or dash; kind `None` at the end.
     Weights Next() noexcept
     {
-        while (const char16_t unit = NextUnit()) {
-            Weights weights = WeightsOf(unit);
-            if (weights.kind == Kind::Ignored)
-                continue;
-            if (weights.kind == Kind::Several) {
-                Expand(unit, m_expansion);
-                m_expanded = 0;
-                continue;
+        for (;;) {
+            while (m_text != m_end && !m_isExpanding) {
+                const char16_t unit = Unit(*m_text++);
+                Weights weights = WeightsOf(unit);
+                if (weights.kind == Kind::Sign)
+                    return Pass(unit, weights);
+                weights = AsUncommon(unit, weights);
+                if (weights.kind != Kind::Ignored)
+                    return weights;
             }
-            weights.form &= m_forms;
-            return weights;
+            if (!m_isExpanding)
+                return {};
+            if (const Weights weights = NextInExpansion(); weights.kind != Kind::Ignored)
+                return weights;
         }
-        return {};
+    }
+
+    /// As if the unit, which is a sign, had been read.
+    Weights Pass(char16_t sign, const Weights& weights) noexcept
+    {
+        m_repeatable = sign;
+        return WithForms(weights);
+    }
+
+    /// Whether a repetition mark would find what it repeats.
+    bool HasRepeatable() const noexcept { return m_repeatable != 0; }
+
+    /// Goes on with one more unit, read before its owner returns.
+    void Continue(const Char* unit) noexcept
+    {
+        m_text = unit;
+        m_end = unit + 1;
     }
 
     /// The next weight of `level`, 0 at the end.
-    std::uint64_t Next(Level level) noexcept
+    template <Level level>
+    std::uint64_t Next() noexcept
     {
-        switch (level) {
-        case Level::Places: return NextPlace();
-        case Level::Marks: return NextMark();
-        case Level::Forms: return NextSign().form;
-        case Level::Dashes: return NextDash();
-        }
-        return 0;
+        if constexpr (level == Level::Places)
+            return NextPlace();
+        else if constexpr (level == Level::Marks)
+            return NextMark();
+        else if constexpr (level == Level::Forms)
+            return NextForm();
+        else if constexpr (level == Level::Dashes)
+            return NextDash();
+        else
+            return NextKana(level);
     }
 
     /// Whether the signs of which the places were read have anything else that is not plain.
     bool HasMarks() const noexcept { return m_hasMarks; }
     bool HasForms() const noexcept { return m_hasForms; }
+    bool HasKana() const noexcept { return m_hasKana; }
     bool HasDashes() const noexcept { return m_hasDashes; }
 
 private:
-    char16_t NextUnit() noexcept
+    /// Not inlined, so that the loops over signs stay short.
+    [[gnu::noinline]] Weights AsUncommon(char16_t unit, Weights weights) noexcept
     {
-        if (const char16_t unit = m_expansion[m_expanded]; unit != 0) {
-            ++m_expanded;
-            return unit;
+        switch (weights.kind) {
+        case Kind::Dash: m_repeatable = unit; break;
+        case Kind::Repeat:
+            weights = Repeated(weights, HasRepeatable() ? WeightsOf(m_repeatable) : Weights());
+            break;
+        case Kind::Several:
+            Expand(unit, m_expansion);
+            m_isExpanding = true;
+            m_expanded = 0;
+            m_repeatable = 0;
+            return {0, 0, 0, Kind::Ignored};
+        default: return weights;
         }
-        return m_text == m_end ? 0 : Unit(*m_text++);
+        return WithForms(weights);
+    }
+
+    [[gnu::noinline]] Weights NextInExpansion() noexcept
+    {
+        const char16_t unit = m_expansion[m_expanded++];
+        m_isExpanding = unit != 0;
+        return unit == 0 ? Weights{0, 0, 0, Kind::Ignored}
+                         : WithForms(InExpansion(WeightsOf(unit)));
+    }
+
+    Weights WithForms(Weights weights) const noexcept
+    {
+        weights.form &= m_forms;
+        return weights;
     }
 
     Weights NextSign() noexcept
@@ -416,14 +395,37 @@ private:
         }
     }
 
-    std::uint32_t NextPlace() noexcept
+    std::uint8_t NextForm() noexcept
+    {
+        for (;;) {
+            const Weights sign = NextSign();
+            if (sign.form != 0 || sign.kind == Kind::None)
+                return IsKana(sign) ? kPlain : sign.form;
+        }
+    }
+
+    std::uint8_t NextKana(Level level) noexcept
+    {
+        for (;;) {
+            const Weights sign = NextSign();
+            if (sign.kind == Kind::None)
+                return 0;
+            if (IsKana(sign))
+                return KanaWeight(sign, level);
+        }
+    }
+
+    std::uint16_t NextPlace() noexcept
     {
         for (;;) {
             const Weights weights = Next();
             switch (weights.kind) {
             case Kind::Sign:
-                m_hasMarks = m_hasMarks || weights.mark != kPlain;
-                m_hasForms = m_hasForms || weights.form != kPlain;
+                m_hasMarks = m_hasMarks || weights.mark > kPlain;
+                if (IsKana(weights))
+                    m_hasKana = true;
+                else if (weights.form > kPlain)
+                    m_hasForms = true;
                 return weights.place;
             case Kind::Mark: m_hasMarks = true; break;
             case Kind::Dash: m_hasDashes = true; break;
@@ -433,20 +435,19 @@ private:
     }
 
     /// The mark of a sign with the marks that follow it, across dashes. Marks before the first sign
-    /// make one of their own. They add up modulo 256, as in the reference, but to no end of a
-    /// level.
+    /// make one of their own.
     std::uint8_t NextMark() noexcept
     {
         for (;;) {
             const Weights weights = Next();
-            if (weights.kind == Kind::Dash)
+            if (weights.kind == Kind::Dash || (weights.kind == Kind::Sign && weights.mark == 0))
                 continue;
             if (weights.kind == Kind::Mark) {
                 m_pending = static_cast<std::uint8_t>(m_pending + weights.mark);
                 m_isPending = true;
                 continue;
             }
-            const std::uint8_t mark = m_pending < kPlain ? kPlain + 1 : m_pending;
+            const std::uint8_t mark = SumOfMarks(m_pending);
             const bool wasPending = std::exchange(m_isPending, weights.kind == Kind::Sign);
             m_pending = weights.mark;
             if (wasPending)
@@ -464,7 +465,8 @@ private:
             if (weights.kind == Kind::None)
                 return 0;
             if (weights.kind == Kind::Dash)
-                return std::uint64_t{~m_signs} << 32 | weights.place << 8 | weights.form;
+                return std::uint64_t{~m_signs} << 32 | weights.place << 16 | weights.mark << 8 |
+                       weights.form;
             m_signs += weights.kind == Kind::Sign;
         }
     }
@@ -474,21 +476,24 @@ private:
     std::uint8_t m_forms;
     std::uint8_t m_pending = 0; // the mark that is adding up
     bool m_isPending = false;
+    char16_t m_repeatable = 0; // the unit that a repetition mark repeats
     std::uint32_t m_signs = 0;
     bool m_hasMarks = false;
     bool m_hasForms = false;
+    bool m_hasKana = false;
     bool m_hasDashes = false;
-    UnitText m_expansion = {};
-    std::size_t m_expanded = 0; // how far m_expansion is read
+    bool m_isExpanding = false;
+    std::uint8_t m_expanded = 0; // how far m_expansion is read
+    UnitText m_expansion;
 };
 
-template <class Char>
-int CompareLevel(Level level, WeightReader<Char>& left, WeightReader<Char>& right) noexcept
+template <Level level, class Char>
+int CompareLevel(WeightReader<Char>& left, WeightReader<Char>& right) noexcept
 {
     const std::uint64_t missing = level == Level::Marks || level == Level::Forms ? kPlain : 0;
     for (;;) {
-        std::uint64_t x = left.Next(level);
-        std::uint64_t y = right.Next(level);
+        std::uint64_t x = left.template Next<level>();
+        std::uint64_t y = right.template Next<level>();
         if (x == y) {
             if (x == 0)
                 return 0;
@@ -501,28 +506,40 @@ int CompareLevel(Level level, WeightReader<Char>& left, WeightReader<Char>& righ
     }
 }
 
-template <class Char>
-int CompareLevel(Level level, std::basic_string_view<Char> a, std::basic_string_view<Char> b,
+template <Level level, class Char>
+int CompareLevel(std::basic_string_view<Char> a, std::basic_string_view<Char> b,
                  ECase letterCase) noexcept
 {
     WeightReader<Char> left(a, letterCase);
     WeightReader<Char> right(b, letterCase);
-    return CompareLevel(level, left, right);
+    return CompareLevel<level>(left, right);
 }
 
-int CompareLevels(std::u16string_view a, std::u16string_view b, ECase letterCase) noexcept
+template <class Char>
+int CompareLevels(std::basic_string_view<Char> a, std::basic_string_view<Char> b,
+                  ECase letterCase) noexcept
 {
-    WeightReader<WChar> left(a, letterCase);
-    WeightReader<WChar> right(b, letterCase);
-    if (const int order = CompareLevel(Level::Places, left, right); order != 0)
+    WeightReader<Char> left(a, letterCase);
+    WeightReader<Char> right(b, letterCase);
+    if (const int order = CompareLevel<Level::Places>(left, right); order != 0)
         return order;
     int order = 0;
     if (left.HasMarks() || right.HasMarks())
-        order = CompareLevel(Level::Marks, a, b, letterCase);
+        order = CompareLevel<Level::Marks>(a, b, letterCase);
     if (order == 0 && (left.HasForms() || right.HasForms()))
-        order = CompareLevel(Level::Forms, a, b, letterCase);
+        order = CompareLevel<Level::Forms>(a, b, letterCase);
+    if (left.HasKana() || right.HasKana()) {
+        if (order == 0)
+            order = CompareLevel<Level::Sizes>(a, b, letterCase);
+        if (order == 0)
+            order = CompareLevel<Level::Repetitions>(a, b, letterCase);
+        if (order == 0)
+            order = CompareLevel<Level::Types>(a, b, letterCase);
+        if (order == 0)
+            order = CompareLevel<Level::Widths>(a, b, letterCase);
+    }
     if (order == 0 && (left.HasDashes() || right.HasDashes()))
-        order = CompareLevel(Level::Dashes, a, b, letterCase);
+        order = CompareLevel<Level::Dashes>(a, b, letterCase);
     return order;
 }
 
@@ -601,6 +618,8 @@ std::optional<int> CompareAscii(const Char* a, const Char* b, std::size_t shared
                 return l.place < r.place ? -1 : 1;
             if (forms == 0)
                 forms = l.form - r.form;
+        } else if (dashes && x >= kAsciiEnd) {
+            return std::nullopt; // it may repeat what stands before, a dash or none
         }
         ++left;
         ++right;
@@ -609,7 +628,7 @@ std::optional<int> CompareAscii(const Char* a, const Char* b, std::size_t shared
         return forms < 0 ? -1 : 1;
     if (!dashes)
         return 0;
-    return CompareLevel(Level::Dashes, View(a + shared), View(b + shared), letterCase);
+    return CompareLevel<Level::Dashes>(View(a + shared), View(b + shared), letterCase);
 }
 
 /// Whether the text is ASCII up to its first 0.
@@ -644,82 +663,164 @@ private:
     WChar* m_text = m_short;
 };
 
-/// A hash over the places of the signs between a front and an end that both move on, so that the
-/// stretches of a text that can equal a part are found in one pass: Karp and Rabin, IBM J. Res.
-/// Dev. 31 (1987), 249, modulo 2^64.
-class PlaceHash {
+/// Sums over the signs of a text from its front up to some unit, from which those of any stretch
+/// follow, so that the stretches that can equal a part are found in one pass: Karp and Rabin, IBM
+/// J. Res. Dev. 31 (1987), 249, modulo 2^64. Marks have a sum of their own, as they add up.
+template <class Char>
+class SignSums {
 public:
-    void Append(char16_t unit) noexcept
+    void Append(const Char& unit) noexcept
     {
-        ForEachPlace(unit, [this](std::uint32_t place) {
-            m_hash = m_hash * kBase + place;
-            m_power *= kBase;
-        });
+        const Weights weights = WeightsOf(Unit(unit));
+        if (weights.kind == Kind::Sign) {
+            AddSign(m_reader.Pass(Unit(unit), weights));
+            return;
+        }
+        m_hasRepeats = m_hasRepeats || weights.kind == Kind::Repeat;
+        m_reader.Continue(&unit);
+        for (Weights next = m_reader.Next(); next.kind != Kind::None; next = m_reader.Next()) {
+            if (next.kind == Kind::Mark)
+                AddMark(next.mark);
+            else
+                AddSign(next);
+        }
     }
 
-    void RemoveFront(char16_t unit) noexcept
+    /// Whether the signs between `front` and this, but for their marks, are those of `part`.
+    bool HasSigns(const SignSums& front, const SignSums& part) const noexcept
     {
-        ForEachPlace(unit, [this](std::uint32_t place) {
-            m_power *= kInverse;
-            m_hash -= m_power * place;
-        });
+        return m_signs - front.m_signs == part.m_signs * front.m_signPower;
     }
 
-    bool operator==(const PlaceHash& other) const noexcept { return m_hash == other.m_hash; }
+    /// The same for their marks. `front` must stand before a sign.
+    bool HasMarks(SignSums& front, const SignSums& part) const noexcept
+    {
+        const std::uint64_t between = m_marks - front.m_marks;
+        return (between | part.m_marks) == 0 ||
+               between == part.m_marks * front.MarkPower(front.m_markCount);
+    }
+
+    bool HasRepeats() const noexcept { return m_hasRepeats; }
+    bool EndsRepeatable() const noexcept { return m_reader.HasRepeatable(); }
 
 private:
-    template <class Function>
-    static void ForEachPlace(char16_t unit, Function function) noexcept
+    void AddSign(const Weights& sign) noexcept
     {
-        const Weights weights = WeightsOf(unit);
-        if (weights.kind == Kind::Sign)
-            function(weights.place);
-        if (weights.kind != Kind::Several)
+        constexpr auto mark = std::bit_cast<std::uint64_t>(Weights{0, 0xff});
+        auto number = std::bit_cast<std::uint64_t>(sign);
+        if (sign.kind == Kind::Sign) {
+            number &= ~mark;
+            if (sign.mark != 0)
+                OpenMark(sign.mark);
+        }
+        m_signs += number * m_signPower;
+        m_signPower *= kBase;
+    }
+
+    void OpenMark(std::uint8_t mark) noexcept
+    {
+        ++m_markCount;
+        m_mark = mark;
+        if (mark != kPlain)
+            m_marks += Excess(mark) * MarkPower(m_markCount - 1);
+    }
+
+    void AddMark(std::uint8_t mark) noexcept
+    {
+        if (m_markCount == 0) {
+            OpenMark(mark);
             return;
-        WeightReader<WChar> reader({&unit, 1}, ECase::Ignored);
-        while (const std::uint64_t place = reader.Next(Level::Places))
-            function(static_cast<std::uint32_t>(place));
+        }
+        const std::uint64_t power = MarkPower(m_markCount - 1);
+        m_marks -= Excess(m_mark) * power;
+        m_mark = static_cast<std::uint8_t>(m_mark + mark);
+        m_marks += Excess(m_mark) * power;
+    }
+
+    /// What the mark of this number counts. Numbers do not fall.
+    std::uint64_t MarkPower(std::size_t number) noexcept
+    {
+        for (; m_markPowerNumber < number; ++m_markPowerNumber)
+            m_markPower *= kBase;
+        return m_markPower;
+    }
+
+    /// 0 for what is plain, so that it makes no difference at the end.
+    static std::uint64_t Excess(std::uint8_t mark) noexcept
+    {
+        return static_cast<std::uint64_t>(SumOfMarks(mark) - kPlain);
     }
 
     static constexpr std::uint64_t kBase = 0x9e3779b97f4a7c15;
-    static constexpr std::uint64_t kInverse = 0xf1de83e19937733d;
-    static_assert(kBase * kInverse == 1);
 
-    std::uint64_t m_hash = 0;
-    std::uint64_t m_power = 1; // kBase to the number of places
+    WeightReader<Char> m_reader{{}, ECase::Ignored};
+    std::uint64_t m_signs = 0;
+    std::uint64_t m_signPower = 1;
+    std::uint64_t m_marks = 0;
+    std::uint64_t m_markPower = 1; // of the mark of m_markPowerNumber
+    std::size_t m_markPowerNumber = 0;
+    std::size_t m_markCount = 0;
+    std::uint8_t m_mark = 0; // the last one: to which marks add that follow
+    bool m_hasRepeats = false;
 };
 
-/// Whether two stretches whose places agree by their hash are equal without regard to case.
+/// Whether the stretch of a text between `front` and `back` may equal `part`, as far as sums tell.
+/// Its first unit is `unit`.
 template <class Char>
-bool IsEqual(std::basic_string_view<Char> a, std::basic_string_view<Char> b) noexcept
+bool MayEqual(Char unit, SignSums<Char>& front, const SignSums<Char>& back,
+              const SignSums<Char>& part) noexcept
 {
-    // The places last: they need a look only to make sure.
-    for (const Level level : {Level::Marks, Level::Forms, Level::Dashes, Level::Places}) {
-        if (CompareLevel(level, a, b, ECase::Ignored) != 0)
-            return false;
-    }
-    return true;
+    const Kind kind = WeightsOf(Unit(unit)).kind;
+    if (kind == Kind::Sign)
+        return back.HasSigns(front, part) && back.HasMarks(front, part);
+    // It may begin with marks that in the text add to an earlier sign, or that repeat such a sign.
+    const bool mayRepeat = kind != Kind::Dash && front.EndsRepeatable() && back.HasRepeats();
+    return back.HasSigns(front, part) || mayRepeat;
 }
 
+/// Linear in the text, whatever the part. There is room for it behind `start`.
+template <class Char>
+std::size_t FindBySums(std::basic_string_view<Char> text, std::basic_string_view<Char> part,
+                       std::size_t start) noexcept
+{
+    SignSums<Char> wanted;
+    SignSums<Char> front;
+    SignSums<Char> back;
+    for (std::size_t i = 0; i < part.size(); ++i) {
+        wanted.Append(part[i]);
+        back.Append(text[start + i]);
+    }
+    for (std::size_t i = start;; ++i) {
+        if (MayEqual(text[i], front, back, wanted) &&
+            CompareLevels(text.substr(i, part.size()), part, ECase::Ignored) == 0)
+            return i;
+        if (i + part.size() == text.size())
+            return kNotFound;
+        front.Append(text[i]);
+        back.Append(text[i + part.size()]);
+    }
+}
+
+/// Compares wherever the first sign is the right one, until that has cost more than sums would.
 template <class Char>
 std::size_t Find(std::basic_string_view<Char> text, std::basic_string_view<Char> part) noexcept
 {
     if (part.empty() || part.size() > text.size())
         return kNotFound;
-    PlaceHash wanted;
-    PlaceHash here;
-    for (std::size_t i = 0; i < part.size(); ++i) {
-        wanted.Append(Unit(part[i]));
-        here.Append(Unit(text[i]));
-    }
-    for (std::size_t i = 0;; ++i) {
-        if (here == wanted && IsEqual(text.substr(i, part.size()), part))
+    const std::size_t last = text.size() - part.size();
+    const Weights first = WeightsOf(Unit(part[0]));
+    const bool isSign = first.kind == Kind::Sign;
+    std::size_t compared = 0;
+    std::size_t i = 0;
+    for (; isSign && i <= last && compared <= 1024 + i * 16; ++i) {
+        const Weights here = WeightsOf(Unit(text[i]));
+        if (here.kind == Kind::Sign && here.place != first.place)
+            continue;
+        if (CompareLevels(text.substr(i, part.size()), part, ECase::Ignored) == 0)
             return i;
-        if (i + part.size() == text.size())
-            return kNotFound;
-        here.RemoveFront(Unit(text[i]));
-        here.Append(Unit(text[i + part.size()]));
+        compared += part.size();
     }
+    return i <= last ? FindBySums(text, part, i) : kNotFound;
 }
 
 /// The capital of which `unit` is the small letter: none for another small form, like the final
@@ -730,27 +831,24 @@ UChar32 SimpleCapital(char16_t unit) noexcept
     return u_tolower(capital) == unit ? capital : unit;
 }
 
-// A key has the levels one after another. Bytes of 1 end a level, as no other byte there is below
-// 2, but for the inner bytes of a place. What is plain at the end of a level is left out, and so
-// are the ends of levels when nothing follows them.
+// A key has the levels one after another. Bytes of 1 end a level, as no other byte is below 2, but
+// for the second of a place. What is plain at the end of a level is left out (texts of equal places
+// have as many kana, so of these nothing is), and so are the ends of levels when nothing follows.
 
 void AppendPlaces(WeightReader<WChar>& reader, std::string& key)
 {
-    while (const std::uint64_t place = reader.Next(Level::Places)) {
-        key.push_back(static_cast<char>(place >> 24));
-        key.push_back(static_cast<char>(place >> 16));
-        if ((place & kBehind) != 0) {
-            key.push_back(static_cast<char>(place >> 8));
-            key.push_back(static_cast<char>(place));
-        }
+    while (const std::uint64_t place = reader.Next<Level::Places>()) {
+        key.push_back(static_cast<char>(place >> 8));
+        key.push_back(static_cast<char>(place));
     }
 }
 
 /// `ends` is how many ends of levels are due before a byte follows.
-void AppendWeights(Level level, WeightReader<WChar> reader, std::size_t& ends, std::string& key)
+template <Level level>
+void AppendWeights(WeightReader<WChar> reader, std::size_t& ends, std::string& key)
 {
     std::size_t plain = 0;
-    while (const std::uint64_t weight = reader.Next(level)) {
+    while (const std::uint64_t weight = reader.Next<level>()) {
         if (weight == kPlain) {
             ++plain;
             continue;
@@ -761,10 +859,17 @@ void AppendWeights(Level level, WeightReader<WChar> reader, std::size_t& ends, s
     }
 }
 
+template <Level level>
+void AppendKana(WeightReader<WChar> reader, std::string& key)
+{
+    while (const std::uint64_t weight = reader.Next<level>())
+        key.push_back(static_cast<char>(weight));
+}
+
 void AppendDashes(WeightReader<WChar> reader, std::size_t ends, std::string& key)
 {
     key.append(ends, 1);
-    while (const std::uint64_t weight = reader.Next(Level::Dashes)) {
+    while (const std::uint64_t weight = reader.Next<Level::Dashes>()) {
         for (int shift = 56; shift >= 0; shift -= 8)
             key.push_back(static_cast<char>(weight >> shift));
     }
@@ -809,10 +914,18 @@ void AppendCollationKey(const WChar* text, std::size_t length, ECase letterCase,
     AppendPlaces(reader, key);
     std::size_t ends = 1;
     if (reader.HasMarks())
-        AppendWeights(Level::Marks, {all, letterCase}, ends, key);
+        AppendWeights<Level::Marks>({all, letterCase}, ends, key);
     ++ends;
     if (reader.HasForms())
-        AppendWeights(Level::Forms, {all, letterCase}, ends, key);
+        AppendWeights<Level::Forms>({all, letterCase}, ends, key);
+    ++ends;
+    if (reader.HasKana()) {
+        key.append(std::exchange(ends, 0), 1);
+        AppendKana<Level::Sizes>({all, letterCase}, key);
+        AppendKana<Level::Repetitions>({all, letterCase}, key);
+        AppendKana<Level::Types>({all, letterCase}, key);
+        AppendKana<Level::Widths>({all, letterCase}, key);
+    }
     ++ends;
     if (reader.HasDashes())
         AppendDashes({all, letterCase}, ends, key);

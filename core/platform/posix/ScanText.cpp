@@ -340,7 +340,7 @@ double ParseReal(const Char* text) noexcept
     return number.IsGood() ? number.template To<double>() : 0;
 }
 
-/// Values of 32 bits, as `unsigned long` has them on the reference platform.
+/// Values of 32 bits, as `unsigned long` has them on Windows.
 template <typename Char>
 unsigned long ParseHexadecimal(const Char* text, const Char*& end) noexcept
 {
