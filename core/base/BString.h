@@ -132,7 +132,7 @@ public:
     // Search
 
     /// True for a null prefix; an empty string starts with no other, not even with "".
-    /// `IStartsWith` ignores the case of ASCII letters only.
+    /// `IStartsWith` ignores the case of the letters that `ToUpper` knows.
     [[nodiscard]] bool StartsWith(const char* prefix) const noexcept;
     [[nodiscard]] bool StartsWith(const BString& prefix) const noexcept;
     [[nodiscard]] bool IStartsWith(const char* prefix) const noexcept;
@@ -211,7 +211,8 @@ public:
     BString& EraseTrailingChars(char character);
     BString& EraseAllChars(char character);
 
-    /// Converts this string in place, ASCII letters only, and returns a copy of it.
+    /// Converts this string in place and returns a copy of it: ASCII letters only, on Windows those
+    /// of the application's C locale once it called `setlocale` (in the runtime that this uses).
     BString ToUpper();
     BString ToLower();
     /// A converted copy; this string stays.

@@ -68,10 +68,46 @@ const Char* OrEmpty(const Char* text) noexcept
     return text ? text : String().CStr();
 }
 
+// First position of `part` in `text` at or after `start`, which leaves room for it: Karp and Rabin,
+// IBM J. Res. Dev. 31 (1987), 249, modulo 2^64. Linear, whatever the part.
+std::size_t FindByHash(View text, View part, std::size_t start) noexcept
+{
+    constexpr std::uint64_t base = 0x9e3779b97f4a7c15;
+    const auto append = [](std::uint64_t hash, Char character) { return hash * base + character; };
+    std::uint64_t wanted = 0;
+    std::uint64_t here = 0;
+    std::uint64_t front = 1; // what the first character counts
+    for (std::size_t i = 0; i < part.size(); ++i) {
+        wanted = append(wanted, part[i]);
+        here = append(here, text[start + i]);
+        front *= i == 0 ? 1 : base;
+    }
+    for (;; ++start) {
+        if (here == wanted && text.substr(start, part.size()) == part)
+            return start;
+        if (start + part.size() == text.size())
+            return kNone;
+        here = append(here - front * text[start], text[start + part.size()]);
+    }
+}
+
 // First position of `part` in `text` at or after `start`.
 std::size_t Find(View text, View part, std::size_t start) noexcept
 {
-    return part.empty() || start >= text.size() ? kNone : text.find(part, start);
+    if (part.empty() || start >= text.size() || part.size() > text.size() - start)
+        return kNone;
+    const std::size_t last = text.size() - part.size();
+    constexpr std::size_t patience = 1024;
+    std::size_t wasted = 0; // characters of parts that were begun only
+    for (std::size_t at = text.find(part[0], start); at <= last; at = text.find(part[0], at + 1)) {
+        const auto [begun, end] = std::mismatch(part.begin(), part.end(), text.begin() + at);
+        if (begun == part.end())
+            return at;
+        wasted += static_cast<std::size_t>(begun - part.begin());
+        if (wasted > patience + (at - start) * 4)
+            return FindByHash(text, part, at);
+    }
+    return kNone;
 }
 
 // The same without regard to case.
@@ -85,21 +121,36 @@ std::size_t FindInRest(View text, View part, std::size_t start) noexcept
 
 // The same again, a window at a time: the platform measures all that it is given before it looks,
 // so that many occurrences in one text would take quadratic time.
-constexpr std::size_t kWindow = 128;
-
-std::size_t FindInWindows(View text, View part, std::size_t start) noexcept
-{
-    while (start < text.size()) {
-        Char window[kWindow + 1];
-        const std::size_t length = text.copy(window, kWindow, start);
-        window[length] = 0;
-        const std::size_t found = platform::FindIgnoringCase(window, OrEmpty(part.data()));
-        if (found != platform::kNotFound)
-            return start + found;
-        start += length < kWindow ? length : kWindow - part.size() + 1;
+class WindowSearch {
+public:
+    WindowSearch(View text, View part) noexcept
+        : m_text(text)
+        , m_part(part)
+    {
+        constexpr std::size_t least = 128;
+        if (CharactersStandAlone(text))
+            m_window = Text::WithCapacity(std::max(least, 2 * part.size()));
     }
-    return kNone;
-}
+
+    std::size_t Find(std::size_t start) noexcept
+    {
+        if (m_window.IsNull())
+            return FindInRest(m_text, m_part, start);
+        while (start < m_text.size()) {
+            const std::size_t length = m_text.copy(m_window.Writable(), m_window.Capacity(), start);
+            m_window.Writable()[length] = 0;
+            if (const auto found = FindInRest({m_window.Text(), length}, m_part, 0); found != kNone)
+                return start + found;
+            start += length < m_window.Capacity() ? length : length - m_part.size() + 1;
+        }
+        return kNone;
+    }
+
+private:
+    View m_text;
+    View m_part;
+    Text m_window; // null where the text is not to be cut, or for want of memory
+};
 
 // First or last position of `character`.
 std::size_t FindSingle(View text, Char character, bool first) noexcept
@@ -362,15 +413,13 @@ bool String::Replace(const Char* from, const Char* to, bool caseSensitive)
     const View own = Measured(CStr());
     const View wanted = Measured(from);
     const View replacement = Measured(to);
-    const auto find = caseSensitive                                               ? Find
-                      : wanted.size() <= kWindow / 2 && CharactersStandAlone(own) ? FindInWindows
-                                                                                  : FindInRest;
+    WindowSearch windows(caseSensitive ? View() : own, wanted);
 
     Text made;
     std::size_t length = 0;
     std::size_t copied = 0; // how much of the own text has been taken over
     for (;;) {
-        const std::size_t found = find(own, wanted, copied);
+        const std::size_t found = caseSensitive ? Find(own, wanted, copied) : windows.Find(copied);
         if (found == kNone)
             break;
         if (!made.Push(length, own.substr(copied, found - copied)) ||

@@ -132,7 +132,7 @@ public:
     // Search
 
     /// True for a null prefix; an empty string starts with no other, not even with "".
-    /// `IStartsWith` ignores the case of ASCII letters only.
+    /// `IStartsWith` ignores the case of the letters that `ToUpper` knows.
     [[nodiscard]] bool StartsWith(const WChar* prefix) const noexcept;
     [[nodiscard]] bool StartsWith(const WString& prefix) const noexcept;
     [[nodiscard]] bool IStartsWith(const WChar* prefix) const noexcept;
@@ -210,7 +210,8 @@ public:
     WString& EraseTrailingChars(WChar unit);
     WString& EraseAllChars(WChar unit);
 
-    /// Converts this string in place, ASCII letters only, and returns a copy of it.
+    /// Converts this string in place and returns a copy of it: ASCII letters only, on Windows those
+    /// of the application's C locale once it called `setlocale` (in the runtime that this uses).
     WString ToUpper();
     WString ToLower();
     /// A converted copy; this string stays.

@@ -206,7 +206,12 @@ TYPED_TEST(StringMembers, ReplaceGoesFromLeftToRightOverEachOccurrence)
         EXPECT_EQ(text.Search(Make<S>("-"), place + 1), 301u);
     }
 
-    S text = Make<S>("xyX");
+    S text;
+    for (int i = 0; i < 50; ++i)
+        text += Make<S>(std::string(400, 'x') + std::string(400, 'a'));
+    EXPECT_TRUE(text.IReplace(Make<S>(std::string(100, 'A')), Make<S>("z")));
+    EXPECT_EQ(text.Length(), 50u * 404);
+    text = Make<S>("xyX");
     EXPECT_TRUE(text.Replace(Char<S>('x'), Char<S>('z'), true));
     EXPECT_TRUE(text.IReplace(Char<S>('Y'), Char<S>(0)));
     EXPECT_EQ(Plain(text), "zX");
@@ -251,6 +256,17 @@ TYPED_TEST(StringMembers, SearchesTellWhetherAndWhereAPartStands)
         EXPECT_EQ(text.IncludesPos(part, position), row.position != kMost);
         EXPECT_EQ(position, row.position);
         EXPECT_EQ(text.Search(part, 0), row.position);
+    }
+
+    for (const std::size_t length : {100u, 5000u, 200000u}) { // that almost occurs everywhere
+        S all, part;
+        all.Fill(2 * length, Char<S>('a'));
+        part.Fill(length, Char<S>('a'));
+        part += Char<S>('b');
+        EXPECT_EQ(all.Search(part, 0), kMost);
+        EXPECT_FALSE(all.Replace(part, part, true));
+        all += part;
+        EXPECT_EQ(all.Search(part, 1), 2 * length);
     }
 
     const S text = Make<S>("abcabc");
