@@ -15,7 +15,8 @@
 ///
 /// Finding an entry takes the same time whatever the keys and however many share a bucket. An entry
 /// stays where it is until it is removed, so references and iterators to it stay good as long.
-/// An empty table holds no memory. Not synchronised.
+/// Entries are destroyed after they have left the table, so a destructor may use it. An empty table
+/// holds no memory. Not synchronised.
 template <class T>
 class BHashTable {
     struct Entry {
@@ -27,6 +28,9 @@ class BHashTable {
 
 public:
     using Key = decltype(T::key);
+    static_assert(
+        requires(const Key& key) { BKeyTraits<Key>::Seeded(key); },
+        "keys of this type need a specialisation of BKeyTraits");
 
     template <class E>
     class BasicIterator {
@@ -98,12 +102,7 @@ public:
         Swap(other);
         return *this;
     }
-    virtual ~BHashTable()
-    {
-        Entry* entry = First();
-        while (entry != nullptr)
-            delete std::exchange(entry, Next(entry));
-    }
+    virtual ~BHashTable() { RemoveAll(); }
 
     /// False when the key is there already: its entry then takes the new value.
     bool Insert(T item)
@@ -155,8 +154,12 @@ public:
 
     void RemoveAll() noexcept
     {
-        BHashTable emptied(m_bucketCount);
-        Swap(emptied);
+        m_count = 0;
+        m_slotCount = 0;
+        m_slots.reset();
+        const std::unique_ptr<std::unique_ptr<Page>[]> pages(std::move(m_pages));
+        for (std::uint64_t i = 0; pages != nullptr && i < PageCount(); ++i)
+            Destroy(pages[i].get());
     }
 
     [[nodiscard]] std::uint64_t Count() const noexcept { return m_count; }
@@ -228,11 +231,27 @@ private:
     [[nodiscard]] Bucket& BucketAt(std::uint64_t number)
     {
         if (m_pages == nullptr)
-            m_pages.reset(new std::unique_ptr<Page>[(m_bucketCount - 1) / kPageSize + 1]);
+            m_pages.reset(new std::unique_ptr<Page>[PageCount()]);
         std::unique_ptr<Page>& page = m_pages[number / kPageSize];
         if (page == nullptr)
             page = std::make_unique<Page>();
         return page->buckets[number % kPageSize];
+    }
+
+    [[nodiscard]] std::uint64_t PageCount() const noexcept
+    {
+        return (m_bucketCount - 1) / kPageSize + 1;
+    }
+    /// The entries of `page`, which is no longer in the table and may be null.
+    static void Destroy(const Page* page) noexcept
+    {
+        if (page == nullptr)
+            return;
+        for (const Bucket& bucket : page->buckets) {
+            Entry* entry = bucket.first;
+            while (entry != nullptr)
+                delete std::exchange(entry, entry->next);
+        }
     }
 
     [[nodiscard]] Entry* First() const noexcept { return m_count != 0 ? FirstFrom(0) : nullptr; }

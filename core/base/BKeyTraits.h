@@ -17,16 +17,20 @@
 /// What a dictionary asks of its keys. `Hash` decides the bucket and so the order of iteration, it
 /// is the same in every process; `Seeded` finds entries; `Equal` tells keys apart.
 ///
-/// Integers, enumerations and pointers hash as their value. Specialise it for keys of other types.
+/// Integers, enumerations and pointers hash as their value. Specialise it for keys of other types:
+/// a dictionary of them does not compile without.
 template <class K>
-struct BKeyTraits {
-    static std::uint64_t Hash(K key) noexcept requires std::integral<K> || std::is_enum_v<K>
+struct BKeyTraits;
+
+template <class K>
+requires std::integral<K> || std::is_enum_v<K> || std::is_pointer_v<K>
+struct BKeyTraits<K> {
+    static std::uint64_t Hash(K key) noexcept
     {
-        return static_cast<std::uint64_t>(key);
-    }
-    static std::uint64_t Hash(K key) noexcept requires std::is_pointer_v<K>
-    {
-        return reinterpret_cast<std::uintptr_t>(key);
+        if constexpr (std::is_pointer_v<K>)
+            return reinterpret_cast<std::uintptr_t>(key);
+        else
+            return static_cast<std::uint64_t>(key);
     }
     static std::uint64_t Seeded(K key) { return QDSeededHash(&key, sizeof key); }
     static bool Equal(K a, K b) noexcept { return a == b; }

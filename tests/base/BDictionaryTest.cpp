@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <random>
 #include <set>
@@ -46,6 +47,21 @@ struct BKeyTraits<Crowded> {
         return a.number == b.number;
     }
 };
+
+/// A key of bytes that say nothing of its value, as padding and -0.0 are.
+struct Untold {
+    char letter;
+    double number;
+};
+
+template <class K>
+concept HasTraits = requires
+{
+    sizeof(BKeyTraits<K>);
+};
+static_assert(HasTraits<char> && HasTraits<std::byte> && HasTraits<const int*>);
+static_assert(HasTraits<WString> && HasTraits<SP<BSmartObj>> && HasTraits<Crowded>);
+static_assert(!HasTraits<Untold> && !HasTraits<double> && !HasTraits<std::string>);
 
 TEST(MItem, HashesABoundedPrefixOfTexts)
 {
