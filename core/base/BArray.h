@@ -12,7 +12,8 @@
 /// constructed.
 ///
 /// It grows by its grow step or by half of its count, whichever is more. Growing moves the
-/// elements: references and pointers to them end there. Not synchronised.
+/// elements: references and pointers to them end there. Elements are destroyed after they have left
+/// the array, so a destructor may change it. Not synchronised.
 template <class T>
 class BArray {
 public:
@@ -38,7 +39,7 @@ public:
         Swap(other);
         return *this;
     }
-    virtual ~BArray() = default;
+    virtual ~BArray() { RemoveAll(); }
 
     /// Taken by value, so an element of this array can be appended to it.
     void Append(T element)
@@ -65,14 +66,16 @@ public:
             std::move(begin(), end(), elements.get());
         else
             std::copy(begin(), end(), elements.get());
-        m_elements = std::move(elements);
+        m_elements.swap(elements);
         m_capacity = capacity;
     }
 
-    /// Moves the elements behind `index` down by one.
+    /// Moves the elements behind `index`, which must be below the count, down by one.
     void RemoveAt(std::uint64_t index)
     {
         assert(index < m_count);
+        // It ends when the array is whole again.
+        [[maybe_unused]] const T removed(std::move(m_elements[index]));
         std::move(begin() + index + 1, end(), begin() + index);
         --m_count;
         m_elements[m_count] = T(); // lets go of what the element held
@@ -81,10 +84,12 @@ public:
     /// Empties the array and gives its memory back; the grow step stays.
     void RemoveAll() noexcept
     {
-        BArray emptied(m_growStep);
-        Swap(emptied);
+        const std::unique_ptr<T[]> removed(std::move(m_elements));
+        m_count = 0;
+        m_capacity = 0;
     }
 
+    /// `index` must be below the count: it is asserted, not checked.
     [[nodiscard]] T& operator[](std::uint64_t index) noexcept
     {
         assert(index < m_count);
@@ -109,7 +114,8 @@ private:
     void Grow()
     {
         const std::uint64_t step = std::max(m_growStep, m_count / 2 + 1);
-        Reserve(m_count + step);
+        // No memory is as large as the largest number, which would release all.
+        Reserve(step < kReleaseAll - m_count ? m_count + step : kReleaseAll - 1);
         m_growStep = step;
     }
 

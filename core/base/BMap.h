@@ -12,7 +12,8 @@
 /// Values by key in the order of the keys' `operator<`; keys of which neither is less are equal.
 ///
 /// An entry stays where it is until it is removed, so references and iterators to it stay good as
-/// long. Not synchronised.
+/// long. Entries are destroyed after they have left the map, so a destructor may use it. Not
+/// synchronised.
 template <class K, class V>
 class BMap {
     using Item = MItem<K, V>;
@@ -79,9 +80,12 @@ public:
     BMap() = default;
     BMap(const BMap&) = default;
     BMap(BMap&&) = default;
-    BMap& operator=(const BMap&) = default;
-    BMap& operator=(BMap&&) = default;
-    virtual ~BMap() = default;
+    BMap& operator=(BMap other) noexcept
+    {
+        m_items.swap(other.m_items);
+        return *this;
+    }
+    virtual ~BMap() { RemoveAll(); }
 
     /// False when the key is there already: its entry then takes the new value.
     bool Insert(const K& key, const V& value) { return Insert(Item(key, value)); }
@@ -111,11 +115,15 @@ public:
         const auto found = m_items.find(key);
         if (found == m_items.end())
             return false;
-        m_items.erase(found);
+        const auto removed = m_items.extract(found);
         return true;
     }
 
-    void RemoveAll() noexcept { m_items.clear(); }
+    void RemoveAll() noexcept
+    {
+        Items removed;
+        removed.swap(m_items);
+    }
 
     [[nodiscard]] std::uint64_t Count() const noexcept { return m_items.size(); }
 

@@ -114,7 +114,8 @@ public:
         return Link(element, position.m_node);
     }
 
-    /// Returns the place of the element that followed.
+    /// Returns the place of the element that followed, which the destructor of the erased one must
+    /// leave alone.
     Iterator Erase(Iterator position) noexcept
     {
         Node* const node = position.m_node;

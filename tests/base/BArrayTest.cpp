@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 namespace {
@@ -86,6 +87,36 @@ TEST(BArray, HoldsItsElementsUntilTheyAreRemoved)
     EXPECT_EQ(array[1], third);
     array.RemoveAll();
     EXPECT_EQ(lives, 1);
+}
+
+TEST(BArray, DestroysElementsAfterTheyHaveLeft)
+{
+    std::vector<std::uint64_t> counts;
+    {
+        BArray<SP<Curious>> array;
+        for (int i = 0; i < 4; ++i)
+            array.Append(new Curious([&] {
+                counts.push_back(array.Count());
+                array.RemoveAll();
+            }));
+        const SP<Curious> first = array[0];
+        array.RemoveAt(1);
+        array.Append(first);
+    }
+    EXPECT_EQ(counts, (std::vector<std::uint64_t>{3, 0, 0, 0}));
+}
+
+TEST(BArray, DoesNotGrowBeyondAllMemory)
+{
+    for (const std::uint64_t growStep :
+         {BArray<char>::kReleaseAll, BArray<char>::kReleaseAll - 5}) {
+        BArray<char> array(growStep);
+        array.Reserve(10);
+        for (int i = 0; i < 10; ++i)
+            array.Append('a');
+        EXPECT_THROW(array.Append('b'), std::bad_alloc);
+        EXPECT_EQ(array.Count(), 10u);
+    }
 }
 
 TEST(BArray, CopiesElementsAndMovesStorage)

@@ -1,10 +1,14 @@
 #include "core/base/BMap.h"
 
+#include "core/base/BDictionary.h"
+#include "core/base/SP.h"
+
 #include "tests/base/LifeCount.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 #include <vector>
 
@@ -47,6 +51,29 @@ TEST(BMap, KeepsItsEntriesInTheOrderOfTheirKeys)
     EXPECT_EQ(map.Find(2)->value, copy.Find(-1)->value);
     map.RemoveAll();
     EXPECT_EQ(map.Count(), 0u);
+}
+
+TEST(Maps, DestroyEntriesAfterTheyHaveLeft)
+{
+    const auto remove = []<class Map>(Map) {
+        std::vector<std::uint64_t> counts;
+        {
+            Map map;
+            for (int i = 0; i < 4; ++i) {
+                map.Insert(i, new Curious([&counts, &map] {
+                               counts.push_back(map.Count());
+                               map.Insert(9, nullptr);
+                               map.Remove(9);
+                           }));
+            }
+            map.Remove(2);
+            map.RemoveAll();
+            map.Insert(1, new Curious([&] { counts.push_back(map.Count()); }));
+        }
+        EXPECT_EQ(counts, (std::vector<std::uint64_t>{3, 0, 0, 0, 0}));
+    };
+    remove(BMap<int, SP<Curious>>());
+    remove(BDictionary<int, SP<Curious>>());
 }
 
 TEST(BMap, TakesKeysInAnyOrderWithoutQuadraticWork)

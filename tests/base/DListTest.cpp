@@ -1,11 +1,11 @@
 #include "core/base/DList.h"
 
-#include "core/base/BSmartObj.h"
 #include "core/base/SP.h"
+
+#include "tests/base/LifeCount.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <initializer_list>
 #include <type_traits>
 #include <utility>
@@ -113,13 +113,6 @@ TEST(DList, CopiesElementsAndMovesLinks)
 
 TEST(DList, DestroysElementsAfterTheyHaveLeft)
 {
-    struct Curious : BSmartObj {
-        explicit Curious(std::function<void()> look)
-            : m_look(std::move(look))
-        {}
-        ~Curious() override { m_look(); }
-        std::function<void()> m_look;
-    };
     DList<SP<Curious>> list;
     Numbers counts;
     for (int i = 0; i < 3; ++i)

@@ -2,6 +2,9 @@
 
 #include "core/base/BSmartObj.h"
 
+#include <functional>
+#include <utility>
+
 /// A smart object that counts in `lives` how many of its kind live.
 class Counted : public BSmartObj {
 public:
@@ -15,6 +18,19 @@ public:
 
 private:
     int& m_lives;
+};
+
+/// A smart object that calls a function when it dies.
+class Curious : public BSmartObj {
+public:
+    explicit Curious(std::function<void()> look)
+        : m_look(std::move(look))
+    {}
+    Curious(const Curious&) = delete;
+    ~Curious() override { m_look(); }
+
+private:
+    std::function<void()> m_look;
 };
 
 /// A value that counts its copies, defaults included, in `alive` and throws on a wanted copy.
