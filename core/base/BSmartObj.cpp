@@ -19,10 +19,10 @@ QD_CALLS_ANYTHING void Verify(void* object)
 
 } // namespace
 
-std::int32_t BSmartObj::m_unique_id_counter = 0;
+std::uint32_t BSmartObj::m_unique_id_counter = 0;
 
 BSmartObj::BSmartObj() noexcept
-    : m_uniqueId(std::atomic_ref<std::int32_t>(m_unique_id_counter)++ + 1)
+    : m_uniqueId(static_cast<std::int32_t>(std::atomic_ref(m_unique_id_counter).fetch_add(1) + 1))
 {}
 
 BSmartObj::BSmartObj(const BSmartObj&) noexcept

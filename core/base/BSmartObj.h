@@ -76,6 +76,8 @@ public:
         return Counter().load(std::memory_order_relaxed);
     }
 
+    /// The number drawn at construction. 2147483647 is followed by -2147483648, so that numbers
+    /// come again after 2^32 objects.
     [[nodiscard]] long UniqueID() const noexcept { return m_uniqueId; }
 
     /// Name of the object's own type with its keyword, "class BNode"; good for the life of the
@@ -111,7 +113,8 @@ private:
         return std::atomic_ref<std::int32_t>(m_refCount);
     }
 
-    static std::int32_t m_unique_id_counter; // last number given out; changed only atomically
+    // Last number given out; changed only atomically. Unsigned, because it wraps.
+    static std::uint32_t m_unique_id_counter;
 
     mutable std::int32_t m_refCount = 0; // changed only atomically
     std::int32_t m_uniqueId;

@@ -2,7 +2,6 @@
 
 #include "core/base/BSmartObj.h"
 #include "core/platform/VirtualMemory.h"
-#include "core/sync/BCriticalSection.h"
 
 #include <cstring>
 #include <new>
@@ -38,7 +37,7 @@ BMemory& BMemory::operator=(const BMemory& other) = default;
 
 BMemory::~BMemory()
 {
-    const BCriticalSection guard(m_section.Get());
+    const platform::SectionGuard guard(m_section.Get());
     m_range = nullptr;
 }
 

@@ -27,7 +27,8 @@ public:
     /// what was left in it, zeros once it has grown. Null when the system has no memory, which is
     /// to be released, too. Size 0 gives null and nothing to release.
     void* Allocate(std::uint64_t size);
-    /// `Allocate` and a copy of `size` bytes from `source`, which may be null.
+    /// `Allocate` and a copy of `size` bytes from `source`, which may be null and does not lie in
+    /// the buffer: growing ends the old one.
     void* Duplicate(void* source, std::uint64_t size);
     void Release();
 

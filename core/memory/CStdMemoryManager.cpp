@@ -6,7 +6,6 @@
 #include "core/operation/BDispatcher.h"
 #include "core/platform/VirtualMemory.h"
 #include "core/platform/WChar.h"
-#include "core/sync/BCriticalSection.h"
 
 #include <algorithm>
 #include <atomic>
@@ -61,7 +60,7 @@ CStdMemoryManager::~CStdMemoryManager() = default;
 
 bool CStdMemoryManager::Init(std::uint64_t initialSize, std::uint64_t minimumFrameSize)
 {
-    const BCriticalSection guard(CriticalSectionObject());
+    const platform::SectionGuard guard(CriticalSectionObject());
     m_minimumFrameSize = RoundUpToPages(minimumFrameSize);
     AddFrame(RoundUpToPages(initialSize));
     return true;
@@ -71,7 +70,7 @@ CMemoryBlock* CStdMemoryManager::MemoryBlockAlloc(std::uint64_t size)
 {
     CMemoryBlock* block = nullptr;
     {
-        const BCriticalSection guard(CriticalSectionObject());
+        const platform::SectionGuard guard(CriticalSectionObject());
         block = Place(size);
     }
     if (size != 0)
@@ -85,7 +84,7 @@ void CStdMemoryManager::FreeMemoryBlock(CMemoryBlock* block)
         return;
     bool report = false;
     {
-        const BCriticalSection guard(CriticalSectionObject());
+        const platform::SectionGuard guard(CriticalSectionObject());
         report = TakeOut(block);
     }
     if (report)
@@ -99,7 +98,7 @@ std::uint64_t CStdMemoryManager::MemoryInUse()
 
 std::uint64_t CStdMemoryManager::TotalReservedMemory()
 {
-    const BCriticalSection guard(CriticalSectionObject());
+    const platform::SectionGuard guard(CriticalSectionObject());
     return m_blocks->reserved;
 }
 
@@ -115,7 +114,7 @@ std::uint64_t CStdMemoryManager::PageSize()
 
 std::uint64_t CStdMemoryManager::SizeOfAllocatedMemory() const
 {
-    const BCriticalSection guard(CriticalSectionObject());
+    const platform::SectionGuard guard(CriticalSectionObject());
     return m_blocks->inUse;
 }
 

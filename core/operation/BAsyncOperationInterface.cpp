@@ -3,7 +3,6 @@
 #include "core/operation/BDispatcher.h"
 #include "core/platform/WindowMessage.h"
 #include "core/sync/BAutoLock.h"
-#include "core/sync/BCriticalSection.h"
 
 #include <algorithm>
 
@@ -27,7 +26,7 @@ public:
 
 private:
     const AutoLock m_lock;
-    const BCriticalSection m_section;
+    const platform::SectionGuard m_section;
 };
 using ReadGuard = Guard<BAutoLockR>;
 using WriteGuard = Guard<BAutoLockW>;

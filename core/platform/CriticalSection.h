@@ -8,7 +8,7 @@
 namespace platform {
 
 /// A critical section as a field of a class in a public header: a lock that its thread may take
-/// again, and that must be free when it is destroyed. Entered with BCriticalSection.
+/// again, and that must be free when it is destroyed. Entered with SectionGuard.
 class QD_CORE_API CriticalSection {
 public:
     CriticalSection() noexcept;
@@ -29,5 +29,22 @@ private:
 /// Waits until no other thread is inside `section`. Each entry asks for a leave of its own.
 void EnterSection(CRITICAL_SECTION& section);
 void LeaveSection(CRITICAL_SECTION& section);
+
+/// Is inside `section` for the length of a block. Unlike BCriticalSection it is no counted object,
+/// so that nobody draws a number of an object for each look at a guarded field.
+class SectionGuard {
+public:
+    explicit SectionGuard(CRITICAL_SECTION* section)
+        : m_section(*section)
+    {
+        EnterSection(m_section);
+    }
+    SectionGuard(const SectionGuard&) = delete;
+    SectionGuard& operator=(const SectionGuard&) = delete;
+    ~SectionGuard() { LeaveSection(m_section); }
+
+private:
+    CRITICAL_SECTION& m_section;
+};
 
 } // namespace platform

@@ -3,6 +3,8 @@
 #include "core/base/BString.h"
 #include "core/base/SP.h"
 #include "core/base/WString.h"
+#include "core/memory/CStdMemoryManager.h"
+#include "core/operation/BAsyncOperationInterface.h"
 
 #include "tests/Latch.h"
 #include "tests/base/LifeCount.h"
@@ -44,6 +46,19 @@ TEST(BSmartObj, CopiesTakeNeitherUniqueIdNorReferencesOver)
         EXPECT_EQ(copy.RefCount(), 0);
         copy = first;
     }
+}
+
+TEST(BSmartObj, IsNotMadeByThoseWhoOnlyAsk)
+{
+    BAsyncOperationInterface operation;
+    CStdMemoryManager manager;
+    const long before = BSmartObj().UniqueID();
+    EXPECT_FALSE(operation.IsStopping() || operation.BreakLongOperation(false));
+    operation.ProgressInfo(1);
+    operation.TestUserBreak();
+    EXPECT_EQ(operation.GetError().Error(), 0);
+    EXPECT_EQ(manager.MemoryInUse() + manager.TotalReservedMemory(), 0u);
+    EXPECT_EQ(BSmartObj().UniqueID(), before + 1);
 }
 
 TEST(BSmartObj, DiesWithTheReleaseThatBringsItsCountFromOneToZero)
