@@ -95,7 +95,9 @@ public:
     [[nodiscard]] static BString Id(std::uint64_t value);
 
     /// Whether `object` can be called: false for a null pointer, and for one that leads to memory
-    /// where a call of `VerifyObj` faults.
+    /// where a call of `VerifyObj` faults. Handlers that the application has for faults are set
+    /// aside meanwhile, whenever it set them; one that it sets during the call stays. That takes
+    /// system calls: it is no test for each use of a pointer.
     /// Intended: what `VerifyObj` answers does not matter.
     [[nodiscard]] static bool IsValidObject(BSmartObj* object);
 

@@ -16,9 +16,10 @@ namespace platform {
 /// divided by zero. What the call held at the fault (locks, memory) stays as it was; destructors do
 /// not run. An exception that `call` throws passes through.
 ///
-/// Calls may nest and run on any threads at once; a fault outside a guarded call goes where it
-/// would have gone without this guard. Running out of stack is no fault that it catches on every
-/// system.
+/// Calls may nest and run on any threads at once. The guard stands before all handlers that the
+/// process has when the outermost call begins, and only while one is under way: a fault outside of
+/// it goes where it would have gone without. A handler that is set during a call stays, and gets
+/// that call's faults. Running out of stack is no fault that it catches on every system.
 [[nodiscard]] bool RunGuarded(void (*call)(void*), void* context);
 
 } // namespace platform

@@ -1,7 +1,9 @@
 #include "core/platform/Fault.h"
 
+#include <atomic>
 #include <csetjmp>
 #include <csignal>
+#include <mutex>
 
 namespace platform {
 
@@ -10,32 +12,43 @@ namespace {
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE};
 constexpr int kSignalCount = sizeof kSignals / sizeof *kSignals;
 
-struct sigaction g_previous[kSignalCount]; // what handled the signals before this guard
+constinit std::mutex g_lock;
+int g_calls = 0;                          // under way on all threads; guarded by g_lock
+struct sigaction g_actions[kSignalCount]; // what the guard stands before; guarded by g_lock
+
+/// The handler of an action, for a signal handler, which takes no lock: the one with information
+/// when there is one.
+struct Handler {
+    std::atomic<void (*)(int, siginfo_t*, void*)> withInfo = nullptr;
+    std::atomic<void (*)(int)> plain = SIG_DFL;
+};
+constinit Handler g_handlers[kSignalCount]; // of g_actions
 
 // Where the innermost guarded call of this thread continues after a fault; null outside of any.
 // In the module's static block, because a signal handler must not be the one that allocates it.
 [[gnu::tls_model("initial-exec")]] constinit thread_local sigjmp_buf* t_resume = nullptr;
 
-const struct sigaction& PreviousOf(int signal)
+const Handler& HandlerOf(int signal)
 {
     int i = 0;
     while (kSignals[i] != signal)
         ++i;
-    return g_previous[i];
+    return g_handlers[i];
 }
 
 void PassOn(int signal, siginfo_t* info, void* context)
 {
-    const struct sigaction& previous = PreviousOf(signal);
+    const Handler& handler = HandlerOf(signal);
     const bool isFault = info->si_code > 0; // otherwise another process or thread has sent it
-    if ((previous.sa_flags & SA_SIGINFO) != 0) {
-        previous.sa_sigaction(signal, info, context);
+    if (const auto withInfo = handler.withInfo.load(); withInfo != nullptr) {
+        withInfo(signal, info, context);
         return;
     }
-    if (previous.sa_handler == SIG_IGN && !isFault)
+    const auto plain = handler.plain.load();
+    if (plain == SIG_IGN && !isFault)
         return;
-    if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN) {
-        previous.sa_handler(signal);
+    if (plain != SIG_DFL && plain != SIG_IGN) {
+        plain(signal);
         return;
     }
     // The system's own treatment: it comes when the faulty instruction runs again.
@@ -64,39 +77,84 @@ void OnSignal(int signal, siginfo_t* info, void* context)
     PassOn(signal, info, context);
 }
 
-bool Install()
+bool IsOurs(const struct sigaction& action)
 {
-    struct sigaction action {};
-    action.sa_sigaction = OnSignal;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-    for (int i = 0; i < kSignalCount; ++i) {
-        ::sigaction(kSignals[i], nullptr, &g_previous[i]);
-        ::sigaction(kSignals[i], &action, nullptr);
-    }
-    return true;
+    return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == OnSignal;
 }
 
-/// Puts the enclosing call's place back, also when an exception passes.
-struct ResumeScope {
-    explicit ResumeScope(sigjmp_buf* resume) noexcept
-        : outer(t_resume)
+/// Notes what handled signal number `i` so far. The new handler comes before the old one goes.
+void Keep(int i, const struct sigaction& action)
+{
+    g_actions[i] = action;
+    if ((action.sa_flags & SA_SIGINFO) != 0) {
+        g_handlers[i].withInfo = action.sa_sigaction;
+        g_handlers[i].plain = SIG_DFL;
+    } else {
+        g_handlers[i].plain = action.sa_handler;
+        g_handlers[i].withInfo = nullptr;
+    }
+}
+
+/// Puts the guard before what handles the signals now: the application may have set its own handler
+/// since the last call, even since one that is still under way.
+void Raise()
+{
+    struct sigaction ours {};
+    ours.sa_sigaction = OnSignal;
+    ours.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    const std::scoped_lock guard(g_lock);
+    ++g_calls;
+    for (int i = 0; i < kSignalCount; ++i) {
+        struct sigaction found {};
+        ::sigaction(kSignals[i], nullptr, &found);
+        if (IsOurs(found))
+            continue;
+        Keep(i, found);
+        ::sigaction(kSignals[i], &ours, nullptr);
+    }
+}
+
+/// With the last call the guard goes, where nobody has replaced it meanwhile.
+void Lower()
+{
+    const std::scoped_lock guard(g_lock);
+    if (--g_calls != 0)
+        return;
+    for (int i = 0; i < kSignalCount; ++i) {
+        struct sigaction found {};
+        ::sigaction(kSignals[i], &g_actions[i], &found);
+        if (!IsOurs(found))
+            ::sigaction(kSignals[i], &found, nullptr);
+    }
+}
+
+/// The guard for one call, also when an exception passes.
+class CallScope {
+public:
+    explicit CallScope(sigjmp_buf* resume)
+        : m_outer(t_resume)
     {
+        Raise();
         t_resume = resume;
     }
-    ~ResumeScope() { t_resume = outer; }
-    ResumeScope(const ResumeScope&) = delete;
-    ResumeScope& operator=(const ResumeScope&) = delete;
+    ~CallScope()
+    {
+        t_resume = m_outer;
+        Lower();
+    }
+    CallScope(const CallScope&) = delete;
+    CallScope& operator=(const CallScope&) = delete;
 
-    sigjmp_buf* const outer;
+private:
+    sigjmp_buf* const m_outer;
 };
 
 } // namespace
 
 bool RunGuarded(void (*call)(void*), void* context)
 {
-    [[maybe_unused]] static const bool installed = Install();
     sigjmp_buf resume;
-    const ResumeScope scope(&resume);
+    const CallScope scope(&resume);
     if (sigsetjmp(resume, 0) != 0)
         return false;
     call(context);

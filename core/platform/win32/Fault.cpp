@@ -70,33 +70,42 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-bool Install()
+bool AllocateSlot()
 {
     g_resumeSlot = ::TlsAlloc();
-    return ::AddVectoredExceptionHandler(1, OnException) != nullptr;
+    return true;
 }
 
-/// Puts the enclosing call's place back, also when an exception passes.
-struct ResumeScope {
-    explicit ResumeScope(std::jmp_buf* resume) noexcept
-        : outer(::TlsGetValue(g_resumeSlot))
+/// The guard for one call, also when an exception passes. Each call puts it before the handlers
+/// that the process has by then.
+class CallScope {
+public:
+    explicit CallScope(std::jmp_buf* resume)
+        : m_outer(::TlsGetValue(g_resumeSlot))
+        , m_handler(::AddVectoredExceptionHandler(1, OnException))
     {
         ::TlsSetValue(g_resumeSlot, resume);
     }
-    ~ResumeScope() { ::TlsSetValue(g_resumeSlot, outer); }
-    ResumeScope(const ResumeScope&) = delete;
-    ResumeScope& operator=(const ResumeScope&) = delete;
+    ~CallScope()
+    {
+        ::TlsSetValue(g_resumeSlot, m_outer);
+        ::RemoveVectoredExceptionHandler(m_handler);
+    }
+    CallScope(const CallScope&) = delete;
+    CallScope& operator=(const CallScope&) = delete;
 
-    void* const outer;
+private:
+    void* const m_outer;
+    void* const m_handler;
 };
 
 } // namespace
 
 bool RunGuarded(void (*call)(void*), void* context)
 {
-    [[maybe_unused]] static const bool installed = Install();
+    [[maybe_unused]] static const bool hasSlot = AllocateSlot();
     std::jmp_buf resume;
-    const ResumeScope scope(&resume);
+    const CallScope scope(&resume);
     // Without a frame to unwind to, the jump restores the registers and runs no handlers.
     if (_setjmp(resume, nullptr) != 0)
         return false;
