@@ -4,6 +4,8 @@
 #include "core/diag/CheckedConversions.h"
 #include "core/file/Sha1.h"
 
+#include <utility>
+
 namespace Crypt {
 
 bool BSha1::Encrypt(void* data, std::size_t size, Result& result)
@@ -11,14 +13,16 @@ bool BSha1::Encrypt(void* data, std::size_t size, Result& result)
     if (data == nullptr)
         return false;
     const std::size_t count = Sizet_uint(size);
+    Result digest = {}; // the data may lie in `result`
     Sha1Digest({static_cast<const std::uint8_t*>(data), count}, FastestSha1BlockFunction(),
-               result.h);
+               digest.h);
+    result = digest;
     return true;
 }
 
 bool BSha1::Encrypt(void* data, std::size_t size, WString& result)
 {
-    result.Clear();
+    const WString before = std::exchange(result, WString()); // the data may lie in it
     Result digest = {};
     if (!Encrypt(data, size, digest))
         return false;

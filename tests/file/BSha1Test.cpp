@@ -21,6 +21,18 @@ TEST(BSha1, GivesWordsAndDigits)
     EXPECT_EQ(digits, QD_W("da39a3ee5e6b4b0d3255bfef95601890afd80709"));
 }
 
+TEST(BSha1, TakesDataThatLieWhereTheDigestGoes)
+{
+    Crypt::BSha1::Result words = {}; // 20 zeros
+    EXPECT_TRUE(Crypt::BSha1::Encrypt(&words, sizeof words, words));
+    EXPECT_EQ(words.h[0], 0x6768033Eu);
+    EXPECT_EQ(words.h[4], 0x79818F8Fu);
+
+    WString text(QD_W("qd"));
+    EXPECT_TRUE(Crypt::BSha1::Encrypt(const_cast<WChar*>(text.CStr()), 4, text));
+    EXPECT_EQ(text, QD_W("579a45c16d22e46af57cc63dbc1c91e0b21cb0bc"));
+}
+
 TEST(BSha1, RefusesNullAndTooMuch)
 {
     WString digits(QD_W("before"));
