@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <utility>
 
 namespace {
 
@@ -36,11 +35,7 @@ void BProgressMapping::SetSteps(std::uint64_t steps) noexcept
 
 void BProgressMapping::UpdateStep()
 {
-    const std::uint64_t target = UnitsReached();
-    if (m_sent < target) {
-        const std::uint64_t sentBefore = std::exchange(m_sent, target);
-        QDSend(kProgressIncrement, target - sentBefore, 0);
-    }
+    Send(UnitsReached());
     const std::uint32_t now = platform::TickCount();
     m_stride = StrideAfter(m_stride, now - m_lastTick);
     m_lastTick = now;
@@ -56,6 +51,21 @@ std::uint64_t BProgressMapping::StrideAfter(std::uint64_t stride, std::uint32_t 
     if (elapsedMs > kTooLateMs)
         return std::max<std::uint64_t>(stride / 2, 1);
     return stride;
+}
+
+void BProgressMapping::Send(std::uint64_t target)
+{
+    if (m_sent >= target)
+        return;
+    // Counted before they go, as the receiver may advance this mapping.
+    const std::uint64_t increment = target - m_sent;
+    m_sent = target;
+    try {
+        QDSend(kProgressIncrement, increment, 0);
+    } catch (...) {
+        m_sent -= increment;
+        throw;
+    }
 }
 
 std::uint64_t BProgressMapping::UnitsReached() const noexcept

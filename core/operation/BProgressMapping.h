@@ -5,8 +5,8 @@
 #include <cstdint>
 
 /// Maps the steps of a computation onto the progress units of its display, and looks at the clock
-/// so rarely that a step costs next to nothing: an update comes every 50 to 100 milliseconds,
-/// whatever a step takes.
+/// so rarely that a step costs next to nothing: updates settle where they come every 50 to 100
+/// milliseconds, or with each step that takes longer.
 ///
 ///     BProgressMapping progress(points.Count(), 100);
 ///     for (const BPoint& point : points) {
@@ -15,12 +15,13 @@
 ///     }
 ///
 /// Each update sends the units since the last one to the dispatcher, as the first parameter of
-/// message 4077. The update that reaches the last step fills them up to the message count, and no
-/// step beyond adds any. Used by one thread at a time.
+/// message 4077. The update that reaches the last step fills them up to the message count, and
+/// nothing goes beyond that. Units that a receiver refused by throwing, which leaves `Next` or
+/// `StepTo`, come with the next update. Used by one thread at a time.
 class QD_CORE_API BProgressMapping {
 public:
-    /// `steps` of a computation that stands for `messageCount` units. Without steps each one that
-    /// is done is a unit.
+    /// `steps` of a computation that stands for `messageCount` units. With 0 steps each one that is
+    /// done is a unit, up to that count.
     BProgressMapping(std::uint64_t steps, std::uint64_t messageCount);
     BProgressMapping(const BProgressMapping& other) = default;
     BProgressMapping& operator=(const BProgressMapping& other) = default;
@@ -60,6 +61,8 @@ protected:
                                                    std::uint32_t elapsedMs) noexcept;
 
 private:
+    /// Sends what is missing to `target` units.
+    void Send(std::uint64_t target);
     /// Units of the steps done so far.
     [[nodiscard]] std::uint64_t UnitsReached() const noexcept;
 

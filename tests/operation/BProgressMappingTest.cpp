@@ -115,6 +115,20 @@ TEST(BProgressMapping, ReportsWhatWasReachedSinceTheLastUpdate)
     EXPECT_EQ(copy.Step(), kMost);
 }
 
+TEST(BProgressMapping, SendsWhatAReceiverRefusedWithTheNextUpdate)
+{
+    RecordingDispatcher dispatcher;
+    BProgressMapping progress(4, 4);
+    dispatcher.OnSend([&] {
+        progress.Next(1); // from inside
+        throw 1;
+    });
+    EXPECT_THROW(progress.Next(1), int);
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{1, 1})) << "the first one failed";
+    EXPECT_TRUE(progress.StepTo(4));
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{3}));
+}
+
 TEST(BProgressMapping, NeedsNoDispatcher)
 {
     BProgressMapping progress(2, 2);
