@@ -15,7 +15,7 @@
 //     0       4     width
 //     4       4     height
 //     8       4     bytes per cell
-//     12      ...   width x height x bytes per cell: the data
+//     12      ...   width x height x bytes per cell: the data, or nothing
 
 namespace {
 
@@ -91,8 +91,8 @@ void BBitArray::WriteData(BArchive& archive) const
     archive << m_width << m_height << m_bytesPerCell;
     if (m_data)
         archive.WriteMemoryBlock(m_data, DataSize());
-    else if (DataSizeOf(m_width, m_height, m_bytesPerCell) != 0)
-        throw std::bad_alloc(); // such a record would not load again
+    else if (m_width > 0 && DataSizeOf(m_width, m_height, m_bytesPerCell) != 0)
+        throw std::bad_alloc(); // the data would be lost without a word
 }
 
 void BBitArray::ChangeExtent(int x, int y, int width, int height)
@@ -126,7 +126,9 @@ SP<BSmartObj> BBitArray::Read(BArchive& archive, int)
     std::int32_t height = 0;
     std::int32_t bytesPerCell = 0;
     archive >> width >> height >> bytesPerCell;
-    const std::uint64_t size = DataSizeOf(width, height, bytesPerCell);
+    // An array without data has written none, whatever its extent.
+    const bool hasData = archive.BytesLeft() != 0;
+    const std::uint64_t size = hasData ? DataSizeOf(width, height, bytesPerCell) : 0;
     if (bytesPerCell < 0 || size > archive.BytesLeft())
         return nullptr;
 

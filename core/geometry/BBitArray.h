@@ -14,11 +14,12 @@ class BArchive;
 /// Row by row, cell by cell, 8 planes a byte: bit p of a cell is bit p % 8 of its byte p / 8.
 ///
 /// No coordinate or plane is checked: out of range is the caller's fault. So is every access to an
-/// array without data, which is what extents or planes below 1 give, and more bytes than can be
-/// allocated: `Data()` tells. One thread at a time; several may read.
+/// array without data: `Data()` tells. None has an array of planes below 1, of a width times height
+/// below 1, or of more bytes than can be allocated. One thread at a time; several may read.
 class QD_CORE_API BBitArray : public B2DArrayBase {
 public:
-    /// All bits unset. `planes` is rounded up to a multiple of 8.
+    /// All bits unset. `planes` is rounded up to a multiple of 8. Intended: of two extents below 0
+    /// only the product counts.
     BBitArray(int planes, int width, int height);
 
     /// A copy has data of its own; none when it cannot be allocated.
@@ -27,16 +28,18 @@ public:
     ~BBitArray() override;
 
     std::uint64_t AllocatedMemory() const override;
-    /// Throws `std::bad_alloc` for an array whose data could not be allocated.
+    /// Throws `std::bad_alloc` for an array of extents above 0 whose data could not be allocated.
     void WriteData(BArchive& archive) const override;
 
-    /// Keeps the cells that the old and the new extent have in common; new cells are unset.
+    /// Keeps the cells that the old and the new extent have in common; new cells are unset. A width
+    /// or a height below 1 leaves no data, and so does a failed allocation.
     void ChangeExtent(int x, int y, int width, int height) override;
     int Width() const override { return m_width; }
     int Height() const override { return m_height; }
 
-    /// Rebuilds an array from the record at hand. Null when the record does not hold what it
-    /// declares. Throws `std::bad_alloc` when the array cannot be allocated.
+    /// Rebuilds an array from the record at hand, one without data when that holds none. Null when
+    /// the record does not hold what it declares. Throws `std::bad_alloc` when the array cannot be
+    /// allocated.
     [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
     [[nodiscard]] static const char* CLASSNAME();
 

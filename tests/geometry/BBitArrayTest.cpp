@@ -50,6 +50,7 @@ TEST(BBitArray, RoundsItsPlanesUpToBytesAndHasNoDataWhenItsExtentCannotBe)
         {-9, 4, 4, 0, 0},
         {8, 0, 5, 8, 0},
         {8, 5, -1, 8, 0},
+        {8, -3, -2, 8, 6},
         {24, INT_MAX, INT_MAX, 24, 0}, // more than 63 bits
         {INT_MAX - 7, INT_MAX, INT_MAX, INT_MAX - 7, 0},
         {INT_MAX - 7, INT_MIN, INT_MIN, INT_MAX - 7, 0},
@@ -187,7 +188,7 @@ TEST_F(BBitArrayRecord, HoldsExtentAndBytes)
 TEST_F(BBitArrayRecord, GivesNothingWhenItHoldsLessThanItDeclares)
 {
     for (std::size_t size = 0; size < kPayload.size(); ++size)
-        EXPECT_FALSE(Read(kPayload.substr(0, size))) << size;
+        EXPECT_EQ(Read(kPayload.substr(0, size)) != nullptr, size == 12) << size; // without data
 
     const std::string_view damaged[] = {
         "\x04\0\0\0\x02\0\0\0\x02\0\0\0"sv,             // a column more
@@ -207,9 +208,20 @@ TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
 {
     for (const std::string_view& head :
          {"\0\0\0\0\x02\0\0\0\x01\0\0\0"sv, "\x03\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0"sv,
-          "\x03\0\0\0\x02\0\0\0\0\0\0\0"sv}) {
+          "\x03\0\0\0\x02\0\0\0\0\0\0\0"sv,
+          "\xFD\xFF\xFF\xFF\xFE\xFF\xFF\xFF\x01\0\0\0"sv,    // ChangeExtent(0, 0, -3, -2)
+          "\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F\x01\0\0\0"sv}) { // not to be allocated
         const SP<BBitArray> array = Read(head);
         ASSERT_TRUE(array);
         EXPECT_EQ(array->Data(), nullptr);
     }
+    const SP<BBitArray> array = new BBitArray(Numbered(8));
+    array->ChangeExtent(0, 0, -3, -2);
+    {
+        BArchive archive(m_path.CStr(), BArchive::ModeWrite, "class Test", 1);
+        archive.Insert(array.Get(), "mask");
+        EXPECT_TRUE(archive.Flush());
+    }
+    BArchive archive(m_path.CStr(), BArchive::ModeRead, "class Test", 1);
+    EXPECT_TRUE(TakeOutAs<BBitArray>(archive, "mask"));
 }
