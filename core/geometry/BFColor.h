@@ -82,7 +82,8 @@ public:
     }
     /// 0 for black and every grey.
     [[nodiscard]] constexpr float Saturation() const noexcept;
-    /// Degrees from 0 (red) by 120 (green) to below 360 on the hexcone; 0 for black and every grey.
+    /// Degrees on the hexcone: 0 is red, 120 green, 240 blue; 0 for black and every grey. A red
+    /// with a breath of blue gives 360, to which the sum is rounded.
     [[nodiscard]] constexpr float Hue() const noexcept;
     constexpr void ConvertToHSB(float& hue, float& saturation, float& brightness) const noexcept;
 

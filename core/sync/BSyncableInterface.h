@@ -14,7 +14,12 @@
 /// The first reader waits for a writer to leave. A second one that comes while the first still
 /// waits is inside at once, beside the writer: what must not be read half written needs a guard of
 /// its own besides. Each read lock is given back, on any thread but the writer's, just once:
-/// nothing checks it.
+/// nothing checks it. One that is given back once too often leaves a reader without the lock, this
+/// one or a later one.
+///
+/// A thread that is not the writer and calls `UnlockW` ends the writer's lock at once, unless read
+/// locks of the writer make it throw, but leaves its depth: the next writer needs as many calls of
+/// `UnlockW` more until the lock is free. The former writer is no writer then.
 ///
 /// The lock is no part of what a const object shows: it can be locked, too. A lock is destroyed,
 /// copied and assigned while no call on it is under way.
@@ -34,7 +39,9 @@ public:
     /// Takes the write lock, waiting as long as needed.
     virtual void LockW() const = 0;
     virtual void UnlockR() const = 0;
-    /// Throws the int 1 when the writer still holds read locks that it took while writing.
+    /// Throws the int 1 when the writer still holds read locks that it took while writing, and
+    /// counts one more: the writer gives back that one, too, takes the write lock once and gives it
+    /// back, and the lock is free.
     virtual void UnlockW() const = 0;
     /// Takes a read lock if that is possible at once.
     [[nodiscard]] virtual bool TryLockR() const = 0;

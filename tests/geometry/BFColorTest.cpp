@@ -62,6 +62,7 @@ TEST(BFColor, IsSeenOnTheHexcone)
         {{0.0f, 0.5f, 0.5f, 1.0f}, 180.0f, 1.0f, 0.5f},
         {{0.0f, 0.0f, 1.0f, 1.0f}, 240.0f, 1.0f, 1.0f},
         {{1.0f, 0.5f, 0.75f, 1.0f}, 330.0f, 0.5f, 1.0f},
+        {{1.0f, 0.0f, 1e-7f, 1.0f}, 360.0f, 1.0f, 1.0f}, // rounded
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(&row - cases);
