@@ -3,6 +3,7 @@
 
 #include "tests/FailingAllocations.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/profile/TestRegistry.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
@@ -255,6 +256,93 @@ TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
     ASSERT_TRUE(BString(longLine).FWrite(records.get()));
     lines = platform::OpenStream(m_path, QD_W("rb"));
     CheckStrings<BString>(BString(text), BString(other), lines.get(), records.get());
+}
+
+TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
+{
+    const WString section = QD_W("Probe"), key = QD_W("a key"), kept = QD_W("kept");
+    const WString value = QD_W("a value that takes memory");
+    const auto check = [&](const char* name, auto open, bool savesAtOnce) {
+        open()->WriteString(kept, value);
+        RunWithEachAllocationFailing(
+            {name, [&](Memory& memory) {
+                 bool isWritten = false, isNumberWritten = false;
+                 try {
+                     const SP<BProfileBase> profile = open();
+                     profile->SetSection(section);
+                     isWritten = profile->WriteString(key, value) && savesAtOnce;
+                     isNumberWritten = profile->WriteInt(7, key, 7) && savesAtOnce;
+                     static_cast<void>(profile->ReadString(key, kept));
+                     static_cast<void>(profile->ReadDouble(3, key, 0.5));
+                 } catch (const std::bad_alloc&) {
+                 }
+                 memory.Stop();
+                 const SP<BProfileBase> profile = open();
+                 const bool isKept = profile->ReadString(kept, WString()) == value;
+                 profile->SetSection(section);
+                 const WString found = profile->ReadString(key, WString());
+                 const int number = profile->ReadInt(7, key, 0);
+                 profile->DeleteSection();
+                 return isKept && (number == 7 || (!isNumberWritten && number == 0)) &&
+                        (found == value || (!isWritten && found.IsEmpty()));
+             }});
+    };
+    check(
+        "text profile", [&] { return SP<BProfileBase>(new BProfile(m_path, ProfileReadWrite)); },
+        true);
+    const WString binary = m_folder.Path("file.bin");
+    check(
+        "binary profile",
+        [&] { return SP<BProfileBase>(new BBinProfile(binary, ProfileReadWrite)); }, false);
+
+    BIniProfile(m_path, section, true).Write(kept, value);
+    RunWithEachAllocationFailing({"INI profile", [&](Memory& memory) {
+                                      bool isWritten = false;
+                                      try {
+                                          const BIniProfile profile(m_path, section, true);
+                                          isWritten = profile.Write(key, value);
+                                          profile.Write(kept + kept, 0.5);
+                                          static_cast<void>(profile.GetInt(kept + key, 5));
+                                          BArray<WString> sections;
+                                          static_cast<void>(profile.GetSections(sections));
+                                      } catch (const std::bad_alloc&) {
+                                      }
+                                      memory.Stop();
+                                      BIniProfile profile(m_path, section, false);
+                                      WString found, old;
+                                      const bool isThere = profile.Read(key, found);
+                                      profile.DeleteKey(key);
+                                      return profile.Read(kept, old) && old == value &&
+                                             (isThere ? found == value : !isWritten);
+                                  }});
+}
+
+TEST_F(OutOfMemoryTest, TheRegistryKeepsWhatItHeld)
+{
+    const TestRegistry registry;
+    const WString key = QD_W("a key"), kept = QD_W("kept");
+    const WString value = QD_W("a value that takes memory");
+    const WString keyPath = registry.Path();
+    BConfigRegistry(keyPath).WriteString(kept, value);
+    RunWithEachAllocationFailing({"registry", [&](Memory& memory) {
+                                      bool isWritten = false;
+                                      try {
+                                          BConfigRegistry config(keyPath);
+                                          isWritten = config.WriteString(key, value) == 0;
+                                          WString found;
+                                          static_cast<void>(config.ReadString(kept, found));
+                                          config.WriteBool(kept + key, true);
+                                      } catch (const std::bad_alloc&) {
+                                      } catch (const BError&) {
+                                      }
+                                      memory.Stop();
+                                      BConfigRegistry config(keyPath);
+                                      WString found, old;
+                                      static_cast<void>(config.ReadString(key, found));
+                                      config.WriteString(key, WString());
+                                      return config.ReadString(kept, old) == 0 && old == value &&
+                                             (found == value || (!isWritten && found.IsEmpty()));
+                                  }});
 }
 
 TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)

@@ -7,6 +7,7 @@
 #include "core/platform/FileSystem.h"
 #include "core/platform/WChar.h"
 #include "core/profile/BVariant.h"
+#include "core/profile/MadeText.h"
 
 #include <cstdint>
 #include <cstring>
@@ -33,7 +34,7 @@ constexpr std::uint32_t kUnicodeFormatId = 0x69414C06;
 
 BBinProfile::BBinProfile(WString path, EProfileMode mode)
     : m_path(std::move(path))
-    , m_section(QD_W("default"))
+    , m_section(Made(QD_W("default")))
     , m_mode(mode)
 {
     if (mode != ProfileNew)
@@ -206,11 +207,8 @@ bool BBinProfile::ExistsSection(WString section) const
 
 WString BBinProfile::MapKey(WString key)
 {
-    WString mapped = QD_W("[") + m_section;
-    mapped += QD_W(']');
-    mapped += key;
-    mapped.ToLower();
-    return mapped;
+    const WString section = Made(QD_W("[") + m_section);
+    return Made(Made(section + Made(QD_W("]") + key)).ToLower());
 }
 
 WString BBinProfile::Section(WString mappedKey)

@@ -2,6 +2,7 @@
 
 #include "core/platform/ScanText.h"
 #include "core/platform/WChar.h"
+#include "core/profile/MadeText.h"
 
 #include <utility>
 
@@ -44,7 +45,7 @@ int BConfig::ReadInt(WString name, int& value) const
 
 int BConfig::WriteInt(WString name, int value)
 {
-    return WriteString(std::move(name), WString::FromInt(value));
+    return WriteString(std::move(name), Made(WString::FromInt(value)));
 }
 
 int BConfig::ReadFloat(WString name, float& value) const
@@ -58,7 +59,7 @@ int BConfig::WriteFloat(WString name, float value)
 {
     WString text;
     text.Printf(QD_W("%.8g"), static_cast<double>(value));
-    return WriteString(std::move(name), std::move(text));
+    return WriteString(std::move(name), Made(text));
 }
 
 int BConfig::ReadDouble(WString name, double& value) const
@@ -72,7 +73,7 @@ int BConfig::WriteDouble(WString name, double value)
 {
     WString text;
     text.Printf(QD_W("%.16g"), value);
-    return WriteString(std::move(name), std::move(text));
+    return WriteString(std::move(name), Made(text));
 }
 
 int BConfig::ReadBool(WString name, bool& value) const
@@ -82,5 +83,5 @@ int BConfig::ReadBool(WString name, bool& value) const
 
 int BConfig::WriteBool(WString name, bool value)
 {
-    return WriteString(std::move(name), value ? QD_W("True") : QD_W("False"));
+    return WriteString(std::move(name), Made(value ? QD_W("True") : QD_W("False")));
 }

@@ -2,6 +2,7 @@
 
 #include "core/platform/PrivateProfile.h"
 #include "core/profile/BProfile.h"
+#include "core/profile/MadeText.h"
 #include "core/profile/ProfileBuffer.h"
 
 #include <typeinfo>
@@ -21,7 +22,7 @@ BArray<WString> Split(const ProfileBuffer& list)
 {
     BArray<WString> texts;
     for (std::size_t begin = 0; begin < list.Length();) {
-        texts.Append(list.Text() + begin);
+        texts.Append(MadeOf(list.Text() + begin));
         begin += texts[texts.Count() - 1].Length() + 1;
     }
     return texts;
@@ -93,7 +94,7 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
     });
     if (*text.Text() == 0 && WriteMissingKey() && !defaultValue.IsEmpty())
         WriteDefault(key, defaultValue);
-    return text.Text();
+    return MadeOf(text.Text());
 }
 
 bool BIniProfile::DeleteSectionImpl(const WString& section) const

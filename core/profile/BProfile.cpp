@@ -7,6 +7,7 @@
 #include "core/platform/FileSystem.h"
 #include "core/platform/PrivateProfile.h"
 #include "core/platform/ScanText.h"
+#include "core/profile/MadeText.h"
 #include "core/profile/ProfileBuffer.h"
 #include "core/profile/WriteBack.h"
 
@@ -42,12 +43,12 @@ WString DoubleText(double value)
 {
     WString text;
     text.Printf(QD_W("%.15g"), value);
-    return text;
+    return Made(text);
 }
 
 WString BooleanText(bool value)
 {
-    return value ? QD_W("TRUE") : QD_W("FALSE");
+    return Made(value ? QD_W("TRUE") : QD_W("FALSE"));
 }
 
 bool IsMissing(const WString& path)
@@ -59,7 +60,7 @@ bool IsMissing(const WString& path)
 
 BProfile::BProfile(WString path, EProfileMode mode)
     : m_path(std::move(path))
-    , m_section(QD_W("default"))
+    , m_section(Made(QD_W("default")))
     , m_mode(mode)
 {
     if (m_mode == ProfileReadOnly || (m_mode != ProfileNew && !IsMissing(m_path)) ||
@@ -128,7 +129,7 @@ bool BProfile::WriteInt(int index, WString key, int value)
 
 bool BProfile::WriteInt(WString key, int value)
 {
-    return WriteString(std::move(key), WString::FromInt(value));
+    return WriteString(std::move(key), Made(WString::FromInt(value)));
 }
 
 bool BProfile::WriteDouble(int index, WString key, double value)
@@ -168,7 +169,7 @@ WString BProfile::ReadString(WString key, WString defaultValue)
         return platform::ReadProfileText(m_path, m_section, key, defaultValue, buffer, room);
     });
     if (*text.Text() != 0)
-        return text.Text();
+        return Made(text.Text());
     const WString nothing;
     const WriteBack writeBack(m_writeBack, m_section, key, nothing);
     if (m_mode != ProfileReadOnly && !defaultValue.IsEmpty())
@@ -292,5 +293,5 @@ WString BProfile::ReadShort(const WString& key, std::size_t room) const
     constexpr std::size_t largestRoom = 256;
     WChar buffer[largestRoom];
     platform::ReadProfileText(m_path, m_section, key, QD_W(""), buffer, room);
-    return buffer;
+    return MadeOf(buffer);
 }

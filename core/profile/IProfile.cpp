@@ -4,6 +4,7 @@
 #include "core/platform/Path.h"
 #include "core/platform/ScanText.h"
 #include "core/platform/SystemTime.h"
+#include "core/profile/MadeText.h"
 #include "core/profile/WriteBack.h"
 
 #include <algorithm>
@@ -160,7 +161,7 @@ bool IProfile::Write(const WString& key, const _SYSTEMTIME& value) const
     WString text;
     text.Printf(QD_W("%02d/%02d/%04d %02d:%02d:%02d.%03d"), stamp.month, stamp.day, stamp.year,
                 stamp.hour, stamp.minute, stamp.second, stamp.millisecond);
-    return WriteString(key, text);
+    return WriteString(key, Made(text));
 }
 
 bool IProfile::Write(const WString& key, bool value) const
@@ -372,7 +373,7 @@ bool IProfile::Convert(WString text, bool& value) const
 
 WString IProfile::Convert(bool value)
 {
-    return value ? QD_W("TRUE") : QD_W("FALSE");
+    return Made(value ? QD_W("TRUE") : QD_W("FALSE"));
 }
 
 bool IProfile::Convert(const WString& text, float& value) const
@@ -385,7 +386,7 @@ WString IProfile::Convert(double value)
 {
     WString text;
     text.Printf(QD_W("%g"), value);
-    return text;
+    return Made(text);
 }
 
 bool IProfile::Convert(const WString& text, int& value) const
@@ -405,7 +406,7 @@ bool IProfile::Convert(const WString& text, unsigned long& value) const
 
 WString IProfile::Convert(int value)
 {
-    return WString::FromInt(value);
+    return Made(WString::FromInt(value));
 }
 
 const WString* IProfile::Replaced(const WString& key) const
