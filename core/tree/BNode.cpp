@@ -1,6 +1,7 @@
 #include "core/tree/BNode.h"
 
 #include "core/operation/BDispatcher.h"
+#include "core/tree/BNodeBeside.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/Traversal.h"
 
@@ -37,16 +38,17 @@ SP<BNode> Held(BNode& node)
     return node.RefCount() > 0 ? &node : nullptr;
 }
 
-template <typename List>
-auto PlaceOf(List& list, const BSmartObj* object)
+using Attributes = DList<SP<BAttribute>>;
+
+Attributes::Iterator PlaceOf(Attributes& attributes, const BAttribute* attribute)
 {
-    auto place = list.begin();
-    while (place && static_cast<const BSmartObj*>(place->Get()) != object)
+    auto place = attributes.begin();
+    while (place && *place != attribute)
         ++place;
     return place;
 }
 
-auto PlaceOf(DList<SP<BAttribute>>& attributes, const WString& name)
+Attributes::Iterator PlaceOf(Attributes& attributes, const WString& name)
 {
     auto place = attributes.begin();
     while (place && !(*place && (*place)->Name() == name))
@@ -54,12 +56,9 @@ auto PlaceOf(DList<SP<BAttribute>>& attributes, const WString& name)
     return place;
 }
 
-template <typename List>
-auto PlaceAt(List& list, int index)
+Attributes::Iterator PlaceOf(Attributes& attributes, int index)
 {
-    auto place = list.begin();
-    if (index < 0)
-        place = list.end();
+    auto place = index >= 0 ? attributes.begin() : attributes.end();
     for (; place && index > 0; --index)
         ++place;
     return place;
@@ -71,8 +70,7 @@ auto PlaceAt(List& list, int index)
 struct BNode::Released {
     SP<BSmartObj> object;
     ChildList children;
-    DList<SP<BAttribute>> attributes;
-    DList<SP<BSmartObj>> annotations;
+    std::unique_ptr<Beside> beside;
     Released* next = nullptr;
 
     static thread_local int depth; // destructors of nodes that run inside one another
@@ -105,16 +103,14 @@ BNode::~BNode()
     if (released) {
         released->object = std::move(m_object);
         released->children = std::move(children);
-        released->attributes = std::move(m_attributes);
-        released->annotations = std::move(m_annotations);
+        released->beside = std::move(m_beside);
         released->next = std::exchange(Released::first, released.get());
         static_cast<void>(released.release());
         return;
     }
     ++Released::depth;
     children = ChildList();
-    m_attributes.RemoveAll();
-    m_annotations.RemoveAll();
+    m_beside = nullptr;
     m_object = nullptr;
     if (Released::depth == 1)
         Released::LetGo();
@@ -205,32 +201,53 @@ std::uint64_t BNode::AllocatedMemory(bool activeOnly)
     return sum;
 }
 
+BNode::Beside& BNode::MakeBeside()
+{
+    if (!m_beside)
+        m_beside = std::make_unique<Beside>();
+    return *m_beside;
+}
+
+std::uint32_t BNode::ListChanges() const
+{
+    return m_beside ? m_beside->changes : 0;
+}
+
 bool BNode::AddAttrib(BAttribute* attribute)
 {
     if (attribute == nullptr)
         return false;
     const SP<BAttribute> added(attribute);
     SP<BAttribute> removed; // dies when nothing touches the node any more
-    if (const auto namesake = PlaceOf(m_attributes, added->Name())) {
-        if (*namesake == added)
-            return false;
+    Attributes& attributes = MakeBeside().attributes;
+    const auto namesake = PlaceOf(attributes, added->Name());
+    if (namesake && *namesake == added)
+        return false;
+    attributes.AddTail(added);
+    if (namesake) {
         removed = *namesake;
-        m_attributes.Erase(namesake);
+        attributes.Erase(namesake);
     }
-    m_attributes.AddTail(added);
     ReportLists();
     return true;
 }
 
 int BNode::AttribNum() const
 {
-    return m_attributes.Count();
+    return m_beside ? m_beside->attributes.Count() : 0;
+}
+
+// By name or index.
+template <class Key>
+BAttribute* BNode::FindAttrib(const Key& key) const
+{
+    const auto place = m_beside ? PlaceOf(m_beside->attributes, key) : Attributes::Iterator();
+    return place ? place->Get() : nullptr;
 }
 
 BAttribute* BNode::Attrib(int index) const
 {
-    const auto place = PlaceAt(m_attributes, index);
-    return place ? place->Get() : nullptr;
+    return FindAttrib(index);
 }
 
 BAttribute* BNode::Attrib(const WChar* name) const
@@ -240,19 +257,30 @@ BAttribute* BNode::Attrib(const WChar* name) const
 
 BAttribute* BNode::Attrib(WString name) const
 {
-    const auto place = PlaceOf(const_cast<DList<SP<BAttribute>>&>(m_attributes), name);
-    return place ? place->Get() : nullptr;
+    return FindAttrib(name);
+}
+
+// By name, index or identity.
+template <class Key>
+bool BNode::RemoveFoundAttrib(const Key& key)
+{
+    const auto place = m_beside ? PlaceOf(m_beside->attributes, key) : Attributes::Iterator();
+    if (!place)
+        return false;
+    const SP<BNode> held = Held(*this);
+    m_beside->attributes.Erase(place);
+    ReportLists();
+    return true;
 }
 
 bool BNode::RemoveAttrib(BAttribute* attribute)
 {
-    const auto place = attribute != nullptr ? PlaceOf(m_attributes, attribute) : m_attributes.end();
-    return RemoveAttribAt(place);
+    return attribute != nullptr && RemoveFoundAttrib(attribute);
 }
 
 bool BNode::RemoveAttrib(int index)
 {
-    return RemoveAttribAt(PlaceAt(m_attributes, index));
+    return RemoveFoundAttrib(index);
 }
 
 bool BNode::RemoveAttrib(const WChar* name)
@@ -262,24 +290,14 @@ bool BNode::RemoveAttrib(const WChar* name)
 
 bool BNode::RemoveAttrib(WString name)
 {
-    return RemoveAttribAt(PlaceOf(m_attributes, name));
-}
-
-bool BNode::RemoveAttribAt(DList<SP<BAttribute>>::Iterator place)
-{
-    if (!place)
-        return false;
-    const SP<BNode> held = Held(*this);
-    m_attributes.Erase(place);
-    ReportLists();
-    return true;
+    return RemoveFoundAttrib(name);
 }
 
 void BNode::RemoveAttribs()
 {
-    if (m_attributes.Count() == 0)
+    if (AttribNum() == 0)
         return;
-    const auto removed = std::move(m_attributes); // dies when no iterator takes it for the list
+    const auto removed = std::move(m_beside->attributes); // dies when no iterator is taken in
     ReportLists();
 }
 
@@ -344,35 +362,37 @@ SP<BNode> BNode::QueryChild(WString path)
 
 int BNode::AnnotationNum() const
 {
-    return m_annotations.Count();
+    return m_beside ? m_beside->annotations.Count() : 0;
 }
 
 bool BNode::AddAnnotation(BSmartObj* annotation)
 {
-    if (annotation == nullptr || PlaceOf(m_annotations, annotation))
+    const SP<BSmartObj> added(annotation);
+    if (!added || MakeBeside().annotations.Find(annotation))
         return false;
-    m_annotations.AddTail(annotation);
+    m_beside->annotations.Append(added);
     ReportLists();
     return true;
 }
 
 bool BNode::RemoveAnnotation(BSmartObj* annotation)
 {
-    const auto place =
-        annotation != nullptr ? PlaceOf(m_annotations, annotation) : m_annotations.end();
+    if (annotation == nullptr || !m_beside)
+        return false;
+    const auto place = m_beside->annotations.Find(annotation);
     if (!place)
         return false;
     const SP<BNode> held = Held(*this);
-    m_annotations.Erase(place);
+    m_beside->annotations.Remove(place);
     ReportLists();
     return true;
 }
 
 void BNode::RemoveAnnotations()
 {
-    if (m_annotations.Count() == 0)
+    if (AnnotationNum() == 0)
         return;
-    const auto removed = std::move(m_annotations);
+    const auto removed = std::move(m_beside->annotations);
     ReportLists();
 }
 
@@ -457,11 +477,11 @@ void BNode::Copy(const BNode& other)
     Lock(copy->m_isLocked);
     SetObj(copy->m_object.Get());
     RemoveAttribs();
-    for (const SP<BAttribute>& attribute : copy->m_attributes)
-        AddAttrib(attribute.Get());
+    for (BNodeAttribItr itr(*copy); itr; ++itr)
+        AddAttrib(itr.Current());
     RemoveAnnotations();
-    for (const SP<BSmartObj>& annotation : copy->m_annotations)
-        AddAnnotation(annotation.Get());
+    for (BNodeAnnotationItr itr(*copy); itr; ++itr)
+        AddAnnotation(itr.Current());
     RemoveChildren();
     while (const SP<BNode> child = copy->Child(0)) {
         copy->RemoveChild(child.Get());
@@ -478,8 +498,8 @@ void BNode::CopyTreeOf(const BNode& other)
         const auto [source, copy] = open.back();
         open.pop_back();
         copy->m_object = source->m_object;
-        copy->m_attributes = source->m_attributes;
-        copy->m_annotations = source->m_annotations;
+        if (source->m_beside)
+            copy->m_beside = std::make_unique<Beside>(*source->m_beside);
         copy->m_text = source->m_text;
         copy->m_isActive = source->m_isActive;
         copy->m_isLocked = source->m_isLocked;
@@ -600,7 +620,7 @@ void BNode::Report(unsigned int code) const
 
 void BNode::ReportLists()
 {
-    ++m_listChanges;
+    ++m_beside->changes;
     Report(kAttributesChanged);
 }
 

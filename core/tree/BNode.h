@@ -1,7 +1,6 @@
 #pragma once
 
 #include "core/base/BSmartObj.h"
-#include "core/base/DList.h"
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
@@ -9,6 +8,7 @@
 #include "core/tree/ChildList.h"
 
 #include <cstdint>
+#include <memory>
 
 class BArchive;
 class BVisitor;
@@ -190,6 +190,7 @@ private:
     friend class BNodeItr;
     friend class ChildList;
 
+    struct Beside;
     struct Loading;
     struct Released;
 
@@ -201,7 +202,12 @@ private:
     void Append(const SP<BNode>& child);
     [[nodiscard]] ChildList TakeChildren();
     void CopyTreeOf(const BNode& other);
-    [[nodiscard]] bool RemoveAttribAt(DList<SP<BAttribute>>::Iterator place);
+    template <class Key>
+    [[nodiscard]] BAttribute* FindAttrib(const Key& key) const;
+    template <class Key>
+    [[nodiscard]] bool RemoveFoundAttrib(const Key& key);
+    [[nodiscard]] Beside& MakeBeside();
+    [[nodiscard]] std::uint32_t ListChanges() const;
     [[nodiscard]] const BNode* Spokesman() const;
     void ReportLists();
 
@@ -211,13 +217,11 @@ private:
 
     SP<BSmartObj> m_object;
     ChildList m_children;
-    DList<SP<BAttribute>> m_attributes;
-    DList<SP<BSmartObj>> m_annotations;
+    std::unique_ptr<Beside> m_beside; // attributes and annotations, null until there is one
     WString m_text;
-    BNode* m_parent = nullptr;       // not owned
-    Loading* m_loading = nullptr;    // in the archive, while the node waits for its associations
-    int m_slot = 0;                  // in its parent's `m_children`
-    std::uint32_t m_listChanges = 0; // counts changes of attributes and annotations
+    BNode* m_parent = nullptr;    // not owned
+    Loading* m_loading = nullptr; // in the archive, while the node waits for its associations
+    int m_slot = 0;               // in its parent's `m_children`
     bool m_isActive = true;
     bool m_isLocked = false;
     bool m_isMessageDispatcher = true; // counts on a root

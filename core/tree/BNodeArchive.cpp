@@ -1,5 +1,6 @@
 #include "core/archive/BArchive.h"
 #include "core/tree/BNode.h"
+#include "core/tree/BNodeBeside.h"
 
 #include <new>
 #include <span>
@@ -88,14 +89,16 @@ struct BNode::Loading {
 
 void BNode::WriteData(BArchive& archive) const
 {
+    const Beside none;
+    const Beside& beside = m_beside ? *m_beside : none;
     archive << m_object.Get();
     WriteReferences(archive, m_children);
-    WriteReferences(archive, m_attributes);
+    WriteReferences(archive, beside.attributes);
     archive << Converted<BString>(m_text);
     archive << static_cast<const BSmartObj*>(m_parent);
     archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
     archive << m_text;
-    WriteReferences(archive, m_annotations);
+    WriteReferences(archive, beside.annotations);
 }
 
 SP<BSmartObj> BNode::Read(BArchive& archive, int version)
@@ -159,21 +162,23 @@ void BNode::UpdateAssociations(BArchive& archive)
     }
     for (const std::uint64_t index : loading->attributes) {
         const SP<BSmartObj> object = query(index);
-        m_attributes.AddTail(dynamic_cast<BAttribute*>(object.Get()));
+        MakeBeside().attributes.AddTail(dynamic_cast<BAttribute*>(object.Get()));
     }
     for (const std::uint64_t index : loading->annotations)
-        m_annotations.AddTail(query(index));
-    if (m_object || ChildNum() + m_attributes.Count() + m_annotations.Count() != 0)
+        MakeBeside().annotations.Append(query(index));
+    if (m_object || m_beside || ChildNum() != 0)
         archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
 }
 
 void BNode::LetGo()
 {
-    ++m_listChanges;
     const SP<BSmartObj> object = std::move(m_object);
     const ChildList children = TakeChildren();
-    const auto attributes = std::move(m_attributes);
-    const auto annotations = std::move(m_annotations);
+    if (!m_beside)
+        return;
+    ++m_beside->changes;
+    const auto attributes = std::move(m_beside->attributes);
+    const auto annotations = std::move(m_beside->annotations);
 }
 
 bool BNode::VerifyObj()

@@ -1,5 +1,7 @@
 #include "core/tree/BNodeItr.h"
 
+#include "core/tree/BNodeBeside.h"
+
 namespace {
 
 template <typename T>
@@ -14,11 +16,10 @@ SP<T> EntryFrom(PlaceIn<T>& place)
     return place ? *place : SP<T>();
 }
 
-// Where `current` stands now; null when it is in the list no more.
+// Where `current` stands from `place` on; null when it is in the list no more.
 template <typename T>
-PlaceIn<T> PlaceOf(DList<SP<T>>& list, const SP<T>& current)
+PlaceIn<T> PlaceOf(PlaceIn<T> place, const SP<T>& current)
 {
-    PlaceIn<T> place = list.begin();
     while (place && *place != current)
         ++place;
     return place;
@@ -103,20 +104,20 @@ BNodeAttribItr::BNodeAttribItr(BNode& node)
 
 void BNodeAttribItr::Restart()
 {
-    StandOn(m_node->m_attributes.begin());
+    StandOn(m_node->m_beside ? m_node->m_beside->attributes.begin() : PlaceIn<BAttribute>());
 }
 
 void BNodeAttribItr::StandOn(DList<SP<BAttribute>>::Iterator place)
 {
     m_current = EntryFrom<BAttribute>(place);
     m_place = place;
-    m_changes = m_node->m_listChanges;
+    m_changes = m_node->ListChanges();
 }
 
 BNodeAttribItr& BNodeAttribItr::operator++()
 {
-    if (m_current && m_changes != m_node->m_listChanges)
-        m_place = PlaceOf(m_node->m_attributes, m_current);
+    if (m_current && m_changes != m_node->ListChanges())
+        m_place = PlaceOf(m_node->m_beside->attributes.begin(), m_current);
     StandOn(m_place ? ++m_place : m_place);
     return *this;
 }
@@ -132,8 +133,8 @@ void BNodeAttribItr::RemoveCurrent()
 {
     const SP<BAttribute> removed = m_current;
     ++*this;
-    const std::uint32_t expected = m_node->m_listChanges + 1;
-    if (m_node->RemoveAttrib(removed.Get()) && m_node->m_listChanges == expected)
+    const std::uint32_t expected = m_node->ListChanges() + 1;
+    if (m_node->RemoveAttrib(removed.Get()) && m_node->ListChanges() == expected)
         m_changes = expected; // the list lost the entry behind and nothing else
 }
 
@@ -145,20 +146,20 @@ BNodeAnnotationItr::BNodeAnnotationItr(BNode& node)
 
 void BNodeAnnotationItr::Restart()
 {
-    StandOn(m_node->m_annotations.begin());
+    StandOn(m_node->m_beside ? m_node->m_beside->annotations.begin() : PlaceIn<BSmartObj>());
 }
 
 void BNodeAnnotationItr::StandOn(DList<SP<BSmartObj>>::Iterator place)
 {
     m_current = EntryFrom<BSmartObj>(place);
     m_place = place;
-    m_changes = m_node->m_listChanges;
+    m_changes = m_node->ListChanges();
 }
 
 BNodeAnnotationItr& BNodeAnnotationItr::operator++()
 {
-    if (m_current && m_changes != m_node->m_listChanges)
-        m_place = PlaceOf(m_node->m_annotations, m_current);
+    if (m_current && m_changes != m_node->ListChanges())
+        m_place = PlaceOf(m_node->m_beside->annotations.begin(), m_current);
     StandOn(m_place ? ++m_place : m_place);
     return *this;
 }
@@ -174,7 +175,7 @@ void BNodeAnnotationItr::RemoveCurrent()
 {
     const SP<BSmartObj> removed = m_current;
     ++*this;
-    const std::uint32_t expected = m_node->m_listChanges + 1;
-    if (m_node->RemoveAnnotation(removed.Get()) && m_node->m_listChanges == expected)
+    const std::uint32_t expected = m_node->ListChanges() + 1;
+    if (m_node->RemoveAnnotation(removed.Get()) && m_node->ListChanges() == expected)
         m_changes = expected; // the list lost the entry behind and nothing else
 }

@@ -92,7 +92,7 @@ private:
     SP<BNode> m_node;
     SP<BAttribute> m_current;
     DList<SP<BAttribute>>::Iterator m_place;
-    std::uint32_t m_changes = 0; // BNode::m_listChanges for which m_place is good
+    std::uint32_t m_changes = 0; // of the node's lists, for which m_place is good
 };
 
 /// Walks a node's annotations, first to last, as `BNodeChildItr` walks its children.
@@ -116,5 +116,5 @@ private:
     SP<BNode> m_node;
     SP<BSmartObj> m_current;
     DList<SP<BSmartObj>>::Iterator m_place;
-    std::uint32_t m_changes = 0; // BNode::m_listChanges for which m_place is good
+    std::uint32_t m_changes = 0; // of the node's lists, for which m_place is good
 };

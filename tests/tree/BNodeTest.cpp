@@ -222,6 +222,28 @@ TEST(BNode, AttributesAreUniqueByNameAndAnnotationsByIdentity)
     EXPECT_FALSE(node->RemoveAnnotation(remark.Get()));
     node->RemoveAnnotations();
     EXPECT_EQ(CountedPayload::alive, 1);
+
+    std::vector<SP<BSmartObj>> many;
+    for (int i = 0; i < 40; ++i) {
+        many.emplace_back(new CountedPayload);
+        ASSERT_TRUE(node->AddAnnotation(many.back().Get()));
+    }
+    for (std::size_t i = many.size(); i-- > 0;) { // every second to the end, the last first
+        ASSERT_FALSE(node->AddAnnotation(many[i].Get()));
+        if (i % 2 != 0)
+            continue;
+        ASSERT_TRUE(node->RemoveAnnotation(many[i].Get()));
+        ASSERT_FALSE(node->RemoveAnnotation(many[i].Get()));
+        ASSERT_TRUE(node->AddAnnotation(many[i].Get()));
+    }
+    BNodeAnnotationItr itr(*node);
+    for (const int i : {1, 3, 37, 39, 38, 36, 2, 0}) {
+        while (itr && itr.Current() != many[static_cast<std::size_t>(i)])
+            ++itr;
+        EXPECT_TRUE(itr) << i;
+    }
+    node->RemoveAnnotations();
+    EXPECT_TRUE(node->AddAnnotation(many[0].Get()));
 }
 
 TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
