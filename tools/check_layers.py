@@ -2,7 +2,8 @@
 """Checks that includes point down: from a folder to its own floor or a lower one.
 
 Within a folder, and between folders of one floor, headers must not include one another in a circle.
-Also checks that the compiler's name for Windows is tested in core/platform alone.
+Also checks that the compiler's name for Windows is tested in core/platform alone, and that headers
+write `(std::max)(...)`, which the macros of <windows.h> leave alone.
 """
 
 import pathlib
@@ -19,6 +20,7 @@ FLOORS = [
     ["tree", "geometry"],
 ]
 FLOOR_OF = {folder: floor for floor, folders in enumerate(FLOORS) for folder in folders}
+MACRO_CALL = re.compile(r"\b(?:std|numeric_limits<[^>]*>|Limits)::(?:min|max)\(")
 INCLUDE = re.compile(r'^#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 
@@ -71,6 +73,8 @@ def main():
                 faults.append(f"{path}: includes {name} from a floor above")
         if path.parts[1] != "platform" and re.search(r"^#.*\b_WIN32\b", text, re.MULTILINE):
             faults.append(f"{path}: tests _WIN32 outside core/platform")
+        if path.suffix == ".h" and (call := MACRO_CALL.search(text)):
+            faults.append(f"{path}: {call.group()} is a macro call where <windows.h> came first")
     if found := circle(graph):
         faults.append("a circle of includes: " + " -> ".join(found))
     for fault in faults:

@@ -15,7 +15,7 @@ public:
     {
         size = (size + kAlignment - 1) / kAlignment * kAlignment;
         if (size > m_left) {
-            const std::size_t chunkSize = std::max(size, kChunkSize);
+            const std::size_t chunkSize = (std::max)(size, kChunkSize);
             m_chunks.push_back(std::make_unique_for_overwrite<std::byte[]>(chunkSize));
             m_next = m_chunks.back().get();
             m_left = chunkSize;

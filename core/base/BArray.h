@@ -17,7 +17,7 @@
 template <class T>
 class BArray {
 public:
-    static constexpr std::uint64_t kReleaseAll = std::numeric_limits<std::uint64_t>::max();
+    static constexpr std::uint64_t kReleaseAll = (std::numeric_limits<std::uint64_t>::max)();
 
     explicit BArray(std::uint64_t growStep = 16) noexcept
         : m_growStep(growStep)
@@ -113,7 +113,7 @@ public:
 private:
     void Grow()
     {
-        const std::uint64_t step = std::max(m_growStep, m_count / 2 + 1);
+        const std::uint64_t step = (std::max)(m_growStep, m_count / 2 + 1);
         // No memory is as large as the largest number, which would release all.
         Reserve(step < kReleaseAll - m_count ? m_count + step : kReleaseAll - 1);
         m_growStep = step;

@@ -88,7 +88,7 @@ public:
     bool SetCapacity(std::size_t capacity) noexcept
     {
         constexpr std::size_t head = sizeof(Block); // holds the terminating 0, too
-        constexpr std::size_t most = std::numeric_limits<std::ptrdiff_t>::max() - head;
+        constexpr std::size_t most = (std::numeric_limits<std::ptrdiff_t>::max)() - head;
         if (capacity > most / sizeof(Char))
             return false;
         void* const block = BTextHeap::Resize(m_block, head + capacity * sizeof(Char));

@@ -40,7 +40,7 @@ namespace NGeometry {
 [[nodiscard]] constexpr std::int32_t Truncate(double value) noexcept
 {
     const bool fits = value > -2147483649.0 && value < 2147483648.0;
-    return fits ? static_cast<std::int32_t>(value) : std::numeric_limits<std::int32_t>::min();
+    return fits ? static_cast<std::int32_t>(value) : (std::numeric_limits<std::int32_t>::min)();
 }
 
 /// The low 8 bits of the truncated value.

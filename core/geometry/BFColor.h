@@ -78,7 +78,7 @@ public:
     /// The largest of red, green and blue.
     [[nodiscard]] constexpr float Brightness() const noexcept
     {
-        return std::max({Red(), Green(), Blue()});
+        return (std::max)({Red(), Green(), Blue()});
     }
     /// 0 for black and every grey.
     [[nodiscard]] constexpr float Saturation() const noexcept;
@@ -157,7 +157,7 @@ constexpr float BFColor::Saturation() const noexcept
     const float largest = Brightness();
     if (largest == 0.0f)
         return 0.0f;
-    return (largest - std::min({Red(), Green(), Blue()})) / largest;
+    return (largest - (std::min)({Red(), Green(), Blue()})) / largest;
 }
 
 // A. R. Smith, Color Gamut Transform Pairs, SIGGRAPH 1978, 12.
@@ -166,7 +166,7 @@ constexpr float BFColor::Hue() const noexcept
     const float largest = Brightness();
     if (largest == 0.0f || Saturation() == 0.0f)
         return 0.0f;
-    const float spread = largest - std::min({Red(), Green(), Blue()});
+    const float spread = largest - (std::min)({Red(), Green(), Blue()});
     float sector = 0.0f;
     if (Red() == largest)
         sector = (Green() - Blue()) / spread;

@@ -41,8 +41,8 @@ public:
     /// What this rectangle and all the others have in common; (0, 0, 0, 0) when that is empty.
     [[nodiscard]] constexpr BFRect Intersection(const BFRect& a) const noexcept
     {
-        const BFRect common(std::max(m_left, a.m_left), std::max(m_top, a.m_top),
-                            std::min(m_right, a.m_right), std::min(m_bottom, a.m_bottom));
+        const BFRect common((std::max)(m_left, a.m_left), (std::max)(m_top, a.m_top),
+                            (std::min)(m_right, a.m_right), (std::min)(m_bottom, a.m_bottom));
         return common.IsEmpty() ? BFRect() : common;
     }
     [[nodiscard]] constexpr BFRect Intersection(const BFRect& a, const BFRect& b) const noexcept
@@ -68,8 +68,8 @@ public:
             return IsEmpty() ? BFRect() : *this;
         if (IsEmpty())
             return a;
-        return {std::min(m_left, a.m_left), std::min(m_top, a.m_top), std::max(m_right, a.m_right),
-                std::max(m_bottom, a.m_bottom)};
+        return {(std::min)(m_left, a.m_left), (std::min)(m_top, a.m_top),
+                (std::max)(m_right, a.m_right), (std::max)(m_bottom, a.m_bottom)};
     }
     [[nodiscard]] constexpr BFRect Union(const BFRect& a, const BFRect& b) const noexcept
     {

@@ -70,8 +70,8 @@ public:
     /// What this rectangle and all the others have in common; (0, 0, 0, 0) when that is empty.
     [[nodiscard]] constexpr BRect Intersection(const BRect& a) const noexcept
     {
-        const BRect common(std::max(m_left, a.m_left), std::max(m_top, a.m_top),
-                           std::min(m_right, a.m_right), std::min(m_bottom, a.m_bottom));
+        const BRect common((std::max)(m_left, a.m_left), (std::max)(m_top, a.m_top),
+                           (std::min)(m_right, a.m_right), (std::min)(m_bottom, a.m_bottom));
         return common.IsEmpty() ? BRect() : common;
     }
     [[nodiscard]] constexpr BRect Intersection(const BRect& a, const BRect& b) const noexcept
@@ -97,8 +97,8 @@ public:
             return IsEmpty() ? BRect() : *this;
         if (IsEmpty())
             return a;
-        return {std::min(m_left, a.m_left), std::min(m_top, a.m_top), std::max(m_right, a.m_right),
-                std::max(m_bottom, a.m_bottom)};
+        return {(std::min)(m_left, a.m_left), (std::min)(m_top, a.m_top),
+                (std::max)(m_right, a.m_right), (std::max)(m_bottom, a.m_bottom)};
     }
     [[nodiscard]] constexpr BRect Union(const BRect& a, const BRect& b) const noexcept
     {

@@ -152,7 +152,7 @@ private:
     {
         using Limits = std::numeric_limits<std::int32_t>;
         return static_cast<std::int32_t>(
-            std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
+            std::clamp<std::int64_t>(value, (Limits::min)(), (Limits::max)()));
     }
 
     constexpr std::int32_t StepCount(std::int32_t from, std::int32_t to) const noexcept

@@ -70,7 +70,7 @@ public:
     /// The largest of the three channels.
     [[nodiscard]] constexpr unsigned char Intensity() const noexcept
     {
-        return std::max({m_red, m_green, m_blue});
+        return (std::max)({m_red, m_green, m_blue});
     }
 
     [[nodiscard]] constexpr unsigned char Red() const noexcept { return m_red; }

@@ -93,7 +93,7 @@ public:
     /// The largest of red, green and blue.
     [[nodiscard]] constexpr unsigned char Intensity() const noexcept
     {
-        return std::max({m_red, m_green, m_blue});
+        return (std::max)({m_red, m_green, m_blue});
     }
 
     /// The pixel without its alpha.

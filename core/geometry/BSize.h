@@ -65,11 +65,11 @@ public:
     /// The larger of both widths and the larger of both heights.
     [[nodiscard]] constexpr BSize Maximum(const BSize& other) const noexcept
     {
-        return {std::max(m_width, other.m_width), std::max(m_height, other.m_height)};
+        return {(std::max)(m_width, other.m_width), (std::max)(m_height, other.m_height)};
     }
     [[nodiscard]] constexpr BSize Minimum(const BSize& other) const noexcept
     {
-        return {std::min(m_width, other.m_width), std::min(m_height, other.m_height)};
+        return {(std::min)(m_width, other.m_width), (std::min)(m_height, other.m_height)};
     }
 
     [[nodiscard]] constexpr std::int32_t Width() const noexcept { return m_width; }
