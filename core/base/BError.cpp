@@ -29,7 +29,7 @@ int BError::Error() const
     return m_code;
 }
 
-WString BError::Argument(int index) const
+WString BError::Argument(int index)
 {
     if (index < 0 || index >= kArgumentCount)
         return {};
@@ -58,6 +58,11 @@ void BError::Check(int code) const
 {
     if (code != 0)
         throw BError(code, m_arguments[0], m_arguments[1], m_arguments[2], m_arguments[3]);
+}
+
+WString BError::Argument(int index) const
+{
+    return const_cast<BError*>(this)->Argument(index); // a derived class may answer
 }
 
 WString GetLastErrorMessage()

@@ -10,7 +10,8 @@
 /// language, the others are its inserts. Code 0 means no error. A BError belongs to one thread.
 class QD_CORE_API BError : public BSmartObj {
 public:
-    explicit BError(int code);
+    /// Not explicit: a code alone is an error without arguments.
+    BError(int code);
     /// A null pointer gives an empty argument.
     BError(int code, const WChar* argument0, const WChar* argument1, const WChar* argument2,
            const WChar* argument3);
@@ -22,7 +23,7 @@ public:
     ~BError() override;
     [[nodiscard]] virtual int Error() const;
     /// The argument at `index`, 0 to 3; empty for any other index.
-    [[nodiscard]] virtual WString Argument(int index) const;
+    [[nodiscard]] virtual WString Argument(int index);
     /// Throws a copy of this object.
     [[noreturn]] virtual void Throw() const;
     virtual BError& operator=(const BError& other);
@@ -31,6 +32,9 @@ public:
     virtual void Check(BError& error) const;
     /// Throws an error of `code` with this object's arguments, unless `code` is 0.
     virtual void Check(int code) const;
+
+    /// The same argument of an error that is const.
+    [[nodiscard]] WString Argument(int index) const;
 
 private:
     static constexpr int kArgumentCount = 4;

@@ -16,9 +16,12 @@ template <class T>
 class SP {
 public:
     constexpr SP() noexcept = default;
-    constexpr SP(std::nullptr_t) noexcept {}
+    // A template, so that a literal 0 converts to `T*` alone.
+    template <std::same_as<std::nullptr_t> Null>
+    constexpr SP(Null) noexcept
+    {}
 
-    /// Takes a reference on `object`, which may be null.
+    /// Takes a reference on `object`, which may be null, also as a literal 0.
     SP(T* object)
     noexcept
         : m_object(object)

@@ -41,6 +41,16 @@ TEST(BError, HoldsACodeAndFourTexts)
     for (const int empty : {1, 3, 4, -1})
         EXPECT_TRUE(error.Argument(empty).IsEmpty()) << empty;
 
+    struct Answering : BError {
+        using BError::BError;
+        using BError::operator=;
+        WString Argument(int) override { return QD_W("own"); }
+    };
+    const Answering answering(1);
+    EXPECT_EQ(static_cast<const BError&>(answering).Argument(0), QD_W("own"));
+    const BError none = 0;
+    EXPECT_FALSE(none.IsFailure());
+
     BError other(0, WString(QD_W("w")), WString(), WString(), WString(QD_W("z")));
     EXPECT_FALSE(other.IsFailure());
     EXPECT_EQ(other.Argument(3), QD_W("z"));

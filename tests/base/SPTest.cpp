@@ -77,7 +77,7 @@ TEST(SP, ComparesByIdentity)
     const SP<Derived> a = new Derived(lives);
     const SP<const Base> sameAsA = a;
     const SP<Base> b = new Base(lives);
-    const SP<Base> empty;
+    const SP<Base> empty = 0;
     EXPECT_TRUE(a == sameAsA && sameAsA == a && !(a != sameAsA));
     EXPECT_TRUE(a == sameAsA.Get() && a.Get() == sameAsA);
     EXPECT_TRUE(a != b && b != a.Get() && a.Get() != b);
