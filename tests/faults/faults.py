@@ -204,7 +204,7 @@ def judge(old, clean, done, may_be_between):
         wrong.append("leaves a draft")
     new = clean.first.files
     files = {name: entry for name, entry in tidy(done.first.files).items()
-             if name in old or entry[1] != ""}  # an empty file holds no settings
+             if name in old or entry == new.get(name) or entry[1] != ""}  # none: no settings
     success = done.first.success
     if files not in (old, new) and (success == "yes" or not may_be_between):
         wrong.append(difference(files, old, new))
