@@ -76,6 +76,7 @@ TEST(BProfileOnLinux, NothingReplacesAFileThatCannotBeRead)
     using std::filesystem::perms;
     std::filesystem::permissions(folder / "", perms{0777});
     std::filesystem::permissions(folder / "unread.ini", perms{0222});
+    std::filesystem::permissions(folder / "a*?.ini", perms{0666});
     std::filesystem::permissions(folder / "closed", perms{0});
     for (const char* name : {"closed/p.ini", "unread.ini", "link.ini"}) {
         EXPECT_TRUE(HoldsForNobody([&] {
@@ -95,6 +96,7 @@ TEST(BProfileOnLinux, NothingReplacesAFileThatCannotBeRead)
     std::filesystem::permissions(folder / "closed", perms{0700});
     EXPECT_EQ(FileBytes(folder / "closed/p.ini"), text);
     EXPECT_EQ(FileBytes(folder / "unread.ini"), text);
+    EXPECT_EQ(FileBytes(folder / "a*?.ini"), text + "new=5\r\n");
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.ini"));
 }
 
