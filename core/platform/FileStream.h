@@ -22,8 +22,10 @@
 /// unit: writing a unit above FF then fails, and the rest of its text is left out. An odd last byte
 /// is dropped.
 ///
-/// Text modes open for one direction only ("+" wants "b" off Windows), and have neither a size nor
-/// a position; `std::rewind` leads a reader to the mark, which is then text.
+/// A stream of a text mode has no size, and one of a single direction no position but the start:
+/// `std::rewind` leads to the mark, which is then text to a reader and written over by a writer.
+/// With "+" positions count the file's bytes, as everywhere a position is set, or asked for and set,
+/// between reading and writing, and a Ctrl-Z at the end of an old text is dropped.
 namespace platform {
 
 struct StreamCloser {

@@ -258,6 +258,76 @@ TEST_F(FileStream, RewindsToTheMark)
     }
 }
 
+TEST_F(FileStream, ReadsAndWritesOneText)
+{
+    const auto line = [](std::FILE* stream) {
+        char buffer[64] = {};
+        return std::string(std::fgets(buffer, sizeof buffer, stream) != nullptr ? buffer : "");
+    };
+    const auto rest = [](std::FILE* stream) {
+        char buffer[64];
+        return std::string(buffer, std::fread(buffer, 1, sizeof buffer, stream));
+    };
+    WriteFileBytes(m_file, "one\r\ntwo\r\nthree\r\n");
+    platform::Stream stream = Open(QD_W("r+"));
+    ASSERT_TRUE(stream);
+    EXPECT_EQ(line(stream.get()), "one\n");
+    EXPECT_EQ(std::ftell(stream.get()), 5);
+    std::fseek(stream.get(), 0, SEEK_CUR);
+    std::fputs("TWO\n", stream.get());
+    std::fseek(stream.get(), 0, SEEK_CUR);
+    EXPECT_EQ(line(stream.get()), "three\n");
+    std::fseek(stream.get(), 5, SEEK_SET);
+    EXPECT_EQ(rest(stream.get()), "TWO\nthree\n");
+    stream = Open(QD_W("w+t"));
+    ASSERT_TRUE(stream);
+    std::fputs("a\nb\n", stream.get());
+    std::rewind(stream.get());
+    EXPECT_EQ(rest(stream.get()), "a\nb\n");
+    stream.reset();
+    EXPECT_EQ(FileBytes(m_file), "a\r\nb\r\n");
+
+    WriteFileBytes(m_file, "x\r\n");
+    stream = Open(QD_W("a+"));
+    ASSERT_TRUE(stream);
+    std::fputs("y\n", stream.get());
+    std::rewind(stream.get());
+    EXPECT_EQ(rest(stream.get()), "x\ny\n");
+    stream.reset();
+    EXPECT_EQ(FileBytes(m_file), "x\r\ny\r\n");
+
+    stream = Open(QD_W("w+,ccs=UTF-16LE"));
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("\x20AC\n")));
+    std::rewind(stream.get());
+    EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("\xFEFF\x20AC\n")}));
+    stream = Open(QD_W("r+,ccs=UNICODE"));
+    ASSERT_TRUE(stream);
+    EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("\x20AC\n")}));
+    std::fseek(stream.get(), 0, SEEK_END);
+    EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("b")));
+    stream.reset();
+    EXPECT_EQ(FileBytes(m_file), "\xFF\xFE\xAC\x20\r\0\n\0b\0"s);
+}
+
+TEST_F(FileStream, RewindsAWriter)
+{
+    for (const WChar* mode : {QD_W("wt"), QD_W("wt,ccs=UTF-16LE")}) {
+        const platform::Stream stream = Open(mode);
+        ASSERT_TRUE(stream);
+        const bool isNarrow = std::basic_string<WChar>(mode).size() == 2;
+        const auto write = [&](const char* narrow, const WChar* wide) {
+            isNarrow ? static_cast<void>(std::fputs(narrow, stream.get()))
+                     : static_cast<void>(platform::WriteText(stream.get(), wide));
+        };
+        write("ab\n", QD_W("ab\n"));
+        std::rewind(stream.get());
+        write("X", QD_W("X")); // over the mark
+        std::fflush(stream.get());
+        EXPECT_EQ(FileBytes(m_file), isNarrow ? "Xb\r\n" : "X\0a\0b\0\r\0\n\0"s);
+    }
+}
+
 TEST_F(FileStream, MeasuresAndSeeksBeyondFourGigabytes)
 {
     const std::uint64_t distant = 5'000'000'000;

@@ -88,8 +88,6 @@ std::optional<OpenMode> ParseMode(WideView text)
     }
     if (mode.isBinary)
         return comma == WideView::npos ? std::optional(mode) : std::nullopt;
-    if (mode.isUpdate)
-        return std::nullopt;
     if (comma != WideView::npos) {
         const std::optional<EText> encoding = ParseEncoding(text.substr(comma + 1));
         if (!encoding)
@@ -138,9 +136,9 @@ Stream OpenOn(Descriptor file, const OpenMode& mode)
 {
     if (mode.isBinary)
         return Stream(OpenBinary(std::move(file), mode));
-    if (mode.access == 'r')
-        return Stream(OpenTextReader(std::move(file), mode.text));
-    return Stream(OpenTextWriter(std::move(file), mode.text));
+    const ETextAccess oneWay = mode.access == 'r' ? ETextAccess::Read : ETextAccess::Write;
+    return Stream(
+        OpenText(std::move(file), mode.text, mode.isUpdate ? ETextAccess::Update : oneWay));
 }
 
 // False while someone else holds `file` locked. A file system without locks has no one who does.

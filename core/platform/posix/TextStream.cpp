@@ -16,7 +16,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/types.h>
-#include <type_traits>
+#include <unistd.h>
 #include <utility>
 
 namespace platform {
@@ -62,6 +62,9 @@ EEncoding EncodingOf(std::string_view bytes, EText text)
     return EncodingWithoutMark(text);
 }
 
+// Read at once.
+constexpr std::size_t kPiece = 4096;
+
 ssize_t ReadBytes(int file, void* buffer, std::size_t size)
 {
     ssize_t count = 0;
@@ -85,36 +88,41 @@ bool WriteBytes(int file, std::string_view bytes)
 
 class TextReader {
 public:
-    TextReader(Descriptor file, EText text) noexcept
-        : m_file(std::move(file))
+    TextReader(int file, EText text) noexcept
+        : m_file(file)
         , m_text(text)
     {}
 
     // False on an error.
     bool Start() noexcept;
+    [[nodiscard]] EEncoding Encoding() const noexcept { return m_encoding; }
+    void SetEncoding(EEncoding encoding) noexcept { m_encoding = encoding; }
     // The protocol of `fopencookie`.
     ssize_t Read(char* out, std::size_t size) noexcept;
-    int Seek(off64_t* position, int origin) noexcept;
-    int Close() noexcept { return ::close(m_file.Release()); }
+
+    // Bytes that were read ahead of what was handed out.
+    [[nodiscard]] off64_t Ahead() const noexcept;
+    void Forget() noexcept;
 
 private:
     bool Fill() noexcept;
     ssize_t FetchRaw() noexcept;
     void Decode(bool isLast) noexcept;
     std::optional<UChar32> NextCharacter(bool isLast) noexcept;
-    void Put(UChar32 character) noexcept;
+    bool PassLineFeed(bool isLast, bool& isKnown) noexcept;
     void Emit(WChar unit) noexcept;
+    [[nodiscard]] std::size_t UnitSize() const noexcept;
 
-    Descriptor m_file;
+    int m_file;
     EText m_text;
     EEncoding m_encoding = EEncoding::Narrow;
-    bool m_hasReturn = false; // a CR was read whose successor is not known yet
-    bool m_isEnded = false;   // a Ctrl-Z was read
+    bool m_isEnded = false; // a Ctrl-Z was read
     std::size_t m_rawBegin = 0, m_rawEnd = 0;
     std::size_t m_outBegin = 0, m_outEnd = 0;
-    std::array<std::uint8_t, 4096> m_raw;
-    // What the raw bytes become at most, and a CR from before.
-    std::array<char, (4096 + 1) * sizeof(WChar)> m_out;
+    std::size_t m_filledFrom = 0; // where the raw bytes begin that the text at hand comes from
+    std::array<std::uint8_t, kPiece> m_raw;
+    std::array<char, kPiece * sizeof(WChar)> m_out; // what the raw bytes become at most
+    std::array<std::uint16_t, kPiece> m_ends;       // in the raw bytes, of each unit
 };
 
 bool TextReader::Start() noexcept
@@ -131,7 +139,7 @@ bool TextReader::Start() noexcept
     m_encoding = EncodingOf(bytes, m_text);
     const std::string_view mark = MarkOf(m_encoding);
     if (bytes.starts_with(mark))
-        m_rawBegin = mark.size();
+        m_rawBegin = m_filledFrom = mark.size();
     return true;
 }
 
@@ -145,24 +153,23 @@ ssize_t TextReader::Read(char* out, std::size_t size) noexcept
     return static_cast<ssize_t>(count);
 }
 
-// Intended: the start of the file is where its mark is, and there the mark is text.
-int TextReader::Seek(off64_t* position, int origin) noexcept
+off64_t TextReader::Ahead() const noexcept
 {
-    if (origin != SEEK_SET || *position != 0) {
-        errno = ESPIPE;
-        return -1;
-    }
-    if (::lseek(m_file.Get(), 0, SEEK_SET) != 0)
-        return -1;
-    m_hasReturn = m_isEnded = false;
-    m_rawBegin = m_rawEnd = m_outBegin = m_outEnd = 0;
-    return 0;
+    const std::size_t units = m_outBegin / UnitSize();
+    return static_cast<off64_t>(m_rawEnd - (units == 0 ? m_filledFrom : m_ends[units - 1]));
+}
+
+void TextReader::Forget() noexcept
+{
+    m_isEnded = false;
+    m_rawBegin = m_rawEnd = m_outBegin = m_outEnd = m_filledFrom = 0;
 }
 
 // Decodes on until there is text to hand out or the file ends. False on an error.
 bool TextReader::Fill() noexcept
 {
     m_outBegin = m_outEnd = 0;
+    m_filledFrom = m_rawBegin;
     bool isLast = false;
     Decode(isLast);
     while (m_outEnd == 0 && !m_isEnded && !isLast) {
@@ -180,8 +187,8 @@ ssize_t TextReader::FetchRaw() noexcept
 {
     m_rawEnd -= m_rawBegin;
     std::memmove(m_raw.data(), m_raw.data() + m_rawBegin, m_rawEnd);
-    m_rawBegin = 0;
-    const ssize_t count = ReadBytes(m_file.Get(), m_raw.data() + m_rawEnd, m_raw.size() - m_rawEnd);
+    m_rawBegin = m_filledFrom = 0;
+    const ssize_t count = ReadBytes(m_file, m_raw.data() + m_rawEnd, m_raw.size() - m_rawEnd);
     if (count > 0)
         m_rawEnd += static_cast<std::size_t>(count);
     return count;
@@ -190,15 +197,40 @@ ssize_t TextReader::FetchRaw() noexcept
 void TextReader::Decode(bool isLast) noexcept
 {
     while (!m_isEnded) {
+        const std::size_t begin = m_rawBegin;
         const std::optional<UChar32> character = NextCharacter(isLast);
         if (!character)
-            break;
-        Put(*character);
+            return;
+        if (*character == kEndOfText) {
+            m_isEnded = true;
+            m_rawBegin = begin;
+        } else if (*character == kReturn) {
+            bool isKnown = true;
+            const bool isLineEnd = PassLineFeed(isLast, isKnown);
+            if (!isKnown) {
+                m_rawBegin = begin;
+                return;
+            }
+            Emit(isLineEnd ? kLineFeed : kReturn);
+        } else if (U_IS_BMP(*character)) {
+            Emit(static_cast<WChar>(*character));
+        } else {
+            Emit(U16_LEAD(*character));
+            Emit(U16_TRAIL(*character));
+        }
     }
-    if ((isLast || m_isEnded) && m_hasReturn)
-        Emit(kReturn);
-    if (isLast || m_isEnded)
-        m_hasReturn = false;
+}
+
+// Whether a line feed follows, which is then passed; unknown while its bytes are not there.
+bool TextReader::PassLineFeed(bool isLast, bool& isKnown) noexcept
+{
+    const std::size_t begin = m_rawBegin;
+    const std::optional<UChar32> next = NextCharacter(isLast);
+    isKnown = next.has_value() || isLast;
+    const bool isLineEnd = next == std::optional<UChar32>(kLineFeed);
+    if (!isLineEnd)
+        m_rawBegin = begin;
+    return isLineEnd;
 }
 
 // None when the bytes at hand do not make a character (yet).
@@ -231,46 +263,33 @@ std::optional<UChar32> TextReader::NextCharacter(bool isLast) noexcept
     return character;
 }
 
-void TextReader::Put(UChar32 character) noexcept
-{
-    if (character == kEndOfText) {
-        m_isEnded = true;
-        return;
-    }
-    if (m_hasReturn && character != kLineFeed)
-        Emit(kReturn);
-    m_hasReturn = character == kReturn;
-    if (m_hasReturn)
-        return;
-    if (U_IS_BMP(character)) {
-        Emit(static_cast<WChar>(character));
-    } else {
-        Emit(U16_LEAD(character));
-        Emit(U16_TRAIL(character));
-    }
-}
-
 void TextReader::Emit(WChar unit) noexcept
 {
-    // A narrow unit is its lower byte, which stands first.
-    const std::size_t size = m_encoding == EEncoding::Narrow ? 1 : sizeof unit;
-    std::memcpy(m_out.data() + m_outEnd, &unit, size);
-    m_outEnd += size;
+    m_ends[m_outEnd / UnitSize()] = static_cast<std::uint16_t>(m_rawBegin);
+    std::memcpy(m_out.data() + m_outEnd, &unit, UnitSize());
+    m_outEnd += UnitSize();
+}
+
+// A narrow unit is its lower byte, which stands first.
+std::size_t TextReader::UnitSize() const noexcept
+{
+    return m_encoding == EEncoding::Narrow ? 1 : sizeof(WChar);
 }
 
 class TextWriter {
 public:
-    TextWriter(Descriptor file, EText text) noexcept
-        : m_file(std::move(file))
+    TextWriter(int file, EText text) noexcept
+        : m_file(file)
         , m_text(text)
     {}
 
     // False on an error.
     bool Start() noexcept;
-    [[nodiscard]] bool IsEightBit() const noexcept { return m_encoding == EEncoding::EightBit; }
+    [[nodiscard]] EEncoding Encoding() const noexcept { return m_encoding; }
     // The protocol of `fopencookie`.
     ssize_t Write(const char* text, std::size_t size) noexcept;
-    int Close() noexcept;
+    // Writes what a lone half of a character becomes.
+    bool Finish() noexcept;
 
 private:
     bool Put(WChar unit) noexcept;
@@ -279,7 +298,7 @@ private:
     void Append(UChar32 character) noexcept;
     bool Flush() noexcept;
 
-    Descriptor m_file;
+    int m_file;
     EText m_text;
     EEncoding m_encoding = EEncoding::Narrow;
     std::optional<char> m_half; // the lower byte of a unit whose upper byte is still to come
@@ -291,15 +310,14 @@ private:
 bool TextWriter::Start() noexcept
 {
     struct stat status = {};
-    if (::fstat(m_file.Get(), &status) != 0)
+    if (::fstat(m_file, &status) != 0)
         return false;
     if (status.st_size == 0) {
         m_encoding = EncodingWithoutMark(m_text == EText::Unicode ? EText::Utf16 : m_text);
-        return WriteBytes(m_file.Get(), MarkOf(m_encoding));
+        return WriteBytes(m_file, MarkOf(m_encoding));
     }
     char start[kUtf8Mark.size()] = {};
-    const ssize_t count =
-        m_text == EText::Narrow ? 0 : ::pread(m_file.Get(), start, sizeof start, 0);
+    const ssize_t count = m_text == EText::Narrow ? 0 : ::pread(m_file, start, sizeof start, 0);
     if (count < 0)
         return false;
     m_encoding = EncodingOf({start, static_cast<std::size_t>(count)}, m_text);
@@ -327,14 +345,13 @@ ssize_t TextWriter::Write(const char* text, std::size_t size) noexcept
     return Flush() ? static_cast<ssize_t>(size) : 0;
 }
 
-int TextWriter::Close() noexcept
+bool TextWriter::Finish() noexcept
 {
-    bool isGood = true;
-    if (m_lead != 0) {
-        Append(0xFFFD);
-        isGood = Flush();
-    }
-    return ::close(m_file.Release()) == 0 && isGood ? 0 : -1;
+    m_half.reset();
+    if (std::exchange(m_lead, WChar{0}) == 0)
+        return true;
+    Append(0xFFFD);
+    return Flush();
 }
 
 bool TextWriter::Put(WChar unit) noexcept
@@ -390,63 +407,142 @@ void TextWriter::Append(UChar32 character) noexcept
 bool TextWriter::Flush() noexcept
 {
     const std::size_t used = std::exchange(m_used, 0);
-    return WriteBytes(m_file.Get(), {m_buffer.data(), used});
+    return WriteBytes(m_file, {m_buffer.data(), used});
+}
+
+// What a stream stands on. One that reads and writes settles where the next character is in the
+// file whenever it turns from one to the other.
+class TextFile {
+public:
+    TextFile(Descriptor file, EText text, bool isReading, bool isWriting) noexcept
+        : m_file(std::move(file))
+        , m_reader(m_file.Get(), text)
+        , m_writer(m_file.Get(), text)
+        , m_isReading(isReading)
+        , m_isWriting(isWriting)
+    {}
+
+    // False on an error.
+    bool Start() noexcept;
+    // What is handed over must reach the file at once: to know where it stands, or what to leave
+    // out behind a unit that the file cannot hold.
+    [[nodiscard]] bool IsUnbuffered() const noexcept;
+
+    // The protocol of `fopencookie`.
+    ssize_t Read(char* out, std::size_t size) noexcept { return m_reader.Read(out, size); }
+    ssize_t Write(const char* text, std::size_t size) noexcept;
+    int Seek(off64_t* position, int origin) noexcept;
+    int Close() noexcept;
+
+private:
+    bool DropEndOfText() noexcept;
+
+    Descriptor m_file;
+    TextReader m_reader;
+    TextWriter m_writer;
+    bool m_isReading, m_isWriting;
+};
+
+bool TextFile::Start() noexcept
+{
+    if (!m_isWriting)
+        return m_reader.Start();
+    if (m_isReading && !DropEndOfText())
+        return false;
+    if (!m_writer.Start())
+        return false;
+    if (!m_isReading)
+        return true;
+    m_reader.SetEncoding(m_writer.Encoding());
+    off64_t begin = 0;
+    return Seek(&begin, SEEK_SET) == 0 && m_reader.Start();
+}
+
+// Like the runtime library, which so lets others append to old texts.
+bool TextFile::DropEndOfText() noexcept
+{
+    const off64_t last = ::lseek(m_file.Get(), -1, SEEK_END);
+    char byte = 0;
+    return last < 0 || ::pread(m_file.Get(), &byte, 1, last) != 1 || byte != kEndOfText ||
+           ::ftruncate(m_file.Get(), last) == 0;
+}
+
+bool TextFile::IsUnbuffered() const noexcept
+{
+    return m_isWriting && (m_isReading || m_writer.Encoding() == EEncoding::EightBit);
+}
+
+ssize_t TextFile::Write(const char* text, std::size_t size) noexcept
+{
+    const off64_t ahead = m_isReading ? m_reader.Ahead() : 0;
+    if (ahead != 0 && ::lseek(m_file.Get(), -ahead, SEEK_CUR) < 0)
+        return 0;
+    m_reader.Forget();
+    return m_writer.Write(text, size);
+}
+
+// Positions count the bytes of the file. A stream of one direction knows none but the start.
+//
+// Intended: the start of the file is where its mark is, and there the mark is text.
+int TextFile::Seek(off64_t* position, int origin) noexcept
+{
+    const bool knowsPosition = m_isReading && m_isWriting;
+    if (!knowsPosition && (origin != SEEK_SET || *position != 0)) {
+        errno = ESPIPE;
+        return -1;
+    }
+    if (m_isWriting && !m_writer.Finish())
+        return -1;
+    const off64_t ahead = m_isReading ? m_reader.Ahead() : 0;
+    if (origin == SEEK_CUR && *position == 0) { // asks, and reads on
+        *position = ::lseek(m_file.Get(), 0, SEEK_CUR) - ahead;
+        return *position >= 0 ? 0 : -1;
+    }
+    const off64_t reached =
+        ::lseek(m_file.Get(), *position - (origin == SEEK_CUR ? ahead : 0), origin);
+    if (reached < 0)
+        return -1;
+    m_reader.Forget();
+    *position = reached;
+    return 0;
+}
+
+int TextFile::Close() noexcept
+{
+    const bool isGood = !m_isWriting || m_writer.Finish();
+    return ::close(m_file.Release()) == 0 && isGood ? 0 : -1;
 }
 
 // `fopencookie` takes functions over an untyped object.
-template <typename TEXT>
-constexpr cookie_io_functions_t CookieFunctions()
-{
-    cookie_io_functions_t functions = {};
-    if constexpr (std::is_same_v<TEXT, TextReader>) {
-        functions.read = [](void* cookie, char* out, std::size_t size) {
-            return static_cast<TEXT*>(cookie)->Read(out, size);
-        };
-        functions.seek = [](void* cookie, off64_t* position, int origin) {
-            return static_cast<TEXT*>(cookie)->Seek(position, origin);
-        };
-    } else {
-        functions.write = [](void* cookie, const char* text, std::size_t size) {
-            return static_cast<TEXT*>(cookie)->Write(text, size);
-        };
-    }
-    functions.close = [](void* cookie) {
-        const std::unique_ptr<TEXT> text(static_cast<TEXT*>(cookie));
-        return text->Close();
-    };
-    return functions;
-}
-
-template <typename TEXT>
-std::FILE* OpenCookie(std::unique_ptr<TEXT> text, const char* mode)
-{
-    std::FILE* const stream = ::fopencookie(text.get(), mode, CookieFunctions<TEXT>());
-    if (stream != nullptr)
-        static_cast<void>(text.release()); // the stream's close function deletes it
-    return stream;
-}
+constexpr cookie_io_functions_t kCookieFunctions = {
+    .read = [](void* cookie, char* out,
+               std::size_t size) { return static_cast<TextFile*>(cookie)->Read(out, size); },
+    .write = [](void* cookie, const char* text,
+                std::size_t size) { return static_cast<TextFile*>(cookie)->Write(text, size); },
+    .seek = [](void* cookie, off64_t* position,
+               int origin) { return static_cast<TextFile*>(cookie)->Seek(position, origin); },
+    .close =
+        [](void* cookie) {
+            const std::unique_ptr<TextFile> file(static_cast<TextFile*>(cookie));
+            return file->Close();
+        },
+};
 
 } // namespace
 
-std::FILE* OpenTextReader(Descriptor file, EText text) noexcept
+std::FILE* OpenText(Descriptor file, EText text, ETextAccess access) noexcept
 {
-    std::unique_ptr<TextReader> reader(new (std::nothrow) TextReader(std::move(file), text));
-    if (reader == nullptr || !reader->Start())
+    const bool isReading = access != ETextAccess::Write, isWriting = access != ETextAccess::Read;
+    std::unique_ptr<TextFile> opened(new (std::nothrow)
+                                         TextFile(std::move(file), text, isReading, isWriting));
+    if (opened == nullptr || !opened->Start())
         return nullptr;
-    return OpenCookie(std::move(reader), "r");
-}
-
-std::FILE* OpenTextWriter(Descriptor file, EText text) noexcept
-{
-    std::unique_ptr<TextWriter> writer(new (std::nothrow) TextWriter(std::move(file), text));
-    if (writer == nullptr || !writer->Start())
-        return nullptr;
-    const bool isEightBit = writer->IsEightBit();
-    std::FILE* const stream = OpenCookie(std::move(writer), "w");
-    // Unbuffered, each text is written by one call, which then knows what to leave out behind a
-    // unit that the file cannot hold.
-    if (stream != nullptr && isEightBit)
+    const char* const mode = isReading && isWriting ? "r+" : isReading ? "r" : "w";
+    std::FILE* const stream = ::fopencookie(opened.get(), mode, kCookieFunctions);
+    if (stream != nullptr && opened->IsUnbuffered())
         std::setvbuf(stream, nullptr, _IONBF, 0);
+    if (stream != nullptr)
+        static_cast<void>(opened.release()); // the stream's close function deletes it
     return stream;
 }
 

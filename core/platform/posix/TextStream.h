@@ -16,12 +16,12 @@ enum class EText : std::uint8_t {
     Utf8,
 };
 
-/// A stream that reads `file` from its start: narrow text, or UTF-16LE units. Null, `errno` telling
-/// why, when that fails.
-[[nodiscard]] std::FILE* OpenTextReader(Descriptor file, EText text) noexcept;
+enum class ETextAccess : std::uint8_t { Read, Write, Update };
 
-/// A stream that writes to the end of `file`; what the file holds already decides over `text`, and
-/// an empty file gets its mark. `file` is open for reading as well where it may not be empty.
-[[nodiscard]] std::FILE* OpenTextWriter(Descriptor file, EText text) noexcept;
+/// A stream over `file`: narrow text, or UTF-16LE units. It reads from the start, writes to the end
+/// unless it reads as well, and then goes on where it stands. What the file holds already decides
+/// over `text`, and an empty file that is written gets its mark. `file` is open for reading as well
+/// where it is written and may not be empty. Null, `errno` telling why, when that fails.
+[[nodiscard]] std::FILE* OpenText(Descriptor file, EText text, ETextAccess access) noexcept;
 
 } // namespace platform

@@ -69,12 +69,22 @@ TEST(FileStreamOnLinux, RefusesModesThatItDoesNotKnow)
     const std::u16string path = platform::FromNativePath((folder / "new").native());
     for (const char16_t* mode :
          {u"", u"q", u"wq", u"w,", u"w,css=UNICODE", u"w,ccs UNICODE", u"w,ccs=", u"w,ccs=UTF-16BE",
-          u"w,ccs=UNICODE,", u"w+", u"w+,ccs=UNICODE", u"wb,ccs=UNICODE"}) {
+          u"w,ccs=UNICODE,", u"wb,ccs=UNICODE"}) {
         errno = 0;
         EXPECT_FALSE(platform::OpenStream(path.c_str(), mode));
         EXPECT_EQ(errno, EINVAL);
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "new"));
+}
+
+TEST(FileStreamOnLinux, AppendsInPlaceOfAnEndOfText)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "text", "x\r\n\x1A");
+    const platform::Stream stream = platform::OpenStream(folder.Path("text"), u"a+");
+    ASSERT_TRUE(stream);
+    std::fputs("y\n", stream.get());
+    EXPECT_EQ(FileBytes(folder / "text"), "x\r\ny\r\n"); // at once, to know where it stands
 }
 
 TEST(FileStreamOnLinux, ReportsAFullDisk)
