@@ -153,7 +153,8 @@ bool BFile::Rewind() noexcept
 bool BFile::Exist(const WChar* pattern)
 {
     return pattern != nullptr && *pattern != 0 &&
-           platform::FindFiles(pattern, [](const platform::FoundFile&) { return false; });
+           platform::FindFiles(pattern, [](const platform::FoundFile&) { return false; }) ==
+               platform::EPresence::There;
 }
 
 std::int64_t BFile::Size(const WChar* path) noexcept
@@ -193,7 +194,9 @@ int BFile::Delete(WString pattern)
     if (pattern.IsEmpty())
         return 0;
     int count = 0;
-    const bool isFound = platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
+    bool isFound = false;
+    platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
+        isFound = true;
         if (!IsLeftAlone(file) && platform::RemoveFile(file.path.c_str()))
             ++count;
         return true;

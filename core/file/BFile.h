@@ -39,7 +39,9 @@ public:
     /// Null when closed. The object keeps the stream.
     operator std::FILE*() const noexcept { return m_stream; }
 
-    /// Whether a file or directory matches; "*" and "?" in the last element are wild.
+    /// Whether a file or directory matches; "*" and "?" in the last element are wild, and mean what
+    /// they mean on Windows ("*." names without an extension, "*.*" everything). False also when
+    /// that cannot be told.
     [[nodiscard]] static bool Exist(const WChar* pattern);
     /// Size in bytes; -1 when the file cannot be opened for reading.
     [[nodiscard]] static std::int64_t Size(const WChar* path) noexcept;

@@ -196,15 +196,19 @@ WString Join(const WString& directory, const WString& name)
     return path + name;
 }
 
-// The names of the files that match, in an order that is the same everywhere.
+// The names of the files that match, in an order that is the same everywhere; none when not all can
+// be told.
 std::vector<Text> FindNames(const WString& directory, const WString& pattern)
 {
     std::vector<Text> names;
-    platform::FindFiles(Join(directory, pattern), [&](const platform::FoundFile& file) {
-        if (!file.isDirectory)
-            names.push_back(file.path.substr(file.path.find_last_of(QD_W("/\\")) + 1));
-        return true;
-    });
+    const platform::EPresence presence =
+        platform::FindFiles(Join(directory, pattern), [&](const platform::FoundFile& file) {
+            if (!file.isDirectory)
+                names.push_back(file.path.substr(file.path.find_last_of(QD_W("/\\")) + 1));
+            return true;
+        });
+    if (presence == platform::EPresence::Unknown)
+        names.clear();
     std::sort(names.begin(), names.end(), [](const Text& a, const Text& b) {
         const int order =
             platform::CompareIgnoringAsciiCase(a.c_str(), b.c_str(), std::max(a.size(), b.size()));

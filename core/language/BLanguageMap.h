@@ -118,7 +118,8 @@ public:
     /// Intended: entries that were refused count as loaded, so that the number is the file's.
     int ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing);
     /// Imports the files that match `pattern`, in the order of their names, and fills missing
-    /// texts. The last result that is not 0; 1 when no file matches.
+    /// texts. The last result that is not 0; 1 when no file matches, or the system fails to list
+    /// them all, and then none is imported.
     int ImportMapFiles(WString directory, WString pattern, WString* log, bool overwrite);
     /// Writes a language file, which reads back as this map. 1 when it cannot be written; the old
     /// file is then still there, as it is until the new one is complete. U+FFFF is left out.
@@ -137,7 +138,7 @@ public:
                             const WString& outputDirectory, const WString& fileName,
                             int& newEntries);
     /// The same for the files of the master directory that match `pattern`. The last result that is
-    /// not 0; 1 when none matches.
+    /// not 0; 1 when none matches, or the system fails to list them all, and then none is merged.
     static int MergeMapFiles(const WString& masterDirectory, const WString& translationDirectory,
                              const WString& outputDirectory, const WString& pattern,
                              int& newEntries);

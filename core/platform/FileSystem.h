@@ -10,6 +10,13 @@
 /// Files and directories by name.
 namespace platform {
 
+/// What a look at a path tells.
+enum class EPresence {
+    Missing, // the system says so: there is no such name, or no such folder
+    There,
+    Unknown, // the look failed: no right to look, an error of the disk, too many files or links
+};
+
 struct FoundFile {
     std::basic_string<WChar> path; // the pattern's directory part and the name
     bool isReadOnly = false;
@@ -18,9 +25,10 @@ struct FoundFile {
     bool isOffline = false;
 };
 
-/// Calls `visit` for each file and directory that matches, until it returns false; whether there
-/// was one. A link is found itself, also one that leads nowhere; one to a directory counts as
-/// a directory.
+/// Calls `visit` for each file and directory that matches, until it returns false. `Missing` when
+/// there is none; `Unknown` when some may not have been visited, for the system failed to list them
+/// or to tell what one is. A link is found itself, also one that leads nowhere; one to a directory
+/// counts as a directory.
 ///
 /// "*" and "?" are wild in the last element of `pattern`, and nowhere else, as Windows has it: "*"
 /// is any units, "?" one unit but no dot, or nothing where the name or a part of it ends; ".*" and
@@ -28,7 +36,7 @@ struct FoundFile {
 /// "*." finds only names without an extension. "." and ".." are found by what finds ".", or an
 /// empty name. Case counts as it does in the file system. On Windows a name also matches by its
 /// short form. Without wild units the last element is a name, off Windows as it stands.
-bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit);
+EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit);
 
 /// Size in bytes of the file at `path`; none when it cannot be opened for reading, on Windows also
 /// while someone has it open for writing.
@@ -39,13 +47,6 @@ bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>
 /// Whether there is anything at `path`, in which no character is wild: false also when that cannot
 /// be told. A link counts itself, also one that leads nowhere.
 [[nodiscard]] bool PathExists(const WChar* path) noexcept;
-
-/// What a look at a path tells.
-enum class EPresence {
-    Missing, // the system says so: there is no such name, or no such folder
-    There,
-    Unknown, // the look failed: no right to look, an error of the disk, too many files or links
-};
 
 /// What is at `path`, in which no character is wild, or where a link there leads: one that leads
 /// nowhere is missing. For whoever must know before a file is made or taken for empty: when one

@@ -50,12 +50,14 @@ TEST(FileSystem, FindsWhatAPatternMatches)
         const WString start = folder.Path("");
         std::set<std::string> found;
         const WString pattern = start + WString(BString(c.pattern));
-        const bool isFound = platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
-            found.insert(BString(file.path.c_str() + start.Length()).CStr());
-            return true;
-        });
+        const platform::EPresence presence =
+            platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
+                found.insert(BString(file.path.c_str() + start.Length()).CStr());
+                return true;
+            });
         EXPECT_EQ(found, c.found);
-        EXPECT_EQ(isFound, !c.found.empty());
+        EXPECT_EQ(presence,
+                  c.found.empty() ? platform::EPresence::Missing : platform::EPresence::There);
     }
 }
 

@@ -33,12 +33,18 @@ bool IsNativeDirectory(const char* path)
     return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// What stands under the native `name` in `directory`; false when there is nothing.
-bool Describe(int directory, const char* name, FoundFile& file)
+// What a look that failed tells.
+EPresence PresenceAfter(int error)
+{
+    return error == ENOENT || error == ENOTDIR ? EPresence::Missing : EPresence::Unknown;
+}
+
+// What stands under the native `name` in `directory`.
+EPresence Describe(int directory, const char* name, FoundFile& file)
 {
     struct stat status = {};
     if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return false;
+        return PresenceAfter(errno);
     const bool isLink = S_ISLNK(status.st_mode);
     file.isReadOnly = !isLink && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
     struct stat target = {};
@@ -46,38 +52,48 @@ bool Describe(int directory, const char* name, FoundFile& file)
         status = target;
     file.isDirectory = S_ISDIR(status.st_mode);
     file.isSystem = !isLink && !file.isDirectory && !S_ISREG(status.st_mode);
-    return true;
+    return EPresence::There;
 }
 
 } // namespace
 
-bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit)
+EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit)
 {
     const WideView whole(pattern);
     const std::size_t nameBegin = whole.find_last_of(u"/\\") + 1; // 0 when there is no separator
     const std::basic_string<WChar> folder(whole.substr(0, nameBegin));
     const WideView wanted = whole.substr(nameBegin);
     FoundFile file;
+    if (wanted.empty())
+        return EPresence::Missing;
     if (wanted.find_first_of(kWild) == WideView::npos) {
         file.path = whole;
-        if (wanted.empty() || !Describe(AT_FDCWD, NativePath(pattern), file))
-            return false;
-        visit(file);
-        return true;
+        const EPresence presence = Describe(AT_FDCWD, NativePath(pattern), file);
+        if (presence == EPresence::There)
+            visit(file);
+        return presence;
     }
     const FilePattern wild(wanted);
     const Directory directory(::opendir(folder.empty() ? "." : NativePath(folder.c_str())));
-    bool isFound = false;
-    while (const dirent* const entry = directory ? ::readdir(directory.get()) : nullptr) {
+    if (!directory)
+        return PresenceAfter(errno);
+    EPresence found = EPresence::Missing;
+    bool isWhole = true;
+    errno = 0; // tells the end of the list from a failure
+    for (; const dirent* const entry = ::readdir(directory.get()); errno = 0) {
         const std::basic_string<WChar> name = FromNativePath(entry->d_name);
-        if (!wild.Matches(name) || !Describe(::dirfd(directory.get()), entry->d_name, file))
+        if (!wild.Matches(name))
             continue;
-        isFound = true;
+        const EPresence presence = Describe(::dirfd(directory.get()), entry->d_name, file);
+        isWhole = isWhole && presence != EPresence::Unknown;
+        if (presence != EPresence::There)
+            continue;
+        found = EPresence::There;
         file.path = folder + name;
         if (!visit(file))
-            break;
+            return found;
     }
-    return isFound;
+    return isWhole && errno == 0 ? found : EPresence::Unknown;
 }
 
 std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
@@ -106,7 +122,7 @@ EPresence Presence(const WChar* path) noexcept
     struct stat status = {};
     if (::stat(NativePath(path), &status) == 0)
         return EPresence::There;
-    return errno == ENOENT || errno == ENOTDIR ? EPresence::Missing : EPresence::Unknown;
+    return PresenceAfter(errno);
 }
 
 bool RemoveFile(const WChar* path) noexcept

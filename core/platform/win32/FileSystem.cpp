@@ -20,6 +20,24 @@ struct SearchCloser {
 };
 using Search = std::unique_ptr<void, SearchCloser>;
 
+// What a look that failed tells.
+EPresence PresenceAfter(DWORD error)
+{
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? EPresence::Missing
+                                                                          : EPresence::Unknown;
+}
+
+// What a pattern that could not be listed tells; one that no name can have matches nothing.
+EPresence PresenceAfterFind(DWORD error)
+{
+    switch (error) {
+    case ERROR_NO_MORE_FILES:
+    case ERROR_INVALID_NAME:
+    case ERROR_DIRECTORY: return EPresence::Missing;
+    default: return PresenceAfter(error);
+    }
+}
+
 FoundFile Describe(const WIN32_FIND_DATAW& data, WideView folder)
 {
     const auto has = [&](DWORD attribute) { return (data.dwFileAttributes & attribute) != 0; };
@@ -32,21 +50,23 @@ FoundFile Describe(const WIN32_FIND_DATAW& data, WideView folder)
 
 } // namespace
 
-bool FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit)
+EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFile&)>& visit)
 {
     const WideView whole(pattern);
     const WideView folder = whole.substr(0, whole.find_last_of(L"/\\:") + 1);
     // The system takes these for wild, too, and no name holds them.
     if (whole.substr(folder.size()).find_first_of(L"<>\"") != WideView::npos)
-        return false;
+        return EPresence::Missing;
     WIN32_FIND_DATAW data = {};
     void* const opened = ::FindFirstFileW(pattern, &data);
     if (opened == INVALID_HANDLE_VALUE)
-        return false;
+        return PresenceAfterFind(::GetLastError());
     const Search search(opened);
-    while (visit(Describe(data, folder)) && ::FindNextFileW(search.get(), &data)) {
-    }
-    return true;
+    do {
+        if (!visit(Describe(data, folder)))
+            return EPresence::There;
+    } while (::FindNextFileW(search.get(), &data));
+    return ::GetLastError() == ERROR_NO_MORE_FILES ? EPresence::There : EPresence::Unknown;
 }
 
 std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
@@ -80,9 +100,7 @@ EPresence Presence(const WChar* path) noexcept
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (file.IsOpen())
         return EPresence::There;
-    const DWORD error = ::GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? EPresence::Missing
-                                                                          : EPresence::Unknown;
+    return PresenceAfter(::GetLastError());
 }
 
 bool RemoveFile(const WChar* path) noexcept

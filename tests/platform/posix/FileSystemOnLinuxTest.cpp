@@ -27,10 +27,10 @@ TEST(FileSystemOnLinux, NamesThatAreNoUtf8AreFilesLikeOthers)
     const fs::path file = folder / "bad\xFF\xC3.dat";
     WriteFileBytes(file, "12345");
     std::u16string found;
-    EXPECT_TRUE(platform::FindFiles(folder.Path("bad*.dat"), [&](const platform::FoundFile& each) {
+    platform::FindFiles(folder.Path("bad*.dat"), [&](const platform::FoundFile& each) {
         found = each.path;
         return true;
-    }));
+    });
     EXPECT_EQ(platform::FileSize(found.c_str()), 5u);
     EXPECT_TRUE(BFile(found.c_str(), u"rb") != nullptr);
     EXPECT_EQ(BFile::Delete(found.c_str()), 1);
@@ -74,6 +74,10 @@ TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
     fs::create_symlink("loop", folder / "loop");
     EXPECT_EQ(platform::Presence(folder.Path("dangling")), platform::EPresence::Missing);
     EXPECT_EQ(platform::Presence(folder.Path("loop")), platform::EPresence::Unknown);
+    const auto any = [](const platform::FoundFile&) { return true; };
+    EXPECT_EQ(platform::FindFiles(folder.Path("none\\*"), any), platform::EPresence::Missing);
+    EXPECT_EQ(platform::FindFiles(folder.Path("loop\\*"), any), platform::EPresence::Unknown);
+    EXPECT_EQ(platform::FindFiles(folder.Path("loop\\x"), any), platform::EPresence::Unknown);
     const std::string longName(300, 'n');
     EXPECT_EQ(platform::Presence(folder.Path(longName.c_str())), platform::EPresence::Unknown);
 }
