@@ -72,6 +72,19 @@ void* operator new[](std::size_t size)
     return New(size);
 }
 
+// Not left to the others, as a sanitizer brings its own.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+try {
+    return New(size);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
+{
+    return operator new(size, tag);
+}
+
 void operator delete(void* block) noexcept
 {
     std::free(block);

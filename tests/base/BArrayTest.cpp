@@ -108,13 +108,12 @@ TEST(BArray, DestroysElementsAfterTheyHaveLeft)
 
 TEST(BArray, DoesNotGrowBeyondAllMemory)
 {
-    for (const std::uint64_t growStep :
-         {BArray<char>::kReleaseAll, BArray<char>::kReleaseAll - 5}) {
-        BArray<char> array(growStep);
+    for (const std::uint64_t growStep : {BArray<int>::kReleaseAll, BArray<int>::kReleaseAll - 5}) {
+        BArray<int> array(growStep);
         array.Reserve(10);
         for (int i = 0; i < 10; ++i)
-            array.Append('a');
-        EXPECT_THROW(array.Append('b'), std::bad_alloc);
+            array.Append(i);
+        EXPECT_THROW(array.Append(10), std::bad_alloc);
         EXPECT_EQ(array.Count(), 10u);
     }
 }
