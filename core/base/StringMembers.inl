@@ -73,13 +73,13 @@ const Char* OrEmpty(const Char* text) noexcept
 std::size_t FindByHash(View text, View part, std::size_t start) noexcept
 {
     constexpr std::uint64_t base = 0x9e3779b97f4a7c15;
-    const auto append = [](std::uint64_t hash, Char character) { return hash * base + character; };
+    const auto number = [](Char character) { return static_cast<std::uint64_t>(character); };
     std::uint64_t wanted = 0;
     std::uint64_t here = 0;
     std::uint64_t front = 1; // what the first character counts
     for (std::size_t i = 0; i < part.size(); ++i) {
-        wanted = append(wanted, part[i]);
-        here = append(here, text[start + i]);
+        wanted = wanted * base + number(part[i]);
+        here = here * base + number(text[start + i]);
         front *= i == 0 ? 1 : base;
     }
     for (;; ++start) {
@@ -87,7 +87,7 @@ std::size_t FindByHash(View text, View part, std::size_t start) noexcept
             return start;
         if (start + part.size() == text.size())
             return kNone;
-        here = append(here - front * text[start], text[start + part.size()]);
+        here = (here - front * number(text[start])) * base + number(text[start + part.size()]);
     }
 }
 

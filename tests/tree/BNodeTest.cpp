@@ -152,7 +152,7 @@ TEST(BNode, ChildrenAreWhereANaiveListHasThemWhateverHappens)
         twin.children.erase(removed);
     };
     for (const unsigned int additions :
-         {90, 40, 70, 15, 100, 0, 0, 55, 45}) { // of a hundred changes
+         {90u, 40u, 70u, 15u, 100u, 0u, 0u, 55u, 45u}) { // of a hundred changes
         for (int change = 0; change < 600; ++change) {
             if (twin.children.empty() || below(100) < additions)
                 add();

@@ -465,8 +465,8 @@ private:
             if (weights.kind == Kind::None)
                 return 0;
             if (weights.kind == Kind::Dash)
-                return std::uint64_t{~m_signs} << 32 | weights.place << 16 | weights.mark << 8 |
-                       weights.form;
+                return std::uint64_t{~m_signs} << 32 | std::uint64_t{weights.place} << 16 |
+                       std::uint64_t{weights.mark} << 8 | std::uint64_t{weights.form};
             m_signs += weights.kind == Kind::Sign;
         }
     }
