@@ -4,6 +4,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/FileSystem.h"
 
+#include <new>
 #include <utility>
 
 BStopWatch BProfiler::m_swatch;
@@ -17,13 +18,21 @@ namespace {
 // While another process writes its run.
 constexpr int kLongestWaitMs = 1000;
 
+// A text that gets no memory is empty: a line would be lost, or the log's path.
+const WString& Whole(const WString& text)
+{
+    if (text.IsEmpty())
+        throw std::bad_alloc();
+    return text;
+}
+
 WString TimedEntry(const WChar* word, const WString& text)
 {
     const platform::CalendarTime now = platform::LocalTime();
     WString entry;
     entry.Printf(QD_W("%02d:%02d:%02d\t%s\t%s"), now.hour, now.minute, now.second, word,
                  text.CStr());
-    return entry;
+    return Whole(entry);
 }
 
 WString StepEntry(double elapsedMs, const WString& text)
@@ -31,7 +40,7 @@ WString StepEntry(double elapsedMs, const WString& text)
     WString entry;
     entry.Printf(QD_W("%d\t%s"), static_cast<int>(static_cast<std::int64_t>(elapsedMs)),
                  text.IsEmpty() ? QD_W("Step") : text.CStr());
-    return entry;
+    return Whole(entry);
 }
 
 bool AppendLines(const WString& path, const BArray<WString>& lines)
@@ -55,7 +64,7 @@ void BProfiler::SetLogfilePath(WString directory)
     const platform::CalendarTime today = platform::LocalTime();
     WString name;
     name.Printf(QD_W("%d%d%d.log"), today.year, today.month, today.day);
-    m_logfilePath = directory + name;
+    m_logfilePath = Whole(directory + Whole(name));
 }
 
 void BProfiler::Start(WString text)

@@ -141,7 +141,7 @@ bool IsTorn(std::FILE* stream)
 }
 
 // `log`, which may be null, gathers the text: appending to a WString measures what is there.
-int ImportFile(BLanguageMap& map, const WString& path, Text* log, bool overwrite, bool fillMissing)
+int ImportFile(BLanguageMap& map, const WChar* path, Text* log, bool overwrite, bool fillMissing)
 {
     if (log != nullptr)
         log->append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
@@ -172,7 +172,7 @@ int ImportFile(BLanguageMap& map, const WString& path, Text* log, bool overwrite
 }
 
 // `text` as a text stream of UTF-16LE writes it.
-bool WriteUtf16File(const WString& path, View text)
+bool WriteUtf16File(const WChar* path, View text)
 {
     Text units(1, kByteOrderMark);
     for (const WChar unit : text) {
@@ -187,13 +187,13 @@ bool WriteUtf16File(const WString& path, View text)
            file.Commit();
 }
 
-WString Join(const WString& directory, const WString& name)
+// No `WString`: one that gets no memory would be another path.
+Text Join(const WString& directory, const WString& name)
 {
-    const View view = ViewOf(directory);
-    const std::size_t separator = view.find_last_of(QD_W("/\\"));
-    WString path = directory;
-    path += separator == View::npos ? WChar('\\') : view[separator];
-    return path + name;
+    Text path(ViewOf(directory));
+    const std::size_t separator = path.find_last_of(QD_W("/\\"));
+    path += separator == Text::npos ? WChar('\\') : path[separator];
+    return path += ViewOf(name);
 }
 
 // The names of the files that match, in an order that is the same everywhere; none when not all can
@@ -202,7 +202,7 @@ std::vector<Text> FindNames(const WString& directory, const WString& pattern)
 {
     std::vector<Text> names;
     const platform::EPresence presence =
-        platform::FindFiles(Join(directory, pattern), [&](const platform::FoundFile& file) {
+        platform::FindFiles(Join(directory, pattern).c_str(), [&](const platform::FoundFile& file) {
             if (!file.isDirectory)
                 names.push_back(file.path.substr(file.path.find_last_of(QD_W("/\\")) + 1));
             return true;
@@ -231,7 +231,7 @@ int ForEachName(const std::vector<Text>& names, Handle handle)
 
 // False when the file cannot be read: taken for empty, it would lose its translations to the
 // merged file. One that is not there has none.
-bool ImportTranslations(BLanguageMap& translations, const WString& path)
+bool ImportTranslations(BLanguageMap& translations, const WChar* path)
 {
     return translations.ImportMapFile(path, nullptr, false, true) != kNoFile ||
            platform::Presence(path) == platform::EPresence::Missing;
@@ -416,8 +416,8 @@ int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* lo
 {
     Text text;
     const int result = ForEachName(FindNames(directory, pattern), [&](const WString& name) {
-        return ImportFile(*this, Join(directory, name), log != nullptr ? &text : nullptr, overwrite,
-                          true);
+        return ImportFile(*this, Join(directory, name).c_str(), log != nullptr ? &text : nullptr,
+                          overwrite, true);
     });
     if (log != nullptr)
         log->Append(text.c_str());
@@ -441,11 +441,12 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
                                const WString& outputDirectory, const WString& fileName,
                                int& newEntries)
 {
-    platform::Stream stream = platform::OpenStream(Join(masterDirectory, fileName), kReadMode);
+    platform::Stream stream =
+        platform::OpenStream(Join(masterDirectory, fileName).c_str(), kReadMode);
     if (!stream)
         return kNoFile;
     BLanguageMap translations;
-    if (!ImportTranslations(translations, Join(translationDirectory, fileName)))
+    if (!ImportTranslations(translations, Join(translationDirectory, fileName).c_str()))
         return kNoFile;
 
     Text lines;
@@ -459,7 +460,7 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
     if (IsTorn(stream.get()))
         return kNoFile;
     stream.reset(); // the output may be the same file
-    if (!WriteUtf16File(Join(outputDirectory, fileName), lines))
+    if (!WriteUtf16File(Join(outputDirectory, fileName).c_str(), lines))
         return kNoOutput;
     newEntries += added;
     return kGood;

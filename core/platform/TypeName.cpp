@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <unordered_map>
 
 #if !defined(_MSC_VER)
@@ -94,6 +95,8 @@ std::string MakeTypeName(const std::type_info& type)
     int status = 0;
     const std::unique_ptr<char, FreeDeleter> name(
         abi::__cxa_demangle(type.name(), nullptr, nullptr, &status));
+    if (status == -1) // no memory: the decorated name would be kept, and written into files
+        throw std::bad_alloc();
     return std::string("class ") + (status == 0 ? name.get() : type.name());
 }
 
