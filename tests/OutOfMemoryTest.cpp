@@ -409,6 +409,19 @@ TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)
          }});
 }
 
+TEST_F(OutOfMemoryTest, AChildIsFoundWithoutAnIndex)
+{
+    const SP<BNode> root = new BNode;
+    for (int i = 0; i != 40; ++i)
+        Append(*root, WString::FromInt(i));
+    const WString name = QD_W("7");
+    Memory memory(0, Memory::ERange::All);
+    const BNode* const found = root->Child(name);
+    memory.Stop();
+    EXPECT_TRUE(memory.HaveFailed());
+    EXPECT_EQ(found, root->Child(7));
+}
+
 TEST_F(OutOfMemoryTest, NothingEndsTheProcess)
 {
     const SP<BNode> tree = SmallTree();

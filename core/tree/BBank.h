@@ -18,8 +18,8 @@
 ///
 /// Copies share the root. Nodes that are handed out as plain pointers are not counted and are good
 /// as long as the tree holds them; a node that a receiver of the reports takes out of the bank's
-/// tree while it is made is not handed out. Refusals are told by false, null or an empty path. One
-/// thread at a time changes a tree through its banks.
+/// tree while it is made is not handed out. Refusals are told by false, null or an empty path; only
+/// making nodes throws `std::bad_alloc`. One thread at a time changes a tree through its banks.
 class QD_CORE_API BBank {
 public:
     /// Stands between the names of a path.

@@ -61,8 +61,9 @@ class BVisitor;
 /// receiver must not put a node into an `SP` that nothing owns yet (`RefCount()` 0), as one that is
 /// being constructed with an object: letting go of it again would destroy it.
 ///
-/// Refusals are told by false or null; nothing throws. No lock: one thread at a time changes a
-/// tree; any number of threads may read it meanwhile nobody does.
+/// Refusals are told by false or null. Only `std::bad_alloc` is thrown, by what adds or copies: an
+/// addition leaves the node as it was, `Copy` with a part of the other's. No lock: one thread at a
+/// time changes a tree; any number of threads may read it meanwhile nobody does.
 class QD_CORE_API BNode : public BSmartObj {
 public:
     /// A node without parent, active, not locked, reporting, and with `obj` as `SetObj` sets it.

@@ -158,9 +158,14 @@ BNode* ChildList::Next(const BNode& child) const noexcept
 
 BNode* ChildList::Find(const WChar* text) const
 {
-    if (Count() >= kManyChildren)
-        return m_block->byText.GetOrMake([this] { return std::make_unique<ChildIndex>(*this); })
-            .Find(text);
+    if (Count() >= kManyChildren) {
+        try {
+            return m_block->byText.GetOrMake([this] { return std::make_unique<ChildIndex>(*this); })
+                .Find(text);
+        } catch (const std::bad_alloc&) {
+            // Without memory for the index there is still the slow way.
+        }
+    }
     for (const SP<BNode>& child : *this) {
         if (child && platform::Collate(child->m_text.CStr(), text, platform::ECase::Ignored) == 0)
             return child.Get();
