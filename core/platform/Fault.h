@@ -19,7 +19,12 @@ namespace platform {
 /// Calls may nest and run on any threads at once. The guard stands before all handlers that the
 /// process has when the outermost call begins, and only while one is under way: a fault outside of
 /// it goes where it would have gone without. A handler that is set during a call stays, and gets
-/// that call's faults. Running out of stack is no fault that it catches on every system.
+/// that call's faults. If it hands on to the one that it replaced, that is the guard: after a later
+/// call, such a handler may be called twice for a fault outside of any, which then ends in the
+/// system's own treatment and no longer in the handler from before. Running out of stack is no
+/// fault that it catches on every system.
+///
+/// A process that is forked has the guard of the thread that forked it.
 [[nodiscard]] bool RunGuarded(void (*call)(void*), void* context);
 
 } // namespace platform

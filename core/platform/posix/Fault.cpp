@@ -4,6 +4,9 @@
 #include <csetjmp>
 #include <csignal>
 #include <mutex>
+#include <pthread.h>
+#include <ucontext.h>
+#include <utility>
 
 namespace platform {
 
@@ -13,7 +16,7 @@ constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE};
 constexpr int kSignalCount = sizeof kSignals / sizeof *kSignals;
 
 constinit std::mutex g_lock;
-int g_calls = 0;                          // under way on all threads; guarded by g_lock
+int g_threads = 0;                        // with a call under way; guarded by g_lock
 struct sigaction g_actions[kSignalCount]; // what the guard stands before; guarded by g_lock
 
 /// The handler of an action, for a signal handler, which takes no lock: the one with information
@@ -36,10 +39,34 @@ const Handler& HandlerOf(int signal)
     return g_handlers[i];
 }
 
+/// Leaves the signal to the system, whose treatment comes when the faulty instruction runs again.
+void PassToSystem(int signal, bool isFault)
+{
+    struct sigaction standard {};
+    standard.sa_handler = SIG_DFL;
+    ::sigaction(signal, &standard, nullptr);
+    if (!isFault)
+        ::raise(signal);
+}
+
+/// Marks the context of a signal that was passed on, and tells whether it was marked before. The
+/// system gives each signal a new context without a link and does not read it, so the mark goes
+/// with the signal also when a handler jumps out of it.
+bool MarkPassed(void* context)
+{
+    static constinit ucontext_t mark{};
+    return std::exchange(static_cast<ucontext_t*>(context)->uc_link, &mark) == &mark;
+}
+
 void PassOn(int signal, siginfo_t* info, void* context)
 {
     const Handler& handler = HandlerOf(signal);
     const bool isFault = info->si_code > 0; // otherwise another process or thread has sent it
+    // A handler that was set during a call may hand on to the guard, which stands before it by now.
+    if (MarkPassed(context)) {
+        PassToSystem(signal, isFault);
+        return;
+    }
     if (const auto withInfo = handler.withInfo.load(); withInfo != nullptr) {
         withInfo(signal, info, context);
         return;
@@ -51,12 +78,7 @@ void PassOn(int signal, siginfo_t* info, void* context)
         plain(signal);
         return;
     }
-    // The system's own treatment: it comes when the faulty instruction runs again.
-    struct sigaction standard {};
-    standard.sa_handler = SIG_DFL;
-    ::sigaction(signal, &standard, nullptr);
-    if (!isFault)
-        ::raise(signal);
+    PassToSystem(signal, isFault);
 }
 
 /// The system blocks a signal while its handler runs; the jump leaves it for good.
@@ -103,7 +125,8 @@ void Raise()
     ours.sa_sigaction = OnSignal;
     ours.sa_flags = SA_SIGINFO | SA_ONSTACK;
     const std::scoped_lock guard(g_lock);
-    ++g_calls;
+    if (t_resume == nullptr)
+        ++g_threads;
     for (int i = 0; i < kSignalCount; ++i) {
         struct sigaction found {};
         ::sigaction(kSignals[i], nullptr, &found);
@@ -114,12 +137,9 @@ void Raise()
     }
 }
 
-/// With the last call the guard goes, where nobody has replaced it meanwhile.
-void Lower()
+/// Takes the guard away where nobody has replaced it meanwhile.
+void TakeAway()
 {
-    const std::scoped_lock guard(g_lock);
-    if (--g_calls != 0)
-        return;
     for (int i = 0; i < kSignalCount; ++i) {
         struct sigaction found {};
         ::sigaction(kSignals[i], &g_actions[i], &found);
@@ -127,6 +147,37 @@ void Lower()
             ::sigaction(kSignals[i], &found, nullptr);
     }
 }
+
+/// The guard goes with the last call.
+void Lower()
+{
+    const std::scoped_lock guard(g_lock);
+    if (t_resume == nullptr && --g_threads == 0)
+        TakeAway();
+}
+
+// A child has this thread only: nobody there would give back a lock or end a call of another.
+void BeforeFork()
+{
+    g_lock.lock();
+}
+
+void AfterFork()
+{
+    g_lock.unlock();
+}
+
+void AfterForkInChild()
+{
+    const bool wasGuarded = g_threads != 0;
+    g_threads = t_resume != nullptr ? 1 : 0;
+    if (wasGuarded && g_threads == 0)
+        TakeAway();
+    g_lock.unlock();
+}
+
+// Before any call, so that no fork comes in between.
+[[maybe_unused]] const int g_atFork = ::pthread_atfork(BeforeFork, AfterFork, AfterForkInChild);
 
 /// The guard for one call, also when an exception passes.
 class CallScope {

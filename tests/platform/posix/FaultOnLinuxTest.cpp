@@ -1,0 +1,130 @@
+#include "core/platform/Fault.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdint>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+volatile std::uintptr_t g_nowhere = 64;
+
+void Write(void*)
+{
+    *reinterpret_cast<volatile int*>(g_nowhere) = 1;
+}
+
+void DoNothing(void*) {}
+
+struct sigaction g_before;
+int g_reports = 0;
+
+/// A crash reporter that hands on to the handler before it.
+void Report(int signal, siginfo_t* info, void* context)
+{
+    if (++g_reports > 10)
+        ::_exit(3);
+    if ((g_before.sa_flags & SA_SIGINFO) != 0)
+        g_before.sa_sigaction(signal, info, context);
+}
+
+void SetReporter(void*)
+{
+    struct sigaction action {};
+    action.sa_sigaction = Report;
+    action.sa_flags = SA_SIGINFO;
+    ::sigaction(SIGSEGV, &action, &g_before);
+}
+
+struct sigaction Present()
+{
+    struct sigaction action {};
+    ::sigaction(SIGSEGV, nullptr, &action);
+    return action;
+}
+
+/// In a child that was forked beside guarded calls: the guard works, and goes afterwards.
+bool IsGuardOwn(const struct sigaction& before)
+{
+    ::alarm(10);
+    return Present().sa_sigaction == before.sa_sigaction && !platform::RunGuarded(Write, nullptr) &&
+           Present().sa_sigaction == before.sa_sigaction;
+}
+
+} // namespace
+
+TEST(FaultOnLinuxDeathTest, AHandlerThatHandsOnToTheGuardIsNotCalledForEver)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto setReporter = [] {
+        std::signal(SIGSEGV, SIG_DFL);
+        (void)platform::RunGuarded(SetReporter, nullptr);
+        (void)platform::RunGuarded(DoNothing, nullptr);
+    };
+    EXPECT_EXIT(
+        {
+            setReporter();
+            Write(nullptr);
+        },
+        testing::KilledBySignal(SIGSEGV), "");
+    // Also while a guarded call is under way on another thread, and for a signal that was sent.
+    EXPECT_EXIT(
+        {
+            setReporter();
+            (void)platform::RunGuarded([](void*) { std::thread([] { Write(nullptr); }).join(); },
+                                       nullptr);
+        },
+        testing::KilledBySignal(SIGSEGV), "");
+    EXPECT_EXIT(
+        {
+            setReporter();
+            std::raise(SIGSEGV);
+        },
+        testing::KilledBySignal(SIGSEGV), "");
+}
+
+TEST(FaultOnLinux, AForkBesideGuardedCallsLeavesTheChildItsOwnGuard)
+{
+    const struct sigaction before = Present();
+    std::atomic<bool> isDone = false;
+    std::thread other([&isDone] {
+        while (!isDone)
+            (void)platform::RunGuarded(DoNothing, nullptr);
+    });
+    int good = 0;
+    for (int i = 0; i < 20 && good == i; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0)
+            ::_exit(IsGuardOwn(before) ? 0 : 1);
+        int status = -1;
+        if (::waitpid(child, &status, 0) == child && status == 0)
+            ++good;
+    }
+    isDone = true;
+    other.join();
+    EXPECT_EQ(good, 20);
+}
+
+TEST(FaultOnLinux, AForkInsideAGuardedCallLeavesTheChildInsideOfIt)
+{
+    pid_t child = -1;
+    const auto forkAndWrite = [](void* context) {
+        pid_t& forked = *static_cast<pid_t*>(context);
+        forked = ::fork();
+        if (forked == 0) {
+            (void)platform::RunGuarded(DoNothing, nullptr);
+            Write(nullptr);
+        }
+    };
+    const struct sigaction before = Present();
+    const bool isWhole = platform::RunGuarded(forkAndWrite, &child);
+    if (child == 0)
+        ::_exit(!isWhole && IsGuardOwn(before) ? 0 : 1);
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
