@@ -75,20 +75,21 @@ try {
         return nullptr;
     if (m_nesting != 0)
         return TakeOutInside(*record, archive);
+    if (m_isSpoiled)
+        return nullptr;
 
     const ScopedValue<int> nesting(m_nesting, 1);
     ++m_takeOutNumber;
     m_repeats += kRepeatsInCall;
     const std::size_t rebuiltCount = m_rebuilt.size();
     const std::size_t doubleCount = m_doubles.size();
-    const bool asked = !m_culprit || IsSound(m_culprit);
-    SP<BSmartObj> object = asked ? Rebuild(*record, archive) : nullptr;
-    if (!asked || !Complete(archive) || !file.IsGood()) { // of a file that failed parts are missing
-        Forget(rebuiltCount, doubleCount);
-        return nullptr;
-    }
+    SP<BSmartObj> object = Rebuild(*record, archive);
+    if (!Complete(archive) || !file.IsGood()) // of a file that failed parts are missing
+        object = nullptr;
     if (object)
         m_holders.clear();
+    else
+        Forget(rebuiltCount, doubleCount);
     return object;
 } catch (const std::bad_alloc&) {
     file.Close();
@@ -122,7 +123,7 @@ void Loader::TakeOutLater(RecordDirectory::Record* record)
 
 bool Loader::Verify() const
 {
-    if (m_culprit && !m_culprit->VerifyObj())
+    if (m_isSpoiled)
         return false;
     for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may take out others
         if (!m_rebuilt[i]->object->VerifyObj())
@@ -220,20 +221,22 @@ void Loader::UpdateAssociations(BArchive& archive)
     }
 }
 
-// Asks the new objects and, as often as may be, those that passed before. Whichever says no is the
-// first to be asked in its row the next time.
+// Asks the new objects and, as often as may be, those that passed before. A new one that says no is
+// forgotten with what it was linked to, so that nobody could ask it again: that it said no is kept.
+// Of the others, whichever says no is the first to be asked the next time.
 bool Loader::AreSound()
 {
     const std::size_t formerCount = m_soundCount;
     for (; m_soundCount < m_associatedCount; ++m_soundCount, m_repeats += kRepeatsOfObject) {
-        if (!IsSound(m_rebuilt[m_soundCount]->object))
+        m_isSpoiled = !m_rebuilt[m_soundCount]->object->VerifyObj();
+        if (m_isSpoiled)
             return false;
     }
     const std::size_t repeats = std::min(m_repeats, formerCount);
     for (std::size_t i = 0; i < repeats; ++i) {
         if (m_nextAsked >= formerCount)
             m_nextAsked = 0;
-        if (!IsSound(m_rebuilt[m_nextAsked]->object))
+        if (!m_rebuilt[m_nextAsked]->object->VerifyObj())
             return false;
         ++m_nextAsked;
         --m_repeats;
@@ -241,18 +244,13 @@ bool Loader::AreSound()
     return true;
 }
 
-bool Loader::IsSound(const SP<BSmartObj>& object)
-{
-    const bool sound = object->VerifyObj();
-    m_culprit = sound ? SP<BSmartObj>() : object;
-    return sound;
-}
-
-// A call that fails leaves nothing behind: neither circles that nobody could break, nor a tree that
-// has taken in a node which the application got before. The next call reads anew.
+// A call that gives null leaves nothing behind: neither circles that nobody could break, nor a tree
+// that has taken in a node which the application got before. The next call reads anew.
 void Loader::Forget(std::size_t rebuiltCount, std::size_t doubleCount)
 {
     LetGo();
+    for (; !m_pending.empty(); m_pending.pop_front())
+        m_pending.front()->pending = false;
     for (; m_knownCount > rebuiltCount; --m_knownCount)
         m_known.erase(m_rebuilt[m_knownCount - 1]->object.Get());
     for (; m_doubles.size() > doubleCount; m_doubles.pop_back())

@@ -56,7 +56,6 @@ private:
     void RebuildPending(BArchive& archive);
     void UpdateAssociations(BArchive& archive);
     [[nodiscard]] bool AreSound();
-    [[nodiscard]] bool IsSound(const SP<BSmartObj>& object);
     void LetGo();
     void Forget(std::size_t rebuiltCount, std::size_t doubleCount);
 
@@ -71,8 +70,8 @@ private:
     std::size_t m_repeats = 0;         // self-checks that may be repeated so far
     std::unordered_set<const BSmartObj*> m_known; // of the first of m_rebuilt: see IsNew
     std::size_t m_knownCount = 0;
-    SP<BSmartObj> m_culprit;       // the last that said it is not sound
-    std::vector<Holder> m_holders; // what hangs on the success of a `TakeOut`
+    bool m_isSpoiled = false;      // a new object said that it is not sound
+    std::vector<Holder> m_holders; // what hangs on the success of the `TakeOut` at hand
     std::uint32_t m_takeOutNumber = 0;
     int m_nesting = 0;                                                 // of `TakeOut` calls
     std::vector<std::pair<std::string, ReadFunction>> m_readFunctions; // as found so far

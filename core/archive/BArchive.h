@@ -118,8 +118,8 @@ public:
     /// the call that rebuilds them, and those of former calls again: all of them by the first 16
     /// calls at least and wherever there are no more than 64, else in turn, 64 in a call, so that
     /// many calls for many objects do not cost the product. `VerifyObjects` asks all. As long as
-    /// the one that said no does so, the archive gives nothing. A call that fails forgets what it
-    /// has rebuilt.
+    /// one of a former call says no, and from then on where a new one does, the archive gives
+    /// nothing. A call that gives null forgets what it has rebuilt.
     ///
     /// From inside `Read`, `UpdateAssociations` or `VerifyObj` the object is rebuilt at once, and
     /// what it refers to follows when the outer call goes on; an object whose own `Read` has not
@@ -150,11 +150,12 @@ public:
     /// `index` as the pointer that stands for it until associations are updated.
     [[nodiscard]] void* IndexToPtr(std::uint64_t index) const noexcept;
 
-    /// Asks every rebuilt object; false at the first whose `VerifyObj` says no.
+    /// Asks every rebuilt object; false at the first whose `VerifyObj` says no, and where one that
+    /// a `TakeOut` has forgotten said so.
     [[nodiscard]] bool VerifyObjects();
 
     /// For an `UpdateAssociations` that takes counted references which may lead back to `object`:
-    /// where the `TakeOut` at hand fails, so that nobody could break such a circle, it calls
+    /// where the `TakeOut` at hand gives null, so that nobody could break such a circle, it calls
     /// `letGo(object)` to give them up. Ignored outside `TakeOut` and for an object that no `SP`
     /// holds.
     void OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj& object));

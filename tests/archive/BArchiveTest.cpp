@@ -14,6 +14,7 @@
 #include <string>
 #include <tuple>
 #include <type_traits>
+#include <vector>
 
 using namespace std::string_literals;
 
@@ -139,6 +140,41 @@ public:
     static inline SP<ArchiveItem> only;
 };
 
+// Asks the one that refers to it, to which its pointer is not counted, whether it is sound. Its
+// owner may be one whose own record cannot be read.
+class Dependent : public ArchiveItem {
+public:
+    static SP<BSmartObj> Read(BArchive&, int) { return SP<BSmartObj>(new Dependent); }
+    bool VerifyObj() override { return m_owner == nullptr || m_owner->m_value != kUnsound; }
+    ArchiveItem* m_owner = nullptr;
+};
+class Owner : public ArchiveItem {
+public:
+    using ArchiveItem::ArchiveItem;
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        const SP<Owner> owner(new Owner);
+        int count = 0;
+        void* index = nullptr;
+        archive >> owner->m_value >> count >> index;
+        owner->m_indices.push_back(index);
+        archive.TakeOutLater(reinterpret_cast<std::uintptr_t>(index));
+        if (owner->m_value == kUnreadable)
+            throw ArchiveFormatFault;
+        return owner;
+    }
+    void UpdateAssociations(BArchive& archive) override
+    {
+        ArchiveItem::UpdateAssociations(archive);
+        archive.OnRefusal(*this,
+                          [](BSmartObj& object) { static_cast<Owner&>(object).m_links.clear(); });
+        if (auto* const dependent = dynamic_cast<Dependent*>(Link(0)))
+            dependent->m_owner = this;
+    }
+    bool VerifyObj() override { return true; }
+    static constexpr int kUnreadable = -667;
+};
+
 // Has its name in the file, so that no other class reads it.
 class NamedArchive : public BArchive {
 public:
@@ -152,6 +188,8 @@ protected:
     BArchiveTest()
     {
         ArchiveItem::Register();
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Dependent)), &Dependent::Read);
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Owner)), &Owner::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Single)), &Single::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Inquirer)), &Inquirer::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Values)), &Values::Read);
@@ -440,6 +478,35 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNull)
     EXPECT_FALSE(archive.VerifyObjects());
     EXPECT_EQ(archive.TakeOut("item"), nullptr)
         << "one that fails its self-check spoils the archive";
+}
+
+// The sanitizers watch the one that was refused, whose owner is gone.
+TEST_F(BArchiveTest, ACallThatGivesNullLeavesNothingBehind)
+{
+    const SP<Owner> unreadable(new Owner(Owner::kUnreadable));
+    const SP<Owner> good(new Owner(1));
+    const SP<Owner> refused(new Owner(ArchiveItem::kUnsound));
+    unreadable->m_links = {good};
+    good->m_links = {SP<BSmartObj>(new ArchiveItem(2))};
+    refused->m_links = {SP<BSmartObj>(new Dependent)};
+    Written([&](BArchive& archive) {
+        archive.Insert(unreadable.Get(), "unreadable");
+        archive.Insert(good.Get(), "good");
+        archive.Insert(refused.Get(), "refused");
+    });
+    SP<Owner> given;
+    {
+        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 7);
+        EXPECT_EQ(archive.TakeOut("unreadable"), nullptr);
+        EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(2)), nullptr);
+        given = TakeOutAs<Owner>(archive, "good");
+        EXPECT_EQ(archive.TakeOut("unreadable"), nullptr);
+        EXPECT_EQ(archive.TakeOut("refused"), nullptr);
+        EXPECT_EQ(archive.TakeOut("refused"), nullptr);
+        EXPECT_FALSE(archive.VerifyObjects());
+    }
+    ASSERT_TRUE(given);
+    ASSERT_EQ(given->m_links.size(), 1U) << "what was given stays as it is";
 }
 
 TEST_F(BArchiveTest, AFileThatIsCutWhileItIsReadGivesNoHalfObjects)
