@@ -146,11 +146,12 @@ BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersio
                    const char* archiveClass)
     : m_impl(new Impl(path, mode))
 {
+    const char* const name = archiveClass == nullptr ? CLASSNAME() : archiveClass;
     std::unique_ptr<Impl> owner(m_impl); // until nothing can throw any more
     if (m_impl->saver)
-        m_impl->WriteHeader(*this, docClass, docVersion, archiveClass);
+        m_impl->WriteHeader(*this, docClass, docVersion, name);
     else
-        m_impl->ReadHeader(*this, docClass, docVersion, archiveClass);
+        m_impl->ReadHeader(*this, docClass, docVersion, name);
     static_cast<void>(owner.release());
 }
 

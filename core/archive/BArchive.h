@@ -231,8 +231,9 @@ public:
     NArchive::ReadADouble operator>>(T&) = delete;
 
 protected:
-    /// For a derived class, under its own name: `ClassName(typeid(Derived))`. The virtual functions
-    /// of the derived class do not take part in the constructor yet.
+    /// For a derived class, under its own name: `ClassName(typeid(Derived))`; null is
+    /// `CLASSNAME()`. The virtual functions of the derived class do not take part in the
+    /// constructor yet.
     BArchive(const WChar* path, MODE mode, BString docClass, int docVersion,
              const char* archiveClass);
 

@@ -178,8 +178,9 @@ public:
 // Has its name in the file, so that no other class reads it.
 class NamedArchive : public BArchive {
 public:
-    NamedArchive(const WString& path, MODE mode)
-        : BArchive(path, mode, "class Doc", 7, BSmartObj::ClassName(typeid(NamedArchive)))
+    NamedArchive(const WString& path, MODE mode,
+                 const char* name = BSmartObj::ClassName(typeid(NamedArchive)))
+        : BArchive(path, mode, "class Doc", 7, name)
     {}
 };
 
@@ -666,6 +667,9 @@ TEST_F(BArchiveTest, ADerivedArchiveHasItsOwnName)
     EXPECT_NE(FileBytes(m_folder / "a.qda").find("NamedArchive"), std::string::npos);
     EXPECT_NE(NamedArchive(m_path, BArchive::ModeRead).TakeOut("a"), nullptr);
     EXPECT_FALSE(OpensAs("class Doc", 7));
+    NamedArchive(m_path, BArchive::ModeWrite, nullptr).Insert(new ArchiveItem(1), "a");
+    EXPECT_NE(NamedArchive(m_path, BArchive::ModeRead, nullptr).TakeOut("a"), nullptr);
+    EXPECT_TRUE(OpensAs("class Doc", 7)) << "null is the name of its base";
     Written(InsertGraph);
     EXPECT_FALSE(NamedArchive(m_path, BArchive::ModeRead).IsGood());
 }
