@@ -23,17 +23,29 @@ namespace NArchive {
 template <class T, class... Types>
 concept IsOneOf = (std::same_as<T, Types> || ...);
 
+// A class that stands for such a type, as the element of a `std::vector<bool>` or an atomic. What
+// converts to a pointer as well is written as that.
+template <class T, class U>
+concept StandsFor = std::is_class_v<T> && std::is_convertible_v<const T&, U> &&
+                    !std::is_convertible_v<const T&, const volatile void*> &&
+                    requires(const T& value)
+{
+    value.operator U();
+};
+template <class T, class... Types>
+concept IsLikeOneOf = IsOneOf<T, Types...> ||(StandsFor<T, Types> || ...);
+
 template <class T>
-concept IsForInt = std::is_enum_v<T> || IsOneOf<T, bool, short, char32_t>;
+concept IsForInt = std::is_enum_v<T> || IsLikeOneOf<T, bool, short, char32_t>;
 template <class T>
-concept IsForChar = IsOneOf<T, signed char, unsigned char, char8_t>;
+concept IsForChar = IsLikeOneOf<T, signed char, unsigned char, char8_t>;
 template <class T>
-concept IsForUnsignedShort = IsOneOf<T, char16_t, wchar_t>;
+concept IsForUnsignedShort = IsLikeOneOf<T, char16_t, wchar_t>;
 template <class T>
-concept IsForInt64 = !std::same_as<T, std::int64_t> &&
-                     IsOneOf<T, unsigned, long, unsigned long, long long, unsigned long long>;
+concept IsForInt64 = !std::same_as<T, std::int64_t> && !StandsFor<T, std::int64_t> &&
+                     IsLikeOneOf<T, unsigned, long, unsigned long, long long, unsigned long long>;
 template <class T>
-concept IsForDouble = std::same_as<T, long double>;
+concept IsForDouble = IsLikeOneOf<T, long double>;
 
 struct ConvertToInt;
 struct ConvertToChar;

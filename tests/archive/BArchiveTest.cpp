@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -42,6 +43,8 @@ static_assert(
     kAllPass<BString, WString, int, float, double, char, unsigned short, std::int64_t, BFColor>);
 static_assert(kNonePasses<bool, short, unsigned, std::uint64_t, unsigned long, signed char,
                           unsigned char, char8_t, WChar, char32_t, long double, ENumber, EScoped>);
+static_assert(kNonePasses<std::vector<bool>::reference, std::atomic<bool>, std::atomic<short>>);
+static_assert(IsWritten<std::atomic<std::int64_t>>);
 static_assert(IsWritten<long> == std::is_same_v<long, std::int64_t> &&
               IsWritten<long> == IsRead<long>);
 static_assert(IsWritten<long long> == std::is_same_v<long long, std::int64_t>);
