@@ -54,7 +54,11 @@ class BVisitor;
 /// A derived class that is saved has its base do so first: `BNode::WriteData` in its `WriteData`,
 /// `ReadData` in its `Read`, `BNode::UpdateAssociations` where it overrides that. Its `Version()`
 /// speaks of its own fields alone. It may as well write a payload of its own without the base's,
-/// and add its children, if it wrote any, by `AddChild` in `UpdateAssociations`.
+/// and add its children, if it wrote any, by `AddChild` in `UpdateAssociations`, which reports
+/// there, too. There it calls `BNode::UpdateAssociations` first in any case: where the document is
+/// refused, the archive then has it let go of what this class holds, so that no circle stays in
+/// memory. A false from `AddChild` for a child that the file names it has to remember and answer in
+/// its `VerifyObj`, or the child would be lost without a word.
 ///
 /// A receiver may change the tree from inside a report, and let go of the node. So may an object
 /// that the node lets go of and that was the node's last owner: the node reports, and dies then. A
@@ -72,7 +76,7 @@ public:
     BNode& operator=(const BNode& other);
 
     void WriteData(BArchive& archive) const override;
-    /// Turns what `ReadData` has read into objects; nothing where it was not called.
+    /// Turns what `ReadData` has read into objects, where it was called.
     void UpdateAssociations(BArchive& archive) override;
     /// False for a node whose child list in a document names one that is above it or in a list
     /// already.

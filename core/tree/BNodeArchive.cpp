@@ -141,9 +141,11 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 
 // A child that is above this node, or in a list already, is left out and the node refuses itself.
 // So whatever a file declares, what comes out of the child lists are trees. Objects and annotations
-// may lead back here: the archive has them let go if the application does not get them.
+// may lead back here, also those that a derived class with a payload of its own sets afterwards:
+// the archive has them let go if the application does not get them.
 void BNode::UpdateAssociations(BArchive& archive)
 {
+    archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
     const Loading* const loading = std::exchange(m_loading, nullptr);
     if (loading == nullptr)
         return;
@@ -166,8 +168,6 @@ void BNode::UpdateAssociations(BArchive& archive)
     }
     for (const std::uint64_t index : loading->annotations)
         MakeBeside().annotations.Append(query(index));
-    if (m_object || m_beside || ChildNum() != 0)
-        archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
 }
 
 void BNode::LetGo()
