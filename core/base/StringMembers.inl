@@ -68,27 +68,69 @@ const Char* OrEmpty(const Char* text) noexcept
     return text ? text : String().CStr();
 }
 
-// First position of `part` in `text` at or after `start`, which leaves room for it: Karp and Rabin,
-// IBM J. Res. Dev. 31 (1987), 249, modulo 2^64. Linear, whatever the part.
-std::size_t FindByHash(View text, View part, std::size_t start) noexcept
+// Where the greatest suffix of a text begins, and the period of that suffix.
+struct MaximalSuffix {
+    std::size_t start = 0;
+    std::size_t period = 1;
+};
+
+// The greatest in the order of characters, or in the opposite one.
+MaximalSuffix FindMaximalSuffix(View text, bool isOpposite) noexcept
 {
-    constexpr std::uint64_t base = 0x9e3779b97f4a7c15;
-    const auto number = [](Char character) { return static_cast<std::uint64_t>(character); };
-    std::uint64_t wanted = 0;
-    std::uint64_t here = 0;
-    std::uint64_t front = 1; // what the first character counts
-    for (std::size_t i = 0; i < part.size(); ++i) {
-        wanted = wanted * base + number(part[i]);
-        here = here * base + number(text[start + i]);
-        front *= i == 0 ? 1 : base;
+    MaximalSuffix suffix;
+    std::size_t rival = 1; // start of the suffix that is compared with it
+    std::size_t equal = 0; // how much of it was equal
+    while (rival + equal < text.size()) {
+        const Char ours = text[suffix.start + equal];
+        const Char theirs = text[rival + equal];
+        if (ours == theirs) {
+            if (++equal == suffix.period)
+                rival += std::exchange(equal, 0);
+        } else if ((theirs < ours) != isOpposite) {
+            rival += std::exchange(equal, 0) + 1;
+            suffix.period = rival - suffix.start;
+        } else {
+            suffix = {rival++, 1};
+            equal = 0;
+        }
     }
-    for (;; ++start) {
-        if (here == wanted && text.substr(start, part.size()) == part)
+    return suffix;
+}
+
+// First position of `part` in `text` at or after `start`, which leaves room for it: the Two-Way
+// algorithm of Crochemore and Perrin, J. ACM 38 (1991), 650. Linear, whatever the part.
+//
+// The part is cut where the shortest repetition around the cut is as long as the part's period.
+// Behind the cut it is compared forwards, and a mismatch moves it on by all that was compared; then
+// before the cut.
+std::size_t FindTwoWay(View text, View part, std::size_t start) noexcept
+{
+    const MaximalSuffix one = FindMaximalSuffix(part, false);
+    const MaximalSuffix other = FindMaximalSuffix(part, true);
+    const auto [cut, suffixPeriod] = one.start > other.start ? one : other;
+    const bool isPeriodic = part.substr(0, cut) == part.substr(suffixPeriod, cut);
+    // What the part moves by when all behind the cut agreed, and how much then agrees beforehand.
+    const std::size_t step = isPeriodic ? suffixPeriod : std::max(cut, part.size() - cut) + 1;
+    const std::size_t overlap = isPeriodic ? part.size() - step : 0;
+    std::size_t known = 0; // the front of the part that is known to agree
+    while (start <= text.size() - part.size()) {
+        std::size_t i = std::max(cut, known);
+        while (i < part.size() && part[i] == text[start + i])
+            ++i;
+        if (i < part.size()) {
+            start += i - cut + 1;
+            known = 0;
+            continue;
+        }
+        i = cut;
+        while (i > known && part[i - 1] == text[start + i - 1])
+            --i;
+        if (i <= known)
             return start;
-        if (start + part.size() == text.size())
-            return kNone;
-        here = (here - front * number(text[start])) * base + number(text[start + part.size()]);
+        start += step;
+        known = overlap;
     }
+    return kNone;
 }
 
 // First position of `part` in `text` at or after `start`.
@@ -105,7 +147,7 @@ std::size_t Find(View text, View part, std::size_t start) noexcept
             return at;
         wasted += static_cast<std::size_t>(begun - part.begin());
         if (wasted > patience + (at - start) * 4)
-            return FindByHash(text, part, at);
+            return FindTwoWay(text, part, at);
     }
     return kNone;
 }

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <random>
 #include <string>
 #include <thread>
 #include <utility>
@@ -267,6 +268,19 @@ TYPED_TEST(StringMembers, SearchesTellWhetherAndWhereAPartStands)
         EXPECT_FALSE(all.Replace(part, part, true));
         all += part;
         EXPECT_EQ(all.Search(part, 1), 2 * length);
+    }
+
+    std::minstd_rand random(3);
+    for (int round = 0; round < 200; ++round) { // with all kinds of repetitions, flaws included
+        std::string part, all;
+        const std::size_t period = 1 + random() % 40;
+        while (part.size() < 300)
+            part += part.size() < period ? "abc"[random() % 3] : part[part.size() - period];
+        part[random() % part.size()] = 'b';
+        while (all.size() < 20000)
+            all += part.substr(random() % 4 * period, random() % part.size());
+        all += round % 2 == 0 ? part : "";
+        EXPECT_EQ(Make<S>(all).Search(Make<S>(part), 0), all.find(part));
     }
 
     const S text = Make<S>("abcabc");
