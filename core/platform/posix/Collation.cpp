@@ -12,10 +12,12 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <iterator>
 #include <memory>
 #include <new>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -663,9 +665,51 @@ private:
     WChar* m_text = m_short;
 };
 
+/// A number modulo the prime 2^61 - 1. (Modulo 2^64 there are texts whose sums collide whatever the
+/// base: Thue and Morse's.)
+class Residue {
+public:
+    /// `number` is below 2^62 - 2.
+    constexpr Residue(std::uint64_t number = 0) noexcept
+        : m_number(number < kPrime ? number : number - kPrime)
+    {}
+    friend Residue operator+(Residue a, Residue b) noexcept { return a.m_number + b.m_number; }
+    friend Residue operator-(Residue a, Residue b) noexcept
+    {
+        return a.m_number + (kPrime - b.m_number);
+    }
+    friend Residue operator*(Residue a, Residue b) noexcept
+    {
+        __extension__ using Product = unsigned __int128;
+        const Product product = Product{a.m_number} * b.m_number;
+        return (static_cast<std::uint64_t>(product) & kPrime) +
+               static_cast<std::uint64_t>(product >> 61);
+    }
+    friend bool operator==(Residue a, Residue b) noexcept = default;
+
+private:
+    static constexpr std::uint64_t kPrime = (std::uint64_t{1} << 61) - 1;
+
+    std::uint64_t m_number;
+};
+
+/// The base of the sums, drawn once, so that no text can be made for which they often collide.
+Residue SumBase() noexcept
+{
+    static const Residue base = []() noexcept -> Residue {
+        try {
+            std::random_device device;
+            return std::uint64_t{device()} << 29 | device() >> 3;
+        } catch (const std::exception&) {
+            return 0x1e3779b97f4a7c15; // a collision costs time, no more
+        }
+    }();
+    return base;
+}
+
 /// Sums over the signs of a text from its front up to some unit, from which those of any stretch
 /// follow, so that the stretches that can equal a part are found in one pass: Karp and Rabin, IBM
-/// J. Res. Dev. 31 (1987), 249, modulo 2^64. Marks have a sum of their own, as they add up.
+/// J. Res. Dev. 31 (1987), 249. Marks have a sum of their own, as they add up.
 template <class Char>
 class SignSums {
 public:
@@ -695,8 +739,8 @@ public:
     /// The same for their marks. `front` must stand before a sign.
     bool HasMarks(SignSums& front, const SignSums& part) const noexcept
     {
-        const std::uint64_t between = m_marks - front.m_marks;
-        return (between | part.m_marks) == 0 ||
+        const Residue between = m_marks - front.m_marks;
+        return (between == 0 && part.m_marks == 0) ||
                between == part.m_marks * front.MarkPower(front.m_markCount);
     }
 
@@ -713,8 +757,8 @@ private:
             if (sign.mark != 0)
                 OpenMark(sign.mark);
         }
-        m_signs += number * m_signPower;
-        m_signPower *= kBase;
+        m_signs = m_signs + m_signPower * number;
+        m_signPower = m_signPower * m_base;
     }
 
     void OpenMark(std::uint8_t mark) noexcept
@@ -722,7 +766,7 @@ private:
         ++m_markCount;
         m_mark = mark;
         if (mark != kPlain)
-            m_marks += Excess(mark) * MarkPower(m_markCount - 1);
+            m_marks = m_marks + Excess(mark) * MarkPower(m_markCount - 1);
     }
 
     void AddMark(std::uint8_t mark) noexcept
@@ -731,33 +775,32 @@ private:
             OpenMark(mark);
             return;
         }
-        const std::uint64_t power = MarkPower(m_markCount - 1);
-        m_marks -= Excess(m_mark) * power;
+        const Residue power = MarkPower(m_markCount - 1);
+        m_marks = m_marks - Excess(m_mark) * power;
         m_mark = static_cast<std::uint8_t>(m_mark + mark);
-        m_marks += Excess(m_mark) * power;
+        m_marks = m_marks + Excess(m_mark) * power;
     }
 
     /// What the mark of this number counts. Numbers do not fall.
-    std::uint64_t MarkPower(std::size_t number) noexcept
+    Residue MarkPower(std::size_t number) noexcept
     {
         for (; m_markPowerNumber < number; ++m_markPowerNumber)
-            m_markPower *= kBase;
+            m_markPower = m_markPower * m_base;
         return m_markPower;
     }
 
     /// 0 for what is plain, so that it makes no difference at the end.
-    static std::uint64_t Excess(std::uint8_t mark) noexcept
+    static Residue Excess(std::uint8_t mark) noexcept
     {
         return static_cast<std::uint64_t>(SumOfMarks(mark) - kPlain);
     }
 
-    static constexpr std::uint64_t kBase = 0x9e3779b97f4a7c15;
-
     WeightReader<Char> m_reader{{}, ECase::Ignored};
-    std::uint64_t m_signs = 0;
-    std::uint64_t m_signPower = 1;
-    std::uint64_t m_marks = 0;
-    std::uint64_t m_markPower = 1; // of the mark of m_markPowerNumber
+    Residue m_base = SumBase();
+    Residue m_signs = 0;
+    Residue m_signPower = 1;
+    Residue m_marks = 0;
+    Residue m_markPower = 1; // of the mark of m_markPowerNumber
     std::size_t m_markPowerNumber = 0;
     std::size_t m_markCount = 0;
     std::uint8_t m_mark = 0; // the last one: to which marks add that follow
@@ -778,7 +821,9 @@ bool MayEqual(Char unit, SignSums<Char>& front, const SignSums<Char>& back,
     return back.HasSigns(front, part) || mayRepeat;
 }
 
-/// Linear in the text, whatever the part. There is room for it behind `start`.
+/// Linear in the text, but for stretches that do not begin with a sign: sums tell too little of
+/// those, so each whose other signs agree, or may repeat one before it, is compared. There is room
+/// for the part behind `start`.
 template <class Char>
 std::size_t FindBySums(std::basic_string_view<Char> text, std::basic_string_view<Char> part,
                        std::size_t start) noexcept
