@@ -102,7 +102,11 @@ public:
         Swap(other);
         return *this;
     }
-    virtual ~BHashTable() { RemoveAll(); }
+    virtual ~BHashTable()
+    {
+        while (m_count != 0) // destructors of entries may have inserted others
+            RemoveAll();
+    }
 
     /// False when the key is there already: its entry then takes the new value.
     bool Insert(T item)

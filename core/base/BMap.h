@@ -85,7 +85,11 @@ public:
         m_items.swap(other.m_items);
         return *this;
     }
-    virtual ~BMap() { RemoveAll(); }
+    virtual ~BMap()
+    {
+        while (!m_items.empty()) // destructors of entries may have inserted others
+            RemoveAll();
+    }
 
     /// False when the key is there already: its entry then takes the new value.
     bool Insert(const K& key, const V& value) { return Insert(Item(key, value)); }

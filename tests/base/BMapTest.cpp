@@ -68,9 +68,13 @@ TEST(Maps, DestroyEntriesAfterTheyHaveLeft)
             }
             map.Remove(2);
             map.RemoveAll();
-            map.Insert(1, new Curious([&] { counts.push_back(map.Count()); }));
+            map.Insert(1, new Curious([&counts, &map] {
+                           counts.push_back(map.Count());
+                           map.Insert(
+                               2, new Curious([&counts, &map] { counts.push_back(map.Count()); }));
+                       }));
         }
-        EXPECT_EQ(counts, (std::vector<std::uint64_t>{3, 0, 0, 0, 0}));
+        EXPECT_EQ(counts, (std::vector<std::uint64_t>{3, 0, 0, 0, 0, 0}));
     };
     remove(BMap<int, SP<Curious>>());
     remove(BDictionary<int, SP<Curious>>());
