@@ -309,6 +309,7 @@ TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
                                       try {
                                           const BIniProfile profile(m_path, section, true);
                                           isWritten = profile.Write(key, value);
+                                          profile.Write(kept, value.CStr());
                                           profile.Write(kept + kept, 0.5);
                                           static_cast<void>(profile.GetInt(kept + key, 5));
                                           BArray<WString> sections;

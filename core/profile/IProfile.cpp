@@ -409,6 +409,11 @@ WString IProfile::Convert(int value)
     return Made(WString::FromInt(value));
 }
 
+bool IProfile::Write(const WString& key, const WChar* value) const
+{
+    return Write(key, value != nullptr ? MadeOf(value) : WString());
+}
+
 const WString* IProfile::Replaced(const WString& key) const
 {
     return WriteBack::Replaced(m_writeBack, m_section, key);

@@ -143,7 +143,7 @@ protected:
 
 public:
     /// A text, which without this would count as true.
-    bool Write(const WString& key, const WChar* value) const { return Write(key, WString(value)); }
+    bool Write(const WString& key, const WChar* value) const;
 
 protected:
     /// While a reader's default for `key` of the current section is written: the text that the
