@@ -17,6 +17,8 @@ inline constexpr int kConfigFailed = 32767;
 ///     int width = 800;
 ///     config->ReadInt(QD_W("Width"), width);
 ///
+/// When memory runs out, any operation may throw `std::bad_alloc` instead of an answer.
+///
 /// A derived class supplies the first three operations; the others stand on them.
 class QD_CORE_API BConfig : public BSmartObj {
 public:

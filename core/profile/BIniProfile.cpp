@@ -89,12 +89,20 @@ bool BIniProfile::WriteKeyImpl(const WString& key, const WString& value) const
 
 WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
 {
-    const ProfileBuffer text(kExtraRoom, [&](WChar* buffer, std::size_t room) {
-        return platform::ReadProfileText(Path(), GetSection(), key, defaultValue, buffer, room);
-    });
-    if (*text.Text() == 0 && WriteMissingKey() && !defaultValue.IsEmpty())
+    const auto read = [&](const WString& missing) {
+        const ProfileBuffer text(kExtraRoom, [&](WChar* buffer, std::size_t room) {
+            return platform::ReadProfileText(Path(), GetSection(), key, missing, buffer, room);
+        });
+        return MadeOf(text.Text());
+    };
+    const WString found = read(WString());
+    Found(key, found);
+    if (!found.IsEmpty() || defaultValue.IsEmpty())
+        return found;
+    const WString text = read(defaultValue); // still empty where the key is there
+    if (text.IsEmpty() && WriteMissingKey())
         WriteDefault(key, defaultValue);
-    return MadeOf(text.Text());
+    return text;
 }
 
 bool BIniProfile::DeleteSectionImpl(const WString& section) const

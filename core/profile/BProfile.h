@@ -82,5 +82,5 @@ private:
     WString m_path;
     WString m_section;
     EProfileMode m_mode;
-    const WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
+    WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
 };

@@ -243,12 +243,13 @@ bool IProfile::Read(const WString& key, short& value, int min, int max) const
 // Intended: a number out of bounds is clamped, and yet the answer is false; callers go by both.
 bool IProfile::Read(const WString& key, int& value, int min, int max) const
 {
+    WriteBack writeBack(m_writeBack, m_section, key);
     WString text = Store().Convert(value);
     if (!Read(key, text))
         return false;
     int number = 0;
     if (!Convert(text, number)) {
-        const WriteBack writeBack(m_writeBack, m_section, key, text);
+        writeBack.Begin(text);
         if (WriteMissingKey())
             Write(key, value);
         return false;
@@ -270,12 +271,13 @@ bool IProfile::Read(const WString& key, double& value) const
 bool IProfile::Read(const WString& key, float& value) const
 {
     const auto widened = static_cast<double>(value);
+    WriteBack writeBack(m_writeBack, m_section, key);
     WString text = Store().Convert(widened);
     if (!Read(key, text))
         return false;
     if (Convert(text, value))
         return true;
-    const WriteBack writeBack(m_writeBack, m_section, key, text);
+    writeBack.Begin(text);
     if (WriteMissingKey())
         Write(key, widened);
     return false;
@@ -283,12 +285,13 @@ bool IProfile::Read(const WString& key, float& value) const
 
 bool IProfile::Read(const WString& key, WString& value) const
 {
+    WriteBack writeBack(m_writeBack, m_section, key);
     const WString text = Store().GetString(key, WString());
     if (!text.IsEmpty()) {
         value = text;
         return true;
     }
-    const WriteBack writeBack(m_writeBack, m_section, key, text);
+    writeBack.Begin(text);
     if (WriteMissingKey() && !value.IsEmpty())
         Write(key, value);
     return false;
@@ -412,6 +415,11 @@ WString IProfile::Convert(int value)
 bool IProfile::Write(const WString& key, const WChar* value) const
 {
     return Write(key, value != nullptr ? MadeOf(value) : WString());
+}
+
+void IProfile::Found(const WString& key, const WString& text) const
+{
+    WriteBack::Found(m_writeBack, m_section, key, text);
 }
 
 const WString* IProfile::Replaced(const WString& key) const

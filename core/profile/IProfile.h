@@ -24,16 +24,17 @@ class WriteBack;
 ///
 /// A default goes into the store by the virtual writers (`Write`, `WriteString`, `WriteKeyImpl`),
 /// so a derived class sees it. It never replaces what another process wrote since the reader
-/// looked: a store that others change, too, asks `Replaced(key)` in its `WriteKeyImpl` and leaves
-/// any other text than that alone. This holds for the key and the section that were read, not for
-/// others that a derived writer writes besides.
+/// looked: a store that others change, too, tells `Found(key, text)` in its `GetString`, asks
+/// `Replaced(key)` in its `WriteKeyImpl`, and leaves any other text than that alone. This holds for
+/// the key and the section that were read, not for others that a derived writer writes besides.
 ///
 ///     int width = 800;
 ///     profile.SetSection(QD_W("Window"));
 ///     profile.Read(QD_W("Width"), width, 100, 4000);
 ///
-/// Nothing throws: failures are false. What constant members change is the store behind the object,
-/// and the current section. One thread at a time.
+/// Failures are false. Only when memory runs out, readers and writers throw `std::bad_alloc`,
+/// rather than take a text that is lost for an empty one; the store stays as it was. What constant
+/// members change is the store behind the object, and the current section. One thread at a time.
 class QD_CORE_API IProfile : public BSmartObj {
 public:
     /// The kind of a store; applications add codes of their own.
@@ -146,8 +147,12 @@ public:
     bool Write(const WString& key, const WChar* value) const;
 
 protected:
-    /// While a reader's default for `key` of the current section is written: the text that the
-    /// reader found there, empty for none. Null for every other write. The reader's own.
+    /// Tells the text that the store holds under `key` of the current section, empty for none: what
+    /// `GetString` reads there, whatever a derived one makes of it.
+    void Found(const WString& key, const WString& text) const;
+    /// While a reader's default for `key` of the current section is written: the text that was
+    /// `Found` there by the reader, empty also when it was not told and the reader got none. Null
+    /// when it was not told otherwise, and for every other write. The reader's own.
     [[nodiscard]] const WString* Replaced(const WString& key) const;
     /// Has `WriteString` write a default for `key`, under which there is no text; its answer.
     bool WriteDefault(const WString& key, const WString& value) const;
@@ -164,5 +169,5 @@ private:
     mutable WString m_section;
     ETypes m_type = TypeNone;
     bool m_writeMissingKey = false;
-    mutable const WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
+    mutable WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
 };

@@ -3,6 +3,7 @@
 #include "core/base/WString.h"
 #include "core/platform/WChar.h"
 
+#include <optional>
 #include <string_view>
 
 /// A default on its way from a reader through the virtual writers of its object into the file: what
@@ -10,29 +11,55 @@
 /// meanwhile. Lives on the reader's stack; readers that a writer calls nest theirs.
 class WriteBack {
 public:
-    /// `innermost` is the object's list of them and outlives this, as do `key` and `found`.
-    WriteBack(const WriteBack*& innermost, const WString& section, const WString& key,
-              const WString& found)
+    /// While the reader still looks. `innermost` is the object's list of them and outlives this, as
+    /// does `key`.
+    WriteBack(WriteBack*& innermost, const WString& section, const WString& key)
         : m_innermost(innermost)
         , m_outer(innermost)
         , m_section(section)
         , m_key(key)
-        , m_found(found)
     {
         m_innermost = this;
+    }
+    /// For a reader that has `found` this in the file.
+    WriteBack(WriteBack*& innermost, const WString& section, const WString& key,
+              const WString& found)
+        : WriteBack(innermost, section, key)
+    {
+        m_found = found;
+        m_isWriting = true;
     }
     ~WriteBack() { m_innermost = m_outer; }
     WriteBack(const WriteBack&) = delete;
     WriteBack& operator=(const WriteBack&) = delete;
 
+    /// From now on the default is written. The reader was given `text`; what the file holds may be
+    /// another text, so this says only that there is none.
+    void Begin(const WString& text)
+    {
+        if (!m_found && text.IsEmpty())
+            m_found = text;
+        m_isWriting = true;
+    }
+
+    /// The file holds `text` for those who are looking for `key` in `section`.
+    static void Found(WriteBack* innermost, const WString& section, const WString& key,
+                      const WString& text)
+    {
+        for (WriteBack* each = innermost; each != nullptr; each = each->m_outer) {
+            if (!each->m_isWriting && each->IsFor(section, key))
+                each->m_found = text;
+        }
+    }
+
     /// What a write of `key` in `section` may replace, empty for no or an empty text; null when it
-    /// may replace anything, as that is no default.
+    /// may replace anything, as that is no default or nobody told what it was made from.
     [[nodiscard]] static const WString* Replaced(const WriteBack* innermost, const WString& section,
                                                  const WString& key)
     {
         for (const WriteBack* each = innermost; each != nullptr; each = each->m_outer) {
-            if (View(each->m_key) == View(key) && View(each->m_section) == View(section))
-                return &each->m_found;
+            if (each->m_isWriting && each->IsFor(section, key))
+                return each->m_found ? &*each->m_found : nullptr;
         }
         return nullptr;
     }
@@ -40,9 +67,15 @@ public:
 private:
     using View = std::basic_string_view<WChar>; // no names that collate alike
 
-    const WriteBack*& m_innermost;
-    const WriteBack* m_outer;
+    [[nodiscard]] bool IsFor(const WString& section, const WString& key) const
+    {
+        return View(m_key) == View(key) && View(m_section) == View(section);
+    }
+
+    WriteBack*& m_innermost;
+    WriteBack* m_outer;
     WString m_section; // a writer may make another one current
     const WString& m_key;
-    const WString& m_found;
+    std::optional<WString> m_found;
+    bool m_isWriting = false; // the reader no longer looks
 };

@@ -116,6 +116,44 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughTheWritersAndReplacesNothingThatCameM
     EXPECT_EQ(profile.GetInt(QD_W("free"), 7), 8);
 }
 
+TEST_F(BIniProfileFile, ADefaultReplacesWhatADerivedReaderMadeAnotherTextOf)
+{
+    // Its values begin with a sign, and the missing ones are those of "base".
+    class Coded : public BIniProfile {
+    public:
+        using BIniProfile::BIniProfile;
+
+        WString meanwhile;
+
+    protected:
+        WString GetString(const WString& key, const WString& defaultValue) override
+        {
+            WString text = BIniProfile::GetString(key, WString());
+            if (text.IsEmpty())
+                text = BIniProfile::GetString(QD_W("base"), WString());
+            if (!meanwhile.IsEmpty())
+                BProfile::WriteString(GetPath(), QD_W("S"), key, meanwhile);
+            return text.IsEmpty() ? defaultValue : text.Sub(1);
+        }
+        bool WriteKeyImpl(const WString& key, const WString& value) const override
+        {
+            return BIniProfile::WriteKeyImpl(key, QD_W("~") + value);
+        }
+    };
+    for (const bool isTaken : {false, true}) {
+        WriteFileBytes(m_file, "[S]\r\nbase=~x\r\nbad=~y\r\n");
+        Coded profile(m_path, QD_W("S"), true);
+        profile.meanwhile = isTaken ? QD_W("~5") : QD_W("");
+        double number = 0.5;
+        for (const WChar* key : {QD_W("bad"), QD_W("missing")})
+            EXPECT_EQ(profile.GetInt(key, 7), 7);
+        EXPECT_FALSE(profile.Read(QD_W("none"), number));
+        EXPECT_EQ(FileBytes(m_file),
+                  isTaken ? "[S]\r\nbase=~x\r\nbad=~5\r\nmissing=~5\r\nnone=~5\r\n"
+                          : "[S]\r\nbase=~x\r\nbad=~7\r\nmissing=~7\r\nnone=~0.5\r\n");
+    }
+}
+
 TEST_F(BIniProfileFile, CutsLongValuesAndLists)
 {
     const BIniProfile profile(m_path, QD_W("S"), false);
