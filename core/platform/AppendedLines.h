@@ -3,8 +3,10 @@
 #include "core/platform/FileStream.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <functional>
+#include <string_view>
 
 namespace platform {
 
@@ -12,17 +14,29 @@ namespace platform {
 /// closes it. False as soon as something is lost that the file's encoding could hold.
 [[nodiscard]] inline bool WriteLines(Stream stream, const std::function<const WChar*()>& next)
 {
+    bool isWhole = true; // what was written last
     const auto write = [&](const WChar* text) {
         errno = 0;
-        if (WriteText(stream.get(), text) || std::ferror(stream.get()) == 0)
+        isWhole = WriteText(stream.get(), text);
+        if (isWhole || std::ferror(stream.get()) == 0)
             return true;
         const bool isEncodable = errno != EILSEQ;
         std::clearerr(stream.get());
         return !isEncodable;
     };
+    // Writing stops behind U+FFFF, which counts as the library's end mark; so the rest comes apart.
+    const auto writeAll = [&](std::basic_string_view<WChar> rest) {
+        while (write(rest.data())) {
+            const std::size_t mark = rest.find(WChar(0xFFFF));
+            if (isWhole || mark == rest.npos)
+                return true;
+            rest.remove_prefix(mark + 1);
+        }
+        return false;
+    };
+    // The line's end apart, so that one of which a part is left out still ends.
     while (const WChar* const line = next()) {
-        // The end apart, so that a line of which a part is left out still ends.
-        if (!write(line) || !write(QD_W("\n")))
+        if (!writeAll(line) || !write(QD_W("\n")))
             return false;
     }
     return std::fflush(stream.get()) == 0 && std::fclose(stream.release()) == 0;

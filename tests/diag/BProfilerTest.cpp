@@ -100,4 +100,14 @@ TEST(BProfiler, AppendsRunsToTheFileOfTheDay)
         EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
     }
     EXPECT_EQ(FileBytes(folder / "day.log"), FileBytes(GoldenFile("file/profiler.log")));
+
+    // The runtime library takes this unit for the end.
+    profiler.m_logfilePath = folder.Path("marks.log");
+    BProfiler::Start(WString());
+    profiler.m_logEntries[0] = QD_W("a\uFFFFb\uFFFF");
+    BProfiler::Stop(WString());
+    EXPECT_EQ(FileBytes(folder / "marks.log"), std::string("\xFF\xFE"
+                                                           "a\0\xFF\xFF"
+                                                           "b\0\xFF\xFF\r\0\n\0",
+                                                           14));
 }
