@@ -40,8 +40,9 @@ public:
     operator std::FILE*() const noexcept { return m_stream; }
 
     /// Whether a file or directory matches; "*" and "?" in the last element are wild, and mean what
-    /// they mean on Windows ("*." names without an extension, "*.*" everything). False also when
-    /// that cannot be told.
+    /// they mean on Windows ("*." names without an extension, "*.*" everything). A name without
+    /// them means the file of that name, which on Windows, and only there, goes without dots and
+    /// blanks at its end. False also when that cannot be told.
     [[nodiscard]] static bool Exist(const WChar* pattern);
     /// Size in bytes; -1 when the file cannot be opened for reading.
     [[nodiscard]] static std::int64_t Size(const WChar* path) noexcept;
