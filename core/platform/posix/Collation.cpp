@@ -707,6 +707,11 @@ Residue SumBase() noexcept
     return base;
 }
 
+bool TakesMarks(const Weights& weights) noexcept
+{
+    return weights.kind == Kind::Sign && weights.mark != 0;
+}
+
 /// Sums over the signs of a text from its front up to some unit, from which those of any stretch
 /// follow, so that the stretches that can equal a part are found in one pass: Karp and Rabin, IBM
 /// J. Res. Dev. 31 (1987), 249. Marks have a sum of their own, as they add up.
@@ -720,7 +725,7 @@ public:
             AddSign(m_reader.Pass(Unit(unit), weights));
             return;
         }
-        m_hasRepeats = m_hasRepeats || weights.kind == Kind::Repeat;
+        m_repeats += weights.kind == Kind::Repeat;
         m_reader.Continue(&unit);
         for (Weights next = m_reader.Next(); next.kind != Kind::None; next = m_reader.Next()) {
             if (next.kind == Kind::Mark)
@@ -736,15 +741,40 @@ public:
         return m_signs - front.m_signs == part.m_signs * front.m_signPower;
     }
 
-    /// The same for their marks. `front` must stand before a sign.
-    bool HasMarks(SignSums& front, const SignSums& part) const noexcept
+    /// The same for their marks. The marks behind `front` and before `first` have no sign to add
+    /// to; `first` stands before a sign that takes marks, or is this.
+    bool HasMarks(const SignSums& front, SignSums& first, const SignSums& part) const noexcept
     {
-        const Residue between = m_marks - front.m_marks;
-        return (between == 0 && part.m_marks == 0) ||
-               between == part.m_marks * front.MarkPower(front.m_markCount);
+        const auto loose = static_cast<std::uint8_t>(first.m_markTotal - front.m_markTotal);
+        const bool isLoose = first.m_markUnits != front.m_markUnits;
+        const Residue lead = isLoose ? Excess(loose) : Residue(0);
+        const Residue between = m_marks - first.m_marks;
+        if (between == 0)
+            return lead == part.m_marks;
+        const Residue power = first.MarkPower(first.m_markCount);
+        return lead * power + between * (isLoose ? m_base : Residue(1)) == part.m_marks * power;
     }
 
-    bool HasRepeats() const noexcept { return m_hasRepeats; }
+    /// Goes on to the first sign that takes marks, at most to `end`, from `position`.
+    void GoToMarked(const Char* text, std::size_t& position, std::size_t end) noexcept
+    {
+        for (; position < end; ++position) {
+            const Weights weights = WeightsOf(Unit(text[position]));
+            if (TakesMarks(weights))
+                return;
+            if (weights.kind != Kind::Several && weights.kind != Kind::Repeat) {
+                Append(text[position]);
+                continue;
+            }
+            SignSums next = *this;
+            next.Append(text[position]);
+            if (next.m_markedSigns != m_markedSigns)
+                return;
+            *this = next;
+        }
+    }
+
+    std::size_t Repeats() const noexcept { return m_repeats; }
     bool EndsRepeatable() const noexcept { return m_reader.HasRepeatable(); }
 
 private:
@@ -754,8 +784,10 @@ private:
         auto number = std::bit_cast<std::uint64_t>(sign);
         if (sign.kind == Kind::Sign) {
             number &= ~mark;
-            if (sign.mark != 0)
+            if (sign.mark != 0) {
+                ++m_markedSigns;
                 OpenMark(sign.mark);
+            }
         }
         m_signs = m_signs + m_signPower * number;
         m_signPower = m_signPower * m_base;
@@ -771,6 +803,8 @@ private:
 
     void AddMark(std::uint8_t mark) noexcept
     {
+        ++m_markUnits;
+        m_markTotal = static_cast<std::uint8_t>(m_markTotal + mark);
         if (m_markCount == 0) {
             OpenMark(mark);
             return;
@@ -803,48 +837,93 @@ private:
     Residue m_markPower = 1; // of the mark of m_markPowerNumber
     std::size_t m_markPowerNumber = 0;
     std::size_t m_markCount = 0;
-    std::uint8_t m_mark = 0; // the last one: to which marks add that follow
-    bool m_hasRepeats = false;
+    std::uint8_t m_mark = 0;      // the last one: to which marks add that follow
+    std::uint8_t m_markTotal = 0; // of the marks that were read, and their number
+    std::size_t m_markUnits = 0;
+    std::size_t m_markedSigns = 0;
+    std::size_t m_repeats = 0;
 };
 
-/// Whether the stretch of a text between `front` and `back` may equal `part`, as far as sums tell.
-/// Its first unit is `unit`.
+/// Finds `part` by the sums of the stretches of a text.
 template <class Char>
-bool MayEqual(Char unit, SignSums<Char>& front, const SignSums<Char>& back,
-              const SignSums<Char>& part) noexcept
-{
-    const Kind kind = WeightsOf(Unit(unit)).kind;
-    if (kind == Kind::Sign)
-        return back.HasSigns(front, part) && back.HasMarks(front, part);
-    // It may begin with marks that in the text add to an earlier sign, or that repeat such a sign.
-    const bool mayRepeat = kind != Kind::Dash && front.EndsRepeatable() && back.HasRepeats();
-    return back.HasSigns(front, part) || mayRepeat;
-}
+class SumSearch {
+public:
+    SumSearch(std::basic_string_view<Char> text, std::basic_string_view<Char> part) noexcept
+        : m_text(text)
+        , m_part(part)
+    {}
 
-/// Linear in the text, but for stretches that do not begin with a sign: sums tell too little of
-/// those, so each whose other signs agree, or may repeat one before it, is compared. There is room
-/// for the part behind `start`.
-template <class Char>
-std::size_t FindBySums(std::basic_string_view<Char> text, std::basic_string_view<Char> part,
-                       std::size_t start) noexcept
-{
-    SignSums<Char> wanted;
-    SignSums<Char> front;
-    SignSums<Char> back;
-    for (std::size_t i = 0; i < part.size(); ++i) {
-        wanted.Append(part[i]);
-        back.Append(text[start + i]);
+    /// There is room for the part behind `start`. Linear in the text, whatever the part, but for
+    /// stretches that begin with a mark that repeats a sign before them, or with a unit that counts
+    /// as a mark and then a sign: each may cost a comparison.
+    std::size_t Find(std::size_t start) noexcept
+    {
+        for (std::size_t i = 0; i < m_part.size(); ++i) {
+            m_wanted.Append(m_part[i]);
+            m_back.Append(m_text[start + i]);
+        }
+        for (std::size_t i = start;; ++i) {
+            if (MayEqual(i) &&
+                CompareLevels(m_text.substr(i, m_part.size()), m_part, ECase::Ignored) == 0)
+                return i;
+            if (i + m_part.size() == m_text.size())
+                return kNotFound;
+            m_front.Append(m_text[i]);
+            m_back.Append(m_text[i + m_part.size()]);
+        }
     }
-    for (std::size_t i = start;; ++i) {
-        if (MayEqual(text[i], front, back, wanted) &&
-            CompareLevels(text.substr(i, part.size()), part, ECase::Ignored) == 0)
-            return i;
-        if (i + part.size() == text.size())
-            return kNotFound;
-        front.Append(text[i]);
-        back.Append(text[i + part.size()]);
+
+private:
+    /// Whether the stretch at `i` may equal the part, as far as sums tell.
+    bool MayEqual(std::size_t i) noexcept
+    {
+        const Weights weights = WeightsOf(Unit(m_text[i]));
+        if (TakesMarks(weights))
+            return m_back.HasSigns(m_front, m_wanted) &&
+                   m_back.HasMarks(m_front, m_front, m_wanted);
+        // It may begin with marks that in the text add to an earlier sign, or that repeat one.
+        const std::size_t end = i + m_part.size();
+        if (m_firstPosition <= i) {
+            m_first = m_front;
+            m_firstPosition = i;
+        }
+        m_first.GoToMarked(m_text.data(), m_firstPosition, end);
+        if (m_front.EndsRepeatable() && weights.kind != Kind::Dash && BeginsRepeating(end))
+            return true;
+        return m_back.HasSigns(m_front, m_wanted) &&
+               (HidesMark(end) || m_back.HasMarks(m_front, m_first, m_wanted));
     }
-}
+
+    /// Whether a repetition mark stands before the first sign of the stretch, or as that sign.
+    bool BeginsRepeating(std::size_t end) const noexcept
+    {
+        return m_first.Repeats() != m_front.Repeats() ||
+               (m_firstPosition < end &&
+                WeightsOf(Unit(m_text[m_firstPosition])).kind == Kind::Repeat);
+    }
+
+    /// Whether the first sign is one of the few units that count as a mark and then a sign: sums
+    /// before and behind the unit do not tell the two apart.
+    bool HidesMark(std::size_t end) const noexcept
+    {
+        if (m_firstPosition == end)
+            return false;
+        const char16_t unit = Unit(m_text[m_firstPosition]);
+        if (WeightsOf(unit).kind != Kind::Several)
+            return false;
+        UnitText text;
+        Expand(unit, text);
+        return WeightsOf(text[0]).kind == Kind::Mark;
+    }
+
+    std::basic_string_view<Char> m_text;
+    std::basic_string_view<Char> m_part;
+    SignSums<Char> m_wanted; // of the part
+    SignSums<Char> m_front;  // up to the stretch
+    SignSums<Char> m_first;  // up to the first sign of the stretch that takes marks
+    SignSums<Char> m_back;   // up to the end of the stretch
+    std::size_t m_firstPosition = 0;
+};
 
 /// Compares wherever the first sign is the right one, until that has cost more than sums would.
 template <class Char>
@@ -865,7 +944,7 @@ std::size_t Find(std::basic_string_view<Char> text, std::basic_string_view<Char>
             return i;
         compared += part.size();
     }
-    return i <= last ? FindBySums(text, part, i) : kNotFound;
+    return i <= last ? SumSearch<Char>(text, part).Find(i) : kNotFound;
 }
 
 /// The capital of which `unit` is the small letter: none for another small form, like the final
