@@ -7,10 +7,10 @@
 
 /// Order, equality and search of texts as the user's locale has them.
 ///
-/// Windows answers by `lstrcmpW`, `lstrcmpiW`, `StrChrIW` and `StrStrIW`; another platform gives the
-/// same order with the same ties, always for English (United States). Alone sequences of conjoining
-/// jamo may sort otherwise. All functions are safe on any threads at once, none allocates for ASCII
-/// texts. Texts end at their first 0 unit and are never null.
+/// Windows answers by `lstrcmpW`, `lstrcmpiW`, `StrChrIW` and `StrStrIW`; another platform gives
+/// the same order with the same ties, always for English (United States). Alone sequences of
+/// conjoining jamo may sort otherwise. All functions are safe on any threads at once, none
+/// allocates for ASCII texts. Texts end at their first 0 unit and are never null.
 namespace platform {
 
 enum class ECase { Matters, Ignored };

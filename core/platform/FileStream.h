@@ -24,8 +24,8 @@
 ///
 /// A stream of a text mode has no size, and one of a single direction no position but the start:
 /// `std::rewind` leads to the mark, which is then text to a reader and written over by a writer.
-/// With "+" positions count the file's bytes, as everywhere a position is set, or asked for and set,
-/// between reading and writing, and a Ctrl-Z at the end of an old text is dropped.
+/// With "+" positions count the file's bytes, as everywhere a position is set, or asked for and
+/// set, between reading and writing, and a Ctrl-Z at the end of an old text is dropped.
 namespace platform {
 
 struct StreamCloser {

@@ -79,9 +79,9 @@ TEST(Collation, SortsAsWindowsDoes)
         {without, {QD_W("i"), QD_W("ı"), QD_W("j")}},
         // Private use, supplementary characters, what repeats nothing.
         {with,
-         {QD_W("\u20A8"), QD_W("\u20AC"), QD_W("\u20B4"), QD_W("\u0915"),
-          QD_W("\u0929"), QD_W("\u092E"), QD_W("\uE000"), QD_W("\U0001F600"), QD_W("가"),
-          QD_W("漢"), QD_W("\U00020000"), QD_W("ー")}},
+         {QD_W("\u20A8"), QD_W("\u20AC"), QD_W("\u20B4"), QD_W("\u0915"), QD_W("\u0929"),
+          QD_W("\u092E"), QD_W("\uE000"), QD_W("\U0001F600"), QD_W("가"), QD_W("漢"),
+          QD_W("\U00020000"), QD_W("ー")}},
         // Of kana the size, repetition, type and width count behind case, each for all of the text.
         {with, {QD_W("ｧ"), QD_W("ァ"), QD_W("ぁ"), QD_W("ｱ"), QD_W("ア"), QD_W("あ")}},
         {with, {QD_W("ァあ"), QD_W("ぁあ"), QD_W("アぁ"), QD_W("ｱア"), QD_W("アｱ")}},
