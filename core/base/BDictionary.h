@@ -18,6 +18,12 @@ public:
     BDictionary() noexcept
         : BHashTable<MItem<K, V>>(kBucketCount)
     {}
+    BDictionary(const BDictionary& other) = default;
+    BDictionary(BDictionary&& other) noexcept = default;
+    BDictionary& operator=(const BDictionary& other) = default;
+    BDictionary& operator=(BDictionary&& other) noexcept = default;
+    // To the destructors of its entries this is a dictionary to the last.
+    ~BDictionary() override { this->DestroyEntries(); }
 
     using BHashTable<MItem<K, V>>::Insert;
     /// False when the key is there already: its entry then takes the new value.

@@ -102,11 +102,7 @@ public:
         Swap(other);
         return *this;
     }
-    virtual ~BHashTable()
-    {
-        while (m_count != 0) // destructors of entries may have inserted others
-            RemoveAll();
-    }
+    virtual ~BHashTable() { DestroyEntries(); }
 
     /// False when the key is there already: its entry then takes the new value.
     bool Insert(T item)
@@ -173,6 +169,13 @@ public:
     [[nodiscard]] Iterator end() noexcept { return {}; }
     [[nodiscard]] ConstIterator begin() const noexcept { return {this, First()}; }
     [[nodiscard]] ConstIterator end() const noexcept { return {}; }
+
+protected:
+    void DestroyEntries() noexcept
+    {
+        while (m_count != 0) // destructors of entries may have inserted others
+            RemoveAll();
+    }
 
 private:
     static constexpr std::uint64_t kPageSize = 32;
