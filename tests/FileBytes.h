@@ -1,9 +1,19 @@
 #pragma once
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+
+/// A number as it stands in a file.
+template <class T>
+std::string BytesOf(T number)
+{
+    std::string bytes(sizeof number, '\0');
+    std::memcpy(bytes.data(), &number, sizeof number);
+    return bytes;
+}
 
 inline std::string FileBytes(const std::filesystem::path& path)
 {

@@ -1,10 +1,10 @@
 #include "core/archive/BArchive.h"
 
-#include "core/base/BError.h"
 #include "core/geometry/BFColor.h"
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/Thrown.h"
 #include "tests/archive/ArchiveTestObjects.h"
 
 #include <gtest/gtest.h>
@@ -577,11 +577,7 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
         EXPECT_TRUE(in.IsGood());
         EXPECT_EQ(in.Mode(), BArchive::ModeRead);
         EXPECT_EQ(in.Path(), m_path);
-        try {
-            in.ThrowError();
-        } catch (BError& error) {
-            thrown = error;
-        }
+        thrown = Thrown([&] { in.ThrowError(); });
     }
     EXPECT_EQ(thrown.Error(), 32767);
     EXPECT_EQ(thrown.Argument(0), QD_W("$IDS_ErrorHint16"));

@@ -1,9 +1,9 @@
 #include "support/BThreadDispatcher.h"
 
-#include "core/base/BError.h"
 #include "core/operation/BMessageReceiver.h"
 
 #include "tests/Latch.h"
+#include "tests/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -163,12 +163,7 @@ TEST(BThreadDispatcher, PassesExceptionsToTheSender)
     dispatcher->AddReceiver(&throwing);
     dispatcher->AddReceiver(&behind);
     dispatcher->Post(1, 0, 0);
-    try {
-        dispatcher->Send(2, 0, 0);
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const BError& error) {
-        EXPECT_EQ(error.Error(), 2);
-    }
+    EXPECT_EQ(Thrown([&] { dispatcher->Send(2, 0, 0); }).Error(), 2);
     EXPECT_EQ(behind.received, (Numbers{1, 2}));
 }
 

@@ -1,9 +1,9 @@
-#include "core/base/BError.h"
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BCommandExecutionInterface.h"
 #include "core/operation/BProgressManager.h"
 #include "core/operation/BSyncOperationInterface.h"
 
+#include "tests/Thrown.h"
 #include "tests/operation/MessageWindow.h"
 #include "tests/operation/RecordingDispatcher.h"
 
@@ -137,14 +137,9 @@ TEST(BAsyncOperationInterface, StopsForGood)
     OnWorker([&] { operation.Stop(); });
     operation.ActivateBreak(false);
     EXPECT_TRUE(isStopping());
-    for (int i = 0; i < 2; ++i)
-        try {
-            operation.TestUserBreak();
-            ADD_FAILURE() << "nothing was thrown";
-        } catch (const BError& error) {
-            EXPECT_EQ(error.Error(), 25070);
-            EXPECT_TRUE(error.Argument(0).IsEmpty());
-        }
+    const BError thrown = Thrown([&] { operation.TestUserBreak(); });
+    EXPECT_EQ(thrown.Error(), 25070);
+    EXPECT_TRUE(thrown.Argument(0).IsEmpty());
     EXPECT_TRUE(operation.TryLockW()) << "the lock was given back";
 }
 
@@ -190,12 +185,7 @@ TEST(BSyncOperationInterface, ActsOnTheDispatchersThreadOnly)
         EXPECT_TRUE(operation.IsStopping() && operation.IsStoppingWeak());
         operation.ProgressInfo(150);
         EXPECT_EQ(dispatcher.Sent(), (Messages{{4075, 150, 0}}));
-        try {
-            operation.ErrorInfo(BError(7));
-            ADD_FAILURE() << "nothing was thrown";
-        } catch (const BError& error) {
-            EXPECT_EQ(error.Error(), 7);
-        }
+        EXPECT_EQ(Thrown([&] { operation.ErrorInfo(BError(7)); }).Error(), 7);
     }
     BProgressManager::RegisterInstance(nullptr);
     RecordingDispatcher dispatcher;

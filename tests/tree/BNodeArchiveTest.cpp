@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -28,25 +27,18 @@ struct NodeRecord {
     static constexpr int kAsManyAsThereAre = -1;
 };
 
-std::string Number4(int value)
-{
-    std::string bytes(sizeof value, '\0');
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-
 std::string Reference(int index)
 {
-    return Number4(index) + Number4(0);
+    return BytesOf(index) + BytesOf(0);
 }
 
 std::string RecordOf(int index, const std::string& label, const std::string& className, int version,
                      const std::string& payload)
 {
     const auto text = [](const std::string& t) {
-        return "S" + Number4(static_cast<int>(t.size())) + t;
+        return "S" + BytesOf(static_cast<int>(t.size())) + t;
     };
-    return text(std::to_string(index)) + text(label) + text(className) + Number4(version) +
+    return text(std::to_string(index)) + text(label) + text(className) + BytesOf(version) +
            Reference(static_cast<int>(payload.size())) + payload;
 }
 
@@ -120,13 +112,13 @@ protected:
         int index = 0;
         for (const NodeRecord& node : nodes) {
             std::string payload = Reference(node.object);
-            payload += Number4(node.childCount != NodeRecord::kAsManyAsThereAre
+            payload += BytesOf(node.childCount != NodeRecord::kAsManyAsThereAre
                                    ? node.childCount
                                    : static_cast<int>(node.children.size()));
             for (const int child : node.children)
                 payload += Reference(child);
-            payload += Number4(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + Number4(1) +
-                       "n\0"s + Number4(node.annotation != 0) +
+            payload += BytesOf(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + BytesOf(1) +
+                       "n\0"s + BytesOf(node.annotation != 0 ? 1 : 0) +
                        (node.annotation != 0 ? Reference(node.annotation) : ""s);
             ++index;
             bytes += RecordOf(index, std::to_string(index), "class BNode", 2, payload);
@@ -179,9 +171,9 @@ TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
 {
     for (const int version : {0, 1}) {
         SCOPED_TRACE(version);
-        const std::string payload = Reference(0) + Number4(0) + Number4(0) + "S\1\0\0\0\x80"s +
+        const std::string payload = Reference(0) + BytesOf(0) + BytesOf(0) + "S\1\0\0\0\x80"s +
                                     Reference(0) + "\2"s +
-                                    (version == 0 ? ""s : Number4(1) + "w\0"s);
+                                    (version == 0 ? ""s : BytesOf(1) + "w\0"s);
         WriteFileBytes(m_folder / "a.qda", "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s +
                                                RecordOf(1, "1", "BNode", version, payload));
         const SP<BNode> node = TakeOut("1");
