@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the code in README.md and docs/*.md is code of the tests.
+"""Checks that the code in README.md and docs/*.md is code of examples/guides.
 
 Indentation, blank lines and includes aside.
 """
@@ -10,7 +10,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
-TESTS = [ROOT / "tests/ReadmeTest.cpp", *sorted((ROOT / "tests/docs").glob("*.cpp"))]
+GUIDES = sorted((ROOT / "examples/guides").glob("*.cpp"))
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
@@ -20,14 +20,14 @@ def bare(text):
 
 
 def main():
-    tests = ["\n" + bare(path.read_text(encoding="utf-8")) for path in TESTS]
+    guides = ["\n" + bare(path.read_text(encoding="utf-8")) for path in GUIDES]
     blocks = faults = 0
     for page in PAGES:
         for block in BLOCK.findall(page.read_text(encoding="utf-8")):
             blocks += 1
-            if not any("\n" + bare(block) in test for test in tests):
+            if not any("\n" + bare(block) in guide for guide in guides):
                 faults += 1
-                print(f"{page.relative_to(ROOT)}: no test has this code:\n{block}")
+                print(f"{page.relative_to(ROOT)}: no guide has this code:\n{block}")
     print(f"{blocks} pieces of code, {faults} faults")
     return 1 if faults or blocks == 0 else 0
 

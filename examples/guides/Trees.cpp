@@ -1,14 +1,16 @@
 // The code of docs/trees.md.
 
+#include "core/base/BString.h"
 #include "core/tree/BAttribute.h"
 #include "core/tree/BBank.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"
 
-#include <gtest/gtest.h>
+#include "examples/guides/Guides.h"
 
 #include <algorithm>
+#include <cstdio>
 
 SP<BNode> MakePart()
 {
@@ -71,27 +73,26 @@ private:
     double m_limit = 1e9;
 };
 
-TEST(TreesGuide, ItsTreeIsBuiltWalkedAndAddressed)
+void ShowTrees()
 {
     const SP<BNode> part = MakePart();
-    EXPECT_EQ(part->ChildNum(), 3);
-    EXPECT_EQ(CountActive(*part), 3);
+    std::printf("A part with %d children; %d nodes are active.\n", part->ChildNum(),
+                CountActive(*part));
 
     part->Child(0)->AddAttrib(new FlatnessLimit(0.05));
     part->Child(1)->AddAttrib(new FlatnessLimit(0.01)); // on an inactive node
     const SP<TightestLimit> tightest(new TightestLimit);
     part->Traverse(tightest.Get());
-    EXPECT_EQ(tightest->Limit(), 0.05);
+    std::printf("The tightest limit of the active ones is %g mm.\n", tightest->Limit());
 
     BBank bank(part);
     BNode* scan = bank.Container(QD_W("/Scans/Monday/Scan1")); // made as far as it is missing
     const WString path = bank.Path(scan);                      // "/Scans/Monday/Scan1"
     const bool isThere = bank.ExistsContainer(QD_W("/scans/monday"));
     const SP<BNode> monday = part->QueryChild(QD_W("Scans/Monday")); // the same, without a bank
-    EXPECT_EQ(path, QD_W("/Scans/Monday/Scan1"));
-    EXPECT_TRUE(isThere);
-    EXPECT_EQ(monday.Get(), scan->Parent());
+    std::printf("%s is %s, its parent %s.\n", path.AsString().CStr(), isThere ? "there" : "missing",
+                monday.Get() == scan->Parent() ? "found by its path" : "not found");
 
     RemoveChildren(*part, QD_W("Plane"));
-    EXPECT_EQ(part->ChildNum(), 1);
+    std::printf("Without planes there is %d child.\n", part->ChildNum());
 }

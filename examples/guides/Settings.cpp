@@ -1,14 +1,15 @@
 // The code of docs/settings.md.
 
+#include "core/base/BString.h"
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BConfig.h"
 #include "core/profile/BIniProfile.h"
 #include "core/profile/BProfile.h"
 #include "core/profile/OpenProfile.h"
 
-#include "tests/TemporaryFolder.h"
+#include "examples/guides/Guides.h"
 
-#include <gtest/gtest.h>
+#include <cstdio>
 
 int ReadWidth(const WString& path)
 {
@@ -47,8 +48,7 @@ int ReadRecentCount(BConfig& config)
     return count;
 }
 
-namespace {
-
+/// A configuration in which nothing stands, for a test of the function above.
 class EmptyConfig final : public BConfig {
 public:
     SP<BConfig> Child(WString) override { return new EmptyConfig; }
@@ -56,25 +56,24 @@ public:
     int WriteString(WString, WString) override { return kConfigFailed; }
 };
 
-} // namespace
-
-TEST(SettingsGuide, ItsSettingsAreReadAndWritten)
+void ShowSettings(const WString& folder)
 {
-    const TemporaryFolder folder;
-    const WString text = folder.Path("settings.ini");
-    EXPECT_EQ(ReadWidth(text), 800);
-    EXPECT_TRUE(BProfile(text, ProfileReadOnly).ExistsSection(QD_W("Window")));
+    const WString text = folder + QD_W("settings.ini");
+    std::printf("Width: %d, ", ReadWidth(text));
+    const bool isWritten = BProfile(text, ProfileReadOnly).ExistsSection(QD_W("Window"));
+    std::puts(isWritten ? "which is in the file now" : "which is not in the file");
 
     int speed = 40;
-    EXPECT_FALSE(ReadSpeed(text, speed)); // it was missing
-    EXPECT_TRUE(ReadSpeed(text, speed));
-    EXPECT_EQ(speed, 40);
+    for (const char* const time : {"first", "second"}) {
+        const bool isThere = ReadSpeed(text, speed);
+        std::printf("Speed, read for the %s time: %s, %d\n", time, isThere ? "there" : "missing",
+                    speed);
+    }
 
-    const WString binary = folder.Path("view.bin");
+    const WString binary = folder + QD_W("view.bin");
     SaveView(binary, {0.1, 0, 0, 0, 1, 0});
-    EXPECT_EQ(ReadFirstOfView(binary), 0.1);
-    EXPECT_EQ(ReadFirstOfView(text), 1.0);
-
+    std::printf("The view begins with %.17g, that of a file without one with %g.\n",
+                ReadFirstOfView(binary), ReadFirstOfView(text));
     const SP<BConfig> config = new EmptyConfig;
-    EXPECT_EQ(ReadRecentCount(*config), 4);
+    std::printf("Without a registry there are %d recent files.\n", ReadRecentCount(*config));
 }

@@ -1,8 +1,10 @@
+// The code of README.md.
+
 #include "core/qdcore.h"
 
-#include "tests/TemporaryFolder.h"
+#include "examples/guides/Guides.h"
 
-#include <gtest/gtest.h>
+#include <cstdio>
 
 bool SaveAndReload(const WString& path)
 {
@@ -25,8 +27,8 @@ bool SaveAndReload(const WString& path)
     return copy != nullptr && copy->Child(QD_W("plane001")) != nullptr;
 }
 
-TEST(Readme, ItsExampleWorks)
+void ShowReadme(const WString& folder)
 {
-    const TemporaryFolder folder;
-    EXPECT_TRUE(SaveAndReload(folder.Path("part.qda")));
+    std::puts(SaveAndReload(folder + QD_W("part.qda")) ? "The part came back."
+                                                       : "The part was lost.");
 }

@@ -6,12 +6,10 @@
 #include "core/tree/BNode.h"
 #include "support/SaveArchive.h"
 
-#include "tests/FileBytes.h"
-#include "tests/TemporaryFolder.h"
-
-#include <gtest/gtest.h>
+#include "examples/guides/Guides.h"
 
 #include <cstdint>
+#include <cstdio>
 
 /// The tip of a probe; several probes may share one.
 class ProbeTip : public BSmartObj {
@@ -121,18 +119,6 @@ public:
     int m_pointCount = 0;  // 0 from files before version 2
 };
 
-// The plane as it was when it had no number of points.
-class PlaneNodeOfVersion1 : public BNode {
-public:
-    const char* ArchiveName() const override { return BSmartObj::ClassName(typeid(PlaneNode)); }
-    int Version() const override { return 1; }
-    void WriteData(BArchive& archive) const override
-    {
-        BNode::WriteData(archive);
-        archive << 0.25;
-    }
-};
-
 void RegisterProbeClasses()
 {
     RegisterArchiveCallback(BSmartObj::ClassName(typeid(Probe)), &Probe::Read);
@@ -152,43 +138,37 @@ SP<Probe> LoadProbe(const WString& path)
     return SP<Probe>(dynamic_cast<Probe*>(object.Get())); // null: no such file, or damaged
 }
 
-TEST(DocumentsGuide, ItsProbeComesBack)
+static void ShowProbe(const WString& path)
 {
-    const TemporaryFolder folder;
-    const WString path = folder.Path("probe.qda");
     RegisterProbeClasses();
     const SP<Probe> probe(new Probe(QD_W("P1"), new ProbeTip(3.5)));
     probe->Offsets().Append(0.25);
-    ASSERT_TRUE(SaveProbe(path, probe));
-    const SP<Probe> loaded = LoadProbe(path);
-    ASSERT_TRUE(loaded);
-    EXPECT_EQ(loaded->Tip()->Diameter(), 3.5);
-    EXPECT_EQ(loaded->Offsets()[0], 0.25);
-
-    const std::string bytes = FileBytes(folder / "probe.qda");
-    WriteFileBytes(folder / "probe.qda", bytes.substr(0, bytes.size() - 1));
-    EXPECT_FALSE(LoadProbe(path));
+    if (!SaveProbe(path, probe))
+        return;
+    if (const SP<Probe> loaded = LoadProbe(path))
+        std::printf("A probe with a tip of %g mm and the offset %g mm came back.\n",
+                    loaded->Tip()->Diameter(), loaded->Offsets()[0]);
 }
 
-TEST(DocumentsGuide, ItsPlaneComesBackFromFilesOfBothVersions)
+static void ShowPlane(const WString& path)
 {
-    const TemporaryFolder folder;
     RegisterArchiveCallback(BSmartObj::ClassName(typeid(PlaneNode)), &PlaneNode::Read);
     const SP<PlaneNode> plane(new PlaneNode);
     plane->m_flatness = 0.25;
     plane->m_pointCount = 9;
-    for (const SP<BNode>& saved : {SP<BNode>(plane), SP<BNode>(new PlaneNodeOfVersion1)}) {
-        const SP<BNode> note(new BNode);
-        saved->AddChild(new BNode, -1);
-        saved->AddAnnotation(note.Get());
-        BArchive(folder.Path("a.qda"), BArchive::ModeWrite, "", 0).Insert(saved.Get(), "plane");
-        BArchive archive(folder.Path("a.qda"), BArchive::ModeRead, "", 0);
-        const SP<BSmartObj> object = archive.TakeOut("plane");
-        auto* const loaded = dynamic_cast<PlaneNode*>(object.Get());
-        ASSERT_TRUE(loaded);
-        EXPECT_EQ(loaded->m_flatness, 0.25);
-        EXPECT_EQ(loaded->m_pointCount, saved == plane ? 9 : 0);
-        EXPECT_EQ(loaded->ChildNum(), 1);
-        EXPECT_EQ(loaded->AnnotationNum(), 1);
-    }
+    plane->AddChild(new BNode, -1);
+    const auto insert = [&](BArchive& archive) { archive.Insert(plane.Get(), "plane"); };
+    if (!SaveArchive(path, "class Part", 1, insert))
+        return;
+    BArchive archive(path, BArchive::ModeRead, "class Part", 1);
+    const SP<BSmartObj> object = archive.TakeOut("plane");
+    if (const auto* loaded = dynamic_cast<PlaneNode*>(object.Get()))
+        std::printf("A plane of %d points, flat to %g mm, came back with %d child.\n",
+                    loaded->m_pointCount, loaded->m_flatness, loaded->ChildNum());
+}
+
+void ShowDocuments(const WString& folder)
+{
+    ShowProbe(folder + QD_W("probe.qda"));
+    ShowPlane(folder + QD_W("plane.qda"));
 }

@@ -1,0 +1,24 @@
+// Runs the code of the guides and prints what comes of it: `qdguides`. Its files are in a folder
+// "qdguides-files" below the current one, and gone at the end.
+
+#include "examples/guides/Guides.h"
+
+#include "core/base/WString.h"
+
+#include <filesystem>
+
+int main()
+{
+    const std::filesystem::path path = std::filesystem::current_path() / "qdguides-files";
+    std::filesystem::remove_all(path);
+    std::filesystem::create_directory(path);
+    const WString folder = WString(path.string<WChar>().c_str()) + QD_W("/");
+    ShowReadme(folder);
+    ShowDocuments(folder);
+    ShowTrees();
+    ShowSettings(folder);
+    ShowOperations();
+    ShowTexts();
+    std::filesystem::remove_all(path);
+    return 0;
+}
