@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 /// A number as it stands in a file.
 template <class T>
@@ -25,4 +26,13 @@ inline void WriteFileBytes(const std::filesystem::path& path, const std::string&
 {
     std::ofstream(path, std::ios::binary)
         .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+/// Bytes 0 to 127 as a file of UTF-16 has them, behind a mark.
+inline std::string Utf16(std::string_view text, std::string_view mark = "\xFF\xFE")
+{
+    std::string bytes(mark);
+    for (const char character : text)
+        bytes.append({character, '\0'});
+    return bytes;
 }

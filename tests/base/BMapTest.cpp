@@ -3,7 +3,7 @@
 #include "core/base/BDictionary.h"
 #include "core/base/SP.h"
 
-#include "tests/base/LifeCount.h"
+#include "tests/LifeCount.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include "core/operation/BAsyncOperationInterface.h"
 
 #include "tests/Latch.h"
-#include "tests/base/LifeCount.h"
+#include "tests/LifeCount.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "core/base/SP.h"
 
-#include "tests/base/LifeCount.h"
+#include "tests/LifeCount.h"
 
 #include <gtest/gtest.h>
 

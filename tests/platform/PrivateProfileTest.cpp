@@ -28,14 +28,6 @@ Text Listed(const WChar* buffer, std::size_t length)
     return list;
 }
 
-std::string Utf16(const std::string& text, const char* mark = "\xFF\xFE")
-{
-    std::string bytes = mark;
-    for (const char character : text)
-        bytes.append(1, character).push_back('\0');
-    return bytes;
-}
-
 /// One profile in a folder of its own.
 class PrivateProfile : public testing::Test {
 protected:

@@ -18,14 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string Utf16(const std::string& text)
-{
-    std::string bytes = "\xFF\xFE";
-    for (const char character : text)
-        bytes.append(1, character).push_back('\0');
-    return bytes;
-}
-
 class BProfileFile : public testing::Test {
 protected:
     TemporaryFolder m_folder;

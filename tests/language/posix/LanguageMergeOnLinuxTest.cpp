@@ -9,20 +9,11 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string Utf16(std::string_view text)
-{
-    std::string bytes = "\xFF\xFE";
-    for (const char character : text)
-        bytes.append({character, '\0'});
-    return bytes;
-}
 
 // As many descriptors as are open now, and one.
 rlim_t OneDescriptorMore()

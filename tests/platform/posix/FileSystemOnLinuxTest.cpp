@@ -4,7 +4,7 @@
 #include "core/platform/FileSystem.h"
 #include "core/platform/posix/NativePath.h"
 
-#include "tests/AsNobody.h"
+#include "tests/Process.h"
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 #include "core/platform/PrivateProfile.h"
 
-#include "tests/AsNobody.h"
+#include "tests/Process.h"
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 

@@ -2,7 +2,7 @@
 #include "core/platform/Registry.h"
 #include "core/profile/BConfigRegistry.h"
 
-#include "tests/AsNobody.h"
+#include "tests/Process.h"
 #include "tests/FileBytes.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"

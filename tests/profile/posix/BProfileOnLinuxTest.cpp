@@ -1,6 +1,6 @@
 #include "core/profile/BProfile.h"
 
-#include "tests/AsNobody.h"
+#include "tests/Process.h"
 #include "tests/FileBytes.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
