@@ -1,9 +1,10 @@
 #include "core/base/BKeyTraits.h"
 
+#include "core/platform/WideText.h"
+
 #include <bit>
 #include <cstring>
 #include <random>
-#include <string_view>
 
 namespace {
 
@@ -107,5 +108,5 @@ std::uint64_t BKeyTraits<WString>::Seeded(const WString& key)
 
 bool BKeyTraits<WString>::Equal(const WString& a, const WString& b) noexcept
 {
-    return std::basic_string_view<WChar>(a.CStr()) == std::basic_string_view<WChar>(b.CStr());
+    return platform::WideView(a.CStr()) == platform::WideView(b.CStr());
 }

@@ -2,9 +2,9 @@
 
 #include "core/platform/FileSystem.h"
 #include "core/platform/Path.h"
+#include "core/platform/WideText.h"
 
 #include <optional>
-#include <string>
 #include <utility>
 
 BDirEntry::BDirEntry(WString path) noexcept
@@ -68,8 +68,7 @@ BDirEntry BDirEntry::GetPath() const
 
 BDirEntry& BDirEntry::operator+=(const BDirEntry& other)
 {
-    const std::optional<std::basic_string<WChar>> combined =
-        platform::CombinePaths(m_path, other.m_path);
+    const std::optional<platform::WideText> combined = platform::CombinePaths(m_path, other.m_path);
     if (combined) {
         m_path = combined->c_str();
         return *this;

@@ -4,6 +4,7 @@
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileStream.h"
 #include "core/platform/FileSystem.h"
+#include "core/platform/WideText.h"
 
 #include <algorithm>
 #include <bit>
@@ -67,7 +68,7 @@ bool WriteUnicode(std::FILE* stream, std::string_view text)
 {
     static_assert(std::endian::native == std::endian::little, "units are written as they stand");
     const std::string lines = WithReturns(text);
-    std::basic_string<WChar> units(lines.size(), 0);
+    platform::WideText units(lines.size(), 0);
     const std::size_t length =
         platform::AnsiToWide(lines.data(), lines.size(), units.data(), units.size());
     return (length > 0 || text.empty()) &&
@@ -206,7 +207,7 @@ int BFile::Delete(WString pattern)
 
 std::pair<WString, int> BFile::GetShortPathNameW(WString path)
 {
-    const std::optional<std::basic_string<WChar>> found = platform::ShortPath(path);
+    const std::optional<platform::WideText> found = platform::ShortPath(path);
     if (!found)
         return {WString(), kNoShortPath};
     WString shortPath(found->c_str());

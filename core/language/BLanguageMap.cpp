@@ -8,18 +8,17 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/FileSystem.h"
 #include "core/platform/FormatText.h"
+#include "core/platform/WideText.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace {
 
-using Text = std::basic_string<WChar>;
-using View = std::basic_string_view<WChar>;
+using platform::WideText;
+using platform::WideView;
 
 constexpr int kGood = 0;
 constexpr int kNoFile = 1;
@@ -41,18 +40,18 @@ constexpr WChar kReadMode[] = QD_W("r,ccs=UTF-16LE");
 // destroyed.
 constinit BLanguageMap* g_instance = nullptr;
 
-View ViewOf(const WString& text)
+WideView ViewOf(const WString& text)
 {
     return {text.CStr(), text.Length()};
 }
 
-bool IsKey(View text)
+bool IsKey(WideView text)
 {
     return text.starts_with(kKeySign);
 }
 
 // The length of the key that `text`, which begins with "$", begins with.
-std::size_t KeyLength(View text)
+std::size_t KeyLength(WideView text)
 {
     const auto end = std::find_if_not(text.begin() + 1, text.end(), [](WChar unit) {
         return BLanguageMap::IsAlNumUnderscore(unit);
@@ -60,19 +59,19 @@ std::size_t KeyLength(View text)
     return static_cast<std::size_t>(end - text.begin());
 }
 
-void AppendTranslation(Text& out, View key, const LanguageTable& table, bool isTestMode)
+void AppendTranslation(WideText& out, WideView key, const LanguageTable& table, bool isTestMode)
 {
     const LanguageTable::Entry* const entry = table.Find(key);
     if (entry == nullptr) {
         out += key;
         return;
     }
-    const View mark = isTestMode ? View(QD_W("*")) : View();
+    const WideView mark = isTestMode ? WideView(QD_W("*")) : WideView();
     out.append(mark).append(entry->text).append(mark);
 }
 
 // The escape of `unit`, empty when it needs none. `next` is the unit behind it, 0 at the end.
-View EscapeOf(WChar unit, WChar next)
+WideView EscapeOf(WChar unit, WChar next)
 {
     switch (unit) {
     case '\n': return QD_W("\\n");
@@ -81,19 +80,19 @@ View EscapeOf(WChar unit, WChar next)
     case 0x1A: return QD_W("\\x1A"); // ends the text where it stands
     case '\\': {
         // What would make an escape of it: such a letter, or an escape behind it.
-        const View continuing = QD_W("nrtx\\\n\r\t\x1A");
-        return continuing.find(next) != View::npos ? QD_W("\\\\") : View();
+        const WideView continuing = QD_W("nrtx\\\n\r\t\x1A");
+        return continuing.find(next) != WideView::npos ? QD_W("\\\\") : WideView();
     }
     default: return {};
     }
 }
 
-Text Escaped(View text)
+WideText Escaped(WideView text)
 {
-    Text escaped;
+    WideText escaped;
     for (std::size_t index = 0; index != text.size(); ++index) {
         const WChar next = index + 1 != text.size() ? text[index + 1] : WChar(0);
-        if (const View escape = EscapeOf(text[index], next); !escape.empty())
+        if (const WideView escape = EscapeOf(text[index], next); !escape.empty())
             escaped += escape;
         else
             escaped += text[index];
@@ -102,11 +101,11 @@ Text Escaped(View text)
 }
 
 // Appends a cell that reads back as `text`.
-void AppendCell(Text& out, const WString& text)
+void AppendCell(WideText& out, const WString& text)
 {
-    Text plain = text.CStr();
+    WideText plain = text.CStr();
     std::erase(plain, kNoTextUnit);
-    const Text escaped = Escaped(plain);
+    const WideText escaped = Escaped(plain);
     if (!escaped.starts_with(kQuote)) {
         out += escaped;
         return;
@@ -117,13 +116,13 @@ void AppendCell(Text& out, const WString& text)
     out += kQuote;
 }
 
-void AppendNumber(Text& out, std::int64_t number)
+void AppendNumber(WideText& out, std::int64_t number)
 {
     WChar digits[platform::kIntegerTextRoom];
     out.append(digits, platform::IntegerText(number, 10, digits));
 }
 
-void LogFault(Text& log, std::int64_t line, int code, const BArray<WString>& cells)
+void LogFault(WideText& log, std::int64_t line, int code, const BArray<WString>& cells)
 {
     log += QD_W("Line ");
     AppendNumber(log, line);
@@ -141,7 +140,8 @@ bool IsTorn(std::FILE* stream)
 }
 
 // `log`, which may be null, gathers the text: appending to a WString measures what is there.
-int ImportFile(BLanguageMap& map, const WChar* path, Text* log, bool overwrite, bool fillMissing)
+int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwrite,
+               bool fillMissing)
 {
     if (log != nullptr)
         log->append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
@@ -172,9 +172,9 @@ int ImportFile(BLanguageMap& map, const WChar* path, Text* log, bool overwrite, 
 }
 
 // `text` as a text stream of UTF-16LE writes it.
-bool WriteUtf16File(const WChar* path, View text)
+bool WriteUtf16File(const WChar* path, WideView text)
 {
-    Text units(1, kByteOrderMark);
+    WideText units(1, kByteOrderMark);
     for (const WChar unit : text) {
         if (unit == '\n')
             units += '\r';
@@ -188,19 +188,19 @@ bool WriteUtf16File(const WChar* path, View text)
 }
 
 // No `WString`: one that gets no memory would be another path.
-Text Join(const WString& directory, const WString& name)
+WideText Join(const WString& directory, const WString& name)
 {
-    Text path(ViewOf(directory));
+    WideText path(ViewOf(directory));
     const std::size_t separator = path.find_last_of(QD_W("/\\"));
-    path += separator == Text::npos ? WChar('\\') : path[separator];
+    path += separator == WideText::npos ? WChar('\\') : path[separator];
     return path += ViewOf(name);
 }
 
 // The names of the files that match, in an order that is the same everywhere; none when not all can
 // be told.
-std::vector<Text> FindNames(const WString& directory, const WString& pattern)
+std::vector<WideText> FindNames(const WString& directory, const WString& pattern)
 {
-    std::vector<Text> names;
+    std::vector<WideText> names;
     const platform::EPresence presence =
         platform::FindFiles(Join(directory, pattern).c_str(), [&](const platform::FoundFile& file) {
             if (!file.isDirectory)
@@ -209,7 +209,7 @@ std::vector<Text> FindNames(const WString& directory, const WString& pattern)
         });
     if (presence == platform::EPresence::Unknown)
         names.clear();
-    std::sort(names.begin(), names.end(), [](const Text& a, const Text& b) {
+    std::sort(names.begin(), names.end(), [](const WideText& a, const WideText& b) {
         const int order =
             platform::CompareIgnoringAsciiCase(a.c_str(), b.c_str(), std::max(a.size(), b.size()));
         return order != 0 ? order < 0 : a < b;
@@ -219,10 +219,10 @@ std::vector<Text> FindNames(const WString& directory, const WString& pattern)
 
 // Calls `handle` for each name; the last result that is not 0.
 template <class Handle>
-int ForEachName(const std::vector<Text>& names, Handle handle)
+int ForEachName(const std::vector<WideText>& names, Handle handle)
 {
     int result = names.empty() ? kNoFile : kGood;
-    for (const Text& name : names) {
+    for (const WideText& name : names) {
         if (const int code = handle(WString(name.c_str())); code != kGood)
             result = code;
     }
@@ -238,7 +238,7 @@ bool ImportTranslations(BLanguageMap& translations, const WChar* path)
 }
 
 // True when the line is an entry that `translations` lacks.
-bool AppendMerged(Text& out, const BArray<WString>& cells, const BLanguageMap& translations)
+bool AppendMerged(WideText& out, const BArray<WString>& cells, const BLanguageMap& translations)
 {
     if (cells[0].IsEmpty()) {
         out += QD_W("\t\t");
@@ -348,8 +348,8 @@ WString BLanguageMap::Translate(WString key) const
 
 WString BLanguageMap::TranslateExt(WString text) const
 {
-    Text translated;
-    for (View rest = ViewOf(text); !rest.empty();) {
+    WideText translated;
+    for (WideView rest = ViewOf(text); !rest.empty();) {
         const std::size_t plain = std::min(rest.find(kKeySign), rest.size());
         translated += rest.substr(0, plain);
         rest.remove_prefix(plain);
@@ -366,7 +366,7 @@ int BLanguageMap::TranslateBack(WString text, WString& keys, WString prefix,
                                 ELanguage language) const
 {
     int count = 0;
-    Text found;
+    WideText found;
     for (const auto& item : m_table->Defaults()) {
         const WString& candidate =
             language == LanguageDefault ? item.value : m_table->Find(ViewOf(item.key))->text;
@@ -383,7 +383,7 @@ int BLanguageMap::TranslateBack(WString text, WString& keys, WString prefix,
 
 bool BLanguageMap::IsIdValid(WString key)
 {
-    const View view = ViewOf(key);
+    const WideView view = ViewOf(key);
     return IsKey(view) && KeyLength(view) == view.size();
 }
 
@@ -396,7 +396,7 @@ bool BLanguageMap::HasPrefix(WString key, WString prefix)
 {
     if (prefix.IsEmpty())
         return true;
-    const View view = ViewOf(prefix);
+    const WideView view = ViewOf(prefix);
     if (view == QD_W("$"))
         return !key.Includes(WChar('_'));
     return key.IStartsWith(prefix) && key.GetAt(view.size()) == '_';
@@ -404,7 +404,7 @@ bool BLanguageMap::HasPrefix(WString key, WString prefix)
 
 int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing)
 {
-    Text text;
+    WideText text;
     const int result =
         ImportFile(*this, path, log != nullptr ? &text : nullptr, overwrite, fillMissing);
     if (log != nullptr)
@@ -414,7 +414,7 @@ int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool
 
 int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* log, bool overwrite)
 {
-    Text text;
+    WideText text;
     const int result = ForEachName(FindNames(directory, pattern), [&](const WString& name) {
         return ImportFile(*this, Join(directory, name).c_str(), log != nullptr ? &text : nullptr,
                           overwrite, true);
@@ -426,7 +426,7 @@ int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* lo
 
 int BLanguageMap::ExportMapFile(WString path) const
 {
-    Text lines;
+    WideText lines;
     for (const auto& item : m_table->Defaults()) {
         lines.append(item.key).append(QD_W("\t"));
         AppendCell(lines, item.value);
@@ -449,7 +449,7 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
     if (!ImportTranslations(translations, Join(translationDirectory, fileName).c_str()))
         return kNoFile;
 
-    Text lines;
+    WideText lines;
     int added = 0;
     LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
     BArray<WString> cells;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <new>
-#include <string_view>
 
 namespace {
 
@@ -84,7 +83,7 @@ bool LanguageReader::Fill()
     const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
     const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
     if (isRead)
-        m_end = std::basic_string_view<WChar>(m_piece, kPieceRoom)
+        m_end = platform::WideView(m_piece, kPieceRoom)
                     .rfind(WChar(0), static_cast<std::size_t>(m_room) - 1);
     else if (isLast)
         return false;

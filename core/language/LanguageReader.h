@@ -2,11 +2,10 @@
 
 #include "core/base/BArray.h"
 #include "core/base/WString.h"
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <cstdio>
-#include <string>
 
 /// Reads a language file cell by cell from a Unicode text stream.
 ///
@@ -47,5 +46,5 @@ private:
     int m_room;
     std::size_t m_begin = 0, m_end = 0; // units of the piece that are still to come
     WChar m_piece[kPieceRoom];
-    std::basic_string<WChar> m_cell; // the one that is being read
+    platform::WideText m_cell; // the one that is being read
 };

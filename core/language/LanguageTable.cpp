@@ -92,7 +92,7 @@ const LanguageTable::Entry* LanguageTable::Find(View key) const
     const Entry* const entry = FindUnits(key);
     if (entry != nullptr || (m_foreignKeys == 0 && IsAsciiKey(key)))
         return entry;
-    const auto* const item = m_defaults.Find(std::basic_string<WChar>(key).c_str());
+    const auto* const item = m_defaults.Find(platform::WideText(key).c_str());
     return item != nullptr ? FindUnits(ViewOf(item->key)) : nullptr;
 }
 

@@ -2,12 +2,11 @@
 
 #include "core/base/BMap.h"
 #include "core/base/WString.h"
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -15,7 +14,7 @@
 /// the key's units, as nearly all keys that are asked for are spelled like the entry's.
 class LanguageTable {
 public:
-    using View = std::basic_string_view<WChar>;
+    using View = platform::WideView;
 
     struct Entry {
         WString key, defaultText, text;

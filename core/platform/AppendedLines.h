@@ -1,12 +1,12 @@
 #pragma once
 
 #include "core/platform/FileStream.h"
+#include "core/platform/WideText.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <functional>
-#include <string_view>
 
 namespace platform {
 
@@ -25,7 +25,7 @@ namespace platform {
         return !isEncodable;
     };
     // Writing stops behind U+FFFF, which counts as the library's end mark; so the rest comes apart.
-    const auto writeAll = [&](std::basic_string_view<WChar> rest) {
+    const auto writeAll = [&](WideView rest) {
         while (write(rest.data())) {
             const std::size_t mark = rest.find(WChar(0xFFFF));
             if (isWhole || mark == rest.npos)

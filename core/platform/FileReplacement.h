@@ -1,11 +1,10 @@
 #pragma once
 
 #include "core/platform/Export.h"
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstdio>
 #include <memory>
-#include <string>
 
 namespace platform {
 
@@ -43,7 +42,7 @@ public:
 
     /// Where the new content gathers, for a writer that opens by name in place of `Stream()` and
     /// closes before `Commit`. Empty when there is no stream.
-    [[nodiscard]] std::basic_string<WChar> Path() const;
+    [[nodiscard]] WideText Path() const;
 
     /// Puts the new content in place, synchronised before it shows under the name. False when
     /// something of it was not written; the old content then stays, unless copying over it was

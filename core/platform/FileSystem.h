@@ -1,11 +1,10 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
 
 /// Files and directories by name.
 namespace platform {
@@ -18,7 +17,7 @@ enum class EPresence {
 };
 
 struct FoundFile {
-    std::basic_string<WChar> path; // the pattern's directory part and the name
+    WideText path; // the pattern's directory part and the name
     bool isReadOnly = false;
     bool isSystem = false; // off Windows whatever is neither file, link nor directory
     bool isDirectory = false;
@@ -57,7 +56,7 @@ EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFi
 [[nodiscard]] bool RemoveFile(const WChar* path) noexcept;
 
 /// `path` behind the current folder when it is relative; `path` itself when that cannot be told.
-[[nodiscard]] std::basic_string<WChar> FullPath(const WChar* path);
+[[nodiscard]] WideText FullPath(const WChar* path);
 
 /// Makes the directory at `path`, which must be absolute, and those of its parents that are
 /// missing. False when it cannot, and when the directory is there already.
@@ -65,6 +64,6 @@ EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFi
 
 /// The path in short (8.3) names; none when there is nothing at `path`. Where the file system has
 /// no short names, and off Windows, the names stay.
-[[nodiscard]] std::optional<std::basic_string<WChar>> ShortPath(const WChar* path);
+[[nodiscard]] std::optional<WideText> ShortPath(const WChar* path);
 
 } // namespace platform

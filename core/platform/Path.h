@@ -1,10 +1,9 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <optional>
-#include <string>
 
 /// Paths taken apart and put together as the shell of Windows does it; off Windows by the rules of
 /// `PathRules.h` for both separators. Nothing here looks at a file.
@@ -26,8 +25,7 @@ inline constexpr std::size_t kPathRoom = 260;
 
 /// Both combined, "." and ".." resolved (`PathCombineW`); none when that would be too long, or is
 /// before they are resolved.
-[[nodiscard]] std::optional<std::basic_string<WChar>> CombinePaths(const WChar* folder,
-                                                                   const WChar* path);
+[[nodiscard]] std::optional<WideText> CombinePaths(const WChar* folder, const WChar* path);
 
 /// What a path that the library puts together has between `path` and a name: the separator that
 /// `path` uses already, "\" if none; on Windows always "\".

@@ -22,29 +22,29 @@ bool IsLetter(WChar unit)
     return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z');
 }
 
-bool StartsWithDrive(PathView path)
+bool StartsWithDrive(WideView path)
 {
     return path.size() >= 2 && path[1] == kColon && IsLetter(path[0]);
 }
 
-bool EndsDrive(PathView path, std::size_t index, EPathStyle style)
+bool EndsDrive(WideView path, std::size_t index, EPathStyle style)
 {
     return path[index] == kColon &&
            (style == EPathStyle::Shell || (index == 1 && StartsWithDrive(path)));
 }
 
-bool StartsWithSeparator(PathView path, EPathStyle style)
+bool StartsWithSeparator(WideView path, EPathStyle style)
 {
     return !path.empty() && IsSeparator(path[0], style);
 }
 
 // "\\server\share".
-bool IsUnc(PathView path, EPathStyle style)
+bool IsUnc(WideView path, EPathStyle style)
 {
     return path.size() >= 2 && IsSeparator(path[0], style) && IsSeparator(path[1], style);
 }
 
-std::size_t FindSeparator(PathView path, std::size_t start, EPathStyle style)
+std::size_t FindSeparator(WideView path, std::size_t start, EPathStyle style)
 {
     while (start < path.size() && !IsSeparator(path[start], style))
         ++start;
@@ -52,7 +52,7 @@ std::size_t FindSeparator(PathView path, std::size_t start, EPathStyle style)
 }
 
 // Behind the separator at `index`, if there is one.
-std::size_t PassSeparator(PathView path, std::size_t index, EPathStyle style)
+std::size_t PassSeparator(WideView path, std::size_t index, EPathStyle style)
 {
     return index + (index < path.size() && IsSeparator(path[index], style) ? 1 : 0);
 }
@@ -62,7 +62,7 @@ constexpr WChar kVerbatimUnc[] = QD_W("\\\\?\\UNC\\");
 constexpr WChar kVolume[] = QD_W("Volume{");
 
 // "Volume{aaaaaaaa-bbbb-cccc-dddd-ffffffffffff}".
-bool StartsWithVolume(PathView path)
+bool StartsWithVolume(WideView path)
 {
     constexpr std::size_t begin = 6, end = 44;
     if (path.size() < end || !path.starts_with(kVolume) || path[end - 1] != '}')
@@ -80,24 +80,24 @@ bool StartsWithVolume(PathView path)
 }
 
 // Length of a drive, also as "\\?\C:" or as a volume; 0 when there is none.
-std::size_t DriveLength(PathView path)
+std::size_t DriveLength(WideView path)
 {
     const std::size_t prefix = path.starts_with(kVerbatim) ? 4 : 0;
-    const PathView rest = path.substr(prefix);
+    const WideView rest = path.substr(prefix);
     if (StartsWithDrive(rest))
         return prefix + 2;
     return prefix != 0 && StartsWithVolume(rest) ? prefix + 44 : 0;
 }
 
 // Where the server's name of a UNC path begins, also behind "\\?\UNC\".
-std::size_t ServerBegin(PathView path)
+std::size_t ServerBegin(WideView path)
 {
-    return path.starts_with(kVerbatimUnc) ? PathView(kVerbatimUnc).size() : 2;
+    return path.starts_with(kVerbatimUnc) ? WideView(kVerbatimUnc).size() : 2;
 }
 
 // Length of what a path that begins with a separator starts from: "\", "C:", "C:\",
 // "\\server\share\".
-std::size_t RootLength(PathView path, EPathStyle style)
+std::size_t RootLength(WideView path, EPathStyle style)
 {
     const std::size_t drive = DriveLength(path);
     if (drive == 0 && IsUnc(path, style)) {
@@ -109,14 +109,14 @@ std::size_t RootLength(PathView path, EPathStyle style)
 }
 
 // Length of what no ".." climbs out of. A share is climbed, a server is not.
-std::size_t FloorLength(PathView path, EPathStyle style)
+std::size_t FloorLength(WideView path, EPathStyle style)
 {
     if (DriveLength(path) == 0 && IsUnc(path, style))
         return PassSeparator(path, FindSeparator(path, ServerBegin(path), style), style);
     return RootLength(path, style);
 }
 
-void RemoveLastElement(std::basic_string<WChar>& path, std::size_t floor, EPathStyle style)
+void RemoveLastElement(WideText& path, std::size_t floor, EPathStyle style)
 {
     std::size_t end = path.size();
     if (end > floor && IsSeparator(path[end - 1], style))
@@ -127,21 +127,21 @@ void RemoveLastElement(std::basic_string<WChar>& path, std::size_t floor, EPathS
 }
 
 // Whether `path` keeps the separator at its end where nothing follows.
-bool EndsWithRoot(PathView path, EPathStyle style)
+bool EndsWithRoot(WideView path, EPathStyle style)
 {
     const bool isUnc = DriveLength(path) == 0 && IsUnc(path, style);
     return path.size() <= (isUnc ? 2 : RootLength(path, style));
 }
 
 // `path` without "." and "..".
-std::basic_string<WChar> Canonical(PathView path, EPathStyle style)
+WideText Canonical(WideView path, EPathStyle style)
 {
     std::size_t floor = FloorLength(path, style);
-    std::basic_string<WChar> result(path.substr(0, floor));
+    WideText result(path.substr(0, floor));
     bool leadsOut = floor == 0; // what came so far is ".." alone, out of a relative path
     for (std::size_t begin = floor; begin < path.size();) {
         const std::size_t end = FindSeparator(path, begin, style);
-        const PathView element = path.substr(begin, end - begin);
+        const WideView element = path.substr(begin, end - begin);
         const std::size_t next = PassSeparator(path, end, style);
         const bool isDot = element.size() == 1 && element[0] == '.';
         const bool isDotDot = element.size() == 2 && element[0] == '.' && element[1] == '.';
@@ -165,7 +165,7 @@ std::basic_string<WChar> Canonical(PathView path, EPathStyle style)
 }
 
 // What `FindFileSpec` leaves alone.
-std::size_t FileSpecRoot(PathView path, EPathStyle style)
+std::size_t FileSpecRoot(WideView path, EPathStyle style)
 {
     if (const std::size_t drive = DriveLength(path); drive != 0)
         return PassSeparator(path, drive, style);
@@ -181,7 +181,7 @@ std::size_t FileSpecRoot(PathView path, EPathStyle style)
 
 } // namespace
 
-std::size_t FindFileName(PathView path, EPathStyle style) noexcept
+std::size_t FindFileName(WideView path, EPathStyle style) noexcept
 {
     const auto separates = [](WChar unit) { return IsSeparator(unit, EPathStyle::Posix); };
     std::size_t begin = 0;
@@ -192,7 +192,7 @@ std::size_t FindFileName(PathView path, EPathStyle style) noexcept
     return begin;
 }
 
-std::size_t FindExtension(PathView path, EPathStyle style) noexcept
+std::size_t FindExtension(WideView path, EPathStyle style) noexcept
 {
     for (std::size_t i = path.size(); i > 0; --i) {
         const WChar unit = path[i - 1];
@@ -204,7 +204,7 @@ std::size_t FindExtension(PathView path, EPathStyle style) noexcept
     return path.size();
 }
 
-std::size_t FindFileSpec(PathView path, EPathStyle style) noexcept
+std::size_t FindFileSpec(WideView path, EPathStyle style) noexcept
 {
     const std::size_t root = FileSpecRoot(path, style);
     std::size_t begin = path.size();
@@ -217,10 +217,9 @@ std::size_t FindFileSpec(PathView path, EPathStyle style) noexcept
     return begin > root && IsSeparator(path[begin - 1], style) ? begin - 1 : begin;
 }
 
-std::optional<std::basic_string<WChar>> CombinePaths(PathView folder, PathView path,
-                                                     EPathStyle style)
+std::optional<WideText> CombinePaths(WideView folder, WideView path, EPathStyle style)
 {
-    std::basic_string<WChar> whole(folder);
+    WideText whole(folder);
     if (folder.empty() || StartsWithDrive(path) || IsUnc(path, style)) {
         whole = path.empty() ? folder : path;
     } else if (!path.empty()) {
@@ -240,11 +239,11 @@ std::optional<std::basic_string<WChar>> CombinePaths(PathView folder, PathView p
     return Canonical(whole, style);
 }
 
-WChar SeparatorOf(PathView path) noexcept
+WChar SeparatorOf(WideView path) noexcept
 {
     const WChar separators[] = {kSlash, kBackslash};
-    const std::size_t last = path.find_last_of(PathView(separators, 2));
-    return last == PathView::npos ? kBackslash : path[last];
+    const std::size_t last = path.find_last_of(WideView(separators, 2));
+    return last == WideView::npos ? kBackslash : path[last];
 }
 
 } // namespace platform

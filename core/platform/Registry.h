@@ -1,11 +1,10 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string>
 
 /// The user's registry: keys in a tree, each with named and typed values.
 ///
@@ -55,8 +54,7 @@ enum class ERegistryRead {
 };
 
 /// Reads a value of one of the two types of text, as it is stored; only `Done` changes `text`.
-[[nodiscard]] ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name,
-                                             std::basic_string<WChar>& text);
+[[nodiscard]] ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, WideText& text);
 
 /// Writes a value, in place of one of the same name if there is any. The bytes of a text are its
 /// units and a terminating 0.

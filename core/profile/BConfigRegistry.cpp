@@ -3,9 +3,9 @@
 #include "core/base/BError.h"
 #include "core/platform/Registry.h"
 #include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <new>
-#include <string>
 
 namespace {
 
@@ -58,7 +58,7 @@ int BConfigRegistry::ReadString(WString name, WString& value) const
     if (m_key == nullptr)
         return kConfigFailed;
     const bool isRead = Succeeds([&] {
-        std::basic_string<WChar> text;
+        platform::WideText text;
         const auto result = platform::ReadRegistryText(*m_key, name, text);
         // Intended: a text that another process takes away between the two steps of reading leaves
         // an empty one, as the room for it is made already.

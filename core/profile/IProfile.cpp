@@ -4,18 +4,18 @@
 #include "core/platform/Path.h"
 #include "core/platform/ScanText.h"
 #include "core/platform/SystemTime.h"
+#include "core/platform/WideText.h"
 #include "core/profile/MadeText.h"
 #include "core/profile/WriteBack.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 #include <typeinfo>
 
 namespace {
 
-using WView = std::basic_string_view<WChar>;
+using platform::WideView;
 
 constexpr platform::TimeStamp kNoTime = {
     .month = 12, .day = 30, .year = 1899, .hour = 0, .minute = 0, .second = 0, .millisecond = 0};
@@ -91,7 +91,7 @@ WString IProfile::GetSubProfileEntry(const WString& section, const WString& key)
 bool IProfile::HasDir(const WString& path) const
 {
     constexpr std::size_t partRoom = 256;
-    WView rest = path.CStr();
+    WideView rest = path.CStr();
     const bool hasDrive = rest.size() > 1 && rest[1] == QD_W(':');
     if (hasDrive)
         rest.remove_prefix(2);
@@ -367,8 +367,8 @@ bool IProfile::DeleteSectionImpl(const WString&) const
 bool IProfile::Convert(WString text, bool& value) const
 {
     text.ToUpper();
-    const bool isTrue = WView(text) == QD_W("TRUE");
-    if (!isTrue && WView(text) != QD_W("FALSE"))
+    const bool isTrue = WideView(text) == QD_W("TRUE");
+    if (!isTrue && WideView(text) != QD_W("FALSE"))
         return false;
     value = isTrue;
     return true;

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "core/base/WString.h"
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <optional>
-#include <string_view>
 
 /// A default on its way from a reader through the virtual writers of its object into the file: what
 /// the reader found in its place, so that the write leaves alone what somebody else put there
@@ -65,7 +64,7 @@ public:
     }
 
 private:
-    using View = std::basic_string_view<WChar>; // no names that collate alike
+    using View = platform::WideView; // no names that collate alike
 
     [[nodiscard]] bool IsFor(const WString& section, const WString& key) const
     {

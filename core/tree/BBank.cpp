@@ -1,24 +1,23 @@
 #include "core/tree/BBank.h"
 
+#include "core/platform/WideText.h"
 #include "core/tree/BNodeItr.h"
 
 #include <algorithm>
-#include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace {
 
-using Text = std::basic_string<WChar>;
-using View = std::basic_string_view<WChar>;
+using platform::WideText;
+using platform::WideView;
 
 constexpr WChar kDelimiter = BBank::DELIM;
 constexpr const WChar* kRootPath = QD_W("//");
 
 bool IsRootPath(const WChar* path)
 {
-    return View(path) == kRootPath;
+    return WideView(path) == kRootPath;
 }
 
 bool IsNameUnit(WChar unit)
@@ -28,7 +27,7 @@ bool IsNameUnit(WChar unit)
            unit == '.';
 }
 
-bool IsName(View name)
+bool IsName(WideView name)
 {
     return !name.empty() && std::all_of(name.begin(), name.end(), IsNameUnit);
 }
@@ -45,7 +44,7 @@ public:
 
     explicit operator bool() const { return m_rest != nullptr; }
 
-    View Next()
+    WideView Next()
     {
         const WChar* end = m_rest;
         while (*end != 0 && *end != kDelimiter)
@@ -64,7 +63,7 @@ WString PathBelow(const BNode* top, const BNode* node)
     std::vector<WString> names;
     for (; node != top; node = node->Parent())
         names.push_back(node->GetText());
-    Text path;
+    WideText path;
     for (auto name = names.rbegin(); name != names.rend(); ++name)
         (path += kDelimiter) += name->CStr();
     return path.c_str();
@@ -152,7 +151,7 @@ BNode* BBank::Container(const WChar* path)
     if (!names)
         return IsRootPath(path) ? m_root.Get() : nullptr;
     SP<BNode> node = m_root;
-    Text name;
+    WideText name;
     while (node && names) {
         name = names.Next();
         node = GetOrCreateChild(*node, name.c_str());
@@ -214,11 +213,11 @@ bool BBank::ParentPath(const WChar* path, WString& parent)
 {
     if (path == nullptr || *path == 0 || IsRootPath(path))
         return false;
-    const std::size_t last = View(path).rfind(kDelimiter);
-    if (last == View::npos || last == 0)
+    const std::size_t last = WideView(path).rfind(kDelimiter);
+    if (last == WideView::npos || last == 0)
         parent = kRootPath;
     else
-        parent = Text(path, last).c_str();
+        parent = WideText(path, last).c_str();
     return true;
 }
 
@@ -231,8 +230,8 @@ bool BBank::IsGrandParent(WString upper, WString lower)
     while (above) {
         if (!below)
             return false;
-        const WString name = Text(above.Next()).c_str();
-        if (!name.IEqual(Text(below.Next()).c_str()))
+        const WString name = WideText(above.Next()).c_str();
+        if (!name.IEqual(WideText(below.Next()).c_str()))
             return false;
     }
     return static_cast<bool>(below);

@@ -1,13 +1,13 @@
 #include "core/tree/BNode.h"
 
 #include "core/operation/BDispatcher.h"
+#include "core/platform/WideText.h"
 #include "core/tree/BNodeBeside.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/Traversal.h"
 
 #include <memory>
 #include <new>
-#include <string>
 #include <typeinfo>
 #include <utility>
 #include <vector>
@@ -537,7 +537,7 @@ BNode* BNode::Child(const WChar* path) const
             ++end;
         if (*end == 0)
             return node->m_children.Find(path);
-        const std::basic_string<WChar> segment(path, end);
+        const platform::WideText segment(path, end);
         node = node->m_children.Find(segment.c_str());
         path = end + 1;
     }

@@ -1,4 +1,5 @@
 #include "core/base/BlockReader.h"
+#include "core/platform/WideText.h"
 #include "core/profile/BVariant.h"
 #include "core/profile/VariantBytes.h"
 
@@ -54,7 +55,7 @@ std::string ValueText(const BVariant& value)
     if (const auto* truth = dynamic_cast<const TVariant<bool>*>(&value))
         return truth->Value() ? "bool true" : "bool false";
     if (const auto* wide = dynamic_cast<const TVariant<WString>*>(&value))
-        return "text " + Quoted(std::basic_string_view<WChar>(wide->Value().CStr()));
+        return "text " + Quoted(platform::WideView(wide->Value().CStr()));
     return "value";
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "core/platform/WChar.h"
-
-#include <string>
+#include "core/platform/WideText.h"
 
 class BlockReader;
 class Report;
@@ -15,7 +13,7 @@ void InspectArchive(BlockReader& file, Report& report);
 
 /// Sections, keys, types and values.
 void InspectBinaryProfile(BlockReader& file, Report& report);
-void InspectTextProfile(const std::basic_string<WChar>& text, Report& report);
+void InspectTextProfile(const platform::WideText& text, Report& report);
 
 /// Entries, and what the language map has against them.
 void InspectLanguageFile(const WChar* path, Report& report);

@@ -2,6 +2,7 @@
 #include "core/language/BLanguageMap.h"
 #include "core/language/LanguageReader.h"
 #include "core/platform/FileStream.h"
+#include "core/platform/WideText.h"
 
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
@@ -9,11 +10,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <ostream>
-#include <string_view>
 
 namespace {
 
-using View = std::basic_string_view<WChar>;
+using platform::WideView;
 
 const char* Meaning(int code)
 {
@@ -27,16 +27,16 @@ const char* Meaning(int code)
 
 std::string Cell(const WString& cell)
 {
-    return Quoted(View(cell.CStr()));
+    return Quoted(WideView(cell.CStr()));
 }
 
 // A quote that nothing closes takes the entries behind it into its cell.
 bool HoldsEntries(const BArray<WString>& cells)
 {
     return std::any_of(cells.begin(), cells.end(), [](const WString& cell) {
-        const View text(cell.CStr());
+        const WideView text(cell.CStr());
         const std::size_t entry = text.find(QD_W("\n$"));
-        return entry != View::npos && text.find(WChar('\t'), entry) != View::npos;
+        return entry != WideView::npos && text.find(WChar('\t'), entry) != WideView::npos;
     });
 }
 

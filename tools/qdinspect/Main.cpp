@@ -8,6 +8,7 @@
 #include "core/base/BlockReader.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/FileStream.h"
+#include "core/platform/WideText.h"
 
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
@@ -17,12 +18,11 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <string>
 #include <string_view>
 
 namespace {
 
-using Text = std::basic_string<WChar>;
+using platform::WideText;
 
 enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile };
 
@@ -44,7 +44,7 @@ bool IsUnicode(BlockReader& file)
 }
 
 // UTF-16LE with a byte-order mark, else 8-bit text. An odd last byte is dropped.
-Text ReadText(BlockReader& file)
+WideText ReadText(BlockReader& file)
 {
     static_assert(std::endian::native == std::endian::little, "units are read as they stand");
     const std::uint64_t size = file.Size();
@@ -52,7 +52,7 @@ Text ReadText(BlockReader& file)
     const char* const bytes = size <= kLargestText ? file.Peek(size) : nullptr;
     if (size == 0 || bytes == nullptr)
         return {};
-    Text text;
+    WideText text;
     if (isUnicode) {
         text.resize(size / sizeof(WChar) - 1);
         std::memcpy(text.data(), bytes + sizeof(WChar), text.size() * sizeof(WChar));
@@ -64,7 +64,7 @@ Text ReadText(BlockReader& file)
 }
 
 // The first line that begins like an entry or like a section tells.
-EKind KindOfText(const Text& text, bool isUnicode)
+EKind KindOfText(const WideText& text, bool isUnicode)
 {
     for (std::size_t line = 0; line < text.size();) {
         if (text[line] == '$')
@@ -72,7 +72,7 @@ EKind KindOfText(const Text& text, bool isUnicode)
         if (text[line] == '[')
             return EKind::TextProfile;
         const std::size_t end = text.find(WChar('\n'), line);
-        line = end == Text::npos ? text.size() : end + 1;
+        line = end == WideText::npos ? text.size() : end + 1;
     }
     // A new profile is an empty text.
     return isUnicode && text.empty() ? EKind::TextProfile : EKind::Unknown;
@@ -107,7 +107,7 @@ int Nothing(const char* why)
     return kNothing;
 }
 
-int Inspect(const Text& path, std::string_view kindName)
+int Inspect(const WideText& path, std::string_view kindName)
 {
     BlockReader file(platform::OpenStream(path.c_str(), QD_W("rb")));
     if (!file.IsGood())

@@ -69,7 +69,7 @@ std::ostream& Report::DamageInLine(std::uint64_t number)
     return m_out << "DAMAGED in line " << number << ": ";
 }
 
-std::string Quoted(std::basic_string_view<WChar> text)
+std::string Quoted(platform::WideView text)
 {
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -90,7 +90,7 @@ std::string Quoted(std::basic_string_view<WChar> text)
 
 std::string Quoted(std::string_view text)
 {
-    std::basic_string<WChar> units(text.size(), 0);
+    platform::WideText units(text.size(), 0);
     units.resize(platform::AnsiToWide(text.data(), text.size(), units.data(), units.size()));
-    return Quoted(std::basic_string_view<WChar>(units));
+    return Quoted(platform::WideView(units));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstdint>
 #include <iosfwd>
@@ -28,6 +28,6 @@ private:
 
 /// A text as a report shows it: UTF-8 in quotes, with escapes for what a terminal does not print as
 /// it is, so that no file can act on the terminal.
-[[nodiscard]] std::string Quoted(std::basic_string_view<WChar> text);
+[[nodiscard]] std::string Quoted(platform::WideView text);
 /// A text in the ANSI code page.
 [[nodiscard]] std::string Quoted(std::string_view text);

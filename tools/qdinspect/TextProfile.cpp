@@ -1,17 +1,18 @@
+#include "core/platform/WideText.h"
+
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
 #include <cstdint>
 #include <ostream>
 #include <set>
-#include <string_view>
 
 namespace {
 
-using Text = std::basic_string<WChar>;
-using View = std::basic_string_view<WChar>;
+using platform::WideText;
+using platform::WideView;
 
-View Trimmed(View text)
+WideView Trimmed(WideView text)
 {
     const auto isBlank = [](WChar unit) { return unit == ' ' || unit == '\t' || unit == '\r'; };
     while (!text.empty() && isBlank(text.front()))
@@ -22,9 +23,9 @@ View Trimmed(View text)
 }
 
 // Names go without regard to case.
-Text Folded(View name)
+WideText Folded(WideView name)
 {
-    Text folded(name);
+    WideText folded(name);
     for (WChar& unit : folded) {
         if (unit >= 'A' && unit <= 'Z')
             unit = static_cast<WChar>(unit - 'A' + 'a');
@@ -38,11 +39,11 @@ public:
         : m_report(report)
     {}
 
-    void InspectLine(View line)
+    void InspectLine(WideView line)
     {
         ++m_line;
         line = Trimmed(line);
-        if (line.find(WChar(0)) != View::npos)
+        if (line.find(WChar(0)) != WideView::npos)
             m_report.DamageInLine(m_line) << "a zero in the text\n";
         if (line.empty() || line.front() == ';')
             return;
@@ -55,23 +56,23 @@ public:
     void End() { m_report.Line() << m_sections.size() << " sections, " << m_keyCount << " keys\n"; }
 
 private:
-    void InspectSection(View line)
+    void InspectSection(WideView line)
     {
         m_keys.clear();
         const std::size_t end = line.rfind(']');
-        const View name = Trimmed(line.substr(1, end == View::npos ? end : end - 1));
+        const WideView name = Trimmed(line.substr(1, end == WideView::npos ? end : end - 1));
         m_report.Line() << "line " << m_line << ": section " << Quoted(name) << '\n';
-        if (end == View::npos)
+        if (end == WideView::npos)
             m_report.DamageInLine(m_line) << "no bracket ends the name of the section\n";
         if (!m_sections.insert(Folded(name)).second)
             m_report.DamageInLine(m_line) << "the section is there already; the first counts\n";
     }
 
-    void InspectKey(View line)
+    void InspectKey(WideView line)
     {
         const std::size_t equals = line.find(WChar('='));
-        const View key = Trimmed(line.substr(0, equals));
-        if (equals == View::npos || key.empty()) {
+        const WideView key = Trimmed(line.substr(0, equals));
+        if (equals == WideView::npos || key.empty()) {
             m_report.DamageInLine(m_line) << Quoted(line) << " is no key with a value\n";
             return;
         }
@@ -83,22 +84,22 @@ private:
     }
 
     Report& m_report;
-    std::set<Text> m_sections;
-    std::set<Text> m_keys; // of the section at hand
+    std::set<WideText> m_sections;
+    std::set<WideText> m_keys; // of the section at hand
     std::uint64_t m_line = 0;
     std::uint64_t m_keyCount = 0;
 };
 
 } // namespace
 
-void InspectTextProfile(const std::basic_string<WChar>& text, Report& report)
+void InspectTextProfile(const WideText& text, Report& report)
 {
     report.Line() << "text profile\n";
     TextProfileInspector inspector(report);
-    for (View rest = text; !rest.empty();) {
+    for (WideView rest = text; !rest.empty();) {
         const std::size_t end = rest.find(WChar('\n'));
         inspector.InspectLine(rest.substr(0, end));
-        rest.remove_prefix(end == View::npos ? rest.size() : end + 1);
+        rest.remove_prefix(end == WideView::npos ? rest.size() : end + 1);
     }
     inspector.End();
 }

@@ -8,8 +8,6 @@ namespace platform {
 
 namespace {
 
-using WideView = std::basic_string_view<WChar>;
-
 // The steps that stand for no unit of their own. "*" and "?" are always wild in a pattern, and no
 // pattern holds a separator.
 constexpr WChar kAny = '*';        // any units

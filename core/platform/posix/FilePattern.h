@@ -1,9 +1,6 @@
 #pragma once
 
-#include "core/platform/WChar.h"
-
-#include <string>
-#include <string_view>
+#include "core/platform/WideText.h"
 
 namespace platform {
 
@@ -19,15 +16,15 @@ namespace platform {
 class FilePattern {
 public:
     /// `pattern` has no separator.
-    explicit FilePattern(std::basic_string_view<WChar> pattern);
+    explicit FilePattern(WideView pattern);
 
     /// "." and ".." are found where either "." or an empty name would be.
-    [[nodiscard]] bool Matches(std::basic_string_view<WChar> name) const;
+    [[nodiscard]] bool Matches(WideView name) const;
 
 private:
-    [[nodiscard]] bool MatchesText(std::basic_string_view<WChar> name) const;
+    [[nodiscard]] bool MatchesText(WideView name) const;
 
-    std::basic_string<WChar> m_steps;
+    WideText m_steps;
 };
 
 } // namespace platform

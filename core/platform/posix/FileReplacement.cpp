@@ -224,9 +224,9 @@ std::FILE* FileReplacement::Stream() const noexcept
     return m_state->stream.get();
 }
 
-std::basic_string<WChar> FileReplacement::Path() const
+WideText FileReplacement::Path() const
 {
-    return m_state->stream ? FromNativePath(m_state->draft) : std::basic_string<WChar>();
+    return m_state->stream ? FromNativePath(m_state->draft) : WideText();
 }
 
 bool FileReplacement::Commit() noexcept

@@ -2,6 +2,7 @@
 
 #include "core/platform/AppendedLines.h"
 #include "core/platform/CharClass.h"
+#include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/NativePath.h"
 #include "core/platform/posix/TextStream.h"
@@ -11,7 +12,6 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <optional>
-#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,8 +20,6 @@
 namespace platform {
 
 namespace {
-
-using WideView = std::basic_string_view<WChar>;
 
 struct OpenMode {
     char access = 'r'; // "r", "w" or "a"

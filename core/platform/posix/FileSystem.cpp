@@ -10,15 +10,12 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
 
 namespace {
-
-using WideView = std::basic_string_view<WChar>;
 
 constexpr WideView kWild = u"*?";
 
@@ -61,7 +58,7 @@ EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFi
 {
     const WideView whole(pattern);
     const std::size_t nameBegin = whole.find_last_of(u"/\\") + 1; // 0 when there is no separator
-    const std::basic_string<WChar> folder(whole.substr(0, nameBegin));
+    const WideText folder(whole.substr(0, nameBegin));
     const WideView wanted = whole.substr(nameBegin);
     FoundFile file;
     if (wanted.empty())
@@ -81,7 +78,7 @@ EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFi
     bool isWhole = true;
     errno = 0; // tells the end of the list from a failure
     for (; const dirent* const entry = ::readdir(directory.get()); errno = 0) {
-        const std::basic_string<WChar> name = FromNativePath(entry->d_name);
+        const WideText name = FromNativePath(entry->d_name);
         if (!wild.Matches(name))
             continue;
         const EPresence presence = Describe(::dirfd(directory.get()), entry->d_name, file);
@@ -130,7 +127,7 @@ bool RemoveFile(const WChar* path) noexcept
     return ::unlink(NativePath(path)) == 0;
 }
 
-std::basic_string<WChar> FullPath(const WChar* path)
+WideText FullPath(const WChar* path)
 {
     char folder[PATH_MAX];
     if (*path == u'/' || *path == u'\\' || ::getcwd(folder, sizeof folder) == nullptr)
@@ -156,7 +153,7 @@ bool MakeDirectories(const WChar* path) noexcept
     return ::mkdir(text, 0777) == 0;
 }
 
-std::optional<std::basic_string<WChar>> ShortPath(const WChar* path)
+std::optional<WideText> ShortPath(const WChar* path)
 {
     if (!PathExists(path))
         return std::nullopt;

@@ -12,9 +12,6 @@ namespace platform {
 
 namespace {
 
-using WideText = std::basic_string<WChar>;
-using WideView = std::basic_string_view<WChar>;
-
 template <class Unit>
 constexpr bool IsBlank(Unit unit)
 {

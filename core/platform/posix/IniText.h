@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -63,8 +63,6 @@ class IniText {
 public:
     using Text = std::basic_string<Unit>;
     using View = std::basic_string_view<Unit>;
-    using WideText = std::basic_string<WChar>;
-    using WideView = std::basic_string_view<WChar>;
 
     /// What `text` may have at most.
     static constexpr std::size_t kMostUnits = 0x7FFFFFFF;

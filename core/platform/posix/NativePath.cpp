@@ -33,7 +33,7 @@ constexpr bool IsEscapedByte(UChar32 character)
 
 NativePath::NativePath(const WChar* path) noexcept
 {
-    const std::basic_string_view<WChar> units(path);
+    const WideView units(path);
     std::size_t length = 0;
     for (std::size_t i = 0; i < units.size() && length < PATH_MAX;) {
         UChar32 character = 0;
@@ -55,10 +55,10 @@ std::string ToNativePath(const WChar* path)
     return std::string(NativePath(path));
 }
 
-std::basic_string<WChar> FromNativePath(std::string_view path)
+WideText FromNativePath(std::string_view path)
 {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(path.data());
-    std::basic_string<WChar> units;
+    WideText units;
     units.reserve(path.size());
     for (std::size_t i = 0; i < path.size();) {
         const std::size_t start = i;

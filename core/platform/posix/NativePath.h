@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <climits>
 #include <optional>
@@ -32,7 +32,7 @@ private:
 /// The same as a text.
 [[nodiscard]] std::string ToNativePath(const WChar* path);
 
-[[nodiscard]] std::basic_string<WChar> FromNativePath(std::string_view path);
+[[nodiscard]] WideText FromNativePath(std::string_view path);
 
 /// Where the links of a native path lead, also when nothing is there; none when the system fails to
 /// tell.

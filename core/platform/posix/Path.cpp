@@ -19,7 +19,7 @@ std::size_t FindFileSpec(const WChar* path)
     return FindFileSpec(path, EPathStyle::Posix);
 }
 
-std::optional<std::basic_string<WChar>> CombinePaths(const WChar* folder, const WChar* path)
+std::optional<WideText> CombinePaths(const WChar* folder, const WChar* path)
 {
     return CombinePaths(folder, path, EPathStyle::Posix);
 }

@@ -1,6 +1,7 @@
 #include "core/platform/PrivateProfile.h"
 
 #include "core/platform/FileReplacement.h"
+#include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/IniText.h"
 #include "core/platform/posix/NativePath.h"
@@ -28,14 +29,11 @@
 namespace platform {
 
 struct ProfileUpdate::State {
-    std::basic_string<WChar> path;
+    WideText path;
     Descriptor lock;
 };
 
 namespace {
-
-using WideText = std::basic_string<WChar>;
-using WideView = std::basic_string_view<WChar>;
 
 static_assert(std::endian::native == std::endian::little, "units are read as they stand");
 

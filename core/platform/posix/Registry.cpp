@@ -20,8 +20,6 @@ struct RegistryKey {
 
 namespace {
 
-using WideView = std::basic_string_view<WChar>;
-
 constexpr std::size_t kLongestKeyName = 255;
 constexpr std::size_t kLongestValueName = 16383;
 
@@ -112,7 +110,7 @@ RegistryKeyHandle OpenRegistryKey(RegistryKey& parent, const WChar* path)
     return Open(*parent.database, &parent.key, path);
 }
 
-ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, std::basic_string<WChar>& text)
+ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, WideText& text)
 {
     const bool isRead = key.database->ReadText(key.key, NameOf(name).folded, text);
     return isRead ? ERegistryRead::Done : ERegistryRead::NoText;

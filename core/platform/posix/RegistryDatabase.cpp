@@ -108,10 +108,7 @@ public:
                                            SQLITE_STATIC) == SQLITE_OK;
         return *this;
     }
-    Run& With(std::basic_string_view<WChar> units) noexcept
-    {
-        return With(units.data(), units.size() * sizeof(WChar));
-    }
+    Run& With(WideView units) noexcept { return With(units.data(), units.size() * sizeof(WChar)); }
 
     [[nodiscard]] bool HasRow() noexcept { return Step() == SQLITE_ROW; }
     [[nodiscard]] bool IsDone() noexcept { return Step() == SQLITE_DONE; }
@@ -391,8 +388,7 @@ std::optional<RegistryDatabase::Key> RegistryDatabase::OpenKey(const Key* parent
     return isMade ? std::optional(Key{file, key}) : std::nullopt;
 }
 
-bool RegistryDatabase::ReadText(const Key& key, std::basic_string_view<WChar> foldedName,
-                                std::basic_string<WChar>& text)
+bool RegistryDatabase::ReadText(const Key& key, WideView foldedName, WideText& text)
 {
     const std::lock_guard lock(g_lock);
     // What is open is read without a look at the location, which takes half as long as the read.

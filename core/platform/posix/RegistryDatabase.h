@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/platform/Registry.h"
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,14 +9,13 @@
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 
 namespace platform {
 
 /// A name as it is written and as it is compared.
 struct RegistryName {
-    std::basic_string_view<WChar> written; // borrowed
-    std::basic_string<WChar> folded;
+    WideView written; // borrowed
+    WideText folded;
 };
 
 /// The database that stands for the registry. Any thread may call any of them.
@@ -54,8 +53,7 @@ public:
     [[nodiscard]] std::optional<Key> OpenKey(const Key* parent,
                                              std::span<const RegistryName> names);
 
-    [[nodiscard]] bool ReadText(const Key& key, std::basic_string_view<WChar> foldedName,
-                                std::basic_string<WChar>& text);
+    [[nodiscard]] bool ReadText(const Key& key, WideView foldedName, WideText& text);
     [[nodiscard]] bool WriteValue(const Key& key, const RegistryName& name, ERegistryType type,
                                   const void* data, std::size_t size);
 

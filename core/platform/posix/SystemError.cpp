@@ -9,9 +9,9 @@ namespace platform {
 namespace {
 
 /// From the encoding of the process's locale, in which the system speaks.
-std::basic_string<WChar> ToWide(const std::string& text)
+WideText ToWide(const std::string& text)
 {
-    std::basic_string<WChar> wide;
+    WideText wide;
     std::mbstate_t state{};
     const char* at = text.data();
     const char* const end = at + text.size();
@@ -30,7 +30,7 @@ std::basic_string<WChar> ToWide(const std::string& text)
 
 } // namespace
 
-std::basic_string<WChar> LastErrorText()
+WideText LastErrorText()
 {
     const int code = errno;
     return ToWide(std::system_category().message(code));

@@ -7,13 +7,10 @@
 #include <shellapi.h>
 #include <shlobj.h>
 #include <shlwapi.h>
-#include <string_view>
 
 namespace platform {
 
 namespace {
-
-using WideView = std::basic_string_view<WChar>;
 
 struct SearchCloser {
     void operator()(void* search) const noexcept { ::FindClose(search); }
@@ -41,7 +38,7 @@ EPresence PresenceAfterFind(DWORD error)
 FoundFile Describe(const WIN32_FIND_DATAW& data, WideView folder)
 {
     const auto has = [&](DWORD attribute) { return (data.dwFileAttributes & attribute) != 0; };
-    return {.path = std::basic_string<WChar>(folder) + data.cFileName,
+    return {.path = WideText(folder) + data.cFileName,
             .isReadOnly = has(FILE_ATTRIBUTE_READONLY),
             .isSystem = has(FILE_ATTRIBUTE_SYSTEM),
             .isDirectory = has(FILE_ATTRIBUTE_DIRECTORY),
@@ -108,9 +105,9 @@ bool RemoveFile(const WChar* path) noexcept
     return ::DeleteFileW(path) != FALSE;
 }
 
-std::basic_string<WChar> FullPath(const WChar* path)
+WideText FullPath(const WChar* path)
 {
-    std::basic_string<WChar> fullPath(::GetFullPathNameW(path, 0, nullptr, nullptr), L'\0');
+    WideText fullPath(::GetFullPathNameW(path, 0, nullptr, nullptr), L'\0');
     const auto room = static_cast<DWORD>(fullPath.size());
     const DWORD length = ::GetFullPathNameW(path, room, fullPath.data(), nullptr);
     if (length == 0 || length >= room) // another thread changed the current folder
@@ -124,12 +121,12 @@ bool MakeDirectories(const WChar* path) noexcept
     return ::SHCreateDirectoryExW(nullptr, path, nullptr) == ERROR_SUCCESS;
 }
 
-std::optional<std::basic_string<WChar>> ShortPath(const WChar* path)
+std::optional<WideText> ShortPath(const WChar* path)
 {
-    std::basic_string<WChar> longPath(path);
+    WideText longPath(path);
     if (longPath.size() >= MAX_PATH)
         longPath.insert(0, L"\\\\?\\");
-    std::basic_string<WChar> shortPath(MAX_PATH + 1, L'\0');
+    WideText shortPath(MAX_PATH + 1, L'\0');
     while (true) {
         const auto room = static_cast<DWORD>(shortPath.size());
         const DWORD length = ::GetShortPathNameW(longPath.c_str(), shortPath.data(), room);

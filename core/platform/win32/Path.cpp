@@ -20,12 +20,12 @@ std::size_t FindExtension(const WChar* path) noexcept
 
 std::size_t FindFileSpec(const WChar* path)
 {
-    std::basic_string<WChar> copy(path);
+    WideText copy(path);
     ::PathRemoveFileSpecW(copy.data());
     return std::wcslen(copy.c_str());
 }
 
-std::optional<std::basic_string<WChar>> CombinePaths(const WChar* folder, const WChar* path)
+std::optional<WideText> CombinePaths(const WChar* folder, const WChar* path)
 {
     // Cleared, for the shell may look behind what it wrote.
     WChar combined[kPathRoom] = {};

@@ -38,14 +38,14 @@ RegistryKeyHandle OpenRegistryKey(RegistryKey& parent, const WChar* path)
     return Open(Native(parent), path);
 }
 
-ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, std::basic_string<WChar>& text)
+ERegistryRead ReadRegistryText(RegistryKey& key, const WChar* name, WideText& text)
 {
     DWORD type = REG_NONE;
     DWORD size = 0;
     if (::RegQueryValueExW(Native(key), name, nullptr, &type, nullptr, &size) != ERROR_SUCCESS ||
         (type != REG_SZ && type != REG_EXPAND_SZ))
         return ERegistryRead::NoText;
-    std::basic_string<WChar> units((size + 1) / sizeof(WChar), L' ');
+    WideText units((size + 1) / sizeof(WChar), L' ');
     if (size != 0 &&
         ::RegQueryValueExW(Native(key), name, nullptr, nullptr,
                            reinterpret_cast<BYTE*>(units.data()), &size) != ERROR_SUCCESS)

@@ -13,7 +13,7 @@ struct LocalDeleter {
 
 } // namespace
 
-std::basic_string<WChar> LastErrorText()
+WideText LastErrorText()
 {
     constexpr DWORD flags =
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
@@ -24,7 +24,7 @@ std::basic_string<WChar> LastErrorText()
         ::FormatMessageW(flags, nullptr, code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                          reinterpret_cast<LPWSTR>(&text), 0, nullptr);
     const std::unique_ptr<WChar, LocalDeleter> owner(text);
-    return length != 0 ? std::basic_string<WChar>(text, length) : std::basic_string<WChar>();
+    return length != 0 ? WideText(text, length) : WideText();
 }
 
 } // namespace platform
