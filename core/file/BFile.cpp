@@ -1,5 +1,6 @@
 #include "core/file/BFile.h"
 
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileStream.h"
@@ -17,16 +18,6 @@ namespace {
 
 constexpr int kNotConverted = 31825;
 constexpr int kNoShortPath = 32987;
-
-constexpr std::string_view kUtf16LittleMark = "\xFF\xFE";
-constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-
-bool HasMark(std::string_view text)
-{
-    return text.starts_with(kUtf16LittleMark) || text.starts_with(kUtf16BigMark) ||
-           text.starts_with(kUtf8Mark);
-}
 
 bool ReadAll(const WChar* path, std::string& bytes)
 {
@@ -89,11 +80,11 @@ bool ReplaceByUnicode(const WChar* path)
     std::string bytes;
     if (!ReadAll(path, bytes))
         return false;
-    if (HasMark(bytes)) // when the look at the file's start failed
+    if (!platform::MarkAt(bytes).empty()) // when the look at the file's start failed
         return true;
     platform::FileReplacement replacement(path);
     std::FILE* const stream = replacement.Stream();
-    if (stream == nullptr || !Write(stream, kUtf16LittleMark))
+    if (stream == nullptr || !Write(stream, platform::kUtf16Mark))
         return false;
     for (std::string_view rest = bytes; !rest.empty();) {
         const std::size_t length = PieceLength(rest);
@@ -176,9 +167,9 @@ bool BFile::IsUnicode(const WChar* path) noexcept
     const platform::Stream stream = path ? platform::OpenStream(path, QD_W("rt")) : nullptr;
     if (!stream)
         return false;
-    char bytes[kUtf8Mark.size()] = {};
+    char bytes[platform::kUtf8Mark.size()] = {};
     const std::string_view start(bytes, std::fread(bytes, 1, sizeof bytes, stream.get()));
-    return HasMark(start);
+    return !platform::MarkAt(start).empty();
 }
 
 int BFile::ConvertToUnicode(const WChar* path) noexcept

@@ -3,6 +3,7 @@
 #include "core/file/BFile.h"
 #include "core/language/LanguageReader.h"
 #include "core/language/LanguageTable.h"
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/CharClass.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileStream.h"
@@ -32,7 +33,6 @@ constexpr int kBadLines = 7360;
 constexpr std::size_t kCellCount = 3;
 constexpr WChar kKeySign = '$';
 constexpr WChar kQuote = '"';
-constexpr WChar kByteOrderMark = 0xFEFF;
 constexpr WChar kNoTextUnit = 0xFFFF; // a text stream takes it for its end
 constexpr WChar kReadMode[] = QD_W("r,ccs=UTF-16LE");
 
@@ -174,7 +174,7 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
 // `text` as a text stream of UTF-16LE writes it.
 bool WriteUtf16File(const WChar* path, WideView text)
 {
-    WideText units(1, kByteOrderMark);
+    WideText units(1, platform::kMarkUnit);
     for (const WChar unit : text) {
         if (unit == '\n')
             units += '\r';

@@ -3,6 +3,7 @@
 #include "core/base/BError.h"
 #include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileSystem.h"
 #include "core/platform/PrivateProfile.h"
@@ -33,7 +34,7 @@ bool MakeFolder(const WString& path)
 
 bool WriteEmptyFile(const WString& path)
 {
-    constexpr std::string_view mark = "\xFF\xFE"; // UTF-16LE
+    constexpr std::string_view mark = platform::kUtf16Mark;
     platform::FileReplacement file(path, platform::FileReplacement::ESync::No);
     return file.Stream() != nullptr &&
            std::fwrite(mark.data(), 1, mark.size(), file.Stream()) == mark.size() && file.Commit();

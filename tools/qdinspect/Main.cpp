@@ -6,6 +6,7 @@
 
 #include "core/archive/ObjectHeader.h"
 #include "core/base/BlockReader.h"
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
@@ -40,7 +41,7 @@ bool BeginsWith(BlockReader& file, std::string_view bytes)
 
 bool IsUnicode(BlockReader& file)
 {
-    return BeginsWith(file, "\xFF\xFE");
+    return BeginsWith(file, platform::kUtf16Mark);
 }
 
 // UTF-16LE with a byte-order mark, else 8-bit text. An odd last byte is dropped.
@@ -85,7 +86,7 @@ EKind KindOf(BlockReader& file)
     std::uint64_t offset = 0;
     if (PeekText(file, offset))
         return EKind::Archive;
-    if (BeginsWith(file, "\xEF\xBB\xBF$"))
+    if (BeginsWith(file, std::string(platform::kUtf8Mark) + '$'))
         return EKind::Language;
     return KindOfText(ReadText(file), IsUnicode(file));
 }

@@ -1,5 +1,6 @@
 #include "core/platform/PrivateProfile.h"
 
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
@@ -36,9 +37,6 @@ struct ProfileUpdate::State {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "units are read as they stand");
-
-constexpr std::string_view kLittleMark = "\xFF\xFE";
-constexpr std::string_view kBigMark = "\xFE\xFF";
 
 enum class EEncoding { Ansi, Utf16Little, Utf16Big };
 
@@ -99,9 +97,9 @@ void SwapBytes(WideText& units)
 Profile Parse(std::string bytes)
 {
     Profile profile;
-    if (bytes.starts_with(kLittleMark))
+    if (bytes.starts_with(kUtf16Mark))
         profile.encoding = EEncoding::Utf16Little;
-    else if (bytes.starts_with(kBigMark))
+    else if (bytes.starts_with(kUtf16BigMark))
         profile.encoding = EEncoding::Utf16Big;
     if (profile.encoding == EEncoding::Ansi) {
         profile.text.emplace<0>(std::move(bytes));
@@ -110,7 +108,7 @@ Profile Parse(std::string bytes)
     // An odd last byte is none.
     WideText units(bytes.size() / sizeof(WChar) - 1, 0);
     bytes.copy(reinterpret_cast<char*>(units.data()), units.size() * sizeof(WChar),
-               kLittleMark.size());
+               kUtf16Mark.size());
     if (profile.encoding == EEncoding::Utf16Big)
         SwapBytes(units);
     profile.text.emplace<1>(std::move(units));
@@ -134,11 +132,12 @@ bool Write(std::FILE* stream, const Profile& profile)
     const WideText& units = std::get<1>(profile.text).Whole();
     const std::size_t size = units.size() * sizeof(WChar);
     if (profile.encoding == EEncoding::Utf16Little)
-        return Write(stream, kLittleMark.data(), kLittleMark.size()) &&
+        return Write(stream, kUtf16Mark.data(), kUtf16Mark.size()) &&
                Write(stream, units.data(), size);
     WideText swapped = units;
     SwapBytes(swapped);
-    return Write(stream, kBigMark.data(), kBigMark.size()) && Write(stream, swapped.data(), size);
+    return Write(stream, kUtf16BigMark.data(), kUtf16BigMark.size()) &&
+           Write(stream, swapped.data(), size);
 }
 
 std::optional<std::string> ReadAll(int file, std::size_t size)

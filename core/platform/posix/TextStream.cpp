@@ -1,5 +1,6 @@
 #include "core/platform/posix/TextStream.h"
 
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/WChar.h"
 
 #include <unicode/utf16.h>
@@ -26,9 +27,6 @@ namespace {
 constexpr WChar kLineFeed = '\n';
 constexpr WChar kReturn = '\r';
 constexpr WChar kEndOfText = 0x1A;
-
-constexpr std::string_view kUtf16Mark = "\xFF\xFE";
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 enum class EEncoding : std::uint8_t { Narrow, EightBit, Utf16, Utf8 };
 
