@@ -4,6 +4,7 @@
 #include "core/platform/CodePage.h"
 #include "core/platform/posix/AnsiPosition.h"
 #include "core/platform/posix/CollationTables.h"
+#include "core/platform/posix/FoldCase.h"
 
 #include <unicode/unorm2.h>
 
@@ -947,14 +948,6 @@ std::size_t Find(std::basic_string_view<Char> text, std::basic_string_view<Char>
     return i <= last ? SumSearch<Char>(text, part).Find(i) : kNotFound;
 }
 
-/// The capital of which `unit` is the small letter: none for another small form, like the final
-/// sigma.
-UChar32 SimpleCapital(char16_t unit) noexcept
-{
-    const UChar32 capital = u_toupper(unit);
-    return u_tolower(capital) == unit ? capital : unit;
-}
-
 // A key has the levels one after another. Bytes of 1 end a level, as no other byte is below 2, but
 // for the second of a place. What is plain at the end of a level is left out (texts of equal places
 // have as many kana, so of these nothing is), and so are the ends of levels when nothing follows.
@@ -1074,9 +1067,9 @@ std::size_t FindIgnoringCase(const char* text, const char* part) noexcept
 
 std::size_t FindIgnoringCase(const WChar* text, WChar wanted) noexcept
 {
-    const UChar32 capital = SimpleCapital(wanted);
+    const WChar folded = FoldCase(wanted);
     for (std::size_t i = 0; text[i] != 0; ++i) {
-        if (text[i] == wanted || SimpleCapital(text[i]) == capital)
+        if (text[i] == wanted || FoldCase(text[i]) == folded)
             return i;
     }
     return kNotFound;

@@ -1,8 +1,7 @@
 #include "core/platform/posix/IniText.h"
 
 #include "core/platform/CodePage.h"
-
-#include <unicode/uchar.h>
+#include "core/platform/posix/FoldCase.h"
 
 #include <algorithm>
 #include <random>
@@ -78,21 +77,12 @@ std::basic_string<Unit> Narrow(WideView text)
     return narrowed;
 }
 
-WChar FoldUnit(WChar unit)
-{
-    if (unit < 0x80)
-        return unit >= u'a' && unit <= u'z' ? static_cast<WChar>(unit - (u'a' - u'A')) : unit;
-    const UChar32 upper = u_toupper(unit);
-    // What is not ASCII is never the same as what is, such as U+017F (long s) and "s".
-    return upper < 0x80 || upper > 0xFFFF ? unit : static_cast<WChar>(upper);
-}
-
 template <class Unit>
 WideText Fold(std::basic_string_view<Unit> name)
 {
     WideText folded = Widen(name);
     for (WChar& unit : folded)
-        unit = FoldUnit(unit);
+        unit = FoldCase(unit);
     return folded;
 }
 

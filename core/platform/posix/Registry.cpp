@@ -1,8 +1,7 @@
 #include "core/platform/Registry.h"
 
+#include "core/platform/posix/FoldCase.h"
 #include "core/platform/posix/RegistryDatabase.h"
-
-#include <unicode/uchar.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,22 +22,12 @@ namespace {
 constexpr std::size_t kLongestKeyName = 255;
 constexpr std::size_t kLongestValueName = 16383;
 
-// As the registry compares: unit by unit, and a unit has an upper case only where the way back
-// leads to it again. So neither "ı" nor "ſ" nor "µ" is another letter's lower case.
-WChar Fold(WChar unit)
-{
-    if (unit < 0x80)
-        return unit >= 'a' && unit <= 'z' ? static_cast<WChar>(unit - 'a' + 'A') : unit;
-    const UChar32 upper = ::u_toupper(unit);
-    return U_IS_BMP(upper) && ::u_tolower(upper) == unit ? static_cast<WChar>(upper) : unit;
-}
-
 RegistryName NameOf(WideView written)
 {
     RegistryName name{written, {}};
     name.folded.reserve(written.size());
     for (const WChar unit : written)
-        name.folded.push_back(Fold(unit));
+        name.folded.push_back(FoldCase(unit));
     return name;
 }
 

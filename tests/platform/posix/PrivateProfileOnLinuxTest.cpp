@@ -61,6 +61,14 @@ TEST(PrivateProfileOnLinux, KeepsEveryOtherLineAsItStands)
          "[\xC4]\nstra\xDF"
          "e=2\n"}, // case of every script
         {"[S]\ns=1\ni=1\n", u"S", u"\u017F", u"2", "[S]\ns=1\ni=1\n?=2\r\n"}, // no ASCII letter
+        {std::string("\xFF\xFE[\0S\0]\0\n\0\xB5\0=\0"
+                     "1\0\n\0",
+                     18),
+         u"S", u"\u03BC", u"2",
+         std::string("\xFF\xFE[\0S\0]\0\n\0\xB5\0=\0"
+                     "1\0\n\0\xBC\x03=\0"
+                     "2\0\r\0\n\0",
+                     28)}, // the micro sign is no small letter
         {"\xEF\xBB\xBF[S]\nk=1\n", u"S", u"k", u"2",
          "\xEF\xBB\xBF[S]\nk=1\n[S]\r\nk=2\r\n"}, // a mark of UTF-8 is text
         {std::string("\xFE\xFF\0[\0S\0]", 8), u"S", u"k", u"",
