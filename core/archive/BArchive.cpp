@@ -1,9 +1,9 @@
 #include "core/archive/BArchive.h"
 
-#include "core/archive/ArchiveLoader.h"
-#include "core/archive/ArchiveSaver.h"
+#include "core/archive/Loader.h"
 #include "core/archive/ObjectHeader.h"
 #include "core/archive/PointerMap.h"
+#include "core/archive/Saver.h"
 #include "core/archive/Scratch.h"
 #include "core/base/BError.h"
 #include "core/base/BlockReader.h"
@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -52,11 +53,11 @@ public:
             loader = std::make_unique<NArchive::Loader>(path.CStr());
     }
 
-    void WriteHeader(BArchive& archive, const BString& docClass, int docVersion,
-                     const char* archiveClass);
-    /// Leaves the loader without a file when the archive is not what was asked for.
-    void ReadHeader(BArchive& archive, const BString& docClass, int docVersion,
-                    const char* archiveClass);
+    void WriteFileHeader(BArchive& archive, const BString& docClass, int docVersion,
+                         const char* archiveClass);
+    // Leaves the loader without a file when the archive is not what was asked for.
+    void ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
+                        const char* archiveClass);
 
     template <typename T>
     void Write(T value) const
@@ -98,16 +99,16 @@ public:
     std::unique_ptr<NArchive::Loader> loader; // when reading
 };
 
-void BArchive::Impl::WriteHeader(BArchive& archive, const BString& docClass, int docVersion,
-                                 const char* archiveClass)
+void BArchive::Impl::WriteFileHeader(BArchive& archive, const BString& docClass, int docVersion,
+                                     const char* archiveClass)
 {
     archive << docClass << docVersion;
-    WriteText(archive, archiveClass);
+    NArchive::WriteText(archive, archiveClass);
     archive << kFormatVersion;
 }
 
-void BArchive::Impl::ReadHeader(BArchive& archive, const BString& docClass, int docVersion,
-                                const char* archiveClass)
+void BArchive::Impl::ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
+                                    const char* archiveClass)
 {
     BString fileClass;
     BString fileArchive;
@@ -122,10 +123,11 @@ void BArchive::Impl::ReadHeader(BArchive& archive, const BString& docClass, int 
     std::string documentClass(docClass.CStr());
     std::string fileDocumentClass(fileClass.CStr());
     std::string fileArchiveClass(fileArchive.CStr());
-    if (!fileDocumentClass.starts_with(kClassKeyword)) { // written before names had the keyword
-        documentClass = WithKeyword(documentClass);
-        fileDocumentClass = WithKeyword(fileDocumentClass);
-        fileArchiveClass = WithKeyword(fileArchiveClass);
+    if (!fileDocumentClass.starts_with(
+            NArchive::kClassKeyword)) { // written before names had the keyword
+        documentClass = NArchive::WithKeyword(documentClass);
+        fileDocumentClass = NArchive::WithKeyword(fileDocumentClass);
+        fileArchiveClass = NArchive::WithKeyword(fileArchiveClass);
     }
     accepted = accepted && fileDocumentClass == documentClass && fileArchiveClass == archiveClass &&
                fileVersion >= docVersion && formatVersion >= kOldestReadable &&
@@ -149,9 +151,9 @@ BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersio
     const char* const name = archiveClass == nullptr ? CLASSNAME() : archiveClass;
     std::unique_ptr<Impl> owner(m_impl); // until nothing can throw any more
     if (m_impl->saver)
-        m_impl->WriteHeader(*this, docClass, docVersion, name);
+        m_impl->WriteFileHeader(*this, docClass, docVersion, name);
     else
-        m_impl->ReadHeader(*this, docClass, docVersion, name);
+        m_impl->ReadFileHeader(*this, docClass, docVersion, name);
     static_cast<void>(owner.release());
 }
 
@@ -215,10 +217,10 @@ SP<BSmartObj> BArchive::TakeOut(const char* label)
     return m_impl->loader->TakeOut(label, *this);
 }
 
-void BArchive::TakeOutLater(BString id)
+void BArchive::TakeOutLater(BString indexText)
 {
-    if (m_impl->loader && !id.IsEmpty())
-        m_impl->loader->TakeOutLater(m_impl->loader->directory.FindIndexText(id.CStr()));
+    if (m_impl->loader && !indexText.IsEmpty())
+        m_impl->loader->TakeOutLater(m_impl->loader->directory.FindIndexText(indexText.CStr()));
 }
 
 void BArchive::TakeOutLater(std::uint64_t index)
@@ -232,7 +234,7 @@ SP<BSmartObj> BArchive::QueryObject(void* index)
     if (!m_impl->loader || index == nullptr)
         return nullptr;
     const auto number = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(index));
-    const RecordDirectory::Record* record = m_impl->loader->directory.FindIndex(number);
+    const NArchive::RecordDirectory::Record* record = m_impl->loader->directory.FindIndex(number);
     return record == nullptr ? nullptr : record->object;
 }
 
@@ -288,7 +290,7 @@ bool BArchive::ReadMemoryBlock(void* block, std::uint64_t size)
 
 BArchive& BArchive::operator<<(const BString& text)
 {
-    WriteText(*this, std::string_view(text.CStr(), text.Length()));
+    NArchive::WriteText(*this, std::string_view(text.CStr(), text.Length()));
     return *this;
 }
 
@@ -357,13 +359,13 @@ BArchive& BArchive::operator>>(BString& text)
     if (!m_impl->loader || !IsGood())
         return *this;
     BlockReader& file = m_impl->loader->file;
-    std::uint64_t end = 0;
-    if (!PeekText(file, end))
+    const std::optional<std::uint64_t> size = NArchive::EndOfText(file, 0);
+    if (!size)
         throw ArchiveFormatFault;
     const std::uint64_t start = file.Position();
-    file.MoveTo(start + kTextPrefix);
-    m_impl->ReadText(text, end - kTextPrefix);
-    file.MoveTo(start + end);
+    file.MoveTo(start + NArchive::kTagAndLengthSize);
+    m_impl->ReadText(text, *size - NArchive::kTagAndLengthSize);
+    file.MoveTo(start + *size);
     return *this;
 }
 
@@ -371,10 +373,11 @@ void BArchive::SkipText()
 {
     if (!m_impl->loader || !IsGood())
         return;
-    std::uint64_t end = 0;
-    if (!PeekText(m_impl->loader->file, end))
+    BlockReader& file = m_impl->loader->file;
+    const std::optional<std::uint64_t> size = NArchive::EndOfText(file, 0);
+    if (!size)
         throw ArchiveFormatFault;
-    m_impl->loader->file.MoveTo(m_impl->loader->file.Position() + end);
+    file.MoveTo(file.Position() + *size);
 }
 
 BArchive& BArchive::operator>>(WString& text)

@@ -148,7 +148,7 @@ public:
     /// Queues an object for reading by its index text (`BSmartObj::Id(index)`). What is queued
     /// from inside a `TakeOut`, also by `UpdateAssociations`, is read before that ends, otherwise
     /// by the next one.
-    void TakeOutLater(BString id);
+    void TakeOutLater(BString indexText);
     /// The same by the index itself; 0 is ignored.
     void TakeOutLater(std::uint64_t index);
 

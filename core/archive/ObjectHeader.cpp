@@ -45,12 +45,14 @@ std::uint32_t LengthOfText(const char* text)
 std::string_view TakeText(const char*& at)
 {
     const std::uint32_t length = LengthOfText(at);
-    const std::string_view text(at + kTextPrefix, length);
-    at += kTextPrefix + length;
+    const std::string_view text(at + NArchive::kTagAndLengthSize, length);
+    at += NArchive::kTagAndLengthSize + length;
     return text;
 }
 
 } // namespace
+
+namespace NArchive {
 
 std::string WithKeyword(std::string_view className)
 {
@@ -62,63 +64,64 @@ void WriteText(BArchive& archive, std::string_view text)
 {
     if (text.size() > std::numeric_limits<std::uint32_t>::max())
         archive.ThrowError();
-    char prefix[kTextPrefix] = {kTextTag};
+    char tagAndLength[kTagAndLengthSize] = {kTextTag};
     const auto length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(prefix + 1, &length, sizeof length);
-    archive.WriteMemoryBlock(prefix, sizeof prefix);
+    std::memcpy(tagAndLength + 1, &length, sizeof length);
+    archive.WriteMemoryBlock(tagAndLength, sizeof tagAndLength);
     archive.WriteMemoryBlock(text.data(), text.size());
 }
 
-bool PeekText(BlockReader& reader, std::uint64_t& offset)
+std::optional<std::uint64_t> EndOfText(BlockReader& reader, std::uint64_t offset)
 {
-    const char* start = reader.Peek(offset + kTextPrefix);
+    const char* start = reader.Peek(offset + kTagAndLengthSize);
     if (start == nullptr || start[offset] != kTextTag)
-        return false;
-    const std::uint64_t end = offset + kTextPrefix + LengthOfText(start + offset);
-    if (end > reader.Left())
-        return false;
-    offset = end;
-    return true;
+        return std::nullopt;
+    const std::uint64_t end = offset + kTagAndLengthSize + LengthOfText(start + offset);
+    return end <= reader.Left() ? std::optional(end) : std::nullopt;
 }
 
 bool ReadObjectHeader(BlockReader& reader, int archiveVersion, ObjectHeader& header)
 {
-    std::uint64_t size = 0;
-    if (!PeekText(reader, size) || !PeekText(reader, size) || !PeekText(reader, size))
+    const std::optional<std::uint64_t> label = EndOfText(reader, 0);
+    const std::optional<std::uint64_t> className = label ? EndOfText(reader, *label) : label;
+    const std::optional<std::uint64_t> end = className ? EndOfText(reader, *className) : className;
+    if (!end)
         return false;
     const std::uint64_t sizeBytes = ReadSizeBytes(archiveVersion);
-    size += sizeof header.version + sizeBytes;
+    const std::uint64_t size = *end + sizeof header.version + sizeBytes;
     const char* at = reader.Peek(size);
     if (at == nullptr)
         return false;
-    header.id = TakeText(at);
+    header.indexText = TakeText(at);
     header.label = TakeText(at);
     header.className = TakeText(at);
     std::memcpy(&header.version, at, sizeof header.version);
-    header.size = 0;
-    std::memcpy(&header.size, at + sizeof header.version, sizeBytes);
+    header.payloadSize = 0;
+    std::memcpy(&header.payloadSize, at + sizeof header.version, sizeBytes);
     reader.MoveTo(reader.Position() + size);
-    return header.size <= reader.Left();
+    return header.payloadSize <= reader.Left();
 }
+
+} // namespace NArchive
 
 void BSmartObj::WritePrefix(BArchive& archive, BString label) const
 {
-    char id[16];
+    char digits[16];
     const unsigned int index = archive.MapPointerToIndex(this);
-    const char* idEnd = std::to_chars(id, id + sizeof id, index, 16).ptr;
-    WriteText(archive, std::string_view(id, static_cast<std::size_t>(idEnd - id)));
+    const char* end = std::to_chars(digits, digits + sizeof digits, index, 16).ptr;
+    NArchive::WriteText(archive, std::string_view(digits, static_cast<std::size_t>(end - digits)));
     archive << label;
     const char* name = ArchiveName();
-    WriteText(archive, name == nullptr ? std::string_view() : std::string_view(name));
+    NArchive::WriteText(archive, name == nullptr ? std::string_view() : std::string_view(name));
     archive << Version();
     archive.WriteMemoryBlock(kSizePlaceholder, WrittenSizeBytes(archive.Version()));
 }
 
-bool BSmartObj::ReadPrefix(BArchive& archive, BString& id, BString& label, BString& className,
-                           int& version, std::uint64_t& size)
+bool BSmartObj::ReadPrefix(BArchive& archive, BString& indexText, BString& label,
+                           BString& className, int& version, std::uint64_t& payloadSize)
 {
     try {
-        archive >> id >> label >> className;
+        archive >> indexText >> label >> className;
     } catch (ARCHIVE_EXCEPTION) {
         return false;
     }
@@ -126,6 +129,6 @@ bool BSmartObj::ReadPrefix(BArchive& archive, BString& id, BString& label, BStri
     if (!archive.ReadMemoryBlock(&version, sizeof version) ||
         !archive.ReadMemoryBlock(&read, ReadSizeBytes(archive.Version())))
         return false;
-    size = read;
+    payloadSize = read;
     return archive.IsGood();
 }

@@ -1,15 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 class BArchive;
 class BlockReader;
 
+namespace NArchive {
+
 /// A narrow text in a file: this tag, a 4-byte length, and that many bytes.
 inline constexpr char kTextTag = 'S';
-inline constexpr std::uint64_t kTextPrefix = 5; // tag and length
+inline constexpr std::uint64_t kTagAndLengthSize = 5;
 
 /// In front of each class name, but for those of old files.
 inline constexpr std::string_view kClassKeyword = "class ";
@@ -19,20 +22,22 @@ inline constexpr std::string_view kClassKeyword = "class ";
 /// Writes a narrow text; `ThrowError()` where 32 bits do not hold its length.
 void WriteText(BArchive& archive, std::string_view text);
 
+/// Where the narrow text that begins `offset` bytes behind the reader's position ends, counted from
+/// there as well; none when the text is not there as a whole. The position stays.
+[[nodiscard]] std::optional<std::uint64_t> EndOfText(BlockReader& reader, std::uint64_t offset);
+
 /// What stands in front of an object's payload. The texts lie in the reader's block and are good
 /// until its next read.
 struct ObjectHeader {
-    std::string_view id; // the index in hexadecimal
+    std::string_view indexText; // the index in hexadecimal
     std::string_view label;
     std::string_view className;
-    int version = 0;        // of the class's payload
-    std::uint64_t size = 0; // bytes of the payload
+    int version = 0;               // of the class's payload
+    std::uint64_t payloadSize = 0; // bytes
 };
 
 /// Reads the header at the reader's position and moves behind it. False when it ends early, a text
 /// lacks its tag, or the payload would not end before the reader's limit.
 [[nodiscard]] bool ReadObjectHeader(BlockReader& reader, int archiveVersion, ObjectHeader& header);
 
-/// Moves `offset`, counted from the reader's position, behind the narrow text that stands there.
-/// False when the text is not there as a whole. The position stays.
-[[nodiscard]] bool PeekText(BlockReader& reader, std::uint64_t& offset);
+} // namespace NArchive

@@ -14,6 +14,8 @@ constexpr std::size_t kSample = 1024;         // records that tell how many ther
 
 } // namespace
 
+namespace NArchive {
+
 std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
 {
     const bool leadingZero = text.size() > 1 && text.front() == '0';
@@ -36,10 +38,11 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
         if (!ReadObjectHeader(reader, archiveVersion, header) ||
             m_records.size() >= std::numeric_limits<std::uint32_t>::max() - 1)
             return false;
-        Enter(position, header.id, header.label);
+        Enter(position, header.indexText, header.label);
         if (m_records.size() == kSample) // saves moving the records again and again
-            m_records.reserve(kSample * (reader.Size() / (reader.Position() + header.size) + 1));
-        reader.MoveTo(reader.Position() + header.size);
+            m_records.reserve(kSample *
+                              (reader.Size() / (reader.Position() + header.payloadSize) + 1));
+        reader.MoveTo(reader.Position() + header.payloadSize);
     }
     return reader.IsGood();
 }
@@ -53,7 +56,7 @@ void RecordDirectory::Enter(std::uint64_t position, std::string_view indexText,
         m_byLabel.insert_or_assign(std::string(label), number);
     const std::optional<std::uint64_t> index = IndexOfText(indexText);
     if (!index || *index >= m_indexLimit) {
-        m_byText.insert_or_assign(std::string(indexText), number);
+        m_byIndexText.insert_or_assign(std::string(indexText), number);
         return;
     }
     if (*index >= m_byIndex.size())
@@ -67,7 +70,7 @@ RecordDirectory::Record* RecordDirectory::FindIndex(std::uint64_t index)
         const std::uint32_t number = m_byIndex[index];
         return number == 0 ? nullptr : &m_records[number - 1];
     }
-    if (m_byText.empty())
+    if (m_byIndexText.empty())
         return nullptr;
     char text[16];
     const char* end = std::to_chars(text, text + sizeof text, index, 16).ptr;
@@ -79,8 +82,8 @@ RecordDirectory::Record* RecordDirectory::FindIndexText(std::string_view text)
     const std::optional<std::uint64_t> index = IndexOfText(text);
     if (index && *index < m_byIndex.size())
         return FindIndex(*index);
-    const auto found = m_byText.find(std::string(text));
-    return found == m_byText.end() ? nullptr : &m_records[found->second];
+    const auto found = m_byIndexText.find(std::string(text));
+    return found == m_byIndexText.end() ? nullptr : &m_records[found->second];
 }
 
 RecordDirectory::Record* RecordDirectory::FindLabel(std::string_view label)
@@ -88,3 +91,5 @@ RecordDirectory::Record* RecordDirectory::FindLabel(std::string_view label)
     const auto found = m_byLabel.find(std::string(label));
     return found == m_byLabel.end() ? nullptr : &m_records[found->second];
 }
+
+} // namespace NArchive

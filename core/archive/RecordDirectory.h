@@ -13,11 +13,13 @@
 
 class BlockReader;
 
+namespace NArchive {
+
 /// The records of an archive's file, found by index or by label, and the objects that were rebuilt
 /// from them.
 ///
-/// Indices are handed out in sequence, so a table leads from an index to its record; a hash table
-/// holds the texts that are no index an archive would have handed out.
+/// Indices are handed out in sequence, so an array leads from an index to its record; a hash table
+/// holds the index texts that are none an archive would have handed out.
 class RecordDirectory {
 public:
     struct Record {
@@ -28,7 +30,7 @@ public:
     };
 
     /// Enters every record from the reader's position to its limit. False when they do not end
-    /// there exactly. Where two records bear one name, the later has it.
+    /// there exactly. Of two records with one label or index, the later counts.
     [[nodiscard]] bool Build(BlockReader& reader, int archiveVersion);
 
     /// The record of that index, index text or label; null when there is none.
@@ -37,22 +39,24 @@ public:
     [[nodiscard]] Record* FindLabel(std::string_view label);
 
 private:
-    struct NameHash { // seeded: a file must not choose names that collide
-        std::size_t operator()(const std::string& name) const
+    struct TextHash { // seeded: a file must not choose texts that collide
+        std::size_t operator()(const std::string& text) const
         {
-            return QDSeededHash(name.data(), name.size());
+            return QDSeededHash(text.data(), text.size());
         }
     };
-    using Names = std::unordered_map<std::string, std::uint32_t, NameHash>; // number of a record
+    using Texts = std::unordered_map<std::string, std::uint32_t, TextHash>; // number of a record
 
     void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
 
     std::vector<Record> m_records;
     std::vector<std::uint32_t> m_byIndex; // number of a record + 1, or 0
-    std::uint64_t m_indexLimit = 0;       // indices from here on are in m_byText
-    Names m_byText;
-    Names m_byLabel;
+    std::uint64_t m_indexLimit = 0;       // indices from here on are in m_byIndexText
+    Texts m_byIndexText;
+    Texts m_byLabel;
 };
 
 /// The index that `text` is the index text of; none when no archive would write it so.
 [[nodiscard]] std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept;
+
+} // namespace NArchive

@@ -12,6 +12,8 @@ constexpr std::uint64_t kLargestBuffer = 1024 * 1024;
 
 } // namespace
 
+namespace NArchive {
+
 RecordWriter::RecordWriter(platform::Stream stream)
     : m_stream(std::move(stream))
 {
@@ -89,3 +91,5 @@ void RecordWriter::WriteToFile(const void* bytes, std::uint64_t size)
     if (std::fwrite(bytes, 1, size, m_stream.get()) != size)
         m_stream.reset();
 }
+
+} // namespace NArchive

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <memory>
 
+namespace NArchive {
+
 /// Writes an archive's file: bytes gather in memory, records are patched there, and the file gets
 /// large pieces.
 ///
@@ -53,3 +55,5 @@ private:
     std::uint64_t m_used = 0;
     std::uint64_t m_bufferStart = 0; // place in the file of the buffer's first byte
 };
+
+} // namespace NArchive

@@ -15,7 +15,7 @@ namespace {
 constexpr int kOldestFormat = 2;
 constexpr int kNewestFormat = 8;
 
-struct DocumentHeader {
+struct FileHeader {
     std::string documentClass;
     int documentVersion = 0;
     std::string archiveClass;
@@ -24,12 +24,13 @@ struct DocumentHeader {
 
 std::optional<std::string> ReadText(BlockReader& file)
 {
-    std::uint64_t size = 0;
-    const char* const text = PeekText(file, size) ? file.Peek(size) : nullptr;
+    const std::optional<std::uint64_t> size = NArchive::EndOfText(file, 0);
+    const char* const text = size ? file.Peek(*size) : nullptr;
     if (text == nullptr)
         return std::nullopt;
-    file.MoveTo(file.Position() + size);
-    return std::string(text + kTextPrefix, static_cast<std::size_t>(size - kTextPrefix));
+    file.MoveTo(file.Position() + *size);
+    const std::uint64_t length = *size - NArchive::kTagAndLengthSize;
+    return std::string(text + NArchive::kTagAndLengthSize, static_cast<std::size_t>(length));
 }
 
 bool ReadPart(BlockReader& file, std::string& className, int& version)
@@ -41,7 +42,7 @@ bool ReadPart(BlockReader& file, std::string& className, int& version)
     return file.Read(&version, sizeof version);
 }
 
-bool InspectHeader(BlockReader& file, DocumentHeader& header, Report& report)
+bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
 {
     if (!ReadPart(file, header.documentClass, header.documentVersion)) {
         report.DamageAt(file.Position()) << "no document class and version\n";
@@ -65,17 +66,17 @@ bool InspectHeader(BlockReader& file, DocumentHeader& header, Report& report)
     return true;
 }
 
-void TellBrokenRecord(const BlockReader& file, std::uint64_t start, const ObjectHeader& header,
-                      Report& report)
+void TellBrokenRecord(const BlockReader& file, std::uint64_t start,
+                      const NArchive::ObjectHeader& header, Report& report)
 {
     if (!file.IsGood())
         report.DamageAt(start) << "the file cannot be read\n";
     else if (file.Position() == start)
-        report.DamageAt(start) << "no whole record header\n";
+        report.DamageAt(start) << "no whole object header\n";
     else
-        report.DamageAt(start) << "object " << Quoted(header.id) << " of class "
-                               << Quoted(header.className) << " wants " << header.size << " bytes, "
-                               << file.Left() << " are left\n";
+        report.DamageAt(start) << "object " << Quoted(header.indexText) << " of class "
+                               << Quoted(header.className) << " wants " << header.payloadSize
+                               << " bytes, " << file.Left() << " are left\n";
 }
 
 } // namespace
@@ -83,26 +84,26 @@ void TellBrokenRecord(const BlockReader& file, std::uint64_t start, const Object
 void InspectArchive(BlockReader& file, Report& report)
 {
     report.Line() << "archive\n";
-    DocumentHeader document;
+    FileHeader document;
     if (!InspectHeader(file, document, report))
         return;
     std::uint64_t count = 0;
     for (; file.Left() != 0; ++count) {
         const std::uint64_t start = file.Position();
-        ObjectHeader header;
-        if (!ReadObjectHeader(file, document.formatVersion, header)) {
+        NArchive::ObjectHeader header;
+        if (!NArchive::ReadObjectHeader(file, document.formatVersion, header)) {
             TellBrokenRecord(file, start, header, report);
             break;
         }
-        report.Line() << "at " << start << ": object " << Quoted(header.id) << " of class "
+        report.Line() << "at " << start << ": object " << Quoted(header.indexText) << " of class "
                       << Quoted(header.className) << " version " << header.version << ", "
-                      << header.size << " bytes";
+                      << header.payloadSize << " bytes";
         if (!header.label.empty())
             report.Line() << ", label " << Quoted(header.label);
         report.Line() << '\n';
-        if (!IndexOfText(header.id))
-            report.DamageAt(start) << Quoted(header.id) << " is no index\n";
-        file.MoveTo(file.Position() + header.size);
+        if (!NArchive::IndexOfText(header.indexText))
+            report.DamageAt(start) << Quoted(header.indexText) << " is no index\n";
+        file.MoveTo(file.Position() + header.payloadSize);
     }
     report.Line() << count << " whole records\n";
 }

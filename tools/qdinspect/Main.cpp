@@ -83,8 +83,7 @@ EKind KindOf(BlockReader& file)
 {
     if (BeginsWith(file, "\x06LAi") || BeginsWith(file, "\x05LAY"))
         return EKind::BinaryProfile;
-    std::uint64_t offset = 0;
-    if (PeekText(file, offset))
+    if (NArchive::EndOfText(file, 0))
         return EKind::Archive;
     if (BeginsWith(file, std::string(platform::kUtf8Mark) + '$'))
         return EKind::Language;

@@ -1,4 +1,4 @@
-#include "core/archive/ArchiveLoader.h"
+#include "core/archive/Loader.h"
 
 #include "core/archive/BArchive.h"
 #include "core/archive/ObjectHeader.h"
@@ -66,11 +66,11 @@ void Loader::Open(int version)
         file.Close();
 }
 
-SP<BSmartObj> Loader::TakeOut(std::string_view name, BArchive& archive)
+SP<BSmartObj> Loader::TakeOut(std::string_view label, BArchive& archive)
 try {
-    RecordDirectory::Record* record = directory.FindLabel(name);
+    RecordDirectory::Record* record = directory.FindLabel(label);
     if (record == nullptr)
-        record = directory.FindIndexText(name);
+        record = directory.FindIndexText(label);
     if (record == nullptr)
         return nullptr;
     if (m_nesting != 0)
@@ -150,7 +150,7 @@ SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive
     ObjectHeader header;
     if (!ReadObjectHeader(file, m_version, header))
         return nullptr;
-    file.SetLimit(file.Position() + header.size);
+    file.SetLimit(file.Position() + header.payloadSize);
     const SP<BSmartObj> object = CallRead(header, archive);
     if (object)
         (IsNew(*object) ? m_rebuilt : m_doubles).push_back(&record);

@@ -16,9 +16,10 @@
 #include <vector>
 
 class BArchive;
-struct ObjectHeader;
 
 namespace NArchive {
+
+struct ObjectHeader;
 
 /// The reading half of an archive.
 class Loader {
@@ -32,7 +33,7 @@ public:
     void Open(int version);
 
     /// As `BArchive::TakeOut`, `TakeOutLater`, `VerifyObjects` and `OnRefusal`.
-    [[nodiscard]] SP<BSmartObj> TakeOut(std::string_view name, BArchive& archive);
+    [[nodiscard]] SP<BSmartObj> TakeOut(std::string_view label, BArchive& archive);
     void TakeOutLater(RecordDirectory::Record* record);
     [[nodiscard]] bool Verify() const;
     void OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&));

@@ -1,4 +1,4 @@
-#include "core/archive/ArchiveSaver.h"
+#include "core/archive/Saver.h"
 
 #include "core/archive/BArchive.h"
 #include "core/archive/ScopedValue.h"
