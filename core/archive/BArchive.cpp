@@ -58,6 +58,7 @@ public:
     // Leaves the loader without a file when the archive is not what was asked for.
     void ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
                         const char* archiveClass);
+    void WriteQueued(BArchive& archive);
 
     template <typename T>
     void Write(T value) const
@@ -140,21 +141,36 @@ void BArchive::Impl::ReadFileHeader(BArchive& archive, const BString& docClass, 
     loader->Open(formatVersion);
 }
 
+// The way out goes one way: from here to the object, from the object through the archive's
+// operators to the saver, and from there to the file. Objects that a `WriteData` mentions join the
+// end of the queue. A `WriteData` that flushes begins no second record: the walk that called it
+// goes on.
+void BArchive::Impl::WriteQueued(BArchive& archive)
+{
+    while (saver->MayBeginRecord()) {
+        NArchive::Saver::Record record(*saver);
+        const NArchive::Tupel& entry = record.Entry();
+        entry.object->WritePrefix(archive, entry.label);
+        record.BeginPayload();
+        entry.object->WriteData(archive);
+        if (!record.End(archive.Version()))
+            return archive.ThrowError();
+    }
+}
+
 BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
     : BArchive(path, mode, docClass, docVersion, CLASSNAME())
 {}
 
 BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion,
                    const char* archiveClass)
-    : m_impl(new Impl(path, mode))
+    : m_impl(std::make_unique<Impl>(path, mode))
 {
     const char* const name = archiveClass == nullptr ? CLASSNAME() : archiveClass;
-    std::unique_ptr<Impl> owner(m_impl); // until nothing can throw any more
     if (m_impl->saver)
         m_impl->WriteFileHeader(*this, docClass, docVersion, name);
     else
         m_impl->ReadFileHeader(*this, docClass, docVersion, name);
-    static_cast<void>(owner.release());
 }
 
 BArchive::~BArchive()
@@ -163,7 +179,6 @@ BArchive::~BArchive()
         BArchive::Flush();
     } catch (...) { // a destructor does not throw; `Flush()` has told whoever asked
     }
-    delete m_impl;
 }
 
 int BArchive::Version() const
@@ -180,7 +195,7 @@ bool BArchive::Flush()
 {
     if (!m_impl->saver)
         return false;
-    m_impl->saver->WriteQueued(*this);
+    m_impl->WriteQueued(*this);
     return m_impl->saver->file.Flush();
 }
 

@@ -9,6 +9,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <type_traits>
 
 /// What a class's `Read` throws, and the archive catches, when a record is not what it should be.
@@ -251,5 +252,5 @@ protected:
 
 private:
     class Impl;
-    Impl* m_impl; // owned
+    std::unique_ptr<Impl> m_impl;
 };

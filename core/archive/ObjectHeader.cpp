@@ -1,9 +1,11 @@
 #include "core/archive/ObjectHeader.h"
 
 #include "core/archive/BArchive.h"
+#include "core/archive/RecordWriter.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BlockReader.h"
 
+#include <cassert>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -20,6 +22,10 @@
 //
 // Intended: writer and reader test the version differently, so that files of every version that was
 // ever written stay readable as they are. Only version 8 is written today.
+//
+// `BSmartObj::WritePrefix` and `ReadPrefix` are defined here and not beside their class: they speak
+// the archive's language, and the folder of `BSmartObj` stands below that of the archive. So all
+// that knows the layout of the header stands in this file.
 
 namespace {
 
@@ -100,6 +106,17 @@ bool ReadObjectHeader(BlockReader& reader, int archiveVersion, ObjectHeader& hea
     std::memcpy(&header.payloadSize, at + sizeof header.version, sizeBytes);
     reader.MoveTo(reader.Position() + size);
     return header.payloadSize <= reader.Left();
+}
+
+bool PatchPayloadSize(RecordWriter& file, std::uint64_t payloadStart, int archiveVersion)
+{
+    assert(payloadStart <= file.Position());
+    const std::uint64_t size = file.Position() - payloadStart;
+    const std::uint64_t sizeBytes = WrittenSizeBytes(archiveVersion);
+    if (sizeBytes == 4 && size > std::numeric_limits<std::int32_t>::max())
+        return false;
+    file.Patch(payloadStart - sizeBytes, &size, sizeBytes);
+    return true;
 }
 
 } // namespace NArchive

@@ -10,6 +10,8 @@ class BlockReader;
 
 namespace NArchive {
 
+class RecordWriter;
+
 /// A narrow text in a file: this tag, a 4-byte length, and that many bytes.
 inline constexpr char kTextTag = 'S';
 inline constexpr std::uint64_t kTagAndLengthSize = 5;
@@ -39,5 +41,11 @@ struct ObjectHeader {
 /// Reads the header at the reader's position and moves behind it. False when it ends early, a text
 /// lacks its tag, or the payload would not end before the reader's limit.
 [[nodiscard]] bool ReadObjectHeader(BlockReader& reader, int archiveVersion, ObjectHeader& header);
+
+/// Puts the size of the payload, which goes from `payloadStart` to the writer's position, into the
+/// header in front of it. False, and nothing is written, where that version's headers have no room
+/// for the size.
+[[nodiscard]] bool PatchPayloadSize(RecordWriter& file, std::uint64_t payloadStart,
+                                    int archiveVersion);
 
 } // namespace NArchive

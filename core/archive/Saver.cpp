@@ -1,10 +1,9 @@
 #include "core/archive/Saver.h"
 
-#include "core/archive/BArchive.h"
-#include "core/archive/ScopedValue.h"
+#include "core/archive/ObjectHeader.h"
 #include "core/platform/FileStream.h"
 
-#include <limits>
+#include <cassert>
 #include <new>
 
 namespace NArchive {
@@ -19,10 +18,10 @@ void Saver::Insert(BSmartObj* object, const char* label, PointerMap& indices)
     PointerMap::Entry& entry = indices.FindOrAdd(object);
     if (entry.queued || (labelled && m_labels.contains(label)))
         return;
-    const BString name(labelled ? label : "");
-    if (labelled && name.IsEmpty())
+    const BString kept(labelled ? label : "");
+    if (labelled && kept.IsEmpty()) // a string that gets no memory is empty
         throw std::bad_alloc();
-    m_queue.push_back({SP<BSmartObj>(object), name, entry.index});
+    m_queue.push_back({SP<BSmartObj>(object), kept, entry.index});
     try {
         if (labelled)
             m_labels.emplace(label);
@@ -33,33 +32,38 @@ void Saver::Insert(BSmartObj* object, const char* label, PointerMap& indices)
     entry.queued = true;
 }
 
-void Saver::WriteQueued(BArchive& archive)
+bool Saver::MayBeginRecord() const noexcept
 {
-    if (m_current != nullptr)
-        return; // a `WriteData` that flushes: the walk that called it goes on
-    while (m_writtenCount < m_queue.size() && file.IsGood()) {
-        const ScopedValue<const Tupel*> current(m_current, &m_queue[m_writtenCount]);
-        WriteRecord(*m_current, archive);
-        ++m_writtenCount;
-    }
+    return m_current == nullptr && m_writtenCount < m_queue.size() && file.IsGood();
 }
 
-void Saver::WriteRecord(const Tupel& entry, BArchive& archive)
+Saver::Record::Record(Saver& saver)
+    : m_saver(saver)
+    , m_start(saver.file.Position())
 {
-    const std::uint64_t start = file.Position();
-    try {
-        entry.object->WritePrefix(archive, entry.label);
-        const std::uint64_t payload = file.Position();
-        entry.object->WriteData(archive);
-        const std::uint64_t size = file.Position() - payload;
-        const std::uint64_t sizeBytes = archive.Version() == 6 ? 4 : 8;
-        if (sizeBytes == 4 && size > std::numeric_limits<std::int32_t>::max())
-            archive.ThrowError();
-        file.Patch(payload - sizeBytes, &size, sizeBytes);
-    } catch (...) {
-        file.TakeBack(start); // the records before stay good
-        throw;
-    }
+    assert(saver.MayBeginRecord());
+    saver.m_current = &saver.m_queue[saver.m_writtenCount];
+}
+
+Saver::Record::~Record()
+{
+    m_saver.m_current = nullptr;
+    if (m_isEnded)
+        ++m_saver.m_writtenCount;
+    else
+        m_saver.file.TakeBack(m_start); // the records before stay good
+}
+
+void Saver::Record::BeginPayload() noexcept
+{
+    m_payloadStart = m_saver.file.Position();
+}
+
+bool Saver::Record::End(int archiveVersion)
+{
+    assert(m_payloadStart >= m_start);
+    m_isEnded = PatchPayloadSize(m_saver.file, m_payloadStart, archiveVersion);
+    return m_isEnded;
 }
 
 } // namespace NArchive

@@ -48,7 +48,10 @@ public:
     [[nodiscard]] virtual int Version() const;
     /// A line for people: "Type : " and the class name.
     [[nodiscard]] virtual WString Properties();
-    /// Writes the header of the object's record.
+    /// Writes the object header, which precedes the payload in the object's record: index, label,
+    /// `ArchiveName`, `Version` and room for the payload's size. For an archive to call. Defined
+    /// with the layout of the header in `core/archive/ObjectHeader.cpp`, as this folder stands
+    /// below the archive's.
     virtual void WritePrefix(BArchive& archive, BString label) const;
 
     void Ref() const noexcept { Counter().fetch_add(1); }
@@ -101,12 +104,14 @@ public:
     /// Intended: what `VerifyObj` answers does not matter.
     [[nodiscard]] static bool IsValidObject(BSmartObj* object);
 
-    /// Rebuilds an object from its record; `version` is that of the record's header.
+    /// Rebuilds an object from its record; `version` is that of the object header.
     /// A plain BSmartObj is never rebuilt: null.
     [[nodiscard]] static SP<BSmartObj> Read(BArchive& archive, int version);
-    /// Reads the header of a record; false when the archive ends or fails in it.
-    [[nodiscard]] static bool ReadPrefix(BArchive& archive, BString& id, BString& label,
-                                         BString& className, int& version, std::uint64_t& size);
+    /// Reads an object header; false when the archive ends or fails in it. `indexText` is the
+    /// `Id` of the object's index. Defined beside `WritePrefix`.
+    [[nodiscard]] static bool ReadPrefix(BArchive& archive, BString& indexText, BString& label,
+                                         BString& className, int& version,
+                                         std::uint64_t& payloadSize);
 
 private:
     void Destroy() const;
