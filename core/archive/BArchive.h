@@ -21,20 +21,20 @@ namespace NArchive {
 
 // Types without an encoding, by what to write in their place, and the names that say so.
 
-template <class T, class... Types>
-concept IsOneOf = (std::same_as<T, Types> || ...);
+template <class T, class U>
+concept HasConversionTo = requires(const T& value)
+{
+    value.operator U();
+};
 
 // A class that stands for such a type, as the element of a `std::vector<bool>` or an atomic. What
 // converts to a pointer as well is written as that.
 template <class T, class U>
 concept StandsFor = std::is_class_v<T> && std::is_convertible_v<const T&, U> &&
                     !std::is_convertible_v<const T&, const volatile void*> &&
-                    requires(const T& value)
-{
-    value.operator U();
-};
+                    HasConversionTo<T, U>;
 template <class T, class... Types>
-concept IsLikeOneOf = IsOneOf<T, Types...> ||(StandsFor<T, Types> || ...);
+concept IsLikeOneOf = (std::same_as<T, Types> || ...) || (StandsFor<T, Types> || ...);
 
 template <class T>
 concept IsForInt = std::is_enum_v<T> || IsLikeOneOf<T, bool, short, char32_t>;
