@@ -1,11 +1,13 @@
 #include "examples/Computation.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/memory/CStdMemoryManager.h"
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/operation/BProgressManager.h"
 #include "core/operation/BProgressMapping.h"
+#include "core/operation/Messages.h"
 #include "support/BThreadDispatcher.h"
 
 #include "examples/View.h"
@@ -22,9 +24,6 @@
 
 namespace {
 
-constexpr unsigned int kProgressIncrement = 4077;
-constexpr unsigned int kStatus = 8195;
-constexpr int kUserBreak = 25070;
 constexpr int kBrokenOff = 130;
 
 constexpr std::uint64_t kFrameSize = 64 << 20;
@@ -113,18 +112,18 @@ public:
     void TestUserBreak() override
     {
         if (g_interrupted != 0)
-            throw BError(kUserBreak);
+            throw BError(kErrorUserBreak);
     }
 
     /// On the dispatcher's thread.
     void Receive(unsigned int message, std::uint64_t first, std::uint64_t second) override
     {
-        if (message == kProgressIncrement) {
+        if (message == kMessageProgressIncrement) {
             m_done += first;
             Draw();
             return;
         }
-        if (message != kStatus)
+        if (message != kMessageAsyncStatus)
             return;
         auto* const operation = reinterpret_cast<BAsyncOperationInterface*>(first);
         std::printf("\r%*s\r", kWidth, ""); // the text takes the line of the bar
@@ -272,8 +271,8 @@ int RunComputation(std::uint64_t pointCount)
     CMemoryBlockManager::RegisterMemoryManager(nullptr);
     std::puts("");
     switch (operation->GetError().Error()) {
-    case 0: PrintResult(result); return 0;
-    case kUserBreak: PrintLine(QD_W("$IDS_BrokenOff")); return kBrokenOff;
+    case kErrorNone: PrintResult(result); return 0;
+    case kErrorUserBreak: PrintLine(QD_W("$IDS_BrokenOff")); return kBrokenOff;
     default: PrintLine(operation->GetError().Argument(0)); return 1;
     }
 }

@@ -7,6 +7,7 @@
 #include "core/archive/Scratch.h"
 #include "core/base/BError.h"
 #include "core/base/BlockReader.h"
+#include "core/base/ErrorCodes.h"
 #include "core/platform/TypeName.h"
 
 #include <cstddef>
@@ -188,7 +189,7 @@ int BArchive::Version() const
 
 void BArchive::ThrowError() const
 {
-    throw BError(32767, QD_W("$IDS_ErrorHint16"), nullptr, nullptr, nullptr);
+    throw BError(kErrorGeneral, QD_W("$IDS_ErrorHint16"), nullptr, nullptr, nullptr);
 }
 
 bool BArchive::Flush()

@@ -105,7 +105,7 @@ public:
 
     /// Version of the format: 8 for writing, the file's for reading.
     int Version() const override;
-    /// Throws `BError` 32767 with "$IDS_ErrorHint16".
+    /// Throws `BError` `kErrorGeneral` with "$IDS_ErrorHint16".
     virtual void ThrowError() const;
     /// Writes all queued objects, those queued meanwhile included, and hands the bytes to the
     /// system. False when the archive is not for writing or a write failed (also an earlier one).

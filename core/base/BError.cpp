@@ -1,5 +1,6 @@
 #include "core/base/BError.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/platform/SystemError.h"
 
 #include <utility>
@@ -45,18 +46,18 @@ BError& BError::operator=(const BError& other) = default;
 
 bool BError::IsFailure() const
 {
-    return Error() != 0;
+    return Error() != kErrorNone;
 }
 
 void BError::Check(BError& error) const
 {
-    if (error.Error() != 0)
+    if (error.Error() != kErrorNone)
         throw BError(error);
 }
 
 void BError::Check(int code) const
 {
-    if (code != 0)
+    if (code != kErrorNone)
         throw BError(code, m_arguments[0], m_arguments[1], m_arguments[2], m_arguments[3]);
 }
 

@@ -7,7 +7,8 @@
 /// What the library throws: a code and four texts, thrown by value and caught by reference.
 ///
 /// Argument 0 is by convention a key that begins with "$" and stands for the message in the user's
-/// language, the others are its inserts. Code 0 means no error. A BError belongs to one thread.
+/// language, the others are its inserts. The codes stand in core/base/ErrorCodes.h; 0 means no
+/// error. A BError belongs to one thread.
 class QD_CORE_API BError : public BSmartObj {
 public:
     /// Not explicit: a code alone is an error without arguments.

@@ -1,6 +1,7 @@
 #include "core/diag/CheckedConversions.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/platform/WChar.h"
 
 #include <utility>
@@ -11,7 +12,7 @@ template <class Narrow, class Wide>
 Narrow Checked(Wide value, const WChar* function)
 {
     if (!std::in_range<Narrow>(value))
-        throw BError(32767, function, nullptr, nullptr, nullptr);
+        throw BError(kErrorGeneral, function, nullptr, nullptr, nullptr);
     return static_cast<Narrow>(value);
 }
 

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-/// Conversions of sizes and pointer-sized numbers to smaller types. Each throws BError 32767 with
-/// its own name as argument 0 when the value does not fit.
+/// Conversions of sizes and pointer-sized numbers to smaller types. Each throws BError
+/// `kErrorGeneral` with its own name as argument 0 when the value does not fit.
 
 [[nodiscard]] QD_CORE_API unsigned int Sizet_uint(std::uint64_t value);
 [[nodiscard]] QD_CORE_API int Sizet_int(std::uint64_t value);

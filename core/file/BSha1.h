@@ -21,8 +21,8 @@ public:
     };
 
     /// Digest of the `size` bytes at `data`, which may lie in `result`; false when `data` is null.
-    /// Throws BError 32767 with "Sizet_uint" when `size` is above 2^32 - 1. Then, and when the
-    /// answer is false, these words stay as they were.
+    /// Throws BError `kErrorGeneral` with "Sizet_uint" when `size` is above 2^32 - 1. Then, and
+    /// when the answer is false, these words stay as they were.
     static bool Encrypt(void* data, std::size_t size, Result& result);
     /// The same as 40 hexadecimal digits in lower case; `result` is empty when there is none.
     static bool Encrypt(void* data, std::size_t size, WString& result);

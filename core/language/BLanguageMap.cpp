@@ -1,5 +1,6 @@
 #include "core/language/BLanguageMap.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/file/BFile.h"
 #include "core/language/LanguageReader.h"
 #include "core/language/LanguageTable.h"
@@ -20,15 +21,6 @@ namespace {
 
 using platform::WideText;
 using platform::WideView;
-
-constexpr int kGood = 0;
-constexpr int kNoFile = 1;
-constexpr int kNoOutput = 5;
-constexpr int kInvalidKey = 7356;
-constexpr int kMissingText = 7357;
-constexpr int kSameText = 7358;
-constexpr int kKnownKey = 7359;
-constexpr int kBadLines = 7360;
 
 constexpr std::size_t kCellCount = 3;
 constexpr WChar kKeySign = '$';
@@ -147,8 +139,8 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
         log->append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
     const platform::Stream stream = platform::OpenStream(path, kReadMode);
     if (!stream)
-        return kNoFile;
-    int result = kGood;
+        return kErrorLanguageFile;
+    int result = kErrorNone;
     std::int64_t line = 0, entries = 0;
     LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
     BArray<WString> cells;
@@ -158,17 +150,17 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
             continue;
         ++entries;
         const int code = map.Add(cells[0], cells[1], cells[2], overwrite, fillMissing);
-        if (code == kGood)
+        if (code == kErrorNone)
             continue;
         if (log != nullptr)
             LogFault(*log, line, code, cells);
-        result = kBadLines;
+        result = kErrorLanguageLines;
     }
     if (log != nullptr) {
         AppendNumber(*log, entries);
         *log += QD_W(" entries loaded\n\n");
     }
-    return IsTorn(stream.get()) ? kNoFile : result;
+    return IsTorn(stream.get()) ? kErrorLanguageFile : result;
 }
 
 // `text` as a text stream of UTF-16LE writes it.
@@ -221,9 +213,9 @@ std::vector<WideText> FindNames(const WString& directory, const WString& pattern
 template <class Handle>
 int ForEachName(const std::vector<WideText>& names, Handle handle)
 {
-    int result = names.empty() ? kNoFile : kGood;
+    int result = names.empty() ? kErrorLanguageFile : kErrorNone;
     for (const WideText& name : names) {
-        if (const int code = handle(WString(name.c_str())); code != kGood)
+        if (const int code = handle(WString(name.c_str())); code != kErrorNone)
             result = code;
     }
     return result;
@@ -233,7 +225,7 @@ int ForEachName(const std::vector<WideText>& names, Handle handle)
 // merged file. One that is not there has none.
 bool ImportTranslations(BLanguageMap& translations, const WChar* path)
 {
-    return translations.ImportMapFile(path, nullptr, false, true) != kNoFile ||
+    return translations.ImportMapFile(path, nullptr, false, true) != kErrorLanguageFile ||
            platform::Presence(path) == platform::EPresence::Missing;
 }
 
@@ -297,12 +289,12 @@ int BLanguageMap::Add(WString key, WString defaultText, WString text, bool overw
                       bool fillMissing)
 {
     if (!IsIdValid(key))
-        return kInvalidKey;
-    const int missing = m_reportsMissing ? kMissingText : kGood;
-    int result = defaultText.IsEmpty() ? missing : kGood;
+        return kErrorLanguageKeyInvalid;
+    const int missing = m_reportsMissing ? kErrorLanguageTextMissing : kErrorNone;
+    int result = defaultText.IsEmpty() ? missing : kErrorNone;
     if (const LanguageTable::Entry* const old = m_table->Find(ViewOf(key))) {
         if (!overwrite)
-            return kKnownKey;
+            return kErrorLanguageKeyTwice;
         m_table->Remove(*old);
     }
     if (text.IsEmpty() && fillMissing) {
@@ -310,7 +302,7 @@ int BLanguageMap::Add(WString key, WString defaultText, WString text, bool overw
         result = missing;
     }
     if (m_table->Add({std::move(key), std::move(defaultText), std::move(text)}))
-        result = kSameText;
+        result = kErrorLanguageTextTwice;
     return result;
 }
 
@@ -434,7 +426,7 @@ int BLanguageMap::ExportMapFile(WString path) const
         AppendCell(lines, m_table->Find(ViewOf(item.key))->text);
         lines += '\n';
     }
-    return WriteUtf16File(path, lines) ? kGood : kNoFile;
+    return WriteUtf16File(path, lines) ? kErrorNone : kErrorLanguageFile;
 }
 
 int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
@@ -444,10 +436,10 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
     platform::Stream stream =
         platform::OpenStream(Join(masterDirectory, fileName).c_str(), kReadMode);
     if (!stream)
-        return kNoFile;
+        return kErrorLanguageFile;
     BLanguageMap translations;
     if (!ImportTranslations(translations, Join(translationDirectory, fileName).c_str()))
-        return kNoFile;
+        return kErrorLanguageFile;
 
     WideText lines;
     int added = 0;
@@ -458,12 +450,12 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
         lines += '\n';
     }
     if (IsTorn(stream.get()))
-        return kNoFile;
+        return kErrorLanguageFile;
     stream.reset(); // the output may be the same file
     if (!WriteUtf16File(Join(outputDirectory, fileName).c_str(), lines))
-        return kNoOutput;
+        return kErrorLanguageOutput;
     newEntries += added;
-    return kGood;
+    return kErrorNone;
 }
 
 int BLanguageMap::MergeMapFiles(const WString& masterDirectory, const WString& translationDirectory,

@@ -47,7 +47,7 @@ enum ELanguage : int {
 ///     a quote that is never closed  takes the rest of the file into its cell
 ///     a long line                   is read in time and memory proportional to it
 ///
-/// Bad files and entries are told by codes (0 is success), and nothing throws but
+/// Bad files and entries are told by the codes of core/base/ErrorCodes.h, and nothing throws but
 /// `std::bad_alloc`. A map is filled before it is shared; then any threads may read it at once.
 ///
 ///     SP<BLanguageMap> map = new BLanguageMap;
@@ -77,15 +77,18 @@ public:
 
     // Entries
 
-    /// Adds an entry. 7356: the key is not valid, or 7359: it is there already and `overwrite` is
-    /// false; nothing is changed then.
+    /// Adds an entry. `kErrorLanguageKeyInvalid`: the key is not valid, or
+    /// `kErrorLanguageKeyTwice`: it is there already and `overwrite` is false; nothing is changed
+    /// then.
     ///
-    /// 7358: the key is plain and so is another one with the same default text, case ignored, or
-    /// 7357: a text is missing and reported. The entry is added all the same.
+    /// `kErrorLanguageTextTwice`: the key is plain and so is another one with the same default
+    /// text, case ignored, or `kErrorLanguageTextMissing`: a text is missing and reported. The
+    /// entry is added all the same.
     ///
     /// `fillMissing` puts the default text in place of an empty `text`.
     /// Intended: without `fillMissing` an empty `text` is not reported, for it is wanted.
-    /// Intended: 7358 hides 7357, for two keys with one text mislead `TranslateBack`.
+    /// Intended: the text that stands twice hides the missing one, for two keys with one text
+    /// mislead `TranslateBack`.
     int Add(WString key, WString defaultText, WString text, bool overwrite, bool fillMissing);
     void Clear();
 
@@ -112,24 +115,26 @@ public:
     // Language files. A path is a directory and a name with the directory's own kind of separator
     // between them, "\" when it has none.
 
-    /// Adds the entries of a file. 1: it cannot be opened, or read to its end, which leaves the
-    /// entries before that; 7360: `Add` gave a code for a line. `log`, which may be null, is told
-    /// the file, each such line and the number of entries.
+    /// Adds the entries of a file. `kErrorLanguageFile`: it cannot be opened, or read to its end,
+    /// which leaves the entries before that; `kErrorLanguageLines`: `Add` gave a code for a line.
+    /// `log`, which may be null, is told the file, each such line and the number of entries.
     /// Intended: entries that were refused count as loaded, so that the number is the file's.
     int ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing);
     /// Imports the files that match `pattern`, in the order of their names, and fills missing
-    /// texts. The last result that is not 0; 1 when no file matches, or the system fails to list
-    /// them all, and then none is imported.
+    /// texts. The last result that is not `kErrorNone`; `kErrorLanguageFile` when no file matches,
+    /// or the system fails to list them all, and then none is imported.
     int ImportMapFiles(WString directory, WString pattern, WString* log, bool overwrite);
-    /// Writes a language file, which reads back as this map. 1 when it cannot be written; the old
-    /// file is then still there, as it is until the new one is complete. U+FFFF is left out.
+    /// Writes a language file, which reads back as this map. `kErrorLanguageFile` when it cannot be
+    /// written; the old file is then still there, as it is until the new one is complete. U+FFFF is
+    /// left out.
     int ExportMapFile(WString path) const;
 
     /// Brings a translated file up to date with a changed master file: writes the master's lines
     /// with the translations that the translated file has. The directories may be the same.
     /// A translated file that is not there has no translations. `newEntries` grows by the count of
-    /// entries without one. 1: there is no master file, or one of the two cannot be read, 5: the
-    /// output cannot be written; the output then stays as it was, and so does `newEntries`.
+    /// entries without one. `kErrorLanguageFile`: there is no master file, or one of the two cannot
+    /// be read, `kErrorLanguageOutput`: the output cannot be written; the output then stays as it
+    /// was, and so does `newEntries`.
     /// Intended: an entry without a translation gets "new entry!" as its fourth cell, so that the
     /// third one stays empty and whoever imports the file sees it as missing. Intended: a line
     /// without a first cell becomes one of empty cells, and a comment loses its empty ones, for
@@ -138,7 +143,8 @@ public:
                             const WString& outputDirectory, const WString& fileName,
                             int& newEntries);
     /// The same for the files of the master directory that match `pattern`. The last result that is
-    /// not 0; 1 when none matches, or the system fails to list them all, and then none is merged.
+    /// not `kErrorNone`; `kErrorLanguageFile` when none matches, or the system fails to list them
+    /// all, and then none is merged.
     static int MergeMapFiles(const WString& masterDirectory, const WString& translationDirectory,
                              const WString& outputDirectory, const WString& pattern,
                              int& newEntries);

@@ -1,6 +1,7 @@
 #include "core/memory/BStdMemoryFrame.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/base/WString.h"
 #include "core/memory/CMemoryBlockManager.h"
 #include "core/platform/VirtualMemory.h"
@@ -11,7 +12,7 @@ BStdMemoryFrame::BStdMemoryFrame(CStdMemoryManager* manager, std::uint64_t size)
     , m_size(size)
 {
     if (m_start == nullptr)
-        throw BError(kMemoryError, GetLastErrorMessage(), WString(), WString(), WString());
+        throw BError(kErrorMemory, GetLastErrorMessage(), WString(), WString(), WString());
 }
 
 BStdMemoryFrame::~BStdMemoryFrame()

@@ -10,8 +10,8 @@ class CStdMemoryManager;
 /// A range of committed pages in which a CStdMemoryManager places its blocks.
 class QD_CORE_API BStdMemoryFrame : public BSmartObj {
 public:
-    /// Commits `size` bytes, a whole number of pages. Throws BError 25021 with the system's text
-    /// when it refuses, as it does for size 0.
+    /// Commits `size` bytes, a whole number of pages. Throws BError `kErrorMemory` with the
+    /// system's text when it refuses, as it does for size 0.
     BStdMemoryFrame(CStdMemoryManager* manager, std::uint64_t size);
     BStdMemoryFrame(const BStdMemoryFrame&) = delete;
     BStdMemoryFrame& operator=(const BStdMemoryFrame&) = delete;

@@ -8,9 +8,6 @@
 
 class CMemoryBlock;
 
-/// Code of the BError that a memory manager throws.
-inline constexpr int kMemoryError = 25021;
-
 /// Hands out the large blocks of a process: point clouds, images, buffers of measurements.
 ///
 /// The application registers one before the first block is asked for and keeps it until the last is
@@ -49,7 +46,7 @@ private:
 };
 
 /// A block of `size` bytes from the registered manager, from the ordinary heap without one. Size 0
-/// gives a block without memory. Throws as the manager does, BError 25021 when the system has no
+/// gives a block without memory. Throws as the manager does, `kErrorMemory` when the system has no
 /// memory left; std::bad_alloc without a manager.
 [[nodiscard]] QD_CORE_API CMemoryBlock* QDAlloc(std::uint64_t size);
 /// Gives a block back; null is fine.

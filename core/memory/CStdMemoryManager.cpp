@@ -1,9 +1,11 @@
 #include "core/memory/CStdMemoryManager.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/base/SP.h"
 #include "core/memory/GapTree.h"
 #include "core/operation/BDispatcher.h"
+#include "core/operation/Messages.h"
 #include "core/platform/VirtualMemory.h"
 #include "core/platform/WChar.h"
 
@@ -15,7 +17,6 @@
 
 namespace {
 
-constexpr unsigned int kMemoryInUseChanged = 3156;
 // Above this reserve an empty frame goes back to the system.
 constexpr std::uint64_t kReserveKept = 1'673'741'824;
 
@@ -74,7 +75,7 @@ CMemoryBlock* CStdMemoryManager::MemoryBlockAlloc(std::uint64_t size)
         block = Place(size);
     }
     if (size != 0)
-        QDPost(kMemoryInUseChanged, 0, 0);
+        QDPost(kMessageMemoryInUseChanged, 0, 0);
     return block;
 }
 
@@ -88,7 +89,7 @@ void CStdMemoryManager::FreeMemoryBlock(CMemoryBlock* block)
         report = TakeOut(block);
     }
     if (report)
-        QDPost(kMemoryInUseChanged, 0, 0);
+        QDPost(kMessageMemoryInUseChanged, 0, 0);
 }
 
 std::uint64_t CStdMemoryManager::MemoryInUse()
@@ -164,7 +165,7 @@ bool CStdMemoryManager::TakeOut(const CMemoryBlock* block)
     const auto found = m_blocks->entries.find(block);
     if (found == m_blocks->entries.end()) {
         if (dynamic_cast<const CStdMemoryBlock*>(block) == nullptr)
-            throw BError(kMemoryError, QD_W("$IDS_ErrorHint26"), nullptr, nullptr, nullptr);
+            throw BError(kErrorMemory, QD_W("$IDS_ErrorHint26"), nullptr, nullptr, nullptr);
         return block->Size() == 0;
     }
     auto& [key, entry] = *found;

@@ -13,12 +13,13 @@
 /// as long as a frame has room, and finding its place hardly depends on how many there are.
 ///
 /// An empty frame is kept for the next block as long as the reserved memory stays within
-/// 1,673,741,824 bytes. Every change of the memory in use is posted to the dispatcher as message
-/// 3156.
+/// 1,673,741,824 bytes. Every change of the memory in use is posted to the dispatcher as
+/// `kMessageMemoryInUseChanged`.
 ///
-/// Failures are BError 25021: with the system's text where it has no memory left, after which
-/// frames and blocks are as they were, and with "$IDS_ErrorHint26" for a block of another kind. Any
-/// thread may call anything at any time. The manager outlives the use of its blocks' memory.
+/// Failures are BErrors `kErrorMemory`: with the system's text where it has no memory left, after
+/// which frames and blocks are as they were, and with "$IDS_ErrorHint26" for a block of another
+/// kind. Any thread may call anything at any time. The manager outlives the use of its blocks'
+/// memory.
 ///
 ///     CStdMemoryManager manager;
 ///     manager.Init(256 << 20, 64 << 20);

@@ -1,19 +1,14 @@
 #include "core/operation/BAsyncOperationInterface.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/operation/BDispatcher.h"
+#include "core/operation/Messages.h"
 #include "core/platform/WindowMessage.h"
 #include "core/sync/BAutoLock.h"
 
 #include <algorithm>
 
 namespace {
-
-constexpr unsigned int kWindowStatus = 7681;
-constexpr unsigned int kWindowProgress = 7682;
-constexpr unsigned int kStatus = 8195;
-constexpr unsigned int kProgress = 8196;
-constexpr unsigned int kError = 8197;
-constexpr int kUserBreak = 25070;
 
 /// Holds the lock of an operation and its section besides.
 template <class AutoLock>
@@ -34,7 +29,7 @@ using WriteGuard = Guard<BAutoLockW>;
 } // namespace
 
 BAsyncOperationInterface::BAsyncOperationInterface()
-    : m_error(0)
+    : m_error(kErrorNone)
 {}
 
 BAsyncOperationInterface::BAsyncOperationInterface(const BAsyncOperationInterface& other) = default;
@@ -78,7 +73,7 @@ bool BAsyncOperationInterface::BreakLongOperation(bool)
 void BAsyncOperationInterface::TestUserBreak() const
 {
     if (WasStopped())
-        throw BError(kUserBreak);
+        throw BError(kErrorUserBreak);
 }
 
 bool BAsyncOperationInterface::IsStopping()
@@ -103,9 +98,9 @@ void BAsyncOperationInterface::StatusInfo(const WString& text)
         sink = m_sink;
     }
     if (sink != nullptr)
-        platform::PostToWindow(sink, kWindowStatus, key, 0);
+        platform::PostToWindow(sink, kMessageWindowStatus, key, 0);
     else
-        Deliver(kStatus, key);
+        Deliver(kMessageAsyncStatus, key);
 }
 
 void BAsyncOperationInterface::ProgressInfo(unsigned int percent)
@@ -113,15 +108,15 @@ void BAsyncOperationInterface::ProgressInfo(unsigned int percent)
     // Intended: windows show 100 only when the operation says that it is done.
     constexpr unsigned int kWindowLimit = 99;
     if (const HWND sink = GetMessageSink(); sink != nullptr)
-        platform::PostToWindow(sink, kWindowProgress, std::min(percent, kWindowLimit), 0);
+        platform::PostToWindow(sink, kMessageWindowProgress, std::min(percent, kWindowLimit), 0);
     else
-        Deliver(kProgress, percent);
+        Deliver(kMessageAsyncProgress, percent);
 }
 
 void BAsyncOperationInterface::ErrorInfo(const BError& error)
 {
     SetError(error);
-    Deliver(kError, 0);
+    Deliver(kMessageAsyncError, 0);
 }
 
 WString BAsyncOperationInterface::FetchStatusMessage(int key, bool keep)

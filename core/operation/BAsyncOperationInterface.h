@@ -12,12 +12,11 @@
 /// Forwards what a worker reports to a window or, while it has none, to the dispatcher, and lets
 /// another thread stop the worker. Every function may be called on any thread.
 ///
-///     message  number  first parameter  second parameter
-///     status   7681    key              0         posted to the window
-///     percent  7682    at most 99       0         posted to the window
-///     status   8195    this object      key       to the dispatcher, without a window
-///     percent  8196    this object      percent   to the dispatcher, without a window
-///     error    8197    this object      0         to the dispatcher, always
+///     kMessageWindowStatus    key          0        posted to the window
+///     kMessageWindowProgress  at most 99   0        posted to the window
+///     kMessageAsyncStatus     this object  key      to the dispatcher, without a window
+///     kMessageAsyncProgress   this object  percent  to the dispatcher, without a window
+///     kMessageAsyncError      this object  0        to the dispatcher, always
 ///
 /// Messages to the dispatcher are sent on its own thread and posted from all others, so a worker
 /// never waits. "This object" is a `BAsyncOperationInterface*` that holds no reference: the
@@ -44,7 +43,7 @@ public:
     virtual void ActivateBreak(bool active);
     /// As `IsStopping`, whatever `ask` says.
     virtual bool BreakLongOperation(bool ask);
-    /// Throws BError 25070 once the operation was stopped.
+    /// Throws BError `kErrorUserBreak` once the operation was stopped.
     virtual void TestUserBreak() const;
 
     /// Whether `Stop` was called.

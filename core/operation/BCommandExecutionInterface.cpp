@@ -1,10 +1,10 @@
 #include "core/operation/BCommandExecutionInterface.h"
 
+#include "core/base/ErrorCodes.h"
+
 #include <utility>
 
 namespace {
-
-constexpr int kNobodyExecutes = 13004;
 
 // Holds one reference. A plain pointer, so that no object of an application is destroyed among the
 // static objects of this library.
@@ -29,5 +29,5 @@ int ExecuteCommand(WString command, bool flag, unsigned long number, void* conte
 {
     const SP<BCommandExecutionInterface> instance = CommandExecutionInstance();
     return instance ? instance->Execute(std::move(command), flag, number, context)
-                    : kNobodyExecutes;
+                    : kErrorNoCommandExecution;
 }

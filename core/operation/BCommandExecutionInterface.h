@@ -22,5 +22,5 @@ public:
 QD_CORE_API void RegisterCommandExecution(BCommandExecutionInterface* instance);
 /// The registered instance; empty when there is none.
 [[nodiscard]] QD_CORE_API SP<BCommandExecutionInterface> CommandExecutionInstance();
-/// The instance's answer; 13004 without an instance.
+/// The instance's answer; `kErrorNoCommandExecution` without an instance.
 QD_CORE_API int ExecuteCommand(WString command, bool flag, unsigned long number, void* context);

@@ -19,25 +19,7 @@ inline constexpr unsigned long kNoDispatcherThread = 0xFFFFFFFF;
 /// An application takes its dispatcher back by registering an empty pointer before it ends; one
 /// that is still registered then is not destroyed.
 ///
-/// Messages of the library:
-///
-///     3075  child added to a node            sent    the child, its index
-///     3076  children removed from a node     sent    the node
-///     3077  node's text changed              sent    the node
-///     3079  attributes or annotations        sent    the node
-///     3080  visitor changed a node           sent    the node
-///     3081  node's object changed            sent    the node
-///     3082  node's active flag changed       sent    the node
-///     3088  node's locked flag changed       sent    the node
-///     3113  a unit changed                   posted  the unit class
-///     3156  memory in use changed            posted
-///     4075  progress                         sent    of a synchronous operation
-///     4077  progress increment               sent    of a progress mapping
-///     4078  status text                      sent    of a synchronous operation
-///     8195  status text                      sent on the dispatcher's thread, else posted
-///     8196  progress                         the same
-///     8197  error of an asynchronous         the same
-///           operation
+/// The messages of the library stand in core/operation/Messages.h.
 class QD_CORE_API BDispatcher : public BSmartObj {
 public:
     ~BDispatcher() override;

@@ -2,14 +2,13 @@
 
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BProgressManager.h"
+#include "core/operation/Messages.h"
 #include "core/platform/Clock.h"
 
 #include <algorithm>
 #include <atomic>
 
 namespace {
-
-constexpr unsigned int kProgressIncrement = 4077;
 
 double UnitsPerStep(std::uint64_t steps, std::uint64_t messageCount) noexcept
 {
@@ -61,7 +60,7 @@ void BProgressMapping::Send(std::uint64_t target)
     const std::uint64_t increment = target - m_sent;
     m_sent = target;
     try {
-        QDSend(kProgressIncrement, increment, 0);
+        QDSend(kMessageProgressIncrement, increment, 0);
     } catch (...) {
         m_sent -= increment;
         throw;

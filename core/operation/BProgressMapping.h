@@ -14,10 +14,10 @@
 ///         progress.Next(1);
 ///     }
 ///
-/// Each update sends the units since the last one to the dispatcher, as the first parameter of
-/// message 4077. The update that reaches the last step fills them up to the message count, and
-/// nothing goes beyond that. Units that a receiver refused by throwing, which leaves `Next` or
-/// `StepTo`, come with the next update. Used by one thread at a time.
+/// Each update sends the units since the last one to the dispatcher, with
+/// `kMessageProgressIncrement`. The update that reaches the last step fills them up to the message
+/// count, and nothing goes beyond that. Units that a receiver refused by throwing, which leaves
+/// `Next` or `StepTo`, come with the next update. Used by one thread at a time.
 class QD_CORE_API BProgressMapping {
 public:
     /// `steps` of a computation that stands for `messageCount` units. With 0 steps each one that is

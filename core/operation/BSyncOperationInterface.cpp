@@ -2,13 +2,7 @@
 
 #include "core/operation/BDispatcher.h"
 #include "core/operation/BProgressManager.h"
-
-namespace {
-
-constexpr unsigned int kProgress = 4075;
-constexpr unsigned int kStatusText = 4078;
-
-} // namespace
+#include "core/operation/Messages.h"
 
 BSyncOperationInterface::~BSyncOperationInterface() = default;
 
@@ -26,13 +20,13 @@ bool BSyncOperationInterface::IsStoppingWeak()
 void BSyncOperationInterface::StatusInfo(const WString& text)
 {
     if (QDCurrentThreadIsDispatcherThread())
-        QDSend(kStatusText, reinterpret_cast<std::uint64_t>(text.CStr()), 0);
+        QDSend(kMessageSyncStatus, reinterpret_cast<std::uint64_t>(text.CStr()), 0);
 }
 
 void BSyncOperationInterface::ProgressInfo(unsigned int percent)
 {
     if (QDCurrentThreadIsDispatcherThread())
-        QDSend(kProgress, percent, 0);
+        QDSend(kMessageSyncProgress, percent, 0);
 }
 
 void BSyncOperationInterface::ErrorInfo(const BError& error)

@@ -12,9 +12,10 @@ public:
     /// The progress manager's answer; false without one.
     [[nodiscard]] bool IsStopping() override;
     [[nodiscard]] bool IsStoppingWeak() override;
-    /// Sends message 4078 with the address of the characters, which is good during the send.
+    /// Sends `kMessageSyncStatus` with the address of the characters, which is good during the
+    /// send.
     void StatusInfo(const WString& text) override;
-    /// Sends message 4075 with `percent`, whatever it is.
+    /// Sends `kMessageSyncProgress` with `percent`, whatever it is.
     void ProgressInfo(unsigned int percent) override;
     /// Throws a copy of `error`.
     void ErrorInfo(const BError& error) override;

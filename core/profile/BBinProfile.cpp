@@ -2,6 +2,7 @@
 
 #include "core/base/BError.h"
 #include "core/base/BlockReader.h"
+#include "core/base/ErrorCodes.h"
 #include "core/file/BFile.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileSystem.h"
@@ -272,7 +273,7 @@ bool BBinProfile::Write() const
 void BBinProfile::CheckMode() const
 {
     if (m_mode == ProfileReadOnly)
-        throw BError(32767, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
+        throw BError(kErrorGeneral, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
 }
 
 // Intended: damage in a key ends the records quietly, a value of no known type discards them all.

@@ -75,7 +75,7 @@ protected:
     virtual bool ReadUnicodeFormat(BFile& file);
     /// Saves the file; false when the old one stays.
     virtual bool Write() const;
-    /// Throws BError 32767 with "$IDS_ErrorHint61" when the profile is read only.
+    /// Throws BError `kErrorGeneral` with "$IDS_ErrorHint61" when the profile is read only.
     virtual void CheckMode() const;
 
 private:

@@ -1,5 +1,6 @@
 #include "core/profile/BConfig.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/platform/ScanText.h"
 #include "core/platform/WChar.h"
 #include "core/profile/MadeText.h"
@@ -13,13 +14,13 @@ template <class T, class Convert>
 int ReadAs(const BConfig& config, WString name, T& value, Convert convert)
 {
     WString text;
-    if (const int code = config.ReadString(std::move(name), text); code != kConfigDone)
+    if (const int code = config.ReadString(std::move(name), text); code != kErrorNone)
         return code;
     T converted{};
     if (!convert(text, converted))
-        return kConfigFailed;
+        return kErrorGeneral;
     value = converted;
-    return kConfigDone;
+    return kErrorNone;
 }
 
 bool ToBool(const WString& text, bool& value)

@@ -5,14 +5,10 @@
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
 
-/// What an operation of a configuration answers.
-inline constexpr int kConfigDone = 0;
-inline constexpr int kConfigFailed = 32767;
-
 /// A node of a configuration tree: named texts, and children with texts of their own.
 ///
-/// Numbers and truth values are kept as text. All operations but `Child` answer `kConfigDone` or
-/// `kConfigFailed`, and a read that fails leaves `value` alone, so that it can hold the default:
+/// Numbers and truth values are kept as text. All operations but `Child` answer `kErrorNone` or
+/// `kErrorGeneral`, and a read that fails leaves `value` alone, so that it can hold the default:
 ///
 ///     int width = 800;
 ///     config->ReadInt(QD_W("Width"), width);
@@ -26,7 +22,7 @@ public:
 
     // The order of the virtual functions is part of the interface.
 
-    /// The child `name`, made where it is missing. Throws BError 32767 when that fails.
+    /// The child `name`, made where it is missing. Throws BError `kErrorGeneral` when that fails.
     virtual SP<BConfig> Child(WString name) = 0;
     virtual int ReadString(WString name, WString& value) const = 0;
     virtual int WriteString(WString name, WString value) = 0;

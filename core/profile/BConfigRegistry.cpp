@@ -1,6 +1,7 @@
 #include "core/profile/BConfigRegistry.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/platform/Registry.h"
 #include "core/platform/WChar.h"
 #include "core/platform/WideText.h"
@@ -29,7 +30,7 @@ BConfigRegistry::BConfigRegistry(WString keyPath)
         return m_key != nullptr;
     });
     if (!isOpen)
-        throw BError(kConfigFailed);
+        throw BError(kErrorGeneral);
 }
 
 BConfigRegistry::BConfigRegistry() = default;
@@ -42,21 +43,21 @@ BConfigRegistry::~BConfigRegistry()
 SP<BConfig> BConfigRegistry::Child(WString name)
 {
     if (name.IsEmpty() || m_key == nullptr)
-        throw BError(kConfigFailed);
+        throw BError(kErrorGeneral);
     const SP<BConfigRegistry> child = new BConfigRegistry;
     const bool isOpen = Succeeds([&] {
         child->m_key = platform::OpenRegistryKey(*m_key, name).release();
         return child->m_key != nullptr;
     });
     if (!isOpen)
-        throw BError(kConfigFailed);
+        throw BError(kErrorGeneral);
     return child;
 }
 
 int BConfigRegistry::ReadString(WString name, WString& value) const
 {
     if (m_key == nullptr)
-        return kConfigFailed;
+        return kErrorGeneral;
     const bool isRead = Succeeds([&] {
         platform::WideText text;
         const auto result = platform::ReadRegistryText(*m_key, name, text);
@@ -66,17 +67,17 @@ int BConfigRegistry::ReadString(WString name, WString& value) const
             value = text.c_str();
         return result == platform::ERegistryRead::Done;
     });
-    return isRead ? kConfigDone : kConfigFailed;
+    return isRead ? kErrorNone : kErrorGeneral;
 }
 
 int BConfigRegistry::WriteString(WString name, WString value)
 {
     if (m_key == nullptr)
-        return kConfigFailed;
+        return kErrorGeneral;
     const std::size_t size = (value.Length() + 1) * sizeof(WChar); // with its terminating 0
     const bool isWritten = Succeeds([&] {
         return platform::WriteRegistryValue(*m_key, name, platform::ERegistryType::Text,
                                             value.CStr(), size);
     });
-    return isWritten ? kConfigDone : kConfigFailed;
+    return isWritten ? kErrorNone : kErrorGeneral;
 }

@@ -29,7 +29,7 @@ struct RegistryKey;
 class QD_CORE_API BConfigRegistry : public BConfig {
 public:
     /// Opens the key at `keyPath` below the user's root, made where it is missing. Throws BError
-    /// 32767 when `keyPath` is empty or the key can be neither opened nor made.
+    /// `kErrorGeneral` when `keyPath` is empty or the key can be neither opened nor made.
     explicit BConfigRegistry(WString keyPath);
     ~BConfigRegistry() override;
 

@@ -1,6 +1,7 @@
 #include "core/profile/BProfile.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
 #include "core/platform/ByteOrderMark.h"
@@ -286,7 +287,7 @@ int BProfile::CreateNew(const WString& path)
 void BProfile::CheckMode() const
 {
     if (m_mode == ProfileReadOnly)
-        throw BError(32767, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
+        throw BError(kErrorGeneral, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
 }
 
 WString BProfile::ReadShort(const WString& key, std::size_t room) const

@@ -9,7 +9,7 @@
 ///
 /// Every operation on a key goes to the current section, "default" at first. Writers answer whether
 /// the value was taken; in a profile that is read only they and the deleting operations throw
-/// BError 32767 with "$IDS_ErrorHint61". When memory runs out, any operation may throw
+/// BError `kErrorGeneral` with "$IDS_ErrorHint61". When memory runs out, any operation may throw
 /// `std::bad_alloc`, and takes no value then. One thread at a time.
 ///
 ///     profile->SetSection(QD_W("Window"));

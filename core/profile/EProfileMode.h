@@ -4,7 +4,8 @@
 
 /// What a profile may do with its file. Any other value stands for `ProfileReadWrite`.
 enum EProfileMode : std::int32_t {
-    ProfileReadOnly = 0,  // what writes or deletes throws BError 32767 with "$IDS_ErrorHint61"
+    // What writes or deletes throws BError `kErrorGeneral` with "$IDS_ErrorHint61".
+    ProfileReadOnly = 0,
     ProfileNew = 1,       // starts empty, whatever the file holds
     ProfileReadWrite = 2, // starts with what the file holds; a missing file comes into being
 };

@@ -1,6 +1,7 @@
 #include "core/tree/BNode.h"
 
 #include "core/operation/BDispatcher.h"
+#include "core/operation/Messages.h"
 #include "core/platform/WideText.h"
 #include "core/tree/BNodeBeside.h"
 #include "core/tree/BNodeItr.h"
@@ -13,14 +14,6 @@
 #include <vector>
 
 namespace {
-
-constexpr unsigned int kChildAdded = 3075;
-constexpr unsigned int kChildrenRemoved = 3076;
-constexpr unsigned int kTextChanged = 3077;
-constexpr unsigned int kAttributesChanged = 3079;
-constexpr unsigned int kObjectChanged = 3081;
-constexpr unsigned int kActiveChanged = 3082;
-constexpr unsigned int kLockedChanged = 3088;
 
 constexpr WChar kSeparator = QD_W('/');
 constexpr int kDeepestRelease = 64; // nodes whose destructors may run inside one another
@@ -126,7 +119,7 @@ BNode& BNode::operator=(const BNode& other)
 void BNode::Lock(bool on)
 {
     if (std::exchange(m_isLocked, on) != on)
-        Report(kLockedChanged);
+        Report(kMessageNodeLockedChanged);
 }
 
 bool BNode::IsLocked()
@@ -137,7 +130,7 @@ bool BNode::IsLocked()
 void BNode::Activate(bool on)
 {
     if (std::exchange(m_isActive, on) != on)
-        Report(kActiveChanged);
+        Report(kMessageNodeActiveChanged);
 }
 
 void BNode::Deactivate()
@@ -188,7 +181,7 @@ void BNode::SetObj(BSmartObj* obj)
         return;
     const SP<BNode> held = m_object ? Held(*this) : nullptr;
     m_object = obj;
-    Report(kObjectChanged);
+    Report(kMessageNodeObjectChanged);
 }
 
 std::uint64_t BNode::AllocatedMemory(bool activeOnly)
@@ -315,7 +308,7 @@ bool BNode::AddChild(BNode* child, int index)
         child->m_parent = this;
     }
     const int reached = appends ? ChildNum() - 1 : 1;
-    SendMsg(kChildAdded, AsParameter(child), static_cast<std::uint64_t>(reached));
+    SendMsg(kMessageNodeChildAdded, AsParameter(child), static_cast<std::uint64_t>(reached));
     return true;
 }
 
@@ -331,7 +324,7 @@ bool BNode::RemoveChild(BNode* child)
     const SP<BNode> held = Held(*this);
     child->m_parent = nullptr;
     m_children.Remove(*child);
-    Report(kChildrenRemoved);
+    Report(kMessageNodeChildrenRemoved);
     return true;
 }
 
@@ -342,7 +335,7 @@ bool BNode::RemoveChild(int index)
     if (index < 0 || index >= ChildNum())
         return false;
     m_children.RemoveAt(index);
-    Report(kChildrenRemoved);
+    Report(kMessageNodeChildrenRemoved);
     return true;
 }
 
@@ -352,7 +345,7 @@ void BNode::RemoveChildren()
         return;
     const SP<BNode> held = Held(*this);
     TakeChildren() = ChildList();
-    Report(kChildrenRemoved);
+    Report(kMessageNodeChildrenRemoved);
 }
 
 SP<BNode> BNode::QueryChild(WString path)
@@ -428,7 +421,7 @@ void BNode::SetText(WString text)
         m_parent->m_children.Rename(*this, std::move(text));
     else
         m_text = std::move(text);
-    Report(kTextChanged);
+    Report(kMessageNodeTextChanged);
 }
 
 void BNode::SetText(const WChar* text)
@@ -621,7 +614,7 @@ void BNode::Report(unsigned int code) const
 void BNode::ReportLists()
 {
     ++m_beside->changes;
-    Report(kAttributesChanged);
+    Report(kMessageNodeAttributesChanged);
 }
 
 void BNode::SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const

@@ -26,16 +26,16 @@ class BVisitor;
 /// as long as the tree holds the object.
 ///
 /// When the root's dispatcher flag is set (initially it is) and a dispatcher is registered, every
-/// change is sent to the dispatcher, after it is done:
+/// change is sent to the dispatcher with the node, after it is done:
 ///
-///     3075  AddChild                                       the child, its index
-///     3076  RemoveChild, RemoveChildren                    the node, 0
-///     3077  SetText                                        the node, 0
-///     3079  a change of attributes or annotations          the node, 0
-///     3080  Traverse, TraverseObjects: a visitor's change  the node, 0
-///     3081  SetObj, when the object changes                the node, 0
-///     3082  Activate, when the flag changes                the node, 0
-///     3088  Lock, when the flag changes                    the node, 0
+///     kMessageNodeChildAdded         AddChild; with the child and its index
+///     kMessageNodeChildrenRemoved    RemoveChild, RemoveChildren
+///     kMessageNodeTextChanged        SetText
+///     kMessageNodeAttributesChanged  a change of attributes or annotations
+///     kMessageNodeVisitorChanged     Traverse, TraverseObjects: a visitor's change
+///     kMessageNodeObjectChanged      SetObj, when the object changes
+///     kMessageNodeActiveChanged      Activate, when the flag changes
+///     kMessageNodeLockedChanged      Lock, when the flag changes
 ///
 /// Children are found by their text, compared as the user's locale has it and without regard to
 /// case; of several with equal texts the first counts. Many children cost no more than few: adding,

@@ -1,6 +1,7 @@
 #include "core/tree/Traversal.h"
 
 #include "core/operation/BDispatcher.h"
+#include "core/operation/Messages.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"
@@ -12,8 +13,6 @@
 #include <vector>
 
 namespace {
-
-constexpr unsigned int kVisitorChanged = 3080;
 
 enum class EVisited { Nodes, Objects };
 
@@ -97,7 +96,8 @@ void Walk::Enter(SP<BNode> held)
 void ReportChange(const BNode& node, bool changed)
 {
     if (changed && BDispatcher::Instance() && node.IsMessageDispatcher())
-        BDispatcher::DispatcherSend(kVisitorChanged, reinterpret_cast<std::uintptr_t>(&node), 0);
+        BDispatcher::DispatcherSend(kMessageNodeVisitorChanged,
+                                    reinterpret_cast<std::uintptr_t>(&node), 0);
 }
 
 void Walk::TreatNode(BNode& node)

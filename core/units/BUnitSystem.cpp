@@ -1,6 +1,7 @@
 #include "core/units/BUnitSystem.h"
 
 #include "core/operation/BDispatcher.h"
+#include "core/operation/Messages.h"
 
 #include <cassert>
 #include <mutex>
@@ -8,7 +9,6 @@
 
 namespace {
 
-constexpr unsigned int kUnitChanged = 3113;
 constexpr double kMillimetresPerInch = 25.4;
 
 std::mutex g_lock;
@@ -41,7 +41,7 @@ void BUnitSystem::ChangeUnit(EUnitClass unitClass, WString symbol, double factor
 {
     assert(unitClass >= 0 && unitClass < kClassCount);
     m_units[unitClass] = BUnit(std::move(symbol), factor, precision);
-    QDPost(kUnitChanged, static_cast<std::uint64_t>(unitClass), 0);
+    QDPost(kMessageUnitChanged, static_cast<std::uint64_t>(unitClass), 0);
 }
 
 void BUnitSystem::ChangeUnit(EUnit unit)

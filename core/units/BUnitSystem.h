@@ -27,8 +27,8 @@ enum EUnit : int {
 /// The units in which a process shows its quantities, one for each class.
 ///
 /// A new system has "mm" with 3 decimals (also squared and cubed), "°C" with 1 and "°" with 2.
-/// Every change of a unit is posted to the dispatcher as message 3113 with the unit class, those
-/// that the construction makes included; without a dispatcher nothing is posted.
+/// Every change of a unit is posted to the dispatcher as `kMessageUnitChanged`, those that the
+/// construction makes included; without a dispatcher nothing is posted.
 ///
 /// One thread at a time; only `Instance` and `RegisterInstance` may be called on any threads at
 /// once.

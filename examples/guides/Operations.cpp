@@ -4,6 +4,7 @@
 #include "core/base/BString.h"
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BMessageReceiver.h"
+#include "core/operation/Messages.h"
 #include "support/BThreadDispatcher.h"
 
 #include "examples/guides/Guides.h"
@@ -11,6 +12,8 @@
 #include <cstdio>
 #include <thread>
 #include <vector>
+
+constexpr int kNoDeviations = 7001; // an error of the application
 
 /// The mean of all deviations; 0 when it was stopped. Knows neither threads nor windows.
 double MeanDeviation(const std::vector<double>& deviations, BOperationInterface& operation)
@@ -26,7 +29,7 @@ double MeanDeviation(const std::vector<double>& deviations, BOperationInterface&
         sum += deviations[i];
     }
     if (deviations.empty())
-        operation.ErrorInfo(BError(7001));
+        operation.ErrorInfo(BError(kNoDeviations));
     return deviations.empty() ? 0 : sum / static_cast<double>(deviations.size());
 }
 
@@ -35,14 +38,12 @@ class ProgressDisplay final : public BMessageReceiver {
 public:
     void Receive(unsigned int message, std::uint64_t first, std::uint64_t second) override
     {
-        if (message < 8195 || message > 8197)
-            return;
         auto* operation = reinterpret_cast<BAsyncOperationInterface*>(first);
-        if (message == 8195)
+        if (message == kMessageAsyncStatus)
             status = operation->FetchStatusMessage(static_cast<int>(second), false);
-        else if (message == 8196)
+        else if (message == kMessageAsyncProgress)
             percent = second;
-        else
+        else if (message == kMessageAsyncError)
             error = operation->GetError().Error();
     }
 

@@ -1,6 +1,7 @@
 // The code of docs/settings.md.
 
 #include "core/base/BString.h"
+#include "core/base/ErrorCodes.h"
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BConfig.h"
 #include "core/profile/BIniProfile.h"
@@ -52,8 +53,8 @@ int ReadRecentCount(BConfig& config)
 class EmptyConfig final : public BConfig {
 public:
     SP<BConfig> Child(WString) override { return new EmptyConfig; }
-    int ReadString(WString, WString&) const override { return kConfigFailed; }
-    int WriteString(WString, WString) override { return kConfigFailed; }
+    int ReadString(WString, WString&) const override { return kErrorGeneral; }
+    int WriteString(WString, WString) override { return kErrorGeneral; }
 };
 
 void ShowSettings(const WString& folder)

@@ -1,5 +1,6 @@
 #include "core/archive/BArchive.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/geometry/BFColor.h"
 
 #include "tests/FileBytes.h"
@@ -579,7 +580,7 @@ TEST_F(BArchiveTest, TheWrongModeDoesNothing)
         EXPECT_EQ(in.Path(), m_path);
         thrown = Thrown([&] { in.ThrowError(); });
     }
-    EXPECT_EQ(thrown.Error(), 32767);
+    EXPECT_EQ(thrown.Error(), kErrorGeneral);
     EXPECT_EQ(thrown.Argument(0), QD_W("$IDS_ErrorHint16"));
     EXPECT_EQ(FileBytes(m_folder / "a.qda"), before);
 }

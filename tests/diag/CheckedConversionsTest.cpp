@@ -1,6 +1,7 @@
 #include "core/diag/CheckedConversions.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@ void ExpectRefused(Narrow (*convert)(Wide), Wide value, const WChar* name)
         static_cast<void>(convert(value));
         ADD_FAILURE() << value << " was converted";
     } catch (const BError& error) {
-        EXPECT_EQ(error.Error(), 32767);
+        EXPECT_EQ(error.Error(), kErrorGeneral);
         EXPECT_EQ(error.Argument(0), name);
         EXPECT_TRUE(error.Argument(1).IsEmpty());
     }

@@ -9,6 +9,7 @@
 // on, "size" lets no file grow beyond N bytes. `show` prints what the registry holds.
 
 #include "core/archive/BArchive.h"
+#include "core/base/ErrorCodes.h"
 #include "core/diag/BProfiler.h"
 #include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
@@ -215,14 +216,14 @@ Answer Load(At at)
 
 Answer WriteRegistry(At)
 {
-    return Done(BConfigRegistry(kRegistryKey).WriteInt(kNumber, 5) == kConfigDone);
+    return Done(BConfigRegistry(kRegistryKey).WriteInt(kNumber, 5) == kErrorNone);
 }
 
 Answer ReadRegistry(At)
 {
     int value = -1;
     const int code = BConfigRegistry(kRegistryKey).ReadInt(kNumber, value);
-    return Done(code == kConfigDone, value);
+    return Done(code == kErrorNone, value);
 }
 
 Answer Import(const WString& path, bool isFolder)

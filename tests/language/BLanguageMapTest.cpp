@@ -1,5 +1,7 @@
 #include "core/language/BLanguageMap.h"
 
+#include "core/base/ErrorCodes.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -26,34 +28,36 @@ TEST(BLanguageMap, ChecksEntriesInAFixedOrder)
     };
     constexpr bool keep = false, overwrite = true, leave = false, fill = true;
     const WChar *const none = QD_W("(none)"), *const empty = QD_W("");
+    constexpr int invalid = kErrorLanguageKeyInvalid, known = kErrorLanguageKeyTwice;
+    constexpr int missing = kErrorLanguageTextMissing, twice = kErrorLanguageTextTwice;
     const Case cases[] = {
         {QD_W("$A_B"), QD_W("Yes"), QD_W("Ja"), keep, leave, true, 0, QD_W("Ja"), QD_W("Yes")},
         {QD_W("$"), QD_W("Sign"), empty, keep, leave, true, 0, empty, QD_W("Sign")},
         {QD_W("$\u00C4\u0662_"), QD_W("x"), empty, keep, leave, true, 0, empty, QD_W("x")},
-        {empty, QD_W("Yes"), QD_W("Ja"), keep, fill, true, 7356, none, none},
-        {QD_W("A"), QD_W("Yes"), QD_W("Ja"), keep, fill, true, 7356, none, none},
-        {QD_W("$A-1"), QD_W("Yes"), QD_W("Ja"), keep, fill, true, 7356, none, none},
-        {QD_W("$A$"), QD_W("Yes"), QD_W("Ja"), keep, fill, true, 7356, none, none},
+        {empty, QD_W("Yes"), QD_W("Ja"), keep, fill, true, invalid, none, none},
+        {QD_W("A"), QD_W("Yes"), QD_W("Ja"), keep, fill, true, invalid, none, none},
+        {QD_W("$A-1"), QD_W("Yes"), QD_W("Ja"), keep, fill, true, invalid, none, none},
+        {QD_W("$A$"), QD_W("Yes"), QD_W("Ja"), keep, fill, true, invalid, none, none},
         // A missing text is filled and reported, on request.
-        {QD_W("$C_1"), QD_W("No"), empty, keep, fill, true, 7357, QD_W("No"), QD_W("No")},
+        {QD_W("$C_1"), QD_W("No"), empty, keep, fill, true, missing, QD_W("No"), QD_W("No")},
         {QD_W("$C_2"), QD_W("No"), empty, keep, fill, false, 0, QD_W("No"), QD_W("No")},
-        {QD_W("$C_3"), empty, QD_W("Nein"), keep, fill, true, 7357, QD_W("Nein"), empty},
+        {QD_W("$C_3"), empty, QD_W("Nein"), keep, fill, true, missing, QD_W("Nein"), empty},
         {QD_W("$C_4"), empty, empty, keep, leave, false, 0, empty, empty},
         // A known key: whatever else is wrong with the entry.
-        {QD_W("$A_B"), empty, empty, keep, fill, true, 7359, QD_W("Ja"), QD_W("Yes")},
-        {QD_W("$A_B"), empty, QD_W("Jo"), overwrite, fill, true, 7357, QD_W("Jo"), empty},
+        {QD_W("$A_B"), empty, empty, keep, fill, true, known, QD_W("Ja"), QD_W("Yes")},
+        {QD_W("$A_B"), empty, QD_W("Jo"), overwrite, fill, true, missing, QD_W("Jo"), empty},
         // Equal default texts matter among plain keys alone, and hide a missing text.
         {QD_W("$D"), QD_W("No"), QD_W("Nein"), keep, fill, true, 0, QD_W("Nein"), QD_W("No")},
         {QD_W("$D_1"), QD_W("No"), QD_W("Nein"), keep, fill, true, 0, QD_W("Nein"), QD_W("No")},
-        {QD_W("$E"), QD_W("nO"), empty, keep, fill, true, 7358, QD_W("nO"), QD_W("nO")},
+        {QD_W("$E"), QD_W("nO"), empty, keep, fill, true, twice, QD_W("nO"), QD_W("nO")},
         {QD_W("$E"), QD_W("Off"), empty, overwrite, fill, false, 0, QD_W("Off"), QD_W("Off")},
         {QD_W("$D"), QD_W("NO"), QD_W("Nein"), overwrite, fill, true, 0, QD_W("Nein"), QD_W("NO")},
         {QD_W("$F"), QD_W("\u00D6l"), empty, keep, fill, false, 0, QD_W("\u00D6l"),
          QD_W("\u00D6l")},
-        {QD_W("$G"), QD_W("o\u0308L"), QD_W("x"), keep, fill, false, 7358, QD_W("x"),
+        {QD_W("$G"), QD_W("o\u0308L"), QD_W("x"), keep, fill, false, twice, QD_W("x"),
          QD_W("o\u0308L")},
         {QD_W("$H"), empty, empty, keep, fill, false, 0, empty, empty},
-        {QD_W("$I"), QD_W("\u00AD"), empty, keep, fill, false, 7358, QD_W("\u00AD"),
+        {QD_W("$I"), QD_W("\u00AD"), empty, keep, fill, false, twice, QD_W("\u00AD"),
          QD_W("\u00AD")},
     };
     BLanguageMap map;
@@ -77,11 +81,13 @@ TEST(BLanguageMap, FindsAndOrdersKeysByCollation)
 {
     BLanguageMap map;
     for (const WChar* const key : {QD_W("$b"), QD_W("$Stra\u00DFe"), QD_W("$B"), QD_W("$a_1")})
-        EXPECT_EQ(map.Add(key, key, QD_W("text"), false, false), key[1] == 'B' ? 7358 : 0);
+        EXPECT_EQ(map.Add(key, key, QD_W("text"), false, false),
+                  key[1] == 'B' ? kErrorLanguageTextTwice : 0);
     EXPECT_TRUE(map.Includes(QD_W("$Strasse")));
     EXPECT_TRUE(map.Includes(QD_W("$a_1\u00AD")));
     EXPECT_FALSE(map.Includes(QD_W("$a")));
-    EXPECT_EQ(map.Add(QD_W("$Strasse"), QD_W("x"), QD_W("x"), false, false), 7359);
+    EXPECT_EQ(map.Add(QD_W("$Strasse"), QD_W("x"), QD_W("x"), false, false),
+              kErrorLanguageKeyTwice);
 
     // Overwriting takes the new spelling of the key, the old one is still equal to it.
     EXPECT_EQ(map.Add(QD_W("$Strasse"), QD_W("x"), QD_W("y"), true, false), 0);

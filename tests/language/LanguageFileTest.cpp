@@ -1,3 +1,4 @@
+#include "core/base/ErrorCodes.h"
 #include "core/file/BFile.h"
 #include "core/language/BLanguageMap.h"
 
@@ -108,20 +109,20 @@ TEST(LanguageFile, IsImportedWithALog)
     BLanguageMap map;
     WString log = QD_W("before\n");
     const WString path = folder.Path("x.lng");
-    EXPECT_EQ(map.ImportMapFile(path, &log, false, true), 7360);
+    EXPECT_EQ(map.ImportMapFile(path, &log, false, true), kErrorLanguageLines);
     EXPECT_EQ(Wide(log), QD_W("before\nImport Language File ") + Wide(path) +
                              QD_W("\nLine 3 : Error 7356 [$A-1] [b] []\n")
                                  QD_W("Line 5 : Error 7359 [$A] [Bye] [Tsch\n]\n")
                                      QD_W("4 entries loaded\n\n"));
     EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("Hallo"));
     EXPECT_EQ(TextOf(map, QD_W("$B")), QD_W("Only"));
-    EXPECT_EQ(map.ImportMapFile(path, nullptr, true, false), 7360);
+    EXPECT_EQ(map.ImportMapFile(path, nullptr, true, false), kErrorLanguageLines);
     EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("Tsch\n"));
     EXPECT_EQ(TextOf(map, QD_W("$B")), QD_W(""));
 
     for (const WString& missing : {WString(), folder.Path("none.lng"), folder.Path(".")}) {
         log.Clear();
-        EXPECT_EQ(map.ImportMapFile(missing, &log, true, true), 1);
+        EXPECT_EQ(map.ImportMapFile(missing, &log, true, true), kErrorLanguageFile);
         EXPECT_EQ(Wide(log), QD_W("Import Language File ") + Wide(missing) + QD_W("\n"));
     }
 }
@@ -162,7 +163,7 @@ TEST(LanguageFile, KeepsWhatIsGoodOfABrokenFile)
         SCOPED_TRACE(row.name);
         WriteFileBytes(folder / "x.lng", row.bytes);
         BLanguageMap map;
-        EXPECT_EQ(map.ImportMapFile(folder.Path("x.lng"), nullptr, false, true), 0);
+        EXPECT_EQ(map.ImportMapFile(folder.Path("x.lng"), nullptr, false, true), kErrorNone);
         EXPECT_EQ(map.StdDefaultMap().Count(), row.entries);
         EXPECT_EQ(TextOf(map, row.key), row.text);
     }
@@ -171,7 +172,7 @@ TEST(LanguageFile, KeepsWhatIsGoodOfABrokenFile)
     WriteFileBytes(folder / "x.lng", kMark + good + Units(QD_W("$B\t\"") + megabyte) +
                                          Units(QD_W("\"\n") + megabyte + QD_W("\n$C\tx")));
     BLanguageMap map;
-    EXPECT_EQ(map.ImportMapFile(folder.Path("x.lng"), nullptr, false, true), 0);
+    EXPECT_EQ(map.ImportMapFile(folder.Path("x.lng"), nullptr, false, true), kErrorNone);
     EXPECT_EQ(TextOf(map, QD_W("$B")), megabyte.substr(megabyte.size() / 2));
     EXPECT_EQ(TextOf(map, QD_W("$C")), QD_W("x"));
 }
@@ -186,13 +187,13 @@ TEST(LanguageFile, IsImportedWithAllThatMatchInOrderOfTheirNames)
     const WString directory = folder.Path("");
     BLanguageMap map;
     WString log;
-    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.lng"), &log, true), 7360);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.lng"), &log, true), kErrorLanguageLines);
     EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("second"));
     EXPECT_EQ(map.StdDefaultMap().Count(), 2u);
     EXPECT_EQ(log.GetTokenCount('\n'), 8u);
-    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("b.*"), nullptr, false), 7360);
-    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("?.txt"), nullptr, false), 0);
-    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.none"), &log, false), 1);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("b.*"), nullptr, false), kErrorLanguageLines);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("?.txt"), nullptr, false), kErrorNone);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.none"), &log, false), kErrorLanguageFile);
 }
 
 TEST(LanguageFile, IsWrittenAlikeOnEveryPlatformAndReadsBack)
@@ -218,27 +219,27 @@ TEST(LanguageFile, IsWrittenAlikeOnEveryPlatformAndReadsBack)
         map.Add(key, texts[texts.size() - 1 - index].c_str(), texts[index].c_str(), false, false);
     }
     const TemporaryFolder folder;
-    EXPECT_EQ(map.ExportMapFile(folder.Path("x.lng")), 0);
+    EXPECT_EQ(map.ExportMapFile(folder.Path("x.lng")), kErrorNone);
     EXPECT_EQ(FileBytes(folder / "x.lng"), FileBytes(GoldenFile("language/export.lng")));
 
     BLanguageMap read;
-    EXPECT_EQ(read.ImportMapFile(folder.Path("x.lng"), nullptr, false, false), 0);
+    EXPECT_EQ(read.ImportMapFile(folder.Path("x.lng"), nullptr, false, false), kErrorNone);
     for (std::size_t index = 0; index < texts.size(); ++index) {
         const WString key = QD_W("$T_") + WString::FromInt(static_cast<int>(index));
         EXPECT_EQ(TextOf(read, key), texts[index]);
     }
-    EXPECT_EQ(read.ExportMapFile(folder.Path("y.lng")), 0);
+    EXPECT_EQ(read.ExportMapFile(folder.Path("y.lng")), kErrorNone);
     EXPECT_EQ(FileBytes(folder / "y.lng"), FileBytes(folder / "x.lng"));
 
     // U+FFFF goes first, so that no escape comes of what stood around it.
     BLanguageMap ended;
     ended.Add(QD_W("$A"), QD_W(""), QD_W("\\\xFFFFn"), false, false);
-    EXPECT_EQ(ended.ExportMapFile(folder.Path("x.lng")), 0);
-    EXPECT_EQ(ended.ImportMapFile(folder.Path("x.lng"), nullptr, true, false), 0);
+    EXPECT_EQ(ended.ExportMapFile(folder.Path("x.lng")), kErrorNone);
+    EXPECT_EQ(ended.ImportMapFile(folder.Path("x.lng"), nullptr, true, false), kErrorNone);
     EXPECT_EQ(TextOf(ended, QD_W("$A")), QD_W("\\n"));
 
-    EXPECT_EQ(BLanguageMap().ExportMapFile(folder.Path("none/x.lng")), 1);
-    EXPECT_EQ(BLanguageMap().ExportMapFile(folder.Path("x.lng")), 0);
+    EXPECT_EQ(BLanguageMap().ExportMapFile(folder.Path("none/x.lng")), kErrorLanguageFile);
+    EXPECT_EQ(BLanguageMap().ExportMapFile(folder.Path("x.lng")), kErrorNone);
     EXPECT_EQ(FileBytes(folder / "x.lng"), kMark);
 }
 
@@ -267,7 +268,7 @@ TEST_F(LanguageMerge, BringsATranslationUpToDate)
     WriteFileBytes(m_folder / "translated/x.lng",
                    kMark + Units(QD_W("$A\tHello\tHallo\n$A\tHello\ttwice\n$C\tfilled\n")
                                      QD_W("$D\tq\t\"\"\"Q\"\"\"\n$Old\told\talt\n")));
-    EXPECT_EQ(Merge(QD_W("x.lng")), 0);
+    EXPECT_EQ(Merge(QD_W("x.lng")), kErrorNone);
     EXPECT_EQ(m_newEntries, 2);
     const std::string merged =
         kMark + Units(QD_W("; made by\thand\n\t\t\n\t\t\n$A\tHello\tHallo\n")
@@ -279,13 +280,14 @@ TEST_F(LanguageMerge, BringsATranslationUpToDate)
     BLanguageMap map;
     map.SetReportMissingTranslations(true);
     WString log;
-    EXPECT_EQ(map.ImportMapFile(m_folder.Path("out/x.lng"), &log, false, true), 7360);
+    EXPECT_EQ(map.ImportMapFile(m_folder.Path("out/x.lng"), &log, false, true),
+              kErrorLanguageLines);
     EXPECT_TRUE(log.Includes(QD_W("Line 5 : Error 7357 [$B] [a\nb] []\n")));
 
     // The output may take the place of a file that was read.
-    EXPECT_EQ(Merge(QD_W("x.lng"), "translated"), 0);
+    EXPECT_EQ(Merge(QD_W("x.lng"), "translated"), kErrorNone);
     EXPECT_EQ(FileBytes(m_folder / "translated/x.lng"), merged);
-    EXPECT_EQ(Merge(QD_W("x.lng"), "master"), 0);
+    EXPECT_EQ(Merge(QD_W("x.lng"), "master"), kErrorNone);
     EXPECT_EQ(m_newEntries, 5) << "now $B has its default text for a translation";
 }
 
@@ -293,23 +295,23 @@ TEST_F(LanguageMerge, TellsWhichFileIsMissing)
 {
     WriteFileBytes(m_folder / "master/a.lng", kMark + Units(QD_W("$A\tHello\n")));
     WriteFileBytes(m_folder / "master/b.lng", kMark + Units(QD_W("$B\tBye\n$C\n")));
-    EXPECT_EQ(Merge(QD_W("none.lng")), 1);
+    EXPECT_EQ(Merge(QD_W("none.lng")), kErrorLanguageFile);
     EXPECT_FALSE(std::filesystem::exists(m_folder / "out/none.lng"));
-    EXPECT_EQ(Merge(QD_W("a.lng"), "none"), 5);
+    EXPECT_EQ(Merge(QD_W("a.lng"), "none"), kErrorLanguageOutput);
     EXPECT_EQ(m_newEntries, 0);
-    EXPECT_EQ(Merge(QD_W("a.lng")), 0) << "without a translated file all entries are new";
+    EXPECT_EQ(Merge(QD_W("a.lng")), kErrorNone) << "without a translated file all entries are new";
     EXPECT_EQ(m_newEntries, 1);
 
     const auto mergeAll = [this](const WChar* pattern) {
         return BLanguageMap::MergeMapFiles(m_folder.Path("master"), m_folder.Path("translated"),
                                            m_folder.Path("out"), pattern, m_newEntries);
     };
-    EXPECT_EQ(mergeAll(QD_W("*.lng")), 0);
+    EXPECT_EQ(mergeAll(QD_W("*.lng")), kErrorNone);
     EXPECT_EQ(m_newEntries, 4);
-    EXPECT_EQ(mergeAll(QD_W("*.none")), 1);
+    EXPECT_EQ(mergeAll(QD_W("*.none")), kErrorLanguageFile);
     std::filesystem::create_directory(m_folder / "out/c.lng");
     WriteFileBytes(m_folder / "master/c.lng", kMark);
-    EXPECT_EQ(mergeAll(QD_W("*.lng")), 5);
+    EXPECT_EQ(mergeAll(QD_W("*.lng")), kErrorLanguageOutput);
 }
 
 } // namespace

@@ -1,8 +1,10 @@
 #include "core/memory/CStdMemoryManager.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/base/SP.h"
 #include "core/memory/BMemoryBlockStdHeap.h"
+#include "core/operation/Messages.h"
 
 #include "tests/operation/RecordingDispatcher.h"
 
@@ -30,7 +32,7 @@ protected:
     {
         const auto posted = dispatcher.Posted();
         for (const auto& message : posted)
-            EXPECT_EQ(message, (RecordingDispatcher::Message{3156, 0, 0}));
+            EXPECT_EQ(message, (RecordingDispatcher::Message{kMessageMemoryInUseChanged, 0, 0}));
         return posted.size();
     }
 
@@ -39,14 +41,14 @@ protected:
     const std::uint64_t page = manager.PageSize();
 };
 
-/// The text of the BError 25021 that `call` throws.
+/// The text of the BError that `call` throws.
 template <class Call>
 std::basic_string<WChar> Refusal(Call call)
 {
     try {
         call();
     } catch (const BError& error) {
-        EXPECT_EQ(error.Error(), 25021);
+        EXPECT_EQ(error.Error(), kErrorMemory);
         return error.Argument(0).CStr();
     }
     return QD_W("no error");

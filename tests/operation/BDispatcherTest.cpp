@@ -66,13 +66,13 @@ TEST(BDispatcher, HandsMessagesToTheRegisteredOne)
         const SP<RecordingDispatcher> dispatcher = new RecordingDispatcher(lives);
         BDispatcher::RegisterDispatcher(dispatcher);
         EXPECT_EQ(BDispatcher::Instance(), dispatcher);
-        EXPECT_TRUE(BDispatcher::DispatcherSend(3075, 1, 0xFFFFFFFFFFFFFFFF));
+        EXPECT_TRUE(BDispatcher::DispatcherSend(7, 1, 0xFFFFFFFFFFFFFFFF));
         dispatcher->answer = false;
-        EXPECT_FALSE(BDispatcher::DispatcherPost(3113, 2, 0));
+        EXPECT_FALSE(BDispatcher::DispatcherPost(8, 2, 0));
         QDSend(1, 2, 3);
         QDPost(4, 5, 6);
         EXPECT_EQ(dispatcher->log,
-                  "send 3075 1 18446744073709551615\npost 3113 2 0\nsend 1 2 3\npost 4 5 6\n");
+                  "send 7 1 18446744073709551615\npost 8 2 0\nsend 1 2 3\npost 4 5 6\n");
 
         EXPECT_TRUE(QDCurrentThreadIsDispatcherThread());
         ++dispatcher->threadId;

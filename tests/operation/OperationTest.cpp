@@ -1,7 +1,9 @@
+#include "core/base/ErrorCodes.h"
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BCommandExecutionInterface.h"
 #include "core/operation/BProgressManager.h"
 #include "core/operation/BSyncOperationInterface.h"
+#include "core/operation/Messages.h"
 
 #include "tests/Thrown.h"
 #include "tests/operation/MessageWindow.h"
@@ -10,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -71,11 +72,15 @@ TEST(BAsyncOperationInterface, ReportsToTheDispatcherWithoutAWindow)
         operation.ErrorInfo(BError(7));
     };
     OnWorker(report);
-    const Messages posted = {{8195, address, 1}, {8196, address, 150}, {8197, address, 0}};
+    const Messages posted = {{kMessageAsyncStatus, address, 1},
+                             {kMessageAsyncProgress, address, 150},
+                             {kMessageAsyncError, address, 0}};
     EXPECT_EQ(dispatcher.Posted(), posted);
     EXPECT_EQ(dispatcher.Sent(), Messages());
     report();
-    const Messages sent = {{8195, address, 2}, {8196, address, 150}, {8197, address, 0}};
+    const Messages sent = {{kMessageAsyncStatus, address, 2},
+                           {kMessageAsyncProgress, address, 150},
+                           {kMessageAsyncError, address, 0}};
     EXPECT_EQ(dispatcher.Sent(), sent);
     EXPECT_EQ(dispatcher.Posted(), Messages());
 }
@@ -95,15 +100,17 @@ TEST(BAsyncOperationInterface, ReportsToItsWindow)
     });
     operation.StatusInfo(QD_W("ends"));
     const std::vector<WindowMessage> expected = {
-        {7681, 1, 0},  {7682, 0, 0},  {7682, 98, 0}, {7682, 99, 0},
-        {7682, 99, 0}, {7682, 99, 0}, {7681, 2, 0},
+        {kMessageWindowStatus, 1, 0},    {kMessageWindowProgress, 0, 0},
+        {kMessageWindowProgress, 98, 0}, {kMessageWindowProgress, 99, 0},
+        {kMessageWindowProgress, 99, 0}, {kMessageWindowProgress, 99, 0},
+        {kMessageWindowStatus, 2, 0},
     };
     EXPECT_EQ(window.Received(), expected);
-    EXPECT_EQ(dispatcher.Posted(), (Messages{{8197, AddressOf(operation), 0}}));
+    EXPECT_EQ(dispatcher.Posted(), (Messages{{kMessageAsyncError, AddressOf(operation), 0}}));
     operation.SetMessageSink(nullptr);
     operation.ProgressInfo(1);
     EXPECT_EQ(window.Received(), std::vector<WindowMessage>());
-    EXPECT_EQ(dispatcher.Sent(), (Messages{{8196, AddressOf(operation), 1}}));
+    EXPECT_EQ(dispatcher.Sent(), (Messages{{kMessageAsyncProgress, AddressOf(operation), 1}}));
 }
 
 TEST(BAsyncOperationInterface, KeepsStatusTextsUntilTheyAreFetched)
@@ -138,7 +145,7 @@ TEST(BAsyncOperationInterface, StopsForGood)
     operation.ActivateBreak(false);
     EXPECT_TRUE(isStopping());
     const BError thrown = Thrown([&] { operation.TestUserBreak(); });
-    EXPECT_EQ(thrown.Error(), 25070);
+    EXPECT_EQ(thrown.Error(), kErrorUserBreak);
     EXPECT_TRUE(thrown.Argument(0).IsEmpty());
     EXPECT_TRUE(operation.TryLockW()) << "the lock was given back";
 }
@@ -147,11 +154,11 @@ TEST(BAsyncOperationInterface, LetsReceiversCallItFromInsideASend)
 {
     BAsyncOperationInterface operation;
     int code = 0;
-    std::string calls;
+    std::vector<unsigned int> calls;
     BDispatcher::RegisterDispatcher(
         new CallingDispatcher([&](unsigned int number, std::uint64_t address) {
             auto* const sender = reinterpret_cast<BAsyncOperationInterface*>(address);
-            calls += std::to_string(number) + " ";
+            calls.push_back(number);
             OnWorker([sender] { sender->Stop(); }); // on another thread, which waits for the lock
             sender->Stop();
             code = sender->GetError().Error();
@@ -160,7 +167,7 @@ TEST(BAsyncOperationInterface, LetsReceiversCallItFromInsideASend)
     operation.ProgressInfo(1);
     operation.ErrorInfo(BError(7, QD_W("$Key"), nullptr, nullptr, nullptr));
     BDispatcher::RegisterDispatcher(nullptr);
-    EXPECT_EQ(calls, "8195 8196 8197 ");
+    EXPECT_EQ(calls, (std::vector{kMessageAsyncStatus, kMessageAsyncProgress, kMessageAsyncError}));
     EXPECT_EQ(code, 7);
     EXPECT_EQ(operation.GetError().Argument(0), QD_W("$Key"));
     EXPECT_TRUE(operation.IsStopping());
@@ -184,7 +191,7 @@ TEST(BSyncOperationInterface, ActsOnTheDispatchersThreadOnly)
         EXPECT_EQ(dispatcher.Posted(), Messages());
         EXPECT_TRUE(operation.IsStopping() && operation.IsStoppingWeak());
         operation.ProgressInfo(150);
-        EXPECT_EQ(dispatcher.Sent(), (Messages{{4075, 150, 0}}));
+        EXPECT_EQ(dispatcher.Sent(), (Messages{{kMessageSyncProgress, 150, 0}}));
         EXPECT_EQ(Thrown([&] { operation.ErrorInfo(BError(7)); }).Error(), 7);
     }
     BProgressManager::RegisterInstance(nullptr);
@@ -198,7 +205,7 @@ TEST(BSyncOperationInterface, SendsTheCharactersOfAStatusText)
     std::vector<WString> received;
     BDispatcher::RegisterDispatcher(
         new CallingDispatcher([&](unsigned int number, std::uint64_t characters) {
-            EXPECT_EQ(number, 4078u);
+            EXPECT_EQ(number, kMessageSyncStatus);
             received.emplace_back(reinterpret_cast<const WChar*>(characters));
         }));
     BSyncOperationInterface operation;
@@ -234,7 +241,7 @@ TEST(CommandExecution, ForwardsToTheRegisteredInstance)
         bool& m_gone;
     };
     WString executed;
-    EXPECT_EQ(ExecuteCommand(QD_W("open"), true, 42, &executed), 13004);
+    EXPECT_EQ(ExecuteCommand(QD_W("open"), true, 42, &executed), kErrorNoCommandExecution);
     EXPECT_EQ(CommandExecutionInstance(), nullptr);
     bool gone = false;
     auto* const executor = new Executor(gone);

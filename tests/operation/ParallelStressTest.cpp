@@ -1,6 +1,7 @@
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/operation/BProgressMapping.h"
+#include "core/operation/Messages.h"
 #include "core/platform/CriticalSection.h"
 #include "core/sync/BAutoLock.h"
 #include "core/sync/BCriticalSection.h"
@@ -63,11 +64,11 @@ public:
     {}
     void Receive(unsigned int message, std::uint64_t first, std::uint64_t second) override
     {
-        if (message == 4077)
+        if (message == kMessageProgressIncrement)
             units += first;
-        if (message == 8195)
+        if (message == kMessageAsyncStatus)
             m_shared.Fetch(second);
-        if (message == 8197 && m_shared.operation.GetError().Error() == 0)
+        if (message == kMessageAsyncError && m_shared.operation.GetError().Error() == 0)
             ++m_shared.faults;
     }
 
@@ -152,7 +153,7 @@ TEST(Parallel, LocksOperationsAndTheDispatcherWorkTogether)
     for (bool windowed = false; std::chrono::steady_clock::now() < end; windowed = !windowed) {
         shared.operation.SetMessageSink(windowed ? window.Handle() : nullptr);
         for (const WindowMessage& message : window.Received())
-            if (message.number == 7681)
+            if (message.number == kMessageWindowStatus)
                 shared.Fetch(message.first);
         std::this_thread::yield();
     }

@@ -1,5 +1,6 @@
 #include "core/platform/Registry.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/profile/BConfigRegistry.h"
 
 #include "tests/profile/TestRegistry.h"
@@ -26,11 +27,11 @@ TEST(Registry, ReadsTextsAloneAndAsTheyAreStored)
          {'%', 'T', 'M', 'P', '%', 0},
          ERegistryRead::Done,
          QD_W("%TMP%"),
-         32767},
+         kErrorGeneral},
         {ERegistryType::Text, {'1', '2', 0, '3', 0}, ERegistryRead::Done, QD_W("12"), 0},
-        {ERegistryType::Text, {}, ERegistryRead::Done, QD_W(""), 32767},
-        {ERegistryType::Number, {'1', 0}, ERegistryRead::NoText, QD_W("before"), 32767},
-        {ERegistryType::Bytes, {}, ERegistryRead::NoText, QD_W("before"), 32767},
+        {ERegistryType::Text, {}, ERegistryRead::Done, QD_W(""), kErrorGeneral},
+        {ERegistryType::Number, {'1', 0}, ERegistryRead::NoText, QD_W("before"), kErrorGeneral},
+        {ERegistryType::Bytes, {}, ERegistryRead::NoText, QD_W("before"), kErrorGeneral},
     };
     const TestRegistry registry;
     const platform::RegistryKeyHandle key = platform::OpenRegistryKey(registry.Path());

@@ -1,6 +1,7 @@
 #include "core/profile/BBinProfile.h"
 
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
@@ -142,7 +143,7 @@ TEST(BBinProfile, WritesTheFileOnlyWhenItMayAndSomethingChanged)
                 operation();
                 ADD_FAILURE() << "not refused";
             } catch (const BError& error) {
-                EXPECT_EQ(error.Error(), 32767);
+                EXPECT_EQ(error.Error(), kErrorGeneral);
                 EXPECT_EQ(const_cast<BError&>(error).Argument(0), QD_W("$IDS_ErrorHint61"));
             }
         };

@@ -2,6 +2,7 @@
 
 #include "core/base/BError.h"
 #include "core/base/BString.h"
+#include "core/base/ErrorCodes.h"
 
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
@@ -173,11 +174,11 @@ TEST_F(BProfileFile, ReadOnlyThrowsBeforeItWrites)
         return 0;
     };
     char data = 0;
-    EXPECT_EQ(codeOf([&] { profile.WriteString(QD_W("k"), QD_W("2")); }), 32767);
-    EXPECT_EQ(codeOf([&] { profile.WriteInt(0, QD_W("k"), 2); }), 32767);
-    EXPECT_EQ(codeOf([&] { profile.WriteMem(QD_W("k"), &data, 1); }), 32767);
-    EXPECT_EQ(codeOf([&] { profile.DeleteKey(QD_W("k")); }), 32767);
-    EXPECT_EQ(codeOf([&] { profile.DeleteSection(); }), 32767);
+    EXPECT_EQ(codeOf([&] { profile.WriteString(QD_W("k"), QD_W("2")); }), kErrorGeneral);
+    EXPECT_EQ(codeOf([&] { profile.WriteInt(0, QD_W("k"), 2); }), kErrorGeneral);
+    EXPECT_EQ(codeOf([&] { profile.WriteMem(QD_W("k"), &data, 1); }), kErrorGeneral);
+    EXPECT_EQ(codeOf([&] { profile.DeleteKey(QD_W("k")); }), kErrorGeneral);
+    EXPECT_EQ(codeOf([&] { profile.DeleteSection(); }), kErrorGeneral);
     EXPECT_EQ(FileBytes(m_file), text);
 }
 

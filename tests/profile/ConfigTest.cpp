@@ -1,5 +1,6 @@
 #include "core/base/BError.h"
 #include "core/base/BString.h"
+#include "core/base/ErrorCodes.h"
 #include "core/profile/BConfigRegistry.h"
 
 #include "tests/profile/TestRegistry.h"
@@ -22,7 +23,7 @@ Units Read(const BConfig& config, const WString& name)
     WString value = QD_W("<none>");
     const int code = config.ReadString(name, value);
     const Units units = value.CStr();
-    EXPECT_EQ(code, units == QD_W("<none>") ? 32767 : 0);
+    EXPECT_EQ(code, units == QD_W("<none>") ? kErrorGeneral : 0);
     return units;
 }
 
@@ -70,22 +71,22 @@ TEST(BConfig, ReadsWhatItsTextsMean)
         SCOPED_TRACE(WString(c.text).AsString().CStr());
         ASSERT_EQ(config.WriteString(QD_W("v"), c.text), 0);
         int number = 77;
-        EXPECT_EQ(config.ReadInt(QD_W("v"), number), c.number ? 0 : 32767);
+        EXPECT_EQ(config.ReadInt(QD_W("v"), number), c.number ? 0 : kErrorGeneral);
         EXPECT_EQ(number, c.number.value_or(77));
         float single = 77;
-        EXPECT_EQ(config.ReadFloat(QD_W("v"), single), c.real ? 0 : 32767);
+        EXPECT_EQ(config.ReadFloat(QD_W("v"), single), c.real ? 0 : kErrorGeneral);
         EXPECT_EQ(single, static_cast<float>(c.real.value_or(77)));
         double real = 77;
-        EXPECT_EQ(config.ReadDouble(QD_W("v"), real), c.real ? 0 : 32767);
+        EXPECT_EQ(config.ReadDouble(QD_W("v"), real), c.real ? 0 : kErrorGeneral);
         EXPECT_EQ(real, c.real.value_or(77));
         for (const bool before : {false, true}) {
             bool truth = before;
-            EXPECT_EQ(config.ReadBool(QD_W("v"), truth), c.truth ? 0 : 32767);
+            EXPECT_EQ(config.ReadBool(QD_W("v"), truth), c.truth ? 0 : kErrorGeneral);
             EXPECT_EQ(truth, c.truth.value_or(before));
         }
     }
     double missing = 77;
-    EXPECT_EQ(config.ReadDouble(QD_W("none"), missing), 32767);
+    EXPECT_EQ(config.ReadDouble(QD_W("none"), missing), kErrorGeneral);
     EXPECT_EQ(missing, 77);
 }
 
@@ -134,7 +135,7 @@ TEST(BConfigRegistry, KeepsEveryTextUnderEveryName)
     for (const Units& text : texts)
         EXPECT_EQ(Read(again, text.c_str()), text);
 
-    EXPECT_EQ(config.WriteString(Units(16384, 'n').c_str(), QD_W("")), 32767);
+    EXPECT_EQ(config.WriteString(Units(16384, 'n').c_str(), QD_W("")), kErrorGeneral);
     for (const std::size_t length : {1'000'000U, 3U, 0U, 20'000U}) {
         EXPECT_EQ(config.WriteString(QD_W("long"), Units(length, 'x').c_str()), 0);
         EXPECT_EQ(Read(again, QD_W("long")), Units(length, 'x'));
@@ -200,14 +201,14 @@ TEST(BConfigRegistry, MakesTheKeysOfAPath)
     for (const Case& c : cases) {
         SCOPED_TRACE(WString(c.path).AsString().CStr());
         if (c.same == nullptr) {
-            EXPECT_EQ(Refusal([&] { root.Child(c.path); }), 32767);
+            EXPECT_EQ(Refusal([&] { root.Child(c.path); }), kErrorGeneral);
             continue;
         }
         EXPECT_EQ(root.Child(c.path)->WriteString(QD_W("v"), c.path), 0);
         const BConfigRegistry same(registry / c.same);
         EXPECT_EQ(Read(same, QD_W("v")), c.path);
     }
-    EXPECT_EQ(Refusal([] { const BConfigRegistry config{WString()}; }), 32767);
+    EXPECT_EQ(Refusal([] { const BConfigRegistry config{WString()}; }), kErrorGeneral);
     EXPECT_EQ(Read(*root.Child(QD_W("a\\b")), QD_W("v")), QD_W("<none>")); // on the way to c
     SP<BConfig> node = new BConfigRegistry(registry.Path());
     for (int depth = 0; depth < 20; ++depth)

@@ -1,5 +1,6 @@
 #include "core/tree/BNode.h"
 
+#include "core/operation/Messages.h"
 #include "core/tree/BNodeItr.h"
 
 #include "tests/operation/RecordingDispatcher.h"
@@ -261,35 +262,39 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
         EXPECT_EQ(dispatcher.Sent(), messages) << what;
     };
     root->AddChild(child.Get(), -1);
-    expect("add", {{3075, c, 0}});
+    expect("add", {{kMessageNodeChildAdded, c, 0}});
     const SP<BNode> second(new BNode);
     root->AddChild(second.Get(), 0);
-    expect("add behind the first", {{3075, Number(second.Get()), 1}});
+    expect("add behind the first", {{kMessageNodeChildAdded, Number(second.Get()), 1}});
     root->RemoveChild(second.Get());
     root->RemoveChild(second.Get());
-    expect("remove", {{3076, r, 0}});
+    expect("remove", {{kMessageNodeChildrenRemoved, r, 0}});
     child->SetText(QD_W("x"));
     child->SetText(WString(QD_W("x")));
-    expect("text, changed or not", {{3077, c, 0}, {3077, c, 0}});
+    expect("text, changed or not",
+           {{kMessageNodeTextChanged, c, 0}, {kMessageNodeTextChanged, c, 0}});
     child->AddAttrib(tag.Get());
     child->AddAttrib(tag.Get());
     child->AddAttrib(new NumberAttribute(QD_W("t"), 2));
     child->RemoveAttrib(QD_W("t"));
     child->RemoveAttribs();
-    expect("attributes", {{3079, c, 0}, {3079, c, 0}, {3079, c, 0}});
+    expect("attributes", {{kMessageNodeAttributesChanged, c, 0},
+                          {kMessageNodeAttributesChanged, c, 0},
+                          {kMessageNodeAttributesChanged, c, 0}});
     child->AddAnnotation(object.Get());
     child->RemoveAnnotations();
     child->RemoveAnnotations();
-    expect("annotations", {{3079, c, 0}, {3079, c, 0}});
+    expect("annotations",
+           {{kMessageNodeAttributesChanged, c, 0}, {kMessageNodeAttributesChanged, c, 0}});
     child->SetObj(object.Get());
     child->SetObj(object.Get());
-    expect("object", {{3081, c, 0}});
+    expect("object", {{kMessageNodeObjectChanged, c, 0}});
     child->Activate(true);
     child->Deactivate();
-    expect("active", {{3082, c, 0}});
+    expect("active", {{kMessageNodeActiveChanged, c, 0}});
     child->Lock(true);
     child->Lock(true);
-    expect("locked", {{3088, c, 0}});
+    expect("locked", {{kMessageNodeLockedChanged, c, 0}});
 
     child->IsMessageDispatcher(false);
     EXPECT_TRUE(child->IsMessageDispatcher()) << "only a root's flag can be set";
@@ -307,7 +312,10 @@ TEST(BNode, EveryChangeIsSentOnceWhenTheRootSaysSo)
     root->SetObj(object.Get());
     static_cast<void>(dispatcher.Sent());
     root->Clear();
-    expect("clear", {{3079, r, 0}, {3079, r, 0}, {3076, r, 0}, {3081, r, 0}});
+    expect("clear", {{kMessageNodeAttributesChanged, r, 0},
+                     {kMessageNodeAttributesChanged, r, 0},
+                     {kMessageNodeChildrenRemoved, r, 0},
+                     {kMessageNodeObjectChanged, r, 0}});
 }
 
 // The sanitizers watch for what the functions touch afterwards.
@@ -372,18 +380,19 @@ TEST(BNode, ReportsBeforeItDiesOfWhatItLetsGo)
     const auto asAttribute = [](BNode& node, Keeper* keeper) { node.AddAttrib(keeper); };
     const auto asAnnotation = [](BNode& node, Keeper* keeper) { node.AddAnnotation(keeper); };
     const Case cases[] = {
-        {3081, asObject, [](BNode& node) { node.SetObj(nullptr); }},
-        {3081, asObject, [](BNode& node) { node.Clear(); }},
-        {3076, asChild, [](BNode& node) { node.RemoveChild(0); }},
-        {3076, asChild, [](BNode& node) { node.RemoveChild(QD_W("")); }},
-        {3076, asChild, [](BNode& node) { node.RemoveChildren(); }},
-        {3079, asAttribute, [](BNode& node) { node.RemoveAttrib(0); }},
-        {3079, asAttribute, [](BNode& node) { node.RemoveAttribs(); }},
-        {3079, asAttribute,
+        {kMessageNodeObjectChanged, asObject, [](BNode& node) { node.SetObj(nullptr); }},
+        {kMessageNodeObjectChanged, asObject, [](BNode& node) { node.Clear(); }},
+        {kMessageNodeChildrenRemoved, asChild, [](BNode& node) { node.RemoveChild(0); }},
+        {kMessageNodeChildrenRemoved, asChild, [](BNode& node) { node.RemoveChild(QD_W("")); }},
+        {kMessageNodeChildrenRemoved, asChild, [](BNode& node) { node.RemoveChildren(); }},
+        {kMessageNodeAttributesChanged, asAttribute, [](BNode& node) { node.RemoveAttrib(0); }},
+        {kMessageNodeAttributesChanged, asAttribute, [](BNode& node) { node.RemoveAttribs(); }},
+        {kMessageNodeAttributesChanged, asAttribute,
          [](BNode& node) { node.AddAttrib(new NumberAttribute(QD_W("keeper"), 1)); }},
-        {3079, asAnnotation,
+        {kMessageNodeAttributesChanged, asAnnotation,
          [](BNode& node) { node.RemoveAnnotation(BNodeAnnotationItr(node).Current()); }},
-        {3079, asAnnotation, [](BNode& node) { node.RemoveAnnotations(); }},
+        {kMessageNodeAttributesChanged, asAnnotation,
+         [](BNode& node) { node.RemoveAnnotations(); }},
     };
     for (const Case& c : cases) {
         BNode* const node = new CountedNode;

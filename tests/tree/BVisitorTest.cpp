@@ -1,5 +1,7 @@
 #include "core/tree/BVisitor.h"
 
+#include "core/operation/Messages.h"
+
 #include "tests/operation/RecordingDispatcher.h"
 #include "tests/tree/TreeTestObjects.h"
 
@@ -127,7 +129,8 @@ TEST_F(BVisitorTest, ChangesAreReported)
 {
     RecordingDispatcher dispatcher;
     const auto changed = [](const BNode* node) {
-        return RecordingDispatcher::Message{3080, reinterpret_cast<std::uintptr_t>(node), 0};
+        return RecordingDispatcher::Message{kMessageNodeVisitorChanged,
+                                            reinterpret_cast<std::uintptr_t>(node), 0};
     };
     const auto root = changed(m_s.Get()), a = changed(m_a), a1 = changed(m_a1), b = changed(m_b);
     using Messages = std::vector<RecordingDispatcher::Message>;

@@ -1,5 +1,7 @@
 #include "core/units/BUnitSystem.h"
 
+#include "core/operation/Messages.h"
+
 #include "tests/operation/RecordingDispatcher.h"
 
 #include <gtest/gtest.h>
@@ -14,17 +16,15 @@ namespace {
 using Wide = std::basic_string<WChar>;
 using Messages = std::vector<RecordingDispatcher::Message>;
 
-constexpr unsigned int kUnitChanged = 3113;
-
 TEST(BUnitSystem, StartsWithMillimetresAndDegrees)
 {
     RecordingDispatcher dispatcher;
     const BUnitSystem system;
-    EXPECT_EQ(dispatcher.Posted(), (Messages{{kUnitChanged, 1, 0},
-                                             {kUnitChanged, 2, 0},
-                                             {kUnitChanged, 3, 0},
-                                             {kUnitChanged, 4, 0},
-                                             {kUnitChanged, 5, 0}}));
+    EXPECT_EQ(dispatcher.Posted(), (Messages{{kMessageUnitChanged, 1, 0},
+                                             {kMessageUnitChanged, 2, 0},
+                                             {kMessageUnitChanged, 3, 0},
+                                             {kMessageUnitChanged, 4, 0},
+                                             {kMessageUnitChanged, 5, 0}}));
     struct Case {
         const WChar* symbol;
         int precision;
@@ -51,14 +51,14 @@ TEST(BUnitSystem, PostsEachUnitThatASettingChanges)
         Messages posted;
     };
     const Case cases[] = {
-        {UnitInch, QD_W("\""), QD_W("1.0000"), {{kUnitChanged, 1, 0}}},
-        {UnitThou, QD_W("Thou"), QD_W("1000.0"), {{kUnitChanged, 1, 0}}},
-        {UnitDegree, QD_W("Thou"), QD_W("1000.0"), {{kUnitChanged, 5, 0}}},
+        {UnitInch, QD_W("\""), QD_W("1.0000"), {{kMessageUnitChanged, 1, 0}}},
+        {UnitThou, QD_W("Thou"), QD_W("1000.0"), {{kMessageUnitChanged, 1, 0}}},
+        {UnitDegree, QD_W("Thou"), QD_W("1000.0"), {{kMessageUnitChanged, 5, 0}}},
         {4, QD_W("Thou"), QD_W("1000.0"), {}},
         {UnitMillimeter,
          QD_W("mm"),
          QD_W("25.400"),
-         {{kUnitChanged, 1, 0}, {kUnitChanged, 2, 0}, {kUnitChanged, 3, 0}}},
+         {{kMessageUnitChanged, 1, 0}, {kMessageUnitChanged, 2, 0}, {kMessageUnitChanged, 3, 0}}},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.setting);
@@ -70,7 +70,7 @@ TEST(BUnitSystem, PostsEachUnitThatASettingChanges)
         EXPECT_EQ(area, QD_W("mm\u00B2"));
     }
     system.ChangeUnit(UnitClassTemperature, QD_W("K"), 1, 2);
-    EXPECT_EQ(dispatcher.Posted(), (Messages{{kUnitChanged, 4, 0}}));
+    EXPECT_EQ(dispatcher.Posted(), (Messages{{kMessageUnitChanged, 4, 0}}));
 
     const BUnitSystem copy(system);
     BUnitSystem moved(std::move(system));

@@ -1,4 +1,5 @@
 #include "core/base/BArray.h"
+#include "core/base/ErrorCodes.h"
 #include "core/language/BLanguageMap.h"
 #include "core/language/LanguageReader.h"
 #include "core/platform/FileStream.h"
@@ -18,9 +19,9 @@ using platform::WideView;
 const char* Meaning(int code)
 {
     switch (code) {
-    case 7356: return "the key is not valid";
-    case 7358: return "another plain key has the same default text";
-    case 7359: return "the key is there already";
+    case kErrorLanguageKeyInvalid: return "the key is not valid";
+    case kErrorLanguageTextTwice: return "another plain key has the same default text";
+    case kErrorLanguageKeyTwice: return "the key is there already";
     default: return "the entry is refused";
     }
 }

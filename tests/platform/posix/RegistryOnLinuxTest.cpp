@@ -1,4 +1,5 @@
 #include "core/base/BError.h"
+#include "core/base/ErrorCodes.h"
 #include "core/platform/Registry.h"
 #include "core/profile/BConfigRegistry.h"
 
@@ -201,7 +202,7 @@ TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
     OtherProgram other(m_path);
     ASSERT_EQ(other.Run("BEGIN EXCLUSIVE"), "");
     int value = 0;
-    EXPECT_EQ(config.WriteInt(QD_W("v"), 2), 32767);
+    EXPECT_EQ(config.WriteInt(QD_W("v"), 2), kErrorGeneral);
     EXPECT_EQ(config.ReadInt(QD_W("v"), value), 0);
     EXPECT_EQ(value, 1);
     EXPECT_THROW(config.Child(QD_W("new")), BError);
@@ -220,7 +221,7 @@ TEST_F(RegistryOnLinux, WritesOnceItMayAgain)
         if (::access(m_path.c_str(), W_OK) == 0)
             return true; // nobody's superior
         BConfigRegistry config(QD_W("Software\\Probe"));
-        const bool isRefused = config.WriteInt(QD_W("v"), 1) == 32767;
+        const bool isRefused = config.WriteInt(QD_W("v"), 1) == kErrorGeneral;
         fs::permissions(m_path, fs::perms{0644});
         int value = 0;
         return isRefused && config.WriteInt(QD_W("v"), 2) == 0 &&
@@ -245,7 +246,7 @@ TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
         ASSERT_EQ(old.WriteInt(QD_W("v"), 1), 0);
         ASSERT_EQ(OtherProgram(m_path).Run("PRAGMA wal_checkpoint(TRUNCATE)"), "0");
         const auto expectRefusal = [&old] {
-            EXPECT_EQ(old.WriteInt(QD_W("v"), 2), 32767);
+            EXPECT_EQ(old.WriteInt(QD_W("v"), 2), kErrorGeneral);
             EXPECT_THROW(old.Child(QD_W("new")), BError);
         };
         WriteFileBytes(m_folder / "copy", FileBytes(m_path)); // where the key has the same number
@@ -261,7 +262,7 @@ TEST_F(RegistryOnLinux, FailsOnceItsFileIsGone)
         EXPECT_EQ(Use(), 0); // in the new file
         expectRefusal();
         int value = 0;
-        EXPECT_EQ(old.ReadInt(QD_W("v"), value), 32767);
+        EXPECT_EQ(old.ReadInt(QD_W("v"), value), kErrorGeneral);
         OtherProgram other(m_path);
         EXPECT_EQ(other.Run("SELECT count(*) FROM registry_key"), isReplaced ? "4" : "2");
         EXPECT_EQ(other.Run("PRAGMA integrity_check"), "ok");
@@ -277,7 +278,7 @@ TEST_F(RegistryOnLinux, StartsAfreshWhileAnotherProcessHasAFileThatIsGone)
             BConfigRegistry old(QD_W("old"));
             char byte = 0;
             return old.WriteInt(QD_W("v"), 1) == 0 && ::write(end, &byte, 1) == 1 &&
-                   ::read(end, &byte, 1) == 1 && old.WriteInt(QD_W("v"), 2) == 32767;
+                   ::read(end, &byte, 1) == 1 && old.WriteInt(QD_W("v"), 2) == kErrorGeneral;
         },
         ends[1]);
     ::close(ends[1]);
@@ -302,7 +303,7 @@ TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
     for (const char* place :
          {garbage.c_str(), later.c_str(), none.c_str(), "/dev/full", "/dev/null/x"}) {
         const Environment registry("QD_REGISTRY", place);
-        EXPECT_EQ(Use(), 32767) << place;
+        EXPECT_EQ(Use(), kErrorGeneral) << place;
     }
     EXPECT_EQ(FileBytes(garbage), bytes);
     // One that becomes whole again is used again.
@@ -339,14 +340,14 @@ TEST_F(RegistryOnLinux, SurvivesEveryDamage)
         WriteFileBytes(file, damaged);
         SCOPED_TRACE(round);
         const int code = Use();
-        EXPECT_TRUE(code == 0 || code == 32767) << code;
+        EXPECT_TRUE(code == 0 || code == kErrorGeneral) << code;
         if (code != 0) {
             ++refusedCount;
             continue;
         }
         WString text;
         const int read = BConfigRegistry(QD_W("Software\\Probe")).ReadString(QD_W("long"), text);
-        EXPECT_TRUE(read == 0 || read == 32767) << read;
+        EXPECT_TRUE(read == 0 || read == kErrorGeneral) << read;
         EXPECT_LE(text.Length(), 20000u);
     }
     EXPECT_GT(refusedCount, 99);
@@ -359,7 +360,7 @@ TEST_F(RegistryOnLinux, FailsAndStaysWholeWhenTheDiskIsFull)
         const ResourceLimit limit(RLIMIT_FSIZE, 200'000);
         BConfigRegistry config(QD_W("Software\\Probe"));
         const std::u16string large(300000, 'x');
-        return config.WriteString(QD_W("v"), large.c_str()) == 32767 &&
+        return config.WriteString(QD_W("v"), large.c_str()) == kErrorGeneral &&
                config.WriteString(QD_W("small"), QD_W("y")) == 0;
     };
     EXPECT_TRUE(Succeeded(Fork(writeTooMuch, 0)));
@@ -391,7 +392,7 @@ TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)
         SCOPED_TRACE(&c - cases);
         const Environment variables[] = {
             {"QD_REGISTRY", c.registry}, {"XDG_CONFIG_HOME", c.config}, {"HOME", c.home}};
-        EXPECT_EQ(Use(), c.expected != nullptr ? 0 : 32767);
+        EXPECT_EQ(Use(), c.expected != nullptr ? 0 : kErrorGeneral);
         EXPECT_TRUE(c.expected == nullptr || fs::exists(m_folder / c.expected));
     }
 }

@@ -1,0 +1,26 @@
+#include "core/base/ErrorCodes.h"
+
+#include <gtest/gtest.h>
+
+TEST(ErrorCodes, HaveTheNumbersThatApplicationsWereBuiltWith)
+{
+    struct Case {
+        int code, number;
+    };
+    const Case cases[] = {
+        {kErrorNone, 0},
+        {kErrorGeneral, 32767},
+        {kErrorMemory, 25021},
+        {kErrorUserBreak, 25070},
+        {kErrorNoCommandExecution, 13004},
+        {kErrorLanguageFile, 1},
+        {kErrorLanguageOutput, 5},
+        {kErrorLanguageKeyInvalid, 7356},
+        {kErrorLanguageTextMissing, 7357},
+        {kErrorLanguageTextTwice, 7358},
+        {kErrorLanguageKeyTwice, 7359},
+        {kErrorLanguageLines, 7360},
+    };
+    for (const Case& row : cases)
+        EXPECT_EQ(row.code, row.number);
+}
