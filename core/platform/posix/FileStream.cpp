@@ -145,7 +145,7 @@ bool LockAlone(const Descriptor& file, bool isReading, int waitMs)
     for (int waited = 0;; ++waited) {
         if (::flock(file.Get(), (isReading ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0)
             return true;
-        if (errno != EWOULDBLOCK)
+        if (errno != EWOULDBLOCK && errno != EINTR)
             return true;
         if (waited >= waitMs)
             return false;

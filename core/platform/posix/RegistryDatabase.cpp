@@ -217,7 +217,7 @@ bool MakeFile(const std::string& location, const std::string& folder)
     const Descriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::uint32_t start = TickCount();
     while (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK)
+        if (errno != EWOULDBLOCK && errno != EINTR)
             return true;
         if (TickCount() - start >= kPatienceMs)
             return false;
