@@ -1,5 +1,7 @@
 #include "core/platform/CharClass.h"
 
+#include "core/platform/posix/VectorBlocks.h"
+
 #include <unicode/uchar.h>
 
 #include <bit>
@@ -7,22 +9,6 @@
 #include <cstring>
 #include <string>
 #include <type_traits>
-
-#if defined(__SSE2__) || defined(_M_X64)
-# include <emmintrin.h>
-# define QD_VECTOR_LENGTH 1
-#endif
-
-// The sanitizers rightly object to reading past the end of a text, harmless as it is in the block
-// that the end stands in.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-# undef QD_VECTOR_LENGTH
-#elif defined(__has_feature)
-# if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ||                        \
-     __has_feature(memory_sanitizer)
-#  undef QD_VECTOR_LENGTH
-# endif
-#endif
 
 namespace platform {
 
@@ -199,13 +185,12 @@ char ToLower(char character) noexcept
     return AsciiLower(character);
 }
 
-#if defined(QD_VECTOR_LENGTH)
+#if defined(QD_VECTOR_BLOCKS)
 
 std::size_t Length(const WChar* text) noexcept
 {
     if (text == nullptr)
         return 0;
-    // Aligned blocks never reach into a page that the text does not reach into.
     const auto offset = reinterpret_cast<std::uintptr_t>(text) % sizeof(__m128i);
     if (offset % sizeof(WChar) != 0)
         return std::char_traits<WChar>::length(text);

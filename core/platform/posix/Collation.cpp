@@ -5,6 +5,7 @@
 #include "core/platform/posix/AnsiPosition.h"
 #include "core/platform/posix/CollationTables.h"
 #include "core/platform/posix/FoldCase.h"
+#include "core/platform/posix/VectorBlocks.h"
 
 #include <unicode/unorm2.h>
 
@@ -23,22 +24,6 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
-
-#if defined(__SSE2__) || defined(_M_X64)
-# include <emmintrin.h>
-# define QD_VECTOR_COMPARISON 1
-#endif
-
-// The sanitizers rightly object to reading past the end of a text, harmless as it is in the block
-// that the end stands in.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-# undef QD_VECTOR_COMPARISON
-#elif defined(__has_feature)
-# if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ||                        \
-     __has_feature(memory_sanitizer)
-#  undef QD_VECTOR_COMPARISON
-# endif
-#endif
 
 // Texts are compared as the sort keys of Windows order them, level after level: the places of the
 // signs, the marks on them (accents), their forms (capital, raised), for kana size, repetition,
@@ -562,11 +547,10 @@ std::size_t SharedUnits(const Char* a, const Char* b) noexcept
     return shared;
 }
 
-#if defined(QD_VECTOR_COMPARISON)
+#if defined(QD_VECTOR_BLOCKS)
 
 std::size_t SharedUnits(const WChar* a, const WChar* b) noexcept
 {
-    // Aligned blocks never reach into a page that the texts do not reach into.
     constexpr std::size_t size = sizeof(__m128i);
     const std::size_t offset = reinterpret_cast<std::uintptr_t>(a) % size;
     if (offset % sizeof(WChar) != 0 || reinterpret_cast<std::uintptr_t>(b) % size != offset)
