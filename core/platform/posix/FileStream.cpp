@@ -4,6 +4,7 @@
 #include "core/platform/CharClass.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/FileLock.h"
 #include "core/platform/posix/NativePath.h"
 #include "core/platform/posix/TextStream.h"
 
@@ -12,7 +13,6 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <optional>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -139,18 +139,12 @@ Stream OpenOn(Descriptor file, const OpenMode& mode)
         OpenText(std::move(file), mode.text, mode.isUpdate ? ETextAccess::Update : oneWay));
 }
 
-// False while someone else holds `file` locked. A file system without locks has no one who does.
+// False while someone else has `file` open alone. Where the file system has no locks nobody can be
+// kept out, and the stream opens as any other.
 bool LockAlone(const Descriptor& file, bool isReading, int waitMs)
 {
-    for (int waited = 0;; ++waited) {
-        if (::flock(file.Get(), (isReading ? LOCK_SH : LOCK_EX) | LOCK_NB) == 0)
-            return true;
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            return true;
-        if (waited >= waitMs)
-            return false;
-        ::usleep(1000);
-    }
+    return LockFile(file, isReading ? EFileLock::Shared : EFileLock::Alone, waitMs) !=
+           ELocked::InUse;
 }
 
 // Holds a stream's lock, so that each byte need not take it.

@@ -4,6 +4,7 @@
 #include "core/platform/FileReplacement.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/FileLock.h"
 #include "core/platform/posix/IniText.h"
 #include "core/platform/posix/NativePath.h"
 
@@ -21,7 +22,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -413,18 +413,12 @@ Descriptor OpenForLock(const std::string& nativePath)
     return Descriptor(::open(target->c_str(), flags | O_NONBLOCK));
 }
 
-// False while someone else holds it. A file system without locks has no one who does.
+// False while someone else holds it. On a file system without locks updates go on without.
 bool Lock(const Descriptor& file)
 {
-    constexpr int stepUs = 200, mostSteps = 50'000; // 10 s
-    for (int step = 0; ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0; ++step) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            return errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL;
-        if (step == mostSteps)
-            return false;
-        ::usleep(stepUs);
-    }
-    return true;
+    constexpr int waitMs = 10'000;
+    const ELocked locked = LockFile(file, EFileLock::Alone, waitMs);
+    return locked == ELocked::Yes || locked == ELocked::Unsupported;
 }
 
 } // namespace
@@ -481,7 +475,7 @@ ProfileUpdate::~ProfileUpdate()
 {
     // Closing would not do: a process that was forked meanwhile has the lock, too.
     if (m_state)
-        ::flock(m_state->lock.Get(), LOCK_UN);
+        UnlockFile(m_state->lock);
 }
 
 bool ProfileUpdate::SetText(const WChar* section, const WChar* key, const WChar* value) noexcept

@@ -2,6 +2,7 @@
 
 #include "core/platform/Clock.h"
 #include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/FileLock.h"
 
 #include <sqlite3.h>
 
@@ -12,7 +13,6 @@
 #include <list>
 #include <mutex>
 #include <pthread.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/sysmacros.h>
@@ -37,7 +37,7 @@ namespace {
 
 constexpr int kFormatVersion = 1;
 constexpr std::int64_t kRoot = 0;
-constexpr std::uint32_t kPatienceMs = 2000; // how long a lock of another process is waited for
+constexpr int kPatienceMs = 2000; // how long a lock of another process is waited for
 
 constexpr const char* kCreate =
     "CREATE TABLE IF NOT EXISTS registry_key ("
@@ -59,7 +59,7 @@ int WaitForLock(void*, int attempt) noexcept
 {
     if (attempt == 0)
         g_waitStart = TickCount();
-    if (TickCount() - g_waitStart >= kPatienceMs)
+    if (TickCount() - g_waitStart >= std::uint32_t{kPatienceMs})
         return 0;
     ::sqlite3_sleep(1);
     return 1;
@@ -160,7 +160,8 @@ bool ChooseJournal(sqlite3* database, bool isLocal)
     // The change to a log fails at once when another process is about it, too.
     const std::uint32_t start = TickCount();
     while (!Execute(database, "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL")) {
-        if (::sqlite3_errcode(database) != SQLITE_BUSY || TickCount() - start >= kPatienceMs)
+        if (::sqlite3_errcode(database) != SQLITE_BUSY ||
+            TickCount() - start >= std::uint32_t{kPatienceMs})
             return false;
         ::sqlite3_sleep(1);
     }
@@ -215,14 +216,9 @@ bool MakeFile(const std::string& location, const std::string& folder)
     if (const auto file = FileAt(location); !file || file->inode != 0)
         return file.has_value();
     const Descriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const std::uint32_t start = TickCount();
-    while (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            return true;
-        if (TickCount() - start >= kPatienceMs)
-            return false;
-        ::sqlite3_sleep(1);
-    }
+    if (const ELocked locked = LockFile(lock, EFileLock::Alone, kPatienceMs);
+        locked != ELocked::Yes)
+        return locked != ELocked::InUse;
     if (const auto file = FileAt(location); !file || file->inode != 0)
         return file.has_value();
     for (const char* ending : {"-wal", "-shm"})

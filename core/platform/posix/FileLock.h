@@ -1,0 +1,22 @@
+#pragma once
+
+#include "core/platform/posix/Descriptor.h"
+
+namespace platform {
+
+enum class EFileLock { Shared, Alone };
+
+enum class ELocked {
+    Yes,
+    InUse,       // others held it for all the time
+    Unsupported, // by the file system
+    Failed,
+};
+
+/// Locks an open file or folder against others who ask, as `flock` does, waiting up to `waitMs` for
+/// them. The lock goes with the last descriptor of this opening of the file, in this process and in
+/// those that were forked from it, or with `UnlockFile`.
+[[nodiscard]] ELocked LockFile(const Descriptor& file, EFileLock kind, int waitMs) noexcept;
+void UnlockFile(const Descriptor& file) noexcept;
+
+} // namespace platform
