@@ -1,0 +1,45 @@
+#include "core/platform/posix/ProfileCache.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace platform {
+
+// Never destroyed: objects that go when the process ends may still read settings.
+ProfileCache& ProfileCache::Instance()
+{
+    static ProfileCache& instance = *new ProfileCache;
+    return instance;
+}
+
+ProfileFile* ProfileCache::Get(WideView path, ProfileFile::ELoad& state)
+{
+    std::list<ProfileFile> taken = Take(path, state);
+    if (state != ProfileFile::ELoad::Loaded)
+        return nullptr;
+    Keep(taken);
+    return &m_files.front();
+}
+
+std::list<ProfileFile> ProfileCache::Take(WideView path, ProfileFile::ELoad& state)
+{
+    std::list<ProfileFile> taken;
+    const auto found = std::ranges::find(m_files, path, &ProfileFile::Path);
+    if (found != m_files.end())
+        taken.splice(taken.begin(), m_files, found);
+    else
+        taken.emplace_front(path);
+    state = taken.front().Refresh();
+    return taken;
+}
+
+void ProfileCache::Keep(std::list<ProfileFile>& taken)
+{
+    assert(taken.size() == 1);
+    constexpr std::size_t most = 8; // an application has few, and a search for one is short
+    m_files.splice(m_files.begin(), taken);
+    if (m_files.size() > most)
+        m_files.pop_back();
+}
+
+} // namespace platform

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "core/platform/WideText.h"
+#include "core/platform/posix/IniText.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <variant>
+
+namespace platform {
+
+/// Which state of a file was read: its identity, size and times.
+struct FileStamp {
+    FileStamp() = default;
+    explicit FileStamp(const struct stat& status) noexcept;
+    bool operator==(const FileStamp&) const = default;
+
+    /// Whether its times have moved on, so that a later change would show.
+    [[nodiscard]] bool IsSettled() const noexcept;
+
+    dev_t device = 0;
+    ino_t file = 0;
+    off_t size = 0;
+    std::int64_t modified = 0; // in nanoseconds, as `changed`
+    std::int64_t changed = 0;
+};
+
+/// A private profile as its file had it when it was last read or saved. One thread at a time.
+class ProfileFile {
+public:
+    /// `Missing` files have the empty text; that of `Failed` ones means nothing.
+    enum class ELoad { Missing, Failed, Loaded };
+    using Text = std::variant<IniText<char>, IniText<WChar>>; // 8-bit or UTF-16
+
+    explicit ProfileFile(WideView path);
+
+    /// Reads the file, unless it is known to be as it was.
+    ELoad Refresh();
+    /// Puts the text in place of the file's whole content. False when that fails: the file then
+    /// stays as it was, or, where it could only be written in place, holds part of both.
+    [[nodiscard]] bool Save();
+    [[nodiscard]] bool IsWritable() const noexcept;
+
+    [[nodiscard]] const WideText& Path() const noexcept { return m_path; }
+    [[nodiscard]] Text& Content() noexcept { return m_text; }
+
+private:
+    enum class EEncoding { Ansi, Utf16Little, Utf16Big };
+
+    [[nodiscard]] bool IsCurrent() const noexcept;
+    [[nodiscard]] ELoad Load();
+    void Parse(std::string bytes);
+    [[nodiscard]] bool Write(std::FILE* stream) const;
+
+    WideText m_path; // as callers name it
+    std::string m_nativePath;
+    FileStamp m_stamp;
+    bool m_isSettled = false; // the stamp tells whether the file is still the same
+    EEncoding m_encoding = EEncoding::Ansi;
+    Text m_text{std::in_place_index<0>, std::string()};
+};
+
+} // namespace platform
