@@ -2,6 +2,8 @@
 
 #include "core/platform/Registry.h"
 #include "core/platform/WideText.h"
+#include "core/platform/posix/FileIdentity.h"
+#include "core/platform/posix/RegistryConnection.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,12 +14,6 @@
 
 namespace platform {
 
-/// A name as it is written and as it is compared.
-struct RegistryName {
-    WideView written; // borrowed
-    WideText folded;
-};
-
 /// The database that stands for the registry. Any thread may call any of them.
 ///
 /// A connection is opened when it is first needed and kept to the end of the process, unless
@@ -26,19 +22,9 @@ struct RegistryName {
 /// again.
 class RegistryDatabase {
 public:
-    /// Which file it is. The number of one that is gone may come again, at another time of birth.
-    struct FileId {
-        std::uint64_t device = 0;
-        std::uint64_t inode = 0; // 0 for no file
-        std::int64_t birthSeconds = 0;
-        std::uint32_t birthNanoseconds = 0;
-
-        bool operator==(const FileId&) const = default;
-    };
-
     /// A key's number means nothing in another file, where all that is done with it fails.
     struct Key {
-        FileId file;
+        FileIdentity file;
         std::int64_t number;
     };
 
@@ -46,7 +32,6 @@ public:
     [[nodiscard]] static RegistryDatabase& At(const std::string& location);
 
     explicit RegistryDatabase(std::string location);
-    ~RegistryDatabase();
 
     /// The key that `names` lead to from `parent`, made with those on the way that are missing:
     /// all of them or none. From the root of the file that is there now when `parent` is null.
@@ -58,21 +43,19 @@ public:
                                   const void* data, std::size_t size);
 
 private:
-    struct Connection;
-
     static void CloseAll() noexcept;
     static void BeforeFork() noexcept;
     static void AfterFork() noexcept;
 
-    [[nodiscard]] bool IsOpen(const std::optional<FileId>& file);
-    [[nodiscard]] bool CanWrite(const FileId& file);
+    [[nodiscard]] bool IsOpen(const std::optional<FileIdentity>& file);
+    [[nodiscard]] bool CanWrite(const FileIdentity& file);
     template <class Work>
     [[nodiscard]] bool Commit(Work work);
     [[nodiscard]] bool Has(const Key& key);
     [[nodiscard]] std::int64_t Descend(std::int64_t key, std::span<const RegistryName>& names);
 
     std::string m_location;
-    std::unique_ptr<Connection> m_connection; // guarded by the lock of all databases
+    std::unique_ptr<RegistryConnection> m_connection; // guarded by the lock of all databases
 };
 
 } // namespace platform

@@ -1,0 +1,233 @@
+#include "core/platform/posix/RegistryConnection.h"
+
+#include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/FileLock.h"
+#include "core/platform/posix/RegistryJournal.h"
+
+#include <sqlite3.h>
+
+#include <cassert>
+#include <cstring>
+#include <fcntl.h>
+#include <span>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+// The file, version 1. Names and texts are UTF-16 as the registry has them, in blobs, which keep
+// every unit; as the database's encoding is the same, CAST(name AS TEXT) shows them to people.
+//
+//     registry_key    id      0 is the user's root, which has no row
+//                     parent  id of the key that it stands in
+//                     folded  the name in upper case, by which it is found
+//                     name    as first written
+//     registry_value  key     id of the key that it stands in
+//                     folded, name
+//                     type    1 text, 2 expandable text, 3 bytes, 4 number of 32 bits
+//                     data    a text with its terminating 0, a number's bytes lowest first
+//
+// A database, as any number of processes use it at once and a write must be whole or not be. Every
+// write is a transaction that begins with the lock (`BEGIN IMMEDIATE`): one that read first and
+// asked for the lock then would fail at once if somebody else wrote in between.
+namespace platform {
+
+using sqlite::Database;
+using sqlite::Execute;
+using sqlite::Run;
+using sqlite::Statement;
+
+namespace {
+
+constexpr int kFormatVersion = 1;
+
+constexpr const char* kCreate =
+    "CREATE TABLE IF NOT EXISTS registry_key ("
+    " id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, folded BLOB NOT NULL, name BLOB NOT NULL,"
+    " UNIQUE (parent, folded));"
+    "CREATE TABLE IF NOT EXISTS registry_value ("
+    " key INTEGER NOT NULL, folded BLOB NOT NULL, name BLOB NOT NULL, type INTEGER NOT NULL,"
+    " data BLOB NOT NULL, PRIMARY KEY (key, folded)) WITHOUT ROWID;"
+    "PRAGMA user_version = 1";
+
+// Makes the tables of a new database; false for one of another format.
+bool CheckFormat(sqlite3* database)
+{
+    const Statement version = sqlite::Prepare(database, "PRAGMA user_version");
+    const auto readVersion = [&version] {
+        Run run(version);
+        return run.HasRow() ? run.Number(0) : -1;
+    };
+    const std::int64_t found = readVersion();
+    if (found != 0)
+        return found == kFormatVersion;
+    if (!Execute(database, "BEGIN IMMEDIATE"))
+        return false;
+    const std::int64_t current = readVersion(); // another process may have made them meanwhile
+    if (current == 0 && Execute(database, kCreate) && Execute(database, "COMMIT"))
+        return true;
+    static_cast<void>(Execute(database, "ROLLBACK"));
+    return current == kFormatVersion;
+}
+
+void MakeFolders(const std::string& path)
+{
+    for (std::size_t end = path.find('/', 1); end != path.npos; end = path.find('/', end + 1))
+        ::mkdir(path.substr(0, end).c_str(), 0700);
+}
+
+// Makes an empty file where there is none, if it can; false when another process is too long at it,
+// or it cannot be told whether there is one.
+// The log of one that was deleted goes first: what another process still has open of it would count
+// as the new file's. Under the folder's lock it is never the log of a file that was made meanwhile.
+bool MakeFile(const std::string& location, const std::string& folder)
+{
+    if (const auto file = FileAt(location); !file || file->IsFile())
+        return file.has_value();
+    const Descriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (const ELocked locked = LockFile(lock, EFileLock::Alone, sqlite::kPatienceMs);
+        locked != ELocked::Yes)
+        return locked != ELocked::InUse; // SQLite makes the file then
+    if (const auto file = FileAt(location); !file || file->IsFile())
+        return file.has_value();
+    for (const char* ending : {"-wal", "-shm"})
+        ::unlink((location + ending).c_str());
+    const Descriptor made(::open(location.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    return true;
+}
+
+// The log and its index got the rights of the file when they were made. Those may have allowed
+// reading alone, and others may have been given since. Fails for who does not own them.
+void ShareRights(const std::string& location)
+{
+    struct stat status = {};
+    if (::access(location.c_str(), W_OK) != 0 || ::stat(location.c_str(), &status) != 0)
+        return;
+    for (const char* ending : {"-wal", "-shm"})
+        ::chmod((location + ending).c_str(), status.st_mode & 0777);
+}
+
+Database OpenDatabase(const std::string& location)
+{
+    MakeFolders(location);
+    const std::string folder = location.substr(0, location.rfind('/') + 1);
+    const EJournal journal = JournalFor(folder); // the file may be missing
+    if (journal == EJournal::Log && !MakeFile(location, folder))
+        return nullptr;
+    ShareRights(location);
+    Database database = sqlite::Open(location.c_str());
+    // The file is the user's, but what stands in it need not be: nothing of it is executed, and a
+    // damaged page is noticed where it is read.
+    const bool isReady = database &&
+                         Execute(database.get(), "PRAGMA encoding = 'UTF-16le';"
+                                                 "PRAGMA trusted_schema = OFF;"
+                                                 "PRAGMA cell_size_check = ON") &&
+                         UseJournal(database.get(), journal) && CheckFormat(database.get());
+    return isReady ? std::move(database) : nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<RegistryConnection> RegistryConnection::Open(const std::string& location)
+{
+    Database database = OpenDatabase(location);
+    const std::optional<FileIdentity> file = database ? FileAt(location) : std::nullopt;
+    if (!file || sqlite::IsMoved(database.get()))
+        return nullptr;
+    // With old pages the lock is held for as long as the disk takes. Who writes on and on would
+    // have it all the time.
+    const bool leavesGaps = JournalFor(location) == EJournal::OldPages;
+    std::unique_ptr<RegistryConnection> connection(
+        new RegistryConnection(std::move(database), *file, leavesGaps));
+    return connection->IsReady() ? std::move(connection) : nullptr;
+}
+
+RegistryConnection::RegistryConnection(Database database, const FileIdentity& file, bool leavesGaps)
+    : m_database(std::move(database))
+    , m_file(file)
+    , m_leavesGaps(leavesGaps)
+    , m_begin(Prepared("BEGIN IMMEDIATE"))
+    , m_commit(Prepared("COMMIT"))
+    , m_rollback(Prepared("ROLLBACK"))
+    , m_findKey(Prepared("SELECT id FROM registry_key WHERE parent = ? AND folded = ?"))
+    , m_addKey(
+          Prepared("INSERT INTO registry_key (parent, folded, name) VALUES (?, ?, ?) RETURNING id"))
+    , m_readValue(Prepared("SELECT type, data FROM registry_value WHERE key = ? AND folded = ?"))
+    , m_writeValue(Prepared("INSERT INTO registry_value (key, folded, name, type, data)"
+                            " VALUES (?, ?, ?, ?, ?) ON CONFLICT (key, folded)"
+                            " DO UPDATE SET type = excluded.type, data = excluded.data"))
+{}
+
+std::optional<std::int64_t> RegistryConnection::FindKey(std::int64_t parent, WideView foldedName)
+{
+    Run run(m_findKey);
+    return run.With(parent).With(foldedName).HasRow() ? std::optional(run.Number(0)) : std::nullopt;
+}
+
+bool RegistryConnection::ReadText(std::int64_t key, WideView foldedName, WideText& text)
+{
+    Run run(m_readValue);
+    if (!run.With(key).With(foldedName).HasRow())
+        return false;
+    const auto type = static_cast<ERegistryType>(run.Number(0));
+    if (type != ERegistryType::Text && type != ERegistryType::ExpandableText)
+        return false;
+    const std::span<const std::byte> bytes = run.Bytes(1);
+    text.resize(bytes.size() / sizeof(WChar));
+    if (!text.empty())
+        std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WChar));
+    return true;
+}
+
+std::optional<std::int64_t> RegistryConnection::AddKey(std::int64_t parent,
+                                                       const RegistryName& name)
+{
+    Run run(m_addKey);
+    const bool isAdded = run.With(parent).With(name.folded).With(name.written).HasRow();
+    return isAdded ? std::optional(run.Number(0)) : std::nullopt;
+}
+
+bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
+                                    const void* data, std::size_t size)
+{
+    return Run(m_writeValue)
+        .With(key)
+        .With(name.folded)
+        .With(name.written)
+        .With(static_cast<std::int64_t>(type))
+        .With(data, size)
+        .IsDone();
+}
+
+RegistryConnection::Transaction::Transaction(RegistryConnection& connection) noexcept
+    : m_connection(connection)
+    , m_isOpen(Run(connection.m_begin).IsDone())
+{}
+
+RegistryConnection::Transaction::~Transaction()
+{
+    if (m_isOpen)
+        static_cast<void>(Run(m_connection.m_rollback).IsDone());
+}
+
+bool RegistryConnection::Transaction::Commit() noexcept
+{
+    assert(m_isOpen);
+    const bool isDone = Run(m_connection.m_commit).IsDone();
+    m_isOpen = !isDone;
+    if (isDone && m_connection.m_leavesGaps)
+        ::sqlite3_sleep(2);
+    return isDone;
+}
+
+bool RegistryConnection::IsReady() const noexcept
+{
+    return m_begin && m_commit && m_rollback && m_findKey && m_addKey && m_readValue &&
+           m_writeValue;
+}
+
+Statement RegistryConnection::Prepared(const char* sql) const
+{
+    return sqlite::Prepare(m_database.get(), sql);
+}
+
+} // namespace platform
