@@ -9,7 +9,7 @@ NORM_IGNORECASE. The third has the same for kana, each followed by U+30FC, witho
 
 A key of a unit is "places 01 marks 01 forms 01 kana 01 dashes 00". Places of two or more bytes are
 numbered in their order. Units are put together to runs with equal steps, and runs are written as
-small numbers (`ReadPage` in Collation.cpp reads them).
+small numbers (`ReadPage` in CollationWeights.cpp reads them).
 """
 
 import sys
@@ -17,7 +17,7 @@ import textwrap
 import unicodedata
 
 PLAIN = 2
-SIGN, MARK, DASH, SEVERAL, REPEAT = 2, 3, 4, 5, 6  # as in Collation.cpp
+SIGN, MARK, DASH, SEVERAL, REPEAT = 2, 3, 4, 5, 6  # as in CollationWeights.h
 # In the key of an expansion marks and ignored units have places; the order of texts knows none.
 LOOSE_MARK = b"\x01\x00"
 LOOSE_NOTHING = b"\x00\x00"
@@ -274,7 +274,7 @@ TEMPLATE = """#pragma once
 
 /// The weights of all UTF-16 units as Windows sorts them (English, United States), made by
 /// tools/make_collation_tables.py from its sort keys. Places are numbers in the order of Windows'
-/// own, so that those of ideographs, too, take 16 bits. Collation.cpp says what the words mean.
+/// own, so that those of ideographs, too, take 16 bits. CollationWeights.h says what the words mean.
 namespace platform::collation {{
 
 // clang-format off
