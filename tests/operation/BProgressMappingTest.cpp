@@ -23,10 +23,10 @@ public:
     using BProgressMapping::StrideAfter;
 };
 
-/// Answers as the user of a test wants, while it lives.
+/// Breaks when a test wants it, while it lives.
 class User {
 public:
-    User() { BProgressManager::RegisterInstance(m_manager.Get()); }
+    User() { BProgressManager::RegisterInstance(m_manager); }
     ~User() { BProgressManager::RegisterInstance(nullptr); }
     User(const User&) = delete;
     User& operator=(const User&) = delete;
@@ -34,8 +34,7 @@ public:
     void Break(bool wanted) { m_manager->breaks = wanted; }
 
 private:
-    class Manager final : public BProgressManager {
-    public:
+    struct Manager final : BProgressManager {
         void BeginLongOperation(std::uint64_t) override {}
         bool BreakLongOperation(bool ask) override { return breaks && !ask; }
         void EndLongOperation() override {}
@@ -44,7 +43,6 @@ private:
             if (breaks)
                 throw BError(1);
         }
-
         bool breaks = false;
     };
     SP<Manager> m_manager = new Manager;
@@ -70,15 +68,10 @@ TEST(BProgressMapping, SendsIncrementsThatAddUpToTheMessageCount)
         std::uint64_t steps, messageCount, stepWidth, advances, sum;
     };
     const Case cases[] = {
-        {1000, 100, 1, 1000, 100},
-        {1000, 100, 1, 5000, 100}, // beyond the end
-        {1000, 0, 1, 1000, 0},
-        {3, 100, 1, 3, 100},
-        {1'000'000, 7, 3, 333'334, 7},
-        {49, 1, 1, 49, 1}, // 49 times 1/49.0 is less than 1
-        {0, 3, 1, 5, 3},   // each step is a unit
-        {kMost, kMost, kMost, 1, kMost},
-        {kMost / 2, kMost, kMost / 2 + 1, 1, kMost},
+        {1000, 100, 1, 1000, 100},       {1000, 100, 1, 5000, 100}, // beyond the end
+        {1000, 0, 1, 1000, 0},           {3, 100, 1, 3, 100},
+        {1'000'000, 7, 3, 333'334, 7},   {49, 1, 1, 49, 1}, // 49 times 1/49.0 is less than 1
+        {kMost, kMost, kMost, 1, kMost}, {kMost / 2, kMost, kMost / 2 + 1, 1, kMost},
         {10, kMost, 1, 10, kMost},
     };
     for (const Case& row : cases) {
@@ -88,12 +81,17 @@ TEST(BProgressMapping, SendsIncrementsThatAddUpToTheMessageCount)
         for (std::uint64_t i = 0; i < row.advances; ++i)
             progress.Next(row.stepWidth);
         const std::vector<std::uint64_t> sent = Increments(dispatcher);
-        if (row.steps != 0) {
-            EXPECT_EQ(std::accumulate(sent.begin(), sent.end(), std::uint64_t{0}), row.sum);
-        } else {
-            EXPECT_LE(std::accumulate(sent.begin(), sent.end(), std::uint64_t{0}), row.sum);
-        }
+        EXPECT_EQ(std::accumulate(sent.begin(), sent.end(), std::uint64_t{0}), row.sum);
     }
+}
+
+TEST(BProgressMapping, WithoutStepsEachOneIsAUnitUpToTheMessageCount)
+{
+    RecordingDispatcher dispatcher;
+    BProgressMapping progress(0, 3);
+    for (const std::uint64_t step : {1, 2, 4, 8}) // at each of them is an update
+        EXPECT_TRUE(progress.StepTo(step));
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{1, 1, 1}));
 }
 
 TEST(BProgressMapping, ReportsWhatWasReachedSinceTheLastUpdate)
@@ -119,8 +117,9 @@ TEST(BProgressMapping, SendsWhatAReceiverRefusedWithTheNextUpdate)
 {
     RecordingDispatcher dispatcher;
     BProgressMapping progress(4, 4);
-    dispatcher.OnSend([&] {
+    dispatcher.OnSend([&](const RecordingDispatcher::Message&) {
         progress.Next(1); // from inside
+        dispatcher.OnSend(nullptr);
         throw 1;
     });
     EXPECT_THROW(progress.Next(1), int);
@@ -168,20 +167,22 @@ TEST(BProgressMapping, UpdatesEvery50To100Milliseconds)
         leaps.Next(std::uint64_t{1} << 63);
 }
 
-TEST(BProgressMappingAndBreak, ThrowsOutOfTheUpdateOnceTheUserBreaks)
+TEST(BProgressMappingAndBreak, ReportsAndThrowsOutOfTheUpdateOnceTheUserBreaks)
 {
+    RecordingDispatcher dispatcher;
     BProgressMappingAndBreak progress(2, 2);
     EXPECT_TRUE(progress.StepTo(1)) << "without a manager";
-    const User user;
-    EXPECT_NO_THROW(BProgressMappingAndBreak(1, 1).Next(1));
-    User other;
-    other.Break(true);
+    User user;
+    EXPECT_TRUE(BProgressMappingAndBreak(1, 1).Next(1));
+    user.Break(true);
     EXPECT_THROW(progress.Next(1), BError);
     EXPECT_EQ(progress.Step(), 2u);
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{1, 1, 1}));
 }
 
-TEST(BProgressMappingOMP, NotesTheBreakForGood)
+TEST(BProgressMappingOMP, ReportsAndNotesTheBreakForGood)
 {
+    RecordingDispatcher dispatcher;
     User user;
     BProgressMappingOMP progress(3, 3);
     progress.StepTo(1);
@@ -193,6 +194,7 @@ TEST(BProgressMappingOMP, NotesTheBreakForGood)
     progress.Next(1);
     EXPECT_TRUE(progress.IsStopping());
     EXPECT_TRUE(BProgressMappingOMP(progress).IsStopping());
+    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{1, 2}));
 }
 
 TEST(BProgressManager, AnswersForTheProcessWhileItIsRegistered)
@@ -201,8 +203,12 @@ TEST(BProgressManager, AnswersForTheProcessWhileItIsRegistered)
     EXPECT_FALSE(BProgressManager::InstanceBreakLongOperation(false));
     EXPECT_NO_THROW(BProgressManager::InstanceTestUserBreak());
     User user;
+    const SP<BProgressManager> manager = BProgressManager::Instance();
+    EXPECT_EQ(manager->RefCount(), 3) << "the user's, the registration's and this one";
     user.Break(true);
     EXPECT_TRUE(BProgressManager::InstanceBreakLongOperation(false));
     EXPECT_FALSE(BProgressManager::InstanceBreakLongOperation(true)) << "the argument is handed on";
     EXPECT_THROW(BProgressManager::InstanceTestUserBreak(), BError);
+    BProgressManager::RegisterInstance(nullptr);
+    EXPECT_EQ(manager->RefCount(), 2);
 }

@@ -3,7 +3,7 @@
 #include "core/operation/BMessageReceiver.h"
 
 #include "tests/Latch.h"
-#include "tests/Thrown.h"
+#include "tests/ThrownError.h"
 
 #include <gtest/gtest.h>
 
@@ -163,7 +163,7 @@ TEST(BThreadDispatcher, PassesExceptionsToTheSender)
     dispatcher->AddReceiver(&throwing);
     dispatcher->AddReceiver(&behind);
     dispatcher->Post(1, 0, 0);
-    EXPECT_EQ(Thrown([&] { dispatcher->Send(2, 0, 0); }).Error(), 2);
+    EXPECT_EQ(ThrownCode([&] { dispatcher->Send(2, 0, 0); }), 2);
     EXPECT_EQ(behind.received, (Numbers{1, 2}));
 }
 

@@ -1,24 +1,24 @@
-#include "core/base/ErrorCodes.h"
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BCommandExecutionInterface.h"
 #include "core/operation/BProgressManager.h"
 #include "core/operation/BSyncOperationInterface.h"
 #include "core/operation/Messages.h"
 
-#include "tests/Thrown.h"
+#include "tests/ThrownError.h"
 #include "tests/operation/MessageWindow.h"
 #include "tests/operation/RecordingDispatcher.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 namespace {
 
-using Messages = std::vector<RecordingDispatcher::Message>;
+using Messages = RecordingDispatcher::Messages;
 
 template <class F>
 void OnWorker(F&& task)
@@ -30,26 +30,6 @@ std::uint64_t AddressOf(const BAsyncOperationInterface& operation)
 {
     return reinterpret_cast<std::uint64_t>(&operation);
 }
-
-/// Calls a function with each message that is sent.
-class CallingDispatcher final : public BDispatcher {
-public:
-    explicit CallingDispatcher(std::function<void(unsigned int, std::uint64_t)> reaction)
-        : m_reaction(std::move(reaction))
-    {}
-    bool Send(unsigned int number, std::uint64_t first, std::uint64_t) override
-    {
-        m_reaction(number, first);
-        return true;
-    }
-    bool Post(unsigned int, std::uint64_t, std::uint64_t) override { return false; }
-    unsigned long ThreadId() const override { return QDCurrentThreadId(); }
-    bool AddReceiver(BMessageReceiver*) override { return false; }
-    bool RemoveReceiver(BMessageReceiver*) override { return false; }
-
-private:
-    std::function<void(unsigned int, std::uint64_t)> m_reaction;
-};
 
 class BreakingManager final : public BProgressManager {
 public:
@@ -144,30 +124,25 @@ TEST(BAsyncOperationInterface, StopsForGood)
     OnWorker([&] { operation.Stop(); });
     operation.ActivateBreak(false);
     EXPECT_TRUE(isStopping());
-    const BError thrown = Thrown([&] { operation.TestUserBreak(); });
-    EXPECT_EQ(thrown.Error(), kErrorUserBreak);
-    EXPECT_TRUE(thrown.Argument(0).IsEmpty());
+    EXPECT_EQ(ThrownCode([&] { operation.TestUserBreak(); }), kErrorUserBreak);
     EXPECT_TRUE(operation.TryLockW()) << "the lock was given back";
 }
 
 TEST(BAsyncOperationInterface, LetsReceiversCallItFromInsideASend)
 {
     BAsyncOperationInterface operation;
+    RecordingDispatcher dispatcher;
     int code = 0;
-    std::vector<unsigned int> calls;
-    BDispatcher::RegisterDispatcher(
-        new CallingDispatcher([&](unsigned int number, std::uint64_t address) {
-            auto* const sender = reinterpret_cast<BAsyncOperationInterface*>(address);
-            calls.push_back(number);
-            OnWorker([sender] { sender->Stop(); }); // on another thread, which waits for the lock
-            sender->Stop();
-            code = sender->GetError().Error();
-        }));
+    dispatcher.OnSend([&](const RecordingDispatcher::Message& message) {
+        auto* const sender = reinterpret_cast<BAsyncOperationInterface*>(message.first);
+        OnWorker([sender] { sender->Stop(); }); // on another thread, which waits for the lock
+        sender->Stop();
+        code = sender->GetError().Error();
+    });
     operation.StatusInfo(QD_W("text"));
     operation.ProgressInfo(1);
     operation.ErrorInfo(BError(7, QD_W("$Key"), nullptr, nullptr, nullptr));
-    BDispatcher::RegisterDispatcher(nullptr);
-    EXPECT_EQ(calls, (std::vector{kMessageAsyncStatus, kMessageAsyncProgress, kMessageAsyncError}));
+    EXPECT_EQ(dispatcher.Sent().size(), 3U);
     EXPECT_EQ(code, 7);
     EXPECT_EQ(operation.GetError().Argument(0), QD_W("$Key"));
     EXPECT_TRUE(operation.IsStopping());
@@ -192,7 +167,7 @@ TEST(BSyncOperationInterface, ActsOnTheDispatchersThreadOnly)
         EXPECT_TRUE(operation.IsStopping() && operation.IsStoppingWeak());
         operation.ProgressInfo(150);
         EXPECT_EQ(dispatcher.Sent(), (Messages{{kMessageSyncProgress, 150, 0}}));
-        EXPECT_EQ(Thrown([&] { operation.ErrorInfo(BError(7)); }).Error(), 7);
+        EXPECT_EQ(ThrownCode([&] { operation.ErrorInfo(BError(7)); }), 7);
     }
     BProgressManager::RegisterInstance(nullptr);
     RecordingDispatcher dispatcher;
@@ -202,29 +177,23 @@ TEST(BSyncOperationInterface, ActsOnTheDispatchersThreadOnly)
 
 TEST(BSyncOperationInterface, SendsTheCharactersOfAStatusText)
 {
+    RecordingDispatcher dispatcher;
     std::vector<WString> received;
-    BDispatcher::RegisterDispatcher(
-        new CallingDispatcher([&](unsigned int number, std::uint64_t characters) {
-            EXPECT_EQ(number, kMessageSyncStatus);
-            received.emplace_back(reinterpret_cast<const WChar*>(characters));
-        }));
+    dispatcher.OnSend([&](const RecordingDispatcher::Message& message) {
+        EXPECT_EQ(message.number, kMessageSyncStatus);
+        EXPECT_EQ(message.second, 0u);
+        received.emplace_back(reinterpret_cast<const WChar*>(message.first));
+    });
     BSyncOperationInterface operation;
     operation.StatusInfo(QD_W("text"));
     operation.StatusInfo(WString());
-    BDispatcher::RegisterDispatcher(nullptr);
-    ASSERT_EQ(received.size(), 2u);
-    EXPECT_EQ(received[0], QD_W("text"));
-    EXPECT_TRUE(received[1].IsEmpty());
+    EXPECT_EQ(received, (std::vector<WString>{QD_W("text"), QD_W("")}));
 }
 
 TEST(CommandExecution, ForwardsToTheRegisteredInstance)
 {
     class Executor final : public BCommandExecutionInterface {
     public:
-        explicit Executor(bool& gone)
-            : m_gone(gone)
-        {}
-        ~Executor() override { m_gone = true; }
         void LockR() const override {}
         void LockW() const override {}
         void UnlockR() const override {}
@@ -236,22 +205,18 @@ TEST(CommandExecution, ForwardsToTheRegisteredInstance)
             *static_cast<WString*>(context) = command;
             return flag ? static_cast<int>(number) : -1;
         }
-
-    private:
-        bool& m_gone;
     };
     WString executed;
     EXPECT_EQ(ExecuteCommand(QD_W("open"), true, 42, &executed), kErrorNoCommandExecution);
     EXPECT_EQ(CommandExecutionInstance(), nullptr);
-    bool gone = false;
-    auto* const executor = new Executor(gone);
-    RegisterCommandExecution(executor);
+    const SP<Executor> executor(new Executor);
+    for (int i = 0; i < 2; ++i)
+        RegisterCommandExecution(executor.Get());
+    EXPECT_EQ(executor->RefCount(), 2);
     EXPECT_EQ(CommandExecutionInstance(), executor);
     EXPECT_EQ(ExecuteCommand(QD_W("open"), true, 42, &executed), 42);
-    EXPECT_EQ(ExecuteCommand(QD_W("open"), false, 42, &executed), -1);
-    EXPECT_EQ(executed, QD_W("open"));
-    RegisterCommandExecution(executor);
-    EXPECT_FALSE(gone);
+    EXPECT_EQ(ExecuteCommand(QD_W("close"), false, 42, &executed), -1);
+    EXPECT_EQ(executed, QD_W("close"));
     RegisterCommandExecution(nullptr);
-    EXPECT_TRUE(gone);
+    EXPECT_EQ(executor->RefCount(), 1);
 }

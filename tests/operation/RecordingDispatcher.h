@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,7 @@ public:
         std::uint64_t first, second;
         bool operator==(const Message&) const = default;
     };
+    using Messages = std::vector<Message>;
 
     RecordingDispatcher() { BDispatcher::RegisterDispatcher(m_recorder.Get()); }
     ~RecordingDispatcher() { BDispatcher::RegisterDispatcher(nullptr); }
@@ -23,34 +25,45 @@ public:
     RecordingDispatcher& operator=(const RecordingDispatcher&) = delete;
 
     /// What was sent since the last call.
-    std::vector<Message> Sent() { return std::exchange(m_recorder->m_sent, {}); }
-    std::vector<Message> Posted() { return std::exchange(m_recorder->m_posted, {}); }
+    Messages Sent() { return std::exchange(m_recorder->m_sent, {}); }
+    Messages Posted() { return std::exchange(m_recorder->m_posted, {}); }
 
-    /// Does something else, too, when the next message is sent.
-    void OnSend(std::function<void()> action) { m_recorder->m_onSend = std::move(action); }
+    /// What it answers from here on.
+    void Answer(bool answer) { m_recorder->m_answer = answer; }
+    /// Calls `action` with each message that is sent, but for those that it sends itself.
+    void OnSend(std::function<void(const Message&)> action)
+    {
+        m_recorder->m_onSend = std::move(action);
+    }
 
 private:
     class Recorder : public BDispatcher {
     public:
         bool Send(unsigned int number, std::uint64_t first, std::uint64_t second) override
         {
-            m_sent.push_back({number, first, second});
-            if (const auto action = std::exchange(m_onSend, nullptr))
-                action();
-            return true;
+            const Message message{number, first, second};
+            m_sent.push_back(message);
+            if (m_onSend && !std::exchange(m_isActing, true)) {
+                const std::unique_ptr<bool, void (*)(bool*)> end(
+                    &m_isActing, [](bool* isActing) { *isActing = false; });
+                m_onSend(message);
+            }
+            return m_answer;
         }
         bool Post(unsigned int number, std::uint64_t first, std::uint64_t second) override
         {
             m_posted.push_back({number, first, second});
-            return true;
+            return m_answer;
         }
         unsigned long ThreadId() const override { return m_threadId; }
         bool AddReceiver(BMessageReceiver*) override { return false; }
         bool RemoveReceiver(BMessageReceiver*) override { return false; }
 
         const unsigned long m_threadId = QDCurrentThreadId();
-        std::vector<Message> m_sent, m_posted;
-        std::function<void()> m_onSend;
+        Messages m_sent, m_posted;
+        std::function<void(const Message&)> m_onSend;
+        bool m_isActing = false;
+        bool m_answer = true;
     };
     SP<Recorder> m_recorder = new Recorder;
 };

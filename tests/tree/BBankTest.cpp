@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <vector>
 
 namespace {
@@ -109,13 +108,10 @@ TEST(BBank, HandsOutNothingThatAReceiverTookAway)
                 BBank bank(TreeOf("root(there)"));
                 RecordingDispatcher dispatcher;
                 int messages = 0;
-                const std::function<void()> receive = [&] {
+                dispatcher.OnSend([&](const RecordingDispatcher::Message&) {
                     if (++messages == at)
                         edit(bank);
-                    else
-                        dispatcher.OnSend(receive);
-                };
-                dispatcher.OnSend(receive);
+                });
                 const BNode* const made = make(bank);
                 EXPECT_EQ(made != nullptr, bank.Root() && bank.Root()->Includes(made));
             }

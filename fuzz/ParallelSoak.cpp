@@ -1,3 +1,11 @@
+// Locks, an operation, a progress mapping and the dispatcher used together by several threads:
+//
+//     parallel_soak SECONDS SEED
+//
+// Each worker does what its random numbers say, so that what runs beside what differs from run to
+// run; the seed chooses the numbers, the system the rest. At the end nothing may have been lost.
+// The thread sanitizer sees the races that leave no trace.
+
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/operation/BProgressMapping.h"
@@ -10,12 +18,12 @@
 
 #include "tests/operation/MessageWindow.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -24,13 +32,6 @@ namespace {
 
 constexpr std::uint64_t kSteps = 1'000'000'000'000;
 constexpr std::uint64_t kUnits = 1'000'000;
-
-/// QD_STRESS_SECONDS, 1 without it.
-std::chrono::seconds Duration()
-{
-    const char* const text = std::getenv("QD_STRESS_SECONDS");
-    return std::chrono::seconds(text != nullptr ? std::atoi(text) : 1);
-}
 
 /// What the threads share. Counters without a word are guarded as their names say.
 struct Shared {
@@ -132,24 +133,17 @@ void Act(Shared& shared, std::uint32_t choice)
     }
 }
 
-} // namespace
-
-TEST(Parallel, LocksOperationsAndTheDispatcherWorkTogether)
+void Work(Shared& shared, std::uint32_t seed)
 {
-    Shared shared;
-    UserInterface userInterface(shared);
-    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
-    dispatcher->AddReceiver(&userInterface);
-    BDispatcher::RegisterDispatcher(dispatcher);
-    MessageWindow window;
+    for (std::minstd_rand random(seed); !shared.operation.IsStopping();)
+        Act(shared, static_cast<std::uint32_t>(random()));
+}
 
-    std::vector<std::thread> workers;
-    for (std::uint32_t seed = 1; seed <= 4; ++seed)
-        workers.emplace_back([&shared, random = std::minstd_rand(seed)]() mutable {
-            while (!shared.operation.IsStopping())
-                Act(shared, static_cast<std::uint32_t>(random()));
-        });
-    const auto end = std::chrono::steady_clock::now() + Duration();
+/// Fetches what the window gets, which comes and goes, until the time is over.
+void WatchFor(double seconds, Shared& shared)
+{
+    MessageWindow window;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     for (bool windowed = false; std::chrono::steady_clock::now() < end; windowed = !windowed) {
         shared.operation.SetMessageSink(windowed ? window.Handle() : nullptr);
         for (const WindowMessage& message : window.Received())
@@ -158,6 +152,17 @@ TEST(Parallel, LocksOperationsAndTheDispatcherWorkTogether)
         std::this_thread::yield();
     }
     shared.operation.Stop();
+}
+
+void Run(double seconds, std::uint32_t seed, Shared& shared, UserInterface& userInterface)
+{
+    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+    dispatcher->AddReceiver(&userInterface);
+    BDispatcher::RegisterDispatcher(dispatcher);
+    std::vector<std::thread> workers;
+    for (std::uint32_t i = 1; i <= 4; ++i)
+        workers.emplace_back(Work, std::ref(shared), seed + i);
+    WatchFor(seconds, shared);
     for (std::thread& worker : workers)
         worker.join();
     shared.progress.StepTo(kSteps);
@@ -165,11 +170,40 @@ TEST(Parallel, LocksOperationsAndTheDispatcherWorkTogether)
     dispatcher->Shutdown();
     for (int key = 1; key <= shared.statusTexts; ++key)
         shared.Fetch(static_cast<std::uint64_t>(key));
+}
 
-    EXPECT_EQ(shared.faults, 0);
-    EXPECT_EQ(shared.underLock, shared.writesUnderLock);
-    EXPECT_EQ(shared.underObject, shared.writesUnderObject);
-    EXPECT_EQ(shared.fetched, shared.statusTexts) << "each text was fetched once";
-    EXPECT_EQ(userInterface.units, kUnits);
-    EXPECT_TRUE(shared.object.TryLockW() && shared.lock.TryLockW()) << "all was given back";
+} // namespace
+
+int main(int count, char** arguments)
+{
+    if (count != 3) {
+        std::fprintf(stderr, "usage: parallel_soak SECONDS SEED\n");
+        return 2;
+    }
+    Shared shared;
+    UserInterface userInterface(shared);
+    Run(std::atof(arguments[1]), static_cast<std::uint32_t>(std::atoi(arguments[2])), shared,
+        userInterface);
+    struct Check {
+        const char* what;
+        bool holds;
+    };
+    const Check checks[] = {
+        {"no reader saw a half change", shared.faults == 0},
+        {"something was changed and told", shared.writesUnderLock > 0 && shared.statusTexts > 0},
+        {"no change under the lock was lost", shared.underLock == shared.writesUnderLock},
+        {"no change under the object was lost", shared.underObject == shared.writesUnderObject},
+        {"each text was fetched once", shared.fetched == shared.statusTexts},
+        {"the progress adds up", userInterface.units == kUnits},
+        {"all was given back", shared.object.TryLockW() && shared.lock.TryLockW()},
+    };
+    int failures = 0;
+    for (const Check& check : checks) {
+        if (!check.holds) {
+            std::fprintf(stderr, "fails: %s\n", check.what);
+            ++failures;
+        }
+    }
+    std::printf("%d texts\n", shared.statusTexts.load());
+    return failures != 0;
 }
