@@ -33,9 +33,9 @@ public:
     }
 
     static const char* CLASSNAME() { return ClassName(typeid(ArchiveItem)); }
-    static SP<BSmartObj> Read(BArchive& archive, int)
+    static SP<BSmartObj> Read(BArchive& archive, int) { return Filled(new ArchiveItem, archive); }
+    static SP<ArchiveItem> Filled(SP<ArchiveItem> item, BArchive& archive)
     {
-        SP<ArchiveItem> item(new ArchiveItem);
         int count = 0;
         archive >> item->m_value >> count;
         if (count < 0 || static_cast<std::uint64_t>(count) > archive.BytesLeft() / 4)

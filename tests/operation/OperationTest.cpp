@@ -1,3 +1,4 @@
+#include "core/base/ErrorCodes.h"
 #include "core/operation/BAsyncOperationInterface.h"
 #include "core/operation/BCommandExecutionInterface.h"
 #include "core/operation/BProgressManager.h"

@@ -337,8 +337,8 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
 
 TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
 {
-    constexpr int kDepth = 1'000'000;
-    constexpr int kWidth = 100'000;
+    constexpr int kDepth = 300'000;
+    constexpr int kWidth = 50'000;
     SP<BNode> root(new BNode);
     BNode* bottom = AppendLine(*root, kDepth);
     for (int i = 0; i < kWidth; ++i)
