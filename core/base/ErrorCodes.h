@@ -18,6 +18,11 @@ inline constexpr int kErrorMemory = 25021;
 /// An operation was asked to stop; without arguments.
 inline constexpr int kErrorUserBreak = 25070;
 
+/// A file was not written, or could not be read for it: `BFile::ConvertToUnicode`,
+/// `BProfile::WriteString`.
+inline constexpr int kErrorFileNotWritten = 31825;
+/// `BFile::GetShortPathNameW`: there is nothing at the path, or it has no short name.
+inline constexpr int kErrorNoShortPath = 32987;
 /// `ExecuteCommand`: nobody is registered that executes commands.
 inline constexpr int kErrorNoCommandExecution = 13004;
 

@@ -1,5 +1,6 @@
 #include "core/file/BFile.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/FileReplacement.h"
@@ -15,9 +16,6 @@
 #include <string_view>
 
 namespace {
-
-constexpr int kNotConverted = 31825;
-constexpr int kNoShortPath = 32987;
 
 bool ReadAll(const WChar* path, std::string& bytes)
 {
@@ -175,10 +173,10 @@ bool BFile::IsUnicode(const WChar* path) noexcept
 int BFile::ConvertToUnicode(const WChar* path) noexcept
 try {
     if (path == nullptr)
-        return kNotConverted;
-    return IsUnicode(path) || ReplaceByUnicode(path) ? 0 : kNotConverted;
+        return kErrorFileNotWritten;
+    return IsUnicode(path) || ReplaceByUnicode(path) ? kErrorNone : kErrorFileNotWritten;
 } catch (const std::bad_alloc&) {
-    return kNotConverted;
+    return kErrorFileNotWritten;
 }
 
 int BFile::Delete(WString pattern)
@@ -200,8 +198,8 @@ std::pair<WString, int> BFile::GetShortPathNameW(WString path)
 {
     const std::optional<platform::WideText> found = platform::ShortPath(path);
     if (!found)
-        return {WString(), kNoShortPath};
+        return {WString(), kErrorNoShortPath};
     WString shortPath(found->c_str());
-    const int code = shortPath.Includes(QD_W(' ')) ? kNoShortPath : 0;
+    const int code = shortPath.Includes(QD_W(' ')) ? kErrorNoShortPath : kErrorNone;
     return {std::move(shortPath), code};
 }

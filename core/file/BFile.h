@@ -14,9 +14,9 @@
 ///     if (file != nullptr)
 ///         std::fread(buffer, 1, sizeof buffer, file);
 ///
-/// Nothing throws: failures are false, -1 or a code other than 0. One object is used by one thread
-/// at a time. Off Windows "/" and "\" both separate names, and a file whose name is no UTF-8 or has
-/// a "\" is found under one by which it can be opened all the same.
+/// Nothing throws: failures are false, -1 or a code of core/base/ErrorCodes.h. One object is used
+/// by one thread at a time. Off Windows "/" and "\" both separate names, and a file whose name is
+/// no UTF-8 or has a "\" is found under one by which it can be opened all the same.
 class QD_CORE_API BFile {
 public:
     BFile() noexcept = default;
@@ -51,8 +51,8 @@ public:
     [[nodiscard]] static bool IsUnicode(const WChar* path) noexcept;
 
     /// Makes UTF-16LE with a byte-order mark of a text in the ANSI code page; every line ends with
-    /// CR LF then. A file that is Unicode already stays as it is. 0, or 31825 when the file cannot
-    /// be read or written.
+    /// CR LF then. A file that is Unicode already stays as it is. `kErrorNone`, or
+    /// `kErrorFileNotWritten` when the file cannot be read or written.
     ///
     /// The old file is whole until the new one is complete, and its permissions stay. A read-only
     /// file is refused.
@@ -62,8 +62,8 @@ public:
     /// read-only, system and offline files stay. How many were deleted; -1 when nothing matches.
     static int Delete(WString pattern);
 
-    /// The path in short (8.3) names, and 0; 32987 when there is nothing at `path` (the text is
-    /// empty then) or the path keeps a blank, for lack of short names.
+    /// The path in short (8.3) names, and `kErrorNone`; `kErrorNoShortPath` when there is nothing
+    /// at `path` (the text is empty then) or the path keeps a blank, for lack of short names.
     [[nodiscard]] static std::pair<WString, int> GetShortPathNameW(WString path);
 
 private:

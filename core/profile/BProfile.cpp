@@ -21,8 +21,6 @@
 
 namespace {
 
-constexpr int kNotWritten = 31825;
-
 // Who updates a profile locks its folder, so that comes first.
 bool MakeFolder(const WString& path)
 {
@@ -265,23 +263,23 @@ int BProfile::Write(const WString& path, const WString& section, const WString& 
 {
     using platform::EPresence;
     if (IsMissing(path) && !MakeFolder(path))
-        return kNotWritten;
+        return kErrorFileNotWritten;
     platform::ProfileUpdate update(path);
     const EPresence presence = update.IsLocked() ? platform::Presence(path) : EPresence::Unknown;
     if (presence == EPresence::Unknown || (presence == EPresence::Missing && CreateNew(path) != 0))
-        return kNotWritten;
+        return kErrorFileNotWritten;
     // Eight bits would keep another text than this one.
     if (presence == EPresence::There && value.Includes16bitChars() &&
         BFile::ConvertToUnicode(path) != 0)
-        return kNotWritten;
+        return kErrorFileNotWritten;
     const bool isWritten = replaced != nullptr ? update.ExchangeText(section, key, *replaced, value)
                                                : update.SetText(section, key, value);
-    return isWritten ? 0 : kNotWritten;
+    return isWritten ? 0 : kErrorFileNotWritten;
 }
 
 int BProfile::CreateNew(const WString& path)
 {
-    return MakeFolder(path) && WriteEmptyFile(path) ? 0 : kNotWritten;
+    return MakeFolder(path) && WriteEmptyFile(path) ? 0 : kErrorFileNotWritten;
 }
 
 void BProfile::CheckMode() const

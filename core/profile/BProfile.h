@@ -31,8 +31,8 @@ public:
     BProfile& operator=(const BProfile& other);
     ~BProfile() override;
 
-    /// Writes one value into a file, which comes into being when it is missing. 0, or 31825 when
-    /// the value was not written.
+    /// Writes one value into a file, which comes into being when it is missing. `kErrorNone`, or
+    /// `kErrorFileNotWritten`.
     static int WriteString(const WString& path, const WString& section, const WString& key,
                            const WString& value);
 
@@ -73,7 +73,8 @@ private:
     /// there any more.
     static int Write(const WString& path, const WString& section, const WString& key,
                      const WString& value, const WString* replaced);
-    /// Makes an empty file in the place of what is there; 0 or 31825.
+    /// Makes an empty file in the place of what is there; `kErrorNone` or
+    /// `kErrorFileNotWritten`.
     static int CreateNew(const WString& path);
     void CheckMode() const;
     /// The start of the value under `key`, up to `room` - 1 units; empty when there is none.

@@ -13,6 +13,8 @@ TEST(ErrorCodes, HaveTheNumbersThatApplicationsWereBuiltWith)
         {kErrorMemory, 25021},
         {kErrorUserBreak, 25070},
         {kErrorNoCommandExecution, 13004},
+        {kErrorFileNotWritten, 31825},
+        {kErrorNoShortPath, 32987},
         {kErrorLanguageFile, 1},
         {kErrorLanguageOutput, 5},
         {kErrorLanguageKeyInvalid, 7356},

@@ -1,5 +1,7 @@
 #include "core/file/BFile.h"
 
+#include "core/base/ErrorCodes.h"
+
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
@@ -63,7 +65,7 @@ TEST(BFile, AnswersQuestionsByName)
 
     EXPECT_EQ(BFile::GetShortPathNameW(folder.Path("big")).second, 0);
     const auto missing = BFile::GetShortPathNameW(folder.Path("missing"));
-    EXPECT_EQ(missing.second, 32987);
+    EXPECT_EQ(missing.second, kErrorNoShortPath);
     EXPECT_TRUE(missing.first.IsEmpty());
 }
 
@@ -149,10 +151,10 @@ TEST(BFile, RefusesToConvertWhatItMayNotWrite)
     const TemporaryFolder folder;
     WriteFileBytes(folder / "text", "old");
     fs::permissions(folder / "text", fs::perms{0444});
-    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("text")), 31825);
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("text")), kErrorFileNotWritten);
     EXPECT_EQ(FileBytes(folder / "text"), "old");
-    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("missing")), 31825);
-    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("")), 31825);
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("missing")), kErrorFileNotWritten);
+    EXPECT_EQ(BFile::ConvertToUnicode(folder.Path("")), kErrorFileNotWritten);
     fs::permissions(folder / "text", fs::perms{0644});
 }
 

@@ -213,9 +213,9 @@ TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
     WriteFileBytes(m_file, text);
     fs::create_directory(m_folder / "folder");
     EXPECT_EQ(BProfile::WriteString(m_folder.Path("folder"), QD_W("S"), QD_W("k"), QD_W("v")),
-              31825);
+              kErrorFileNotWritten);
     const WString below = m_folder.Path("settings.ini/below.ini");
-    EXPECT_EQ(BProfile::WriteString(below, QD_W("S"), QD_W("k"), QD_W("v")), 31825);
+    EXPECT_EQ(BProfile::WriteString(below, QD_W("S"), QD_W("k"), QD_W("v")), kErrorFileNotWritten);
     BProfile profile(below, ProfileNew);
     EXPECT_FALSE(profile.WriteInt(QD_W("k"), 1));
     EXPECT_FALSE(profile.IsValid());
