@@ -1,9 +1,10 @@
 #include "core/profile/BIniProfile.h"
 
+#include "core/base/ErrorCodes.h"
 #include "core/platform/PrivateProfile.h"
-#include "core/profile/BProfile.h"
 #include "core/profile/MadeText.h"
 #include "core/profile/ProfileBuffer.h"
+#include "core/profile/TextProfile.h"
 
 #include <typeinfo>
 #include <utility>
@@ -37,9 +38,9 @@ BIniProfile::BIniProfile(const WString& path, const WString& section, bool write
 }
 
 BIniProfile::BIniProfile(const BIniProfile& other) = default;
-BIniProfile::BIniProfile(BIniProfile&& other) = default;
+BIniProfile::BIniProfile(BIniProfile&& other) noexcept = default;
 BIniProfile& BIniProfile::operator=(const BIniProfile& other) = default;
-BIniProfile& BIniProfile::operator=(BIniProfile&& other) = default;
+BIniProfile& BIniProfile::operator=(BIniProfile&& other) noexcept = default;
 BIniProfile::~BIniProfile() = default;
 
 bool BIniProfile::WriteInt(const WString& key, int value) const
@@ -84,7 +85,7 @@ void BIniProfile::DeleteKeyImpl(const WString& key) const
 
 bool BIniProfile::WriteKeyImpl(const WString& key, const WString& value) const
 {
-    return BProfile::Write(Path(), GetSection(), key, value, Replaced(key)) == 0;
+    return WriteTextProfile(Path(), GetSection(), key, value, Replaced(key)) == kErrorNone;
 }
 
 WString BIniProfile::GetString(const WString& key, const WString& defaultValue)

@@ -20,9 +20,9 @@ public:
     /// `section` becomes the current one.
     BIniProfile(const WString& path, const WString& section, bool writeMissingKey);
     BIniProfile(const BIniProfile& other);
-    BIniProfile(BIniProfile&& other);
+    BIniProfile(BIniProfile&& other) noexcept;
     BIniProfile& operator=(const BIniProfile& other);
-    BIniProfile& operator=(BIniProfile&& other);
+    BIniProfile& operator=(BIniProfile&& other) noexcept;
     ~BIniProfile() override;
 
     bool WriteInt(const WString& key, int value) const;

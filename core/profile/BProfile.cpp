@@ -2,15 +2,12 @@
 
 #include "core/base/BError.h"
 #include "core/base/ErrorCodes.h"
-#include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
-#include "core/platform/ByteOrderMark.h"
-#include "core/platform/FileReplacement.h"
-#include "core/platform/FileSystem.h"
 #include "core/platform/PrivateProfile.h"
 #include "core/platform/ScanText.h"
 #include "core/profile/MadeText.h"
 #include "core/profile/ProfileBuffer.h"
+#include "core/profile/TextProfile.h"
 #include "core/profile/WriteBack.h"
 
 #include <cstdio>
@@ -20,24 +17,6 @@
 #include <vector>
 
 namespace {
-
-// Who updates a profile locks its folder, so that comes first.
-bool MakeFolder(const WString& path)
-{
-    BDirEntry folder(path);
-    if (!folder.RemoveFileSpec()) // too long to tell
-        return true;
-    // Another process may make it meanwhile.
-    return folder.Exists() || folder.MakeDir() || folder.Exists();
-}
-
-bool WriteEmptyFile(const WString& path)
-{
-    constexpr std::string_view mark = platform::kUtf16Mark;
-    platform::FileReplacement file(path, platform::FileReplacement::ESync::No);
-    return file.Stream() != nullptr &&
-           std::fwrite(mark.data(), 1, mark.size(), file.Stream()) == mark.size() && file.Commit();
-}
 
 WString DoubleText(double value)
 {
@@ -51,11 +30,6 @@ WString BooleanText(bool value)
     return Made(value ? QD_W("TRUE") : QD_W("FALSE"));
 }
 
-bool IsMissing(const WString& path)
-{
-    return platform::Presence(path) == platform::EPresence::Missing;
-}
-
 } // namespace
 
 BProfile::BProfile(WString path, EProfileMode mode)
@@ -63,36 +37,18 @@ BProfile::BProfile(WString path, EProfileMode mode)
     , m_section(Made(QD_W("default")))
     , m_mode(mode)
 {
-    if (m_mode == ProfileReadOnly || (m_mode != ProfileNew && !IsMissing(m_path)) ||
-        !MakeFolder(m_path))
-        return;
-    const platform::ProfileUpdate update(m_path);
-    if (update.IsLocked() && (m_mode == ProfileNew || IsMissing(m_path)))
-        CreateNew(m_path);
+    if (m_mode != ProfileReadOnly)
+        MakeTextProfile(m_path, m_mode == ProfileNew);
 }
 
-BProfile::BProfile(const BProfile& other)
-    : BProfileBase(other)
-    , m_path(other.m_path)
-    , m_section(other.m_section)
-    , m_mode(other.m_mode)
-{}
-
-BProfile& BProfile::operator=(const BProfile& other)
-{
-    BProfileBase::operator=(other);
-    m_path = other.m_path;
-    m_section = other.m_section;
-    m_mode = other.m_mode;
-    return *this;
-}
-
+BProfile::BProfile(const BProfile& other) = default;
+BProfile& BProfile::operator=(const BProfile& other) = default;
 BProfile::~BProfile() = default;
 
 int BProfile::WriteString(const WString& path, const WString& section, const WString& key,
                           const WString& value)
 {
-    return Write(path, section, key, value, nullptr);
+    return WriteTextProfile(path, section, key, value, nullptr);
 }
 
 bool BProfile::IsValid() const
@@ -118,8 +74,8 @@ bool BProfile::WriteString(int index, WString key, WString value)
 bool BProfile::WriteString(WString key, WString value)
 {
     CheckMode();
-    return Write(m_path, m_section, key, value, WriteBack::Replaced(m_writeBack, m_section, key)) ==
-           0;
+    const WString* const replaced = WriteBack::Replaced(m_defaults, m_section, key);
+    return WriteTextProfile(m_path, m_section, key, value, replaced) == kErrorNone;
 }
 
 bool BProfile::WriteInt(int index, WString key, int value)
@@ -171,7 +127,7 @@ WString BProfile::ReadString(WString key, WString defaultValue)
     if (*text.Text() != 0)
         return Made(text.Text());
     const WString nothing;
-    const WriteBack writeBack(m_writeBack, m_section, key, nothing);
+    const WriteBack writeBack(m_defaults, m_section, key, nothing);
     if (m_mode != ProfileReadOnly && !defaultValue.IsEmpty())
         WriteString(key, defaultValue);
     return defaultValue;
@@ -187,7 +143,7 @@ int BProfile::ReadInt(WString key, int defaultValue)
     constexpr std::size_t room = 256;
     const WString text = ReadShort(key, room);
     if (text.IsEmpty()) {
-        const WriteBack writeBack(m_writeBack, m_section, key, text);
+        const WriteBack writeBack(m_defaults, m_section, key, text);
         if (m_mode != ProfileReadOnly)
             WriteInt(key, defaultValue);
         return defaultValue;
@@ -207,7 +163,7 @@ double BProfile::ReadDouble(WString key, double defaultValue)
     constexpr std::size_t room = 128;
     const WString text = ReadShort(key, room);
     if (text.IsEmpty()) {
-        const WriteBack writeBack(m_writeBack, m_section, key, text);
+        const WriteBack writeBack(m_defaults, m_section, key, text);
         if (m_mode != ProfileReadOnly)
             WriteDouble(key, defaultValue);
         return defaultValue;
@@ -233,7 +189,7 @@ bool BProfile::ReadBoolean(WString key, bool defaultValue)
     const WString text = ReadShort(key, room);
     if (!text.IsEmpty())
         return text.IEqual(QD_W("TRUE"));
-    const WriteBack writeBack(m_writeBack, m_section, key, text);
+    const WriteBack writeBack(m_defaults, m_section, key, text);
     if (m_mode != ProfileReadOnly)
         WriteBoolean(key, defaultValue);
     return defaultValue;
@@ -256,30 +212,6 @@ bool BProfile::ExistsSection(WString section) const
     constexpr std::size_t room = 1024;
     WChar buffer[room];
     return platform::ReadProfileSection(m_path, section, buffer, room) > 0;
-}
-
-int BProfile::Write(const WString& path, const WString& section, const WString& key,
-                    const WString& value, const WString* replaced)
-{
-    using platform::EPresence;
-    if (IsMissing(path) && !MakeFolder(path))
-        return kErrorFileNotWritten;
-    platform::ProfileUpdate update(path);
-    const EPresence presence = update.IsLocked() ? platform::Presence(path) : EPresence::Unknown;
-    if (presence == EPresence::Unknown || (presence == EPresence::Missing && CreateNew(path) != 0))
-        return kErrorFileNotWritten;
-    // Eight bits would keep another text than this one.
-    if (presence == EPresence::There && value.Includes16bitChars() &&
-        BFile::ConvertToUnicode(path) != 0)
-        return kErrorFileNotWritten;
-    const bool isWritten = replaced != nullptr ? update.ExchangeText(section, key, *replaced, value)
-                                               : update.SetText(section, key, value);
-    return isWritten ? 0 : kErrorFileNotWritten;
-}
-
-int BProfile::CreateNew(const WString& path)
-{
-    return MakeFolder(path) && WriteEmptyFile(path) ? 0 : kErrorFileNotWritten;
 }
 
 void BProfile::CheckMode() const

@@ -4,8 +4,7 @@
 #include "core/platform/Export.h"
 #include "core/profile/BProfileBase.h"
 #include "core/profile/EProfileMode.h"
-
-class WriteBack;
+#include "core/profile/PendingDefaults.h"
 
 /// Settings in a text file of sections with "key=value" lines, as users edit them by hand.
 ///
@@ -67,15 +66,6 @@ public:
     bool ExistsSection(WString section) const override;
 
 private:
-    friend class BIniProfile; // writes as this class does
-
-    /// `replaced` is the text that the value may replace, any if null. 0 also when that text is not
-    /// there any more.
-    static int Write(const WString& path, const WString& section, const WString& key,
-                     const WString& value, const WString* replaced);
-    /// Makes an empty file in the place of what is there; `kErrorNone` or
-    /// `kErrorFileNotWritten`.
-    static int CreateNew(const WString& path);
     void CheckMode() const;
     /// The start of the value under `key`, up to `room` - 1 units; empty when there is none.
     [[nodiscard]] WString ReadShort(const WString& key, std::size_t room) const;
@@ -83,5 +73,5 @@ private:
     WString m_path;
     WString m_section;
     EProfileMode m_mode;
-    WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
+    PendingDefaults m_defaults;
 };

@@ -59,24 +59,8 @@ IProfile::IProfile()
     Init();
 }
 
-IProfile::IProfile(const IProfile& other)
-    : BSmartObj(other)
-    , m_path(other.m_path)
-    , m_section(other.m_section)
-    , m_type(other.m_type)
-    , m_writeMissingKey(other.m_writeMissingKey)
-{}
-
-IProfile& IProfile::operator=(const IProfile& other)
-{
-    BSmartObj::operator=(other);
-    m_path = other.m_path;
-    m_section = other.m_section;
-    m_type = other.m_type;
-    m_writeMissingKey = other.m_writeMissingKey;
-    return *this;
-}
-
+IProfile::IProfile(const IProfile& other) = default;
+IProfile& IProfile::operator=(const IProfile& other) = default;
 IProfile::~IProfile() = default;
 
 WString IProfile::GetSubProfileEntry(const WString& section, const WString& key)
@@ -243,7 +227,7 @@ bool IProfile::Read(const WString& key, short& value, int min, int max) const
 // Intended: a number out of bounds is clamped, and yet the answer is false; callers go by both.
 bool IProfile::Read(const WString& key, int& value, int min, int max) const
 {
-    WriteBack writeBack(m_writeBack, m_section, key);
+    WriteBack writeBack(m_defaults, m_section, key);
     WString text = Store().Convert(value);
     if (!Read(key, text))
         return false;
@@ -271,7 +255,7 @@ bool IProfile::Read(const WString& key, double& value) const
 bool IProfile::Read(const WString& key, float& value) const
 {
     const auto widened = static_cast<double>(value);
-    WriteBack writeBack(m_writeBack, m_section, key);
+    WriteBack writeBack(m_defaults, m_section, key);
     WString text = Store().Convert(widened);
     if (!Read(key, text))
         return false;
@@ -285,7 +269,7 @@ bool IProfile::Read(const WString& key, float& value) const
 
 bool IProfile::Read(const WString& key, WString& value) const
 {
-    WriteBack writeBack(m_writeBack, m_section, key);
+    WriteBack writeBack(m_defaults, m_section, key);
     const WString text = Store().GetString(key, WString());
     if (!text.IsEmpty()) {
         value = text;
@@ -419,18 +403,18 @@ bool IProfile::Write(const WString& key, const WChar* value) const
 
 void IProfile::Found(const WString& key, const WString& text) const
 {
-    WriteBack::Found(m_writeBack, m_section, key, text);
+    WriteBack::Found(m_defaults, m_section, key, text);
 }
 
 const WString* IProfile::Replaced(const WString& key) const
 {
-    return WriteBack::Replaced(m_writeBack, m_section, key);
+    return WriteBack::Replaced(m_defaults, m_section, key);
 }
 
 bool IProfile::WriteDefault(const WString& key, const WString& value) const
 {
     const WString nothing;
-    const WriteBack writeBack(m_writeBack, m_section, key, nothing);
+    const WriteBack writeBack(m_defaults, m_section, key, nothing);
     return WriteString(key, value);
 }
 

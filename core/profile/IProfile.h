@@ -6,11 +6,10 @@
 #include "core/platform/Export.h"
 #include "core/platform/Types.h"
 #include "core/platform/WChar.h"
+#include "core/profile/PendingDefaults.h"
 
 #include <cstddef>
 #include <cstdint>
-
-class WriteBack;
 
 /// A settings store of sections that hold named texts, and the typed values that those texts stand
 /// for. A store derives from it and supplies the primitives: `GetAllKeys`, `GetString`,
@@ -169,5 +168,5 @@ private:
     mutable WString m_section;
     ETypes m_type = TypeNone;
     bool m_writeMissingKey = false;
-    mutable WriteBack* m_writeBack = nullptr; // the defaults on their way, the innermost
+    mutable PendingDefaults m_defaults;
 };

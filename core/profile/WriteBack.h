@@ -2,7 +2,9 @@
 
 #include "core/base/WString.h"
 #include "core/platform/WideText.h"
+#include "core/profile/PendingDefaults.h"
 
+#include <cassert>
 #include <optional>
 
 /// A default on its way from a reader through the virtual writers of its object into the file: what
@@ -10,25 +12,29 @@
 /// meanwhile. Lives on the reader's stack; readers that a writer calls nest theirs.
 class WriteBack {
 public:
-    /// While the reader still looks. `innermost` is the object's list of them and outlives this, as
-    /// does `key`.
-    WriteBack(WriteBack*& innermost, const WString& section, const WString& key)
-        : m_innermost(innermost)
-        , m_outer(innermost)
+    /// While the reader still looks. `pending` is the reader's object's, and outlives this, as does
+    /// `key`.
+    WriteBack(PendingDefaults& pending, const WString& section, const WString& key)
+        : m_pending(pending)
+        , m_outer(pending.innermost)
         , m_section(section)
         , m_key(key)
     {
-        m_innermost = this;
+        m_pending.innermost = this;
     }
     /// For a reader that has `found` this in the file.
-    WriteBack(WriteBack*& innermost, const WString& section, const WString& key,
+    WriteBack(PendingDefaults& pending, const WString& section, const WString& key,
               const WString& found)
-        : WriteBack(innermost, section, key)
+        : WriteBack(pending, section, key)
     {
         m_found = found;
         m_isWriting = true;
     }
-    ~WriteBack() { m_innermost = m_outer; }
+    ~WriteBack()
+    {
+        assert(m_pending.innermost == this);
+        m_pending.innermost = m_outer;
+    }
     WriteBack(const WriteBack&) = delete;
     WriteBack& operator=(const WriteBack&) = delete;
 
@@ -42,10 +48,10 @@ public:
     }
 
     /// The file holds `text` for those who are looking for `key` in `section`.
-    static void Found(WriteBack* innermost, const WString& section, const WString& key,
+    static void Found(const PendingDefaults& pending, const WString& section, const WString& key,
                       const WString& text)
     {
-        for (WriteBack* each = innermost; each != nullptr; each = each->m_outer) {
+        for (WriteBack* each = pending.innermost; each != nullptr; each = each->m_outer) {
             if (!each->m_isWriting && each->IsFor(section, key))
                 each->m_found = text;
         }
@@ -53,10 +59,10 @@ public:
 
     /// What a write of `key` in `section` may replace, empty for no or an empty text; null when it
     /// may replace anything, as that is no default or nobody told what it was made from.
-    [[nodiscard]] static const WString* Replaced(const WriteBack* innermost, const WString& section,
-                                                 const WString& key)
+    [[nodiscard]] static const WString* Replaced(const PendingDefaults& pending,
+                                                 const WString& section, const WString& key)
     {
-        for (const WriteBack* each = innermost; each != nullptr; each = each->m_outer) {
+        for (const WriteBack* each = pending.innermost; each != nullptr; each = each->m_outer) {
             if (each->m_isWriting && each->IsFor(section, key))
                 return each->m_found ? &*each->m_found : nullptr;
         }
@@ -71,7 +77,7 @@ private:
         return View(m_key) == View(key) && View(m_section) == View(section);
     }
 
-    WriteBack*& m_innermost;
+    PendingDefaults& m_pending;
     WriteBack* m_outer;
     WString m_section; // a writer may make another one current
     const WString& m_key;

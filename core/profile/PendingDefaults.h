@@ -1,0 +1,13 @@
+#pragma once
+
+class WriteBack;
+
+/// The defaults that an object's readers are writing. They are its own: a copy has none, and an
+/// assignment leaves them.
+struct PendingDefaults {
+    PendingDefaults() = default;
+    PendingDefaults(const PendingDefaults&) noexcept {}
+    PendingDefaults& operator=(const PendingDefaults&) noexcept { return *this; }
+
+    WriteBack* innermost = nullptr; // not owned
+};

@@ -1,0 +1,78 @@
+#include "core/profile/TextProfile.h"
+
+#include "core/base/ErrorCodes.h"
+#include "core/file/BDirEntry.h"
+#include "core/file/BFile.h"
+#include "core/platform/ByteOrderMark.h"
+#include "core/platform/FileReplacement.h"
+#include "core/platform/FileSystem.h"
+#include "core/platform/PrivateProfile.h"
+
+#include <cstdio>
+#include <string_view>
+
+// How `BProfile` and `BIniProfile` change a file. The system's own functions would make a missing
+// file an 8-bit one and keep a "?" for a letter that 8 bits do not hold, without a word. So a file
+// is made, or made UTF-16, before a value goes into it, and all that in one update: between the two
+// nobody else writes, and no value is lost to a file that is put in the place of another.
+
+namespace {
+
+// Who updates a profile locks its folder, so that comes first.
+bool MakeFolder(const WString& path)
+{
+    BDirEntry folder(path);
+    if (!folder.RemoveFileSpec()) // too long to tell
+        return true;
+    // Another process may make it meanwhile.
+    return folder.Exists() || folder.MakeDir() || folder.Exists();
+}
+
+// Not synced, as no change of a text profile is: that would cost milliseconds a key, and the
+// system's own functions do not do it either.
+bool MakeEmptyFile(const WString& path)
+{
+    if (!MakeFolder(path))
+        return false;
+    constexpr std::string_view mark = platform::kUtf16Mark;
+    platform::FileReplacement file(path, platform::FileReplacement::ESync::No);
+    return file.Stream() != nullptr &&
+           std::fwrite(mark.data(), 1, mark.size(), file.Stream()) == mark.size() && file.Commit();
+}
+
+// Only a file that the system calls missing is: one at which it fails to look may hold everything.
+bool IsMissing(const WString& path)
+{
+    return platform::Presence(path) == platform::EPresence::Missing;
+}
+
+} // namespace
+
+void MakeTextProfile(const WString& path, bool isNew)
+{
+    if ((!isNew && !IsMissing(path)) || !MakeFolder(path))
+        return;
+    const platform::ProfileUpdate update(path);
+    // Another process may have made it, and written to it, meanwhile.
+    if (update.IsLocked() && (isNew || IsMissing(path)))
+        MakeEmptyFile(path);
+}
+
+int WriteTextProfile(const WString& path, const WString& section, const WString& key,
+                     const WString& value, const WString* replaced)
+{
+    using platform::EPresence;
+    if (IsMissing(path) && !MakeFolder(path))
+        return kErrorFileNotWritten;
+    platform::ProfileUpdate update(path);
+    const EPresence presence = update.IsLocked() ? platform::Presence(path) : EPresence::Unknown;
+    if (presence == EPresence::Unknown || (presence == EPresence::Missing && !MakeEmptyFile(path)))
+        return kErrorFileNotWritten;
+    // Eight bits would keep another text than this one.
+    if (presence == EPresence::There && value.Includes16bitChars() &&
+        BFile::ConvertToUnicode(path) != kErrorNone)
+        return kErrorFileNotWritten;
+    const bool isWritten = replaced != nullptr ? update.ExchangeText(section, key, *replaced, value)
+                                               : update.SetText(section, key, value);
+    return isWritten ? kErrorNone : kErrorFileNotWritten;
+}
