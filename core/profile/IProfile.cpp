@@ -191,7 +191,7 @@ bool IProfile::Read(const WString& key, _SYSTEMTIME& value) const
 // Intended: unlike a bad number, a text that is neither true nor false is not overwritten.
 bool IProfile::Read(const WString& key, bool& value) const
 {
-    WString text = Store().Convert(value);
+    WString text = DefaultText(value);
     return Read(key, text) && Convert(text, value);
 }
 
@@ -228,7 +228,7 @@ bool IProfile::Read(const WString& key, short& value, int min, int max) const
 bool IProfile::Read(const WString& key, int& value, int min, int max) const
 {
     WriteBack writeBack(m_defaults, m_section, key);
-    WString text = Store().Convert(value);
+    WString text = DefaultText(value);
     if (!Read(key, text))
         return false;
     int number = 0;
@@ -256,7 +256,7 @@ bool IProfile::Read(const WString& key, float& value) const
 {
     const auto widened = static_cast<double>(value);
     WriteBack writeBack(m_defaults, m_section, key);
-    WString text = Store().Convert(widened);
+    WString text = DefaultText(widened);
     if (!Read(key, text))
         return false;
     if (Convert(text, value))
@@ -427,6 +427,12 @@ void IProfile::Init() noexcept
 const char* IProfile::CLASSNAME()
 {
     return ClassName(typeid(IProfile));
+}
+
+template <class Value>
+WString IProfile::DefaultText(Value value) const
+{
+    return WriteMissingKey() ? Store().Convert(value) : WString();
 }
 
 // Intended: out of bounds the value stays, other than with an int, which is clamped.

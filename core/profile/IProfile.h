@@ -106,6 +106,8 @@ public:
     /// Single precision. The default is also written over a text that begins with no number.
     virtual bool Read(const WString& key, double& value) const;
     virtual bool Read(const WString& key, float& value) const;
+    /// The other readers have their texts from here. What they hand over as `value` is the text of
+    /// their default where missing keys are written, else it is empty.
     virtual bool Read(const WString& key, WString& value) const;
 
     virtual bool WriteString(const WString& key, const WString& value) const;
@@ -160,6 +162,10 @@ protected:
     [[nodiscard]] static const char* CLASSNAME();
 
 private:
+    /// The text that `Read(key, text)` writes for a reader of another type, where the key is
+    /// missing and missing keys are written; else empty, and not made.
+    template <class Value>
+    [[nodiscard]] WString DefaultText(Value value) const;
     template <class Integer>
     bool ReadInteger(const WString& key, Integer& value, int min, int max) const;
     [[nodiscard]] IProfile& Store() const noexcept;
