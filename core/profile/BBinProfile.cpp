@@ -282,7 +282,7 @@ bool BBinProfile::ReadRecords(BFile& file)
 {
     BlockReader reader(*static_cast<std::FILE*>(file));
     reader.MoveTo(sizeof kUnicodeFormatId);
-    BlockSource source(reader);
+    VariantSource source(reader);
     bool isKnown = true;
     for (Text key; isKnown && source.ReadText(key) && !key.IsEmpty();) {
         SP<BVariant> value = LoadVariant(source);

@@ -1,5 +1,7 @@
 #include "core/profile/BVariant.h"
 
+#include "core/platform/FileStream.h"
+
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -39,6 +41,21 @@ SP<BVariant> MakeVariant(std::uint32_t type)
     }
 }
 
+// Has `read` take something from where `stream` stands, and leaves the stream behind it. Without a
+// position that can be told nothing is read.
+template <class Read>
+void ReadFrom(std::FILE* stream, Read read)
+{
+    if (stream == nullptr)
+        return;
+    BlockReader reader(*stream);
+    reader.MoveTo(static_cast<std::uint64_t>(std::ftell(stream)));
+    VariantSource source(reader);
+    read(source);
+    if (reader.IsGood())
+        static_cast<void>(platform::Seek(stream, reader.Position()));
+}
+
 } // namespace
 
 void BVariant::Save(std::FILE* stream) const
@@ -52,10 +69,7 @@ void BVariant::Save(std::FILE* stream) const
 
 void BVariant::LoadValue(std::FILE* stream)
 {
-    if (stream == nullptr)
-        return;
-    StreamSource source(stream);
-    ReadValue(source);
+    ReadFrom(stream, [this](VariantSource& source) { ReadValue(source); });
 }
 
 void BVariant::SaveValue(std::FILE* stream) const
@@ -155,10 +169,9 @@ void BVarMemBlock::AppendValue(VariantBytes& bytes) const
 
 SP<BVariant> LoadVariant(std::FILE* stream)
 {
-    if (stream == nullptr)
-        return {};
-    StreamSource source(stream);
-    return LoadVariant(source);
+    SP<BVariant> variant;
+    ReadFrom(stream, [&variant](VariantSource& source) { variant = LoadVariant(source); });
+    return variant;
 }
 
 SP<BVariant> LoadVariant(VariantSource& source)

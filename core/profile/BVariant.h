@@ -32,7 +32,8 @@ public:
     virtual void Save(std::FILE* stream) const;
     /// The type code.
     [[nodiscard]] virtual std::uint32_t Type() const = 0;
-    /// Reads the value as `ReadValue` does, from where the stream stands.
+    /// Reads the value as `ReadValue` does, from where the stream stands, which must be one that
+    /// has a size and positions.
     virtual void LoadValue(std::FILE* stream);
     virtual void SaveValue(std::FILE* stream) const;
     /// A number that the source has not got stays as it is, a damaged text or block becomes empty.

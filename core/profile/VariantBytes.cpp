@@ -1,6 +1,5 @@
 #include "core/profile/VariantBytes.h"
 
-#include "core/platform/FileStream.h"
 #include "core/platform/WChar.h"
 
 #include <algorithm>
@@ -24,7 +23,7 @@ void AppendRecord(VariantBytes& bytes, const Text& text)
 }
 
 template <class Char, class Text>
-bool ReadRecord(BlockSource& source, Text& text)
+bool ReadRecord(VariantSource& source, Text& text)
 {
     std::uint32_t head[2];
     if (!source.Read(head, sizeof head) || head[1] != ~head[0])
@@ -73,36 +72,20 @@ void VariantBytes::Grow(std::size_t size)
     m_capacity = capacity;
 }
 
-bool BlockSource::ReadText(BString& text)
+bool VariantSource::ReadText(BString& text)
 {
     return ReadRecord<char>(*this, text);
 }
 
-bool BlockSource::ReadText(WString& text)
+bool VariantSource::ReadText(WString& text)
 {
     return ReadRecord<WChar>(*this, text);
 }
 
-bool BlockSource::Has(std::uint64_t size)
+bool VariantSource::Has(std::uint64_t size)
 {
     if (size <= m_reader.Left())
         return true;
     m_reader.MoveTo(m_reader.Limit());
-    return false;
-}
-
-bool StreamSource::Read(void* out, std::uint64_t size)
-{
-    return std::fread(out, 1, size, m_stream) == size;
-}
-
-bool StreamSource::Has(std::uint64_t size)
-{
-    const std::uint64_t fileSize = platform::FileSize(m_stream).value_or(0);
-    // Where no long tells the position, the size of the whole file is the measure.
-    const auto position = static_cast<std::uint64_t>(std::max(std::ftell(m_stream), 0L));
-    if (position <= fileSize && size <= fileSize - position)
-        return true;
-    std::fseek(m_stream, 0, SEEK_END);
     return false;
 }

@@ -44,50 +44,24 @@ private:
     std::size_t m_size = 0;
 };
 
-/// Where values are read from. What a file declares is compared with what is left of it before
-/// anything is allocated. A failed read leaves the source wherever it ended. Throws
-/// `std::bad_alloc`.
+/// Where values are read from: a file, in large blocks. What the file declares is compared with
+/// what is left of it before anything is allocated. A failed read leaves the source wherever it
+/// ended. Throws `std::bad_alloc`.
 class VariantSource {
 public:
-    virtual ~VariantSource() = default;
-
-    [[nodiscard]] virtual bool Read(void* out, std::uint64_t size) = 0;
-    /// Reads a text record; false when there is none, and when its text is cut short or does not
-    /// end with a 0. The text is then empty, or what it was.
-    [[nodiscard]] virtual bool ReadText(BString& text) = 0;
-    [[nodiscard]] virtual bool ReadText(WString& text) = 0;
-    /// Whether `size` bytes are left; goes to the end when they are not.
-    [[nodiscard]] virtual bool Has(std::uint64_t size) = 0;
-};
-
-/// A whole file in large blocks.
-class BlockSource final : public VariantSource {
-public:
-    explicit BlockSource(BlockReader& reader) noexcept
+    /// `reader` stays the caller's and outlives this.
+    explicit VariantSource(BlockReader& reader) noexcept
         : m_reader(reader)
     {}
 
-    bool Read(void* out, std::uint64_t size) override { return m_reader.Read(out, size); }
-    bool ReadText(BString& text) override;
-    bool ReadText(WString& text) override;
-    bool Has(std::uint64_t size) override;
+    [[nodiscard]] bool Read(void* out, std::uint64_t size) { return m_reader.Read(out, size); }
+    /// Reads a text record; false when there is none, and when its text is cut short or does not
+    /// end with a 0. The text is then empty, or what it was.
+    [[nodiscard]] bool ReadText(BString& text);
+    [[nodiscard]] bool ReadText(WString& text);
+    /// Whether `size` bytes are left; goes to the end when they are not.
+    [[nodiscard]] bool Has(std::uint64_t size);
 
 private:
     BlockReader& m_reader;
-};
-
-/// A stream from where it stands, and no byte further than what is read.
-class StreamSource final : public VariantSource {
-public:
-    explicit StreamSource(std::FILE* stream) noexcept
-        : m_stream(stream)
-    {}
-
-    bool Read(void* out, std::uint64_t size) override;
-    bool ReadText(BString& text) override { return text.FRead(m_stream); }
-    bool ReadText(WString& text) override { return text.FRead(m_stream); }
-    bool Has(std::uint64_t size) override;
-
-private:
-    std::FILE* m_stream; // the caller's
 };

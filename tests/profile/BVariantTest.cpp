@@ -37,7 +37,7 @@ Loaded LoadFromBlocks(const std::string& bytes, const TemporaryFolder& folder)
 {
     WriteFileBytes(folder / "in", bytes);
     BlockReader reader(platform::OpenStream(folder.Path("in"), QD_W("rb")));
-    BlockSource source(reader);
+    VariantSource source(reader);
     const SP<BVariant> variant = LoadVariant(source);
     return {variant ? Saved(*variant, folder) : "none", static_cast<long>(reader.Position())};
 }

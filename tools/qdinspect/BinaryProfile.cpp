@@ -79,7 +79,7 @@ template <class Text>
 bool InspectRecord(BlockReader& file, Report& report)
 {
     const std::uint64_t start = file.Position();
-    BlockSource source(file);
+    VariantSource source(file);
     Text key;
     if (!source.ReadText(key)) {
         report.DamageAt(start) << "no whole key; what follows is not read\n";
