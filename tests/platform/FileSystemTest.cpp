@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 
 TEST(FileSystem, FindsWhatAPatternMatches)
 {
@@ -77,13 +78,9 @@ TEST(FileSystem, ReplacesAFileOnlyByWhatIsComplete)
 {
     const TemporaryFolder folder;
     const WString path = folder.Path("settings");
-    for (const bool isThere : {false, true}) {
-        {
-            const platform::FileReplacement given(path);
-            ASSERT_NE(given.Stream(), nullptr);
-            std::fputs("half", given.Stream());
-        }
-        EXPECT_EQ(std::filesystem::exists(folder / "settings"), isThere);
+    for (const std::string before : {"", "new"}) {
+        std::fputs("half", platform::FileReplacement(path).Stream());
+        EXPECT_EQ(FileBytes(folder / "settings"), before);
         platform::FileReplacement taken(path);
         ASSERT_NE(taken.Stream(), nullptr);
         std::fputs("new", taken.Stream());
@@ -99,17 +96,18 @@ TEST(FileSystem, AloneMeansAlone)
 {
     const TemporaryFolder folder;
     const WString path = folder.Path("file");
-    WriteFileBytes(folder / "file", "old");
-    {
-        const platform::Stream reader = platform::OpenStreamAlone(path, QD_W("rb"), 0);
-        ASSERT_TRUE(reader);
-        EXPECT_TRUE(platform::OpenStreamAlone(path, QD_W("rb"), 0));
-        EXPECT_FALSE(platform::OpenStreamAlone(path, QD_W("wb"), 0));
+    for (const auto& [first, second, isOpen] : {std::tuple{QD_W("rb"), QD_W("rb"), true},
+                                                {QD_W("rb"), QD_W("wb"), false},
+                                                {QD_W("rb"), QD_W("r+b"), false},
+                                                {QD_W("r+b"), QD_W("rb"), false},
+                                                {QD_W("r+b"), QD_W("r+b"), false},
+                                                {QD_W("ab"), QD_W("rb"), false}}) {
+        WriteFileBytes(folder / "file", "old");
+        const platform::Stream stream = platform::OpenStreamAlone(path, first, 0);
+        ASSERT_TRUE(stream);
+        EXPECT_EQ(platform::OpenStreamAlone(path, second, 0) != nullptr, isOpen);
+        EXPECT_EQ(FileBytes(folder / "file"), "old");
     }
-    EXPECT_EQ(FileBytes(folder / "file"), "old");
-    const platform::Stream writer = platform::OpenStreamAlone(path, QD_W("ab"), 0);
-    ASSERT_TRUE(writer);
-    EXPECT_FALSE(platform::OpenStreamAlone(path, QD_W("rb"), 0));
 }
 
 TEST(FileSystem, WritersOfOneLogTakeTurns)
@@ -117,33 +115,19 @@ TEST(FileSystem, WritersOfOneLogTakeTurns)
     constexpr int batches = 50, lines = 20;
     const TemporaryFolder folder;
     const WString path = folder.Path("day.log");
-    const auto write = [&](const std::basic_string<WChar>& text) {
-        const std::basic_string<WChar> line = text + QD_W("\n");
-        for (int batch = 0; batch < batches; ++batch) {
-            const platform::Stream stream =
-                platform::OpenStreamAlone(path, QD_W("at,ccs=UNICODE"), 20000);
-            for (int i = 0; stream && i < lines; ++i)
-                EXPECT_TRUE(platform::WriteText(stream.get(), line.c_str()));
-        }
+    const auto write = [&](const WChar* line) {
+        for (int batch = 0; batch < batches; ++batch)
+            EXPECT_TRUE(platform::AppendLines(
+                path, 20000, [=, i = 0]() mutable { return i++ < lines ? line : nullptr; }));
     };
-    const std::basic_string<WChar> first(300, 'a'), second(400, 'b');
-    std::thread other(write, first);
-    write(second);
+    std::thread other(write, QD_W("a"));
+    write(QD_W("b"));
     other.join();
 
-    const platform::Stream stream = platform::OpenStream(path, QD_W("r,ccs=UTF-16LE"));
-    ASSERT_TRUE(stream);
-    WChar line[512];
-    int count = 0;
-    std::basic_string<WChar> previous;
-    int run = 0;
-    for (; platform::ReadText(stream.get(), line, 512); ++count) {
-        std::basic_string<WChar> text(line);
-        text.pop_back();
-        ASSERT_TRUE(text == first || text == second) << "line " << count;
-        ASSERT_TRUE(run % lines == 0 || text == previous) << "line " << count;
-        run = text == previous ? run + 1 : 1;
-        previous = text;
+    std::string text = FileBytes(folder / "day.log").substr(2);
+    EXPECT_EQ(text.size(), 2u * batches * lines * 6);
+    for (std::size_t batch = 0; batch < text.size(); batch += lines * 6) {
+        for (std::size_t line = batch; line < batch + lines * 6; line += 6)
+            ASSERT_EQ(text.at(line), text[batch]) << line;
     }
-    EXPECT_EQ(count, 2 * batches * lines);
 }

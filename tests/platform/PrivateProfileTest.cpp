@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -296,20 +295,5 @@ TEST_F(PrivateProfile, StoresBlocksWithTheirSum)
         EXPECT_EQ(platform::ReadProfileBlock(m_path, QD_W("s"), QD_W("B"), read, size), c.isGood)
             << c.value;
         EXPECT_TRUE(!c.isGood || std::equal(data, data + size, read)) << c.value;
-    }
-}
-
-TEST_F(PrivateProfile, LosesNoKeyOfTwoThreads)
-{
-    const auto write = [&](const Text& prefix) {
-        for (int i = 0; i < 100; ++i)
-            EXPECT_TRUE(Set(QD_W("S"), prefix + WString::FromInt(i).CStr(), prefix));
-    };
-    std::thread other([&] { write(QD_W("b")); });
-    write(QD_W("a"));
-    other.join();
-    for (const Text prefix : {QD_W("a"), QD_W("b")}) {
-        for (int i = 0; i < 100; ++i)
-            EXPECT_EQ(Read(QD_W("S"), prefix + WString::FromInt(i).CStr()), prefix);
     }
 }
