@@ -1,8 +1,6 @@
 #include "core/profile/BProfile.h"
 
-#include "core/base/BError.h"
 #include "core/base/BString.h"
-#include "core/base/ErrorCodes.h"
 
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
@@ -58,38 +56,6 @@ TEST_F(BProfileFile, EachModeTreatsTheFileInItsWay)
     EXPECT_TRUE(BProfile(m_folder.Path("asked.ini"), ProfileReadOnly).IsValid());
     EXPECT_TRUE(fs::exists(m_folder / "asked.ini"));
     EXPECT_FALSE(BProfile(m_folder.Path("none/asked.ini"), ProfileReadOnly).IsValid());
-}
-
-TEST_F(BProfileFile, KeepsEveryKindOfValueAsText)
-{
-    BProfile profile(m_path, ProfileReadWrite);
-    EXPECT_EQ(profile.GetSection(), QD_W("default"));
-    unsigned char block[] = {1, 0xAB, 0xFF}, read[3] = {};
-    EXPECT_TRUE(profile.WriteDouble(QD_W("tenth"), 0.1));
-    EXPECT_TRUE(profile.WriteDouble(QD_W("third"), 1.0 / 3.0));
-    EXPECT_TRUE(profile.WriteBoolean(QD_W("yes"), true));
-    profile.SetSection(QD_W("Points"));
-    EXPECT_TRUE(profile.WriteString(3, QD_W("Name"), QD_W("a b")));
-    EXPECT_TRUE(profile.WriteInt(-3, QD_W("Int"), -42));
-    EXPECT_TRUE(profile.WriteDouble(3, QD_W("X"), 1e100));
-    EXPECT_TRUE(profile.WriteMem(3, QD_W("Block"), block, sizeof block));
-    EXPECT_EQ(FileBytes(m_file),
-              Utf16("[default]\r\ntenth=0.1\r\nthird=0.333333333333333\r\nyes=TRUE\r\n"
-                    "[Points]\r\nName3=a b\r\nInt-3=-42\r\nX3=1e+100\r\nBlock3=01ABFFAB\r\n"));
-    EXPECT_EQ(profile.ReadString(3, QD_W("name"), WString()), QD_W("a b"));
-    EXPECT_EQ(profile.ReadInt(-3, QD_W("Int"), 0), -42);
-    EXPECT_EQ(profile.ReadDouble(3, QD_W("X"), 0), 1e100);
-    EXPECT_FALSE(profile.ReadMem(3, QD_W("Block"), read, 2));
-    EXPECT_TRUE(profile.ReadMem(3, QD_W("Block"), read, sizeof read));
-    EXPECT_EQ(read[1], block[1]);
-
-    profile.DeleteKey(QD_W("Int-3"));
-    EXPECT_TRUE(profile.ExistsSection(QD_W("DEFAULT")));
-    profile.SetSection(QD_W("default"));
-    profile.DeleteSection();
-    EXPECT_FALSE(profile.ExistsSection(QD_W("default")));
-    EXPECT_EQ(FileBytes(m_file),
-              Utf16("[Points]\r\nName3=a b\r\nX3=1e+100\r\nBlock3=01ABFFAB\r\n"));
 }
 
 TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
@@ -157,29 +123,6 @@ TEST_F(BProfileFile, ADefaultGoesThroughTheWritersAndReplacesNothingThatCameMean
                                  "d=0.5\r\nb=TRUE\r\n");
     EXPECT_TRUE(profile.WriteInt(QD_W("free"), 7)); // no default
     EXPECT_EQ(profile.ReadInt(QD_W("free"), 0), 7);
-}
-
-TEST_F(BProfileFile, ReadOnlyThrowsBeforeItWrites)
-{
-    const std::string text = "[default]\r\nk=1\r\n";
-    WriteFileBytes(m_file, text);
-    BProfile profile(m_path, ProfileReadOnly);
-    const auto codeOf = [&](auto write) {
-        try {
-            write();
-        } catch (const BError& error) {
-            EXPECT_EQ(error.Argument(0), QD_W("$IDS_ErrorHint61"));
-            return error.Error();
-        }
-        return 0;
-    };
-    char data = 0;
-    EXPECT_EQ(codeOf([&] { profile.WriteString(QD_W("k"), QD_W("2")); }), kErrorGeneral);
-    EXPECT_EQ(codeOf([&] { profile.WriteInt(0, QD_W("k"), 2); }), kErrorGeneral);
-    EXPECT_EQ(codeOf([&] { profile.WriteMem(QD_W("k"), &data, 1); }), kErrorGeneral);
-    EXPECT_EQ(codeOf([&] { profile.DeleteKey(QD_W("k")); }), kErrorGeneral);
-    EXPECT_EQ(codeOf([&] { profile.DeleteSection(); }), kErrorGeneral);
-    EXPECT_EQ(FileBytes(m_file), text);
 }
 
 TEST_F(BProfileFile, MakesAnEightBitFileUnicodeWhenAValueNeedsIt)

@@ -206,6 +206,9 @@ TEST(IProfile, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
         EXPECT_EQ(value, row.value);
     }
     unsigned short value = 1;
+    Put(store, "0x1ABCD");
+    EXPECT_FALSE(store.ReadHex(QD_W("k"), value));
+    EXPECT_EQ(value, 1);
     Put(store, "0xABCD");
     EXPECT_TRUE(store.ReadHex(QD_W("k"), value));
     EXPECT_EQ(value, 0xABCD);

@@ -16,7 +16,7 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
     const TemporaryFolder folder;
     BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 1);
     const std::string before = FileBytes(folder / "p");
-    for (const rlim_t size : {0U, 1U, 1000U, 100'000U}) {
+    for (const rlim_t size : {0U, 1000U, 100'000U}) {
         SCOPED_TRACE(size);
         const ResourceLimit limit(RLIMIT_FSIZE, size);
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
@@ -53,13 +53,4 @@ TEST(BBinProfileOnLinux, KeepsAFileWhoseReadFails)
     EXPECT_TRUE(profile.IsValid());
     EXPECT_FALSE(profile.WriteString(QD_W("b"), QD_W("2")));
     EXPECT_EQ(profile.ReadString(QD_W("b"), QD_W("1")), QD_W("1"));
-}
-
-TEST(BBinProfileOnLinux, SavesThroughALinkThatLeadsNowhere)
-{
-    const TemporaryFolder folder;
-    std::filesystem::create_symlink("target", folder / "p");
-    BBinProfile(folder.Path("p"), ProfileReadWrite).WriteInt(QD_W("a"), 1);
-    EXPECT_TRUE(std::filesystem::is_symlink(folder / "p"));
-    EXPECT_EQ(BBinProfile(folder.Path("target"), ProfileReadOnly).ReadInt(QD_W("a"), 0), 1);
 }

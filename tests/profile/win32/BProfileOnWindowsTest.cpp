@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int kCount = 1000;
+constexpr int kCount = 200;
 constexpr const wchar_t* kPath = L"QD_TEST_PROFILE";
 constexpr const wchar_t* kFamily = L"QD_TEST_FAMILY";
 
