@@ -1,10 +1,26 @@
 #include "core/memory/BMemory.h"
 
+#include "core/memory/BStdMemoryFrame.h"
+#include "core/platform/Fault.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <limits>
 #include <thread>
+
+namespace {
+
+constexpr std::uint64_t kLarge = 256 << 20;
+
+// Whether memory stands at the middle of a large range, where nothing else comes.
+bool IsThere(void* large)
+{
+    return platform::RunGuarded([](void* start) { static_cast<volatile char*>(start)[kLarge / 2]; },
+                                large);
+}
+
+} // namespace
 
 TEST(BMemory, OnlyGrows)
 {
@@ -21,7 +37,8 @@ TEST(BMemory, OnlyGrows)
     std::memset(memory.Allocate(1'000'000), 'b', 1'000'000);
     memory.Release();
     for (const std::uint64_t shift : {0U, 1U}) {
-        EXPECT_EQ(memory.Allocate(std::numeric_limits<std::uint64_t>::max() >> shift), nullptr);
+        EXPECT_EQ(memory.Duplicate(text, std::numeric_limits<std::uint64_t>::max() >> shift),
+                  nullptr);
         memory.Release();
     }
     EXPECT_NE(memory.Allocate(10), nullptr) << "a failure is not for ever";
@@ -58,4 +75,22 @@ TEST(BMemory, BelongsToOneThreadUntilItIsReleased)
     other.join();
     EXPECT_EQ(*static_cast<int*>(memory.Allocate(sizeof(int))), 2'000);
     memory.Release();
+}
+
+TEST(BMemory, GivesLargeMemoryBackToTheSystem)
+{
+    void* large = nullptr;
+    {
+        BMemory memory;
+        large = memory.Allocate(kLarge);
+        EXPECT_TRUE(IsThere(large));
+        memory.Release();
+    }
+    EXPECT_FALSE(IsThere(large));
+    {
+        BStdMemoryFrame frame(nullptr, kLarge);
+        large = frame.Start();
+        EXPECT_TRUE(IsThere(large));
+    }
+    EXPECT_FALSE(IsThere(large));
 }
