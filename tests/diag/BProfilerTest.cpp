@@ -1,13 +1,16 @@
 #include "core/diag/BProfiler.h"
 
+#include "core/base/BString.h"
+
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <ctime>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -27,54 +30,77 @@ public:
     using BProfiler::m_swatch;
 };
 
-bool IsStartLine(const WString& line, const WChar* text)
+// The time of the day before the text that a line ends with.
+bool IsAtATimeOfDay(const WString& line, const WChar* text)
 {
-    // 14:05:09 <tab> Start <tab> text
-    WString time = line.Sub(0, 8);
+    const WString time = line.Sub(0, 8); // 14:05:09
     return time.GetAt(2) == QD_W(':') && time.GetAt(5) == QD_W(':') &&
-           time.EraseAllChars(QD_W(':')).IsDigit() &&
-           line.Sub(8) == WString(QD_W("\tStart\t")) + text;
-}
-
-bool IsStepLine(const WString& line, const WChar* text)
-{
-    return line.TokenCount(QD_W('\t')) == 2 && line.Token(0, QD_W('\t')).IsDigit() &&
-           line.Token(1, QD_W('\t')) == text;
+           WString(time).EraseAllChars(QD_W(':')).IsDigit() && time < WString(QD_W("24")) &&
+           time.Sub(3) < WString(QD_W("60")) && time.Sub(6) < WString(QD_W("61")) &&
+           line.Sub(8) == text;
 }
 
 } // namespace
 
 TEST(BProfiler, LogsStartsAndStepsButNoStops)
 {
-    OpenProfiler profiler;
+    const OpenProfiler profiler;
+    const BArray<WString>& entries = profiler.m_logEntries; // kept without a file
     BProfiler::Stop(QD_W("nothing runs"));
-    EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
+    EXPECT_EQ(entries.Count(), 0u);
 
     BProfiler::Step(QD_W("first")); // starts a run by itself
-    BProfiler::Step(WString());
     EXPECT_TRUE(profiler.m_running && profiler.m_swatch.IsRunning());
-    BProfiler::Start(QD_W("100%s")); // stops it
+    while (profiler.m_swatch.Period() < 2) {
+    }
+    BProfiler::Step(WString());
     BProfiler::Stop(QD_W("end"));
     EXPECT_FALSE(profiler.m_running || profiler.m_swatch.IsRunning());
-
-    const BArray<WString>& entries = profiler.m_logEntries; // kept without a file
-    ASSERT_EQ(entries.Count(), 4u);
-    EXPECT_TRUE(IsStartLine(entries[0], QD_W("")));
-    EXPECT_TRUE(IsStepLine(entries[1], QD_W("first")));
-    EXPECT_TRUE(IsStepLine(entries[2], QD_W("Step")));
-    EXPECT_TRUE(IsStartLine(entries[3], QD_W("100%s")));
+    const unsigned long end = profiler.m_swatch.Period();
+    ASSERT_EQ(entries.Count(), 3u);
+    EXPECT_TRUE(IsAtATimeOfDay(entries[0], QD_W("\tStart\t")));
+    for (const auto& [line, text, least] :
+         {std::tuple{entries[1], QD_W("first"), 0UL}, {entries[2], QD_W("Step"), 2UL}}) {
+        int milliseconds = -1;
+        EXPECT_EQ(line.TokenCount(QD_W('\t')), 2);
+        EXPECT_TRUE(line.Token(0, QD_W('\t')).Convert(milliseconds));
+        EXPECT_GE(static_cast<unsigned long>(milliseconds), least);
+        EXPECT_LE(static_cast<unsigned long>(milliseconds), end);
+        EXPECT_EQ(line.Token(1, QD_W('\t')), text);
+    }
 }
 
-TEST(BProfiler, AppendsRunsToTheFileOfTheDay)
+TEST(BProfiler, AStartEndsTheRunThatIsOpen)
 {
     const TemporaryFolder folder;
     OpenProfiler profiler;
+    profiler.m_logfilePath = folder.Path("day.log");
+    BProfiler::Start(QD_W("first"));
+    const BStopWatch younger;
+    BProfiler::Start(QD_W("100%s"));
+    const double period = profiler.m_swatch.PeriodD();
+    EXPECT_LE(period, younger.PeriodD());
+    EXPECT_TRUE(FileBytes(folder / "day.log").ends_with(Utf16("\tStart\tfirst\r\n", "")));
+    ASSERT_EQ(profiler.m_logEntries.Count(), 1u);
+    EXPECT_TRUE(IsAtATimeOfDay(profiler.m_logEntries[0], QD_W("\tStart\t100%s")));
+}
+
+TEST(BProfiler, LogsToTheFileOfTheDay)
+{
+    const TemporaryFolder folder;
+    const OpenProfiler profiler;
+    const auto today = [] {
+        const std::time_t now = std::time(nullptr);
+        const std::tm day = *std::localtime(&now);
+        return std::to_string(day.tm_year + 1900) + std::to_string(day.tm_mon + 1) +
+               std::to_string(day.tm_mday) + ".log";
+    };
+    const std::string before = today();
     const WString directory = folder.Path("logs") + QD_W("\\");
     BProfiler::SetLogfilePath(directory);
     EXPECT_TRUE(std::filesystem::is_directory(folder / "logs"));
-    WString name = profiler.m_logfilePath.Sub(directory.Length());
-    EXPECT_TRUE(name.EndsWith(QD_W(".log")));
-    EXPECT_TRUE(name.Cut(0, name.Length() - 4).IsDigit());
+    const std::string name = profiler.m_logfilePath.Sub(directory.Length()).AsString().CStr();
+    EXPECT_TRUE(name == before || name == today()) << name;
 
     // A relative directory is one in the current folder.
     const std::filesystem::path formerFolder = std::filesystem::current_path();
@@ -85,15 +111,19 @@ TEST(BProfiler, AppendsRunsToTheFileOfTheDay)
     std::filesystem::current_path(formerFolder);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "deep/er"), {}), 1);
     EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
+}
 
-    const WString file = folder.Path("day.log");
+TEST(BProfiler, AppendsRunsAndKeepsWhatItCannotWrite)
+{
+    const TemporaryFolder folder;
+    OpenProfiler profiler;
     profiler.m_logfilePath = folder.Path("missing") + QD_W("\\day.log");
     BProfiler::Start(WString());
     profiler.m_logEntries[0] = QD_W("09:05:00\tStart\tMe\u00DFlauf \u6E2C \xD83D\xDE00 100%");
     BProfiler::Stop(WString());
-    EXPECT_EQ(profiler.m_logEntries.Count(), 1u); // kept for the next stop
+    EXPECT_EQ(profiler.m_logEntries.Count(), 1u); // for the next stop
+    profiler.m_logfilePath = folder.Path("day.log");
     for (const WChar* text : {QD_W("second"), QD_W("third")}) {
-        profiler.m_logfilePath = file;
         BProfiler::Start(WString());
         profiler.m_logEntries[profiler.m_logEntries.Count() - 1] = WString(QD_W("12\t")) + text;
         BProfiler::Stop(WString());
@@ -106,8 +136,6 @@ TEST(BProfiler, AppendsRunsToTheFileOfTheDay)
     BProfiler::Start(WString());
     profiler.m_logEntries[0] = QD_W("a\uFFFFb\uFFFF");
     BProfiler::Stop(WString());
-    EXPECT_EQ(FileBytes(folder / "marks.log"), std::string("\xFF\xFE"
-                                                           "a\0\xFF\xFF"
-                                                           "b\0\xFF\xFF\r\0\n\0",
-                                                           14));
+    EXPECT_EQ(FileBytes(folder / "marks.log"), "\xFF\xFE" + Utf16("a", "") + "\xFF\xFF" +
+                                                   Utf16("b", "") + "\xFF\xFF" + Utf16("\r\n", ""));
 }

@@ -1,7 +1,8 @@
 #include "core/diag/CheckedConversions.h"
 
-#include "core/base/BError.h"
 #include "core/base/ErrorCodes.h"
+
+#include "tests/ThrownError.h"
 
 #include <gtest/gtest.h>
 
@@ -12,14 +13,11 @@ namespace {
 template <class Narrow, class Wide>
 void ExpectRefused(Narrow (*convert)(Wide), Wide value, const WChar* name)
 {
-    try {
-        static_cast<void>(convert(value));
-        ADD_FAILURE() << value << " was converted";
-    } catch (const BError& error) {
-        EXPECT_EQ(error.Error(), kErrorGeneral);
-        EXPECT_EQ(error.Argument(0), name);
-        EXPECT_TRUE(error.Argument(1).IsEmpty());
-    }
+    std::optional<BError> error = ThrownError([&] { static_cast<void>(convert(value)); });
+    ASSERT_TRUE(error) << value << " was converted";
+    EXPECT_EQ(error->Error(), kErrorGeneral);
+    EXPECT_EQ(error->Argument(0), name);
+    EXPECT_TRUE(error->Argument(1).IsEmpty());
 }
 
 } // namespace

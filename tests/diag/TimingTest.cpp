@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 namespace {
 
 void PassMilliseconds(double count)
@@ -32,23 +34,37 @@ std::int64_t Frequency()
 TEST(BStopWatch, StandsUntilItRuns)
 {
     BStopWatch watch(false);
+    EXPECT_FALSE(watch.IsRunning());
     PassMilliseconds(2);
     EXPECT_EQ(watch.Period(), 0u);
     EXPECT_EQ(watch.PeriodD(), 0.0);
     watch.Continue();
+    EXPECT_TRUE(watch.IsRunning());
     PassMilliseconds(2);
     EXPECT_GE(watch.PeriodD(), 2.0);
+}
+
+TEST(BStopWatch, CountsWholeMilliseconds)
+{
+    const auto start = std::chrono::steady_clock::now();
+    BStopWatch watch;
+    PassMilliseconds(2);
+    watch.Stop();
+    const std::chrono::duration<double, std::milli> passed =
+        std::chrono::steady_clock::now() - start;
+    EXPECT_LE(watch.PeriodD(), passed.count());
+    EXPECT_EQ(watch.Period(), static_cast<unsigned long>(watch.PeriodD()));
 }
 
 TEST(BStopWatch, DoesNotCountPauses)
 {
     const BStopWatch whole;
     BStopWatch watch;
-    PassMilliseconds(3);
+    PassMilliseconds(2);
     watch.Stop();
     const BStopWatch pause;
     const double before = watch.PeriodD();
-    PassMilliseconds(20);
+    PassMilliseconds(5);
     watch.Stop(); // keeps the first stop
     EXPECT_EQ(watch.PeriodD(), before);
     const double paused = pause.PeriodD();
@@ -57,11 +73,23 @@ TEST(BStopWatch, DoesNotCountPauses)
     EXPECT_GE(watch.PeriodD(), before);
     const double counted = watch.PeriodD();
     EXPECT_LE(counted, whole.PeriodD() - paused);
+}
 
-    watch.Stop();
-    watch.Reset();
-    EXPECT_TRUE(watch.IsRunning());
-    EXPECT_LT(watch.PeriodD(), whole.PeriodD() - paused);
+TEST(BStopWatch, StartsFromZeroWhenReset)
+{
+    for (const bool isRunning : {true, false}) {
+        BStopWatch watch;
+        PassMilliseconds(1);
+        if (!isRunning)
+            watch.Stop();
+        const BStopWatch younger;
+        watch.Reset();
+        EXPECT_TRUE(watch.IsRunning());
+        const double period = watch.PeriodD();
+        EXPECT_LE(period, younger.PeriodD());
+        PassMilliseconds(1);
+        EXPECT_GE(watch.PeriodD(), 1.0);
+    }
 }
 
 TEST(BFramesPerSecondCounter, CountsFramesOfItsWindow)

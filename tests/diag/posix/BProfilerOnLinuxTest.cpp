@@ -36,12 +36,7 @@ public:
 
 TEST(BProfilerOnLinux, LosesNoLineOnAFullDisk)
 {
-    const std::string full = [] {
-        std::string bytes = "\xFF\xFE";
-        for (const char character : std::string_view("first run\r\nsecond run\r\nthird run\r\n"))
-            bytes.append({character, '\0'});
-        return bytes;
-    }();
+    const std::string full = Utf16("first run\r\nsecond run\r\nthird run\r\n");
     for (rlim_t room = 0; room <= full.size(); ++room) {
         SCOPED_TRACE(room);
         const TemporaryFolder folder;
