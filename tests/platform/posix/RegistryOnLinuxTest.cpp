@@ -252,7 +252,8 @@ TEST_F(RegistryOnLinux, GoesOnOnceAFullDiskHasRoomAgain)
     EXPECT_TRUE(Held(StartProcess([] {
         const ResourceLimit limit(RLIMIT_FSIZE, 100'000);
         BConfigRegistry config(QD_W("Software\\Probe"));
-        return config.WriteString(QD_W("v"), std::u16string(100'000, 'x').c_str()) == kErrorGeneral &&
+        return config.WriteString(QD_W("v"), std::u16string(100'000, 'x').c_str()) ==
+                   kErrorGeneral &&
                config.WriteString(QD_W("small"), QD_W("y")) == 0;
     })));
     const BConfigRegistry config(QD_W("Software\\Probe"));
