@@ -1,6 +1,7 @@
 #include "core/profile/BProfile.h"
 
 #include "core/base/BString.h"
+#include "core/base/ErrorCodes.h"
 
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
