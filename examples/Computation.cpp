@@ -17,6 +17,7 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <limits>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -81,8 +82,8 @@ struct Statistics {
     std::uint64_t count = 0;
     double mean = 0;
     double squares = 0; // sum of squared distances from the mean
-    double least = INFINITY;
-    double largest = -INFINITY;
+    double least = std::numeric_limits<double>::infinity();
+    double largest = -std::numeric_limits<double>::infinity();
 
     void Add(const Statistics& other)
     {

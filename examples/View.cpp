@@ -17,7 +17,7 @@ constexpr int kLevelsShown = 4;
 WString Indented(int level)
 {
     WString line;
-    line.Fill(static_cast<std::size_t>(2 * level), QD_W(' '));
+    line.Fill(2 * static_cast<std::size_t>(level), QD_W(' '));
     return line;
 }
 

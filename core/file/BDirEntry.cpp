@@ -39,7 +39,8 @@ WString BDirEntry::CutExtension()
 
 void BDirEntry::ChangeExtension(const WString& extension)
 {
-    const WString added = extension; // it may be this path's own text
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this path's own text
+    const WString added = extension;
     const std::size_t dot = platform::FindExtension(m_path);
     if (m_path.GetAt(dot) != 0)
         m_path.CutAt(dot + 1);

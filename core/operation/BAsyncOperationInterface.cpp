@@ -125,7 +125,7 @@ WString BAsyncOperationInterface::FetchStatusMessage(int key, bool keep)
     const auto found = std::ranges::find(m_statusTexts, key, &StatusText::key);
     if (found == m_statusTexts.end())
         return {};
-    const WString text = found->text;
+    WString text = found->text;
     if (!keep)
         m_statusTexts.Erase(found);
     return text;

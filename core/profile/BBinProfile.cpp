@@ -233,6 +233,8 @@ try {
     m_valid = hasId && (formatId == kAnsiFormatId || formatId == kUnicodeFormatId);
     if (!m_valid)
         return false;
+    // Virtual for a derived class that reads again; the constructor reaches this class's own.
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall)
     return formatId == kAnsiFormatId ? ReadAnsiFormat(file) : ReadUnicodeFormat(file);
 } catch (const std::bad_alloc&) {
     m_isUnread = true;

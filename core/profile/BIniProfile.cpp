@@ -96,11 +96,11 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
         });
         return MadeOf(text.Text());
     };
-    const WString found = read(WString());
+    WString found = read(WString());
     Found(key, found);
     if (!found.IsEmpty() || defaultValue.IsEmpty())
         return found;
-    const WString text = read(defaultValue); // still empty where the key is there
+    WString text = read(defaultValue); // still empty where the key is there
     if (text.IsEmpty() && WriteMissingKey())
         WriteDefault(key, defaultValue);
     return text;

@@ -126,14 +126,16 @@ bool IProfile::LoadSection(const WString& section, BArray<WString>* keys) const
 
 void IProfile::SetSection(const WString& section) const
 {
-    const WString chosen = section; // may be the current section itself
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the current one itself
+    const WString chosen = section;
     LoadSection(WString(), nullptr);
     m_section = chosen;
 }
 
 bool IProfile::DeleteSection(const WString& section) const
 {
-    const WString deleted = section; // may be the current section itself
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the current one itself
+    const WString deleted = section;
     if (deleted.IEqual(m_section))
         LoadSection(WString(), nullptr);
     return DeleteSectionImpl(deleted);

@@ -7,6 +7,7 @@ class WriteBack;
 struct PendingDefaults {
     PendingDefaults() = default;
     PendingDefaults(const PendingDefaults&) noexcept {}
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is assigned
     PendingDefaults& operator=(const PendingDefaults&) noexcept { return *this; }
 
     WriteBack* innermost = nullptr; // not owned
