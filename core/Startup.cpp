@@ -2,7 +2,8 @@
 #include "core/geometry/BBitArray.h"
 #include "core/tree/BNode.h"
 
-// What happens when the library is loaded: it registers its own archivable classes.
+// What happens when the library is loaded: it registers its own archivable classes. In one place
+// and not beside each class, so that the list is there to be read.
 
 namespace {
 

@@ -23,6 +23,10 @@
 #include <thread>
 #include <vector>
 
+// A computation as an application would write it: blocks of the memory manager hold the points, one
+// worker spreads the work over the processors and reports to an operation, and a dispatcher brings
+// what it reports to the terminal. Nothing of the computation knows who listens.
+
 namespace {
 
 constexpr int kBrokenOff = 130;
@@ -34,6 +38,7 @@ constexpr std::uint64_t kPointsPerStep = 1 << 12;
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
+// A handler of signals may do no more than this; the workers ask.
 void OnInterrupt(int)
 {
     g_interrupted = 1;
@@ -164,7 +169,7 @@ void ForAll(const Cloud& cloud, BProgressMappingOMP& progress, BAsyncOperationIn
                     return;
                 const std::uint64_t size = std::min(kPointsPerStep, count - done);
                 work(begin + done, size, block * kPointsPerBlock + done);
-                const std::lock_guard guard(advancing);
+                const std::lock_guard guard(advancing); // one at a time advances
                 progress.Next(size);
             }
         }
@@ -174,6 +179,7 @@ void ForAll(const Cloud& cloud, BProgressMappingOMP& progress, BAsyncOperationIn
         threads.emplace_back(loop);
     for (std::thread& thread : threads)
         thread.join();
+    // Nothing may be thrown out of a thread, so the break is thrown here.
     if (progress.IsStopping())
         operation.Stop();
     operation.TestUserBreak();
@@ -265,6 +271,7 @@ int RunComputation(std::uint64_t pointCount)
     std::thread worker([&] { Work(pointCount, *operation, result); });
     worker.join();
 
+    // In the opposite order of the above: whoever is called still has what it uses.
     std::signal(SIGINT, SIG_DFL);
     BProgressManager::RegisterInstance(nullptr);
     BDispatcher::RegisterDispatcher(nullptr);

@@ -8,6 +8,10 @@
 
 #include <unordered_map>
 
+// The document of the demonstration. It has what makes documents hard to save: objects that several
+// nodes share, a chain of revisions thousands of nodes deep, references between objects, and texts
+// beyond ASCII.
+
 namespace {
 
 constexpr const char* kDocumentClass = "class MeasurementDocument";
@@ -88,6 +92,7 @@ private:
 // A node and what it has, as one line.
 WString Described(BNode& node, Sightings& sightings)
 {
+    // Without addresses, so that two trees with the same content and sharing give the same lines.
     WString line;
     line.Printf(QD_W("%s, %d children, active %d, locked %d"), node.GetText().CStr(),
                 node.ChildNum(), node.IsActive() ? 1 : 0, node.IsLocked() ? 1 : 0);
@@ -164,6 +169,7 @@ SP<BSmartObj> Scan::Read(BArchive& archive, int)
 {
     SP<Scan> scan(new Scan);
     archive >> scan->m_pointCount >> scan->m_deviation >> scan->m_calibrationIndex;
+    // Now it may not be there yet; `UpdateAssociations` puts the object in place of the index.
     archive.TakeOutLater(reinterpret_cast<std::uintptr_t>(scan->m_calibrationIndex));
     return scan;
 }

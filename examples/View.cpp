@@ -1,6 +1,7 @@
 #include "examples/View.h"
 
 #include "core/base/BString.h"
+#include "core/base/ErrorCodes.h"
 #include "core/language/BLanguageMap.h"
 #include "core/tree/BNodeItr.h"
 #include "core/units/BUnitSystem.h"
@@ -8,6 +9,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+
+// What the user sees: texts are keys until they are printed, and lengths millimetres.
 
 namespace {
 
@@ -61,7 +64,8 @@ bool SwitchLanguage(std::string_view name)
         std::filesystem::path(QD_LANGUAGE_FOLDER) / (std::string(name) + ".lng");
     SP<BLanguageMap> map = new BLanguageMap;
     WString log;
-    if (map->ImportMapFile(WString(file.string<WChar>().c_str()), &log, false, true) != 0) {
+    if (map->ImportMapFile(WString(file.string<WChar>().c_str()), &log, false, true) !=
+        kErrorNone) {
         PrintLine(log);
         return false;
     }
@@ -94,6 +98,7 @@ void PrintLine(const WString& text)
 {
     const SP<BLanguageMap> map = BLanguageMap::Instance();
     const WString shown = map ? map->TranslateExt(text) : text;
+    // Through a path, as the standard library converts UTF-16 nowhere else without a locale.
     const std::u8string bytes = std::filesystem::path(shown.CStr()).u8string();
     std::fwrite(bytes.data(), 1, bytes.size(), stdout);
     std::puts("");

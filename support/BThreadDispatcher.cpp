@@ -4,15 +4,33 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <condition_variable>
 #include <deque>
 #include <exception>
 #include <utility>
 #include <vector>
 
+// The dispatcher is counted, and its last reference may go inside a receiver, on its own thread,
+// which cannot wait for itself. So all that the thread uses stands in a queue that it shares with
+// the dispatcher, and goes on with that until it is told to end.
+//
+// No lock is held while a receiver is called: it may send, post, add and remove receivers, itself
+// included, and shut the dispatcher down. In return each call under way is noted, so that a thread
+// that removes a receiver can wait for the end of its call, and the place of a removed one stays,
+// empty, until no delivery is going through the list.
+//
+// Mutex and condition variables of the standard library: waiting on atomics loses wake-ups with the
+// compiler for Windows.
+
 /// The messages, the receivers and what the thread does with them.
 class BThreadDispatcher::Queue {
 public:
+    Queue() = default;
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+    ~Queue() { assert(m_messages.empty() && m_innermost == nullptr && m_deliveries == 0); }
+
     bool Send(unsigned int message, std::uint64_t first, std::uint64_t second);
     bool Post(unsigned int message, std::uint64_t first, std::uint64_t second);
     bool AddReceiver(BMessageReceiver* receiver);
@@ -69,6 +87,7 @@ bool BThreadDispatcher::Queue::Send(unsigned int message, std::uint64_t first, s
     Answer answer;
     std::unique_lock lock(m_lock);
     if (IsOwnThread()) {
+        // At once, past those that are queued: this thread would wait for itself.
         answer.exception = Deliver({message, first, second, nullptr}, lock);
     } else {
         if (!Append({message, first, second, &answer}))
@@ -105,6 +124,7 @@ bool BThreadDispatcher::Queue::RemoveReceiver(BMessageReceiver* receiver)
     *found = nullptr;
     if (m_deliveries == 0)
         std::erase(m_receivers, nullptr);
+    // On the dispatcher's thread the call that is under way is the one that this stands in.
     if (!IsOwnThread())
         m_answered.wait(lock, [&] { return !IsBeingCalled(receiver); });
     return true;
@@ -136,6 +156,7 @@ void BThreadDispatcher::Queue::Run()
         m_messages.pop_front();
         std::exception_ptr exception = Deliver(message, lock);
         if (message.answer != nullptr) {
+            assert(!message.answer->isThere);
             *message.answer = {true, std::move(exception)};
             m_answered.notify_all();
         }
@@ -166,7 +187,7 @@ std::exception_ptr BThreadDispatcher::Queue::Deliver(const Message& message,
 {
     std::exception_ptr exception;
     ++m_deliveries;
-    // Receivers that are added meanwhile stand behind these.
+    // By index, as receivers may come meanwhile and move the vector; they stand behind these.
     const std::size_t count = m_receivers.size();
     for (std::size_t i = 0; i < count; ++i) {
         if (m_receivers[i] == nullptr)
@@ -174,6 +195,7 @@ std::exception_ptr BThreadDispatcher::Queue::Deliver(const Message& message,
         if (std::exception_ptr thrown = Call(*m_receivers[i], message, lock); thrown && !exception)
             exception = std::move(thrown);
     }
+    assert(m_deliveries > 0);
     if (--m_deliveries == 0)
         std::erase(m_receivers, nullptr);
     return exception;
@@ -193,6 +215,7 @@ std::exception_ptr BThreadDispatcher::Queue::Call(BMessageReceiver& receiver,
         exception = std::current_exception();
     }
     lock.lock();
+    assert(m_innermost == &call);
     m_innermost = call.outer;
     m_answered.notify_all();
     return exception;
@@ -202,7 +225,7 @@ BThreadDispatcher::BThreadDispatcher()
     : m_queue(std::make_shared<Queue>())
     , m_thread([queue = m_queue] { queue->Run(); })
 {
-    m_queue->WaitUntilRunning();
+    m_queue->WaitUntilRunning(); // so that `ThreadId` is known from the start
 }
 
 BThreadDispatcher::~BThreadDispatcher()
@@ -240,6 +263,7 @@ bool BThreadDispatcher::RemoveReceiver(BMessageReceiver* receiver)
 void BThreadDispatcher::Shutdown() noexcept
 {
     m_queue->Close();
+    // Several threads may shut it down; each returns when the thread has ended.
     if (m_queue->IsOwnThread())
         return;
     const std::scoped_lock lock(m_joining);

@@ -9,6 +9,7 @@ bool SaveArchive(const WString& path, BString docClass, int docVersion,
     if (replacement.Stream() == nullptr)
         return false;
     {
+        // Closed before it is moved: Windows moves no file that is open.
         BArchive archive(replacement.Path().c_str(), BArchive::ModeWrite, docClass, docVersion);
         insert(archive);
         if (!archive.Flush())

@@ -2,6 +2,8 @@
 
 #include "core/platform/Clock.h"
 
+#include <cassert>
+
 namespace {
 
 constexpr std::uint64_t kGrowStep = 128;
@@ -41,7 +43,9 @@ double BFramesPerSecondCounter::Fps() const noexcept
 
 void BFramesPerSecondCounter::AddFrameAt(std::int64_t counter)
 {
+    assert(m_timeStamps.Count() == 0 || m_timeStamps[m_timeStamps.Count() - 1] <= counter);
     m_timeStamps.Append(counter);
+    // Two always stay, so that a slow display has a rate, too.
     while (m_timeStamps.Count() > 2 && counter - m_timeStamps[0] > m_window)
         m_timeStamps.RemoveAt(0);
 }

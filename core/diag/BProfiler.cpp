@@ -7,6 +7,9 @@
 #include <new>
 #include <utility>
 
+// Lines are gathered and written when the run ends, so that no step of what is measured waits for a
+// disk or for another process. The file is open, and locked, only for that long.
+
 BStopWatch BProfiler::m_swatch;
 BArray<WString> BProfiler::m_logEntries;
 WString BProfiler::m_logfilePath;
@@ -61,6 +64,7 @@ void BProfiler::SetLogfilePath(WString directory)
     }
     if (!platform::PathExists(directory))
         static_cast<void>(platform::MakeDirectories(platform::FullPath(directory).c_str()));
+    // Named now and not when a run ends: a process that runs past midnight goes on with its file.
     const platform::CalendarTime today = platform::LocalTime();
     WString name;
     name.Printf(QD_W("%d%d%d.log"), today.year, today.month, today.day);
@@ -107,7 +111,7 @@ void BProfiler::Log(State state, WString text)
     switch (state) {
     case StateStart:
         m_logEntries.Append(TimedEntry(QD_W("Start"), text));
-        m_swatch.Reset();
+        m_swatch.Reset(); // last, so that the line itself is not measured
         m_running = true;
         return;
     case StateStep: m_logEntries.Append(StepEntry(m_swatch.PeriodD(), text)); return;
@@ -117,6 +121,7 @@ void BProfiler::Log(State state, WString text)
     // steps.
     m_swatch.Stop();
     m_running = false;
+    // Lines that were not written stay for the next stop.
     if (!m_logfilePath.IsEmpty() && AppendLines(m_logfilePath, m_logEntries))
         m_logEntries.RemoveAll();
 }

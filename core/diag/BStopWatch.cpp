@@ -6,7 +6,7 @@ namespace {
 
 std::int64_t Now() noexcept
 {
-    return platform::PerformanceCounter().value_or(0);
+    return platform::PerformanceCounter().value_or(0); // a clock that fails stands still
 }
 
 double TicksPerMillisecond() noexcept
@@ -39,6 +39,7 @@ void BStopWatch::Continue() noexcept
 {
     if (IsRunning())
         return;
+    // The start moves on by the pause, so that a period is one difference whatever came before.
     m_start += Now() - m_stop;
     m_stop = 0;
 }

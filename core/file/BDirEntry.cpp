@@ -74,6 +74,7 @@ BDirEntry& BDirEntry::operator+=(const BDirEntry& other)
         m_path = combined->c_str();
         return *this;
     }
+    // Too long for the shell, which resolves nothing then.
     const WString added = other.m_path; // it may be this path
     const WChar separator = platform::SeparatorFor(m_path);
     const std::size_t length = m_path.Length();

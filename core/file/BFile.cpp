@@ -15,8 +15,15 @@
 #include <string>
 #include <string_view>
 
+// The conversion to Unicode takes the bytes as they are instead of a stream in text mode, which
+// would end the text at a Ctrl-Z and drop what stands behind it. It converts by the ANSI code page
+// of the system, and writes beside the old file, so that a failure at any point leaves that one
+// whole.
+
 namespace {
 
+// Until a read comes up short: the size that the system tells is 0 for some files that have
+// content.
 bool ReadAll(const WChar* path, std::string& bytes)
 {
     const platform::Stream stream = platform::OpenStream(path, QD_W("rb"));
@@ -60,6 +67,7 @@ bool WriteUnicode(std::FILE* stream, std::string_view text)
     platform::WideText units(lines.size(), 0);
     const std::size_t length =
         platform::AnsiToWide(lines.data(), lines.size(), units.data(), units.size());
+    // 0 is also the answer when the conversion fails.
     return (length > 0 || text.empty()) &&
            std::fwrite(units.data(), sizeof(WChar), length, stream) == length;
 }
@@ -78,7 +86,8 @@ bool ReplaceByUnicode(const WChar* path)
     std::string bytes;
     if (!ReadAll(path, bytes))
         return false;
-    if (!platform::MarkAt(bytes).empty()) // when the look at the file's start failed
+    // The caller's look at the start may have failed, and a Unicode text read as 8-bit is nonsense.
+    if (!platform::MarkAt(bytes).empty())
         return true;
     platform::FileReplacement replacement(path);
     std::FILE* const stream = replacement.Stream();
@@ -114,6 +123,7 @@ bool BFile::Open(const WChar* path, const WChar* mode) noexcept
 {
     if (m_stream != nullptr || path == nullptr || mode == nullptr)
         return false;
+    // Who asks for a file that another has open is told at once, and waits or gives up as it likes.
     m_stream = platform::OpenStreamAlone(path, mode, 0).release();
     return m_stream != nullptr;
 }
@@ -140,6 +150,7 @@ bool BFile::Rewind() noexcept
     return true;
 }
 
+// A plain name is a pattern without wild characters: it goes the same way, for the same answers.
 bool BFile::Exist(const WChar* pattern)
 {
     return pattern != nullptr && *pattern != 0 &&

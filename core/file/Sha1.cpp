@@ -6,6 +6,13 @@
 #include <bit>
 #include <utility>
 
+// FIPS 180-1, with its names for the words and the functions. It is written out here because the
+// library would otherwise need a cryptographic one for this alone. Digests tell files apart; nobody
+// should trust one for a signature, as SHA-1 is broken for that.
+//
+// Most processors have instructions for SHA-1, several times as fast as the plain rounds; which of
+// the two is taken is asked once a process.
+
 namespace {
 
 constexpr std::size_t kBlockSize = 64;
@@ -32,7 +39,8 @@ std::uint32_t Mixed(std::uint32_t b, std::uint32_t c, std::uint32_t d) noexcept
         return (b ^ c ^ d) + 0xCA62C1D6;
 }
 
-// Instead of the values, the roles of a to e move from word to word.
+// Instead of the values, the roles of a to e move from word to word: five moves a round are saved.
+// Of the message schedule only the last 16 words are needed, so W(t) takes the place of W(t - 16).
 template <unsigned T>
 void TakeRound(std::uint32_t (&words)[5], std::uint32_t (&w)[16]) noexcept
 {
@@ -83,6 +91,7 @@ Sha1BlockFunction FastestSha1BlockFunction() noexcept
 void Sha1Digest(std::span<const std::uint8_t> message, Sha1BlockFunction take,
                 std::uint32_t (&words)[5]) noexcept
 {
+    // H0 to H4 before the first block.
     constexpr std::uint32_t initial[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476,
                                           0xC3D2E1F0};
     std::copy(initial, initial + 5, words);
@@ -93,6 +102,7 @@ void Sha1Digest(std::span<const std::uint8_t> message, Sha1BlockFunction take,
     const std::span<const std::uint8_t> rest = message.subspan(whole * kBlockSize);
     std::uint8_t last[2 * kBlockSize] = {};
     *std::copy(rest.begin(), rest.end(), last) = 0x80;
+    // 0x80 and the length need 9 bytes behind the rest, or a block of their own.
     const std::size_t count = rest.size() < kBlockSize - kLengthSize ? 1 : 2;
     std::uint64_t bits = std::uint64_t{message.size()} * 8;
     for (std::size_t i = 1; i <= kLengthSize; ++i, bits >>= 8)

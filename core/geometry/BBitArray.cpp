@@ -16,6 +16,10 @@
 //     4       4     height
 //     8       4     bytes per cell
 //     12      ...   width x height x bytes per cell: the data, or nothing
+//
+// Memory comes from `calloc`, and memory that cannot be had leaves an array without data, which its
+// header allows: a picture of some gigabytes is an ordinary failure. But one is never saved, nor
+// loaded, without data that it should have.
 
 namespace {
 
@@ -41,7 +45,7 @@ std::uint64_t DataSizeOf(std::int32_t width, std::int32_t height, std::int32_t b
 /// Zeroed; null for no bytes and when they cannot be had.
 std::uint8_t* Allocate(std::uint64_t size)
 {
-    // Large blocks come from the system as zeroes, which calloc knows and new does not.
+    // Large blocks come from the system as zeros, which calloc knows and new does not.
     return size == 0 || size == kTooLarge ? nullptr
                                           : static_cast<std::uint8_t*>(std::calloc(size, 1));
 }
@@ -59,7 +63,7 @@ BBitArray::BBitArray(int planes, int width, int height)
 BBitArray::BBitArray(const BBitArray& other)
     : B2DArrayBase(other)
 {
-    *this = other;
+    *this = other; // the fields are those of an empty array so far
 }
 
 BBitArray& BBitArray::operator=(const BBitArray& other)
@@ -101,6 +105,8 @@ void BBitArray::ChangeExtent(int x, int y, int width, int height)
     if (width > 0 && height > 0)
         data = Allocate(DataSizeOf(width, height, m_bytesPerCell));
 
+    // What the old and the new extent have in common, in cells of the old one. In 64 bits, as the
+    // right edge may lie beyond what an int holds.
     const std::int64_t left = std::max(0, x);
     const std::int64_t top = std::max(0, y);
     const std::int64_t right = std::min<std::int64_t>(m_width, std::int64_t{x} + width);
@@ -135,6 +141,7 @@ SP<BSmartObj> BBitArray::Read(BArchive& archive, int)
     SP<BBitArray> array(new BBitArray(0, width, height));
     array->m_bytesPerCell = bytesPerCell;
     array->m_data = Allocate(size);
+    // Not null, which would count as a damaged record: the file is sound.
     if (size > 0 && !array->m_data)
         throw std::bad_alloc();
     if (size > 0 && !archive.ReadMemoryBlock(array->m_data, size))

@@ -19,7 +19,7 @@ BFColor BFColor::Average(BArray<BFColor>* colors)
 {
     if (!colors || colors->Count() == 0)
         return {0.0f, 0.0f, 0.0f, 0.0f};
-    double sums[4] = {};
+    double sums[4] = {}; // a float loses the last of some millions of colours
     for (const BFColor& color : *colors)
         for (int channel = 0; channel < 4; ++channel)
             sums[channel] += color.m_channels[channel];
@@ -36,12 +36,14 @@ bool BFColor::Write(std::FILE* file) const
 
 bool BFColor::Read(std::FILE* file)
 {
-    BFColor color;
+    BFColor color; // so that half a colour changes nothing
     if (!file || std::fread(color.m_channels, sizeof m_channels, 1, file) != 1)
         return false;
     *this = color;
     return true;
 }
+
+// Free functions here and not members of the archive, which stands on a lower floor.
 
 BArchive& operator<<(BArchive& archive, const BFColor& color)
 {

@@ -8,9 +8,18 @@
 
 #include <algorithm>
 
+// Two locks guard the fields. The object's own one belongs to the interface: an application may
+// hold it over several calls. But it lets a second reader in while the first still waits for a
+// writer to leave, and a text that is read while it is written would be torn; so each access also
+// takes the section, which lets in one.
+//
+// Messages go out when both are given back. A receiver on the dispatcher's thread gets them inside
+// the call, and may stop the operation or fetch a text, also from another thread that it waits for.
+
 namespace {
 
-/// Holds the lock of an operation and its section besides.
+/// Holds the lock of an operation and its section besides. No counted guard: each would use up an
+/// object number of the process, and workers ask all the time whether to stop.
 template <class AutoLock>
 class Guard {
 public:
@@ -92,6 +101,7 @@ void BAsyncOperationInterface::StatusInfo(const WString& text)
     std::uint32_t key = 0;
     {
         const WriteGuard guard(*this, m_section);
+        // Counted only once the text is kept, which may fail for want of memory.
         key = m_statusCounter + 1;
         m_statusTexts.AddTail({static_cast<std::int32_t>(key), text});
         m_statusCounter = key;
@@ -122,6 +132,7 @@ void BAsyncOperationInterface::ErrorInfo(const BError& error)
 WString BAsyncOperationInterface::FetchStatusMessage(int key, bool keep)
 {
     const WriteGuard guard(*this, m_section);
+    // Few wait, and the one that is asked for is mostly the first.
     const auto found = std::ranges::find(m_statusTexts, key, &StatusText::key);
     if (found == m_statusTexts.end())
         return {};
@@ -145,6 +156,7 @@ bool BAsyncOperationInterface::WasStopped() const
 
 void BAsyncOperationInterface::Deliver(unsigned int message, std::uint64_t second) const
 {
+    // Asked for once: what `ThreadId` says must be true of the one that sends.
     const SP<BDispatcher> dispatcher = BDispatcher::Instance();
     if (!dispatcher)
         return;

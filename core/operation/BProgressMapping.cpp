@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
+#include <cassert>
 
 namespace {
 
@@ -34,7 +36,9 @@ void BProgressMapping::SetSteps(std::uint64_t steps) noexcept
 
 void BProgressMapping::UpdateStep()
 {
+    assert(std::has_single_bit(m_stride)); // `Next` masks with it
     Send(UnitsReached());
+    // After the send, so that a slow display counts as work and is called the less often.
     const std::uint32_t now = platform::TickCount();
     m_stride = StrideAfter(m_stride, now - m_lastTick);
     m_lastTick = now;
@@ -42,6 +46,7 @@ void BProgressMapping::UpdateStep()
 
 std::uint64_t BProgressMapping::StrideAfter(std::uint64_t stride, std::uint32_t elapsedMs) noexcept
 {
+    // Powers of 2 alone, so that the test of each step is a mask and no division.
     constexpr std::uint32_t kTooSoonMs = 50;
     constexpr std::uint32_t kTooLateMs = 100;
     constexpr std::uint64_t kLongest = std::uint64_t{1} << 63;
@@ -62,6 +67,7 @@ void BProgressMapping::Send(std::uint64_t target)
     try {
         QDSend(kMessageProgressIncrement, increment, 0);
     } catch (...) {
+        assert(m_sent >= increment);
         m_sent -= increment;
         throw;
     }
@@ -84,6 +90,7 @@ void BProgressMappingAndBreak::UpdateStep()
     BProgressManager::InstanceTestUserBreak();
 }
 
+// A plain number that is changed atomically, as an atomic one would forbid copies of the mapping.
 bool BProgressMappingOMP::IsStopping() const noexcept
 {
     return std::atomic_ref(m_stopCount).load() != 0;

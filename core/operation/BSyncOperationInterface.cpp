@@ -17,6 +17,7 @@ bool BSyncOperationInterface::IsStoppingWeak()
     return BSyncOperationInterface::IsStopping();
 }
 
+// Sent and not posted: the receiver reads the characters before the caller's text goes.
 void BSyncOperationInterface::StatusInfo(const WString& text)
 {
     if (QDCurrentThreadIsDispatcherThread())

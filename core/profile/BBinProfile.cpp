@@ -25,6 +25,14 @@
 //                   value's type code and the value
 //
 // An empty key ends the records. Text records and values are told in VariantBytes.h and BVariant.h.
+//
+// The whole file is in memory, and saved as a whole: a value in the file cannot grow in its place,
+// and settings are few. Saving waits for the destructor, for a change a file would cost a
+// synchronisation with the disk each.
+//
+// The system may fail to give the file, for want of rights or memory, say. Then the profile looks
+// empty, and saving it would replace what is there by the little that was written since. So such a
+// profile takes no value (`m_isUnread`), and the writer is told.
 
 namespace {
 
@@ -185,7 +193,7 @@ void BBinProfile::DeleteKey(WString key)
 void BBinProfile::DeleteSection()
 {
     CheckMode();
-    std::vector<WString> keys;
+    std::vector<WString> keys; // first, as the iteration must not lose its entry
     for (const auto& item : m_values) {
         if (Section(item.key).IEqual(m_section))
             keys.push_back(item.key);
@@ -222,6 +230,7 @@ try {
     m_isUnread = false;
     BFile file(m_path, QD_W("rb"));
     if (file == nullptr) {
+        // A file that is missing is an empty profile; one that cannot be opened is none.
         m_isUnread = platform::Presence(m_path) != platform::EPresence::Missing;
         return true;
     }
@@ -237,6 +246,7 @@ try {
     // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall)
     return formatId == kAnsiFormatId ? ReadAnsiFormat(file) : ReadUnicodeFormat(file);
 } catch (const std::bad_alloc&) {
+    // What was read so far would pass for all.
     m_isUnread = true;
     return true;
 }

@@ -9,11 +9,16 @@
 #include <typeinfo>
 #include <utility>
 
+// The store behind `IProfile` for the text files of `BProfile`: what is written goes by the
+// functions of TextProfile.h, so that both make the same files.
+
 namespace {
 
-// The functions that read are told of one unit more than the buffer counts.
+// Intended: the system is told of one unit more than the limit of a value, which cuts a value or a
+// list one unit later than a `BProfile` does.
 constexpr std::size_t kExtraRoom = 1;
 
+// Intended: cut to 32 bits, which the system's functions take.
 unsigned int BlockSize(std::size_t size)
 {
     return static_cast<unsigned int>(size);
@@ -96,6 +101,8 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
         });
         return MadeOf(text.Text());
     };
+    // Twice, as the system does not tell a missing key from one that has the default's text. A key
+    // that comes between the two is as good as one that was there.
     WString found = read(WString());
     Found(key, found);
     if (!found.IsEmpty() || defaultValue.IsEmpty())

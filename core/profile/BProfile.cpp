@@ -10,11 +10,16 @@
 #include "core/profile/TextProfile.h"
 #include "core/profile/WriteBack.h"
 
-#include <cstdio>
-#include <iterator>
-#include <string_view>
+#include <cassert>
+#include <cstddef>
 #include <utility>
-#include <vector>
+
+// Nothing of the file is kept here: several objects and processes share it, and what is kept would
+// be out of date. A read is cheap all the same, as the seam, or on Windows the system, keeps the
+// file while it does not change.
+//
+// A reader of numbers asks for the text with an empty default, so that it knows a missing key from
+// one that has the default's text, and writes the default by the virtual writer of its kind.
 
 namespace {
 
@@ -43,7 +48,10 @@ BProfile::BProfile(WString path, EProfileMode mode)
 
 BProfile::BProfile(const BProfile& other) = default;
 BProfile& BProfile::operator=(const BProfile& other) = default;
-BProfile::~BProfile() = default;
+BProfile::~BProfile()
+{
+    assert(m_defaults.innermost == nullptr); // no reader is at work
+}
 
 int BProfile::WriteString(const WString& path, const WString& section, const WString& key,
                           const WString& value)
@@ -53,7 +61,7 @@ int BProfile::WriteString(const WString& path, const WString& section, const WSt
 
 bool BProfile::IsValid() const
 {
-    return BFile().OpenShared(m_path, QD_W("a+b"));
+    return BFile().OpenShared(m_path, QD_W("a+b")); // may be read and written
 }
 
 void BProfile::SetSection(WString section)
@@ -126,6 +134,7 @@ WString BProfile::ReadString(WString key, WString defaultValue)
     });
     if (*text.Text() != 0)
         return Made(text.Text());
+    // Empty: the key is there without a text, or there is neither key nor default.
     const WString nothing;
     const WriteBack writeBack(m_defaults, m_section, key, nothing);
     if (m_mode != ProfileReadOnly && !defaultValue.IsEmpty())
@@ -209,7 +218,7 @@ void BProfile::DeleteSection()
 
 bool BProfile::ExistsSection(WString section) const
 {
-    constexpr std::size_t room = 1024;
+    constexpr std::size_t room = 1024; // any text of it will do
     WChar buffer[room];
     return platform::ReadProfileSection(m_path, section, buffer, room) > 0;
 }

@@ -6,6 +6,10 @@
 #include <type_traits>
 #include <utility>
 
+// A profile reads and writes its values through `ReadValue` and `AppendValue`, in blocks of many: a
+// call of the stream for each piece takes as long as all the rest. The members that take a stream
+// stand on the same two, so that there is one place for each layout.
+
 static_assert(sizeof(int) == 4 && sizeof(double) == 8);
 
 namespace {
@@ -95,7 +99,7 @@ void TVariant<T>::ReadValue(VariantSource& source)
         if (!source.ReadText(m_value))
             m_value.Clear();
     } else {
-        T value = m_value;
+        T value = m_value; // stays where the file ends early
         if (source.Read(&value, sizeof value))
             m_value = value;
     }
@@ -110,6 +114,8 @@ void TVariant<T>::AppendValue(VariantBytes& bytes) const
         bytes.Append(&m_value, sizeof m_value);
 }
 
+// One byte in the file, whatever a bool has here; any other than 0 is true, where copying its bits
+// would be undefined.
 template <>
 void TVariant<bool>::ReadValue(VariantSource& source)
 {
@@ -149,7 +155,7 @@ void BVarMemBlock::ReadValue(VariantSource& source)
 {
     m_data.reset();
     m_size = 0;
-    std::uint32_t head[2];
+    std::uint32_t head[2]; // the size and its complement
     if (!source.Read(head, sizeof head) || head[1] != ~head[0] || head[0] == 0 ||
         !source.Has(head[0]))
         return;

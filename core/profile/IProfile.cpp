@@ -9,9 +9,19 @@
 #include "core/profile/WriteBack.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <typeinfo>
+
+// All readers come down to `Read(key, WString&)`, all writers to `WriteKeyImpl`, by way of virtual
+// functions: a derived class that keeps other texts, or keeps them elsewhere, overrides one of
+// those and has the rest.
+//
+// Between a reader's look and the write of its default another process may put a value there, and a
+// default must not replace it. The reader cannot lock the store, of which it knows nothing. So it
+// leaves a mark with what it found (see WriteBack.h), and the store's `WriteKeyImpl` asks what it
+// may replace, under its own lock.
 
 namespace {
 
@@ -61,7 +71,10 @@ IProfile::IProfile()
 
 IProfile::IProfile(const IProfile& other) = default;
 IProfile& IProfile::operator=(const IProfile& other) = default;
-IProfile::~IProfile() = default;
+IProfile::~IProfile()
+{
+    assert(m_defaults.innermost == nullptr); // no reader is at work
+}
 
 WString IProfile::GetSubProfileEntry(const WString& section, const WString& key)
 {
@@ -155,6 +168,7 @@ bool IProfile::Write(const WString& key, bool value) const
     return WriteString(key, Store().Convert(value));
 }
 
+// Cut on Linux, too, where it has 64 bits: the file may be read on Windows.
 bool IProfile::Write(const WString& key, unsigned long value) const
 {
     return Write(key, static_cast<int>(value));
@@ -209,6 +223,7 @@ bool IProfile::Read(const WString& key, unsigned short& value, int min, int max)
 
 bool IProfile::Read(const WString& key, unsigned long& value, int min, int max) const
 {
+    // By 32 bits on Linux, too, so that a file means the same on both systems.
     auto number = static_cast<std::uint32_t>(value);
     if (!ReadInteger(key, number, min, max))
         return false;
@@ -235,6 +250,7 @@ bool IProfile::Read(const WString& key, int& value, int min, int max) const
         return false;
     int number = 0;
     if (!Convert(text, number)) {
+        // The bad text is replaced, as long as it is still that one.
         writeBack.Begin(text);
         if (WriteMissingKey())
             Write(key, value);
@@ -384,6 +400,7 @@ bool IProfile::Convert(const WString& text, int& value) const
     return platform::ReadInt(rest, value);
 }
 
+// By way of a signed number, as its text was written: "-1" stands for the largest one.
 bool IProfile::Convert(const WString& text, unsigned long& value) const
 {
     int number = 0;
@@ -415,7 +432,7 @@ const WString* IProfile::Replaced(const WString& key) const
 
 bool IProfile::WriteDefault(const WString& key, const WString& value) const
 {
-    const WString nothing;
+    const WString nothing; // is what was found
     const WriteBack writeBack(m_defaults, m_section, key, nothing);
     return WriteString(key, value);
 }

@@ -10,6 +10,7 @@ public:
     static SP<BProfileBase> Open(const WString& path)
     {
         const SP<BBinProfile> binary = new BBinProfile(path, ProfileReadOnly);
+        // What could not be read may be either kind, and is not to be taken for an empty one.
         if (binary->m_isUnread)
             return {};
         if (binary->IsValid())

@@ -30,6 +30,7 @@ bool ReadRecord(VariantSource& source, Text& text)
         return false;
     const std::size_t length = head[0];
     text.Clear();
+    // Before the text is made: a damaged length must not ask for gigabytes.
     if (!source.Has((std::uint64_t{length} + 1) * sizeof(Char)))
         return false;
     text.Fill(length, Char{' '});
@@ -64,6 +65,7 @@ bool VariantBytes::MoveTo(std::FILE* stream) noexcept
 void VariantBytes::Grow(std::size_t size)
 {
     constexpr std::size_t smallest = 64;
+    // Doubled, so that a byte is moved about once on the average.
     const std::size_t capacity = std::max({smallest, 2 * m_capacity, m_size + size});
     auto larger = std::make_unique_for_overwrite<char[]>(capacity);
     if (m_size != 0)
