@@ -16,98 +16,17 @@
 namespace {
 
 constexpr WChar kSeparator = QD_W('/');
-constexpr int kDeepestRelease = 64; // nodes whose destructors may run inside one another
 
 std::uint64_t AsParameter(const void* pointer)
 {
     return reinterpret_cast<std::uintptr_t>(pointer);
 }
 
-// For a function that goes on, or reports, after something was let go of or reported: either may
-// take the node's last reference along. A node that nothing owns, on the stack or new, must not be
-// counted.
-SP<BNode> Held(BNode& node)
-{
-    return node.RefCount() > 0 ? &node : nullptr;
-}
-
-using Attributes = DList<SP<BAttribute>>;
-
-Attributes::Iterator PlaceOf(Attributes& attributes, const BAttribute* attribute)
-{
-    auto place = attributes.begin();
-    while (place && *place != attribute)
-        ++place;
-    return place;
-}
-
-Attributes::Iterator PlaceOf(Attributes& attributes, const WString& name)
-{
-    auto place = attributes.begin();
-    while (place && !(*place && (*place)->Name() == name))
-        ++place;
-    return place;
-}
-
-Attributes::Iterator PlaceOf(Attributes& attributes, int index)
-{
-    auto place = index >= 0 ? attributes.begin() : attributes.end();
-    for (; place && index > 0; --index)
-        ++place;
-    return place;
-}
-
 } // namespace
-
-// What destroyed nodes still hold, to be let go when no destructor of a node runs any more.
-struct BNode::Released {
-    SP<BSmartObj> object;
-    ChildList children;
-    std::unique_ptr<Beside> beside;
-    Released* next = nullptr;
-
-    static thread_local int depth; // destructors of nodes that run inside one another
-    static thread_local Released* first;
-
-    static void LetGo() noexcept
-    {
-        while (Released* released = first) {
-            first = released->next;
-            delete released;
-        }
-    }
-};
-
-thread_local int BNode::Released::depth = 0;
-thread_local BNode::Released* BNode::Released::first = nullptr;
 
 BNode::BNode(BSmartObj* obj)
 {
     BNode::SetObj(obj);
-}
-
-// A node that dies takes its children along, these theirs, and so on: however deep the tree, only
-// so many destructors run inside one another. Below that, what a node holds is put aside.
-BNode::~BNode()
-{
-    ChildList children = TakeChildren();
-    std::unique_ptr<Released> released(
-        Released::depth < kDeepestRelease ? nullptr : new (std::nothrow) Released);
-    if (released) {
-        released->object = std::move(m_object);
-        released->children = std::move(children);
-        released->beside = std::move(m_beside);
-        released->next = std::exchange(Released::first, released.get());
-        static_cast<void>(released.release());
-        return;
-    }
-    ++Released::depth;
-    children = ChildList();
-    m_beside = nullptr;
-    m_object = nullptr;
-    if (Released::depth == 1)
-        Released::LetGo();
-    --Released::depth;
 }
 
 BNode& BNode::operator=(const BNode& other)
@@ -179,7 +98,7 @@ void BNode::SetObj(BSmartObj* obj)
 {
     if (m_object == obj)
         return;
-    const SP<BNode> held = m_object ? Held(*this) : nullptr;
+    const SP<BNode> held = m_object ? Held() : nullptr;
     m_object = obj;
     Report(kMessageNodeObjectChanged);
 }
@@ -192,106 +111,6 @@ std::uint64_t BNode::AllocatedMemory(bool activeOnly)
             sum += object->AllocatedMemory();
     }
     return sum;
-}
-
-BNode::Beside& BNode::MakeBeside()
-{
-    if (!m_beside)
-        m_beside = std::make_unique<Beside>();
-    return *m_beside;
-}
-
-std::uint32_t BNode::ListChanges() const
-{
-    return m_beside ? m_beside->changes : 0;
-}
-
-bool BNode::AddAttrib(BAttribute* attribute)
-{
-    if (attribute == nullptr)
-        return false;
-    const SP<BAttribute> added(attribute);
-    SP<BAttribute> removed; // dies when nothing touches the node any more
-    Attributes& attributes = MakeBeside().attributes;
-    const auto namesake = PlaceOf(attributes, added->Name());
-    if (namesake && *namesake == added)
-        return false;
-    attributes.AddTail(added);
-    if (namesake) {
-        removed = *namesake;
-        attributes.Erase(namesake);
-    }
-    ReportLists();
-    return true;
-}
-
-int BNode::AttribNum() const
-{
-    return m_beside ? m_beside->attributes.Count() : 0;
-}
-
-// By name or index.
-template <class Key>
-BAttribute* BNode::FindAttrib(const Key& key) const
-{
-    const auto place = m_beside ? PlaceOf(m_beside->attributes, key) : Attributes::Iterator();
-    return place ? place->Get() : nullptr;
-}
-
-BAttribute* BNode::Attrib(int index) const
-{
-    return FindAttrib(index);
-}
-
-BAttribute* BNode::Attrib(const WChar* name) const
-{
-    return Attrib(WString(name));
-}
-
-BAttribute* BNode::Attrib(WString name) const
-{
-    return FindAttrib(name);
-}
-
-// By name, index or identity.
-template <class Key>
-bool BNode::RemoveFoundAttrib(const Key& key)
-{
-    const auto place = m_beside ? PlaceOf(m_beside->attributes, key) : Attributes::Iterator();
-    if (!place)
-        return false;
-    const SP<BNode> held = Held(*this);
-    m_beside->attributes.Erase(place);
-    ReportLists();
-    return true;
-}
-
-bool BNode::RemoveAttrib(BAttribute* attribute)
-{
-    return attribute != nullptr && RemoveFoundAttrib(attribute);
-}
-
-bool BNode::RemoveAttrib(int index)
-{
-    return RemoveFoundAttrib(index);
-}
-
-bool BNode::RemoveAttrib(const WChar* name)
-{
-    return RemoveAttrib(WString(name));
-}
-
-bool BNode::RemoveAttrib(WString name)
-{
-    return RemoveFoundAttrib(name);
-}
-
-void BNode::RemoveAttribs()
-{
-    if (AttribNum() == 0)
-        return;
-    const auto removed = std::move(m_beside->attributes); // dies when no iterator is taken in
-    ReportLists();
 }
 
 bool BNode::AddChild(BNode* child, int index)
@@ -321,7 +140,7 @@ bool BNode::RemoveChild(BNode* child)
 {
     if (child == nullptr || child->m_parent != this)
         return false;
-    const SP<BNode> held = Held(*this);
+    const SP<BNode> held = Held();
     child->m_parent = nullptr;
     m_children.Remove(*child);
     Report(kMessageNodeChildrenRemoved);
@@ -343,7 +162,7 @@ void BNode::RemoveChildren()
 {
     if (m_children.Count() == 0)
         return;
-    const SP<BNode> held = Held(*this);
+    const SP<BNode> held = Held();
     TakeChildren() = ChildList();
     Report(kMessageNodeChildrenRemoved);
 }
@@ -353,45 +172,9 @@ SP<BNode> BNode::QueryChild(WString path)
     return Child(path.CStr());
 }
 
-int BNode::AnnotationNum() const
-{
-    return m_beside ? m_beside->annotations.Count() : 0;
-}
-
-bool BNode::AddAnnotation(BSmartObj* annotation)
-{
-    const SP<BSmartObj> added(annotation);
-    if (!added || MakeBeside().annotations.Find(annotation))
-        return false;
-    m_beside->annotations.Append(added);
-    ReportLists();
-    return true;
-}
-
-bool BNode::RemoveAnnotation(BSmartObj* annotation)
-{
-    if (annotation == nullptr || !m_beside)
-        return false;
-    const auto place = m_beside->annotations.Find(annotation);
-    if (!place)
-        return false;
-    const SP<BNode> held = Held(*this);
-    m_beside->annotations.Remove(place);
-    ReportLists();
-    return true;
-}
-
-void BNode::RemoveAnnotations()
-{
-    if (AnnotationNum() == 0)
-        return;
-    const auto removed = std::move(m_beside->annotations);
-    ReportLists();
-}
-
 void BNode::Clear()
 {
-    const SP<BNode> held = Held(*this);
+    const SP<BNode> held = Held();
     RemoveAttribs();
     RemoveAnnotations();
     RemoveChildren();
@@ -452,58 +235,6 @@ WString BNode::ChildTextSuggestion(WString base)
         suggestion.Printf(QD_W("%s%03d"), base.CStr(), number);
         if (number == 0xFFFFFFFF || m_children.Find(suggestion.CStr()) == nullptr)
             return suggestion;
-    }
-}
-
-// The copies are made first: `other` may be this node, above it or below it.
-void BNode::Copy(const BNode& other)
-{
-    if (&other == this)
-        return;
-    const SP<BNode> held = Held(*this);
-    const SP<BNode> copy(new BNode);
-    copy->CopyTreeOf(other);
-    const bool isMessageDispatcher = std::exchange(copy->m_isMessageDispatcher, false);
-
-    SetText(copy->m_text);
-    Activate(copy->m_isActive);
-    Lock(copy->m_isLocked);
-    SetObj(copy->m_object.Get());
-    RemoveAttribs();
-    for (BNodeAttribItr itr(*copy); itr; ++itr)
-        AddAttrib(itr.Current());
-    RemoveAnnotations();
-    for (BNodeAnnotationItr itr(*copy); itr; ++itr)
-        AddAnnotation(itr.Current());
-    RemoveChildren();
-    while (const SP<BNode> child = copy->Child(0)) {
-        copy->RemoveChild(child.Get());
-        AddChild(child.Get(), -1);
-    }
-    IsMessageDispatcher(isMessageDispatcher);
-}
-
-// Fills this new node and makes the nodes below it, without a report.
-void BNode::CopyTreeOf(const BNode& other)
-{
-    std::vector<std::pair<const BNode*, BNode*>> open{{&other, this}};
-    while (!open.empty()) {
-        const auto [source, copy] = open.back();
-        open.pop_back();
-        copy->m_object = source->m_object;
-        if (source->m_beside)
-            copy->m_beside = std::make_unique<Beside>(*source->m_beside);
-        copy->m_text = source->m_text;
-        copy->m_isActive = source->m_isActive;
-        copy->m_isLocked = source->m_isLocked;
-        copy->m_isMessageDispatcher = source->m_isMessageDispatcher;
-        for (const SP<BNode>& child : source->m_children) {
-            if (!child)
-                continue;
-            const SP<BNode> childCopy(new BNode);
-            copy->Append(childCopy);
-            open.emplace_back(child.Get(), childCopy.Get());
-        }
     }
 }
 
@@ -596,25 +327,14 @@ void BNode::Append(const SP<BNode>& child)
     child->m_parent = this;
 }
 
-// They have no parent any more, and die with the list that is returned.
-ChildList BNode::TakeChildren()
+SP<BNode> BNode::Held()
 {
-    for (const SP<BNode>& child : m_children) {
-        if (child)
-            child->m_parent = nullptr;
-    }
-    return std::move(m_children);
+    return RefCount() > 0 ? this : nullptr;
 }
 
 void BNode::Report(unsigned int code) const
 {
     SendMsg(code, AsParameter(this), 0);
-}
-
-void BNode::ReportLists()
-{
-    ++m_beside->changes;
-    Report(kMessageNodeAttributesChanged);
 }
 
 void BNode::SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const

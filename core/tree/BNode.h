@@ -189,20 +189,21 @@ protected:
     void ReadDataOfVersion(BArchive& archive, int nodeVersion);
 
 private:
-    friend class BNodeAnnotationItr;
-    friend class BNodeAttribItr;
-    friend class BNodeChildItr;
-    friend class BNodeItr;
-    friend class ChildList;
+    friend struct NodeAccess; // what the list of children and the iterators see of a node
 
     struct Beside;
     struct Loading;
     struct Released;
+    struct Releasing;
 
     BNode(const BNode&) = delete; // `Copy` copies
 
     void SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const;
     void Report(unsigned int code) const;
+    /// For a function that goes on, or reports, after something was let go of or reported: either
+    /// may take the node's last reference along. Null for a node that nothing owns, on the stack or
+    /// new, which must not be counted.
+    [[nodiscard]] SP<BNode> Held();
 
     void Append(const SP<BNode>& child);
     [[nodiscard]] ChildList TakeChildren();
@@ -212,7 +213,6 @@ private:
     template <class Key>
     [[nodiscard]] bool RemoveFoundAttrib(const Key& key);
     [[nodiscard]] Beside& MakeBeside();
-    [[nodiscard]] std::uint32_t ListChanges() const;
     [[nodiscard]] const BNode* Spokesman() const;
     void ReportLists();
 

@@ -1,6 +1,6 @@
 #include "core/tree/BNodeItr.h"
 
-#include "core/tree/BNodeBeside.h"
+#include "core/tree/NodeAccess.h"
 
 namespace {
 
@@ -50,9 +50,10 @@ BNodeItr& BNodeItr::operator++()
 {
     if (!m_current)
         return *this;
-    BNode* next = Walkable(m_current->m_children.First());
+    BNode* next = Walkable(NodeAccess::FirstChild(*m_current));
     for (BNode* climb = m_current.Get();
-         next == nullptr && climb != nullptr && climb != m_start.Get(); climb = climb->m_parent)
+         next == nullptr && climb != nullptr && climb != m_start.Get();
+         climb = NodeAccess::Parent(*climb))
         next = Walkable(climb->Sister());
     m_current = next;
     return *this;
@@ -67,18 +68,18 @@ BNode* BNodeItr::operator++(int)
 
 BNodeChildItr::BNodeChildItr(const BNode& node)
     : m_node(const_cast<BNode*>(&node)) // the node is counted, and changed by RemoveCurrent alone
-    , m_current(node.m_children.First())
+    , m_current(NodeAccess::FirstChild(node))
 {}
 
 void BNodeChildItr::Restart()
 {
-    m_current = m_node->m_children.First();
+    m_current = NodeAccess::FirstChild(*m_node);
 }
 
 BNodeChildItr& BNodeChildItr::operator++()
 {
     if (m_current)
-        m_current = m_current->m_parent == m_node.Get() ? m_current->Sister() : nullptr;
+        m_current = NodeAccess::Parent(*m_current) == m_node ? m_current->Sister() : nullptr;
     return *this;
 }
 
@@ -104,20 +105,20 @@ BNodeAttribItr::BNodeAttribItr(BNode& node)
 
 void BNodeAttribItr::Restart()
 {
-    StandOn(m_node->m_beside ? m_node->m_beside->attributes.begin() : PlaceIn<BAttribute>());
+    StandOn(NodeAccess::FirstAttrib(*m_node));
 }
 
 void BNodeAttribItr::StandOn(DList<SP<BAttribute>>::Iterator place)
 {
     m_current = EntryFrom<BAttribute>(place);
     m_place = place;
-    m_changes = m_node->ListChanges();
+    m_changes = NodeAccess::ListChanges(*m_node);
 }
 
 BNodeAttribItr& BNodeAttribItr::operator++()
 {
-    if (m_current && m_changes != m_node->ListChanges())
-        m_place = PlaceOf(m_node->m_beside->attributes.begin(), m_current);
+    if (m_current && m_changes != NodeAccess::ListChanges(*m_node))
+        m_place = PlaceOf(NodeAccess::FirstAttrib(*m_node), m_current);
     StandOn(m_place ? ++m_place : m_place);
     return *this;
 }
@@ -133,8 +134,8 @@ void BNodeAttribItr::RemoveCurrent()
 {
     const SP<BAttribute> removed = m_current;
     ++*this;
-    const std::uint32_t expected = m_node->ListChanges() + 1;
-    if (m_node->RemoveAttrib(removed.Get()) && m_node->ListChanges() == expected)
+    const std::uint32_t expected = NodeAccess::ListChanges(*m_node) + 1;
+    if (m_node->RemoveAttrib(removed.Get()) && NodeAccess::ListChanges(*m_node) == expected)
         m_changes = expected; // the list lost the entry behind and nothing else
 }
 
@@ -146,20 +147,20 @@ BNodeAnnotationItr::BNodeAnnotationItr(BNode& node)
 
 void BNodeAnnotationItr::Restart()
 {
-    StandOn(m_node->m_beside ? m_node->m_beside->annotations.begin() : PlaceIn<BSmartObj>());
+    StandOn(NodeAccess::FirstAnnotation(*m_node));
 }
 
 void BNodeAnnotationItr::StandOn(DList<SP<BSmartObj>>::Iterator place)
 {
     m_current = EntryFrom<BSmartObj>(place);
     m_place = place;
-    m_changes = m_node->ListChanges();
+    m_changes = NodeAccess::ListChanges(*m_node);
 }
 
 BNodeAnnotationItr& BNodeAnnotationItr::operator++()
 {
-    if (m_current && m_changes != m_node->ListChanges())
-        m_place = PlaceOf(m_node->m_beside->annotations.begin(), m_current);
+    if (m_current && m_changes != NodeAccess::ListChanges(*m_node))
+        m_place = PlaceOf(NodeAccess::FirstAnnotation(*m_node), m_current);
     StandOn(m_place ? ++m_place : m_place);
     return *this;
 }
@@ -175,7 +176,7 @@ void BNodeAnnotationItr::RemoveCurrent()
 {
     const SP<BSmartObj> removed = m_current;
     ++*this;
-    const std::uint32_t expected = m_node->ListChanges() + 1;
-    if (m_node->RemoveAnnotation(removed.Get()) && m_node->ListChanges() == expected)
+    const std::uint32_t expected = NodeAccess::ListChanges(*m_node) + 1;
+    if (m_node->RemoveAnnotation(removed.Get()) && NodeAccess::ListChanges(*m_node) == expected)
         m_changes = expected; // the list lost the entry behind and nothing else
 }

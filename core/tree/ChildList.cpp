@@ -3,6 +3,7 @@
 #include "core/platform/Collation.h"
 #include "core/tree/BNode.h"
 #include "core/tree/ChildIndex.h"
+#include "core/tree/NodeAccess.h"
 #include "core/tree/TakenSlots.h"
 
 #include <algorithm>
@@ -153,7 +154,7 @@ BNode* ChildList::First() const noexcept
 
 BNode* ChildList::Next(const BNode& child) const noexcept
 {
-    return m_block->NodeFrom(child.m_slot + 1);
+    return m_block->NodeFrom(NodeAccess::Slot(child) + 1);
 }
 
 BNode* ChildList::Find(const WChar* text) const
@@ -167,7 +168,8 @@ BNode* ChildList::Find(const WChar* text) const
         }
     }
     for (const SP<BNode>& child : *this) {
-        if (child && platform::Collate(child->m_text.CStr(), text, platform::ECase::Ignored) == 0)
+        if (child &&
+            platform::Collate(NodeAccess::Text(*child).CStr(), text, platform::ECase::Ignored) == 0)
             return child.Get();
     }
     return nullptr;
@@ -195,7 +197,7 @@ void ChildList::InsertBehindFirst(SP<BNode> child)
     const int place = m_block->front--;
     ++m_block->count;
     Put(m_block->front, std::exchange(m_block->Slots()[place], nullptr));
-    inserted->m_slot = place;
+    NodeAccess::SetSlot(*inserted, place);
     m_block->Slots()[place] = std::move(child);
     ChangeIndex([inserted](ChildIndex& index) { index.Add(*inserted); });
 }
@@ -203,7 +205,7 @@ void ChildList::InsertBehindFirst(SP<BNode> child)
 SP<BNode> ChildList::Remove(BNode& child) noexcept
 {
     ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
-    return Take(child.m_slot);
+    return Take(NodeAccess::Slot(child));
 }
 
 SP<BNode> ChildList::RemoveAt(int index) noexcept
@@ -216,18 +218,18 @@ SP<BNode> ChildList::RemoveAt(int index) noexcept
 void ChildList::Rename(BNode& child, WString text) noexcept
 {
     ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
-    child.m_text = std::move(text);
+    NodeAccess::SetText(child, std::move(text));
     ChangeIndex([&child](ChildIndex& index) { index.Add(child); });
 }
 
 bool ChildList::StandsBefore(const BNode& a, const BNode& b) noexcept
 {
-    return a.m_slot < b.m_slot;
+    return NodeAccess::Slot(a) < NodeAccess::Slot(b);
 }
 
 const WString& ChildList::TextOf(const BNode& child) noexcept
 {
-    return child.m_text;
+    return NodeAccess::Text(child);
 }
 
 // Moves the entries, which keep their order, to an array without holes.
@@ -241,7 +243,7 @@ void ChildList::Rebuild(int freeInFront, int freeBehind)
         for (int slot = m_block->front; slot < m_block->end; slot = m_block->From(slot + 1)) {
             SP<BNode>& child = m_block->Slots()[slot];
             if (child && slot != block->end)
-                child->m_slot = block->end;
+                NodeAccess::SetSlot(*child, block->end);
             block->Slots()[block->end++] = std::move(child);
         }
         block->byText.TakeOver(m_block->byText);
@@ -262,7 +264,7 @@ void ChildList::Shrink() noexcept
 void ChildList::Put(int slot, SP<BNode> child) noexcept
 {
     if (child)
-        child->m_slot = slot;
+        NodeAccess::SetSlot(*child, slot);
     m_block->Slots()[slot] = std::move(child);
     if (m_block->taken)
         m_block->taken->Take(slot);
@@ -309,7 +311,7 @@ void ChildList::CloseGap(int slot) noexcept
     for (--m_block->end; slot < m_block->end; ++slot) {
         slots[slot] = std::move(slots[slot + 1]);
         if (slots[slot])
-            slots[slot]->m_slot = slot;
+            NodeAccess::SetSlot(*slots[slot], slot);
     }
 }
 

@@ -1,0 +1,59 @@
+#include "core/tree/BNode.h"
+#include "core/tree/BNodeBeside.h"
+#include "core/tree/BNodeItr.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+// The copies are made first: `other` may be this node, above it or below it.
+void BNode::Copy(const BNode& other)
+{
+    if (&other == this)
+        return;
+    const SP<BNode> held = Held();
+    const SP<BNode> copy(new BNode);
+    copy->CopyTreeOf(other);
+    const bool isMessageDispatcher = std::exchange(copy->m_isMessageDispatcher, false);
+
+    SetText(copy->m_text);
+    Activate(copy->m_isActive);
+    Lock(copy->m_isLocked);
+    SetObj(copy->m_object.Get());
+    RemoveAttribs();
+    for (BNodeAttribItr itr(*copy); itr; ++itr)
+        AddAttrib(itr.Current());
+    RemoveAnnotations();
+    for (BNodeAnnotationItr itr(*copy); itr; ++itr)
+        AddAnnotation(itr.Current());
+    RemoveChildren();
+    while (const SP<BNode> child = copy->Child(0)) {
+        copy->RemoveChild(child.Get());
+        AddChild(child.Get(), -1);
+    }
+    IsMessageDispatcher(isMessageDispatcher);
+}
+
+// Fills this new node and makes the nodes below it, without a report.
+void BNode::CopyTreeOf(const BNode& other)
+{
+    std::vector<std::pair<const BNode*, BNode*>> open{{&other, this}};
+    while (!open.empty()) {
+        const auto [source, copy] = open.back();
+        open.pop_back();
+        copy->m_object = source->m_object;
+        if (source->m_beside)
+            copy->m_beside = std::make_unique<Beside>(*source->m_beside);
+        copy->m_text = source->m_text;
+        copy->m_isActive = source->m_isActive;
+        copy->m_isLocked = source->m_isLocked;
+        copy->m_isMessageDispatcher = source->m_isMessageDispatcher;
+        for (const SP<BNode>& child : source->m_children) {
+            if (!child)
+                continue;
+            const SP<BNode> childCopy(new BNode);
+            copy->Append(childCopy);
+            open.emplace_back(child.Get(), childCopy.Get());
+        }
+    }
+}

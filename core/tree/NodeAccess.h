@@ -1,0 +1,42 @@
+#pragma once
+
+#include "core/tree/BNode.h"
+#include "core/tree/BNodeBeside.h"
+
+#include <cstdint>
+#include <utility>
+
+/// What the list of children and the iterators see of a node's inside: the one friend of `BNode`.
+/// What a derived class overrides is not asked.
+struct NodeAccess {
+    [[nodiscard]] static BNode* Parent(const BNode& node) noexcept { return node.m_parent; }
+    /// The first that is not null; null when there is none.
+    [[nodiscard]] static BNode* FirstChild(const BNode& node) noexcept
+    {
+        return node.m_children.First();
+    }
+
+    /// Of the node, in its parent's list.
+    [[nodiscard]] static int Slot(const BNode& node) noexcept { return node.m_slot; }
+    static void SetSlot(BNode& node, int slot) noexcept { node.m_slot = slot; }
+
+    [[nodiscard]] static const WString& Text(const BNode& node) noexcept { return node.m_text; }
+    static void SetText(BNode& node, WString text) noexcept { node.m_text = std::move(text); }
+
+    /// Null iterators for a node without such entries.
+    [[nodiscard]] static DList<SP<BAttribute>>::Iterator FirstAttrib(const BNode& node)
+    {
+        return node.m_beside ? node.m_beside->attributes.begin()
+                             : DList<SP<BAttribute>>::Iterator();
+    }
+    [[nodiscard]] static DList<SP<BSmartObj>>::Iterator FirstAnnotation(const BNode& node)
+    {
+        return node.m_beside ? node.m_beside->annotations.begin()
+                             : DList<SP<BSmartObj>>::Iterator();
+    }
+    /// Changes of both lists so far: where it is the same, places in them are good.
+    [[nodiscard]] static std::uint32_t ListChanges(const BNode& node) noexcept
+    {
+        return node.m_beside ? node.m_beside->changes : 0;
+    }
+};
