@@ -1,5 +1,6 @@
 #include "core/tree/AnnotationList.h"
 
+#include <cassert>
 #include <new>
 #include <utility>
 
@@ -43,6 +44,7 @@ void AnnotationList::Append(const SP<BSmartObj>& annotation)
 
 SP<BSmartObj> AnnotationList::Remove(List::Iterator place) noexcept
 {
+    assert(place);
     SP<BSmartObj> removed = std::move(*place);
     if (m_index) {
         const bool isUnique = m_index->size() == static_cast<std::size_t>(Count());

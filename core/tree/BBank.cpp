@@ -7,6 +7,14 @@
 #include <utility>
 #include <vector>
 
+// Paths and the nodes that they name.
+//
+// A bank keeps no table of paths: a node that gets another text or place would change the paths of
+// all that is below it. It goes down from the root by names instead, and each node's list finds the
+// next one. The names that a bank makes are narrower than texts of nodes, which may be anything, so
+// that paths can stand in files and scripts; what `Path` tells of other texts may be no path to
+// `Container`.
+
 namespace {
 
 using platform::WideText;
@@ -69,7 +77,7 @@ WString PathBelow(const BNode* top, const BNode* node)
     return path.c_str();
 }
 
-// The path of the first node in `bank` whose object `isIt`.
+// The path of the first node in `bank` for whose object `isIt` is true.
 template <typename Predicate>
 WString PathOfFirst(const BBank& bank, Predicate isIt)
 {

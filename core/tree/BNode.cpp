@@ -7,11 +7,24 @@
 #include "core/tree/BNodeItr.h"
 #include "core/tree/Traversal.h"
 
-#include <memory>
-#include <new>
+#include <cassert>
 #include <typeinfo>
 #include <utility>
-#include <vector>
+
+// What a node is by itself, its place in the tree, and its reports. What stands beside it, its
+// copies, its end and its record have files of their own: BNodeBeside.cpp, BNodeCopy.cpp,
+// BNodeRelease.cpp and BNodeArchive.cpp.
+//
+// Documents have millions of nodes, so a node is kept small: lists that most nodes lack are made
+// for the first entry, and what only loading needs lives in the archive. All ways through a tree
+// are loops, as a line of a million nodes would exhaust the stack; only nodes of derived classes,
+// which may answer otherwise, are asked by a call.
+//
+// A report can run any code: it may let go of the node, and change the tree. So each operation
+// changes everything first and reports last, touches nothing afterwards, and holds the node where
+// it goes on.
+
+static_assert(sizeof(void*) != 8 || sizeof(BNode) == 72, "documents have millions of nodes");
 
 namespace {
 
@@ -200,7 +213,7 @@ bool BNode::Includes(const BNode* node) const
 
 void BNode::SetText(WString text)
 {
-    if (m_parent != nullptr)
+    if (m_parent != nullptr) // its list finds children by their texts
         m_parent->m_children.Rename(*this, std::move(text));
     else
         m_text = std::move(text);
@@ -261,7 +274,7 @@ BNode* BNode::Child(const WChar* path) const
             ++end;
         if (*end == 0)
             return node->m_children.Find(path);
-        const platform::WideText segment(path, end);
+        const platform::WideText segment(path, end); // with the 0 that the look-up wants
         node = node->m_children.Find(segment.c_str());
         path = end + 1;
     }
@@ -320,9 +333,9 @@ const BNode* BNode::NextBelow(const BNode& top) const
     return nullptr;
 }
 
-// The child has no parent.
 void BNode::Append(const SP<BNode>& child)
 {
+    assert(child->m_parent == nullptr);
     m_children.Append(child);
     child->m_parent = this;
 }

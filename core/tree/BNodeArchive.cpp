@@ -4,6 +4,7 @@
 
 #include <new>
 #include <span>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 
@@ -17,6 +18,10 @@
 //   flags         1 byte: bit 0 active, bit 1 locked
 //   text          WString; from version 1 on, before that the narrow text is the text
 //   annotations   4-byte count, a reference each; from version 2 on
+//
+// A reference may lead to a record that is not read yet, so reading takes two steps: `Read` keeps
+// the indices, and `UpdateAssociations` turns them into objects. They are kept in memory of the
+// archive, as a node with lists for them would carry these all its life.
 
 namespace {
 
@@ -67,6 +72,7 @@ std::span<const std::uint64_t> ReadReferences(BArchive& archive)
     if (static_cast<std::uint64_t>(count) > archive.BytesLeft() / referenceSize)
         throw ArchiveFormatFault;
     const auto size = static_cast<std::size_t>(count);
+    // As many as the record holds, so that a file does not ask for memory that it does not fill.
     auto* const indices =
         static_cast<std::uint64_t*>(archive.Scratch(size * sizeof(std::uint64_t)));
     for (std::size_t i = 0; i < size; ++i) {
@@ -115,6 +121,7 @@ void BNode::ReadData(BArchive& archive)
 
 void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 {
+    static_assert(std::is_trivially_destructible_v<Loading>, "the archive destroys nothing there");
     auto* const loading = new (archive.Scratch(sizeof(Loading))) Loading;
     loading->object = ReadReference(archive);
     archive.TakeOutLater(loading->object);

@@ -3,8 +3,18 @@
 #include "core/operation/Messages.h"
 #include "core/tree/BNode.h"
 
+#include <cassert>
 #include <memory>
 #include <utility>
+
+// Attributes and annotations of a node.
+//
+// Attributes are searched one by one: a node has few of them, and their names are the answers of
+// virtual functions, which no index could follow. Annotations are compared by identity and may be
+// many, so `AnnotationList` indexes them.
+//
+// What is removed dies when no list has it any more: its destructor may come back to the node, or
+// let go of it.
 
 namespace {
 
@@ -127,7 +137,7 @@ void BNode::RemoveAttribs()
 {
     if (AttribNum() == 0)
         return;
-    const auto removed = std::move(m_beside->attributes); // dies when no iterator is taken in
+    const auto removed = std::move(m_beside->attributes); // dies when iterators know of it
     ReportLists();
 }
 
@@ -167,8 +177,10 @@ void BNode::RemoveAnnotations()
     ReportLists();
 }
 
+// Every change of the lists ends here, so that iterators notice it.
 void BNode::ReportLists()
 {
+    assert(m_beside);
     ++m_beside->changes;
     Report(kMessageNodeAttributesChanged);
 }

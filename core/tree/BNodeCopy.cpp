@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
-// The copies are made first: `other` may be this node, above it or below it.
+// First a copy is made that nobody else sees, then this node takes it over by the members that
+// report. So `other` may stand below this node, whose children are removed on the way, or above it,
+// and memory that is missing mostly shows before anything has changed.
 void BNode::Copy(const BNode& other)
 {
     if (&other == this)
@@ -44,7 +46,7 @@ void BNode::CopyTreeOf(const BNode& other)
         copy->m_object = source->m_object;
         if (source->m_beside)
             copy->m_beside = std::make_unique<Beside>(*source->m_beside);
-        copy->m_text = source->m_text;
+        copy->m_text = source->m_text; // not by `Rename`: no list here has an index of texts yet
         copy->m_isActive = source->m_isActive;
         copy->m_isLocked = source->m_isLocked;
         copy->m_isMessageDispatcher = source->m_isMessageDispatcher;

@@ -2,6 +2,13 @@
 
 #include "core/tree/NodeAccess.h"
 
+// The iterators outlive changes of the tree: none keeps a place that a change could make void.
+//
+// Nodes and children need none, as a node knows its parent and its place there: the current node is
+// counted, and the next one is asked of it when the step is taken. Attributes and annotations stand
+// in lists and do not know where, so their iterators keep a place, together with the number of
+// changes that the lists had by then; where that has grown, the place is looked up anew.
+
 namespace {
 
 template <typename T>
@@ -50,6 +57,7 @@ BNodeItr& BNodeItr::operator++()
 {
     if (!m_current)
         return *this;
+    // Down if possible, else to a sister, else to a sister of the nearest node above that has one.
     BNode* next = Walkable(NodeAccess::FirstChild(*m_current));
     for (BNode* climb = m_current.Get();
          next == nullptr && climb != nullptr && climb != m_start.Get();

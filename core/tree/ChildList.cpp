@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <new>
 #include <utility>
 
@@ -21,6 +22,9 @@
 // places, until the entries move to a new array: when one end is full, or when three quarters of
 // the slots are free. As an array is made with room for half as many entries again, moving them
 // costs each change a constant share.
+//
+// What readers may do on many threads at once includes the first look-up by text, which makes the
+// index: hence `Published`, and not a plain pointer.
 
 namespace {
 
@@ -94,6 +98,17 @@ struct ChildList::Block {
         return nullptr;
     }
 
+    [[nodiscard]] bool Holds(const BNode& child) const noexcept
+    {
+        const int slot = NodeAccess::Slot(child);
+        return slot >= front && slot < end && Slots()[slot].Get() == &child;
+    }
+    [[nodiscard]] bool IsSound() const noexcept
+    {
+        const bool fits = front >= 0 && end <= capacity && count > 0;
+        return fits && (taken ? count <= end - front : count == end - front);
+    }
+
     int count = 0;
     int capacity;
     int front = 0;                     // slot of the first entry
@@ -110,6 +125,7 @@ void ChildList::BlockDeleter::operator()(Block* block) const noexcept
 
 ChildList::Iterator::reference ChildList::Iterator::operator*() const noexcept
 {
+    assert(m_slot >= m_block->front && m_slot < m_block->end);
     return m_block->Slots()[m_slot];
 }
 
@@ -154,6 +170,7 @@ BNode* ChildList::First() const noexcept
 
 BNode* ChildList::Next(const BNode& child) const noexcept
 {
+    assert(m_block && m_block->Holds(child));
     return m_block->NodeFrom(NodeAccess::Slot(child) + 1);
 }
 
@@ -182,6 +199,7 @@ void ChildList::Append(SP<BNode> child)
     BNode* const appended = child.Get();
     ++m_block->count;
     Put(m_block->end++, std::move(child));
+    assert(m_block->IsSound());
     if (appended != nullptr)
         ChangeIndex([appended](ChildIndex& index) { index.Add(*appended); });
 }
@@ -189,6 +207,7 @@ void ChildList::Append(SP<BNode> child)
 // The first makes way, as nothing stands before it.
 void ChildList::InsertBehindFirst(SP<BNode> child)
 {
+    assert(m_block && child);
     if (m_block->front == 0) {
         const int room = Count() / 2 + 1;
         Rebuild(room, std::min(room, m_block->capacity - m_block->end));
@@ -199,17 +218,20 @@ void ChildList::InsertBehindFirst(SP<BNode> child)
     Put(m_block->front, std::exchange(m_block->Slots()[place], nullptr));
     NodeAccess::SetSlot(*inserted, place);
     m_block->Slots()[place] = std::move(child);
+    assert(m_block->IsSound());
     ChangeIndex([inserted](ChildIndex& index) { index.Add(*inserted); });
 }
 
 SP<BNode> ChildList::Remove(BNode& child) noexcept
 {
+    assert(m_block && m_block->Holds(child));
     ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
     return Take(NodeAccess::Slot(child));
 }
 
 SP<BNode> ChildList::RemoveAt(int index) noexcept
 {
+    assert(index >= 0 && index < Count());
     if (BNode* const child = At(index))
         return Remove(*child);
     return Take(m_block->taken ? m_block->taken->At(index) : m_block->front + index);
@@ -217,6 +239,7 @@ SP<BNode> ChildList::RemoveAt(int index) noexcept
 
 void ChildList::Rename(BNode& child, WString text) noexcept
 {
+    assert(m_block && m_block->Holds(child));
     ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
     NodeAccess::SetText(child, std::move(text));
     ChangeIndex([&child](ChildIndex& index) { index.Add(child); });
@@ -260,7 +283,7 @@ void ChildList::Shrink() noexcept
     }
 }
 
-// Into a free slot at one of the ends.
+// Into a free slot at one of the ends, which `front` and `end` include already.
 void ChildList::Put(int slot, SP<BNode> child) noexcept
 {
     if (child)
@@ -272,8 +295,9 @@ void ChildList::Put(int slot, SP<BNode> child) noexcept
 
 SP<BNode> ChildList::Take(int slot) noexcept
 {
+    assert(slot >= m_block->front && slot < m_block->end);
     SP<BNode> taken = std::move(m_block->Slots()[slot]);
-    if (m_block->count == 1) {
+    if (m_block->count == 1) { // an empty list is a null pointer
         m_block = nullptr;
         return taken;
     }
@@ -286,6 +310,7 @@ SP<BNode> ChildList::Take(int slot) noexcept
         m_block->end = m_block->taken ? m_block->taken->Before(slot) + 1 : slot;
     else if (!m_block->taken)
         MakeHole(slot);
+    assert(m_block->IsSound());
     if (m_block->capacity > kShort && m_block->count < m_block->capacity / 4)
         Shrink();
     return taken;
@@ -305,6 +330,7 @@ void ChildList::MakeHole(int slot) noexcept
     CloseGap(slot);
 }
 
+// In a short list that is cheaper than telling holes.
 void ChildList::CloseGap(int slot) noexcept
 {
     SP<BNode>* const slots = m_block->Slots();

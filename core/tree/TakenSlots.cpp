@@ -1,6 +1,7 @@
 #include "core/tree/TakenSlots.h"
 
 #include <bit>
+#include <cassert>
 
 namespace {
 
@@ -42,16 +43,19 @@ TakenSlots::TakenSlots(int capacity, int first, int end)
 
 void TakenSlots::Take(int slot) noexcept
 {
+    assert((m_words[WordOf(slot)] & Bit(slot)) == 0);
     m_words[WordOf(slot)] |= Bit(slot);
     Count(slot / kBits, 1);
 }
 
 void TakenSlots::Free(int slot) noexcept
 {
+    assert((m_words[WordOf(slot)] & Bit(slot)) != 0);
     m_words[WordOf(slot)] &= ~Bit(slot);
     Count(slot / kBits, -1);
 }
 
+// Down the tree: a step is taken where all words that it passes hold no more than `index` slots.
 int TakenSlots::At(int index) const noexcept
 {
     std::size_t word = 0;
@@ -61,7 +65,9 @@ int TakenSlots::At(int index) const noexcept
             index -= m_counts[word - 1];
         }
     }
+    assert(word < m_words.size());
     std::uint64_t bits = m_words[word];
+    assert(index >= 0 && index < std::popcount(bits));
     for (; index > 0; --index)
         bits &= bits - 1;
     return static_cast<int>(word) * kBits + std::countr_zero(bits);
@@ -83,12 +89,14 @@ int TakenSlots::Before(int slot) const noexcept
     return At(CountBefore(slot / kBits) - 1);
 }
 
+// `i | (i + 1)` is the next place whose words include those of place `i`.
 void TakenSlots::Count(int word, int change) noexcept
 {
     for (auto i = static_cast<std::size_t>(word); i < m_counts.size(); i |= i + 1)
         m_counts[i] += change;
 }
 
+// `i & (i - 1)` is where the words that place `i - 1` covers begin.
 int TakenSlots::CountBefore(int word) const noexcept
 {
     int count = 0;

@@ -7,17 +7,24 @@
 #include "core/tree/BVisitor.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <typeinfo>
 #include <utility>
 #include <vector>
 
+// A visitor sees each plain node from a loop with stacks of its own: recursion would let the depth
+// of a tree decide how much of the thread's stack a visit takes. A child of a derived class is
+// entered by its own `Traverse`, as the class may override it, and that starts a `Walk` anew.
+//
+// A visitor may change the node that it visits, so all that is still to come of a node is noted and
+// counted when it is entered, and what was pushed is popped, whatever became of it since.
+
 namespace {
 
 enum class EVisited { Nodes, Objects };
 
-// One call of `Traverse` or `TraverseObjects`. What is still to be visited or popped was noted when
-// its node was entered, as a visitor may change the node.
+// One call of `Traverse` or `TraverseObjects`.
 class Walk {
 public:
     Walk(BVisitor& visitor, EVisited visited)
@@ -54,6 +61,7 @@ void Walk::Through(BNode& start)
     if (IsVisited(start))
         Enter(&start);
     while (!m_way.empty()) {
+        assert(m_children.size() >= m_way.back().childrenAbove);
         if (m_children.size() == m_way.back().childrenAbove) {
             Leave();
             continue;
@@ -90,7 +98,7 @@ void Walk::Enter(SP<BNode> held)
     const auto above = static_cast<std::ptrdiff_t>(m_children.size());
     for (BNodeChildItr itr(node); itr; ++itr)
         m_children.emplace_back(itr.Current());
-    std::reverse(m_children.begin() + above, m_children.end());
+    std::reverse(m_children.begin() + above, m_children.end()); // the first is taken first
 }
 
 void ReportChange(const BNode& node, bool changed)
@@ -128,7 +136,7 @@ void Walk::TreatAnnotations(BNode& node)
     for (BNodeAnnotationItr itr(node); itr; ++itr)
         annotations.emplace_back(itr.Current());
     for (const SP<BSmartObj>& annotation : annotations) {
-        const BSmartObj* object = node.GetObj();
+        const BSmartObj* object = node.GetObj(); // asked each time: the visitor may replace it
         m_visitor.TreatAnnotation(annotation,
                                   SP<const BSmartObj>(object != nullptr ? object : &node));
     }
@@ -138,6 +146,7 @@ void Walk::Leave()
 {
     const Visit visit = std::move(m_way.back());
     m_way.pop_back();
+    assert(m_attributes.size() >= visit.attributesAbove);
     if (m_visited == EVisited::Objects)
         return;
     while (m_attributes.size() > visit.attributesAbove) {
