@@ -1,7 +1,7 @@
 #include "core/archive/BArchive.h"
 
+#include "core/archive/Encoding.h"
 #include "core/archive/Loader.h"
-#include "core/archive/ObjectHeader.h"
 #include "core/archive/PointerMap.h"
 #include "core/archive/Saver.h"
 #include "core/archive/Scratch.h"
@@ -38,7 +38,6 @@ namespace {
 
 constexpr int kFormatVersion = 8;
 constexpr int kOldestReadable = 2;
-constexpr int kNewestShortReference = 6; // references have 4 bytes up to this version
 
 } // namespace
 
@@ -363,7 +362,7 @@ BArchive& BArchive::operator<<(const BSmartObj* object)
     const unsigned int index = MapPointerToIndex(object);
     if (object != nullptr) // the record is written from the object as it is then
         m_impl->saver->Insert(const_cast<BSmartObj*>(object), nullptr, m_impl->indices);
-    if (Version() <= kNewestShortReference)
+    if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t))
         m_impl->Write(static_cast<std::uint32_t>(index));
     else
         m_impl->Write(static_cast<std::uint64_t>(index));
@@ -449,7 +448,7 @@ BArchive& BArchive::operator>>(std::int64_t& value)
 
 BArchive& BArchive::operator>>(void*& index)
 {
-    if (Version() <= kNewestShortReference) {
+    if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t)) {
         std::uint32_t shortIndex = 0;
         if (m_impl->Read(shortIndex))
             index = IndexToPtr(shortIndex);

@@ -1,6 +1,7 @@
 #include "core/archive/Loader.h"
 
 #include "core/archive/BArchive.h"
+#include "core/archive/Encoding.h"
 #include "core/archive/ObjectHeader.h"
 #include "core/archive/ScopedValue.h"
 #include "core/base/ClassRegistry.h"

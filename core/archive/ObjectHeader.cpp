@@ -1,6 +1,7 @@
 #include "core/archive/ObjectHeader.h"
 
 #include "core/archive/BArchive.h"
+#include "core/archive/Encoding.h"
 #include "core/archive/RecordWriter.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BlockReader.h"
@@ -41,50 +42,16 @@ constexpr std::uint64_t ReadSizeBytes(int archiveVersion)
     return archiveVersion >= 8 ? 8 : 4;
 }
 
-std::uint32_t LengthOfText(const char* text)
-{
-    std::uint32_t length;
-    std::memcpy(&length, text + 1, sizeof length);
-    return length;
-}
-
 std::string_view TakeText(const char*& at)
 {
-    const std::uint32_t length = LengthOfText(at);
-    const std::string_view text(at + NArchive::kTagAndLengthSize, length);
-    at += NArchive::kTagAndLengthSize + length;
+    const std::string_view text = NArchive::TextAt(at);
+    at = text.data() + text.size();
     return text;
 }
 
 } // namespace
 
 namespace NArchive {
-
-std::string WithKeyword(std::string_view className)
-{
-    return className.starts_with(kClassKeyword) ? std::string(className)
-                                                : std::string(kClassKeyword).append(className);
-}
-
-void WriteText(BArchive& archive, std::string_view text)
-{
-    if (text.size() > std::numeric_limits<std::uint32_t>::max())
-        archive.ThrowError();
-    char tagAndLength[kTagAndLengthSize] = {kTextTag};
-    const auto length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(tagAndLength + 1, &length, sizeof length);
-    archive.WriteMemoryBlock(tagAndLength, sizeof tagAndLength);
-    archive.WriteMemoryBlock(text.data(), text.size());
-}
-
-std::optional<std::uint64_t> EndOfText(BlockReader& reader, std::uint64_t offset)
-{
-    const char* start = reader.Peek(offset + kTagAndLengthSize);
-    if (start == nullptr || start[offset] != kTextTag)
-        return std::nullopt;
-    const std::uint64_t end = offset + kTagAndLengthSize + LengthOfText(start + offset);
-    return end <= reader.Left() ? std::optional(end) : std::nullopt;
-}
 
 bool ReadObjectHeader(BlockReader& reader, int archiveVersion, ObjectHeader& header)
 {

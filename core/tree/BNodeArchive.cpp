@@ -1,4 +1,5 @@
 #include "core/archive/BArchive.h"
+#include "core/archive/Encoding.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
 
@@ -64,12 +65,12 @@ std::uint64_t ReadReference(BArchive& archive)
 
 std::span<const std::uint64_t> ReadReferences(BArchive& archive)
 {
-    const std::uint64_t referenceSize = archive.Version() <= 6 ? 4 : 8;
     int count = 0;
     archive >> count;
     if (count < 0)
         count = 0;
-    if (static_cast<std::uint64_t>(count) > archive.BytesLeft() / referenceSize)
+    if (static_cast<std::uint64_t>(count) >
+        archive.BytesLeft() / NArchive::ReferenceSize(archive.Version()))
         throw ArchiveFormatFault;
     const auto size = static_cast<std::size_t>(count);
     // As many as the record holds, so that a file does not ask for memory that it does not fill.

@@ -1,3 +1,4 @@
+#include "core/archive/Encoding.h"
 #include "core/archive/ObjectHeader.h"
 #include "core/archive/RecordDirectory.h"
 #include "core/base/BlockReader.h"
@@ -29,8 +30,7 @@ std::optional<std::string> ReadText(BlockReader& file)
     if (text == nullptr)
         return std::nullopt;
     file.MoveTo(file.Position() + *size);
-    const std::uint64_t length = *size - NArchive::kTagAndLengthSize;
-    return std::string(text + NArchive::kTagAndLengthSize, static_cast<std::size_t>(length));
+    return std::string(NArchive::TextAt(text));
 }
 
 bool ReadPart(BlockReader& file, std::string& className, int& version)

@@ -4,7 +4,7 @@
 //
 // The exit code is 0 for a whole file, 1 for a damaged one, 2 when there is nothing to inspect.
 
-#include "core/archive/ObjectHeader.h"
+#include "core/archive/Encoding.h"
 #include "core/base/BlockReader.h"
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/CodePage.h"

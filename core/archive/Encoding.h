@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cassert>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+
+class BArchive;
+class BlockReader;
+
+// How an archive writes what more than one of its parts reads; the values of payloads stand at the
+// head of BArchive.cpp.
+namespace NArchive {
+
+/// A narrow text: this tag, a 4-byte length, and that many bytes.
+inline constexpr char kTextTag = 'S';
+inline constexpr std::uint64_t kTagAndLengthSize = 5;
+
+/// `ThrowError()` where 32 bits do not hold the text's length.
+void WriteText(BArchive& archive, std::string_view text);
+
+/// Where the narrow text that begins `offset` bytes behind the reader's position ends, counted from
+/// there as well; none when the text is not there as a whole. The position stays.
+[[nodiscard]] std::optional<std::uint64_t> EndOfText(BlockReader& reader, std::uint64_t offset);
+
+/// The text that begins with its tag at `start`, where it is as a whole.
+[[nodiscard]] inline std::string_view TextAt(const char* start) noexcept
+{
+    assert(*start == kTextTag);
+    std::uint32_t length;
+    std::memcpy(&length, start + 1, sizeof length);
+    return {start + kTagAndLengthSize, length};
+}
+
+/// Bytes of a reference to an object, which is its index.
+[[nodiscard]] constexpr std::uint64_t ReferenceSize(int archiveVersion) noexcept
+{
+    return archiveVersion <= 6 ? 4 : 8;
+}
+
+/// In front of each class name, but for those of old files.
+inline constexpr std::string_view kClassKeyword = "class ";
+
+[[nodiscard]] std::string WithKeyword(std::string_view className);
+
+} // namespace NArchive
