@@ -10,6 +10,7 @@
 #include "core/base/ErrorCodes.h"
 #include "core/platform/TypeName.h"
 
+#include <bit>
 #include <cstddef>
 #include <limits>
 #include <memory>
@@ -33,6 +34,12 @@
 //   number          as it stands in memory: int 4 bytes, float 4, double 8, char 1,
 //                   unsigned short 2, std::int64_t 8
 //   reference       the object's index: 4 bytes up to version 6, 8 bytes from version 7 on
+//
+// An archive is a `Saver` or a `Loader`, which know how a graph becomes records and comes back. Here
+// are the values and the file's header. Objects call the operators once for each field, so these
+// only copy bytes to and from memory; none of them looks at the system.
+
+static_assert(std::endian::native == std::endian::little, "numbers are written as they stand");
 
 namespace {
 

@@ -96,6 +96,7 @@ public:
     BArchive(const WChar* path, MODE mode, BString docClass, int docVersion);
 
     /// Flushes and closes the file. What `Flush()` would have thrown is swallowed: call it before.
+    /// Not to be called from inside a `TakeOut` or `Flush` of this archive.
     ~BArchive() override;
 
     BArchive(const BArchive&) = delete;
@@ -156,8 +157,9 @@ public:
     /// The rebuilt object that `index` stands for; null for 0 and when none was rebuilt.
     [[nodiscard]] SP<BSmartObj> QueryObject(void* index);
 
-    /// The index of an object in this archive: 0 for null, then 1, 2, ... in order of first
-    /// mention. Beyond 32 bits `ThrowError()`.
+    /// The index that stands for the object at `p` in this archive: 0 for null. Each call for an
+    /// object that has none yet gives it the next, from 1 on, and does not queue it. Beyond 32 bits
+    /// `ThrowError()`.
     unsigned int MapPointerToIndex(const void* p);
 
     /// `index` as the pointer that stands for it until associations are updated.

@@ -9,7 +9,20 @@
 #include "core/platform/Stack.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
+
+// How a graph of objects comes out of a file.
+//
+// `TakeOut` rebuilds one object. Its `Read` names by their indices the objects that it refers to,
+// and these wait in a queue; so a line of a million objects is read in a loop and not by recursion.
+// When the queue is empty, all new objects turn their indices into pointers, and only when all have
+// done so each is asked whether it is sound, as one that refers to another half-made would not be.
+// Each of these steps may ask for further objects, so they are repeated until none does.
+//
+// What comes out is whole or null. Nobody could tell a tree without a branch from one that never
+// had it, and saving it would lose the branch: hence any fault of the file or of memory closes the
+// file for good, and a call that fails forgets all that it has rebuilt.
 
 namespace {
 
@@ -57,6 +70,7 @@ Loader::Loader(const WChar* path)
 
 Loader::~Loader()
 {
+    assert(m_nesting == 0); // no object closes the archive that is reading it
     LetGo();
 }
 
@@ -91,6 +105,8 @@ try {
         m_holders.clear();
     else
         Forget(rebuiltCount, doubleCount);
+    assert(m_pending.empty() && m_soundCount <= m_associatedCount &&
+           m_associatedCount <= m_rebuilt.size());
     return object;
 } catch (const std::bad_alloc&) {
     file.Close();
@@ -126,13 +142,14 @@ bool Loader::Verify() const
 {
     if (m_isSpoiled)
         return false;
-    for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may take out others
+    for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may add to them
         if (!m_rebuilt[i]->object->VerifyObj())
             return false;
     }
     return true;
 }
 
+// Taking a reference on an object that nobody owns would destroy it when it is given back.
 void Loader::OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&))
 {
     if (m_nesting != 0 && object.RefCount() > 0)
@@ -142,6 +159,7 @@ void Loader::OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&))
 // A record that cannot be read is tried once in a `TakeOut`, however many references lead to it.
 SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive)
 {
+    assert(m_nesting != 0);
     if (record.object || record.triedIn == m_takeOutNumber)
         return record.object;
     record.triedIn = m_takeOutNumber;
@@ -170,6 +188,8 @@ SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive)
     }
 }
 
+// A document has many objects of few classes, and the registry compares name by name: what was
+// found there stays at hand.
 Loader::ReadFunction Loader::FindReadFunction(std::string_view className)
 {
     for (const auto& [name, read] : m_readFunctions) {
@@ -205,6 +225,7 @@ bool Loader::Complete(BArchive& archive)
     return true;
 }
 
+// In the order in which they were asked for, which for a tree is level by level.
 void Loader::RebuildPending(BArchive& archive)
 {
     while (!m_pending.empty()) {

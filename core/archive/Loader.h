@@ -21,7 +21,9 @@ namespace NArchive {
 
 struct ObjectHeader;
 
-/// The reading half of an archive.
+/// The reading half of an archive: its file, the directory of its records, and the objects that
+/// were rebuilt from them. The classes that it calls get the archive itself to read from, which
+/// comes down here again for each value.
 class Loader {
 public:
     explicit Loader(const WChar* path);

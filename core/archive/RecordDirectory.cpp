@@ -4,6 +4,7 @@
 #include "core/base/BlockReader.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <limits>
 
@@ -29,8 +30,11 @@ std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
     return index;
 }
 
+// A good file has about as many indices as records, of which it holds at most so many. One beyond
+// must not make the array long: its text goes into the hash table.
 bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
 {
+    assert(m_records.empty());
     m_indexLimit = reader.Left() / kSmallestRecord + 2;
     while (reader.Left() != 0) {
         const std::uint64_t position = reader.Position();

@@ -1,8 +1,12 @@
 #include "core/archive/RecordWriter.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdio>
 #include <utility>
+
+// The bytes gather here and not in the stream, as a stream would write its buffer at each step back
+// to patch a record's size: two system calls a record, for records of some hundred bytes.
 
 namespace {
 
@@ -25,7 +29,7 @@ void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
 {
     if (!m_stream)
         return;
-    if (size >= kLargestBuffer - m_used) {
+    if (size >= kLargestBuffer - m_used) { // more than the buffer may ever hold
         if (!Flush())
             return;
         if (size >= kLargestBuffer) {
@@ -49,6 +53,7 @@ void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
 
 void RecordWriter::Patch(std::uint64_t position, const void* bytes, std::uint64_t size)
 {
+    assert(position <= Position() && size <= Position() - position);
     if (position >= m_bufferStart) {
         std::memcpy(m_buffer.get() + (position - m_bufferStart), bytes, size);
         return;
@@ -67,6 +72,7 @@ void RecordWriter::Patch(std::uint64_t position, const void* bytes, std::uint64_
 
 void RecordWriter::TakeBack(std::uint64_t position) noexcept
 {
+    assert(position <= Position());
     if (position >= m_bufferStart) {
         m_used = position - m_bufferStart;
         return;
@@ -86,6 +92,8 @@ bool RecordWriter::Flush()
     return IsGood();
 }
 
+// A file that did not take all bytes is not written any further: what follows would stand in the
+// wrong place.
 void RecordWriter::WriteToFile(const void* bytes, std::uint64_t size)
 {
     if (std::fwrite(bytes, 1, size, m_stream.get()) != size)

@@ -12,6 +12,8 @@ Saver::Saver(const WChar* path)
     : file(platform::OpenStream(path, QD_W("wb")))
 {}
 
+// The queue keeps a reference to every object, also to those that have their records: an address
+// must not come back as that of another object, which would get the first one's index.
 void Saver::Insert(BSmartObj* object, const char* label, PointerMap& indices)
 {
     const bool labelled = label != nullptr && *label != '\0';

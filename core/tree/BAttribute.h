@@ -11,8 +11,9 @@
 class QD_CORE_API BAttribute : public virtual BSmartObj {
 public:
     BAttribute() = default;
-    // Copying takes over nothing: an attribute is known by its name and its own data alone.
-    BAttribute(const BAttribute&) noexcept
+    // Copying takes over nothing: an attribute is known by its name and its own data alone. A copy
+    // draws a unique id of its own.
+    BAttribute(const BAttribute&) noexcept // NOLINT(bugprone-copy-constructor-init): said above
         : BSmartObj()
     {}
     BAttribute(BAttribute&&) noexcept

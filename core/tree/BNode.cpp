@@ -42,6 +42,7 @@ BNode::BNode(BSmartObj* obj)
     BNode::SetObj(obj);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): `Copy` looks for it
 BNode& BNode::operator=(const BNode& other)
 {
     Copy(other);
@@ -350,8 +351,10 @@ void BNode::Report(unsigned int code) const
     SendMsg(code, AsParameter(this), 0);
 }
 
+// The constructor comes here, too, where the node is a plain one still and answers for itself.
 void BNode::SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const
 {
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): said above
     if (BDispatcher::Instance() && IsMessageDispatcher())
         BDispatcher::DispatcherSend(code, first, second);
 }
