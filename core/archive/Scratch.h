@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -13,6 +15,8 @@ class Scratch {
 public:
     [[nodiscard]] void* Take(std::size_t size)
     {
+        if (size > (std::numeric_limits<std::size_t>::max)() - kAlignment) // rounding up would wrap
+            throw std::bad_alloc();
         size = (size + kAlignment - 1) / kAlignment * kAlignment;
         if (size > m_left) {
             const std::size_t chunkSize = (std::max)(size, kChunkSize);

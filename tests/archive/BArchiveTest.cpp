@@ -14,6 +14,7 @@
 #include <atomic>
 #include <functional>
 #include <limits>
+#include <new>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -281,6 +282,13 @@ TEST_F(BArchiveTest, KeepsBlocksOfEverySize)
     BArchive archive = Opened();
     for (const int size : sizes)
         EXPECT_EQ(Value(archive, Numbered("b", size)), size);
+}
+
+TEST_F(BArchiveTest, ScratchMemoryThatNoMachineHasIsRefused)
+{
+    BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+    EXPECT_THROW(static_cast<void>(archive.Scratch(std::numeric_limits<std::size_t>::max())),
+                 std::bad_alloc);
 }
 
 TEST_F(BArchiveTest, ARecordEndsWhereItEndsAlsoBehindATakeOutInside)
