@@ -35,9 +35,9 @@
 //                   unsigned short 2, std::int64_t 8
 //   reference       the object's index: 4 bytes up to version 6, 8 bytes from version 7 on
 //
-// An archive is a `Saver` or a `Loader`, which know how a graph becomes records and comes back. Here
-// are the values and the file's header. Objects call the operators once for each field, so these
-// only copy bytes to and from memory; none of them looks at the system.
+// An archive is a `Saver` or a `Loader`, which know how a graph becomes records and comes back.
+// Here are the values and the file's header. Objects call the operators once for each field, so
+// these only copy bytes to and from memory; none of them looks at the system.
 
 static_assert(std::endian::native == std::endian::little, "numbers are written as they stand");
 
@@ -264,6 +264,7 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
 {
     if (p == nullptr)
         return 0;
+    // Each record begins with the index of its own object, which its place in the queue tells.
     const NArchive::Tupel* current = m_impl->saver ? m_impl->saver->Current() : nullptr;
     if (current != nullptr && current->object.Get() == p && current->index != 0)
         return current->index;
@@ -387,7 +388,7 @@ BArchive& BArchive::operator>>(BString& text)
     const std::uint64_t start = file.Position();
     file.MoveTo(start + NArchive::kTagAndLengthSize);
     m_impl->ReadText(text, *size - NArchive::kTagAndLengthSize);
-    file.MoveTo(start + *size);
+    file.MoveTo(start + *size); // also where the bytes could not be read
     return *this;
 }
 
@@ -409,7 +410,7 @@ BArchive& BArchive::operator>>(WString& text)
         return *this;
     BlockReader& file = m_impl->loader->file;
     const std::uint64_t size = count < 1 ? 0 : static_cast<std::uint64_t>(count) * sizeof(WChar);
-    if (size > file.Left()) {
+    if (size > file.Left()) { // nothing behind it may be taken for the next value
         file.MoveTo(file.Limit());
         return *this;
     }

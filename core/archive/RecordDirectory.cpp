@@ -17,6 +17,8 @@ constexpr std::size_t kSample = 1024;         // records that tell how many ther
 
 namespace NArchive {
 
+// `from_chars` takes capital digits and leading zeros as well, which an archive does not write: two
+// texts of one index would be two records to a reader that compares texts.
 std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
 {
     const bool leadingZero = text.size() > 1 && text.front() == '0';
@@ -74,7 +76,7 @@ RecordDirectory::Record* RecordDirectory::FindIndex(std::uint64_t index)
         const std::uint32_t number = m_byIndex[index];
         return number == 0 ? nullptr : &m_records[number - 1];
     }
-    if (m_byIndexText.empty())
+    if (m_byIndexText.empty()) // it holds nothing in a good file
         return nullptr;
     char text[16];
     const char* end = std::to_chars(text, text + sizeof text, index, 16).ptr;

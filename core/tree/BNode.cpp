@@ -112,7 +112,7 @@ void BNode::SetObj(BSmartObj* obj)
 {
     if (m_object == obj)
         return;
-    const SP<BNode> held = m_object ? Held() : nullptr;
+    const SP<BNode> held = m_object ? Held() : nullptr; // where nothing dies, the report is the end
     m_object = obj;
     Report(kMessageNodeObjectChanged);
 }
@@ -155,7 +155,7 @@ bool BNode::RemoveChild(BNode* child)
     if (child == nullptr || child->m_parent != this)
         return false;
     const SP<BNode> held = Held();
-    child->m_parent = nullptr;
+    child->m_parent = nullptr; // first, as the child may die on the next line
     m_children.Remove(*child);
     Report(kMessageNodeChildrenRemoved);
     return true;
@@ -167,7 +167,7 @@ bool BNode::RemoveChild(int index)
         return RemoveChild(child);
     if (index < 0 || index >= ChildNum())
         return false;
-    m_children.RemoveAt(index);
+    m_children.RemoveAt(index); // a null entry, from a damaged document
     Report(kMessageNodeChildrenRemoved);
     return true;
 }
@@ -177,7 +177,7 @@ void BNode::RemoveChildren()
     if (m_children.Count() == 0)
         return;
     const SP<BNode> held = Held();
-    TakeChildren() = ChildList();
+    TakeChildren() = ChildList(); // they die here, when the node has none any more
     Report(kMessageNodeChildrenRemoved);
 }
 

@@ -3,6 +3,10 @@
 #include <bit>
 #include <cassert>
 
+// A list of children has this table only while it has holes, and each change of the list goes
+// through it: so it is made in one pass, and small. A count for each slot would take 32 times the
+// memory of the bits; bits alone would have `At` look at every word.
+
 namespace {
 
 constexpr int kBits = 64; // slots of a word

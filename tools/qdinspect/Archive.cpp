@@ -11,6 +11,13 @@
 #include <ostream>
 #include <string>
 
+// An archive's file as a list of its records.
+//
+// `BArchive` itself is of no use here: it wants to know the document's class beforehand, and gives
+// nothing of a file that has one broken record. So the file's header is read here, and each
+// object's by the function that builds the archive's directory. Payloads belong to classes that
+// are not known here, and are passed over.
+
 namespace {
 
 constexpr int kOldestFormat = 2;
@@ -88,7 +95,7 @@ void InspectArchive(BlockReader& file, Report& report)
     if (!InspectHeader(file, document, report))
         return;
     std::uint64_t count = 0;
-    for (; file.Left() != 0; ++count) {
+    for (; file.Left() != 0; ++count) { // until one is broken: nothing tells where the next begins
         const std::uint64_t start = file.Position();
         NArchive::ObjectHeader header;
         if (!NArchive::ReadObjectHeader(file, document.formatVersion, header)) {

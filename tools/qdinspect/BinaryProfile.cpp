@@ -13,6 +13,12 @@
 #include <ostream>
 #include <string>
 
+// A binary profile's file, value by value.
+//
+// The values are read by the library's own functions, so that what is told is what a program gets.
+// These make the best of a value that is cut short, as an empty text; so each value is written
+// again and compared with its bytes in the file, and where they differ the file is damaged.
+
 namespace {
 
 constexpr std::uint32_t kAnsiFormatId = 0x59414C05;

@@ -7,6 +7,12 @@
 #include <ostream>
 #include <set>
 
+// A text profile's file, line by line.
+//
+// The functions that profiles read such files with find a value by section and key, and say nothing
+// of lines that they pass over. Here every line is looked at, by the same rules as far as they tell
+// what a line is.
+
 namespace {
 
 using platform::WideText;
