@@ -3,6 +3,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/NativePath.h"
+#include "core/platform/posix/OpenFile.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -58,14 +59,6 @@ Descriptor CreateDraft(const std::string& folder, mode_t mode, std::string& draf
     }
     draft.clear();
     return {};
-}
-
-Stream StreamOn(Descriptor file, const char* mode)
-{
-    Stream stream(file.IsOpen() ? ::fdopen(file.Get(), mode) : nullptr);
-    if (stream)
-        file.Release();
-    return stream;
 }
 
 bool CopyAccessList(const std::string& from, int to)
@@ -143,19 +136,10 @@ bool Copy(std::FILE* from, std::FILE* to)
     return std::ferror(from) == 0 && std::fflush(to) == 0;
 }
 
-// None for a pipe that nobody reads, which would keep the caller waiting.
-Stream OpenToWriteOver(const std::string& target)
-{
-    constexpr int flags = O_WRONLY | O_CLOEXEC;
-    Descriptor file(::open(target.c_str(), flags | O_NONBLOCK));
-    if (file.IsOpen() && ::fcntl(file.Get(), F_SETFL, flags) != 0)
-        return nullptr;
-    return StreamOn(std::move(file), "w");
-}
-
 bool WriteOver(const std::string& target, std::FILE* draft, bool isSynchronised)
 {
-    const Stream stream = OpenToWriteOver(target);
+    // A pipe that nobody reads is refused here.
+    const Stream stream = StreamOn(OpenFile(target.c_str(), O_WRONLY), "w");
     struct stat before = {}, after = {};
     if (!stream || ::fstat(::fileno(draft), &after) != 0)
         return false;
@@ -205,7 +189,7 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     struct stat original = {};
     const bool isThere = ::stat(state.target.c_str(), &original) == 0;
     // What the system fails to look at may be there.
-    if (isThere ? IsRefused(state.target, original) : errno != ENOENT && errno != ENOTDIR)
+    if (isThere ? IsRefused(state.target, original) : !IsMissing(errno))
         return;
     Descriptor file;
     if (!isThere || S_ISREG(original.st_mode)) // what is no file would become one

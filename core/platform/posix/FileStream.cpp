@@ -6,6 +6,7 @@
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/FileLock.h"
 #include "core/platform/posix/NativePath.h"
+#include "core/platform/posix/OpenFile.h"
 #include "core/platform/posix/TextStream.h"
 
 #include <algorithm>
@@ -105,14 +106,10 @@ int OpenFlags(const OpenMode& mode)
     return create | (isBoth ? O_RDWR : O_WRONLY) | (mode.access == 'a' ? O_APPEND : O_TRUNC);
 }
 
+// None for a folder, which the kernel would let a reader open.
 Descriptor OpenFile(const WChar* path, int flags)
 {
-    // A pipe without another end must not keep the caller waiting: opened so, one to read is empty,
-    // and one to write cannot be opened.
-    flags |= O_CLOEXEC;
-    Descriptor file(::open(NativePath(path), flags | O_NONBLOCK, 0666));
-    if (file.IsOpen())
-        ::fcntl(file.Get(), F_SETFL, flags);
+    Descriptor file = OpenFile(NativePath(path), flags, 0666);
     struct stat status = {};
     if (file.IsOpen() && ::fstat(file.Get(), &status) == 0 && S_ISDIR(status.st_mode)) {
         file = Descriptor();
@@ -121,19 +118,12 @@ Descriptor OpenFile(const WChar* path, int flags)
     return file;
 }
 
-std::FILE* OpenBinary(Descriptor file, const OpenMode& mode)
-{
-    const char text[] = {mode.access, mode.isUpdate ? '+' : '\0', '\0'};
-    std::FILE* const stream = ::fdopen(file.Get(), text);
-    if (stream != nullptr)
-        file.Release();
-    return stream;
-}
-
 Stream OpenOn(Descriptor file, const OpenMode& mode)
 {
-    if (mode.isBinary)
-        return Stream(OpenBinary(std::move(file), mode));
+    if (mode.isBinary) {
+        const char text[] = {mode.access, mode.isUpdate ? '+' : '\0', '\0'};
+        return StreamOn(std::move(file), text);
+    }
     const ETextAccess oneWay = mode.access == 'r' ? ETextAccess::Read : ETextAccess::Write;
     return Stream(
         OpenText(std::move(file), mode.text, mode.isUpdate ? ETextAccess::Update : oneWay));

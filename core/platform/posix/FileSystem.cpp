@@ -3,6 +3,7 @@
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/FilePattern.h"
 #include "core/platform/posix/NativePath.h"
+#include "core/platform/posix/OpenFile.h"
 
 #include <cerrno>
 #include <climits>
@@ -33,7 +34,7 @@ bool IsNativeDirectory(const char* path)
 // What a look that failed tells.
 EPresence PresenceAfter(int error)
 {
-    return error == ENOENT || error == ENOTDIR ? EPresence::Missing : EPresence::Unknown;
+    return IsMissing(error) ? EPresence::Missing : EPresence::Unknown;
 }
 
 // What stands under the native `name` in `directory`.
@@ -95,8 +96,7 @@ EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFi
 
 std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
 {
-    // Without waiting for the other end, should this be a pipe.
-    const Descriptor file(::open(NativePath(path), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file = OpenFile(NativePath(path), O_RDONLY);
     struct stat status = {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;

@@ -1,5 +1,7 @@
 #include "core/platform/posix/NativePath.h"
 
+#include "core/platform/posix/OpenFile.h"
+
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -79,21 +81,20 @@ WideText FromNativePath(std::string_view path)
 
 std::optional<std::string> ResolveLinks(std::string path)
 {
-    const auto isMissing = [] { return errno == ENOENT || errno == ENOTDIR; };
     constexpr int mostLinks = 40; // as the kernel has it
     for (int i = 0; i < mostLinks; ++i) {
         if (const std::unique_ptr<char, CFree> whole{::realpath(path.c_str(), nullptr)})
             return whole.get();
         struct stat status = {};
-        if (isMissing() && ::stat(path.c_str(), &status) == 0)
+        if (IsMissing(errno) && ::stat(path.c_str(), &status) == 0)
             return path; // what has no name, as a pipe has behind /dev/stdout
-        if (!isMissing())
+        if (!IsMissing(errno))
             return std::nullopt;
         // The last name may be a link that leads nowhere.
         char link[PATH_MAX];
         const ssize_t length = ::readlink(path.c_str(), link, sizeof link);
         if (length < 0)
-            return isMissing() ? std::optional(path) : std::nullopt;
+            return IsMissing(errno) ? std::optional(path) : std::nullopt;
         const std::string_view target(link, static_cast<std::size_t>(length));
         path = target.starts_with('/') ? std::string(target) : FolderOf(path).append(target);
     }

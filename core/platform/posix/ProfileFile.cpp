@@ -4,6 +4,7 @@
 #include "core/platform/FileReplacement.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/NativePath.h"
+#include "core/platform/posix/OpenFile.h"
 
 #include <algorithm>
 #include <bit>
@@ -143,10 +144,9 @@ bool ProfileFile::IsCurrent() const noexcept
 
 ProfileFile::ELoad ProfileFile::Load()
 {
-    // A pipe must not keep the caller waiting.
-    const Descriptor file(::open(m_nativePath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file = OpenFile(m_nativePath.c_str(), O_RDONLY);
     if (!file.IsOpen())
-        return errno == ENOENT || errno == ENOTDIR ? ELoad::Missing : ELoad::Failed;
+        return IsMissing(errno) ? ELoad::Missing : ELoad::Failed;
     struct stat before = {}, after = {};
     if (::fstat(file.Get(), &before) != 0 || !S_ISREG(before.st_mode) ||
         before.st_size > static_cast<off_t>(IniText<char>::kMostUnits))

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "core/platform/FileStream.h"
+#include "core/platform/posix/Descriptor.h"
+
+#include <sys/types.h>
+
+namespace platform {
+
+/// `open`, but without waiting for the other end of a pipe: one to read is empty without, and one
+/// to write cannot be opened. Once open, the file waits for its reader or writer as any other.
+[[nodiscard]] Descriptor OpenFile(const char* path, int flags, mode_t mode = 0) noexcept;
+
+/// A stream that owns `file`; null when there is none, or no memory.
+[[nodiscard]] Stream StreamOn(Descriptor file, const char* mode) noexcept;
+
+/// Whether `error`, which a look at a path left, says that nothing is there: anything else does not
+/// tell, and there may be a file that is not to be replaced.
+[[nodiscard]] bool IsMissing(int error) noexcept;
+
+} // namespace platform
