@@ -14,6 +14,7 @@ public:
     CriticalSection() noexcept;
     /// A free section of its own: what guards one object does not guard its copy.
     CriticalSection(const CriticalSection& other) noexcept;
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is assigned.
     CriticalSection& operator=(const CriticalSection&) noexcept { return *this; }
     ~CriticalSection();
 

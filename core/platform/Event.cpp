@@ -76,6 +76,7 @@ Event::~Event()
 void Event::Set() noexcept
 {
     Own().Set();
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): counted up before it is counted down.
 }
 
 void Event::Reset() noexcept

@@ -19,6 +19,8 @@ struct _RTL_CRITICAL_SECTION;
 struct HWND__;
 using HWND = HWND__*;
 #else
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that the platform's headers have.
+
 /// A date and time of day. `wDayOfWeek` counts from Sunday = 0.
 struct _SYSTEMTIME {
     std::uint16_t wYear;
@@ -53,6 +55,8 @@ struct tagRECT {
 struct _RTL_CRITICAL_SECTION {
     std::recursive_mutex mutex;
 };
+
+// NOLINTEND(bugprone-reserved-identifier)
 
 /// What takes the place of a window: the application derives it and queues the messages for its
 /// user interface. It must stay until nobody posts to it any more.

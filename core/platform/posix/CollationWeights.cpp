@@ -71,7 +71,8 @@ constexpr void ReadPage(std::size_t page, Function store)
             mark += i == 0 ? 0 : markStep;
             weights.place = static_cast<std::uint16_t>(place);
             weights.mark = static_cast<std::uint8_t>(mark);
-            store(static_cast<std::size_t>(unit + i * stride), weights);
+            const int at = unit + i * stride;
+            store(static_cast<std::size_t>(at), weights);
         }
     }
 }
