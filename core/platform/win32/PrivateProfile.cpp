@@ -1,5 +1,6 @@
 #include "core/platform/PrivateProfile.h"
 
+#include "core/platform/FileSystem.h"
 #include "core/platform/win32/Handle.h"
 
 #include <windows.h>
@@ -25,13 +26,6 @@ DWORD Room(std::size_t room)
 {
     return static_cast<DWORD>(
         std::min<std::size_t>(room, std::numeric_limits<std::int32_t>::max()));
-}
-
-std::wstring FullPath(const WChar* path)
-{
-    std::wstring full(::GetFullPathNameW(path, 0, nullptr, nullptr), L'\0');
-    full.resize(::GetFullPathNameW(path, static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full;
 }
 
 // FNV-1a: names of mutexes are short and have no backslash. Files that share one share the lock.
