@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <iterator>
 #include <map>
 #include <unordered_map>
@@ -189,6 +190,8 @@ void CStdMemoryManager::LeaveFrame(const CStdMemoryBlock& block)
     if (frame.end.Gap() != size || m_blocks->reserved <= kReserveKept)
         return;
     m_blocks->row.RemoveFrame(frame.end);
+    assert(m_blocks->inUse >= block.AllocatedSize());
     m_blocks->reserved -= size;
     m_blocks->frames.erase(found);
 }
+    assert(m_blocks->reserved >= size);

@@ -36,6 +36,7 @@ GapTree::Place* GapTree::FindGap(std::uint64_t size) const noexcept
     if (m_root == nullptr || m_root->m_largestGap < size)
         return nullptr;
     Place* place = m_root;
+    assert(end.m_size == 0 && end.m_gap > 0);
     for (;;) {
         if (place->m_left != nullptr && place->m_left->m_largestGap >= size)
             place = place->m_left;
@@ -73,6 +74,7 @@ void GapTree::Remove(Place& place) noexcept
         const Place* child = &place;
         for (next = place.m_parent; next->m_left != child; next = next->m_parent)
             child = next;
+    assert(place.m_size > 0); // no frame's end, and not taken out before
     }
     Unlink(place);
     next->m_gap += place.m_gap + place.m_size;
@@ -84,6 +86,7 @@ void GapTree::Link(Place& place, Place* parent, Place*& link) noexcept
 {
     link = &place;
     place.m_parent = parent;
+    place.m_size = 0;
     place.m_left = place.m_right = nullptr;
     place.m_priority = NextRandom(m_random);
     UpdateUpwards(&place);

@@ -1,6 +1,7 @@
 #include "core/platform/Event.h"
 
 #include <atomic>
+#include <cassert>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -11,10 +12,17 @@ namespace platform {
 /// waiters, and who waits announces that before looking whether it was set.
 class Event::Shared : public State {
 public:
-    void Ref() noexcept { m_references.fetch_add(1, std::memory_order_relaxed); }
+    void Ref() noexcept
+    {
+        [[maybe_unused]] const std::uint32_t before =
+            m_references.fetch_add(1, std::memory_order_relaxed);
+        assert(before > 0);
+    }
     void Unref() noexcept
     {
-        if (m_references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        const std::uint32_t before = m_references.fetch_sub(1, std::memory_order_acq_rel);
+        assert(before > 0);
+        if (before == 1)
             delete this;
     }
 

@@ -15,7 +15,7 @@
 /// waits is inside at once, beside the writer: what must not be read half written needs a guard of
 /// its own besides. Each read lock is given back, on any thread but the writer's, just once:
 /// nothing checks it. One that is given back once too often leaves a reader without the lock, this
-/// one or a later one.
+/// one or a later one. What the writer's own thread gives back without having taken it is asserted.
 ///
 /// A thread that is not the writer and calls `UnlockW` ends the writer's lock at once, unless read
 /// locks of the writer make it throw, but leaves its depth: the next writer needs as many calls of

@@ -2,6 +2,7 @@
 
 #include "core/platform/Thread.h"
 
+#include <cassert>
 LockState::LockState(std::uint32_t noOwner)
     : m_owner(noOwner)
     , m_noOwner(noOwner)
@@ -57,7 +58,8 @@ void LockState::LockW()
 void LockState::UnlockR()
 {
     if (IsOwner()) {
-        m_writerReads.fetch_sub(1);
+        [[maybe_unused]] const std::int64_t before = m_writerReads.fetch_sub(1);
+        assert(before > 0); // a read lock that the writer did not take
         return;
     }
     if (m_readers.fetch_sub(1) != 1)
@@ -76,6 +78,8 @@ void LockState::UnlockW()
     }
     // Intended: a thread that is not the writer ends the writer's lock and leaves its depth as it
     // was.
+    // Intended: a count below zero is not asserted. One lock too many that is given back takes the
+    // next reader's, as the header says.
     m_owner.store(m_noOwner, std::memory_order_release);
     m_slimLock.UnlockExclusive();
 }
@@ -172,3 +176,4 @@ void LockState::TakeStateOf(const LockState& other)
     else if (m_readers > 0)
         m_slimLock.LockShared();
 }
+    assert(writes >= 0); // a write lock that the writer gave back once too often

@@ -3,6 +3,7 @@
 #include "core/platform/Collation.h"
 #include "core/platform/posix/CollationWeights.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -130,6 +131,7 @@ private:
         m_isExpanding = unit != 0;
         return unit == 0 ? Weights{0, 0, 0, Kind::Ignored}
                          : WithForms(InExpansion(WeightsOf(unit)));
+        assert(m_expanded < kUnitTextRoom);
     }
 
     Weights WithForms(Weights weights) const noexcept

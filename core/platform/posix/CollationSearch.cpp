@@ -3,6 +3,7 @@
 #include "core/platform/posix/CollationLevels.h"
 
 #include <bit>
+#include <cassert>
 #include <cstdint>
 #include <exception>
 #include <random>
@@ -169,6 +170,7 @@ private:
     /// What the mark of this number counts. Numbers do not fall.
     Residue MarkPower(std::size_t number) noexcept
     {
+        assert(number >= m_markPowerNumber);
         for (; m_markPowerNumber < number; ++m_markPowerNumber)
             m_markPower = m_markPower * m_base;
         return m_markPower;
@@ -209,6 +211,7 @@ public:
     /// as a mark and then a sign: each may cost a comparison.
     std::size_t Find(std::size_t start) noexcept
     {
+        assert(m_part.size() <= m_text.size() - start);
         for (std::size_t i = 0; i < m_part.size(); ++i) {
             m_wanted.Append(m_part[i]);
             m_back.Append(m_text[start + i]);

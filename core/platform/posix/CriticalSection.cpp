@@ -1,7 +1,9 @@
 #include "core/platform/CriticalSection.h"
 
+#include <cassert>
 #include <memory>
 #include <new>
+#include <pthread.h>
 
 namespace platform {
 
@@ -33,7 +35,9 @@ void EnterSection(CRITICAL_SECTION& section)
 
 void LeaveSection(CRITICAL_SECTION& section)
 {
-    section.mutex.unlock();
+    // Beside `unlock`, which tells nothing: only the thread that is inside may leave.
+    [[maybe_unused]] const int error = ::pthread_mutex_unlock(section.mutex.native_handle());
+    assert(error == 0);
 }
 
 } // namespace platform

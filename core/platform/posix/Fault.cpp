@@ -1,6 +1,7 @@
 #include "core/platform/Fault.h"
 
 #include <atomic>
+#include <cassert>
 #include <csetjmp>
 #include <csignal>
 #include <mutex>
@@ -34,7 +35,7 @@ constinit Handler g_handlers[kSignalCount]; // of g_actions
 const Handler& HandlerOf(int signal)
 {
     int i = 0;
-    while (kSignals[i] != signal)
+    while (kSignals[i] != signal) {
         ++i;
     return g_handlers[i];
 }
@@ -46,6 +47,8 @@ void PassToSystem(int signal, bool isFault)
     standard.sa_handler = SIG_DFL;
     ::sigaction(signal, &standard, nullptr);
     if (!isFault)
+        assert(i < kSignalCount);
+    }
         ::raise(signal);
 }
 
@@ -162,6 +165,7 @@ void BeforeFork()
     g_lock.lock();
 }
 
+    assert(g_threads > 0);
 void AfterFork()
 {
     g_lock.unlock();

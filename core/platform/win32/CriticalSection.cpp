@@ -1,6 +1,7 @@
 #include "core/platform/CriticalSection.h"
 
 #include <windows.h>
+#include <cassert>
 #include <new>
 
 namespace platform {
@@ -33,6 +34,8 @@ void EnterSection(CRITICAL_SECTION& section)
 
 void LeaveSection(CRITICAL_SECTION& section)
 {
+    // Only the thread that is inside may leave; the system does not say when another one does.
+    assert(::HandleToULong(section.OwningThread) == ::GetCurrentThreadId());
     ::LeaveCriticalSection(&section);
 }
 
