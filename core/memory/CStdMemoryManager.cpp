@@ -16,6 +16,15 @@
 #include <map>
 #include <unordered_map>
 
+// Blocks are carved from frames of committed pages, rather than taken from the system one by one:
+// measurements come and go in the same sizes, and pages that stay committed need not be asked for
+// and zeroed again. All that is known of frames and blocks stands outside of their memory: who
+// writes past the end of a block damages data, not the manager.
+//
+// A block is known by its address as an object. One that is not known is looked at only for its
+// type, which is why a block that was given back already can be told from one of another manager as
+// long as somebody has a reference on it. Messages are posted after the critical section is left,
+// so that no receiver waits in it.
 namespace {
 
 // Above this reserve an empty frame goes back to the system.
@@ -181,6 +190,7 @@ bool CStdMemoryManager::TakeOut(const CMemoryBlock* block)
 /// Gives the frame back in which `block` was the last one, once much is reserved.
 void CStdMemoryManager::LeaveFrame(const CStdMemoryBlock& block)
 {
+    assert(m_blocks->inUse >= block.AllocatedSize());
     m_blocks->inUse -= block.AllocatedSize();
     const auto found = std::prev(m_blocks->frames.upper_bound(block.Start()));
     auto& [start, frame] = *found;
@@ -189,9 +199,8 @@ void CStdMemoryManager::LeaveFrame(const CStdMemoryBlock& block)
     // blocks after another finds its memory committed already.
     if (frame.end.Gap() != size || m_blocks->reserved <= kReserveKept)
         return;
+    assert(m_blocks->reserved >= size);
     m_blocks->row.RemoveFrame(frame.end);
-    assert(m_blocks->inUse >= block.AllocatedSize());
     m_blocks->reserved -= size;
     m_blocks->frames.erase(found);
 }
-    assert(m_blocks->reserved >= size);

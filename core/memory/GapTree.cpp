@@ -3,6 +3,14 @@
 #include <algorithm>
 #include <cassert>
 
+// Blocks are large and few change at a time, but there may be ten thousand, and first fit by a walk
+// over the gaps looks at all of them. A heap's lists by size would be as fast and place elsewhere:
+// first fit keeps blocks at the low addresses together, so that whole frames become empty and go
+// back to the system.
+//
+// A search goes down from the root: left as long as a gap there is large enough, as the first one
+// is wanted. A treap, as it keeps its balance by rotations that touch a node and its parent, so
+// that the largest gap of a subtree is told again for those two alone.
 namespace {
 
 /// xorshift32, Marsaglia, J. Stat. Softw. 8 (2003), 14.
@@ -28,6 +36,7 @@ void GapTree::AddFrame(Place& end, char* start, std::uint64_t size) noexcept
 
 void GapTree::RemoveFrame(Place& end) noexcept
 {
+    assert(end.m_size == 0 && end.m_gap > 0);
     Unlink(end);
 }
 
@@ -36,7 +45,6 @@ GapTree::Place* GapTree::FindGap(std::uint64_t size) const noexcept
     if (m_root == nullptr || m_root->m_largestGap < size)
         return nullptr;
     Place* place = m_root;
-    assert(end.m_size == 0 && end.m_gap > 0);
     for (;;) {
         if (place->m_left != nullptr && place->m_left->m_largestGap >= size)
             place = place->m_left;
@@ -66,6 +74,7 @@ void GapTree::Insert(Place& place, std::uint64_t size, Place& next) noexcept
 
 void GapTree::Remove(Place& place) noexcept
 {
+    assert(place.m_size > 0); // no frame's end, and not taken out before
     Place* next = place.m_right;
     if (next != nullptr) {
         while (next->m_left != nullptr)
@@ -74,10 +83,10 @@ void GapTree::Remove(Place& place) noexcept
         const Place* child = &place;
         for (next = place.m_parent; next->m_left != child; next = next->m_parent)
             child = next;
-    assert(place.m_size > 0); // no frame's end, and not taken out before
     }
     Unlink(place);
     next->m_gap += place.m_gap + place.m_size;
+    place.m_size = 0;
     UpdateUpwards(next);
 }
 
@@ -86,7 +95,6 @@ void GapTree::Link(Place& place, Place* parent, Place*& link) noexcept
 {
     link = &place;
     place.m_parent = parent;
-    place.m_size = 0;
     place.m_left = place.m_right = nullptr;
     place.m_priority = NextRandom(m_random);
     UpdateUpwards(&place);

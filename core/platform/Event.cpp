@@ -6,6 +6,13 @@
 #include <condition_variable>
 #include <mutex>
 
+// The event of the locks: set while no reader is inside, so it is looked at by each writer and put
+// by each first and last reader, mostly with nobody waiting. A kernel event would cost each of them
+// a system call. This one is an atomic flag for as long as nobody waits, and one portable piece: a
+// mutex and a condition variable are the same on both platforms, so the locks behave alike.
+//
+// `std::atomic::wait` has no time limit, which `TryLockW` needs. Sets are counted because a waiter
+// may wake up after a `Reset` that followed at once, and is to go all the same.
 namespace platform {
 
 /// Nobody takes the mutex before somebody has to sleep: who sets announces that before looking for
@@ -29,6 +36,7 @@ public:
     void Set() noexcept
     {
         isSignalled.store(true, std::memory_order_release);
+        // Both are sequentially consistent, as is what `Wait` does, so that one sees the other's.
         m_sets.fetch_add(1);
         if (m_waiters.load() == 0)
             return;
@@ -68,6 +76,7 @@ Event::Event(const Event& other) noexcept
     Own().Ref();
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): counted up before it is counted down.
 Event& Event::operator=(const Event& other) noexcept
 {
     other.Own().Ref();
@@ -84,7 +93,6 @@ Event::~Event()
 void Event::Set() noexcept
 {
     Own().Set();
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): counted up before it is counted down.
 }
 
 void Event::Reset() noexcept

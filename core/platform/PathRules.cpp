@@ -4,6 +4,11 @@
 
 #include <algorithm>
 
+// The shell's functions for paths, written anew as rules over text. The library's users pass paths
+// from settings and documents that were made on Windows, so off Windows the answers must be the
+// same, down to volumes, shares and drives without a root; `std::filesystem` knows none of them off
+// Windows. The style is an argument, not a macro: so the tests on Windows compare the shell's style
+// with the shell itself.
 namespace platform {
 
 namespace {

@@ -12,6 +12,10 @@
 #  define QD_WITH_SHA __attribute__((target("sha,sse4.1")))
 # endif
 
+// SHA-1 by the processor's own instructions; the portable rounds in BSha1.cpp stay for processors
+// without them. It stands in the seam as it needs compiler extensions: these functions alone are
+// compiled for such a processor (`target`), so the rest of the library runs on any, and the caller
+// asks `HasSha1Instructions` before.
 namespace platform {
 
 namespace {

@@ -3,6 +3,21 @@
 #include "core/platform/Thread.h"
 
 #include <cassert>
+
+// One algorithm for both lock classes. Why not `std::shared_mutex`: a writer may nest, and read
+// while it writes; a read lock may be given back on another thread; copies of a lock share what
+// writers wait for; and what is given back once too often must not be undefined.
+//
+// The slim lock is what keeps writers apart from everybody. It is held shared by the crowd of
+// readers as a whole: its first takes it, the last gives it back, and those in between only count.
+// Before a writer comes to it, it waits for the event that no reader is inside, since copies share
+// the event but have slim locks of their own. Readers do not wait for writers who wait: a reader
+// that reads again, behind one, would wait for itself.
+//
+// Counts are sequentially consistent atomics, as the order of a count and of the event matters
+// between threads. Those of the writer are changed on its thread alone; they are atomics because a
+// copy is made of them, and because a thread that gives back what it does not hold looks at them.
+
 LockState::LockState(std::uint32_t noOwner)
     : m_owner(noOwner)
     , m_noOwner(noOwner)
@@ -19,6 +34,7 @@ LockState& LockState::operator=(const LockState& other)
 {
     if (this == &other)
         return *this;
+    // What this lock was held as ends; its holders hold what the other one's do.
     if (HasOwner())
         m_slimLock.UnlockExclusive();
     else if (m_readers > 0)
@@ -42,7 +58,7 @@ void LockState::LockR()
         JoinCrowd();
         return;
     }
-    m_noReaders.Reset();
+    m_noReaders.Reset(); // first, so that writers who come now wait for it and not in the slim lock
     m_slimLock.LockShared();
 }
 
@@ -62,8 +78,11 @@ void LockState::UnlockR()
         assert(before > 0); // a read lock that the writer did not take
         return;
     }
+    // Intended: a count below zero is not asserted. One lock too many that is given back takes the
+    // next reader's, as the header says.
     if (m_readers.fetch_sub(1) != 1)
         return;
+    // In this order: a writer that the event lets go finds the slim lock free.
     m_slimLock.UnlockShared();
     m_noReaders.Set();
 }
@@ -73,13 +92,11 @@ void LockState::UnlockW()
     if (IsOwner() && ChangeWrites(-1) != 0)
         return;
     if (m_writerReads > 0) {
-        m_writerReads.fetch_add(1);
+        m_writerReads.fetch_add(1); // Intended: the header says how the writer makes up for it
         throw 1;
     }
     // Intended: a thread that is not the writer ends the writer's lock and leaves its depth as it
     // was.
-    // Intended: a count below zero is not asserted. One lock too many that is given back takes the
-    // next reader's, as the header says.
     m_owner.store(m_noOwner, std::memory_order_release);
     m_slimLock.UnlockExclusive();
 }
@@ -160,6 +177,7 @@ void LockState::JoinCrowd() const noexcept
 std::int64_t LockState::ChangeWrites(std::int64_t change) noexcept
 {
     const std::int64_t writes = m_writes.load(std::memory_order_relaxed) + change;
+    assert(writes >= 0); // a write lock that the writer gave back once too often
     m_writes.store(writes, std::memory_order_relaxed);
     return writes;
 }
@@ -176,4 +194,3 @@ void LockState::TakeStateOf(const LockState& other)
     else if (m_readers > 0)
         m_slimLock.LockShared();
 }
-    assert(writes >= 0); // a write lock that the writer gave back once too often

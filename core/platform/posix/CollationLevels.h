@@ -37,6 +37,9 @@ inline std::uint8_t KanaWeight(const Weights& kana, Level level) noexcept
 }
 
 /// Reads the weights of a text, one level of it. A text of `char` must be ASCII.
+///
+/// Each level is read from the text anew: most comparisons end among the places, and what is not
+/// stored takes no memory. Reading the places tells which of the other levels there are.
 template <class Char>
 class WeightReader {
 public:
@@ -76,7 +79,8 @@ public:
     /// Whether a repetition mark would find what it repeats.
     bool HasRepeatable() const noexcept { return m_repeatable != 0; }
 
-    /// Goes on with one more unit, read before its owner returns.
+    /// Goes on with one more unit, read before its owner returns; for sums, which take a text unit
+    /// by unit.
     void Continue(const Char* unit) noexcept
     {
         m_text = unit;
@@ -127,11 +131,11 @@ private:
 
     [[gnu::noinline]] Weights NextInExpansion() noexcept
     {
+        assert(m_expanded < kUnitTextRoom);
         const char16_t unit = m_expansion[m_expanded++];
         m_isExpanding = unit != 0;
         return unit == 0 ? Weights{0, 0, 0, Kind::Ignored}
                          : WithForms(InExpansion(WeightsOf(unit)));
-        assert(m_expanded < kUnitTextRoom);
     }
 
     Weights WithForms(Weights weights) const noexcept
@@ -244,6 +248,8 @@ private:
 template <Level level, class Char>
 int CompareLevel(WeightReader<Char>& left, WeightReader<Char>& right) noexcept
 {
+    // At these levels keys leave out what is plain at the end, so a text that ends goes on as
+    // plain.
     const std::uint64_t missing = level == Level::Marks || level == Level::Forms ? kPlain : 0;
     for (;;) {
         std::uint64_t x = left.template Next<level>();
@@ -273,6 +279,7 @@ template <class Char>
 int CompareLevels(std::basic_string_view<Char> a, std::basic_string_view<Char> b,
                   ECase letterCase) noexcept
 {
+    // Only levels that one of the texts has are read: two plain ones are done after the places.
     WeightReader<Char> left(a, letterCase);
     WeightReader<Char> right(b, letterCase);
     if (const int order = CompareLevel<Level::Places>(left, right); order != 0)

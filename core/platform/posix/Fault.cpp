@@ -9,6 +9,16 @@
 #include <ucontext.h>
 #include <utility>
 
+// A processor fault comes as a signal on the thread that made it. The handler jumps back to the
+// guarded call of that thread (`siglongjmp`); without one it passes the signal on.
+//
+// Handlers belong to the whole process, and the application has its own: crash reporters,
+// debuggers, other libraries. So the guard stands before them only while a call is under way, is
+// put there anew by each call, and never takes away a handler that somebody set meanwhile.
+// Installed once and for all, it would be lost to any handler that is set later.
+//
+// A handler must not allocate or lock: what it reads are atomics and a thread-local variable of the
+// static block.
 namespace platform {
 
 namespace {
@@ -37,6 +47,8 @@ const Handler& HandlerOf(int signal)
     int i = 0;
     while (kSignals[i] != signal) {
         ++i;
+        assert(i < kSignalCount);
+    }
     return g_handlers[i];
 }
 
@@ -47,8 +59,6 @@ void PassToSystem(int signal, bool isFault)
     standard.sa_handler = SIG_DFL;
     ::sigaction(signal, &standard, nullptr);
     if (!isFault)
-        assert(i < kSignalCount);
-    }
         ::raise(signal);
 }
 
@@ -155,6 +165,7 @@ void TakeAway()
 void Lower()
 {
     const std::scoped_lock guard(g_lock);
+    assert(g_threads > 0);
     if (t_resume == nullptr && --g_threads == 0)
         TakeAway();
 }
@@ -165,7 +176,6 @@ void BeforeFork()
     g_lock.lock();
 }
 
-    assert(g_threads > 0);
 void AfterFork()
 {
     g_lock.unlock();

@@ -16,6 +16,21 @@
 #include <unistd.h>
 #include <utility>
 
+// Never write over the only copy. The new content is written to a draft beside the file, then
+//
+//     fsync of the draft    its bytes are on the disk before any name leads to them: file systems
+//                           may write a rename first, and a power failure would leave an empty file
+//     rename                the name leads to the old content or to the new one, at any moment
+//     fsync of the folder   the rename itself is on the disk when `Commit` answers true
+//
+// The draft stands in the same folder, as a rename does not cross file systems. It gets owner,
+// rights and access list of the old file before the rename: afterwards would be too late for
+// whoever opens it in between, and one that cannot have them is not used. Its name is random rather
+// than fixed: two savers, or one that died, are not in the way.
+//
+// Only where there can be no draft beside the file, or it cannot be moved, is the old content
+// written over, from a complete draft elsewhere and with its room reserved: a full disk is known
+// before the first byte is lost.
 namespace platform {
 
 struct FileReplacement::State {
@@ -102,7 +117,7 @@ bool IsRefused(const std::string& target, const struct stat& original)
            ::access(target.c_str(), W_OK) != 0;
 }
 
-// What is no file has nothing to synchronise.
+// What is no file (EINVAL, as a pipe) or cannot be written (EROFS) has nothing to synchronise.
 bool SyncFile(int file)
 {
     return ::fsync(file) == 0 || errno == EINVAL || errno == EROFS;
@@ -222,6 +237,7 @@ bool FileReplacement::Commit() noexcept
     const bool isSynchronised = state.sync == ESync::Yes;
     const bool isReady = state.isBeside ? !isSynchronised || SyncFile(::fileno(stream))
                                         : WriteOver(state.target, stream, isSynchronised);
+    // Closed in any case, and before the move: it may be the first to tell of a failed write.
     return std::fclose(state.stream.release()) == 0 && isReady &&
            (!state.isBeside || MoveOver(state.target, state.folder, state.draft, isSynchronised));
 }

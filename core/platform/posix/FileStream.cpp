@@ -18,6 +18,12 @@
 #include <unistd.h>
 #include <utility>
 
+// `FILE*` as everywhere in the library, opened as the runtime library of Windows does. glibc's
+// `fopen` takes other modes, and its `ccs=` makes streams of `wchar_t`, which has 32 bits here. So
+// modes are read here, text streams are made in TextStream.cpp, and binary ones are glibc's own.
+//
+// "Alone" is a lock (`flock`) that only those respect who ask for it, as the system has no other.
+// It belongs to the opening of the file, so it goes with the stream, also when the process dies.
 namespace platform {
 
 namespace {
@@ -185,7 +191,7 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
         errno = EINVAL;
         return nullptr;
     }
-    // The content stays until nobody else is there.
+    // The content stays until nobody else is there: opened to write, it would be gone at once.
     const int flags = OpenFlags(*wanted);
     Descriptor file = OpenFile(path, flags & ~O_TRUNC);
     if (!file.IsOpen() || !LockAlone(file, wanted->access == 'r' && !wanted->isUpdate, waitMs))
@@ -202,7 +208,8 @@ bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*
     struct stat before = {};
     if (!file.IsOpen() || !LockAlone(file, false, waitMs) || ::fstat(file.Get(), &before) != 0)
         return false;
-    // Keeps the lock until what a failure leaves is cut off.
+    // Keeps the lock until what a failure leaves is cut off: closing the stream would let others
+    // in, whose lines would be cut off, too.
     const Descriptor kept(::fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
     if (!kept.IsOpen())
         return false;

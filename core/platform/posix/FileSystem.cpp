@@ -14,6 +14,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+// Not `std::filesystem`: its paths take memory, which most of these functions must not need, and
+// refuse the lone surrogates that stand for bytes of names that are no UTF-8.
+//
+// Each answer tells a file that is missing from one that cannot be looked at, and a list that broke
+// off from one that came to its end: what counts as missing is made anew, and an import of half a
+// folder would look like success.
 namespace platform {
 
 namespace {
@@ -64,6 +70,7 @@ EPresence FindFiles(const WChar* pattern, const std::function<bool(const FoundFi
     FoundFile file;
     if (wanted.empty())
         return EPresence::Missing;
+    // A name is asked for, not searched for: the folder may be large, or not be readable.
     if (wanted.find_first_of(kWild) == WideView::npos) {
         file.path = whole;
         const EPresence presence = Describe(AT_FDCWD, NativePath(pattern), file);

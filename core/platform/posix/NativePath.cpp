@@ -14,6 +14,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+// Paths come from the kernel as bytes of any kind and must lead back to the same file, so the
+// conversion may lose none: a byte that is no UTF-8 becomes a lone surrogate, which no valid text
+// has (as Python does it, PEP 383). ICU's converters would put a mark of replacement there, and
+// take memory, which functions that are noexcept must not need.
 namespace platform {
 
 namespace {

@@ -10,6 +10,9 @@
 #include <system_error>
 #include <vector>
 
+// The rules of the registry's names and paths, and where the user's database is; the database
+// itself is RegistryDatabase's. Names are folded here, once, and found by what is folded: SQLite's
+// own comparison without case knows ASCII alone.
 namespace platform {
 
 struct RegistryKey {

@@ -13,8 +13,8 @@
 // A log lets one process write while others read, and with `synchronous = NORMAL` nobody waits for
 // the disk: a write takes 15 to 23 microseconds rather than milliseconds. A process that dies loses
 // nothing; when the power fails, the last writes may be gone, and the database is whole all the
-// same, which is what the registry of Windows promises. SQLite's other settings either wait for the
-// disk at each write or may leave a database that is damaged.
+// same, as on Windows, whose registry goes to the disk some seconds later. SQLite's other settings
+// either wait for the disk at each write or may leave a database that is damaged.
 //
 // The log needs memory that all processes share, and hence a file system of this machine. On a
 // remote one, and where nobody can tell, the database keeps the pages that a write replaces in a

@@ -1,5 +1,13 @@
 #include "core/platform/SharedLock.h"
 
+// One word with the holds in it, free when it is 0: taking and leaving a free lock is one atomic
+// step in the header. `std::shared_mutex` would not do, as only the thread that took it may release
+// it, and a crowd of readers shares one hold that the last of them gives back. Its release when
+// nobody holds it is undefined, too; here it changes nothing, as the locks above promise.
+//
+// Who must wait says so in the word before sleeping on it (`kSleepers`), so that nobody asks the
+// kernel to wake anyone up while nobody sleeps. All sleepers are woken and try again: who comes
+// first has it, in no order.
 namespace platform {
 
 void SharedLock::LockSharedBesides() noexcept

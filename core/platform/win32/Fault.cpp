@@ -7,6 +7,11 @@
 # include <cstdint>
 #endif
 
+// Microsoft's compiler has `__try` for this. With others a vectored handler is asked before all
+// handlers of frames, and sends the thread back to its guarded call. It is added for each call and
+// removed after it, so that it stands before those that the application has by then and is gone in
+// between. `longjmp` from inside the handler would leave the system in the midst of an exception,
+// so the thread is made to go on in a function that jumps.
 namespace platform {
 
 namespace {

@@ -11,6 +11,12 @@
 #include <random>
 #include <string>
 
+// As on the other platform: a draft beside the file, synchronised before it is moved over it, so
+// that the file holds the old or the new content at any moment. What differs: `ReplaceFileW` keeps
+// what belongs to the old file (access list, attributes, dates), so nothing is copied to the draft
+// before; the move itself is written through, as a folder cannot be synchronised; and a file that
+// somebody has open without sharing its deletion cannot be moved over, so the move is tried for two
+// seconds.
 namespace platform {
 
 struct FileReplacement::State {

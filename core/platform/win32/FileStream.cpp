@@ -12,6 +12,9 @@
 #include <share.h>
 #include <utility>
 
+// The runtime library's streams. Two things are done about them: a mode that it does not know must
+// fail rather than end the process, and who opens a text to append reads its mark first, in an
+// opening of its own, so that others must be kept out for both.
 namespace platform {
 
 Stream OpenStream(const WChar* path, const WChar* mode) noexcept

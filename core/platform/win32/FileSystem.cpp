@@ -8,6 +8,8 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 
+// The system's own functions; what is done besides is to tell a missing file from one that cannot
+// be looked at, and a list that broke off from one that came to its end.
 namespace platform {
 
 namespace {

@@ -12,6 +12,10 @@
 #include <string_view>
 #include <utility>
 
+// The system's own functions, under a lock of ours: the system keeps processes apart only while it
+// writes one key. An update of the library reads, may convert or make the file, and writes, which
+// must not be torn. A mutex with a name is seen by all processes of the session and given back when
+// one dies; it is named after the file, so that updates of other files do not wait.
 namespace platform {
 
 struct ProfileUpdate::State {
@@ -64,8 +68,8 @@ bool ReadProfileBlock(const WChar* path, const WChar* section, const WChar* key,
     return ::GetPrivateProfileStructW(section, key, data, size, path) != FALSE;
 }
 
-// The system keeps processes apart only while it writes; a file that is made or converted first
-// needs more.
+// Without a mutex (`WAIT_FAILED`) an update goes on unguarded rather than fail; a writer that died
+// with it (`WAIT_ABANDONED`) left each key whole.
 ProfileUpdate::ProfileUpdate(const WChar* path) noexcept
 {
     constexpr DWORD waitMs = 10000;

@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <atomic>
 
+// The system's slim lock, which any thread may release, with what it does not know beside it: how
+// it is held.
 namespace platform {
 
 namespace {
