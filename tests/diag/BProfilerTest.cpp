@@ -24,10 +24,12 @@ public:
         SetLogfilePath(WString());
     }
 
+    using BProfiler::m_initialized;
     using BProfiler::m_logEntries;
     using BProfiler::m_logfilePath;
     using BProfiler::m_running;
     using BProfiler::m_swatch;
+    using BProfiler::Uninitialize;
 };
 
 // The time of the day before the text that a line ends with.
@@ -83,6 +85,16 @@ TEST(BProfiler, AStartEndsTheRunThatIsOpen)
     EXPECT_TRUE(FileBytes(folder / "day.log").ends_with(Utf16("\tStart\tfirst\r\n", "")));
     ASSERT_EQ(profiler.m_logEntries.Count(), 1u);
     EXPECT_TRUE(IsAtATimeOfDay(profiler.m_logEntries[0], QD_W("\tStart\t100%s")));
+}
+
+TEST(BProfiler, ForgetsWhatItHasWhenItIsUninitialized)
+{
+    const OpenProfiler profiler;
+    BProfiler::Start(QD_W("text"));
+    EXPECT_TRUE(profiler.m_initialized);
+    OpenProfiler::Uninitialize();
+    EXPECT_FALSE(profiler.m_initialized || profiler.m_swatch.IsRunning());
+    EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
 }
 
 TEST(BProfiler, LogsToTheFileOfTheDay)
