@@ -1,10 +1,13 @@
 #include "core/profile/IProfile.h"
 
 #include "core/base/BString.h"
+#include "core/profile/BIniProfile.h"
+
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 #include <utility>
 
@@ -14,75 +17,32 @@
 
 namespace {
 
-// Keeps its texts in memory, by "section/key" as they are written.
-class MemoryStore final : public IProfile {
-public:
-    using IProfile::IProfile;
-
-    [[nodiscard]] std::string Text(const WString& key) const
-    {
-        const auto found = m_texts.find(Name(GetSection(), key));
-        return found != m_texts.end() ? found->second : "none";
-    }
-
+/// The typed readers and writers, on the texts of an INI file's section "s".
+class IProfileTest : public testing::Test {
 protected:
-    bool WriteKeyImpl(const WString& key, const WString& value) const override
+    [[nodiscard]] BIniProfile Open(bool writeMissingKey) const
     {
-        m_texts[Name(GetSection(), key)] = value.AsString();
-        return true;
+        return {m_path, QD_W("s"), writeMissingKey};
     }
-    WString GetString(const WString& key, const WString& defaultValue) override
+    /// The file holds "k" alone; the quotes keep its blanks.
+    void Put(const std::string& text) const
     {
-        const auto found = m_texts.find(Name(GetSection(), key));
-        return found != m_texts.end() ? WString(BString(found->second.c_str())) : defaultValue;
+        WriteFileBytes(m_folder / "p.ini", "[s]\r\nk=\"" + text + "\"\r\n");
     }
-    bool DeleteSectionImpl(const WString& section) const override
+    [[nodiscard]] std::string Text(const WChar* key = QD_W("k")) const
     {
-        return std::erase_if(m_texts, [prefix = Name(section, WString())](const auto& entry) {
-                   return entry.first.starts_with(prefix);
-               }) != 0;
-    }
-    BArray<WString> GetAllKeys() override
-    {
-        BArray<WString> keys;
-        const std::string prefix = Name(GetSection(), WString());
-        for (const auto& [name, text] : m_texts) {
-            if (name.starts_with(prefix))
-                keys.Append(BString(name.c_str() + prefix.size()));
-        }
-        return keys;
+        WString text; // stays empty when there is none
+        Open(false).Read(key, text);
+        return text.AsString().CStr();
     }
 
-private:
-    static std::string Name(const WString& section, const WString& key)
-    {
-        return (section + QD_W("/") + key).AsString().CStr();
-    }
-
-    mutable std::map<std::string, std::string> m_texts;
+    TemporaryFolder m_folder;
+    const WString m_path = m_folder.Path("p.ini");
 };
-
-MemoryStore MakeStore(bool writeMissingKey)
-{
-    MemoryStore store(IProfile::TypeNone, QD_W("C:\\cfg\\main.ini"), writeMissingKey);
-    store.SetSection(QD_W("s"));
-    return store;
-}
-
-// A text as the store has it, "" for none.
-void Put(MemoryStore& store, const char* text)
-{
-    store.Write(QD_W("k"), WString(BString(text)));
-}
-
-std::string Text(const MemoryStore& store)
-{
-    return store.Text(QD_W("k"));
-}
 
 } // namespace
 
-TEST(IProfile, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
+TEST_F(IProfileTest, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
 {
     struct Case {
         const char* text;
@@ -98,15 +58,15 @@ TEST(IProfile, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
     for (const Case& row : cases) {
         SCOPED_TRACE(row.text);
         for (const bool writeMissingKey : {false, true}) {
-            MemoryStore store = MakeStore(writeMissingKey);
-            Put(store, row.text);
+            const BIniProfile store = Open(writeMissingKey);
+            Put(row.text);
             int number = 5;
             EXPECT_EQ(store.Read(QD_W("k"), number, -10, 40), row.isRead);
             EXPECT_EQ(number, row.intValue);
-            EXPECT_EQ(Text(store), writeMissingKey ? row.written : row.text);
+            EXPECT_EQ(Text(), writeMissingKey ? row.written : row.text);
         }
-        MemoryStore store = MakeStore(false);
-        Put(store, row.text);
+        const BIniProfile store = Open(false);
+        Put(row.text);
         const auto readsLikeInt = [&](auto value) {
             EXPECT_EQ(store.Read(QD_W("k"), value, -10, 40), row.isRead);
             EXPECT_EQ(value, static_cast<decltype(value)>(row.otherValue));
@@ -119,13 +79,13 @@ TEST(IProfile, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
         EXPECT_EQ(store.Read(QD_W("k"), wide, -10, 40), row.isRead);
         EXPECT_EQ(wide, static_cast<std::uint32_t>(row.otherValue)); // of 32 bits everywhere
         store.Write(QD_W("k"), 4294967295UL);
-        EXPECT_EQ(Text(store), "-1");
+        EXPECT_EQ(Text(), "-1");
     }
 }
 
-TEST(IProfile, WritesADefaultForAMissingKeyWhenAskedTo)
+TEST_F(IProfileTest, WritesADefaultForAMissingKeyWhenAskedTo)
 {
-    const MemoryStore store = MakeStore(true);
+    const BIniProfile store = Open(true);
     WString empty, text = QD_W("text");
     bool flag = true;
     double number = 0.1234567;
@@ -138,36 +98,36 @@ TEST(IProfile, WritesADefaultForAMissingKeyWhenAskedTo)
     EXPECT_FALSE(store.ReadHex(QD_W("hex"), hex, 8));
     EXPECT_FALSE(store.Read(QD_W("time"), time));
     const std::pair<const WChar*, const char*> written[] = {
-        {QD_W("empty"), "none"},      {QD_W("text"), "text"}, {QD_W("flag"), "TRUE"},
-        {QD_W("number"), "0.123457"}, {QD_W("hex"), "none"},  {QD_W("time"), "none"}};
+        {QD_W("empty"), ""},      {QD_W("text"), "text"}, {QD_W("flag"), "TRUE"},
+        {QD_W("number"), "0.123457"}, {QD_W("hex"), ""},  {QD_W("time"), ""}};
     for (const auto& [key, value] : written)
-        EXPECT_EQ(store.Text(key), value);
+        EXPECT_EQ(Text(key), value);
 
-    const MemoryStore quiet = MakeStore(false);
-    EXPECT_FALSE(quiet.Read(QD_W("text"), text));
-    EXPECT_EQ(quiet.Text(QD_W("text")), "none");
+    const BIniProfile quiet = Open(false);
+    EXPECT_FALSE(quiet.Read(QD_W("quiet"), text));
+    EXPECT_EQ(Text(QD_W("quiet")), "");
 }
 
-TEST(IProfile, ReadsTruthWordsWithoutTrimmingAndKeepsWhatIsNone)
+TEST_F(IProfileTest, ReadsTruthWordsWithoutTrimmingAndKeepsWhatIsNone)
 {
-    MemoryStore store = MakeStore(true);
+    const BIniProfile store = Open(true);
     const std::pair<const char*, bool> words[] = {
         {"TRUE", true}, {"true", true}, {"False", true}, {" true", false}, {"1", false}};
     for (const auto& [word, isRead] : words) {
         SCOPED_TRACE(word);
-        Put(store, word);
+        Put(word);
         bool value = false;
         EXPECT_EQ(store.Read(QD_W("k"), value), isRead);
         EXPECT_EQ(value, isRead && word[0] != 'F');
-        EXPECT_EQ(Text(store), word);
+        EXPECT_EQ(Text(), word);
     }
     store.Write(QD_W("k"), QD_W("a text is no truth value"));
-    EXPECT_EQ(Text(store), "a text is no truth value");
+    EXPECT_EQ(Text(), "a text is no truth value");
 }
 
-TEST(IProfile, KeepsFloatingPointNumbersInSinglePrecisionAndSixDigits)
+TEST_F(IProfileTest, KeepsFloatingPointNumbersInSinglePrecisionAndSixDigits)
 {
-    MemoryStore store = MakeStore(true);
+    const BIniProfile store = Open(true);
     store.Write(QD_W("k"), 0.1234567);
     double value = 2.5;
     EXPECT_TRUE(store.Read(QD_W("k"), value));
@@ -176,15 +136,15 @@ TEST(IProfile, KeepsFloatingPointNumbersInSinglePrecisionAndSixDigits)
         {"1e3 mm", "1e3 mm"}, {"wide", "2.5"}, {"1e", "2.5"}};
     for (const auto& [text, written] : texts) {
         SCOPED_TRACE(text);
-        Put(store, text);
+        Put(text);
         float number = 2.5;
         EXPECT_EQ(store.Read(QD_W("k"), number), std::string(text) == written);
         EXPECT_EQ(number, std::string(text) == written ? 1000.0f : 2.5f);
-        EXPECT_EQ(Text(store), written);
+        EXPECT_EQ(Text(), written);
     }
 }
 
-TEST(IProfile, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
+TEST_F(IProfileTest, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
 {
     struct Case {
         const char* text;
@@ -197,24 +157,24 @@ TEST(IProfile, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
         {"0xzz", 4, 1},          {"12 34", 4, 0x12}, {"12-34", 4, 1},
         {"0x1", 0, 1},           {"0x1", -1, 1},     {"0xFFFFFFFF", 8, 0xFFFFFFFF},
     };
-    MemoryStore store = MakeStore(false);
+    const BIniProfile store = Open(false);
     for (const Case& row : cases) {
         SCOPED_TRACE(row.text);
-        Put(store, row.text);
+        Put(row.text);
         unsigned long value = 1;
         EXPECT_EQ(store.ReadHex(QD_W("k"), value, row.digits), row.value != 1);
         EXPECT_EQ(value, row.value);
     }
     unsigned short value = 1;
-    Put(store, "0x1ABCD");
+    Put("0x1ABCD");
     EXPECT_FALSE(store.ReadHex(QD_W("k"), value));
     EXPECT_EQ(value, 1);
-    Put(store, "0xABCD");
+    Put("0xABCD");
     EXPECT_TRUE(store.ReadHex(QD_W("k"), value));
     EXPECT_EQ(value, 0xABCD);
 }
 
-TEST(IProfile, ResetsATimeStampThatItCannotRead)
+TEST_F(IProfileTest, ResetsATimeStampThatItCannotRead)
 {
     struct Case {
         const char* text;
@@ -231,23 +191,23 @@ TEST(IProfile, ResetsATimeStampThatItCannotRead)
         {"2018-07-04", 6, nullptr},
         {"", 6, nullptr},
     };
-    MemoryStore store = MakeStore(true);
+    const BIniProfile store = Open(true);
     for (const Case& row : cases) {
         SCOPED_TRACE(row.text);
-        Put(store, row.text);
+        Put(row.text);
         SYSTEMTIME time = {};
         EXPECT_EQ(store.Read(QD_W("k"), time), row.writtenAgain != nullptr);
         EXPECT_EQ(time.wDayOfWeek, row.dayOfWeek);
-        EXPECT_EQ(Text(store), row.text);
+        EXPECT_EQ(Text(), row.text);
         store.Write(QD_W("k"), time);
-        EXPECT_EQ(Text(store), row.writtenAgain ? row.writtenAgain : "12/30/1899 00:00:00.000");
+        EXPECT_EQ(Text(), row.writtenAgain ? row.writtenAgain : "12/30/1899 00:00:00.000");
     }
 }
 
-TEST(IProfile, MovesBetweenSections)
+TEST_F(IProfileTest, MovesBetweenSections)
 {
-    MemoryStore store = MakeStore(false);
-    Put(store, "x");
+    Put("x");
+    const BIniProfile store = Open(false);
     BArray<WString> keys;
     EXPECT_TRUE(store.LoadSection(QD_W("s"), &keys));
     EXPECT_EQ(keys.Count(), 1u);
@@ -258,39 +218,36 @@ TEST(IProfile, MovesBetweenSections)
     store.SetSection(QD_W("s"));
     store.SetSection(store.GetSection());
     EXPECT_EQ(store.GetSection(), QD_W("s"));
-    EXPECT_FALSE(store.DeleteSection(QD_W("S"))); // this store tells sections by their case
-    EXPECT_EQ(store.GetSection(), QD_W(""));
-    store.SetSection(QD_W("s"));
+    EXPECT_TRUE(store.DeleteSection(QD_W("other")));
+    EXPECT_EQ(store.GetSection(), QD_W("s"));
     EXPECT_TRUE(store.DeleteSection(store.GetSection()));
+    EXPECT_EQ(store.GetSection(), QD_W(""));
     EXPECT_FALSE(store.LoadSection(QD_W("s"), nullptr));
 }
 
-TEST(IProfile, FindsSubProfilesBesideItself)
+TEST_F(IProfileTest, FindsSubProfilesBesideItself)
 {
-    const std::string longName(300, 'x');
-    const std::string tooLong = "D:\\" + longName;
-    struct Case {
-        const char* value;
-        std::string found;
-    };
-    const Case cases[] = {
-        {"other.ini", "C:\\cfg\\other.ini"},
+    const std::string longName(300, 'x'), tooLong = "D:\\" + longName;
+    const std::string folder = TemporaryFolder::ToWide(m_folder / "").AsString().CStr();
+    const std::pair<std::string, std::string> cases[] = {
+        {"other.ini", folder + "other.ini"},
         {"D:\\x\\other.ini", "D:\\x\\other.ini"},
         {"D:other.ini", "D:other.ini"},
         {"sub/other.ini", "sub/other.ini"},
-        {tooLong.c_str(), "C:\\cfg\\D:\\" + longName},
+        {"D:." + std::string(254, 'x'), "D:." + std::string(254, 'x')},
+        {"D:." + std::string(255, 'x'), folder + "D:." + std::string(255, 'x')},
+        {tooLong, folder + tooLong},
         {"", ""},
     };
-    MemoryStore store = MakeStore(false);
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.value);
-        store.SetSection(QD_W("s"));
-        store.Write(QD_W("also"), 1); // the section is there
-        Put(store, row.value);
+    BIniProfile store = Open(false);
+    for (const auto& [value, found] : cases) {
+        SCOPED_TRACE(value);
+        Put(value);
         store.SetSection(WString());
-        EXPECT_STREQ(store.GetSubProfileEntry(QD_W("s"), QD_W("k")).AsString(), row.found.c_str());
+        EXPECT_EQ(store.GetSubProfileEntry(QD_W("s"), QD_W("k")), WString(BString(found.c_str())));
         EXPECT_EQ(store.GetSection(), QD_W("s"));
     }
     EXPECT_EQ(store.GetSubProfileEntry(QD_W("none"), QD_W("k")), QD_W(""));
-    EXPECT_EQ(MemoryStore(IProfile::TypeNone, QD_W("bare"), false).GetDir(), QD_W("bare"));
+    EXPECT_EQ(BIniProfile(QD_W("C:\\cfg\\main.ini"), WString(), false).GetDir(), QD_W("C:\\cfg\\"));
+    EXPECT_EQ(BIniProfile(QD_W("bare"), WString(), false).GetDir(), QD_W("bare"));
 }
