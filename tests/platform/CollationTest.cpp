@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 using platform::Collate;
@@ -254,23 +252,4 @@ TEST(Collation, TakesNarrowTextsByTheCodePage)
     EXPECT_EQ(FindIgnoringCase("Messpunkt", ""), kNotFound);
     EXPECT_EQ(FindIgnoringCase("xy\xC4", '\xE4'), 2u);
     EXPECT_EQ(FindIgnoringCase("Messpunkt", 'P'), 4u);
-}
-
-TEST(Collation, AnswersManyThreadsAtOnce)
-{
-    std::vector<int> smaller(4);
-    std::vector<std::thread> threads;
-    for (int& count : smaller) {
-        threads.emplace_back([&count] {
-            for (WChar unit = 0x100; unit < 0x500; ++unit) {
-                const WChar text[] = {unit, 0};
-                count += Collate(text, QD_W("я"), ECase::Ignored) < 0;
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_GT(smaller[0], 0x200);
-    EXPECT_TRUE(std::all_of(smaller.begin(), smaller.end(),
-                            [&](int count) { return count == smaller[0]; }));
 }

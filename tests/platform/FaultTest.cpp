@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <csignal>
 #include <cstdint>
 #include <stdexcept>
-#include <thread>
 
 namespace {
 
@@ -79,21 +77,6 @@ TEST(Fault, LetsExceptionsPass)
 {
     EXPECT_THROW((void)platform::RunGuarded(Throw, nullptr), std::runtime_error);
     EXPECT_FALSE(platform::RunGuarded(Read, nullptr));
-}
-
-TEST(Fault, IsCaughtOnItsOwnThread)
-{
-    std::atomic<int> caught = 0;
-    const auto work = [&caught] {
-        for (int i = 0; i < 200; ++i) {
-            if (!platform::RunGuarded(Jump, nullptr)) // two threads that write would be a race
-                ++caught;
-        }
-    };
-    std::thread first(work), second(work);
-    first.join();
-    second.join();
-    EXPECT_EQ(caught, 400);
 }
 
 TEST(FaultDeathTest, OutsideOfAGuardGoesItsWayToTheHandlerOfThatTime)

@@ -31,56 +31,68 @@ protected:
         return pieces;
     }
 
+    // What the file holds once `texts` were written to it.
+    std::string Written(const WChar* mode, const std::vector<WideText>& texts) const
+    {
+        platform::Stream stream = Open(mode);
+        EXPECT_TRUE(stream);
+        for (const WideText& text : texts)
+            EXPECT_TRUE(platform::WriteText(stream.get(), text.c_str()));
+        EXPECT_EQ(std::fclose(stream.release()), 0);
+        return FileBytes(m_file);
+    }
+
     TemporaryFolder m_folder;
     std::filesystem::path m_file = m_folder / "file.txt";
 };
+
+const WChar* const kRead = QD_W("r,ccs=UTF-16LE");
+const WChar* const kReadAny = QD_W("r,ccs=UNICODE");
+const WChar* const kWrite = QD_W("wt,ccs=UTF-16LE");
+const WChar* const kAppend = QD_W("at,ccs=UNICODE");
+const std::string kMark = "\xFF\xFE", kMark8 = "\xEF\xBB\xBF";
 
 } // namespace
 
 TEST_F(FileStream, ReadsUnicodeTextByItsMark)
 {
-    const WChar* const utf16 = QD_W("r,ccs=UTF-16LE");
-    const WChar* const unicode = QD_W("r,ccs=UNICODE");
     struct Case {
-        const char* name;
         const WChar* mode;
         std::string bytes;
         std::vector<WideText> pieces;
     };
     const Case cases[] = {
-        {"mark", utf16, "\xFF\xFEx\0\r\0\n\0y\0"s, {QD_W("x\n"), QD_W("y")}},
-        {"no mark", utf16, "x\0\r\0\n\0y\0"s, {QD_W("x\n"), QD_W("y")}},
-        {"empty", utf16, "", {}},
-        {"mark alone", utf16, "\xFF\xFE", {}},
-        {"one byte", utf16, "x", {}},
-        {"half a mark", utf16, "\xEF\xBB", {QD_W("\xBBEF")}},
-        {"second mark is text", utf16, "\xFF\xFE\xFF\xFEx\0"s, {QD_W("\xFEFFx")}},
-        {"big-endian mark is text", utf16, "\xFE\xFF\0x"s, {QD_W("\xFFFE\x7800")}},
-        {"UTF-8",
-         utf16,
-         "\xEF\xBB\xBF\xC3\xA4\r\n\xE2\x82\xAC\xF0\x9F\x98\x80",
-         {QD_W("\x00E4\n"), QD_W("\x20AC\xD83D\xDE00")}},
-        {"invalid UTF-8", utf16, "\xEF\xBB\xBF\xFFx\xC3y\x80", {QD_W("\xFFFDx\xFFFDy\xFFFD")}},
-        {"cut UTF-8", utf16, "\xEF\xBB\xBFx\xE2\x82", {QD_W("x\xFFFD")}},
-        {"lone returns", utf16, "x\0\r\0y\0\r\0\r\0\n\0\r\0"s, {QD_W("x\ry\r\n"), QD_W("\r")}},
-        {"line feeds alone", utf16, "\n\0\n\0"s, {QD_W("\n"), QD_W("\n")}},
-        {"Ctrl-Z", utf16, "x\0\x1A\0y\0"s, {QD_W("x")}},
-        {"Ctrl-Z after a return", utf16, "x\0\r\0\x1A\0\n\0"s, {QD_W("x\r")}},
-        {"Ctrl-Z as half a unit", utf16, "\x1A\x1A\0\x1A"s, {QD_W("\x1A1A\x1A00")}},
-        {"odd byte", utf16, "x\0y"s, {QD_W("x")}},
-        {"odd line feed", utf16, "x\0\r\0\n"s, {QD_W("x\r")}},
-        {"line ends as halves", utf16, "\r\n\n\r\n\n\n\0"s, {QD_W("\x0A0D\x0D0A\x0A0A\n")}},
-        {"lone surrogate", utf16, "\x3D\xD8\n\0"s, {QD_W("\xD83D\n")}},
-        {"U+FFFF ends a piece", utf16, "x\0\xFF\xFFy\0\n\0"s, {QD_W("x"), QD_W("y\n")}},
-        {"NUL cuts what is seen", utf16, "x\0\0\0y\0\n\0z\0"s, {QD_W("x"), QD_W("z")}},
-        {"UNICODE, mark", unicode, "\xFF\xFEx\0\n\0"s, {QD_W("x\n")}},
-        {"UNICODE, UTF-8", unicode, "\xEF\xBB\xBF\xC3\xA4", {QD_W("\x00E4")}},
-        {"UNICODE, no mark", unicode, "\xE4\x80\r\nx\x1Ay", {QD_W("\x00E4\x0080\n"), QD_W("x")}},
-        {"blanks", QD_W(" rt , ccs = utf-16le "), "\xFF\xFEx\0"s, {QD_W("x")}},
-        {"binary", QD_W("rb"), "\xFF\xFE\r\0\n\0\x1A\0x"s, {QD_W("\xFEFF\r\n"), QD_W("\x001A")}},
+        {kRead, kMark + "x\0\r\0\n\0y\0"s, {QD_W("x\n"), QD_W("y")}},
+        {kRead, "x\0\r\0\n\0y\0"s, {QD_W("x\n"), QD_W("y")}},
+        {kRead, "", {}},
+        {kRead, kMark, {}},
+        {kRead, "x", {}},
+        {kRead, "\xEF\xBB", {QD_W("\xBBEF")}}, // half a mark
+        {kRead, kMark + kMark + "x\0"s, {QD_W("\xFEFFx")}},
+        {kRead, "\xFE\xFF\0x"s, {QD_W("\xFFFE\x7800")}}, // a big-endian mark is text
+        {kRead, kMark8 + "\xC3\xA4\r\n\xE2\x82\xAC", {QD_W("\x00E4\n"), QD_W("\x20AC")}},
+        {kRead, kMark8 + "\xF0\x9F\x98\x80", {QD_W("\xD83D\xDE00")}},
+        {kRead, kMark8 + "\xFFx\xC3y\x80", {QD_W("\xFFFDx\xFFFDy\xFFFD")}},
+        {kRead, kMark8 + "x\xE2\x82", {QD_W("x\xFFFD")}}, // cut
+        {kRead, "x\0\r\0y\0\r\0\r\0\n\0\r\0"s, {QD_W("x\ry\r\n"), QD_W("\r")}},
+        {kRead, "\n\0\n\0"s, {QD_W("\n"), QD_W("\n")}},
+        {kRead, "x\0\x1A\0y\0"s, {QD_W("x")}}, // Ctrl-Z
+        {kRead, "x\0\r\0\x1A\0\n\0"s, {QD_W("x\r")}},
+        {kRead, "\x1A\x1A\0\x1A"s, {QD_W("\x1A1A\x1A00")}},
+        {kRead, "x\0y"s, {QD_W("x")}}, // an odd byte
+        {kRead, "x\0\r\0\n"s, {QD_W("x\r")}},
+        {kRead, "\r\n\n\r\n\n\n\0"s, {QD_W("\x0A0D\x0D0A\x0A0A\n")}},
+        {kRead, "\x3D\xD8\n\0"s, {QD_W("\xD83D\n")}}, // a lone surrogate
+        {kRead, "x\0\xFF\xFFy\0\n\0"s, {QD_W("x"), QD_W("y\n")}},
+        {kRead, "x\0\0\0y\0\n\0z\0"s, {QD_W("x"), QD_W("z")}}, // a NUL cuts what is seen
+        {kReadAny, kMark + "x\0\n\0"s, {QD_W("x\n")}},
+        {kReadAny, kMark8 + "\xC3\xA4", {QD_W("\x00E4")}},
+        {kReadAny, "\xE4\x80\r\nx\x1Ay", {QD_W("\x00E4\x0080\n"), QD_W("x")}},
+        {QD_W(" rt , ccs = utf-16le "), kMark + "x\0"s, {QD_W("x")}},
+        {QD_W("rb"), kMark + "\r\0\n\0\x1A\0x"s, {QD_W("\xFEFF\r\n"), QD_W("\x001A")}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(&c - cases);
         WriteFileBytes(m_file, c.bytes);
         const platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
@@ -119,60 +131,38 @@ TEST_F(FileStream, TellsTheEndAsTheLastLineIsRead)
 
 TEST_F(FileStream, WritesUnicodeTextInTheEncodingOfTheFile)
 {
-    const WChar* const write = QD_W("wt,ccs=UTF-16LE");
-    const WChar* const create = QD_W("wt,ccs=UNICODE");
-    const WChar* const append = QD_W("at,ccs=UNICODE");
-    const auto none = std::optional<std::string>();
     struct Case {
-        const char* name;
         const WChar* mode;
-        std::optional<std::string> before;
+        const char* before; // null: no file
         std::vector<WideText> texts;
         std::string after;
     };
     const Case cases[] = {
-        {"mark alone", write, none, {}, "\xFF\xFE"},
-        {"empty text", create, none, {QD_W("")}, "\xFF\xFE"},
-        {"line ends",
-         write,
-         none,
-         {QD_W("x\r\n"), QD_W("\n\x0A0D")},
-         "\xFF\xFEx\0\r\0\r\0\n\0\r\0\n\0\r\n"s},
-        {"surrogates", create, none, {QD_W("\xD83D\xDE00\xDE00")}, "\xFF\xFE\x3D\xD8\0\xDE\0\xDE"s},
-        {"what was there goes", write, "\xEF\xBB\xBFold", {QD_W("x")}, "\xFF\xFEx\0"s},
-        {"append, new", append, none, {QD_W("x\n")}, "\xFF\xFEx\0\r\0\n\0"s},
-        {"append, empty", append, "", {QD_W("x")}, "\xFF\xFEx\0"s},
-        {"append, mark alone", append, "\xFF\xFE", {QD_W("x")}, "\xFF\xFEx\0"s},
-        {"append, UTF-16", append, "\xFF\xFEo\0"s, {QD_W("x\n")}, "\xFF\xFEo\0x\0\r\0\n\0"s},
-        {"append behind Ctrl-Z", append, "\xFF\xFE\x1A\0"s, {QD_W("x")}, "\xFF\xFE\x1A\0x\0"s},
-        {"append behind an odd byte", append, "\xFF\xFEo", {QD_W("x")}, "\xFF\xFEox\0"s},
-        {"append, UTF-8",
-         append,
-         "\xEF\xBB\xBF",
-         {QD_W("\x00E4\n\x20AC\xD83D"), QD_W("\xDE00")},
-         "\xEF\xBB\xBF\xC3\xA4\r\n\xE2\x82\xAC\xF0\x9F\x98\x80"},
-        {"append, lone surrogates",
-         append,
-         "\xEF\xBB\xBF",
-         {QD_W("\xD83Dx\xDE00")},
-         "\xEF\xBB\xBF\xEF\xBF\xBDx\xEF\xBF\xBD"},
-        {"append, 8-bit", append, "old", {QD_W("x\x00E4\n")}, "oldx\xE4\r\n"},
-        {"append, big-endian mark", append, "\xFE\xFF\0o"s, {QD_W("x")}, "\xFE\xFF\0ox"s},
-        {"append, UTF-16 asked for", QD_W("a,ccs=UTF-16LE"), "old", {QD_W("x")}, "oldx\0"s},
-        {"binary", QD_W("wb"), none, {QD_W("x\n\r\n")}, "x\0\n\0\r\0\n\0"s},
-        {"binary, appended", QD_W("ab"), "old", {QD_W("x")}, "oldx\0"s},
+        {kWrite, nullptr, {}, kMark},
+        {QD_W("wt,ccs=UNICODE"), nullptr, {QD_W("")}, kMark},
+        {kWrite, nullptr, {QD_W("x\r\n")}, kMark + "x\0\r\0\r\0\n\0"s},
+        {kWrite, nullptr, {QD_W("\n\x0A0D")}, kMark + "\r\0\n\0\r\n"s},
+        {kWrite, "", {QD_W("\xD83D\xDE00\xDE00")}, kMark + "\x3D\xD8\0\xDE\0\xDE"s},
+        {kWrite, "\xEF\xBB\xBFold", {QD_W("x")}, kMark + "x\0"s}, // what was there goes
+        {kAppend, nullptr, {QD_W("x\n")}, kMark + "x\0\r\0\n\0"s},
+        {kAppend, "", {QD_W("x")}, kMark + "x\0"s},
+        {kAppend, "\xFF\xFE", {QD_W("x")}, kMark + "x\0"s},
+        {kAppend, "\xFF\xFE\x1A", {QD_W("x\n")}, kMark + "\x1Ax\0\r\0\n\0"s}, // and an odd byte
+        {kAppend, "\xEF\xBB\xBF", {QD_W("\x00E4\n\x20AC")}, kMark8 + "\xC3\xA4\r\n\xE2\x82\xAC"},
+        {kAppend, "\xEF\xBB\xBF", {QD_W("\xD83D"), QD_W("\xDE00")}, kMark8 + "\xF0\x9F\x98\x80"},
+        {kAppend, "\xEF\xBB\xBF", {QD_W("\xD83Dx\xDE00")}, kMark8 + "\xEF\xBF\xBDx\xEF\xBF\xBD"},
+        {kAppend, "old", {QD_W("x\x00E4\n")}, "oldx\xE4\r\n"},
+        {kAppend, "\xFE\xFF?o", {QD_W("x")}, "\xFE\xFF?ox"}, // a big-endian mark is text
+        {QD_W("a,ccs=UTF-16LE"), "old", {QD_W("x")}, "oldx\0"s},
+        {QD_W("wb"), nullptr, {QD_W("x\n\r\n")}, "x\0\n\0\r\0\n\0"s},
+        {QD_W("ab"), "old", {QD_W("x")}, "oldx\0"s},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(&c - cases);
         std::filesystem::remove(m_file);
-        if (c.before)
-            WriteFileBytes(m_file, *c.before);
-        platform::Stream stream = Open(c.mode);
-        ASSERT_TRUE(stream);
-        for (const WideText& text : c.texts)
-            EXPECT_TRUE(platform::WriteText(stream.get(), text.c_str()));
-        EXPECT_EQ(std::fclose(stream.release()), 0);
-        EXPECT_EQ(FileBytes(m_file), c.after);
+        if (c.before != nullptr)
+            WriteFileBytes(m_file, c.before);
+        EXPECT_EQ(Written(c.mode, c.texts), c.after);
     }
 }
 
@@ -185,8 +175,8 @@ TEST_F(FileStream, LeavesOutWhatStandsBehindAUnitThatCannotBeWritten)
         std::string after;
     };
     const Case cases[] = {
-        {QD_W("at,ccs=UNICODE"), "old", QD_W("y\x20ACz\n"), "oldxyx"},
-        {QD_W("wt,ccs=UTF-16LE"), "", QD_W("y\xFFFFz\n"), "\xFF\xFEx\0y\0\xFF\xFFx\0"s},
+        {kAppend, "old", QD_W("y\x20ACz\n"), "oldxyx"},
+        {kWrite, "", QD_W("y\xFFFFz\n"), "\xFF\xFEx\0y\0\xFF\xFFx\0"s},
     };
     for (const Case& c : cases) {
         WriteFileBytes(m_file, c.before);
@@ -202,27 +192,32 @@ TEST_F(FileStream, LeavesOutWhatStandsBehindAUnitThatCannotBeWritten)
 
 TEST_F(FileStream, KeepsLongTextsWhole)
 {
-    struct Case {
-        const WChar* mode;
-        const char* before;
-    };
     // Longer than every buffer on the way, its line ends and longer characters across their
     // borders.
     WideText text;
     for (std::size_t line = 0; line < 9000; ++line)
-        text += WideText(line % 5, QD_W('x')) + QD_W("\x20AC\x00E4\n");
-    for (const Case& c :
-         {Case{QD_W("wt,ccs=UTF-16LE"), ""}, Case{QD_W("at,ccs=UNICODE"), "\xEF\xBB\xBF"}}) {
-        WriteFileBytes(m_file, c.before);
-        platform::Stream stream = Open(c.mode);
-        ASSERT_TRUE(stream);
-        ASSERT_TRUE(platform::WriteText(stream.get(), text.c_str()));
-        stream = Open(QD_W("r,ccs=UTF-16LE"));
+        text += WideText(line % 5, QD_W('x')) + QD_W("\x20AC\x00E4\xD83D\xDE00\n");
+    for (const std::string& mark : {kMark, kMark8}) {
+        WriteFileBytes(m_file, mark);
+        const std::string bytes = Written(kAppend, {text});
+        EXPECT_GE(bytes.size(), text.size());
+        const platform::Stream stream = Open(kRead);
         ASSERT_TRUE(stream);
         WideText all;
         for (const WideText& piece : Pieces(stream.get()))
             all += piece;
         EXPECT_TRUE(all == text);
+    }
+}
+
+TEST_F(FileStream, BuffersWhatIsWritten)
+{
+    for (const WChar* mode : {QD_W("wb"), kWrite}) {
+        const platform::Stream stream = Open(mode);
+        ASSERT_TRUE(stream);
+        const std::string before = FileBytes(m_file);
+        EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("x\n")));
+        EXPECT_EQ(FileBytes(m_file), before);
     }
 }
 
@@ -260,12 +255,11 @@ TEST_F(FileStream, RewindsToTheMark)
 
 TEST_F(FileStream, ReadsAndWritesOneText)
 {
-    const auto line = [](std::FILE* stream) {
-        char buffer[64] = {};
+    char buffer[64] = {};
+    const auto line = [&](std::FILE* stream) {
         return std::string(std::fgets(buffer, sizeof buffer, stream) != nullptr ? buffer : "");
     };
-    const auto rest = [](std::FILE* stream) {
-        char buffer[64];
+    const auto rest = [&](std::FILE* stream) {
         return std::string(buffer, std::fread(buffer, 1, sizeof buffer, stream));
     };
     WriteFileBytes(m_file, "one\r\ntwo\r\nthree\r\n");
@@ -279,22 +273,16 @@ TEST_F(FileStream, ReadsAndWritesOneText)
     EXPECT_EQ(line(stream.get()), "three\n");
     std::fseek(stream.get(), 5, SEEK_SET);
     EXPECT_EQ(rest(stream.get()), "TWO\nthree\n");
-    stream = Open(QD_W("w+t"));
-    ASSERT_TRUE(stream);
-    std::fputs("a\nb\n", stream.get());
-    std::rewind(stream.get());
-    EXPECT_EQ(rest(stream.get()), "a\nb\n");
+    for (const auto& [mode, all] :
+         {std::pair{QD_W("w+t"), "a\nb\n"}, {QD_W("a+"), "a\nb\na\nb\n"}}) {
+        stream = Open(mode);
+        ASSERT_TRUE(stream);
+        std::fputs("a\nb\n", stream.get());
+        std::rewind(stream.get());
+        EXPECT_EQ(rest(stream.get()), all);
+    }
     stream.reset();
-    EXPECT_EQ(FileBytes(m_file), "a\r\nb\r\n");
-
-    WriteFileBytes(m_file, "x\r\n");
-    stream = Open(QD_W("a+"));
-    ASSERT_TRUE(stream);
-    std::fputs("y\n", stream.get());
-    std::rewind(stream.get());
-    EXPECT_EQ(rest(stream.get()), "x\ny\n");
-    stream.reset();
-    EXPECT_EQ(FileBytes(m_file), "x\r\ny\r\n");
+    EXPECT_EQ(FileBytes(m_file), "a\r\nb\r\na\r\nb\r\n");
 
     stream = Open(QD_W("w+,ccs=UTF-16LE"));
     ASSERT_TRUE(stream);

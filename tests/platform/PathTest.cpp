@@ -11,96 +11,83 @@ namespace {
 using Text = std::basic_string<WChar>;
 using platform::EPathStyle;
 
+Text Widened(const std::string& text)
+{
+    return {text.begin(), text.end()};
+}
+
 } // namespace
 
 TEST(PathRules, TakeEachStyleApart)
 {
     struct Case {
-        Text path;
+        std::string path;
         EPathStyle style;
-        Text name, extension, folder;
+        std::string name, extension, folder;
     };
     constexpr EPathStyle shell = EPathStyle::Shell, posix = EPathStyle::Posix;
+    // clang-format off
     const Case cases[] = {
-        {QD_W(""), shell, QD_W(""), QD_W(""), QD_W("")},
-        {QD_W("c:\\d\\a.b.doc"), shell, QD_W("a.b.doc"), QD_W(".doc"), QD_W("c:\\d")},
-        {QD_W("c:\\d.e\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:\\d.e")},
-        {QD_W("a.b c"), shell, QD_W("a.b c"), QD_W(""), QD_W("")}, // a blank ends no extension
-        {QD_W("a."), shell, QD_W("a."), QD_W("."), QD_W("")},
-        {QD_W("d\\a\\"), shell, QD_W("a\\"), QD_W(""), QD_W("d\\a")},
-        {QD_W("c:\\"), shell, QD_W("c:\\"), QD_W(""), QD_W("c:\\")}, // nothing but a root
-        {QD_W("\\a"), shell, QD_W("a"), QD_W(""), QD_W("\\")},
-        {QD_W("c:a"), shell, QD_W("a"), QD_W(""), QD_W("c:")},
-        {QD_W("1:a"), shell, QD_W("a"), QD_W(""), QD_W("")},
-        {QD_W("c:\\\\d"), shell, QD_W("d"), QD_W(""), QD_W("c:\\")},
-        {QD_W("c:\\d\\\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:\\d")}, // both go
-        {QD_W("c:\\d\\a\\\\"), shell, QD_W("a\\\\"), QD_W(""), QD_W("c:\\d\\a")},
-        {QD_W("c:\\d\\\\\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:\\d\\")},
-        {QD_W("c:/d\\a"), shell, QD_W("a"), QD_W(""), QD_W("c:/d")},
-        {QD_W("\\\\?\\c:\\"), shell, QD_W("c:\\"), QD_W(""), QD_W("\\\\?\\c:\\")},
-        {QD_W("\\\\?\\c:\\a"), shell, QD_W("a"), QD_W(""), QD_W("\\\\?\\c:\\")},
-        {QD_W("\\\\?\\Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\"), shell,
-         QD_W("Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\"), QD_W(""),
-         QD_W("\\\\?\\Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\")},
-        {QD_W("\\\\?\\Volume{01234567}\\"), shell, QD_W("Volume{01234567}\\"), QD_W(""),
-         QD_W("\\\\?\\Volume{01234567}")},
-        {QD_W("\\\\s\\h"), shell, QD_W("h"), QD_W(""), QD_W("\\\\s")},
-        {QD_W("\\\\s"), shell, QD_W("s"), QD_W(""), QD_W("\\\\")},
-        {QD_W("/d//a"), posix, QD_W("a"), QD_W(""), QD_W("/d")},
-        {QD_W("d/a.b/c"), shell, QD_W("c"), QD_W(".b/c"), QD_W("")}, // "/" is half a separator
-        {QD_W("d/a.b/c"), posix, QD_W("c"), QD_W(""), QD_W("d/a.b")},
-        {QD_W("/d/a.b\\c.e"), posix, QD_W("c.e"), QD_W(".e"), QD_W("/d/a.b")},
-        {QD_W("/a"), posix, QD_W("a"), QD_W(""), QD_W("/")},
-        {QD_W("c:/a"), posix, QD_W("a"), QD_W(""), QD_W("c:/")},
-        {QD_W("/d/at 12:30.log"), posix, QD_W("at 12:30.log"), QD_W(".log"), QD_W("/d")},
+        {"", shell, "", "", ""}, {"c:\\d\\a.b.doc", shell, "a.b.doc", ".doc", "c:\\d"},
+        {"c:\\d.e\\a", shell, "a", "", "c:\\d.e"}, {"a.b c", shell, "a.b c", "", ""},
+        {"a.", shell, "a.", ".", ""}, {"d\\a\\", shell, "a\\", "", "d\\a"},
+        {"c:\\", shell, "c:\\", "", "c:\\"}, {"\\a", shell, "a", "", "\\"},
+        {"c:a", shell, "a", "", "c:"}, {"1:a", shell, "a", "", ""},
+        {"c:\\\\d", shell, "d", "", "c:\\"}, {"c:\\d\\\\a", shell, "a", "", "c:\\d"},
+        {"c:\\d\\a\\\\", shell, "a\\\\", "", "c:\\d\\a"},
+        {"c:\\d\\\\\\a", shell, "a", "", "c:\\d\\"}, {"c:/d\\a", shell, "a", "", "c:/d"},
+        {"\\\\?\\c:\\", shell, "c:\\", "", "\\\\?\\c:\\"},
+        {"\\\\?\\c:\\a", shell, "a", "", "\\\\?\\c:\\"}, {"\\\\s\\h", shell, "h", "", "\\\\s"},
+        {"\\\\s", shell, "s", "", "\\\\"},
+        {"/d//a", posix, "a", "", "/d"},
+        {"d/a.b/c", shell, "c", ".b/c", ""}, {"d/a.b/c", posix, "c", "", "d/a.b"},
+        {"/d/a.b\\c.e", posix, "c.e", ".e", "/d/a.b"}, {"/a", posix, "a", "", "/"},
+        {"c:/a", posix, "a", "", "c:/"}, {"/d/at 12:30.log", posix, "at 12:30.log", ".log", "/d"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.path));
-        EXPECT_EQ(c.path.substr(platform::FindFileName(c.path, c.style)), c.name);
-        EXPECT_EQ(c.path.substr(platform::FindExtension(c.path, c.style)), c.extension);
-        EXPECT_EQ(c.path.substr(0, platform::FindFileSpec(c.path, c.style)), c.folder);
-    }
+    // clang-format on
+    const auto check = [](const Case& c) {
+        SCOPED_TRACE(c.path);
+        const Text path = Widened(c.path);
+        EXPECT_EQ(c.path.substr(platform::FindFileName(path, c.style)), c.name);
+        EXPECT_EQ(c.path.substr(platform::FindExtension(path, c.style)), c.extension);
+        EXPECT_EQ(c.path.substr(0, platform::FindFileSpec(path, c.style)), c.folder);
+    };
+    for (const Case& c : cases)
+        check(c);
+    const std::string volume = "Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\";
+    check({"\\\\?\\" + volume, shell, volume, "", "\\\\?\\" + volume});
+    check(
+        {"\\\\?\\Volume{01234567}\\", shell, "Volume{01234567}\\", "", "\\\\?\\Volume{01234567}"});
 }
 
 TEST(PathRules, CombineAndResolveDots)
 {
     struct Case {
-        Text folder, path, combined;
+        std::string folder, path, combined;
         bool isShellSure = true; // whether the shell is known to answer alike everywhere
     };
+    // clang-format off
     const Case cases[] = {
-        {QD_W("C:\\a"), QD_W("b"), QD_W("C:\\a\\b")},
-        {QD_W("C:\\a\\"), QD_W("b\\"), QD_W("C:\\a\\b\\")},
-        {QD_W("C:"), QD_W("b"), QD_W("C:\\b")},
-        {QD_W("C:\\a\\b"), QD_W("..\\c"), QD_W("C:\\a\\c")},
-        {QD_W("C:\\a"), QD_W("..\\..\\b"), QD_W("C:\\b")}, // not beyond the root
-        {QD_W("C:\\a"), QD_W(".."), QD_W("C:\\")},
-        {QD_W("C:\\a"), QD_W("b\\.\\c..d"), QD_W("C:\\a\\b\\c..d")},
-        {QD_W("C:\\a"), QD_W("\\b"), QD_W("C:\\b")},
-        {QD_W("C:\\a"), QD_W("D:\\b"), QD_W("D:\\b")},
-        {QD_W("C:\\a"), QD_W("\\\\s\\h"), QD_W("\\\\s\\h")},
-        {QD_W(""), QD_W("b"), QD_W("b")},
-        {QD_W("a\\"), QD_W(""), QD_W("a\\")},
-        {QD_W(""), QD_W(""), QD_W("\\"), false},
-        {QD_W("a"), QD_W(".."), QD_W("\\"), false},
-        {QD_W("C:\\a"), QD_W("."), QD_W("C:\\a"), false},
-        {QD_W("C:\\a"), QD_W("..b\\..."), QD_W("C:\\a\\..b\\..."), false},
-        {QD_W("C:\\a"), QD_W("b\\..\\"), QD_W("C:\\a\\")},
-        {QD_W("C:\\a"), QD_W("\\..\\b"), QD_W("C:\\b")},
-        {QD_W("\\\\s\\h"), QD_W(".."), QD_W("\\\\s")}, // out of a share, not of a server
-        {QD_W("\\\\s\\h\\a"), QD_W("..\\..\\..\\b"), QD_W("\\\\s\\b")},
-        {QD_W("\\\\s\\h\\a"), QD_W("\\b"), QD_W("\\\\s\\h\\b")},
-        {QD_W("\\\\?\\C:\\a"), QD_W("..\\..\\b"), QD_W("\\\\?\\C:\\b"), false},
-        {QD_W("..\\a"), QD_W("b"), QD_W("..\\a\\b")},
-        {QD_W("."), QD_W("..\\..\\b"), QD_W("..\\..\\b"), false},
-        {QD_W("a\\b"), QD_W("\\c"), QD_W("c")},
+        {"C:\\a", "b", "C:\\a\\b"}, {"C:\\a\\", "b\\", "C:\\a\\b\\"}, {"C:", "b", "C:\\b"},
+        {"C:\\a\\b", "..\\c", "C:\\a\\c"}, {"C:\\a", "..\\..\\b", "C:\\b"}, {"C:\\a", "..", "C:\\"},
+        {"C:\\a", "b\\.\\c..d", "C:\\a\\b\\c..d"}, {"C:\\a", "\\b", "C:\\b"},
+        {"C:\\a", "D:\\b", "D:\\b"}, {"C:\\a", "\\\\s\\h", "\\\\s\\h"}, {"", "b", "b"},
+        {"a\\", "", "a\\"}, {"", "", "\\", false}, {"a", "..", "\\", false},
+        {"C:\\a", ".", "C:\\a", false}, {"C:\\a", "..b\\...", "C:\\a\\..b\\...", false},
+        {"C:\\a", "b\\..\\", "C:\\a\\"}, {"C:\\a", "\\..\\b", "C:\\b"}, {"\\\\s\\h", "..", "\\\\s"},
+        {"\\\\s\\h\\a", "..\\..\\..\\b", "\\\\s\\b"}, {"\\\\s\\h\\a", "\\b", "\\\\s\\h\\b"},
+        {"\\\\?\\C:\\a", "..\\..\\b", "\\\\?\\C:\\b", false}, {"..\\a", "b", "..\\a\\b"},
+        {".", "..\\..\\b", "..\\..\\b", false}, {"a\\b", "\\c", "c"},
     };
+    // clang-format on
     for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.folder) + " + " + testing::PrintToString(c.path));
-        EXPECT_EQ(platform::CombinePaths(c.folder, c.path, EPathStyle::Shell), c.combined);
-        EXPECT_EQ(platform::CombinePaths(c.folder, c.path, EPathStyle::Posix), c.combined);
+        SCOPED_TRACE(c.folder + " + " + c.path);
+        const Text folder = Widened(c.folder), path = Widened(c.path);
+        const Text combined = Widened(c.combined);
+        EXPECT_EQ(platform::CombinePaths(folder, path, EPathStyle::Shell), combined);
+        EXPECT_EQ(platform::CombinePaths(folder, path, EPathStyle::Posix), combined);
         if (c.isShellSure) {
-            EXPECT_EQ(platform::CombinePaths(c.folder.c_str(), c.path.c_str()), c.combined);
+            EXPECT_EQ(platform::CombinePaths(folder.c_str(), path.c_str()), combined);
         }
     }
     constexpr EPathStyle posix = EPathStyle::Posix;

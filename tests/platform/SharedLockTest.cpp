@@ -7,7 +7,6 @@
 #include <atomic>
 #include <functional>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -54,32 +53,6 @@ TEST(SharedLock, IsHeldByOneOrSharedByMany)
         if (exclusive)
             lock.UnlockExclusive();
     }
-}
-
-TEST(SharedLock, WakesAllWhoWait)
-{
-    constexpr int kRounds = 50'000;
-    SharedLock lock;
-    int value = 0;
-    std::atomic<int> torn = 0;
-    const auto work = [&] {
-        for (int i = 0; i < kRounds; ++i) {
-            lock.LockExclusive();
-            ++value;
-            ++value;
-            lock.UnlockExclusive();
-            lock.LockShared();
-            torn += value % 2;
-            lock.UnlockShared();
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back(work);
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(torn, 0);
-    EXPECT_EQ(value, 4 * 2 * kRounds);
 }
 
 TEST(Event, StaysAsItWasPutForAllItsCopies)

@@ -1,11 +1,12 @@
 #include "core/platform/Fault.h"
 
+#include "tests/Process.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdint>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -95,18 +96,10 @@ TEST(FaultOnLinux, AForkBesideGuardedCallsLeavesTheChildItsOwnGuard)
         while (!isDone)
             (void)platform::RunGuarded(DoNothing, nullptr);
     });
-    int good = 0;
-    for (int i = 0; i < 20 && good == i; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0)
-            ::_exit(IsGuardOwn(before) ? 0 : 1);
-        int status = -1;
-        if (::waitpid(child, &status, 0) == child && status == 0)
-            ++good;
-    }
+    for (int i = 0; i < 20; ++i)
+        EXPECT_TRUE(Held(StartProcess([&before] { return IsGuardOwn(before); })));
     isDone = true;
     other.join();
-    EXPECT_EQ(good, 20);
 }
 
 TEST(FaultOnLinux, AForkInsideAGuardedCallLeavesTheChildInsideOfIt)
@@ -124,7 +117,5 @@ TEST(FaultOnLinux, AForkInsideAGuardedCallLeavesTheChildInsideOfIt)
     const bool isWhole = platform::RunGuarded(forkAndWrite, &child);
     if (child == 0)
         ::_exit(!isWhole && IsGuardOwn(before) ? 0 : 1);
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(Held(child));
 }
