@@ -98,8 +98,8 @@ TEST_F(IProfileTest, WritesADefaultForAMissingKeyWhenAskedTo)
     EXPECT_FALSE(store.ReadHex(QD_W("hex"), hex, 8));
     EXPECT_FALSE(store.Read(QD_W("time"), time));
     const std::pair<const WChar*, const char*> written[] = {
-        {QD_W("empty"), ""},      {QD_W("text"), "text"}, {QD_W("flag"), "TRUE"},
-        {QD_W("number"), "0.123457"}, {QD_W("hex"), ""},  {QD_W("time"), ""}};
+        {QD_W("empty"), ""},          {QD_W("text"), "text"}, {QD_W("flag"), "TRUE"},
+        {QD_W("number"), "0.123457"}, {QD_W("hex"), ""},      {QD_W("time"), ""}};
     for (const auto& [key, value] : written)
         EXPECT_EQ(Text(key), value);
 
