@@ -1,36 +1,23 @@
 #include "core/base/BString.h"
 
+#include "core/base/text/Units.h"
 #include "core/platform/CodePage.h"
-
-#include <string_view>
-
-namespace {
-
-using String = BString;
-using Char = char;
-using Single = int;
-
-constexpr std::size_t kPrintfRoom = 16385;
-constexpr bool kFailedPrintfEmpties = false;
+#include "core/platform/ScanText.h"
 
 // Not where the code page has characters of several bytes.
-bool CharactersStandAlone(std::string_view text) noexcept
+bool BTextTraits<BString>::CanCutAnywhere(std::string_view text) noexcept
 {
     return platform::AnsiToWide(text.data(), text.size(), nullptr, 0) == text.size();
 }
 
-bool ReadChunk(std::FILE* stream, char* buffer, int room) noexcept
+bool BTextTraits<BString>::ReadChunk(std::FILE* stream, char* buffer, int room) noexcept
 {
     return std::fgets(buffer, room, stream) != nullptr;
 }
 
-} // namespace
-
-#include "core/base/StringMembers.inl"
-
 BString::BString(const char* text)
 {
-    m_text.Assign(Measured(text));
+    m_text.Assign(NText::Measured(text));
 }
 
 BString::BString(const WChar* text)
@@ -48,7 +35,30 @@ BString::BString(const WChar* text)
     m_text = Text();
 }
 
+BString& BString::operator=(const char* text)
+{
+    m_text.Assign(NText::Measured(text));
+    return *this;
+}
+
 bool BString::Convert(int& value) const noexcept
 {
     return platform::ScanInt(CStr(), value) || platform::ScanHex(CStr(), value);
+}
+
+BString operator+(const BString& a, const BString& b)
+{
+    return a + b.CStr();
+}
+
+BString operator+(const BString& a, const char* b)
+{
+    BString sum(a);
+    return sum.TryAppend(b) ? sum : BString();
+}
+
+BString operator+(const char* a, const BString& b)
+{
+    BString sum(b);
+    return sum.TryPrepend(a) ? sum : BString();
 }

@@ -1,39 +1,30 @@
 #include "core/base/WString.h"
 
 #include "core/base/BString.h"
+#include "core/base/text/Units.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/FileStream.h"
+#include "core/platform/ScanText.h"
 
+#include <algorithm>
+#include <limits>
 #include <span>
-#include <string_view>
-
-namespace {
-
-using String = WString;
-using Char = WChar;
-using Single = WChar;
-
-constexpr std::size_t kPrintfRoom = 4097;
-constexpr bool kFailedPrintfEmpties = true;
+#include <utility>
 
 // What is compared without regard to case are units, halves of surrogate pairs included.
-bool CharactersStandAlone(std::basic_string_view<WChar>) noexcept
+bool BTextTraits<WString>::CanCutAnywhere(std::basic_string_view<WChar>) noexcept
 {
     return true;
 }
 
-bool ReadChunk(std::FILE* stream, WChar* buffer, int room) noexcept
+bool BTextTraits<WString>::ReadChunk(std::FILE* stream, WChar* buffer, int room) noexcept
 {
     return platform::ReadText(stream, buffer, room);
 }
 
-} // namespace
-
-#include "core/base/StringMembers.inl"
-
 WString::WString(const WChar* text)
 {
-    m_text.Assign(Measured(text));
+    m_text.Assign(NText::Measured(text));
 }
 
 WString::WString(const BString& text)
@@ -45,12 +36,18 @@ WString::WString(const BString& text)
     m_text.Writable()[length] = 0;
 }
 
+WString& WString::operator=(const WChar* text)
+{
+    m_text.Assign(NText::Measured(text));
+    return *this;
+}
+
 void WString::ReplaceAt(const WChar* text, std::size_t position, std::size_t count)
 {
-    const View own = Measured(CStr());
+    const View own = Own();
     if (position > own.size())
         return;
-    const View added = Measured(text);
+    const View added = NText::Measured(text);
     const View rest = own.substr(position + std::min(count, own.size() - position));
     m_text.Assemble(position + added.size() + rest.size() + 1,
                     {own.substr(0, position), added, rest});
@@ -63,7 +60,7 @@ int WString::ICmpForQSort(const void* a, const void* b) noexcept
 
 bool WString::Includes16bitChars() const noexcept
 {
-    return !All(CStr(), [](WChar unit) { return unit < 256; });
+    return !NText::All(CStr(), [](WChar unit) { return unit < 256; });
 }
 
 bool WString::Convert(int& value) const noexcept
@@ -105,7 +102,7 @@ void WString::EncodeMemory(const void* data, std::size_t size)
 
 bool WString::DecodeMemory(void* out, std::size_t size) const noexcept
 {
-    const View own = Measured(CStr());
+    const View own = Own();
     if (own.size() % 2 != 0 || own.size() / 2 != size)
         return false;
     const auto bad = [](WChar unit) { return unit < '0' || unit > '?'; };
@@ -127,4 +124,21 @@ char WString::AsChar(WChar unit) noexcept
 {
     char bytes[8];
     return platform::WideToAnsi(&unit, 1, bytes, sizeof bytes) == 1 ? bytes[0] : '?';
+}
+
+WString operator+(const WString& a, const WString& b)
+{
+    return a + b.CStr();
+}
+
+WString operator+(const WString& a, const WChar* b)
+{
+    WString sum(a);
+    return sum.TryAppend(b) ? sum : WString();
+}
+
+WString operator+(const WChar* a, const WString& b)
+{
+    WString sum(b);
+    return sum.TryPrepend(a) ? sum : WString();
 }

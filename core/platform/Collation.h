@@ -28,11 +28,9 @@ enum class ECase { Matters, Ignored };
 /// `std::bad_alloc`, alone of these functions.
 void AppendCollationKey(const WChar* text, std::size_t length, ECase letterCase, std::string& key);
 
-/// Where nothing was found.
-inline constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
-
 /// The first position in `text` at which `part` stands without regard to case, as `StrStrIW` tells:
-/// linguistic, over as many units as `part` has. An empty part is never found.
+/// linguistic, over as many units as `part` has; `kNotFound` when there is none. An empty part is
+/// never found.
 [[nodiscard]] std::size_t FindIgnoringCase(const WChar* text, const WChar* part) noexcept;
 [[nodiscard]] std::size_t FindIgnoringCase(const char* text, const char* part) noexcept;
 

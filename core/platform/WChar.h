@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 /// `WChar` is the code unit of every wide text: UTF-16 on each platform, and exactly the platform's
 /// `wchar_t` on Windows. `QD_W("text")` is a wide literal of it.
 #if defined(_WIN32)
@@ -11,3 +13,10 @@ using WChar = char16_t;
 #endif
 
 static_assert(sizeof(WChar) == 2, "wide texts are UTF-16");
+
+namespace platform {
+
+/// The position that says "not found"; the standard library's texts have the same.
+inline constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
+
+} // namespace platform

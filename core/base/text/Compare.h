@@ -1,0 +1,49 @@
+#pragma once
+
+#include "core/base/BText.h"
+#include "core/base/text/Units.h"
+#include "core/platform/Collation.h"
+
+// Order and equality, which are the platform's collation.
+
+template <class String>
+int BText<String>::Cmp(const String& other) const noexcept
+{
+    return platform::Collate(CStr(), other.CStr(), platform::ECase::Matters);
+}
+
+template <class String>
+int BText<String>::ICmp(const String& other) const noexcept
+{
+    return platform::Collate(CStr(), other.CStr(), platform::ECase::Ignored);
+}
+
+template <class String>
+bool BText<String>::Equal(const String& other) const noexcept
+{
+    return m_text.SharesWith(other.m_text) || Cmp(other) == 0;
+}
+
+template <class String>
+bool BText<String>::Equal(const Char* text) const noexcept
+{
+    return CmpText(text) == 0;
+}
+
+template <class String>
+bool BText<String>::IEqual(const String& other) const noexcept
+{
+    return m_text.SharesWith(other.m_text) || ICmp(other) == 0;
+}
+
+template <class String>
+bool BText<String>::IEqual(const Char* text) const noexcept
+{
+    return platform::Collate(CStr(), NText::OrEmpty(text), platform::ECase::Ignored) == 0;
+}
+
+template <class String>
+int BText<String>::CmpText(const Char* text) const noexcept
+{
+    return platform::Collate(CStr(), NText::OrEmpty(text), platform::ECase::Matters);
+}
