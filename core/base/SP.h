@@ -21,35 +21,37 @@ public:
     constexpr SP(Null) noexcept
     {}
 
+    // The formatter takes a name in capitals for a macro.
+    // clang-format off
+
     /// Takes a reference on `object`, which may be null, also as a literal 0.
-    SP(T* object)
-    noexcept
+    SP(T* object) noexcept
         : m_object(object)
     {
         if (m_object != nullptr)
             m_object->Ref();
     }
 
-    SP(const SP& other)
-    noexcept
+    SP(const SP& other) noexcept
         : SP(other.m_object)
     {}
-    SP(SP&& other)
-    noexcept
+    SP(SP&& other) noexcept
         : m_object(std::exchange(other.m_object, nullptr))
     {}
 
     /// From an SP of a derived class, or of the class without const.
     template <class U>
-    requires std::convertible_to<U*, T*> SP(const SP<U>& other)
-    noexcept
+    SP(const SP<U>& other) noexcept
+        requires std::convertible_to<U*, T*>
         : SP(static_cast<T*>(other.m_object))
     {}
     template <class U>
-    requires std::convertible_to<U*, T*> SP(SP<U>&& other)
-    noexcept
+    SP(SP<U>&& other) noexcept
+        requires std::convertible_to<U*, T*>
         : m_object(std::exchange(other.m_object, nullptr))
     {}
+
+    // clang-format on
 
     ~SP()
     {
