@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -76,7 +77,11 @@ public:
     /// The text, never null; good until this object changes.
     [[nodiscard]] const Char* Text() const noexcept { return m_block ? m_block->text : m_empty; }
     /// The same for writing. There must be a private block.
-    [[nodiscard]] Char* Writable() noexcept { return m_block->text; }
+    [[nodiscard]] Char* Writable() noexcept
+    {
+        assert(IsPrivate());
+        return m_block->text;
+    }
     /// Characters that fit into the block, the terminating 0 not counted.
     [[nodiscard]] std::size_t Capacity() const noexcept
     {
@@ -87,6 +92,7 @@ public:
     /// the caller sees to the terminating 0.
     bool SetCapacity(std::size_t capacity) noexcept
     {
+        assert(IsNull() || IsPrivate());
         constexpr std::size_t head = sizeof(Block); // holds the terminating 0, too
         constexpr std::size_t most = (std::numeric_limits<std::ptrdiff_t>::max)() - head;
         if (capacity > most / sizeof(Char))
@@ -128,6 +134,7 @@ public:
     /// them.
     bool Erase(std::size_t length, std::size_t position, std::size_t count) noexcept
     {
+        assert(position <= length && count <= length - position);
         if (count == 0)
             return true;
         const View text(Text(), length);
