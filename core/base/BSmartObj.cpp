@@ -6,12 +6,20 @@
 #include "core/platform/Fault.h"
 #include "core/platform/TypeName.h"
 
+#include <cassert>
 #include <charconv>
+
+// Count and id are plain integers, changed through `std::atomic_ref`: an exported class has no
+// field whose layout is the standard library's.
+//
+// `WritePrefix` and `ReadPrefix` are defined in `core/archive/ObjectHeader.cpp`: they need the
+// archive, which stands above this folder.
 
 static_assert(sizeof(BSmartObj) == 16, "AllocatedMemory and derived classes count on 16 bytes");
 
 namespace {
 
+// A virtual call: a pointer to no object faults where it looks for the function.
 QD_CALLS_ANYTHING void Verify(void* object)
 {
     static_cast<BSmartObj*>(object)->VerifyObj();
@@ -107,7 +115,10 @@ SP<BSmartObj> BSmartObj::Read(BArchive&, int)
     return nullptr;
 }
 
+// Out of line: with the `delete` in `Unref` compilers warn of objects on the stack, which they take
+// to be deleted.
 void BSmartObj::Destroy() const
 {
+    assert(RefCount() == 0); // somebody took a reference without holding one
     delete this;
 }

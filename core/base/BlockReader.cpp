@@ -1,9 +1,18 @@
 #include "core/base/BlockReader.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdio>
 #include <limits>
 #include <utility>
+
+// A block of our own in front of the stream, and none of the stream's.
+//
+// The pieces of an archive or a profile are a few bytes each. A call of `fread` for each takes a
+// lock and as long as all the rest of reading, and each seek throws away what the stream had
+// buffered. So small reads are copies within the block, `Read` inline up to there, and the file is
+// asked for kilobytes up to a megabyte at once. A block is never larger than what the file has: a
+// file that declares sizes it does not hold costs no memory.
 
 namespace {
 
@@ -55,6 +64,7 @@ void BlockReader::MoveTo(std::uint64_t position) noexcept
 
 bool BlockReader::ReadBeyondBlock(void* out, std::uint64_t size)
 {
+    assert(m_position <= m_limit && m_limit <= m_size);
     if (size > Left()) {
         m_position = m_limit;
         return false;
@@ -112,6 +122,7 @@ bool BlockReader::ReadAt(std::uint64_t position, char* out, std::uint64_t size)
                        (position == m_streamPosition || platform::Seek(m_stream, position)) &&
                        std::fread(out, 1, size, m_stream) == size;
     m_streamPosition = position + size;
+    // One failure is for good: what a second try would read is not what stands at the place.
     if (!there)
         Close();
     return there;

@@ -23,7 +23,8 @@ struct Registry {
     std::size_t registrations = 0; // repeated names count
 };
 
-// Registrations begin before main, and archives may be read until the process ends.
+// Made by the first registration, whatever the order of static objects, and never destroyed:
+// registrations begin before main, and archives may be read until the process ends.
 Registry& TheRegistry()
 {
     static Registry* const registry = new Registry;

@@ -13,6 +13,12 @@
 # include <cxxabi.h>
 #endif
 
+// Names of types for records and messages, made once and kept.
+//
+// Every record that is written asks for the name of its object's type, from any thread, and to make
+// a name takes memory. So a type that is known is found without a lock, by the address of its
+// `type_info`, and only a new one takes the lock. A standard map would need the lock for each
+// question, as it cannot be read while it grows.
 namespace platform {
 
 namespace {
@@ -53,6 +59,7 @@ const char* Learn(const std::type_info& type, std::atomic<const KnownType*>& lis
     // One name for all type_infos of a type: each module may have its own.
     static auto& names = *new std::unordered_map<std::string, std::string>; // guarded by lock
     const std::scoped_lock guard(lock);
+    // Another thread may have learnt it meanwhile.
     if (const char* const name = Find(list.load(), type))
         return name;
     auto found = names.find(type.name());

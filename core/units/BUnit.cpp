@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+// A unit's texts go through `Printf` and `Convert` of `WString`, and so through the seam: a full
+// stop is one whatever the process's locale, and what was shown can be typed again.
+
 namespace {
 
+// Nine digits tell any two floats apart; the last ones of a double would show how factors round.
 WString Digits9(double value)
 {
     WString text;
@@ -101,6 +105,7 @@ WString BUnit::Format(double value, int precision) const
     const double converted = Convert(value);
     const int decimals = std::min(precision, kMostCharacters);
     WString text = Fixed(converted, decimals);
+    // Decimals go, for a text without its last integer digits would show another number.
     const int surplus = static_cast<int>(text.Length()) - kMostCharacters;
     if (surplus > 0 && decimals > 0)
         text = Fixed(converted, std::max(decimals - surplus, 0));

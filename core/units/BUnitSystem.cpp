@@ -85,5 +85,5 @@ void BUnitSystem::RegisterInstance(SP<BUnitSystem> system)
         const std::lock_guard guard(g_lock);
         before = std::exchange(g_instance, system.Get());
     }
-    BSmartObj::Unref(before);
+    BSmartObj::Unref(before); // without the lock: its destruction may ask for the instance
 }

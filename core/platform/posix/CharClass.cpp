@@ -10,6 +10,13 @@
 #include <string>
 #include <type_traits>
 
+// Classes of characters as the UCRT has them in the "C" locale.
+//
+// The C library's `iswalpha` and its kind follow the process's locale and know nothing beyond ASCII
+// before somebody sets one. The UCRT's classes are those of Unicode, so ICU's categories give them,
+// but for some units that Windows has elsewhere, which are named below. Case is ASCII's alone, as
+// the UCRT changes no other letter before `setlocale`; names that compare without regard to case
+// have `FoldCase`, and texts the collation.
 namespace platform {
 
 namespace {
@@ -52,6 +59,7 @@ constexpr CHAR AsciiLower(CHAR character)
                                                      : character);
 }
 
+// No marks and no symbols: above Latin-1 Windows has them in no class.
 constexpr std::uint32_t kLetters = U_GC_L_MASK | U_GC_NL_MASK;
 constexpr std::uint32_t kDigits = U_GC_ND_MASK;
 constexpr std::uint32_t kInk = kLetters | kDigits | U_GC_P_MASK;
@@ -77,6 +85,7 @@ bool IsSuperscriptDigit(WChar unit)
 template <typename CHAR>
 int CompareAsciiLower(const CHAR* a, const CHAR* b, std::size_t count)
 {
+    // The sign of the result goes by the units' values, which a signed `char` would turn round.
     using Unsigned = std::conditional_t<sizeof(CHAR) == 1, unsigned char, CHAR>;
     for (std::size_t i = 0; i < count; ++i) {
         const int unitA = static_cast<Unsigned>(AsciiLower(a[i]));
@@ -93,7 +102,7 @@ int CompareAsciiLower(const CHAR* a, const CHAR* b, std::size_t count)
 
 bool IsAlpha(WChar unit) noexcept
 {
-    if (unit < 0x80)
+    if (unit < 0x80) // most text, and no look-up
         return IsAsciiAlpha(unit);
     return IsOfCategory(unit, kLetters) || IsVowelLetter(unit);
 }
@@ -127,6 +136,8 @@ bool IsSpace(WChar unit) noexcept
 {
     if (unit < 0x80)
         return unit == 0x20 || (unit >= 0x09 && unit <= 0x0D);
+    // A list, and no property: 180E and 200B, which some versions of Unicode had as blanks, are
+    // none.
     switch (unit) {
     case 0x0085:
     case 0x00A0:

@@ -23,6 +23,20 @@
 # define QD_VECTOR_CODE_PAGE 1
 #endif
 
+// The ANSI code page off Windows, which has none: one of three ways, chosen at the first
+// conversion.
+//
+//     windows-1252, the default     tables that the compiler makes: no ICU, no memory, no lock
+//     another page of Windows       a table of all units and bytes (`CodePageTable.h`)
+//     any other that ICU knows      ICU's converter, one a thread, as a converter has a state
+//
+// The first two are no converters of ICU, because these answer otherwise than Windows where a page
+// lacks a character (1,438 units over all pages) or a pair of bytes is broken (54,399 of them), and
+// take up to three times as long. What was chosen stays, even when the environment changes: a text
+// that is read in one code page and written in another would not come back.
+//
+// Both directions tell the size that they need and write only what fits as a whole, so that no
+// caller sees half a text.
 namespace platform {
 
 namespace {
@@ -49,6 +63,7 @@ struct ByteTable {
     constexpr char At(WChar unit) const { return bytes[page[unit >> 8]][unit & 0xFF]; }
 };
 
+// The look-alikes first, so that the page's own characters take the place of any that are in both.
 constexpr ByteTable MakeByteTable()
 {
     ByteTable table;
@@ -96,10 +111,12 @@ unsigned WidenBlock(const char* text, WChar* out)
     return static_cast<unsigned>(_mm_movemask_epi8(others));
 }
 
+// All bits of each unit that is below 80, or from A0 to FF.
 __m128i StandForThemselves(__m128i units)
 {
     const __m128i zero = _mm_setzero_si128();
     const __m128i isByte = _mm_cmpeq_epi16(_mm_srli_epi16(units, 8), zero);
+    // 80 to 9F are one row of 32, which the upper three bits of the byte name.
     const __m128i row = _mm_and_si128(units, _mm_set1_epi16(0xE0));
     return _mm_andnot_si128(_mm_cmpeq_epi16(row, _mm_set1_epi16(0x80)), isByte);
 }
@@ -168,7 +185,7 @@ struct Choice {
 
 Choice ChooseCodePage(std::string wanted)
 {
-    static constinit CodePageTable table = {};
+    static constinit CodePageTable table = {}; // 256 KiB that no process pays for unless it is used
     // A number alone, or behind "cp", is the page of Windows before it is any other of the number.
     const bool isPrefixed = wanted.starts_with("cp") || wanted.starts_with("CP");
     const std::string number = wanted.substr(isPrefixed ? 2 : 0);
@@ -178,8 +195,8 @@ Choice ChooseCodePage(std::string wanted)
             continue;
         UErrorCode error = U_ZERO_ERROR;
         const char* const fullName = ucnv_getName(converter.get(), &error);
-        if (std::string_view(fullName) == "ibm-5348_P100-1997")
-            return {}; // windows-1252
+        if (std::string_view(fullName) == "ibm-5348_P100-1997") // ICU's own name of it
+            return {};                                          // windows-1252
         if (FillCodePageTable(fullName, table))
             return {.table = &table, .converter = {}};
         return {.table = nullptr, .converter = name};
@@ -199,7 +216,7 @@ const Choice& CodePage()
 std::size_t CharacterSize(const CodePageTable& table, const char* text, const char* end)
 {
     const bool isPair = table.isLead[static_cast<unsigned char>(*text)];
-    // A 0 ends a text also behind a lead byte.
+    // A 0 ends a text also behind a lead byte: else a broken pair would swallow the end.
     return isPair && end - text > 1 && text[1] != 0 ? 2 : 1;
 }
 
@@ -249,6 +266,7 @@ UConverter* ConverterOf(const Choice& choice)
             throw std::bad_alloc(); // it was there when it was chosen
         ucnv_setFallback(converter.get(), true);
         UErrorCode error = U_ZERO_ERROR;
+        // UTF-8 has all characters, and what becomes of half a pair is left to ICU.
         if (ucnv_getType(converter.get()) != UCNV_UTF8)
             ucnv_setFromUCallBack(converter.get(), WriteQuestionMarks, nullptr, nullptr, nullptr,
                                   &error);
@@ -350,6 +368,7 @@ try {
 
 std::size_t AnsiPosition(const char* text, std::size_t length, std::size_t units) noexcept
 try {
+    // From the front: from the back a byte does not tell whether it is the second of a pair.
     const Choice& page = CodePage();
     const char* const end = text + length;
     const char* at = text;

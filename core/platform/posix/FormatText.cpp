@@ -2,12 +2,26 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <charconv>
 #include <climits>
 #include <cmath>
 #include <string>
 #include <string_view>
 
+// `printf` with the conventions of the UCRT, over `<charconv>`.
+//
+// The C library's own cannot stand in: its full stop is the process's locale's, its wide characters
+// have four bytes, "%s" in a wide format is narrow there, and "%I64d" means nothing. A fixed locale
+// would mend the first of these alone. `std::to_chars` knows no locale, rounds as the UCRT does,
+// and
+// "%.15g" takes a third of the time that `snprintf` needs.
+//
+// A format runs in one pass: literal text, and for each "%" its specification and then its field,
+// which a number enters as pieces (`Number`). What the buffer has no room for is counted and not
+// stored, so the pass that finds the buffer too small tells the length that would do, and neither a
+// width nor a precision takes memory. One template serves both widths of text, so that they cannot
+// differ where they should not.
 namespace platform {
 
 namespace {
@@ -42,12 +56,21 @@ struct Number {
     Number(const Number&) = delete;
     Number& operator=(const Number&) = delete;
 
-    void AddPrefix(char character) noexcept { prefix[prefixLength++] = character; }
-    /// Takes what `std::to_chars` wrote to `text`.
-    void Take(std::to_chars_result result) noexcept { digits = {text, result.ptr}; }
+    void AddPrefix(char character) noexcept
+    {
+        assert(prefixLength < sizeof prefix);
+        prefix[prefixLength++] = character;
+    }
+    /// Takes what `std::to_chars` wrote to `text`, which has room for any number.
+    void Take(std::to_chars_result result) noexcept
+    {
+        assert(result.ec == std::errc());
+        digits = {text, result.ptr};
+    }
     [[nodiscard]] char* TextEnd() noexcept { return text + sizeof(text); }
     void MakeUpper() noexcept
     {
+        // The exponent stands right behind the digits.
         char* const end = text + digits.size() + exponent.size();
         std::transform(text, end, text, [](char c) {
             return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
@@ -119,7 +142,8 @@ private:
     std::size_t m_length = 0;
 };
 
-/// The arguments of a call, taken one by one.
+/// The arguments of a call, taken one by one. A class, because a `va_list` may be an array, which a
+/// function would take as a pointer.
 class Arguments {
 public:
     explicit Arguments(std::va_list list) noexcept { va_copy(m_list, list); }
@@ -163,6 +187,7 @@ std::string_view SpecialName(double value) noexcept
 
 void ConvertFixed(double value, std::int64_t precision, bool alternate, Number& number) noexcept
 {
+    // Behind its last digit a double has zeros alone, which are counted.
     const int exact = static_cast<int>(std::min<std::int64_t>(precision, kMaxFraction));
     number.Take(
         std::to_chars(number.text, number.TextEnd(), value, std::chars_format::fixed, exact));
@@ -190,7 +215,8 @@ void ConvertGeneral(double value, int precision, bool alternate, Number& number)
                                   std::min(significant, kMaxSignificant)));
         return;
     }
-    // Its trailing zeros stay, which the library's general form takes off.
+    // Its trailing zeros stay, which the library's general form takes off. So the exponent, which
+    // rounding may have raised, decides on the form here.
     ConvertScientific(value, significant - 1, true, number);
     int exponent = 0;
     const std::string_view digits = number.exponent.substr(number.exponent[1] == '+' ? 2 : 1);
@@ -201,6 +227,8 @@ void ConvertGeneral(double value, int precision, bool alternate, Number& number)
     ConvertFixed(value, std::int64_t{significant} - 1 - exponent, true, number);
 }
 
+// All 13 digits unless a precision tells. A number next to 0 has no leading 1, and the exponent of
+// the least that has.
 void ConvertHex(double value, int precision, bool alternate, Number& number) noexcept
 {
     constexpr int kFractionBits = 4 * kMaxHexFraction;
@@ -213,6 +241,8 @@ void ConvertHex(double value, int precision, bool alternate, Number& number) noe
 
     const int shown = precision < 0 ? kMaxHexFraction : std::min(precision, kMaxHexFraction);
     if (const int dropped = 4 * (kMaxHexFraction - shown); dropped > 0) {
+        // Adds just less than half of the last digit, or half where that digit is odd: ties go to
+        // the even one.
         const std::uint64_t odd = mantissa >> dropped & 1;
         mantissa = (mantissa + (1ULL << (dropped - 1)) - 1 + odd) >> dropped;
     }
@@ -243,7 +273,7 @@ void ConvertFloat(Spec& spec, double value, Number& number) noexcept
         const std::string_view name = SpecialName(value);
         name.copy(number.text, name.size());
         number.digits = {number.text, name.size()};
-        spec.zeros = false;
+        spec.zeros = false; // blanks pad a name
     } else if (spec.conversion == 'f' || spec.conversion == 'F') {
         ConvertFixed(magnitude, precision, spec.alternate, number);
     } else if (spec.conversion == 'e' || spec.conversion == 'E') {
@@ -268,7 +298,7 @@ void ConvertInteger(Spec& spec, std::uint64_t magnitude, int base, Number& numbe
     if (spec.IsUpper())
         number.MakeUpper();
     if (spec.precision >= 0)
-        spec.zeros = false;
+        spec.zeros = false; // C17, 7.21.6.1: the precision overrides the flag
     number.leadingZeros =
         std::max<std::int64_t>(spec.precision - static_cast<std::int64_t>(number.digits.size()), 0);
     if (spec.alternate && base == 16 && magnitude != 0) {
@@ -279,7 +309,8 @@ void ConvertInteger(Spec& spec, std::uint64_t magnitude, int base, Number& numbe
         number.leadingZeros = 1;
 }
 
-/// One call of `Format`.
+/// One call of `Format`. A fault ends it, as behind a specification that means nothing no argument
+/// can be told from the next.
 template <typename Char>
 class Formatter {
 public:
@@ -320,6 +351,7 @@ private:
         ReadFlags(spec);
         if (!ReadWidth(spec) || !ReadPrecision(spec) || !ReadSize(spec))
             return false;
+        // A letter of another script must not turn into an ASCII one when it becomes a `char`.
         if (*m_format == 0 || *m_format > 0x7F)
             return false;
         spec.conversion = static_cast<char>(*m_format++);
@@ -352,7 +384,7 @@ private:
             if (!ReadCount(width))
                 return false;
         }
-        spec.width = std::abs(std::int64_t{width});
+        spec.width = std::abs(std::int64_t{width}); // the least int has no opposite
         return true;
     }
 
@@ -365,7 +397,8 @@ private:
         return ReadCount(spec.precision);
     }
 
-    /// Digits, if there are any, or "*" for an argument; false when they are no int.
+    /// Digits, if there are any, or "*" for an argument; false when they are no int: the UCRT fails
+    /// then, too, instead of making a field of another width.
     bool ReadCount(int& count) noexcept
     {
         if (*m_format == '*') {
@@ -391,7 +424,7 @@ private:
             case 'l': spec.size = IsDoubled() ? ESize::Int64 : ESize::Long; break;
             case 'j':
             case 't':
-            case 'z': spec.size = ESize::Int64; break;
+            case 'z': spec.size = ESize::Int64; break; // of 64 bits on either platform
             case 'L': spec.size = ESize::LongDouble; break;
             case 'w': spec.size = ESize::Wide; break;
             case 'I':
@@ -460,6 +493,7 @@ private:
         case ESize::Short: return false;
         case ESize::Long:
         case ESize::Wide: return true;
+        // Without a prefix "%s" is as wide as the format and "%S" is the other width.
         default: return (sizeof(Char) == sizeof(WChar)) != spec.IsUpper();
         }
     }
@@ -516,7 +550,7 @@ private:
         const std::int64_t value = NextSigned(spec.size);
         Number number;
         AddSign(spec, value < 0, number);
-        const auto bits = static_cast<std::uint64_t>(value);
+        const auto bits = static_cast<std::uint64_t>(value); // the least value has no opposite
         ConvertInteger(spec, value < 0 ? 0 - bits : bits, 10, number);
         return PutNumber(spec, number);
     }
@@ -528,7 +562,7 @@ private:
         return PutNumber(spec, number);
     }
 
-    /// All its hexadecimal digits, in upper case.
+    /// All its hexadecimal digits, in upper case and without "0x", as Windows prints an address.
     bool PutPointer(Spec& spec) noexcept
     {
         spec.conversion = 'X';
@@ -537,6 +571,7 @@ private:
         return PutUnsigned(spec, 16);
     }
 
+    // What is smaller than an int comes as one and is cut here.
     std::int64_t NextSigned(ESize size) noexcept
     {
         switch (size) {
@@ -607,7 +642,7 @@ std::size_t WriteInteger(std::int64_t value, int radix, Char (&buffer)[kIntegerT
 {
     if (radix < 2 || radix > 36)
         return 0;
-    char digits[kIntegerTextRoom];
+    char digits[kIntegerTextRoom]; // `std::to_chars` writes no wide text
     const std::to_chars_result result =
         radix == 10
             ? std::to_chars(digits, std::end(digits), value)

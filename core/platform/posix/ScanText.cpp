@@ -3,6 +3,7 @@
 #include "core/platform/CharClass.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -11,6 +12,18 @@
 #include <limits>
 #include <string_view>
 
+// Numbers from texts: the grammar of the UCRT, and `std::from_chars` for the value.
+//
+// `strtod`, `strtol` and the scanners take the process's locale and no UTF-16, and
+// `std::from_chars` knows no blanks, no "+", no "0x" before it and no digits of other scripts, and
+// has no value for what is too large. So sign, digits and exponent are read here. Of the digits as
+// many are kept as decide how a double rounds; from these `std::from_chars` makes the nearest
+// value. That takes no memory, and time linear in the text, of which a file may hold a million
+// digits.
+//
+// The UCRT reads a number in two ways that differ where it breaks off: its scanners (`Scan...`,
+// `Read...`) take a character at a time and cannot give back what they have read, its converters
+// (`Parse...`) go back to the last whole number. `EBrokenEnd` tells which.
 namespace platform {
 
 namespace {
@@ -76,7 +89,7 @@ struct Integer {
         text = SkipBlanks(text);
         isNegative = ReadSign(text);
         if (base == 16 && HasHexPrefix(text))
-            text += 2;
+            text += 2; // "0x" alone is no number, as nothing follows: `end` stays null
         constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
         for (unsigned digit; (digit = DigitValue(*text)) < base; end = ++text) {
             isTooLarge = isTooLarge || magnitude > (kMax - digit) / base;
@@ -117,6 +130,8 @@ public:
 
     void Add(unsigned digit, bool isFraction) noexcept
     {
+        assert(digit < Base());
+        // Zeros in front take no room, they only move the full stop.
         if (m_count == 0 && digit == 0) {
             m_scale -= isFraction ? 1 : 0;
             return;
@@ -138,12 +153,14 @@ public:
             return 0;
         const std::int64_t bits = m_isHex ? 4 : 1; // the exponent of a hexadecimal number is to 2
         const std::int64_t size = bits * m_scale + m_exponent;
+        // The digits stand before the full stop now, where `from_chars` takes them as an integer.
         const std::int64_t exponent = size - bits * static_cast<std::int64_t>(m_count);
         char* end = m_text + m_count;
         *end++ = m_isHex ? 'p' : 'e';
         end = std::to_chars(end, std::end(m_text), std::clamp(exponent, -kFar, kFar)).ptr;
         Value value = 0;
         const auto format = m_isHex ? std::chars_format::hex : std::chars_format::general;
+        // It does not tell which end of the range was passed, and leaves `value` alone.
         if (std::from_chars(m_text, end, value, format).ec == std::errc::result_out_of_range)
             value = size > 0 ? std::numeric_limits<Value>::infinity() : 0;
         return value;
@@ -259,6 +276,7 @@ private:
 
     bool ReadNumber() noexcept
     {
+        // Only a prefix tells hexadecimal digits: "e" would else be a digit or an exponent.
         if (HasHexPrefix(m_text)) {
             m_digits.SetHex();
             m_text += 2;
@@ -295,6 +313,7 @@ private:
         return true;
     }
 
+    // Beyond any count of digits that a text has, and far from the end of 64 bits.
     static constexpr std::int64_t kLargestExponent = 1'000'000'000'000'000;
 
     const Char* m_text; // the rest
@@ -340,7 +359,8 @@ double ParseReal(const Char* text) noexcept
     return number.IsGood() ? number.template To<double>() : 0;
 }
 
-/// Values of 32 bits, as `unsigned long` has them on Windows.
+/// Values of 32 bits, as `unsigned long` has them on Windows; a larger one is the largest, even
+/// behind a minus.
 template <typename Char>
 unsigned long ParseHexadecimal(const Char* text, const Char*& end) noexcept
 {
@@ -387,6 +407,7 @@ bool ScanInt(const char* text, int& value) noexcept
     const Integer<char> number(text, 10);
     if (number.end == nullptr)
         return false;
+    // As the UCRT does: the nearest of 64 bits, and of these the lower half.
     value = static_cast<int>(number.Nearest<std::int64_t>());
     return IsAtEnd(number.end);
 }

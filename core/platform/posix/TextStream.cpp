@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -20,6 +21,18 @@
 #include <unistd.h>
 #include <utility>
 
+// `FILE*` streams of the runtime library's text modes, with `fopencookie`.
+//
+// Callers hold a `FILE*` (`BFile`, strings that read lines), so it must be one of the C library's.
+// Its own "ccs=" makes streams of four-byte characters, knows neither CR LF nor Ctrl-Z, and writes
+// no mark; so the stream stands on functions here, which see bytes of the file on one side and
+// narrow text or UTF-16 units on the other.
+//
+// The reader decodes a piece of the file at a time and remembers for each unit where its bytes end:
+// a stream for both directions, and one that is asked for its position, must know where the next
+// character stands in the file, not how far was read ahead. The writer encodes what it is handed
+// and keeps nothing back but half a unit or half a pair: the stream above it has the buffer, and
+// what that flushes must reach the file, or the error the caller.
 namespace platform {
 
 namespace {
@@ -60,8 +73,7 @@ EEncoding EncodingOf(std::string_view bytes, EText text)
     return EncodingWithoutMark(text);
 }
 
-// Read at once.
-constexpr std::size_t kPiece = 4096;
+constexpr std::size_t kPiece = 4096; // read at once
 
 ssize_t ReadBytes(int file, void* buffer, std::size_t size)
 {
@@ -201,10 +213,12 @@ void TextReader::Decode(bool isLast) noexcept
             return;
         if (*character == kEndOfText) {
             m_isEnded = true;
-            m_rawBegin = begin;
+            m_rawBegin = begin; // the position is before it, where an appended text begins
         } else if (*character == kReturn) {
             bool isKnown = true;
             const bool isLineEnd = PassLineFeed(isLast, isKnown);
+            // A return whose successor is not there yet waits among the bytes: it may be half of a
+            // line's end.
             if (!isKnown) {
                 m_rawBegin = begin;
                 return;
@@ -263,6 +277,7 @@ std::optional<UChar32> TextReader::NextCharacter(bool isLast) noexcept
 
 void TextReader::Emit(WChar unit) noexcept
 {
+    assert(m_outEnd + UnitSize() <= m_out.size());
     m_ends[m_outEnd / UnitSize()] = static_cast<std::uint16_t>(m_rawBegin);
     std::memcpy(m_out.data() + m_outEnd, &unit, UnitSize());
     m_outEnd += UnitSize();
@@ -310,6 +325,7 @@ bool TextWriter::Start() noexcept
     struct stat status = {};
     if (::fstat(m_file, &status) != 0)
         return false;
+    // An empty file gets its mark now, so that it has one even when nothing is ever written.
     if (status.st_size == 0) {
         m_encoding = EncodingWithoutMark(m_text == EText::Unicode ? EText::Utf16 : m_text);
         return WriteBytes(m_file, MarkOf(m_encoding));
@@ -352,6 +368,8 @@ bool TextWriter::Finish() noexcept
     return Flush();
 }
 
+// Room for the longest that one unit becomes: a return and a line feed, or U+FFFD for a lone half
+// and then the unit.
 bool TextWriter::Put(WChar unit) noexcept
 {
     if (m_used + 2 * U8_MAX_LENGTH > m_buffer.size() && !Flush())
@@ -365,7 +383,7 @@ bool TextWriter::Encode(WChar unit) noexcept
     case EEncoding::Narrow: m_buffer[m_used++] = static_cast<char>(unit); return true;
     case EEncoding::EightBit:
         if (unit > 0xFF) {
-            Flush();
+            Flush(); // what stands before the unit is written, as the runtime library does
             errno = EILSEQ;
             return false;
         }
@@ -472,6 +490,7 @@ bool TextFile::IsUnbuffered() const noexcept
 
 ssize_t TextFile::Write(const char* text, std::size_t size) noexcept
 {
+    // What was read ahead is not behind the text that comes.
     const off64_t ahead = m_isReading ? m_reader.Ahead() : 0;
     if (ahead != 0 && ::lseek(m_file.Get(), -ahead, SEEK_CUR) < 0)
         return 0;

@@ -5,6 +5,8 @@
 #include <cwchar>
 #include <cwctype>
 
+// The runtime library's own, and not those of a fixed locale: an application that calls `setlocale`
+// expects the classes to follow, as they do for all other code of its process.
 namespace platform {
 
 bool IsAlpha(WChar unit) noexcept

@@ -9,8 +9,9 @@
 #include <cstring>
 #include <cwchar>
 
-// The runtime library's own functions are called by their exported names: what a compiler puts
-// behind `vswprintf` and its kind may be its own formatter with other conventions.
+// `printf` is the runtime library's own, in its fixed "C" locale, so that no `setlocale` of the
+// application changes a number. Its functions are called by their exported names: what a compiler
+// puts behind `vswprintf` and its kind may be its own formatter with other conventions.
 #if defined(__MINGW32__)
 extern "C" {
 int __cdecl __stdio_common_vsnwprintf_s(unsigned __int64 options, wchar_t* buffer, std::size_t room,
@@ -77,11 +78,12 @@ std::int64_t WriteOrMeasure(Char* buffer, std::size_t room, const Char* format,
                             std::va_list arguments) noexcept
 {
     Char none[1];
-    std::va_list again;
+    std::va_list again; // the first pass uses `arguments` up
     va_copy(again, arguments);
     const FailureWatch watch;
     // The checking function writes and refuses a bad format, but does not tell a longer text's
     // length; the other one measures, but lets bad formats pass.
+    // Without room it is asked all the same, into one unit, as only it knows a bad format.
     int length =
         room == 0 ? Write(none, 1, format, arguments) : Write(buffer, room, format, arguments);
     if (length < 0 && !watch.Failed())

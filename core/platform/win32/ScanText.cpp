@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cwchar>
 
+// Numbers as the runtime library reads them, in its fixed "C" locale. Each function is one call
+// with the pattern that the header names, as that pattern is the definition.
 namespace platform {
 
 namespace {
@@ -44,7 +46,7 @@ int Scan(const char* text, const char* format, ...) noexcept
 template <typename Char, typename Number>
 bool IsAlone(const Char* text, const Char* format, Number& value) noexcept
 {
-    Char rest;
+    Char rest; // the secure scanner wants the room of a "%c" behind it
     return Scan(text, format, &value, &rest, 1U) == 1;
 }
 
@@ -128,7 +130,7 @@ double ParseDouble(const char* text) noexcept
 
 unsigned long ParseHex(const WChar* text, const WChar*& end) noexcept
 {
-    wchar_t* last = nullptr;
+    wchar_t* last = nullptr; // the library's pointer is not to a constant
     const unsigned long value = _wcstoul_l(text, &last, 16, CLocale());
     end = last;
     return value;
