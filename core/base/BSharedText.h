@@ -39,11 +39,9 @@ public:
     BSharedText(BSharedText&& other) noexcept
         : m_block(std::exchange(other.m_block, nullptr))
     {}
-    BSharedText& operator=(const BSharedText& other) noexcept { return *this = BSharedText(other); }
-    BSharedText& operator=(BSharedText&& other) noexcept
+    BSharedText& operator=(BSharedText other) noexcept
     {
-        BSharedText taken(std::move(other));
-        std::swap(m_block, taken.m_block);
+        std::swap(m_block, other.m_block);
         return *this;
     }
     ~BSharedText()

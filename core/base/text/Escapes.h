@@ -103,12 +103,11 @@ void BText<String>::ResolveEsc()
     const Char* in = out;
     const Char* const end = out + own.size();
     while (in != end) {
-        if (*in != '\\') {
-            *out++ = *in++;
-        } else if (const Char unit = NText::EscapedUnit(in[1])) {
+        const bool isEscape = *in == '\\';
+        if (const Char unit = isEscape ? NText::EscapedUnit(in[1]) : Char(0)) {
             *out++ = unit;
             in += 2;
-        } else if (in[1] == 'x') {
+        } else if (isEscape && in[1] == 'x') {
             // Intended: without its two digits all four units go.
             if (end - in >= 4 && NText::ReadHexPair(in + 2, *out))
                 ++out;
