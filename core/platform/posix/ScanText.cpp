@@ -224,7 +224,8 @@ private:
 
     [[nodiscard]] bool IsLetter(char lower) const noexcept
     {
-        return *m_text == lower || *m_text == lower - 'a' + 'A';
+        const int upper = lower - 'a' + 'A';
+        return *m_text == Char(lower) || *m_text == Char(upper);
     }
 
     /// Reads `word`, in lower case, as far as it stands there; true when it is whole.
