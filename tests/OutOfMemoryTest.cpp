@@ -12,43 +12,39 @@
 #include <cstdio>
 #include <functional>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
-// Every allocation that an operation makes fails, one after the other, alone and with all behind
-// it.
-
 namespace {
 
-using Memory = FailingAllocations;
-
-struct Operation {
-    const char* name;
-    /// False when what the operation answered is not so; it gives the memory back before it looks.
-    std::function<bool(Memory&)> run;
-};
-
-void RunWithEachAllocationFailing(const Operation& operation)
+/// Runs `attempt` while each allocation that it makes fails, one after the other, alone and with
+/// all behind it, and then asks `isSo`, which has memory. std::bad_alloc is an answer, too.
+void FailEachAllocation(
+    const char* name, const std::function<void()>& attempt,
+    const std::function<bool()>& isSo = [] { return true; })
 {
-    for (const Memory::ERange range : {Memory::ERange::One, Memory::ERange::All}) {
+    using ERange = FailingAllocations::ERange;
+    for (const ERange range : {ERange::One, ERange::All}) {
         bool hasFailed = true;
         for (std::uint64_t first = 0; hasFailed; ++first) {
-            bool isSo = true;
             {
-                Memory memory(first, range);
+                const FailingAllocations memory(first, range);
                 try {
-                    isSo = operation.run(memory);
-                } catch (const std::bad_alloc&) { // an answer, too
+                    attempt();
+                } catch (const std::bad_alloc&) {
                 }
-                memory.Stop();
                 hasFailed = memory.HaveFailed();
             }
-            ASSERT_TRUE(isSo) << operation.name << ", allocation " << first
-                              << (range == Memory::ERange::All ? " and all behind it" : "");
+            ASSERT_TRUE(isSo()) << name << ", allocation " << first
+                                << (range == ERange::All ? " and all behind it" : "");
         }
     }
 }
+
+/// For calls whose answer does not matter.
+void Ask(const auto&...) {}
 
 class OutOfMemoryTest : public testing::Test {
 protected:
@@ -56,7 +52,7 @@ protected:
     {
         NumberAttribute::Register();
         // The runtime keeps room for exceptions that get no memory, but not for the lock around it.
-        const Memory memory(0, Memory::ERange::One);
+        const FailingAllocations memory(0, FailingAllocations::ERange::One);
         try {
             throw std::bad_alloc();
         } catch (const std::bad_alloc&) {
@@ -66,8 +62,6 @@ protected:
     TemporaryFolder m_folder;
     WString m_path = m_folder.Path("file");
 };
-
-const BString kClass = "class Doc";
 
 SP<BNode> SmallTree()
 {
@@ -88,104 +82,101 @@ bool IsSmallTree(BSmartObj* object)
            root->AnnotationNum() == 1;
 }
 
+const BString kClass = "class Doc";
+
+/// Archives of one document; empty until one was opened.
+class Archive : public std::optional<BArchive> {
+public:
+    void Open(const WString& path, BArchive::MODE mode)
+    {
+        reset();
+        emplace(path, mode, kClass, 1);
+    }
+    void Write(const WString& path, const SP<BNode>& tree)
+    {
+        Open(path, BArchive::ModeWrite);
+        (*this)->Insert(tree.Get(), "root");
+    }
+    SP<BSmartObj> Read(const WString& path)
+    {
+        Open(path, BArchive::ModeRead);
+        return (*this)->TakeOut("root");
+    }
+};
+
 // Null also when memory runs out.
 SP<BSmartObj> Loaded(const WString& path)
 {
-    BArchive archive(path, BArchive::ModeRead, kClass, 1);
-    return archive.TakeOut("root");
+    return Archive().Read(path);
 }
 
-// A string shares its text, so that each change needs memory.
+/// What a member makes of a string. Strings share their texts, so that each change needs memory.
 template <class String>
-class Strings {
-public:
-    struct Outcome {
-        String text, result;
-        bool isDone = false;
+struct Outcome {
+    String text, result;
+    bool isDone = false;
 
-        [[nodiscard]] bool Is(const Outcome& other) const
-        {
-            return IsSame(text, other.text) && IsSame(result, other.result) &&
-                   isDone == other.isDone;
-        }
-        [[nodiscard]] static bool IsSame(const String& a, const String& b)
-        {
-            return std::basic_string_view(a.CStr()) == std::basic_string_view(b.CStr());
-        }
-    };
-    using Member = std::function<void(Outcome&)>;
-
-    explicit Strings(const String& text)
-        : m_text(text)
-    {}
-
-    /// A member leaves the text and gives nothing, or does all that it does with memory.
-    [[nodiscard]] Operation Check(const char* name, const Member& member) const
+    [[nodiscard]] bool Is(const Outcome& other) const
     {
-        Outcome whole{m_text, {}};
-        member(whole);
-        return {name, [=, text = m_text](Memory& memory) {
-                    Outcome outcome{text, {}};
-                    member(outcome);
-                    memory.Stop();
-                    return outcome.Is(whole) || outcome.Is({text, {}});
-                }};
+        return IsSame(text, other.text) && IsSame(result, other.result) && isDone == other.isDone;
     }
-
-private:
-    String m_text;
+    [[nodiscard]] static bool IsSame(const String& a, const String& b)
+    {
+        return std::basic_string_view(a.CStr()) == std::basic_string_view(b.CStr());
+    }
 };
 
+/// Each member leaves the text and gives nothing, or does all that it does with memory.
 template <class String>
 void CheckStrings(const String& text, const String& other, std::FILE* lines, std::FILE* records)
 {
-    const Strings<String> strings(text);
-    using Outcome = typename Strings<String>::Outcome;
+    using O = Outcome<String>;
     using Char = std::remove_cvref_t<decltype(text[0])>;
     const auto space = Char(' ');
-    const std::pair<const char*, typename Strings<String>::Member> members[] = {
-        {"ToUpper", [](Outcome& o) { o.result = o.text.ToUpper(); }},
-        {"ToLower", [](Outcome& o) { o.result = o.text.ToLower(); }},
-        {"Upper", [](Outcome& o) { o.result = o.text.Upper(); }},
-        {"Lower", [](Outcome& o) { o.result = o.text.Lower(); }},
-        {"string + string", [&](Outcome& o) { o.result = o.text + other; }},
-        {"string + text", [&](Outcome& o) { o.result = o.text + other.CStr(); }},
-        {"text + string", [&](Outcome& o) { o.result = other.CStr() + o.text; }},
-        {"Append", [&](Outcome& o) { o.text.Append(other); }},
-        {"Append a character", [&](Outcome& o) { o.text.Append(space); }},
-        {"Prepend", [&](Outcome& o) { o.text.Prepend(other); }},
-        {"Insert", [&](Outcome& o) { o.text.Insert(other.CStr(), 3); }},
-        {"Replace", [&](Outcome& o) { o.isDone = o.text.Replace(space, Char('_'), true); }},
-        {"IReplace", [&](Outcome& o) { o.isDone = o.text.IReplace(Char('T'), Char('x')); }},
-        {"ReplaceAt", [&](Outcome& o) { o.text.ReplaceAt(other.CStr(), 3); }},
-        {"Remove", [](Outcome& o) { o.text.Remove(2, 3); }},
-        {"Sub", [](Outcome& o) { o.result = o.text.Sub(2, 9); }},
-        {"Cut", [](Outcome& o) { o.result = o.text.Cut(2, 9); }},
-        {"Split", [&](Outcome& o) { o.isDone = o.text.Split(o.result, space, true); }},
-        {"CutAfter", [&](Outcome& o) { o.isDone = o.text.CutAfter(space, true); }},
-        {"Token", [&](Outcome& o) { o.result = o.text.Token(1, space); }},
-        {"TrimLeft", [](Outcome& o) { o.isDone = o.text.TrimLeft(Char('a')); }},
-        {"EraseAllChars", [&](Outcome& o) { o.text.EraseAllChars(space); }},
-        {"SetAt", [](Outcome& o) { o.text.SetAt(0, Char('x')); }},
-        {"Fill", [](Outcome& o) { o.isDone = o.text.Fill(99, Char('x')); }},
-        {"ItoA", [](Outcome& o) { o.text.ItoA(123456, 10); }},
-        {"FromInt", [](Outcome& o) { o.result = String::FromInt(123456); }},
-        {"Printf", [&](Outcome& o) { o.text.Printf(String(other).CStr(), 7); }},
-        {"Printable", [](Outcome& o) { o.result = o.text.Printable(); }},
-        {"ResolveEsc", [](Outcome& o) { o.text.ResolveEsc(); }},
-        {"ReadLn",
-         [&](Outcome& o) {
-             std::rewind(lines);
-             o.isDone = o.text.ReadLn(lines);
-         }},
-        {"FRead",
-         [&](Outcome& o) {
-             std::rewind(records);
-             o.isDone = o.text.FRead(records);
-         }},
+    const std::pair<const char*, std::function<void(O&)>> members[] = {
+        {"ToUpper", [](O& o) { o.result = o.text.ToUpper(); }},
+        {"ToLower", [](O& o) { o.result = o.text.ToLower(); }},
+        {"Upper", [](O& o) { o.result = o.text.Upper(); }},
+        {"string + string", [&](O& o) { o.result = o.text + other; }},
+        {"string + text", [&](O& o) { o.result = o.text + other.CStr(); }},
+        {"text + string", [&](O& o) { o.result = other.CStr() + o.text; }},
+        {"Append", [&](O& o) { o.text.Append(other); }},
+        {"Append a character", [&](O& o) { o.text.Append(space); }},
+        {"Prepend", [&](O& o) { o.text.Prepend(other); }},
+        {"Insert", [&](O& o) { o.text.Insert(other.CStr(), 3); }},
+        {"Replace", [&](O& o) { o.isDone = o.text.Replace(space, Char('_'), true); }},
+        {"IReplace", [&](O& o) { o.isDone = o.text.IReplace(Char('T'), Char('x')); }},
+        {"ReplaceAt", [&](O& o) { o.text.ReplaceAt(other.CStr(), 3); }},
+        {"Remove", [](O& o) { o.text.Remove(2, 3); }},
+        {"Sub", [](O& o) { o.result = o.text.Sub(2, 9); }},
+        {"Cut", [](O& o) { o.result = o.text.Cut(2, 9); }},
+        {"Split", [&](O& o) { o.isDone = o.text.Split(o.result, space, true); }},
+        {"CutAfter", [&](O& o) { o.isDone = o.text.CutAfter(space, true); }},
+        {"Token", [&](O& o) { o.result = o.text.Token(1, space); }},
+        {"TrimLeft", [](O& o) { o.isDone = o.text.TrimLeft(Char('a')); }},
+        {"EraseAllChars", [&](O& o) { o.text.EraseAllChars(space); }},
+        {"SetAt", [](O& o) { o.text.SetAt(0, Char('x')); }},
+        {"Fill", [](O& o) { o.isDone = o.text.Fill(99, Char('x')); }},
+        {"ItoA", [](O& o) { o.text.ItoA(123456, 10); }},
+        {"FromInt", [](O& o) { o.result = String::FromInt(123456); }},
+        {"Printf", [&](O& o) { o.text.Printf(String(other).CStr(), 7); }},
+        {"Printable", [](O& o) { o.result = o.text.Printable(); }},
+        {"ResolveEsc", [](O& o) { o.text.ResolveEsc(); }},
+        {"ReadLn", [&](O& o) { std::rewind(lines), o.isDone = o.text.ReadLn(lines); }},
+        {"FRead", [&](O& o) { std::rewind(records), o.isDone = o.text.FRead(records); }},
     };
-    for (const auto& [name, member] : members)
-        RunWithEachAllocationFailing(strings.Check(name, member));
+    for (const auto& [name, member] : members) {
+        const O before = {text, {}};
+        O whole = before, outcome;
+        member(whole);
+        FailEachAllocation(
+            name,
+            [&, run = member] {
+                outcome = before;
+                run(outcome);
+            },
+            [&] { return outcome.Is(whole) || outcome.Is(before); });
+    }
 }
 
 struct ProfilerLines : BProfiler {
@@ -199,50 +190,42 @@ struct ProfilerLines : BProfiler {
 
 TEST_F(OutOfMemoryTest, AnArchiveIsReadAsAWholeOrNotAtAll)
 {
-    {
-        BArchive archive(m_path, BArchive::ModeWrite, kClass, 1);
-        archive.Insert(SmallTree().Get(), "root");
-        ASSERT_TRUE(archive.Flush());
-    }
-    RunWithEachAllocationFailing({"read", [&](Memory& memory) {
-                                      const SP<BSmartObj> root = Loaded(m_path);
-                                      memory.Stop();
-                                      return root == nullptr || IsSmallTree(root.Get());
-                                  }});
-    RunWithEachAllocationFailing({"read twice", [&](Memory& memory) {
-                                      BArchive archive(m_path, BArchive::ModeRead, kClass, 1);
-                                      static_cast<void>(archive.TakeOut("root"));
-                                      memory.Stop();
-                                      const SP<BSmartObj> root = archive.TakeOut("root");
-                                      return archive.IsGood() ? IsSmallTree(root.Get())
-                                                              : root == nullptr;
-                                  }});
+    Archive archive;
+    archive.Write(m_path, SmallTree());
+    ASSERT_TRUE(archive->Flush());
+    SP<BSmartObj> root;
+    FailEachAllocation(
+        "read",
+        [&] {
+            root = nullptr;
+            root = archive.Read(m_path);
+        },
+        [&] {
+            const bool isWhole = !root || IsSmallTree(root.Get());
+            root = archive ? archive->TakeOut("root") : nullptr; // a second time, with memory
+            return isWhole && (archive && archive->IsGood() ? IsSmallTree(root.Get()) : !root);
+        });
 }
 
 TEST_F(OutOfMemoryTest, AnArchiveThatSaysItWasWrittenLoads)
 {
     const SP<BNode> tree = SmallTree();
-    RunWithEachAllocationFailing({"write", [&](Memory& memory) {
-                                      bool isWritten = false;
-                                      {
-                                          BArchive archive(m_path, BArchive::ModeWrite, kClass, 1);
-                                          archive.Insert(tree.Get(), "root");
-                                          isWritten = archive.Flush();
-                                      }
-                                      memory.Stop();
-                                      return !isWritten || IsSmallTree(Loaded(m_path).Get());
-                                  }});
-    RunWithEachAllocationFailing({"write again", [&](Memory& memory) {
-                                      BArchive archive(m_path, BArchive::ModeWrite, kClass, 1);
-                                      try {
-                                          archive.Insert(tree.Get(), "root");
-                                          static_cast<void>(archive.Flush());
-                                      } catch (const std::bad_alloc&) {
-                                      }
-                                      memory.Stop();
-                                      archive.Insert(tree.Get(), "root");
-                                      return !archive.Flush() || IsSmallTree(Loaded(m_path).Get());
-                                  }});
+    Archive archive;
+    bool isWritten = false;
+    FailEachAllocation(
+        "write",
+        [&] {
+            isWritten = false;
+            archive.Write(m_path, tree);
+            isWritten = archive->Flush();
+        },
+        [&] {
+            const bool isSo = !isWritten || IsSmallTree(Loaded(m_path).Get());
+            if (!archive)
+                return isSo;
+            archive->Insert(tree.Get(), "root"); // once more, with memory
+            return isSo && (!archive->Flush() || IsSmallTree(Loaded(m_path).Get()));
+        });
 }
 
 TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
@@ -270,60 +253,56 @@ TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
 {
     const WString section = QD_W("Probe"), key = QD_W("a key"), kept = QD_W("kept");
     const WString value = QD_W("a value that takes memory");
+    bool isWritten = false, isNumberWritten = false;
     const auto check = [&](const char* name, auto open, bool savesAtOnce) {
         open()->WriteString(kept, value);
-        RunWithEachAllocationFailing(
-            {name, [&](Memory& memory) {
-                 bool isWritten = false, isNumberWritten = false;
-                 try {
-                     const SP<BProfileBase> profile = open();
-                     profile->SetSection(section);
-                     isWritten = profile->WriteString(key, value) && savesAtOnce;
-                     isNumberWritten = profile->WriteInt(7, key, 7) && savesAtOnce;
-                     static_cast<void>(profile->ReadString(key, kept));
-                     static_cast<void>(profile->ReadDouble(3, key, 0.5));
-                 } catch (const std::bad_alloc&) {
-                 }
-                 memory.Stop();
-                 const SP<BProfileBase> profile = open();
-                 const bool isKept = profile->ReadString(kept, WString()) == value;
-                 profile->SetSection(section);
-                 const WString found = profile->ReadString(key, WString());
-                 const int number = profile->ReadInt(7, key, 0);
-                 profile->DeleteSection();
-                 return isKept && (number == 7 || (!isNumberWritten && number == 0)) &&
-                        (found == value || (!isWritten && found.IsEmpty()));
-             }});
+        FailEachAllocation(
+            name,
+            [&] {
+                isWritten = isNumberWritten = false;
+                const SP<BProfileBase> profile = open();
+                profile->SetSection(section);
+                isWritten = profile->WriteString(key, value) && savesAtOnce;
+                isNumberWritten = profile->WriteInt(7, key, 7) && savesAtOnce;
+                Ask(profile->ReadString(key, kept), profile->ReadDouble(3, key, 0.5));
+            },
+            [&] {
+                const SP<BProfileBase> profile = open();
+                const bool isKept = profile->ReadString(kept, WString()) == value;
+                profile->SetSection(section);
+                const WString found = profile->ReadString(key, WString());
+                const int number = profile->ReadInt(7, key, 0);
+                profile->DeleteSection();
+                return isKept && (number == 7 || (!isNumberWritten && number == 0)) &&
+                       (found == value || (!isWritten && found.IsEmpty()));
+            });
     };
-    check(
-        "text profile", [&] { return SP<BProfileBase>(new BProfile(m_path, ProfileReadWrite)); },
-        true);
-    const WString binary = m_folder.Path("file.bin");
-    check(
-        "binary profile",
-        [&] { return SP<BProfileBase>(new BBinProfile(binary, ProfileReadWrite)); }, false);
+    const auto text = [&] { return SP<BProfileBase>(new BProfile(m_path, ProfileReadWrite)); };
+    check("text profile", text, true);
+    const WString path = m_folder.Path("file.bin");
+    const auto binary = [&] { return SP<BProfileBase>(new BBinProfile(path, ProfileReadWrite)); };
+    check("binary profile", binary, false);
 
     BIniProfile(m_path, section, true).Write(kept, value);
-    RunWithEachAllocationFailing({"INI profile", [&](Memory& memory) {
-                                      bool isWritten = false;
-                                      try {
-                                          const BIniProfile profile(m_path, section, true);
-                                          isWritten = profile.Write(key, value);
-                                          profile.Write(kept, value.CStr());
-                                          profile.Write(kept + kept, 0.5);
-                                          static_cast<void>(profile.GetInt(kept + key, 5));
-                                          BArray<WString> sections;
-                                          static_cast<void>(profile.GetSections(sections));
-                                      } catch (const std::bad_alloc&) {
-                                      }
-                                      memory.Stop();
-                                      BIniProfile profile(m_path, section, false);
-                                      WString found, old;
-                                      const bool isThere = profile.Read(key, found);
-                                      profile.DeleteKey(key);
-                                      return profile.Read(kept, old) && old == value &&
-                                             (isThere ? found == value : !isWritten);
-                                  }});
+    FailEachAllocation(
+        "INI profile",
+        [&] {
+            isWritten = false;
+            const BIniProfile profile(m_path, section, true);
+            isWritten = profile.Write(key, value);
+            profile.Write(kept, value.CStr());
+            profile.Write(kept + kept, 0.5);
+            BArray<WString> sections;
+            Ask(profile.GetInt(kept + key, 5), profile.GetSections(sections));
+        },
+        [&] {
+            BIniProfile profile(m_path, section, false);
+            WString found, old;
+            const bool isThere = profile.Read(key, found);
+            profile.DeleteKey(key);
+            return profile.Read(kept, old) && old == value &&
+                   (isThere ? found == value : !isWritten);
+        });
 }
 
 TEST_F(OutOfMemoryTest, TheRegistryKeepsWhatItHeld)
@@ -331,27 +310,28 @@ TEST_F(OutOfMemoryTest, TheRegistryKeepsWhatItHeld)
     const TestRegistry registry;
     const WString key = QD_W("a key"), kept = QD_W("kept");
     const WString value = QD_W("a value that takes memory");
-    const WString keyPath = registry.Path();
-    BConfigRegistry(keyPath).WriteString(kept, value);
-    RunWithEachAllocationFailing({"registry", [&](Memory& memory) {
-                                      bool isWritten = false;
-                                      try {
-                                          BConfigRegistry config(keyPath);
-                                          isWritten = config.WriteString(key, value) == 0;
-                                          WString found;
-                                          static_cast<void>(config.ReadString(kept, found));
-                                          config.WriteBool(kept + key, true);
-                                      } catch (const std::bad_alloc&) {
-                                      } catch (const BError&) {
-                                      }
-                                      memory.Stop();
-                                      BConfigRegistry config(keyPath);
-                                      WString found, old;
-                                      static_cast<void>(config.ReadString(key, found));
-                                      config.WriteString(key, WString());
-                                      return config.ReadString(kept, old) == 0 && old == value &&
-                                             (found == value || (!isWritten && found.IsEmpty()));
-                                  }});
+    BConfigRegistry(registry.Path()).WriteString(kept, value);
+    bool isWritten = false;
+    FailEachAllocation(
+        "registry",
+        [&] {
+            isWritten = false;
+            try {
+                BConfigRegistry config(registry.Path());
+                isWritten = config.WriteString(key, value) == 0;
+                WString found;
+                Ask(config.ReadString(kept, found), config.WriteBool(kept + key, true));
+            } catch (const BError&) {
+            }
+        },
+        [&] {
+            BConfigRegistry config(registry.Path());
+            WString found, old;
+            Ask(config.ReadString(key, found));
+            Ask(config.WriteString(key, WString()));
+            return config.ReadString(kept, old) == 0 && old == value &&
+                   (found == value || (!isWritten && found.IsEmpty()));
+        });
 }
 
 TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)
@@ -360,54 +340,48 @@ TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)
     const WString key = QD_W("$IDS_AKeyThatTakesMemory");
     const WString text = QD_W("a text that takes memory");
     const WString master = m_folder.Path("m.lng"), pattern = QD_W("m.lng");
-    const WString output = m_folder.Path("out");
+    const WString output = m_folder.Path("out"), merged = m_folder.Path("out/m.lng");
     ASSERT_TRUE(BDirEntry(output).MakeDir());
-    const auto made = [&] {
-        SP<BLanguageMap> map = new BLanguageMap;
-        map->Add(key, text, text, true, true);
-        map->Add(QD_W("$IDS_Another"), key, text, true, true);
-        return map;
-    };
+    BLanguageMap whole;
+    whole.Add(key, text, text, true, true);
+    whole.Add(QD_W("$IDS_Another"), key, text, true, true);
+    ASSERT_EQ(whole.ExportMapFile(master), 0);
     const auto isWhole = [&](const BLanguageMap& map) {
         return map.StdDefaultMap().Count() == 2 && map.Translate(key) == text;
     };
-    ASSERT_EQ(made()->ExportMapFile(master), 0);
-    RunWithEachAllocationFailing({"import", [&](Memory& memory) {
-                                      const SP<BLanguageMap> map = new BLanguageMap;
-                                      const int code =
-                                          map->ImportMapFile(master, nullptr, true, true);
-                                      memory.Stop();
-                                      return code != 0 || isWhole(*map);
-                                  }});
-    const SP<BLanguageMap> whole = made();
-    RunWithEachAllocationFailing({"export", [&](Memory& memory) {
-                                      const int code = whole->ExportMapFile(master);
-                                      memory.Stop();
-                                      const SP<BLanguageMap> map = new BLanguageMap;
-                                      return (code == 0 || code == 1) &&
-                                             map->ImportMapFile(master, nullptr, true, true) == 0 &&
-                                             isWhole(*map);
-                                  }});
-    RunWithEachAllocationFailing(
-        {"merge", [&](Memory& memory) {
-             int count = 0;
-             const int code = BLanguageMap::MergeMapFiles(folder, folder, output, pattern, count);
-             memory.Stop();
-             const SP<BLanguageMap> map = new BLanguageMap;
-             map->ImportMapFile(m_folder.Path("out/m.lng"), nullptr, true, true);
-             BFile::Delete(m_folder.Path("out/m.lng"));
-             return code != 0 || isWhole(*map);
-         }});
-    RunWithEachAllocationFailing(
-        {"map", [&](Memory& memory) {
-             const SP<BLanguageMap> map = new BLanguageMap;
-             const int code = map->Add(key, text, text, true, true);
-             const WString extended = map->TranslateExt(key + text);
-             WString keys;
-             static_cast<void>(map->TranslateBack(text, keys, WString(), LanguageCurrent));
-             memory.Stop();
-             return code != 0 || map->Translate(key) == text;
-         }});
+    const auto holdsAll = [&](const WString& path) {
+        BLanguageMap map;
+        map.ImportMapFile(path, nullptr, true, true);
+        return isWhole(map);
+    };
+    int code = 1, count = 0;
+    SP<BLanguageMap> map;
+    FailEachAllocation(
+        "import",
+        [&] {
+            code = 1, map = new BLanguageMap;
+            code = map->ImportMapFile(master, nullptr, true, true);
+        },
+        [&] { return code != 0 || isWhole(*map); });
+    FailEachAllocation(
+        "export", [&] { code = 1, code = whole.ExportMapFile(master); },
+        [&] { return (code == 0 || code == 1) && holdsAll(master); });
+    FailEachAllocation(
+        "merge",
+        [&] {
+            code = 1, code = BLanguageMap::MergeMapFiles(folder, folder, output, pattern, count);
+        },
+        [&] { return (code != 0 || holdsAll(merged)) && BFile::Delete(merged) <= 1; });
+    FailEachAllocation(
+        "map",
+        [&] {
+            code = 1, map = new BLanguageMap;
+            code = map->Add(key, text, text, true, true);
+            WString keys;
+            Ask(map->TranslateExt(key + text),
+                map->TranslateBack(text, keys, WString(), LanguageCurrent));
+        },
+        [&] { return code != 0 || map->Translate(key) == text; });
 }
 
 TEST_F(OutOfMemoryTest, AChildIsFoundWithoutAnIndex)
@@ -416,7 +390,7 @@ TEST_F(OutOfMemoryTest, AChildIsFoundWithoutAnIndex)
     for (int i = 0; i != 40; ++i)
         Append(*root, WString::FromInt(i));
     const WString name = QD_W("7");
-    Memory memory(0, Memory::ERange::All);
+    FailingAllocations memory(0, FailingAllocations::ERange::All);
     const BNode* const found = root->Child(name);
     memory.Stop();
     EXPECT_TRUE(memory.HaveFailed());
@@ -425,117 +399,94 @@ TEST_F(OutOfMemoryTest, AChildIsFoundWithoutAnIndex)
 
 TEST_F(OutOfMemoryTest, NothingEndsTheProcess)
 {
-    const SP<BNode> tree = SmallTree();
     const WString folder = m_folder.Path("a folder/another one");
     const WString long1 = QD_W("a name that takes memory"), long2 = QD_W("another that does");
-    const auto always = [](auto run) {
-        return [run](Memory&) {
-            run();
-            return true;
-        };
-    };
-    const Operation operations[] = {
-        {"files", always([&] {
-             BFile file(m_path, QD_W("wb"));
-             file.Close();
-             static_cast<void>(BFile::Size(m_path));
-             static_cast<void>(BFile::IsDirectory(m_path));
-             static_cast<void>(BFile::IsUnicode(m_path));
-             static_cast<void>(BFile::ConvertToUnicode(m_path));
-             static_cast<void>(BFile::Exist(m_path));
-             static_cast<void>(BFile::GetShortPathNameW(m_path));
-             static_cast<void>(file.Open(m_path, QD_W("r,ccs=UTF-16LE")));
-             file.Close();
-             static_cast<void>(BFile::Delete(m_path));
-         })},
-        {"entries", always([&] {
-             static_cast<void>(BDirEntry(folder).MakeDir());
-             static_cast<void>(BDirEntry(folder).Exists());
-             BDirEntry entry(folder);
-             entry += BDirEntry(long1);
-             entry.ChangeName(long2);
-             static_cast<void>(entry.GetPath());
-             static_cast<void>(entry.GetBase());
-         })},
-        {"trees", always([&] {
-             SP<BNode> root = Named(long1);
-             for (int i = 0; i != 40; ++i)
-                 Append(*root, long2)->SetText(WString::FromInt(i) + long1);
-             static_cast<void>(root->Child(long2));
-             root->Child(7)->AddAttrib(new NumberAttribute(long1, 1));
-             root->RemoveChild(3);
-             BNode copy;
-             copy.Copy(*root);
-             BBank bank(root);
-             static_cast<void>(bank.Container(QD_W("/one/two/three")));
-             static_cast<void>(bank.Path(root->Child(9)));
-             for (BNodeItr at(root.Get(), BNodeItr::All); at; ++at) {
-             }
-             for (BNodeAttribItr at(*root->Child(7)); at; ++at) {
-             }
-             BVisitor visitor;
-             root->Traverse(&visitor);
-         })},
-        {"containers", always([&] {
-             BDictionary<WString, WString> dictionary;
-             BMap<WString, WString> map;
-             BArray<WString> array;
-             DList<WString> list;
-             for (int i = 0; i != 40; ++i) {
-                 dictionary.Insert(WString::FromInt(i), long1);
-                 map.Insert(WString::FromInt(i), long1);
-                 array.Append(long1);
-                 list.AddTail(long1);
-             }
-         })},
-        {"bit arrays", always([&] {
-             BBitArray array(8, 9, 9);
-             array.ChangeExtent(1, 1, 20, 20);
-             const BBitArray copy(array);
-         })},
-        {"memory manager", always([&] {
-             CStdMemoryManager manager;
-             manager.Init(1 << 20, 1 << 20);
-             CMemoryBlock* const block = manager.MemoryBlockAlloc(1 << 12);
-             manager.FreeMemoryBlock(manager.MemoryBlockAlloc(1 << 21));
-             manager.FreeMemoryBlock(block);
-             BMemory memory;
-             memory.Duplicate(&manager, 16);
-             memory.Release();
-         })},
-        {"operations", always([&] {
-             BAsyncOperationInterface operation;
-             operation.StatusInfo(long1);
-             operation.ErrorInfo(BError(7, long1, long2, WString(), WString()));
-             static_cast<void>(operation.GetError());
-             static_cast<void>(operation.FetchStatusMessage(1, true));
-             operation.Stop();
-         })},
-        {"profiler",
-         [&](Memory& memory) {
-             BProfiler::SetLogfilePath(WString());
-             try {
-                 BProfiler::Start(long1);
-                 BProfiler::Step(long2);
-                 BProfiler::Stop(long1);
-                 BProfiler::SetLogfilePath(folder + QD_W("/"));
-             } catch (const std::bad_alloc&) {
-             }
-             memory.Stop();
-             return ProfilerLines::AreWhole();
-         }},
-        {"units", always([&] {
-             BUnitSystem system;
-             system.ChangeUnit(UnitClassNone, long1, 2, 3);
-             const BUnitSystem copy(system);
-             static_cast<void>(BGuid().ToString());
-         })},
-        {"collation", always([&] {
-             const WString other = QD_W("\u00e4 name that t\u00e4kes memory");
-             static_cast<void>(other == long1 || other.IEqual(long2) || other.IIncludes(long1));
-             static_cast<void>(BString(other) == BString(long1));
-         })},
-    };
-    for (const Operation& operation : operations)
-        RunWithEachAllocationFailing(operation);
+    FailEachAllocation("files", [&] {
+        BFile file(m_path, QD_W("wb"));
+        file.Close();
+        Ask(BFile::Size(m_path), BFile::IsDirectory(m_path), BFile::IsUnicode(m_path),
+            BFile::ConvertToUnicode(m_path), BFile::Exist(m_path), BFile::GetShortPathNameW(m_path),
+            file.Open(m_path, QD_W("r,ccs=UTF-16LE")));
+        file.Close();
+        Ask(BFile::Delete(m_path));
+    });
+    FailEachAllocation("entries", [&] {
+        Ask(BDirEntry(folder).MakeDir(), BDirEntry(folder).Exists());
+        BDirEntry entry(folder);
+        entry += BDirEntry(long1);
+        entry.ChangeName(long2);
+        Ask(entry.GetPath(), entry.GetBase());
+    });
+    FailEachAllocation("trees", [&] {
+        SP<BNode> root = Named(long1);
+        for (int i = 0; i != 40; ++i)
+            Append(*root, long2)->SetText(WString::FromInt(i) + long1);
+        Ask(root->Child(long2), root->Child(7)->AddAttrib(new NumberAttribute(long1, 1)));
+        root->RemoveChild(3);
+        BNode copy;
+        copy.Copy(*root);
+        BBank bank(root);
+        Ask(bank.Container(QD_W("/one/two/three")), bank.Path(root->Child(9)));
+        for (BNodeItr at(root.Get(), BNodeItr::All); at; ++at) {
+        }
+        for (BNodeAttribItr at(*root->Child(7)); at; ++at) {
+        }
+        BVisitor visitor;
+        root->Traverse(&visitor);
+    });
+    FailEachAllocation("containers", [&] {
+        BDictionary<WString, WString> dictionary;
+        BMap<WString, WString> map;
+        BArray<WString> array;
+        DList<WString> list;
+        for (int i = 0; i != 40; ++i) {
+            dictionary.Insert(WString::FromInt(i), long1);
+            map.Insert(WString::FromInt(i), long1);
+            array.Append(long1);
+            list.AddTail(long1);
+        }
+    });
+    FailEachAllocation("bit arrays", [&] {
+        BBitArray array(8, 9, 9);
+        array.ChangeExtent(1, 1, 20, 20);
+        const BBitArray copy(array);
+    });
+    FailEachAllocation("memory manager", [&] {
+        CStdMemoryManager manager;
+        manager.Init(1 << 20, 1 << 20);
+        CMemoryBlock* const block = manager.MemoryBlockAlloc(1 << 12);
+        manager.FreeMemoryBlock(manager.MemoryBlockAlloc(1 << 21));
+        manager.FreeMemoryBlock(block);
+        BMemory memory;
+        memory.Duplicate(&manager, 16);
+        memory.Release();
+    });
+    FailEachAllocation("operations", [&] {
+        BAsyncOperationInterface operation;
+        operation.StatusInfo(long1);
+        operation.ErrorInfo(BError(7, long1, long2, WString(), WString()));
+        Ask(operation.GetError(), operation.FetchStatusMessage(1, true));
+        operation.Stop();
+    });
+    FailEachAllocation(
+        "profiler",
+        [&] {
+            BProfiler::SetLogfilePath(WString());
+            BProfiler::Start(long1);
+            BProfiler::Step(long2);
+            BProfiler::Stop(long1);
+            BProfiler::SetLogfilePath(folder + QD_W("/"));
+        },
+        &ProfilerLines::AreWhole);
+    FailEachAllocation("units", [&] {
+        BUnitSystem system;
+        system.ChangeUnit(UnitClassNone, long1, 2, 3);
+        const BUnitSystem copy(system);
+        Ask(BGuid().ToString());
+    });
+    FailEachAllocation("collation", [&] {
+        const WString other = QD_W("\u00e4 name that t\u00e4kes memory");
+        Ask(other == long1, other.IEqual(long2), other.IIncludes(long1),
+            BString(other) == BString(long1));
+    });
 }

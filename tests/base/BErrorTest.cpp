@@ -2,7 +2,7 @@
 
 #include "core/base/SP.h"
 
-#include "tests/ThrownError.h"
+#include "tests/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -54,7 +54,7 @@ TEST(BError, HoldsACodeAndFourTexts)
 TEST(BError, ThrowsACopyThatIsASmartObjectToo)
 {
     const SP<BError> error = new BError(5, QD_W("$Key"), nullptr, nullptr, nullptr);
-    const std::optional<BError> caught = ThrownError([&] { error->Throw(); });
+    const std::optional<BError> caught = Thrown([&] { error->Throw(); });
     ASSERT_TRUE(caught);
     EXPECT_EQ(caught->Error(), 5);
     EXPECT_EQ(caught->Argument(0).CStr(), error->Argument(0).CStr()) << "the texts are shared";
@@ -64,23 +64,23 @@ TEST(BError, ThrowsACopyThatIsASmartObjectToo)
 TEST(BError, ChecksResultsByThrowingFailures)
 {
     const BError checker(1, QD_W("A"), QD_W("B"), nullptr, nullptr);
-    EXPECT_FALSE(ThrownError([&] { checker.Check(0); }));
-    const std::optional<BError> ofCode = ThrownError([&] { checker.Check(7); });
+    EXPECT_FALSE(Thrown([&] { checker.Check(0); }));
+    const std::optional<BError> ofCode = Thrown([&] { checker.Check(7); });
     ASSERT_TRUE(ofCode);
     EXPECT_EQ(ofCode->Error(), 7);
     EXPECT_EQ(ofCode->Argument(1), QD_W("B"));
 
     BError none(0);
     BError failure(5, QD_W("F"), nullptr, nullptr, nullptr);
-    EXPECT_FALSE(ThrownError([&] { checker.Check(none); }));
-    const std::optional<BError> ofError = ThrownError([&] { checker.Check(failure); });
+    EXPECT_FALSE(Thrown([&] { checker.Check(none); }));
+    const std::optional<BError> ofError = Thrown([&] { checker.Check(failure); });
     ASSERT_TRUE(ofError);
     EXPECT_EQ(ofError->Error(), 5);
     EXPECT_EQ(ofError->Argument(0), QD_W("F"));
 
     Late lateSuccess(0);
     Late lateFailure(2);
-    EXPECT_FALSE(ThrownError([&] { checker.Check(lateSuccess); }));
-    EXPECT_TRUE(ThrownError([&] { checker.Check(lateFailure); }));
+    EXPECT_FALSE(Thrown([&] { checker.Check(lateSuccess); }));
+    EXPECT_TRUE(Thrown([&] { checker.Check(lateFailure); }));
     EXPECT_FALSE(lateSuccess.IsFailure());
 }
