@@ -48,13 +48,19 @@ public:
             m_node = m_node->next;
             return *this;
         }
-        BasicIterator operator++(int) noexcept { return std::exchange(*this, m_node->next); }
+        BasicIterator operator++(int) noexcept
+        {
+            return std::exchange(*this, BasicIterator(m_node->next));
+        }
         BasicIterator& operator--() noexcept
         {
             m_node = m_node->previous;
             return *this;
         }
-        BasicIterator operator--(int) noexcept { return std::exchange(*this, m_node->previous); }
+        BasicIterator operator--(int) noexcept
+        {
+            return std::exchange(*this, BasicIterator(m_node->previous));
+        }
 
         friend bool operator==(BasicIterator a, BasicIterator b) noexcept
         {
