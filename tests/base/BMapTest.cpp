@@ -7,25 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <random>
 #include <vector>
-
-namespace {
-
-/// A key without a hash that counts comparisons.
-struct Ordered {
-    static inline std::uint64_t comparisons = 0;
-    int number = 0;
-    friend bool operator<(const Ordered& a, const Ordered& b)
-    {
-        ++comparisons;
-        return a.number < b.number;
-    }
-};
-
-} // namespace
 
 TEST(BMap, KeepsItsEntriesInTheOrderOfTheirKeys)
 {
@@ -78,20 +61,4 @@ TEST(Maps, DestroyEntriesAfterTheyHaveLeft)
     };
     remove(BMap<int, SP<Curious>>());
     remove(BDictionary<int, SP<Curious>>());
-}
-
-TEST(BMap, TakesKeysInAnyOrderWithoutQuadraticWork)
-{
-    std::vector<int> numbers(10000);
-    for (int i = 0; i < 10000; ++i)
-        numbers[static_cast<std::size_t>(i)] = i;
-    std::shuffle(numbers.begin(), numbers.end(), std::mt19937(1));
-    BMap<Ordered, int> map;
-    Ordered::comparisons = 0;
-    for (const int number : numbers)
-        map.Insert({number}, number);
-    EXPECT_LT(Ordered::comparisons, 10000u * 3 * 14); // 2^14 is more than 10000
-    int expected = 0;
-    for (const auto& item : map)
-        ASSERT_EQ(item.key.number, expected++);
 }

@@ -85,7 +85,7 @@ TEST(BSmartObj, DiesWithTheReleaseThatBringsItsCountFromOneToZero)
 TEST(BSmartObj, DiesOnceWhenTwoThreadsReleaseItAtTheSameTime)
 {
     int lives = 0;
-    for (int round = 0; round < 500; ++round) {
+    for (int round = 0; round < 200; ++round) {
         Latch ready(2);
         SP<Counted> object = new Counted(lives);
         const auto release = [&ready](SP<Counted> mine) {
@@ -113,19 +113,12 @@ TEST(BSmartObj, NamesItsDynamicType)
 
 TEST(BSmartObj, WritesIdsInLowerCaseHexadecimal)
 {
-    const struct {
-        std::uint64_t value;
-        const char* text;
-    } cases[] = {
-        {0, "0"},    {9, "9"},           {26, "1a"},
-        {255, "ff"}, {0x10000, "10000"}, {0xFFFFFFFFFFFFFFFF, "ffffffffffffffff"},
-    };
-    for (const auto& [value, text] : cases)
-        EXPECT_STREQ(BSmartObj::Id(value).CStr(), text);
-
+    EXPECT_STREQ(BSmartObj::Id(std::uint64_t{0}), "0");
+    EXPECT_STREQ(BSmartObj::Id(0x1a09), "1a09");
+    EXPECT_STREQ(BSmartObj::Id(0xFFFFFFFFFFFFFFFF), "ffffffffffffffff");
     const BSmartObj object;
-    const auto address = reinterpret_cast<std::uintptr_t>(&object);
-    EXPECT_EQ(std::stoull(object.Id().CStr(), nullptr, 16), address);
+    EXPECT_EQ(std::stoull(object.Id().CStr(), nullptr, 16),
+              reinterpret_cast<std::uintptr_t>(&object));
 }
 
 TEST(BSmartObj, TellsObjectsThatCanBeCalled)

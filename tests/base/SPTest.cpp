@@ -11,15 +11,10 @@ namespace {
 
 struct Base : Counted {
     using Counted::Counted;
+    SP<Base> next;
 };
 struct Derived : Base {
     using Base::Base;
-};
-
-/// Holds another one, so that releasing the first releases both.
-struct Link : Counted {
-    using Counted::Counted;
-    SP<Link> next;
 };
 
 static_assert(sizeof(SP<Base>) == sizeof(Base*));
@@ -59,15 +54,10 @@ TEST(SP, AssignmentReleasesWhatItHeld)
     pointer = itself;
     pointer = std::move(itself);
     EXPECT_EQ(pointer->RefCount(), 1);
-    pointer = SP<Derived>();
-    EXPECT_EQ(lives, 0);
-
-    // Assigning from what the released object alone holds.
-    SP<Link> chain = new Link(lives);
-    chain->next = new Link(lives);
-    chain = chain->next;
+    pointer->next = new Base(lives);
+    pointer = pointer->next; // which the released object alone holds
     EXPECT_EQ(lives, 1);
-    chain = nullptr;
+    pointer = SP<Derived>();
     EXPECT_EQ(lives, 0);
 }
 
