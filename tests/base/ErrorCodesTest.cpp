@@ -4,10 +4,9 @@
 
 TEST(ErrorCodes, HaveTheNumbersThatApplicationsWereBuiltWith)
 {
-    struct Case {
+    const struct {
         int code, number;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {kErrorNone, 0},
         {kErrorGeneral, 32767},
         {kErrorMemory, 25021},
@@ -23,6 +22,6 @@ TEST(ErrorCodes, HaveTheNumbersThatApplicationsWereBuiltWith)
         {kErrorLanguageKeyTwice, 7359},
         {kErrorLanguageLines, 7360},
     };
-    for (const Case& row : cases)
+    for (const auto& row : cases)
         EXPECT_EQ(row.code, row.number);
 }
