@@ -61,7 +61,7 @@ TEST(BLanguageMap, ChecksEntriesInAFixedOrder)
          QD_W("\u00AD")},
     };
     BLanguageMap map;
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(testing::Message() << "row " << &row - cases);
         map.SetReportMissingTranslations(row.report);
         EXPECT_EQ(map.GetReportMissingTranslations(), row.report);
@@ -98,16 +98,25 @@ TEST(BLanguageMap, FindsAndOrdersKeysByCollation)
     EXPECT_EQ(keys, (std::vector<Wide>{QD_W("$a_1"), QD_W("$b"), QD_W("$B"), QD_W("$Strasse")}));
 }
 
+TEST(BLanguageMap, KeepsItsOtherKeysWhenEntriesAreReplaced)
+{
+    BLanguageMap map;
+    for (const WChar* const text : {QD_W("old"), QD_W("new")})
+        for (int i = 0; i < 3000; ++i)
+            map.Add(QD_W("$K_") + WString::FromInt(i), text, text, true, false);
+    for (int i = 0; i < 3000; ++i)
+        ASSERT_EQ(TextOf(map, QD_W("$K_") + WString::FromInt(i)), QD_W("new")) << i;
+}
+
 TEST(BLanguageMap, TranslatesKeysAloneAndInTexts)
 {
     SP<BLanguageMap> map = new BLanguageMap;
     map->Add(QD_W("$A"), QD_W("Hello"), QD_W("Hallo"), false, false);
     map->Add(QD_W("$A_1"), QD_W("Price"), QD_W("$A kostet"), false, false);
     map->Add(QD_W("$"), QD_W("dollar"), QD_W(""), false, false);
-    struct Case {
+    const struct {
         const WChar *text, *translated, *marked, *extended, *extendedMarked;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {QD_W("$A"), QD_W("Hallo"), QD_W("*Hallo*"), QD_W("Hallo"), QD_W("*Hallo*")},
         {QD_W("$X"), QD_W("$X"), QD_W("$X"), QD_W("$X"), QD_W("$X")},
         {QD_W("A"), QD_W("A"), QD_W("A"), QD_W("A"), QD_W("A")},
@@ -119,7 +128,7 @@ TEST(BLanguageMap, TranslatesKeysAloneAndInTexts)
          QD_W("<*$A kostet*>")},
         {QD_W("$$A$X$"), QD_W("$$A$X$"), QD_W("$$A$X$"), QD_W("Hallo$X"), QD_W("***Hallo*$X**")},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(testing::PrintToString(Wide(row.text)));
         map->ActivateTestMode(false);
         EXPECT_EQ(Wide(map->Translate(row.text)), row.translated);
@@ -144,13 +153,12 @@ TEST(BLanguageMap, TranslatesTextsBackToTheirKeys)
     map.Add(QD_W("$Go_On"), QD_W("Next"), QD_W("Weiter"), false, false);
     map.Add(QD_W("$Go"), QD_W("Go"), QD_W("WEITER"), false, false);
     map.Add(QD_W("$Dlg_Go"), QD_W("next"), QD_W("Los"), false, false);
-    struct Case {
+    const struct {
         const WChar *text, *prefix;
         ELanguage language;
         int count;
         const WChar* keys;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {QD_W("weiter"), QD_W(""), LanguageCurrent, 2, QD_W("$Go,$Go_On")},
         {QD_W("weiter"), QD_W("$"), LanguageCurrent, 1, QD_W("$Go")},
         {QD_W("weiter"), QD_W("$gO"), LanguageCurrent, 1, QD_W("$Go_On")},
@@ -159,7 +167,7 @@ TEST(BLanguageMap, TranslatesTextsBackToTheirKeys)
         {QD_W("NEXT"), QD_W(""), LanguageDefault, 2, QD_W("$Dlg_Go,$Go_On")},
         {QD_W("NEXT"), QD_W(""), static_cast<ELanguage>(2), 0, QD_W("(as before)")},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(testing::Message() << "row " << &row - cases);
         WString keys = QD_W("(as before)");
         EXPECT_EQ(map.TranslateBack(row.text, keys, row.prefix, row.language), row.count);
