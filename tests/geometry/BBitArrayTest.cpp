@@ -103,11 +103,7 @@ TEST(BBitArray, CropsAndExtends)
         int x, y, width, height;
         const char* digits;
     } cases[] = {
-        {-1, -1, 5, 4,
-         "00000"
-         "01230"
-         "04560"
-         "00000"}, // a border
+        {-1, -1, 5, 4, "00000012300456000000"}, // a border
         {1, 0, 2, 2, "2356"},
         {0, 0, 3, 3, "123456000"},
         {-2, 1, 4, 1, "0045"},
@@ -145,39 +141,37 @@ TEST(BBitArray, CopiesItsData)
 /// An archive of one array whose payload the tests replace.
 class BBitArrayRecord : public testing::Test {
 protected:
-    BBitArrayRecord()
+    std::string Written(const BBitArray& array)
     {
-        const SP<BBitArray> array(new BBitArray(Numbered(9)));
-        {
-            BArchive archive(m_path.CStr(), BArchive::ModeWrite, "class Test", 1);
-            archive.Insert(array.Get(), "mask");
-        }
-        m_bytes = FileBytes(m_folder / "archive");
+        BArchive archive(m_path, BArchive::ModeWrite, "class Test", 1);
+        archive.Insert(SP<BBitArray>(new BBitArray(array)).Get(), "mask");
+        EXPECT_TRUE(archive.Flush());
+        return FileBytes(m_folder / "archive");
     }
-
+    SP<BBitArray> Read()
+    {
+        BArchive archive(m_path, BArchive::ModeRead, "class Test", 1);
+        return TakeOutAs<BBitArray>(archive, "mask");
+    }
     SP<BBitArray> Read(std::string_view payload)
     {
-        std::string bytes = m_bytes.substr(0, m_bytes.size() - kPayload.size() - 8);
-        bytes += static_cast<char>(payload.size());
-        bytes += "\0\0\0\0\0\0\0"sv;
-        bytes += payload;
-        WriteFileBytes(m_folder / "archive", bytes);
-        BArchive archive(m_path.CStr(), BArchive::ModeRead, "class Test", 1);
-        return TakeOutAs<BBitArray>(archive, "mask");
+        const std::string whole = Written(Numbered(9));
+        WriteFileBytes(m_folder / "archive", whole.substr(0, whole.size() - kPayload.size() - 8) +
+                                                 BytesOf(std::uint64_t{payload.size()}) +
+                                                 std::string(payload));
+        return Read();
     }
 
     static constexpr std::string_view kPayload = "\x03\0\0\0\x02\0\0\0\x02\0\0\0"
                                                  "\1\1\2\2\3\3\4\4\5\5\6\6"sv;
     TemporaryFolder m_folder;
     WString m_path = m_folder.Path("archive");
-    std::string m_bytes;
 };
 
 TEST_F(BBitArrayRecord, HoldsExtentAndBytes)
 {
-    EXPECT_TRUE(std::string_view(m_bytes).ends_with(kPayload));
-
-    const SP<BBitArray> array = Read(kPayload);
+    EXPECT_TRUE(Written(Numbered(9)).ends_with(kPayload));
+    const SP<BBitArray> array = Read();
     ASSERT_TRUE(array);
     EXPECT_EQ(array->Width(), 3);
     EXPECT_EQ(array->Height(), 2);
@@ -198,10 +192,8 @@ TEST_F(BBitArrayRecord, GivesNothingWhenItHoldsLessThanItDeclares)
         "\0\0\0\x80\0\0\0\x80\xFF\xFF\xFF\x7F"sv, // both extents negative
         "\x03\0\0\0\x02\0\0\0\xFF\xFF\xFF\xFF"sv, // negative cells
     };
-    for (const std::string_view& head : damaged) {
-        SCOPED_TRACE(&head - damaged);
-        EXPECT_FALSE(Read(std::string(head) += kPayload.substr(12)));
-    }
+    for (const std::string_view& head : damaged)
+        EXPECT_FALSE(Read(std::string(head) += kPayload.substr(12))) << &head - damaged;
 }
 
 TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
@@ -209,19 +201,13 @@ TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
     for (const std::string_view& head :
          {"\0\0\0\0\x02\0\0\0\x01\0\0\0"sv, "\x03\0\0\0\xFF\xFF\xFF\xFF\x01\0\0\0"sv,
           "\x03\0\0\0\x02\0\0\0\0\0\0\0"sv,
-          "\xFD\xFF\xFF\xFF\xFE\xFF\xFF\xFF\x01\0\0\0"sv,    // ChangeExtent(0, 0, -3, -2)
           "\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F\x01\0\0\0"sv}) { // not to be allocated
         const SP<BBitArray> array = Read(head);
         ASSERT_TRUE(array);
         EXPECT_EQ(array->Data(), nullptr);
     }
-    const SP<BBitArray> array = new BBitArray(Numbered(8));
-    array->ChangeExtent(0, 0, -3, -2);
-    {
-        BArchive archive(m_path.CStr(), BArchive::ModeWrite, "class Test", 1);
-        archive.Insert(array.Get(), "mask");
-        EXPECT_TRUE(archive.Flush());
-    }
-    BArchive archive(m_path.CStr(), BArchive::ModeRead, "class Test", 1);
-    EXPECT_TRUE(TakeOutAs<BBitArray>(archive, "mask"));
+    BBitArray array = Numbered(8);
+    array.ChangeExtent(0, 0, -3, -2);
+    EXPECT_TRUE(Written(array).ends_with("\xFD\xFF\xFF\xFF\xFE\xFF\xFF\xFF\x01\0\0\0"sv));
+    EXPECT_TRUE(Read());
 }

@@ -6,22 +6,25 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <limits>
 #include <memory>
+#include <string_view>
+#include <vector>
+
+using namespace std::string_view_literals;
 
 TEST(BFColor, ClampsWhateverMakesAColor)
 {
-    const BFColor color(0.5f, 0.25f, 0.75f, 1.0f);
+    const BFColor color(0.25f, 0.125f, 0.375f, 0.5f);
     EXPECT_EQ(BFColor(1.5f, -0.2f, 0.5f, 2.0f), BFColor(1.0f, 0.0f, 0.5f, 1.0f));
-    EXPECT_EQ(color * 2.0f, BFColor(1.0f, 0.5f, 1.0f, 1.0f));
-    EXPECT_EQ(color / 2.0f, BFColor(0.25f, 0.125f, 0.375f, 0.5f));
+    EXPECT_EQ(color * 2.0f, BFColor(0.5f, 0.25f, 0.75f, 1.0f));
+    EXPECT_EQ(color * 4.0f, BFColor(1.0f, 0.5f, 1.0f, 1.0f));
+    EXPECT_EQ(color / 2.0f, BFColor(0.125f, 0.0625f, 0.1875f, 0.25f));
     EXPECT_EQ(color / 0.0f, BFColor(1.0f, 1.0f, 1.0f, 1.0f));
     BFColor changed = color;
-    changed += color;
-    EXPECT_EQ(changed, BFColor(1.0f, 0.5f, 1.0f, 1.0f));
-    changed -= BFColor(0.5f, 0.75f, 0.0f, 0.5f);
-    EXPECT_EQ(changed, BFColor(0.5f, 0.0f, 1.0f, 0.5f));
+    changed += BFColor(0.5f, 0.125f, 0.25f, 0.125f);
+    EXPECT_EQ(changed, BFColor(0.75f, 0.25f, 0.625f, 0.625f));
+    changed -= BFColor(0.5f, 0.75f, 0.125f, 0.5f);
+    EXPECT_EQ(changed, BFColor(0.25f, 0.0f, 0.5f, 0.125f));
     EXPECT_TRUE(std::isnan(BFColor(std::nanf(""), 0.0f, 0.0f, 1.0f).Red()));
 }
 
@@ -100,29 +103,22 @@ TEST(BFColor, OffersItsStockColorsInTurn)
     EXPECT_EQ(BFColor::GetStockColor(20), BFColor(0.5f, 0.75f, 0.25f, 1.0f));
     EXPECT_EQ(BFColor::GetStockColor(21), BFColor());
     EXPECT_EQ(g_colorBeforeMain, BFColor(0.5f, 0.25f, 0.75f, 1.0f));
-    int sums[4] = {}; // in quarters, weighted by place
+    std::vector<int> sums(4); // in quarters, weighted by place
     for (int index = 0; index < 21; ++index)
-        for (int channel = 0; channel < 4; ++channel)
-            sums[channel] +=
-                (index + 1) *
-                static_cast<int>(static_cast<float*>(BFColor::Color[index])[channel] * 4);
-    EXPECT_EQ(sums[0], 392);
-    EXPECT_EQ(sums[1], 404);
-    EXPECT_EQ(sums[2], 416);
-    EXPECT_EQ(sums[3], 924);
+        for (std::size_t channel = 0; channel < 4; ++channel)
+            sums[channel] += (index + 1) * static_cast<int>(BFColor::Color[index][channel] * 4);
+    EXPECT_EQ(sums, (std::vector{392, 404, 416, 924}));
 }
 
 TEST(BFColor, IsSixteenBytesInAFile)
 {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
-    ASSERT_TRUE(file);
     const BFColor color(1.0f, 0.5f, 0.25f, 0.0f);
-    EXPECT_TRUE(color.Write(file.get()));
-
-    unsigned char bytes[17] = {};
+    ASSERT_TRUE(file && color.Write(file.get()));
+    char bytes[17] = {};
     std::rewind(file.get());
     EXPECT_EQ(std::fread(bytes, 1, sizeof bytes, file.get()), 16u);
-    EXPECT_EQ(std::memcmp(bytes, "\0\0\x80\x3F\0\0\0\x3F\0\0\x80\x3E\0\0\0", 16), 0);
+    EXPECT_EQ(std::string_view(bytes, 16), "\0\0\x80\x3F\0\0\0\x3F\0\0\x80\x3E\0\0\0\0"sv);
 
     BFColor read;
     std::rewind(file.get());
@@ -131,4 +127,5 @@ TEST(BFColor, IsSixteenBytesInAFile)
     std::fseek(file.get(), 4, SEEK_SET);
     EXPECT_FALSE(read.Read(file.get())); // 12 bytes are left
     EXPECT_EQ(read, color);
+    EXPECT_FALSE(color.Write(nullptr) || read.Read(nullptr));
 }

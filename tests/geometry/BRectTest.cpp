@@ -2,11 +2,11 @@
 
 #include "core/geometry/BFRect.h"
 
-#include "tests/geometry/RectCases.h"
-
 #include <gtest/gtest.h>
 
 #include <climits>
+
+static const BRect kEverything(INT_MIN, INT_MIN, INT_MAX, INT_MAX);
 
 static BFRect Floats(const BRect& rect)
 {
@@ -16,8 +16,23 @@ static BFRect Floats(const BRect& rect)
 
 TEST(BRect, CombinesAsThePlatformDoesAlsoInFloats)
 {
-    for (const RectCase& row : kRectCases) {
-        SCOPED_TRACE(&row - kRectCases);
+    const struct {
+        BRect a, b, intersection, unionRect;
+    } cases[] = {
+        {{0, 0, 10, 10}, {5, 6, 20, 20}, {5, 6, 10, 10}, {0, 0, 20, 20}},
+        {{0, 0, 10, 10}, {2, 3, 4, 5}, {2, 3, 4, 5}, {0, 0, 10, 10}}, // one inside the other
+        {{0, 0, 10, 10}, {10, 0, 20, 10}, {}, {0, 0, 20, 10}},        // side by side
+        {{0, 0, 10, 10}, {0, 10, 10, 20}, {}, {0, 0, 10, 20}},        // one below the other
+        {{0, 0, 2, 2}, {5, 5, 7, 7}, {}, {0, 0, 7, 7}},               // apart
+        {{0, 0, 10, 10}, {3, 3, 3, 8}, {}, {0, 0, 10, 10}},           // no width
+        {{0, 0, 10, 10}, {30, 8, 40, 2}, {}, {0, 0, 10, 10}},         // bottom above top
+        {{8, 1, 2, 5}, {3, 3, 4, 4}, {}, {3, 3, 4, 4}},               // right before left
+        {{5, 5, 5, 5}, {9, 9, 1, 1}, {}, {}},                         // nothing in either
+        {kEverything, {-1, -1, 1, 1}, {-1, -1, 1, 1}, kEverything},
+        {{INT_MIN, 0, -1, 1}, {1, 0, INT_MAX, 1}, {}, {INT_MIN, 0, INT_MAX, 1}},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(&row - cases);
         EXPECT_EQ(row.a.Intersection(row.b), row.intersection);
         EXPECT_EQ(row.b.Intersection(row.a), row.intersection);
         EXPECT_EQ(row.a.Union(row.b), row.unionRect);
@@ -59,16 +74,15 @@ TEST(BRect, KnowsItsCornersAndCells)
 
 TEST(BRect, IsDefinedOverTheWholeRange)
 {
-    const BRect everything(INT_MIN, INT_MIN, INT_MAX, INT_MAX);
-    EXPECT_EQ(everything.Size(), BSize(-1, -1));
+    EXPECT_EQ(kEverything.Size(), BSize(-1, -1));
     EXPECT_EQ(BRect(INT_MAX - 2, INT_MIN, INT_MAX, INT_MIN + 2).Center(),
               BPoint(INT_MAX - 1, INT_MIN + 1));
-    EXPECT_EQ(everything.Successor(BPoint(INT_MAX, INT_MAX)), BPoint(INT_MIN, INT_MIN));
-    BRect moved = everything;
+    EXPECT_EQ(kEverything.Successor(BPoint(INT_MAX, INT_MAX)), BPoint(INT_MIN, INT_MIN));
+    BRect moved = kEverything;
     moved += BPoint(1, -1);
     EXPECT_EQ(moved, BRect(INT_MIN + 1, INT_MAX, INT_MIN, INT_MAX - 1));
     moved -= BPoint(1, -1);
-    EXPECT_EQ(moved, everything);
+    EXPECT_EQ(moved, kEverything);
 }
 
 TEST(BFRect, NumbersItsCornersAroundWithTheSignOfTheIndex)
@@ -85,4 +99,9 @@ TEST(BFRect, NumbersItsCornersAroundWithTheSignOfTheIndex)
     EXPECT_EQ(rect.Center(), BFPoint(2.0f, 3.5f));
     EXPECT_EQ(rect.Size(), BFPoint(2.0f, 3.0f));
     EXPECT_EQ(rect.Successor(BFPoint(2.0f, 2.5f)), BFPoint(1.0f, 3.5f));
+    BFRect moved = rect;
+    moved += BFPoint(1.0f, -2.0f);
+    EXPECT_EQ(moved, BFRect(2.0f, 0.0f, 4.0f, 3.0f));
+    moved -= BFPoint(1.0f, -2.0f);
+    EXPECT_EQ(moved, rect);
 }

@@ -11,7 +11,8 @@
 
 TEST(BRgb, LiesInMemoryAsBitmapsHaveIt)
 {
-    BRgb pixel(1, 2, 3);
+    BRgb pixel(1, 2, 9);
+    pixel.Blue() = 3;
     EXPECT_EQ(std::memcmp(&pixel, "\3\2\1", 3), 0);
     EXPECT_EQ(pixel.ColorRef(), 0x030201u);
     pixel.ColorRef(0xFF0A0908u);
@@ -68,8 +69,10 @@ TEST(BRgb, HoldsARelationOnlyInAllChannels)
 
 TEST(BRgb, IsAsIntenseAsItsLargestChannel)
 {
-    EXPECT_EQ(BRgb(1, 200, 3).Intensity(), 200);
-    EXPECT_EQ(BRgba(1, 2, 201, 255).Intensity(), 201);
+    for (const BRgb& pixel : {BRgb(200, 2, 3), BRgb(1, 200, 3), BRgb(1, 2, 200)}) {
+        EXPECT_EQ(pixel.Intensity(), 200);
+        EXPECT_EQ(BRgba(pixel).Intensity(), 200); // which is opaque
+    }
 }
 
 TEST(BRgba, TakesFloatsTruncatedAndUnclamped)
