@@ -16,56 +16,54 @@ public:
     void WriteData(BArchive&) const override { throw std::runtime_error("unwritable"); }
 };
 
-bool SaveItem(const WString& path, int value)
-{
-    return SaveArchive(path, "class Saved", 1, [&](BArchive& archive) {
-        archive.Insert(SP<ArchiveItem>(new ArchiveItem(value)).Get(), "item");
-    });
-}
+class SaveArchiveTest : public testing::Test {
+protected:
+    [[nodiscard]] static bool Save(const WString& path, int value)
+    {
+        return SaveArchive(path, "class Saved", 1, [&](BArchive& archive) {
+            archive.Insert(SP<ArchiveItem>(new ArchiveItem(value)).Get(), "item");
+        });
+    }
+    [[nodiscard]] std::ptrdiff_t FileCount() const
+    {
+        return std::distance(std::filesystem::directory_iterator(m_folder / ""), {});
+    }
 
-std::ptrdiff_t FileCount(const TemporaryFolder& folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder / ""), {});
-}
+    const TemporaryFolder m_folder;
+    const WString m_path = m_folder.Path("part.qda");
+};
 
 } // namespace
 
-TEST(SaveArchive, ReplacesTheDocumentAsAWhole)
+TEST_F(SaveArchiveTest, ReplacesTheDocumentAsAWhole)
 {
-    const TemporaryFolder folder;
-    const WString path = folder.Path("part.qda");
     ArchiveItem::Register();
     for (const int value : {1, 22}) {
-        EXPECT_TRUE(SaveItem(path, value));
-        BArchive archive(path, BArchive::ModeRead, "class Saved", 1);
-        const SP<BSmartObj> item = archive.TakeOut("item");
+        EXPECT_TRUE(Save(m_path, value));
+        BArchive archive(m_path, BArchive::ModeRead, "class Saved", 1);
+        const SP<ArchiveItem> item = TakeOutAs<ArchiveItem>(archive, "item");
         ASSERT_TRUE(item);
-        EXPECT_EQ(static_cast<ArchiveItem*>(item.Get())->m_value, value);
-        EXPECT_EQ(FileCount(folder), 1);
+        EXPECT_EQ(item->m_value, value);
+        EXPECT_EQ(FileCount(), 1);
     }
 }
 
-TEST(SaveArchive, LeavesTheOldDocumentWhenItFails)
+TEST_F(SaveArchiveTest, LeavesTheOldDocumentWhenItFails)
 {
-    const TemporaryFolder folder;
-    const WString path = folder.Path("part.qda");
-    ASSERT_TRUE(SaveItem(path, 1));
-    const std::string old = FileBytes(folder / "part.qda");
-
+    ASSERT_TRUE(Save(m_path, 1));
+    const std::string old = FileBytes(m_folder / "part.qda");
     const SP<BSmartObj> unwritable(new Unwritable);
     const auto insertUnwritable = [&](BArchive& archive) {
         archive.Insert(SP<ArchiveItem>(new ArchiveItem(2)).Get(), "item");
         archive.Insert(unwritable.Get(), "unwritable");
     };
-    EXPECT_THROW((void)SaveArchive(path, "class Saved", 1, insertUnwritable), std::runtime_error);
-    const auto throwAtOnce = [](BArchive&) { throw std::logic_error("no document"); };
-    EXPECT_THROW((void)SaveArchive(path, "class Saved", 1, throwAtOnce), std::logic_error);
+    EXPECT_THROW((void)SaveArchive(m_path, "class Saved", 1, insertUnwritable), std::runtime_error);
 
     using std::filesystem::perms;
-    std::filesystem::permissions(folder / "part.qda", perms::owner_read);
-    EXPECT_FALSE(SaveItem(path, 3));
-    EXPECT_FALSE(SaveItem(folder.Path("no folder/part.qda"), 3));
-    EXPECT_EQ(FileBytes(folder / "part.qda"), old);
-    EXPECT_EQ(FileCount(folder), 1);
-    std::filesystem::permissions(folder / "part.qda", perms::owner_all); // so that it can go
+    std::filesystem::permissions(m_folder / "part.qda", perms::owner_read);
+    EXPECT_FALSE(Save(m_path, 3));
+    EXPECT_FALSE(Save(m_folder.Path("no folder/part.qda"), 3));
+    EXPECT_EQ(FileBytes(m_folder / "part.qda"), old);
+    EXPECT_EQ(FileCount(), 1);
+    std::filesystem::permissions(m_folder / "part.qda", perms::owner_all); // so that it can go
 }

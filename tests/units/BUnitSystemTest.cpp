@@ -25,12 +25,11 @@ TEST(BUnitSystem, StartsWithMillimetresAndDegrees)
                                              {kMessageUnitChanged, 3, 0},
                                              {kMessageUnitChanged, 4, 0},
                                              {kMessageUnitChanged, 5, 0}}));
-    struct Case {
+    const struct {
         const WChar* symbol;
         int precision;
-    };
-    const Case cases[] = {{QD_W(""), 9},         {QD_W("mm"), 3},      {QD_W("mm\u00B2"), 3},
-                          {QD_W("mm\u00B3"), 3}, {QD_W("\u00B0C"), 1}, {QD_W("\u00B0"), 2}};
+    } cases[] = {{QD_W(""), 9},         {QD_W("mm"), 3},      {QD_W("mm\u00B2"), 3},
+                 {QD_W("mm\u00B3"), 3}, {QD_W("\u00B0C"), 1}, {QD_W("\u00B0"), 2}};
     for (int index = 0; index < 6; ++index) {
         SCOPED_TRACE(index);
         const BUnit& unit = system.Unit(static_cast<EUnitClass>(index));
@@ -45,12 +44,11 @@ TEST(BUnitSystem, PostsEachUnitThatASettingChanges)
     BUnitSystem system;
     const BUnit& length = system.Unit(UnitClassLength);
     RecordingDispatcher dispatcher;
-    struct Case {
+    const struct {
         int setting;
         const WChar *length, *text;
         Messages posted;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {UnitInch, QD_W("\""), QD_W("1.0000"), {{kMessageUnitChanged, 1, 0}}},
         {UnitThou, QD_W("Thou"), QD_W("1000.0"), {{kMessageUnitChanged, 1, 0}}},
         {UnitDegree, QD_W("Thou"), QD_W("1000.0"), {{kMessageUnitChanged, 5, 0}}},
@@ -60,7 +58,7 @@ TEST(BUnitSystem, PostsEachUnitThatASettingChanges)
          QD_W("25.400"),
          {{kMessageUnitChanged, 1, 0}, {kMessageUnitChanged, 2, 0}, {kMessageUnitChanged, 3, 0}}},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.setting);
         const Wide area = system.Unit(UnitClassArea).Symbol().CStr();
         system.ChangeUnit(static_cast<EUnit>(row.setting));

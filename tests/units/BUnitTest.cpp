@@ -14,12 +14,11 @@ const double kInch = 1 / 25.4;
 
 TEST(BUnit, TakesATextThatIsOneNumberAndNothingElse)
 {
-    struct Case {
+    const struct {
         const WChar* text;
         double converted, reverted;
         const WChar *convertedText, *revertedText, *formatted;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {QD_W("5"), 10, 2.5, QD_W("10"), QD_W("2.5"), QD_W("10.00")},
         {QD_W(" \t5 \u00A0"), 10, 2.5, QD_W("10"), QD_W("2.5"), QD_W("10.00")},
         {QD_W("-1e-3"), -0.002, -0.0005, QD_W("-0.002"), QD_W("-0.0005"), QD_W("-0.00")},
@@ -29,7 +28,7 @@ TEST(BUnit, TakesATextThatIsOneNumberAndNothingElse)
         {QD_W(""), 0, 0, QD_W("0"), QD_W("0"), QD_W("")},
     };
     const BUnit twice(QD_W("x"), 2, 1);
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(testing::Message() << (&row - cases));
         EXPECT_DOUBLE_EQ(twice.Convert(row.text), row.converted);
         EXPECT_DOUBLE_EQ(twice.Revert(row.text), row.reverted);
@@ -65,7 +64,7 @@ TEST(BUnit, FormatsInFixedNotationForAnyPrecision)
                  QD_W("7298255470094296981642401078715920448303223")},
         {std::numeric_limits<double>::infinity(), 3, 200, QD_W("inf")},
     };
-    for (const Case& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(testing::Message() << (&row - cases));
         EXPECT_EQ(Wide(BUnit(QD_W(""), 1, row.own).Format(row.value, row.asked)), row.text);
     }
