@@ -224,7 +224,7 @@ def planted(source, mutants):
                 write(first.start, first.end, nested)
                 put(b" } }")
             else:
-                is_condition = first.what.startswith("(")
+                is_condition = first.planted in (b"true", b"false")
                 put(b"(" + on + b" ? (" + first.planted + b") : ")
                 put(b"static_cast<bool>(" if is_condition else b"(")
                 write(first.start, first.end, nested)
