@@ -2,7 +2,7 @@
 
 #include "core/base/SP.h"
 
-#include "tests/Thrown.h"
+#include "tests/ThrownError.h"
 
 #include <gtest/gtest.h>
 
@@ -46,7 +46,7 @@ TEST(BError, HoldsACodeAndFourTexts)
 TEST(BError, ThrowsACopyThatIsASmartObjectToo)
 {
     const SP<BError> error = new BError(5, QD_W("$Key"), nullptr, nullptr, nullptr);
-    const BError caught = Thrown([&] { error->Throw(); });
+    const BError caught = ThrownError([&] { error->Throw(); }).value();
     EXPECT_EQ(caught.Error(), 5);
     EXPECT_EQ(caught.Argument(0).CStr(), error->Argument(0).CStr()) << "the texts are shared";
     EXPECT_THROW(error->Throw(), BSmartObj);
@@ -61,10 +61,10 @@ TEST(BError, ChecksResultsByThrowingFailures)
     EXPECT_NO_THROW(checker.Check(none));
     EXPECT_NO_THROW(checker.Check(lateSuccess));
     EXPECT_THROW(checker.Check(lateFailure), BError);
-    const BError ofCode = Thrown([&] { checker.Check(7); });
+    const BError ofCode = ThrownError([&] { checker.Check(7); }).value();
     EXPECT_EQ(ofCode.Error(), 7);
     EXPECT_EQ(ofCode.Argument(1), QD_W("B"));
-    const BError ofError = Thrown([&] { checker.Check(failure); });
+    const BError ofError = ThrownError([&] { checker.Check(failure); }).value();
     EXPECT_EQ(ofError.Error(), 5);
     EXPECT_EQ(ofError.Argument(0), QD_W("F"));
 }
