@@ -38,8 +38,7 @@ public:
         BasicIterator() noexcept = default;
         /// An iterator over constant entries from one over changeable ones.
         template <class U>
-        requires std::is_same_v<const U, E> BasicIterator(BasicIterator<U> other)
-        noexcept
+        BasicIterator(BasicIterator<U> other) noexcept requires std::is_same_v<const U, E>
             : m_position(other.m_position)
         {}
 
@@ -79,7 +78,7 @@ public:
 
     BMap() = default;
     BMap(const BMap&) = default;
-    BMap(BMap&&) = default;
+    BMap(BMap&&) noexcept = default;
     BMap& operator=(BMap other) noexcept
     {
         m_items.swap(other.m_items);
