@@ -55,33 +55,10 @@ TEST(BThreadDispatcher, DeliversOnItsThreadInTheOrderOfArrival)
     EXPECT_NE(deliveredOn, QDCurrentThreadId());
 }
 
-TEST(BThreadDispatcher, DeliversAllThatWasPostedBeforeItEnds)
-{
-    Receiver receiver;
-    SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
-    dispatcher->AddReceiver(&receiver);
-    const auto post = [&dispatcher] {
-        for (unsigned int i = 0; i < 1000; ++i)
-            dispatcher->Post(i, 0, 0);
-    };
-    std::thread first(post), second(post);
-    first.join();
-    second.join();
-    dispatcher->Shutdown();
-    EXPECT_EQ(receiver.received.size(), 2000u);
-    EXPECT_FALSE(dispatcher->Post(1, 0, 0));
-    EXPECT_FALSE(dispatcher->Send(1, 0, 0));
-    EXPECT_EQ(dispatcher->ThreadId(), kNoDispatcherThread);
-    dispatcher->Shutdown();
-    EXPECT_TRUE(dispatcher->RemoveReceiver(&receiver));
-    dispatcher = nullptr;
-    EXPECT_EQ(receiver.received.size(), 2000u);
-}
-
 TEST(BThreadDispatcher, LosesNoAcceptedMessageWhenShutDownBesideItsSenders)
 {
     for (int round = 0; round < 50; ++round) {
-        const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
+        SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
         Receiver receiver;
         dispatcher->AddReceiver(&receiver);
         Latch started(3);
@@ -97,7 +74,10 @@ TEST(BThreadDispatcher, LosesNoAcceptedMessageWhenShutDownBesideItsSenders)
         dispatcher->Shutdown();
         poster.join();
         sender.join();
-        ASSERT_EQ(receiver.received.size(), accepted[0] + accepted[1]);
+        EXPECT_EQ(receiver.received.size(), accepted[0] + accepted[1]);
+        EXPECT_EQ(dispatcher->ThreadId(), kNoDispatcherThread);
+        dispatcher->Shutdown();
+        EXPECT_TRUE(dispatcher->RemoveReceiver(&receiver));
     }
 }
 
@@ -142,7 +122,7 @@ TEST(BThreadDispatcher, CallsNoReceiverAfterItsRemoval)
         while (dispatcher->Post(1, 0, 0))
             std::this_thread::yield();
     });
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 100; ++round) {
         // Sanitizers see a call of what is gone.
         auto receiver = std::make_unique<Receiver>([](unsigned int) { std::this_thread::yield(); });
         dispatcher->AddReceiver(receiver.get());
@@ -155,7 +135,7 @@ TEST(BThreadDispatcher, CallsNoReceiverAfterItsRemoval)
     poster.join();
 }
 
-TEST(BThreadDispatcher, PassesExceptionsToTheSender)
+TEST(BThreadDispatcher, PassesExceptionsToTheSenderAndGoesOn)
 {
     const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
     Receiver throwing([](unsigned int message) { BError(static_cast<int>(message)).Throw(); });
