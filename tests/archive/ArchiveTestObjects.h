@@ -3,7 +3,13 @@
 #include "core/archive/BArchive.h"
 #include "core/base/ClassRegistry.h"
 
+#include "tests/FileBytes.h"
+#include "tests/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <string>
 #include <vector>
 
 /// An archivable object with references to others and a number, as an application would write it.
@@ -71,3 +77,33 @@ SP<T> TakeOutAs(BArchive& archive, const char* label)
 {
     return dynamic_cast<T*>(archive.TakeOut(label).Get());
 }
+
+/// Has an archive's file, of the document class "class Doc" in version 7.
+class ArchiveFileTest : public testing::Test {
+protected:
+    /// Its bytes when `insert` has put objects into the archive.
+    template <typename Insert>
+    std::string Written(Insert insert)
+    {
+        {
+            BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+            insert(archive);
+            EXPECT_TRUE(archive.Flush());
+        }
+        return FileBytes(m_folder / "a.qda");
+    }
+
+    void Put(const std::string& bytes)
+    {
+        std::filesystem::remove(m_folder / "a.qda"); // an overwritten file is written to the disk
+        WriteFileBytes(m_folder / "a.qda", bytes);
+    }
+
+    [[nodiscard]] BArchive Opened(const char* docClass = "class Doc", int docVersion = 7)
+    {
+        return BArchive(m_path, BArchive::ModeRead, docClass, docVersion);
+    }
+
+    TemporaryFolder m_folder;
+    WString m_path = m_folder.Path("a.qda");
+};

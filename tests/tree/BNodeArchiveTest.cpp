@@ -2,13 +2,13 @@
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
 
-#include "tests/FileBytes.h"
-#include "tests/TemporaryFolder.h"
 #include "tests/archive/ArchiveTestObjects.h"
+#include "tests/archive/RecordBytes.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,25 +21,23 @@ struct NodeRecord {
     std::vector<int> children;
     int parent = 0;
     int object = 0;
-    int childCount = kAsManyAsThereAre;
     int annotation = 0;
-
-    static constexpr int kAsManyAsThereAre = -1;
+    std::optional<int> childCount = {}; // if not as many as there are
 };
 
 std::string Reference(int index)
 {
-    return BytesOf(index) + BytesOf(0);
+    return ReferenceBytes(static_cast<std::uint64_t>(index));
 }
 
-std::string RecordOf(int index, const std::string& label, const std::string& className, int version,
-                     const std::string& payload)
+std::string PayloadOf(const NodeRecord& node)
 {
-    const auto text = [](const std::string& t) {
-        return "S" + BytesOf(static_cast<int>(t.size())) + t;
-    };
-    return text(std::to_string(index)) + text(label) + text(className) + BytesOf(version) +
-           Reference(static_cast<int>(payload.size())) + payload;
+    const int count = node.childCount.value_or(static_cast<int>(node.children.size()));
+    std::string bytes = Reference(node.object) + BytesOf(count);
+    for (const int child : node.children)
+        bytes += Reference(child);
+    bytes += BytesOf(0) + TextBytes("") + Reference(node.parent) + "\1" + BytesOf(1) + "n\0"s;
+    return bytes + (node.annotation == 0 ? BytesOf(0) : BytesOf(1) + Reference(node.annotation));
 }
 
 // A derived node with a payload of its own: nothing of its base, which it builds up itself. It
@@ -90,7 +88,7 @@ private:
     bool m_isWhole = true; // no child that the file names was refused
 };
 
-class BNodeArchiveTest : public testing::Test {
+class BNodeArchiveTest : public ArchiveFileTest {
 protected:
     BNodeArchiveTest()
     {
@@ -98,42 +96,20 @@ protected:
         Feature::Register();
     }
 
-    void Save(BNode* node, const char* label)
+    // An archive of nodes with the index texts "1", "2", ... (up to 9).
+    void PutNodes(const std::vector<NodeRecord>& nodes)
     {
-        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
-        archive.Insert(node, label);
-        EXPECT_TRUE(archive.Flush());
-    }
-
-    // An archive of nodes with the indices 1, 2, ... (up to 9) and the labels "1", ...
-    void Put(const std::vector<NodeRecord>& nodes)
-    {
-        std::string bytes = "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s;
-        int index = 0;
-        for (const NodeRecord& node : nodes) {
-            std::string payload = Reference(node.object);
-            payload += BytesOf(node.childCount != NodeRecord::kAsManyAsThereAre
-                                   ? node.childCount
-                                   : static_cast<int>(node.children.size()));
-            for (const int child : node.children)
-                payload += Reference(child);
-            payload += BytesOf(0) + "S\0\0\0\0"s + Reference(node.parent) + "\1"s + BytesOf(1) +
-                       "n\0"s + BytesOf(node.annotation != 0 ? 1 : 0) +
-                       (node.annotation != 0 ? Reference(node.annotation) : ""s);
-            ++index;
-            bytes += RecordOf(index, std::to_string(index), "class BNode", 2, payload);
-        }
-        WriteFileBytes(m_folder / "a.qda", bytes);
+        std::string bytes = HeaderBytes("class Doc", 7);
+        for (int index = 0; const NodeRecord& node : nodes)
+            bytes += RecordBytes(std::to_string(++index), "", "class BNode", 2, PayloadOf(node));
+        Put(bytes);
     }
 
     [[nodiscard]] SP<BNode> TakeOut(const char* label)
     {
-        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+        BArchive archive = Opened();
         return TakeOutAs<BNode>(archive, label);
     }
-
-    TemporaryFolder m_folder;
-    WString m_path = m_folder.Path("a.qda");
 };
 
 } // namespace
@@ -145,15 +121,14 @@ TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
     SP<BNode> part = root->Child(0);
     part->Child(0)->SetObj(new CountedPayload);
     part->AddAnnotation(part->Child(0));
-    {
-        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
+    Written([&](BArchive& archive) {
         archive.Insert(part.Get(), "part"); // its parent goes along
         archive.Insert(root.Get(), "root");
-    }
+    });
     root = part = nullptr;
     EXPECT_EQ(CountedPayload::alive, 0);
 
-    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+    BArchive archive = Opened();
     part = TakeOutAs<BNode>(archive, "part");
     ASSERT_TRUE(part);
     EXPECT_EQ(part->Parent(), nullptr);
@@ -163,19 +138,16 @@ TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
     ASSERT_TRUE(root);
     EXPECT_EQ(root->Child(0), part);
     EXPECT_EQ(part->Parent(), root);
-    root->AddChild(Named(QD_W("c")).Get(), 0);
-    EXPECT_EQ(TextOf(*root), "root(part(leaf) c)");
 }
 
 TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
 {
     for (const int version : {0, 1}) {
         SCOPED_TRACE(version);
-        const std::string payload = Reference(0) + BytesOf(0) + BytesOf(0) + "S\1\0\0\0\x80"s +
-                                    Reference(0) + "\2"s +
-                                    (version == 0 ? ""s : BytesOf(1) + "w\0"s);
-        WriteFileBytes(m_folder / "a.qda", "S\3\0\0\0Doc\0\0\0\0S\x08\0\0\0BArchive\x08\0\0\0"s +
-                                               RecordOf(1, "1", "BNode", version, payload));
+        Put(HeaderBytes("class Doc", 7) +
+            RecordBytes("1", "", "BNode", version,
+                        ReferenceBytes(0) + BytesOf(0) + BytesOf(0) + TextBytes("\x80") +
+                            ReferenceBytes(0) + "\2" + (version == 0 ? ""s : BytesOf(1) + "w\0"s)));
         const SP<BNode> node = TakeOut("1");
         ASSERT_TRUE(node);
         EXPECT_EQ(node->GetText(), version == 0 ? QD_W("\u20AC") : QD_W("w"));
@@ -193,7 +165,6 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
         std::vector<NodeRecord> nodes;
         bool good;
     };
-    constexpr int kAll = NodeRecord::kAsManyAsThereAre;
     const Case cases[] = {
         {"a tree", {{{2, 3}}, {{}, 1}, {{}, 1}}, true},
         {"its own child", {{{1}, 1}}, false},
@@ -210,21 +181,21 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
         {"a parent that is not there", {{{}, 7}}, true},
         {"a child that is not there", {{{7}}}, true},
         {"its own object", {{{}, 0, 1}}, true},
-        {"its own annotation", {{{}, 0, 0, kAll, 1}}, true},
+        {"its own annotation", {{{}, 0, 0, 1}}, true},
         {"the object of its child", {{{2}}, {{}, 1, 1}}, true},
-        {"the annotation of its child", {{{2}}, {{}, 1, 0, kAll, 1}}, true},
+        {"the annotation of its child", {{{2}}, {{}, 1, 0, 1}}, true},
         {"each other's object", {{{}, 0, 2}, {{}, 0, 1}}, true},
         {"above its object", {{{}, 0, 2}, {{1}}}, true},
         {"an object that is another child", {{{2, 3}}, {{}, 1, 3}, {{}, 1}}, true},
         {"its own object and child", {{{1}, 0, 1}}, false},
         {"its own child, and other's objects", {{{1}, 0, 2}, {{}, 0, 3}, {{}, 0, 2}}, false},
-        {"a count beyond the record", {{{2}, 0, 0, 1000}, {{}, 1}}, false},
-        {"a count of all ones", {{{2}, 0, 0, 0x7FFFFFFF}, {{}, 1}}, false},
-        {"a negative count", {{{}, 0, 0, -2}}, true},
+        {"a count beyond the record", {{{2}, 0, 0, 0, 1000}, {{}, 1}}, false},
+        {"a count of all ones", {{{2}, 0, 0, 0, 0x7FFFFFFF}, {{}, 1}}, false},
+        {"a negative count", {{{}, 0, 0, 0, -2}}, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        Put(c.nodes);
+        PutNodes(c.nodes);
         const SP<BNode> node = TakeOut("1");
         ASSERT_EQ(static_cast<bool>(node), c.good);
         if (!node)
@@ -239,8 +210,8 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
 
 TEST_F(BNodeArchiveTest, ARefusedTreeLeavesTheNodesThatWereGivenAlone)
 {
-    Put({{{2, 3, 3}, 0, 4}, {{}, 1}, {{}, 1}, {{}, 0, 4}});
-    BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+    PutNodes({{{2, 3, 3}, 0, 4}, {{}, 1}, {{}, 1}, {{}, 0, 4}});
+    BArchive archive = Opened();
     const SP<BNode> part = TakeOutAs<BNode>(archive, "2");
     ASSERT_TRUE(part);
     EXPECT_FALSE(archive.TakeOut("1"));
@@ -254,39 +225,31 @@ TEST_F(BNodeArchiveTest, ARefusedTreeLeavesTheNodesThatWereGivenAlone)
 // Wherever it stands, and whatever stands below it.
 TEST_F(BNodeArchiveTest, ADerivedNodeMayHaveAPayloadOfItsOwn)
 {
-    const SP<BNode> root = TreeOf("r(a b)");
-    const auto addFeature = [](BNode& parent) {
-        const SP<Feature> feature(new Feature(QD_W("F")));
-        EXPECT_TRUE(parent.AddChild(feature.Get(), -1));
-        feature->AddChild(TreeOf("p(q)").Get(), -1);
-        feature->AddChild(new Feature(QD_W("G")), -1);
-        return feature.Get();
+    const auto feature = [](const char* below) {
+        const SP<BNode> made(new Feature(QD_W("F")));
+        EXPECT_TRUE(made->AddChild(TreeOf(below).Get(), -1));
+        return made;
     };
-    Append(*addFeature(*root)->Child(1), QD_W("x"));
-    const SP<BNode> annotation = new Feature;
-    addFeature(*annotation);
-    root->AddAnnotation(annotation.Get());
-    root->Child(0)->SetObj(addFeature(*root->Child(1)));
-    root->Child(1)->AddAnnotation(root.Get());
-    {
-        BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 0);
+    const SP<BNode> root = TreeOf("r(a)");
+    root->AddChild(feature("p(q)").Get(), -1);
+    root->Child(1)->AddChild(feature("x").Get(), -1);
+    root->Child(0)->SetObj(feature("y").Get());
+    root->AddAnnotation(feature("z").Get());
+    Written([&](BArchive& archive) {
         archive.Insert(root.Get(), "root");
-        archive.Insert(root->Child(2)->Child(0), "p");
-    }
+        archive.Insert(root->Child(1)->Child(0), "p");
+    });
     for (const bool partFirst : {false, true}) {
-        BArchive archive(m_path, BArchive::ModeRead, "class Doc", 0);
+        BArchive archive = Opened();
         const SP<BNode> part = partFirst ? TakeOutAs<BNode>(archive, "p") : nullptr;
         EXPECT_TRUE(!part || part->Parent() == nullptr);
         const SP<BNode> read = TakeOutAs<BNode>(archive, "root");
         ASSERT_TRUE(read);
-        EXPECT_EQ(TextOf(*read), "r(a b(F(p(q) G)) F(p(q) G(x)))");
-        EXPECT_EQ(read->Child(0)->GetObj(), read->Child(1)->Child(0));
-        EXPECT_TRUE(!part || part == read->Child(2)->Child(0));
-        BNodeAnnotationItr itr(*read);
-        EXPECT_EQ(TextOf(*dynamic_cast<BNode*>(itr.Current())), "(F(p(q) G))");
-        EXPECT_TRUE(read->Child(1)->RemoveAnnotation(read.Get())) << "it leads back to the root";
+        EXPECT_EQ(TextOf(*read), "r(a F(p(q) F(x)))");
+        EXPECT_TRUE(!part || part == read->Child(1)->Child(0));
+        EXPECT_EQ(TextOf(dynamic_cast<BNode&>(*read->Child(0)->GetObj())), "F(y)");
+        EXPECT_EQ(TextOf(dynamic_cast<BNode&>(*BNodeAnnotationItr(*read).Current())), "F(z)");
     }
-    root->Clear();
 }
 
 // Two lists of which one is built by the derived class: whichever comes first, and a circle through
@@ -299,40 +262,39 @@ TEST_F(BNodeArchiveTest, ADerivedNodeMakesNoCircleOfChildren)
     feature->m_further = plain.Get();
     feature->SetObj(feature.Get());
     feature->AddChild(new BNode(new CountedPayload), -1);
-    Save(plain.Get(), "p");
-    EXPECT_FALSE(TakeOut("p")) << "AddChild refuses";
-    Save(feature.Get(), "F");
-    EXPECT_FALSE(TakeOut("F")) << "the plain one's list has a node above it";
+    for (BNode* const top : {plain.Get(), static_cast<BNode*>(feature.Get())}) {
+        Written([&](BArchive& archive) { archive.Insert(top, "top"); });
+        EXPECT_FALSE(TakeOut("top")); // AddChild refuses; the plain one's list has a node above it
+    }
     EXPECT_EQ(CountedPayload::alive, 1) << "of what was refused nothing is left";
     feature->SetObj(nullptr);
 }
 
 TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
 {
-    Put({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 99}, {{}, 1}});
+    PutNodes({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 0, 99}, {{}, 1}});
     SP<BNode> root = TakeOut("1");
     ASSERT_TRUE(root);
     EXPECT_EQ(TextOf(*root), "n(n - n)");
     EXPECT_EQ(root->Child(0)->Sister(), root->Child(2));
     EXPECT_EQ(root->Child(QD_W("n")), root->Child(0));
-    EXPECT_TRUE(root->AddChild(new BNode, 0));
-    EXPECT_EQ(TextOf(*root), "n(n  - n)");
-    root->RemoveChild(0);
     root->RemoveChild(0);
     EXPECT_TRUE(root->AddChild(Named(QD_W("s")).Get(), 0)) << "behind the null entry";
     EXPECT_EQ(TextOf(*root), "n(- s n)");
     EXPECT_TRUE(root->RemoveChild(0)) << "a null entry like any other";
     EXPECT_EQ(TextOf(*root), "n(s n)");
-    root->RemoveChildren();
 
-    Put({{{2, 3, 4, 5}}, {{}, 1}, {{}, 1}, {{}, 1}, {{}, 1, 0, 99}});
+    PutNodes({{{2, 3}}, {{}, 1}, {{}, 1, 0, 0, 99}});
     root = TakeOut("1");
     ASSERT_TRUE(root);
-    EXPECT_EQ(TextOf(*root), "n(n n n -)");
-    root->RemoveChild(0);
     for (int i = 0; i < 20; ++i)
         Append(*root, QD_W("n"));
     EXPECT_EQ(root->Child(QD_W("N")), root->Child(0)) << "the first, also by an index";
+
+    PutNodes({{{}, 0, 0, 9}});
+    root = TakeOut("1");
+    ASSERT_TRUE(root);
+    EXPECT_FALSE(BNodeAnnotationItr(*root)) << "a null annotation is passed over";
 }
 
 TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
@@ -343,7 +305,7 @@ TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
     BNode* bottom = AppendLine(*root, kDepth);
     for (int i = 0; i < kWidth; ++i)
         bottom->AddChild(new BNode, -1);
-    BArchive(m_path, BArchive::ModeWrite, "class Doc", 0).Insert(root.Get(), "root");
+    Written([&](BArchive& archive) { archive.Insert(root.Get(), "root"); });
     root = nullptr;
     root = TakeOut("root");
     ASSERT_TRUE(root);

@@ -121,6 +121,8 @@ TEST_F(BVisitorTest, InactiveNodesAreVisitedOnRequest)
     const WritingVisitor copy = *m_visitor;
     EXPECT_TRUE(copy.VisitInactiveNodes());
     EXPECT_EQ(copy.GetTraversionMode(), BVisitor::TraverseDefault);
+    m_visitor->VisitInactiveNodes(false);
+    EXPECT_EQ(Calls(&BNode::Traverse, *m_a), "");
     constexpr BVisitor::TRAVERSIONMODE own{7};
     EXPECT_EQ(BVisitor(own).GetTraversionMode(), own);
 }
@@ -133,7 +135,7 @@ TEST_F(BVisitorTest, ChangesAreReported)
                                             reinterpret_cast<std::uintptr_t>(node), 0};
     };
     const auto root = changed(m_s.Get()), a = changed(m_a), a1 = changed(m_a1), b = changed(m_b);
-    using Messages = std::vector<RecordingDispatcher::Message>;
+    using Messages = RecordingDispatcher::Messages;
     m_s->Traverse(m_visitor.Get());
     EXPECT_EQ(dispatcher.Sent(), Messages{});
     m_visitor->m_changes = true;
@@ -141,6 +143,8 @@ TEST_F(BVisitorTest, ChangesAreReported)
     EXPECT_EQ(dispatcher.Sent(), (Messages{root, root, a, a1, a1, b})) << "node, then object";
     m_s->TraverseObjects(m_visitor.Get());
     EXPECT_EQ(dispatcher.Sent(), (Messages{root, a1}));
+    m_s->Traverse(SP<BVisitor>(new BVisitor).Get());
+    EXPECT_EQ(dispatcher.Sent(), Messages{}) << "one that does nothing";
     m_s->IsMessageDispatcher(false);
     m_a->Traverse(m_visitor.Get());
     m_s->TraverseObjects(m_visitor.Get());
@@ -190,30 +194,4 @@ TEST_F(BVisitorTest, AVisitorMayEditTheNodeThatItVisits)
     };
     EXPECT_EQ(Calls(&BNode::Traverse, *m_s), "<S S o <A A - <new new - > > <B B - > > ");
     EXPECT_EQ(m_s->ChildNum(), 0);
-}
-
-TEST(BVisitor, DepthAndWidthDoNotMatter)
-{
-    constexpr int kCount = 200'000;
-    const SP<BNode> line(new BNode);
-    const SP<BNode> comb(new BNode);
-    AppendLine(*line, kCount);
-    for (int i = 0; i < kCount; ++i)
-        Append(*comb, nullptr);
-    class Counter : public BVisitor {
-    public:
-        bool TreatNode(BNode*) override { return ++m_nodes == 0; }
-        bool Treat(BSmartObj*) override { return ++m_objects == 0; }
-        void PushPath(BNode*) override { m_deepest = std::max(m_deepest, ++m_depth); }
-        void PopPath() override { --m_depth; }
-        int m_nodes = 0, m_objects = 0, m_depth = 0, m_deepest = 0;
-    };
-    const SP<Counter> counter(new Counter);
-    line->Traverse(counter.Get());
-    EXPECT_EQ(counter->m_deepest, kCount + 1);
-    EXPECT_EQ(counter->m_depth, 0);
-    comb->Traverse(counter.Get());
-    EXPECT_EQ(counter->m_nodes, 2 * (kCount + 1));
-    line->TraverseObjects(counter.Get());
-    EXPECT_EQ(counter->m_objects, 3 * (kCount + 1));
 }
