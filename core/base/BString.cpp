@@ -4,6 +4,8 @@
 #include "core/platform/CodePage.h"
 #include "core/platform/ScanText.h"
 
+// What `BString` has beyond the members of `BText`.
+
 // Not where the code page has characters of several bytes.
 bool BTextTraits<BString>::CanCutAnywhere(std::string_view text) noexcept
 {
@@ -24,6 +26,7 @@ BString::BString(const WChar* text)
 {
     const std::size_t length = platform::Length(text);
     std::size_t size = length; // what it takes in a code page of single bytes
+    // Where characters take several bytes, the first try tells the size that the second one needs.
     while (size > 0 && m_text.SetCapacity(size + 1)) {
         const std::size_t room = size;
         size = platform::WideToAnsi(text, length, m_text.Writable(), room);

@@ -11,6 +11,12 @@
 #include <span>
 #include <utility>
 
+// What `WString` has beyond the members of `BText`: the way from and to narrow text, and byte
+// images.
+//
+// A conversion goes straight into the string's own block, which is made as large as the result can
+// become: to ask for the size first would be to convert twice.
+
 // What is compared without regard to case are units, halves of surrogate pairs included.
 bool BTextTraits<WString>::CanCutAnywhere(std::basic_string_view<WChar>) noexcept
 {
@@ -48,6 +54,7 @@ void WString::ReplaceAt(const WChar* text, std::size_t position, std::size_t cou
     if (position > own.size())
         return;
     const View added = NText::Measured(text);
+    // Made anew even where it would fit: `text` may lie in the block.
     const View rest = own.substr(position + std::min(count, own.size() - position));
     m_text.Assemble(position + added.size() + rest.size() + 1,
                     {own.substr(0, position), added, rest});
@@ -67,6 +74,7 @@ bool WString::Convert(int& value) const noexcept
 {
     constexpr double greatest = std::numeric_limits<int>::max();
     constexpr double least = std::numeric_limits<int>::min();
+    // Through a double, as users type "12.6" and "1e3" where an integer is wanted.
     double number = 0.0;
     if (!platform::ScanDouble(CStr(), number))
         return platform::ScanHex(CStr(), value);
@@ -105,6 +113,7 @@ bool WString::DecodeMemory(void* out, std::size_t size) const noexcept
     const View own = Own();
     if (own.size() % 2 != 0 || own.size() / 2 != size)
         return false;
+    // Units are checked as they are decoded: one pass over what may be a large block.
     const auto bad = [](WChar unit) { return unit < '0' || unit > '?'; };
     auto* byte = static_cast<unsigned char*>(out);
     for (std::size_t at = 0; at < own.size(); at += 2) {
@@ -122,7 +131,7 @@ BString WString::AsString() const
 
 char WString::AsChar(WChar unit) noexcept
 {
-    char bytes[8];
+    char bytes[8]; // a unit may have several, and is then no char
     return platform::WideToAnsi(&unit, 1, bytes, sizeof bytes) == 1 ? bytes[0] : '?';
 }
 

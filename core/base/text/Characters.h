@@ -6,7 +6,8 @@
 
 #include <algorithm>
 
-// Case and classes of the units, and lines.
+// Case and classes of the units, and lines. Unit by unit, as the platform has them: halves of a
+// surrogate pair are of no class and have no case.
 
 namespace NText {
 

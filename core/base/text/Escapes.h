@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <cstddef>
 
-// Texts that show what cannot be printed, and back.
+// Texts that show what cannot be printed, and back. The length is told first and the text written
+// once; back it never grows, so that is done in place.
 
 namespace NText {
 

@@ -22,6 +22,7 @@ static_assert(std::endian::native == std::endian::little, "a record is the memor
 template <class String>
 bool BText<String>::FRead(std::FILE* stream)
 {
+    // Until the check word is right the string is left alone: what is there may be no record.
     std::uint32_t head[2];
     if (!stream || std::fread(head, sizeof head, 1, stream) != 1 || head[1] != ~head[0])
         return false;
@@ -66,7 +67,7 @@ bool BText<String>::ReadLn(std::FILE* stream)
 {
     if (!stream || std::feof(stream) || std::ferror(stream))
         return false;
-    constexpr int room = 512;
+    constexpr int room = 512; // a full piece that no line feed ends has more to come
     Char chunk[room];
     Text line;
     std::size_t length = 0;

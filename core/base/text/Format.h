@@ -39,6 +39,7 @@ void BText<String>::Printf(const Char* format, ...)
     } else if (static_cast<std::size_t>(length) < room) {
         m_text.Assign(View(buffer, static_cast<std::size_t>(length)));
     } else {
+        // A block of its own, as the string's text may be an argument.
         auto made = Text::WithCapacity(static_cast<std::size_t>(length));
         if (made.IsNull())
             return;
@@ -46,6 +47,7 @@ void BText<String>::Printf(const Char* format, ...)
         const bool done =
             platform::Format(made.Writable(), made.Capacity() + 1, format, arguments) == length;
         va_end(arguments);
+        // Another length means that an argument changed meanwhile, on another thread, say.
         if (done)
             m_text = std::move(made);
     }

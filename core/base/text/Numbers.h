@@ -7,7 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Numbers read from the text's start, and made into a text.
+// Numbers read from the text's start, and made into a text, by the seam and not by the C library: a
+// full stop is one whatever the process's locale.
 
 template <class String>
 int BText<String>::AtoI() const noexcept

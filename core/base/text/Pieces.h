@@ -53,6 +53,7 @@ String BText<String>::Cut(std::size_t position, std::size_t count)
     const View own = Own();
     if (position >= own.size() || count == 0)
         return String();
+    // The piece first: without memory for it the string must not lose what nobody has.
     count = (std::min)(count, own.size() - position);
     String piece;
     if (!piece.m_text.Assign(own.substr(position, count)) ||
@@ -88,7 +89,7 @@ bool BText<String>::Split(String& rest, Single unit, bool first)
             rest.Clear();
         return false;
     }
-    String tail;
+    String tail; // not `rest` itself, which may be this string
     if (!tail.m_text.Assign(own.substr(found)) ||
         !m_text.Erase(own.size(), found, own.size() - found))
         return false;

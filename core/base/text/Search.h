@@ -13,6 +13,8 @@
 
 namespace NText {
 
+// The tail has as many units as `suffix`, though texts of other lengths may collate alike: so one
+// place alone is asked, and the cost does not depend on the text.
 template <class Char>
 bool EndsAs(const Char* text, const Char* suffix, platform::ECase letterCase) noexcept
 {
@@ -24,6 +26,7 @@ bool EndsAs(const Char* text, const Char* suffix, platform::ECase letterCase) no
            platform::Collate(text + (length - tail), suffix, letterCase) == 0;
 }
 
+// Nothing found leaves `position` as it was: callers put a default there.
 inline bool StoreFound(std::size_t found, std::size_t& position) noexcept
 {
     if (found == platform::kNotFound)
@@ -42,6 +45,7 @@ bool BText<String>::StartsWith(const Char* prefix) const noexcept
     // Intended: an empty string starts with nothing, not even with "".
     if (IsEmpty())
         return false;
+    // No length is measured: the text may be long and the prefix short.
     const Char* own = CStr();
     while (*prefix && *own == *prefix) {
         ++own;

@@ -112,7 +112,7 @@ void BText<String>::Prepend(const Char* text)
 template <class String>
 void BText<String>::Prepend(Char unit)
 {
-    const Char text[] = {unit, 0};
+    const Char text[] = {unit, 0}; // so that a 0 unit is an empty text
     Prepend(text);
 }
 
@@ -151,6 +151,7 @@ void BText<String>::ReplaceAt(const Char* text, std::size_t position)
         return;
     const View written = NText::Measured(text).substr(0, own.size() - position);
     if (m_text.IsPrivate()) {
+        // A move: the text that is written may be a part of the one that is overwritten.
         std::char_traits<Char>::move(m_text.Writable() + position, written.data(), written.size());
     } else {
         m_text.Assemble(own.size(),
@@ -169,7 +170,7 @@ bool BText<String>::MakePrivate() noexcept
 {
     if (m_text.IsPrivate())
         return true;
-    const View shared = Own();
+    const View shared = Own(); // without its spare capacity, as nothing says that it will grow
     return m_text.Assemble(shared.size(), {shared});
 }
 
@@ -181,6 +182,7 @@ bool BText<String>::TryAppend(const Char* text)
         return true;
     const View own = Own();
     const std::size_t length = own.size() + added.size();
+    // Intended: a text that would just fill the capacity gets a new block, too.
     if (!m_text.IsPrivate() || length >= m_text.Capacity())
         return m_text.Assemble(length + 1, {own, added});
     *std::copy(added.begin(), added.end(), m_text.Writable() + own.size()) = 0;

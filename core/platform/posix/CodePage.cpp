@@ -289,7 +289,7 @@ std::size_t OtherToWide(UConverter* converter, const char* text, std::size_t len
         const char* const pieceEnd = text + std::min(end - text, kPiece);
         UErrorCode error = U_ZERO_ERROR;
         ucnv_toUnicode(converter, &target, std::end(buffer), &text, pieceEnd, nullptr,
-                       pieceEnd == end, &error);
+                       static_cast<UBool>(pieceEnd == end), &error);
         if (out != nullptr)
             std::copy(buffer, target, out + count);
         count += static_cast<std::size_t>(target - buffer);
@@ -309,7 +309,7 @@ std::size_t WideToOther(UConverter* converter, const WChar* text, std::size_t le
         const WChar* const pieceEnd = text + std::min(end - text, kPiece);
         UErrorCode error = U_ZERO_ERROR;
         ucnv_fromUnicode(converter, &target, std::end(buffer), &text, pieceEnd, nullptr,
-                         pieceEnd == end, &error);
+                         static_cast<UBool>(pieceEnd == end), &error);
         if (out != nullptr)
             std::copy(buffer, target, out + count);
         count += static_cast<std::size_t>(target - buffer);

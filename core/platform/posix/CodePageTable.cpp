@@ -142,7 +142,7 @@ bool FillCodePageTable(std::string_view converter, CodePageTable& table)
     const Converter source = OpenConverter(found->converter.data());
     if (!source)
         return false;
-    ucnv_setFallback(source.get(), found->hasFallbacks);
+    ucnv_setFallback(source.get(), static_cast<UBool>(found->hasFallbacks));
     UErrorCode error = U_ZERO_ERROR;
     ucnv_setFromUCallBack(source.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
                           &error);
