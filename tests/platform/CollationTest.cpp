@@ -141,16 +141,16 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
     };
     for (const auto& group : always) {
         for (const Text& text : group) {
-            EXPECT_EQ(Order(group[0], text, ECase::Matters), 0) << testing::PrintToString(text);
-            EXPECT_EQ(Order(group[0], text, ECase::Ignored), 0) << testing::PrintToString(text);
+            SCOPED_TRACE(testing::PrintToString(text));
+            EXPECT_EQ(Order(group[0], text, ECase::Matters), 0);
+            EXPECT_EQ(Order(group[0], text, ECase::Ignored), 0);
         }
     }
     for (const auto& group : withoutCase) {
         for (std::size_t i = 1; i < group.size(); ++i) {
-            EXPECT_EQ(Order(group[0], group[i], ECase::Ignored), 0)
-                << testing::PrintToString(group[i]);
-            EXPECT_NE(Order(group[0], group[i], ECase::Matters), 0)
-                << testing::PrintToString(group[i]);
+            SCOPED_TRACE(testing::PrintToString(group[i]));
+            EXPECT_EQ(Order(group[0], group[i], ECase::Ignored), 0);
+            EXPECT_NE(Order(group[0], group[i], ECase::Matters), 0);
         }
     }
     EXPECT_NE(Order(QD_W("µ"), QD_W("μ"), ECase::Ignored), 0); // the sign and the letter
@@ -232,21 +232,28 @@ TEST(Collation, FindsAsManyUnitsAsThePartHas)
 
 TEST(Collation, TakesNarrowTextsByTheCodePage)
 {
-    const auto order = [](const char* a, const char* b, ECase letterCase) {
-        const int result = Sign(Collate(a, b, letterCase));
-        return Sign(Collate(b, a, letterCase)) == -result ? result : 2;
+    struct Case {
+        std::string a, b;
+        ECase letterCase;
+        int order;
     };
     const std::string umlauts(300, '\xE4');
-    EXPECT_EQ(order("co-op", "CO-OP", ECase::Matters), -1);
-    EXPECT_EQ(order("co-op", "CO-OP", ECase::Ignored), 0);
-    EXPECT_EQ(order("coop", "co-op", ECase::Ignored), -1);
-    EXPECT_EQ(order("Z", "\xE4", ECase::Matters), 1);
-    EXPECT_EQ(order("\xC4", "\xE4", ECase::Ignored), 0);
-    EXPECT_EQ(order("Stra\xDF"
-                    "e",
-                    "Strasse", ECase::Matters),
-              0);
-    EXPECT_EQ(order(umlauts.c_str(), (umlauts + "a").c_str(), ECase::Ignored), -1);
+    const Case cases[] = {
+        {"co-op", "CO-OP", ECase::Matters, -1},
+        {"co-op", "CO-OP", ECase::Ignored, 0},
+        {"coop", "co-op", ECase::Ignored, -1},
+        {"Z", "\xE4", ECase::Matters, 1},
+        {"\xC4", "\xE4", ECase::Ignored, 0},
+        {"Stra\xDF"
+         "e",
+         "Strasse", ECase::Matters, 0},
+        {umlauts, umlauts + "a", ECase::Ignored, -1},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.a);
+        EXPECT_EQ(Sign(Collate(row.a.c_str(), row.b.c_str(), row.letterCase)), row.order);
+        EXPECT_EQ(Sign(Collate(row.b.c_str(), row.a.c_str(), row.letterCase)), -row.order);
+    }
     EXPECT_EQ(FindIgnoringCase("Messpunkt", "PUNKT"), 4u);
     EXPECT_EQ(FindIgnoringCase((umlauts + "Z\xC4").c_str(), "z\xE4"), 300u);
     EXPECT_EQ(FindIgnoringCase("Messpunkt", ""), kNotFound);

@@ -13,40 +13,16 @@
 #include <sqlite3.h>
 
 #include <cstdlib>
-#include <functional>
-#include <optional>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 namespace {
-
-// Sets a variable of the environment, and puts back what it was. Null takes it out.
-class Environment {
-public:
-    Environment(const char* name, const char* value)
-        : m_name(name)
-    {
-        if (const char* const before = std::getenv(name))
-            m_before = before;
-        Set(value);
-    }
-    ~Environment() { Set(m_before ? m_before->c_str() : nullptr); }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
-
-private:
-    void Set(const char* value) const
-    {
-        value != nullptr ? ::setenv(m_name, value, 1) : ::unsetenv(m_name);
-    }
-
-    const char* m_name;
-    std::optional<std::string> m_before;
-};
 
 // The same file as another program has it.
 class OtherProgram {
@@ -97,14 +73,26 @@ int Use()
     }
 }
 
+// What `Use` gives in a process of its own with these variables, null for none.
+bool Gives(int code, const char* registry, const char* config, const char* home)
+{
+    return Held(StartProcess([=] {
+        const std::pair<const char*, const char*> variables[] = {
+            {"QD_REGISTRY", registry}, {"XDG_CONFIG_HOME", config}, {"HOME", home}};
+        for (const auto& [name, value] : variables)
+            value != nullptr ? ::setenv(name, value, 1) : ::unsetenv(name);
+        return Use() == code;
+    }));
+}
+
 // A registry of its own for each test.
 class RegistryOnLinux : public testing::Test {
 protected:
+    RegistryOnLinux() { ::setenv("QD_REGISTRY", m_path.c_str(), 1); }
+    ~RegistryOnLinux() override { ::unsetenv("QD_REGISTRY"); }
+
     const TemporaryFolder m_folder;
     const fs::path m_path = m_folder / "registry.db";
-
-private:
-    const Environment m_registry{"QD_REGISTRY", m_path.c_str()};
 };
 
 } // namespace
@@ -228,21 +216,17 @@ TEST_F(RegistryOnLinux, StartsAfreshWhileAnotherProcessHasAFileThatIsGone)
 
 TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
 {
-    const fs::path garbage = m_folder / "garbage";
-    const fs::path later = m_folder / "later";
-    const fs::path none = m_folder / "";
-    const std::string bytes(5000, 'g');
-    WriteFileBytes(garbage, bytes);
-    ASSERT_EQ(OtherProgram(later).Run("PRAGMA user_version = 2"), "");
-    for (const char* place :
-         {garbage.c_str(), later.c_str(), none.c_str(), "/dev/full", "/dev/null/x"}) {
-        const Environment registry("QD_REGISTRY", place);
-        EXPECT_EQ(Use(), kErrorGeneral) << place;
-    }
-    EXPECT_EQ(FileBytes(garbage), bytes);
+    const std::string garbage(5000, 'g');
+    WriteFileBytes(m_folder / "garbage", garbage);
+    ASSERT_EQ(OtherProgram(m_folder / "later").Run("PRAGMA user_version = 2"), "");
+    for (const std::string& place : {(m_folder / "garbage").native(), (m_folder / "later").native(),
+                                     (m_folder / "").native(), "/dev/full"s, "/dev/null/x"s})
+        EXPECT_TRUE(Gives(kErrorGeneral, place.c_str(), nullptr, nullptr)) << place;
+    EXPECT_EQ(FileBytes(m_folder / "garbage"), garbage);
     // One that becomes whole again is used again.
-    const Environment registry("QD_REGISTRY", garbage.c_str());
-    fs::remove(garbage);
+    WriteFileBytes(m_path, garbage);
+    EXPECT_EQ(Use(), kErrorGeneral);
+    fs::remove(m_path);
     EXPECT_EQ(Use(), 0);
 }
 
@@ -265,28 +249,15 @@ TEST_F(RegistryOnLinux, GoesOnOnceAFullDiskHasRoomAgain)
 
 TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)
 {
-    struct Case {
-        const char* registry;
-        const char* config;
-        const char* home;
-        const char* expected; // in the folder; null when there is no place for it
-    };
-    const std::string named = m_folder / "new/named.db";
-    const std::string config = m_folder / "config";
+    const std::string named = m_folder / "new/named.db", config = m_folder / "config";
     const std::string home = m_folder / "home";
-    const Case cases[] = {
-        {named.c_str(), config.c_str(), home.c_str(), "new/named.db"},
-        {nullptr, config.c_str(), home.c_str(), "config/qd.core/registry.db"},
-        {"", "relative", home.c_str(), "home/.config/qd.core/registry.db"},
-        {nullptr, nullptr, nullptr, nullptr},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        const Environment variables[] = {
-            {"QD_REGISTRY", c.registry}, {"XDG_CONFIG_HOME", c.config}, {"HOME", c.home}};
-        EXPECT_EQ(Use(), c.expected != nullptr ? 0 : kErrorGeneral);
-        EXPECT_TRUE(c.expected == nullptr || fs::exists(m_folder / c.expected));
-    }
+    EXPECT_TRUE(Gives(0, named.c_str(), config.c_str(), home.c_str()));
+    EXPECT_TRUE(fs::exists(named) && !fs::exists(config));
+    EXPECT_TRUE(Gives(0, nullptr, config.c_str(), home.c_str()));
+    EXPECT_TRUE(fs::exists(config + "/qd.core/registry.db") && !fs::exists(home));
+    EXPECT_TRUE(Gives(0, "", "relative", home.c_str()));
+    EXPECT_TRUE(fs::exists(home + "/.config/qd.core/registry.db"));
+    EXPECT_TRUE(Gives(kErrorGeneral, nullptr, nullptr, nullptr));
 }
 
 TEST_F(RegistryOnLinux, KeepsNamesAsTheyWereFirstWritten)
