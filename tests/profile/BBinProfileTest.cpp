@@ -136,6 +136,7 @@ TEST(BBinProfile, ReadsWhatADamagedFileStillHolds)
     const std::string first = Wide("[default]a") + Int(1);
     const std::string key = Wide("[default]b");
     const std::string last = Wide("[default]c") + Int(3);
+    const std::string start = kWideId + first;
     struct Case {
         const char* name;
         std::string bytes;
@@ -143,27 +144,23 @@ TEST(BBinProfile, ReadsWhatADamagedFileStillHolds)
         int a, b, c; // -1 for none
     };
     const Case cases[] = {
-        {"whole", kWideId + first + key + Int(2) + last, true, true, 1, 2, 3},
+        {"whole", start + key + Int(2) + last, true, true, 1, 2, 3},
         {"empty", "", false, false, -1, -1, -1},
         {"id cut", kWideId.substr(0, 3), false, false, -1, -1, -1},
         {"other id", "[default]\na=1\n", false, false, -1, -1, -1},
         {"id alone", kWideId, true, true, -1, -1, -1},
-        {"key's length cut", kWideId + first + key.substr(0, 7), true, true, 1, -1, -1},
-        {"key's check word", kWideId + first + Word(1) + Word(1) + last, true, true, 1, -1, -1},
-        {"key cut", kWideId + first + key.substr(0, 20), true, true, 1, -1, -1},
-        {"key without 0", kWideId + first + Word(1) + Word(~1u) + "a\0b\0"s + Int(2) + last, true,
-         true, 1, -1, -1},
-        {"key beyond the file", kWideId + first + Word(~0u) + Word(0) + last, true, true, 1, -1,
-         -1},
-        {"empty key", kWideId + first + Wide("") + Int(2) + last, true, true, 1, -1, -1},
-        {"no value", kWideId + first + key, true, false, -1, -1, -1},
-        {"unknown type", kWideId + first + key + Word(9) + last, true, false, -1, -1, -1},
-        {"number cut", kWideId + first + key + Word(1) + "\1\0"s, true, true, 1, 0, -1},
-        {"block beyond the file", kWideId + first + key + Word(4) + Word(~0u) + Word(0) + last,
-         true, true, 1, -1, -1},
-        {"block's check word", kWideId + first + key + Word(4) + Word(5) + Word(5) + last, true,
-         true, 1, -1, 3},
-        {"key twice", kWideId + first + key + Int(2) + key + Int(5), true, true, 1, 5, -1},
+        {"key's length cut", start + key.substr(0, 7), true, true, 1, -1, -1},
+        {"key's check word", start + Word(1) + Word(1) + last, true, true, 1, -1, -1},
+        {"key cut", start + key.substr(0, 20), true, true, 1, -1, -1},
+        {"key without 0", start + Word(1) + Word(~1u) + "ab" + Int(2), true, true, 1, -1, -1},
+        {"key beyond the file", start + Word(~0u) + Word(0) + last, true, true, 1, -1, -1},
+        {"empty key", start + Wide("") + Int(2) + last, true, true, 1, -1, -1},
+        {"no value", start + key, true, false, -1, -1, -1},
+        {"unknown type", start + key + Word(9) + last, true, false, -1, -1, -1},
+        {"number cut", start + key + Word(1) + "\1\0"s, true, true, 1, 0, -1},
+        {"block too long", start + key + Word(4) + Word(~0u) + Word(0), true, true, 1, -1, -1},
+        {"check word", start + key + Word(4) + Word(5) + Word(5) + last, true, true, 1, -1, 3},
+        {"key twice", start + key + Int(2) + key + Int(5), true, true, 1, 5, -1},
         {"upper-case key", kWideId + Wide("[default]A") + Int(1) + last, true, true, -1, -1, 3},
     };
     const TemporaryFolder folder;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -136,6 +137,24 @@ TEST_F(BProfileFile, MakesAnEightBitFileUnicodeWhenAValueNeedsIt)
     EXPECT_EQ(FileBytes(m_file),
               Utf16("[default]\r\nk=\xE4\r\nl=\xFF\r\nm=") + "\xB1\x03" + Utf16("\r\n").substr(2));
     EXPECT_EQ(profile.ReadString(QD_W("k"), WString()), QD_W("\u00E4"));
+}
+
+TEST_F(BProfileFile, TwoWritersLoseNoKey)
+{
+    constexpr int count = 100;
+    const WString path = m_folder.Path("new/shared.ini"); // both make it, and its folder
+    const auto write = [&](const WChar* family) {
+        for (int i = 0; i < count; ++i)
+            EXPECT_TRUE(BProfile(path, ProfileReadWrite).WriteString(i, family, family));
+    };
+    std::thread other(write, QD_W("narrow"));
+    write(QD_W("wide \u6E2C"));
+    other.join();
+    BProfile profile(path, ProfileReadOnly);
+    for (int i = 0; i < count; ++i) {
+        for (const WChar* family : {QD_W("narrow"), QD_W("wide \u6E2C")})
+            EXPECT_EQ(profile.ReadString(i, family, WString()), family);
+    }
 }
 
 TEST_F(BProfileFile, CutsAValueThatIsTooLong)
