@@ -10,8 +10,6 @@ namespace {
 
 using Wide = std::basic_string<WChar>;
 
-const double kInch = 1 / 25.4;
-
 TEST(BUnit, TakesATextThatIsOneNumberAndNothingElse)
 {
     const struct {
@@ -19,80 +17,53 @@ TEST(BUnit, TakesATextThatIsOneNumberAndNothingElse)
         double converted, reverted;
         const WChar *convertedText, *revertedText, *formatted;
     } cases[] = {
-        {QD_W("5"), 10, 2.5, QD_W("10"), QD_W("2.5"), QD_W("10.00")},
         {QD_W(" \t5 \u00A0"), 10, 2.5, QD_W("10"), QD_W("2.5"), QD_W("10.00")},
         {QD_W("-1e-3"), -0.002, -0.0005, QD_W("-0.002"), QD_W("-0.0005"), QD_W("-0.00")},
         {QD_W("5 mm"), 0, 0, QD_W("0"), QD_W("0"), QD_W("5 mm")},
-        {QD_W("5,5"), 0, 0, QD_W("0"), QD_W("0"), QD_W("5,5")},
-        {QD_W("abc"), 0, 0, QD_W("0"), QD_W("0"), QD_W("abc")},
         {QD_W(""), 0, 0, QD_W("0"), QD_W("0"), QD_W("")},
     };
     const BUnit twice(QD_W("x"), 2, 1);
     for (const auto& row : cases) {
-        SCOPED_TRACE(testing::Message() << (&row - cases));
+        SCOPED_TRACE(&row - cases);
         EXPECT_DOUBLE_EQ(twice.Convert(row.text), row.converted);
         EXPECT_DOUBLE_EQ(twice.Revert(row.text), row.reverted);
         EXPECT_EQ(Wide(twice.ConvertStr(row.text)), row.convertedText);
         EXPECT_EQ(Wide(twice.RevertStr(row.text)), row.revertedText);
         EXPECT_EQ(Wide(twice.Format(row.text, 2)), row.formatted);
     }
-    EXPECT_EQ(Wide(BUnit(QD_W("\""), kInch, 4).ConvertStr(12.5)), QD_W("0.492125984"));
+    EXPECT_EQ(Wide(BUnit(QD_W("\""), 1 / 25.4, 4).ConvertStr(12.5)), QD_W("0.492125984"));
     EXPECT_EQ(Wide(BUnit().RevertStr(1e12)), QD_W("1e+12"));
+    EXPECT_EQ(BUnit().Precision(), 9);
 }
 
 TEST(BUnit, FormatsInFixedNotationForAnyPrecision)
 {
-    struct Case {
+    const Wide zeros(123, '0'), least = Wide(QD_W("0.")) + Wide(39, '0') +
+                                        QD_W("7346839692639296924804603357639035486366659")
+                                            QD_W("7298255470094296981642401078715920448303223");
+    const struct {
         double value;
         int own, asked;
         Wide text;
-    };
-    const Wide zeros100(100, '0');
-    const Case cases[] = {
+    } cases[] = {
         {3.14159, 3, -1, QD_W("3.142")},
         {3.14159, 3, 0, QD_W("3")},
-        {3.14159, 3, 5, QD_W("3.14159")},
-        {1e9, 2, -1, QD_W("1000000000.00")},
+        {3.14159, 0, -1, QD_W("3")},
         {-0.25, -7, -7, QD_W("-0.250000")},
-        {1.5, 3, 125, QD_W("1.5") + zeros100 + Wide(24, '0')}, // exactly full
-        {1.5, 3, 126, QD_W("1.5") + zeros100 + Wide(24, '0')},
-        {-1.5, 3, INT_MAX, QD_W("-1.5") + zeros100 + Wide(23, '0')},
-        // Of its 130 decimals 125 have room.
-        {0x1p-130, 3, 1000,
-         QD_W("0.") + Wide(39, '0') +
-             QD_W("7346839692639296924804603357639035486366659")
-                 QD_W("7298255470094296981642401078715920448303223")},
+        {1.5, 3, 125, QD_W("1.50") + zeros}, // exactly full
+        {1.5, 3, 126, QD_W("1.50") + zeros},
+        {-1.5, 3, INT_MAX, QD_W("-1.5") + zeros},
+        {0x1p-130, 3, 1000, least}, // of its 130 decimals 125 have room
         {std::numeric_limits<double>::infinity(), 3, 200, QD_W("inf")},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(testing::Message() << (&row - cases));
+    for (const auto& row : cases)
         EXPECT_EQ(Wide(BUnit(QD_W(""), 1, row.own).Format(row.value, row.asked)), row.text);
-    }
 
     // No digit before the full stop is ever cut.
-    const double largest = std::numeric_limits<double>::max();
-    const Wide digits = BUnit().Format(-largest, INT_MAX).CStr();
+    const Wide digits = BUnit().Format(-std::numeric_limits<double>::max(), INT_MAX).CStr();
     EXPECT_EQ(digits.size(), 310u);
     EXPECT_EQ(digits.substr(0, 17), QD_W("-1797693134862315"));
     EXPECT_EQ(digits.find('.'), Wide::npos);
-}
-
-TEST(BUnit, KeepsItsValueThroughCopiesAndSelfAssignment)
-{
-    BUnit unit(QD_W("Thou"), 1000 / 25.4, 1);
-    const WChar* const shared = unit.Symbol().CStr();
-    const BUnit& same = unit;
-    unit = same;
-    const BUnit copy(unit);
-    BUnit assigned;
-    EXPECT_EQ(assigned.Precision(), 9);
-    EXPECT_TRUE(assigned.Symbol().IsEmpty());
-    assigned = copy;
-    for (const BUnit* one : {&same, &copy, static_cast<const BUnit*>(&assigned)}) {
-        EXPECT_EQ(one->Symbol().CStr(), shared);
-        EXPECT_EQ(one->Precision(), 1);
-        EXPECT_DOUBLE_EQ(one->Convert(25.4), 1000);
-    }
 }
 
 } // namespace
