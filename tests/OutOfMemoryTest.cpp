@@ -252,18 +252,22 @@ TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
 TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
 {
     const WString section = QD_W("Probe"), key = QD_W("a key"), kept = QD_W("kept");
-    const WString value = QD_W("a value that takes memory");
-    bool isWritten = false, isNumberWritten = false;
-    const auto check = [&](const char* name, auto open, bool savesAtOnce) {
+    const WString value = QD_W("a value that takes memory"), binary = m_folder.Path("file.bin");
+    for (const bool isText : {true, false}) {
+        const auto open = [&] {
+            return isText ? SP<BProfileBase>(new BProfile(m_path, ProfileReadWrite))
+                          : SP<BProfileBase>(new BBinProfile(binary, ProfileReadWrite));
+        };
+        bool isWritten = false, isNumberWritten = false; // and saved, which a text is at once
         open()->WriteString(kept, value);
         FailEachAllocation(
-            name,
+            isText ? "text profile" : "binary profile",
             [&] {
                 isWritten = isNumberWritten = false;
                 const SP<BProfileBase> profile = open();
                 profile->SetSection(section);
-                isWritten = profile->WriteString(key, value) && savesAtOnce;
-                isNumberWritten = profile->WriteInt(7, key, 7) && savesAtOnce;
+                isWritten = profile->WriteString(key, value) && isText;
+                isNumberWritten = profile->WriteInt(7, key, 7) && isText;
                 Ask(profile->ReadString(key, kept), profile->ReadDouble(3, key, 0.5));
             },
             [&] {
@@ -276,14 +280,15 @@ TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
                 return isKept && (number == 7 || (!isNumberWritten && number == 0)) &&
                        (found == value || (!isWritten && found.IsEmpty()));
             });
-    };
-    const auto text = [&] { return SP<BProfileBase>(new BProfile(m_path, ProfileReadWrite)); };
-    check("text profile", text, true);
-    const WString path = m_folder.Path("file.bin");
-    const auto binary = [&] { return SP<BProfileBase>(new BBinProfile(path, ProfileReadWrite)); };
-    check("binary profile", binary, false);
+    }
+}
 
+TEST_F(OutOfMemoryTest, AnIniProfileKeepsWhatItHeld)
+{
+    const WString section = QD_W("Probe"), key = QD_W("a key"), kept = QD_W("kept");
+    const WString value = QD_W("a value that takes memory");
     BIniProfile(m_path, section, true).Write(kept, value);
+    bool isWritten = false;
     FailEachAllocation(
         "INI profile",
         [&] {

@@ -110,10 +110,10 @@ TEST(BLanguageMap, KeepsItsOtherKeysWhenEntriesAreReplaced)
 
 TEST(BLanguageMap, TranslatesKeysAloneAndInTexts)
 {
-    SP<BLanguageMap> map = new BLanguageMap;
-    map->Add(QD_W("$A"), QD_W("Hello"), QD_W("Hallo"), false, false);
-    map->Add(QD_W("$A_1"), QD_W("Price"), QD_W("$A kostet"), false, false);
-    map->Add(QD_W("$"), QD_W("dollar"), QD_W(""), false, false);
+    BLanguageMap map;
+    map.Add(QD_W("$A"), QD_W("Hello"), QD_W("Hallo"), false, false);
+    map.Add(QD_W("$A_1"), QD_W("Price"), QD_W("$A kostet"), false, false);
+    map.Add(QD_W("$"), QD_W("dollar"), QD_W(""), false, false);
     const struct {
         const WChar *text, *translated, *marked, *extended, *extendedMarked;
     } cases[] = {
@@ -129,17 +129,21 @@ TEST(BLanguageMap, TranslatesKeysAloneAndInTexts)
         {QD_W("$$A$X$"), QD_W("$$A$X$"), QD_W("$$A$X$"), QD_W("Hallo$X"), QD_W("***Hallo*$X**")},
     };
     for (const auto& row : cases) {
-        SCOPED_TRACE(testing::PrintToString(Wide(row.text)));
-        map->ActivateTestMode(false);
-        EXPECT_EQ(Wide(map->Translate(row.text)), row.translated);
-        EXPECT_EQ(Wide(map->TranslateExt(row.text)), row.extended);
-        map->ActivateTestMode(true);
-        EXPECT_EQ(Wide(map->Translate(row.text)), row.marked);
-        EXPECT_EQ(Wide(map->TranslateExt(row.text)), row.extendedMarked);
+        SCOPED_TRACE(&row - cases);
+        map.ActivateTestMode(false);
+        EXPECT_EQ(Wide(map.Translate(row.text)), row.translated);
+        EXPECT_EQ(Wide(map.TranslateExt(row.text)), row.extended);
+        map.ActivateTestMode(true);
+        EXPECT_EQ(Wide(map.Translate(row.text)), row.marked);
+        EXPECT_EQ(Wide(map.TranslateExt(row.text)), row.extendedMarked);
     }
+}
+
+TEST(BLanguageMap, IsTheInstanceWhileItIsRegistered)
+{
+    const SP<BLanguageMap> map = new BLanguageMap;
     map->SetCurrentLanguage(QD_W("Deutsch"));
     EXPECT_EQ(map->CurrentLanguage(), QD_W("Deutsch"));
-
     EXPECT_EQ(BLanguageMap::Instance(), nullptr);
     BLanguageMap::RegisterInstance(map);
     EXPECT_EQ(BLanguageMap::Instance(), map);
