@@ -8,7 +8,9 @@
 
 #include <atomic>
 #include <memory>
+#include <string_view>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -17,6 +19,25 @@ template <class F>
 void OnOtherThread(F&& task)
 {
     std::thread(task).join();
+}
+
+// "R" and "W" take a lock, "r" and "w" give it back, "!" fails to give back the write lock; in
+// parentheses on another thread.
+void Play(const BSyncableInterface& lock, std::string_view steps)
+{
+    for (; !steps.empty(); steps.remove_prefix(1)) {
+        switch (steps.front()) {
+        case 'R': lock.LockR(); break;
+        case 'W': lock.LockW(); break;
+        case 'r': lock.UnlockR(); break;
+        case 'w': lock.UnlockW(); break;
+        case '!': EXPECT_THROW(lock.UnlockW(), int); break;
+        default:
+            const std::size_t end = steps.find(')');
+            OnOtherThread([&] { Play(lock, steps.substr(1, end - 1)); });
+            steps.remove_prefix(end);
+        }
+    }
 }
 
 bool IsFree(const BSyncableInterface& lock)
@@ -40,27 +61,19 @@ TYPED_TEST_SUITE(Lock, LockClasses);
 
 TEST(Locks, DifferInWhatATryTakes)
 {
-    using Taking = void (*)(const BSyncableInterface&);
-    const Taking leave = [](const BSyncableInterface&) {};
-    const Taking read = [](const BSyncableInterface& lock) { lock.LockR(); };
-    const Taking write = [](const BSyncableInterface& lock) { lock.LockW(); };
     struct Case {
-        const char* state;
-        Taking here, elsewhere;
+        const char* steps; // before
         bool lockTriesR, lockTriesW, objectTriesR, objectTriesW;
     };
     const Case cases[] = {
-        {"free", leave, leave, false, true, true, true},
-        {"read here", read, leave, false, false, true, false},
-        {"read elsewhere", leave, read, false, false, true, false},
-        {"written here", write, leave, true, false, true, true},
-        {"written elsewhere", leave, write, false, false, false, false},
+        {"", false, true, true, true},       {"R", false, false, true, false},
+        {"(R)", false, false, true, false},  {"W", true, false, true, true},
+        {"(W)", false, false, false, false},
     };
     for (const Case& row : cases) {
-        SCOPED_TRACE(row.state);
+        SCOPED_TRACE(row.steps);
         const auto tries = [&](const BSyncableInterface& lock, bool expectedR, bool expectedW) {
-            row.here(lock);
-            OnOtherThread([&] { row.elsewhere(lock); });
+            Play(lock, row.steps);
             EXPECT_EQ(lock.TryLockW(), expectedW);
             if (expectedW)
                 lock.UnlockW();
@@ -71,65 +84,29 @@ TEST(Locks, DifferInWhatATryTakes)
     }
 }
 
-TYPED_TEST(Lock, IsFreeOnceTheWriterHasGivenAllBack)
+TYPED_TEST(Lock, IsFreeOnceAllIsGivenBack)
 {
-    const TypeParam lock;
-    lock.LockW();
-    lock.LockW();
-    lock.LockR();
-    lock.UnlockR();
-    lock.UnlockW();
-    EXPECT_FALSE(IsFree(lock));
-    lock.UnlockW();
-    EXPECT_TRUE(IsFree(lock));
-}
-
-TYPED_TEST(Lock, IsFreeOnceTheLastReaderHasLeftOnWhateverThread)
-{
-    const TypeParam lock;
-    lock.LockR();
-    OnOtherThread([&] { lock.LockR(); });
-    lock.UnlockR();
-    EXPECT_FALSE(IsFree(lock));
-    OnOtherThread([&] { lock.UnlockR(); });
-    EXPECT_TRUE(IsFree(lock));
-}
-
-TYPED_TEST(Lock, StaysWithAWriterThatForgotAReadLock)
-{
-    const TypeParam lock;
-    lock.LockW();
-    lock.LockR();
-    EXPECT_THROW(lock.UnlockW(), int);
-    // The failure has counted one read lock more and one write lock less.
-    lock.UnlockR();
-    lock.LockW();
-    EXPECT_THROW(lock.UnlockW(), int);
-    lock.UnlockR();
-    lock.UnlockR();
-    EXPECT_FALSE(IsFree(lock));
-    lock.LockW();
-    lock.UnlockW();
-    EXPECT_TRUE(IsFree(lock));
-}
-
-TYPED_TEST(Lock, SurvivesThoseWhoGiveBackWhatIsNotTheirs)
-{
-    const TypeParam lock;
-    lock.UnlockW();
-    EXPECT_TRUE(IsFree(lock));
-    lock.UnlockR();
-    lock.LockR(); // makes up for it
-    EXPECT_TRUE(IsFree(lock));
-    lock.LockW();
-    OnOtherThread([&] {
-        lock.UnlockW();
-        lock.LockW(); // the depth of the first writer was left: it is 2
-        lock.UnlockW();
-    });
-    EXPECT_FALSE(IsFree(lock));
-    lock.UnlockW();
-    EXPECT_TRUE(IsFree(lock));
+    const std::pair<const char*, bool> cases[] = {
+        {"WWRrw", false},
+        {"WWRrww", true},
+        {"R(R)r", false}, // the last reader gives it back, whoever it is
+        {"R(R)r(r)", true},
+        // A read lock that the writer forgot: the failure has counted one more of those and one
+        // write lock less.
+        {"WR!rW!rr", false},
+        {"WR!rW!rrWw", true},
+        // What is given back without having been taken: nothing, or a lock of the next who takes
+        // one, or the lock of the writer but not its depth, which is 2 for the next writer.
+        {"w", true},
+        {"rR", true},
+        {"W(wWw)", false},
+        {"W(wWw)w", true},
+    };
+    for (const auto& [steps, isFree] : cases) {
+        const TypeParam lock;
+        Play(lock, steps);
+        EXPECT_EQ(IsFree(lock), isFree) << steps;
+    }
 }
 
 TYPED_TEST(Lock, LetsReadersInAfterTheLastWriteLock)
