@@ -11,6 +11,7 @@ namespace {
 
 struct Watch {
     std::string made, failing, endBefore, endAfter;
+    int error = 0; // of what fails
     std::uint32_t seconds = 0;
 };
 Watch* g_watch = nullptr;
@@ -24,7 +25,7 @@ int Watched(const char* name, Call call)
         ::_exit(0);
     g_watch->made += std::string(name) + ' ';
     if (g_watch->failing == name) {
-        errno = EPERM;
+        errno = g_watch->error;
         return -1;
     }
     const int result = call();
@@ -79,9 +80,10 @@ std::string SystemCalls::Made() const
     return g_watch->made;
 }
 
-void SystemCalls::Fail(const char* name)
+void SystemCalls::Fail(const char* name, int error)
 {
     g_watch->failing = name;
+    g_watch->error = error;
 }
 
 void SystemCalls::EndBefore(const char* name)

@@ -14,8 +14,8 @@ public:
 
     /// The calls so far: "fsync rename fsync ".
     [[nodiscard]] std::string Made() const;
-    /// From here on the calls of `name` fail, as what is not permitted.
-    void Fail(const char* name);
+    /// From here on the calls of `name` fail with `error`.
+    void Fail(const char* name, int error);
     /// The process ends as if it were killed when it is about to call `name`.
     void EndBefore(const char* name);
     /// The same once the call is done.
