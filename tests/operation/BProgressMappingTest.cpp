@@ -128,15 +128,6 @@ TEST(BProgressMapping, SendsWhatAReceiverRefusedWithTheNextUpdate)
     EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{3}));
 }
 
-TEST(BProgressMapping, NeedsNoDispatcher)
-{
-    BProgressMapping progress(2, 2);
-    EXPECT_TRUE(progress.StepTo(1));
-    RecordingDispatcher dispatcher;
-    EXPECT_TRUE(progress.StepTo(2));
-    EXPECT_EQ(Increments(dispatcher), (std::vector<std::uint64_t>{1})) << "the first one is lost";
-}
-
 TEST(BProgressMapping, UpdatesEvery50To100Milliseconds)
 {
     struct Case {

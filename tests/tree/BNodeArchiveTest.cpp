@@ -294,7 +294,10 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     PutNodes({{{}, 0, 0, 9}});
     root = TakeOut("1");
     ASSERT_TRUE(root);
-    EXPECT_FALSE(BNodeAnnotationItr(*root)) << "a null annotation is passed over";
+    EXPECT_FALSE(BNodeAnnotationItr(*root));
+    const SP<BSmartObj> remark(new CountedPayload);
+    root->AddAnnotation(remark.Get());
+    EXPECT_EQ(BNodeAnnotationItr(*root).Current(), remark) << "a null annotation is passed over";
 }
 
 TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)

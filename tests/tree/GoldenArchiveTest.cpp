@@ -54,24 +54,6 @@ void WriteOdd(BArchive& archive)
     archive.Insert(shared, kOddLabel);
 }
 
-// Many objects, deep and wide, and long texts.
-void WriteLargest(BArchive& archive)
-{
-    const SP<BNode> root = Named(QD_W("large"));
-    WString text;
-    BNode* deep = Append(*root, QD_W("deep"));
-    for (int i = 0; i < 300; ++i)
-        deep = Append(*deep, QD_W(""));
-    BNode* wide = Append(*root, QD_W("wide"));
-    for (int i = 0; i < 300; ++i) {
-        text.Printf(QD_W("Child%03d"), i);
-        Append(*wide, text.CStr());
-    }
-    text.Fill(5'000, 0x00FC);
-    Append(*root, text.CStr())->SetObj(new BBitArray(16, 50, 50));
-    archive.Insert(root.Get(), "root");
-}
-
 struct GoldenArchive {
     const char* name;
     const char* docClass;
@@ -87,11 +69,6 @@ const GoldenArchive kArchives[] = {
      std::numeric_limits<int>::min(),
      &WriteOdd,
      {"2", kOddLabel}},
-    {"archive/largest.qda",
-     "class Large",
-     std::numeric_limits<int>::max(),
-     &WriteLargest,
-     {"root"}},
 };
 
 } // namespace
