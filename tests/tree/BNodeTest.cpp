@@ -346,37 +346,29 @@ private:
 
 TEST(BNode, ReportsBeforeItDiesOfWhatItLetsGo)
 {
-    struct Case {
-        unsigned int message;
-        void (*put)(BNode&, Keeper*); // where the node's last reference stands
-        void (*change)(BNode&);
+    using Put = void (*)(BNode&, Keeper*);
+    const Put puts[] = {
+        [](BNode& node, Keeper* keeper) { node.SetObj(keeper); },
+        [](BNode& node, Keeper* keeper) { node.AddChild(new BNode(keeper), -1); },
+        [](BNode& node, Keeper* keeper) { node.AddAttrib(keeper); },
+        [](BNode& node, Keeper* keeper) { node.AddAnnotation(keeper); },
     };
-    const auto asObject = [](BNode& node, Keeper* keeper) { node.SetObj(keeper); };
-    const auto asChild = [](BNode& node, Keeper* keeper) { node.AddChild(new BNode(keeper), -1); };
-    const auto asAttribute = [](BNode& node, Keeper* keeper) { node.AddAttrib(keeper); };
-    const auto asAnnotation = [](BNode& node, Keeper* keeper) { node.AddAnnotation(keeper); };
-    const Case cases[] = {
-        {kMessageNodeObjectChanged, asObject, [](BNode& node) { node.SetObj(nullptr); }},
-        {kMessageNodeObjectChanged, asObject, [](BNode& node) { node.Clear(); }},
-        {kBelow, asChild, [](BNode& node) { node.RemoveChild(0); }},
-        {kBelow, asChild, [](BNode& node) { node.RemoveChildren(); }},
-        {kBeside, asAttribute, [](BNode& node) { node.RemoveAttrib(0); }},
-        {kBeside, asAttribute, [](BNode& node) { node.RemoveAttribs(); }},
-        {kBeside, asAttribute, kChanges[7].make},
-        {kBeside, asAnnotation, kChanges[13].make},
-        {kBeside, asAnnotation, [](BNode& node) { node.RemoveAnnotations(); }},
-    };
-    for (const Case& c : cases) {
-        BNode* const node = new CountedNode;
-        c.put(*node, new Keeper(node));
-        RecordingDispatcher dispatcher;
-        int alive = 0;
-        dispatcher.OnSend([&](const Message&) { alive = CountedNode::alive; });
-        c.change(*node);
-        EXPECT_EQ(alive, 1) << c.message;
-        EXPECT_EQ(dispatcher.Sent(), (Messages{{c.message, Number(node), 0}}));
-        EXPECT_EQ(CountedNode::alive, 0) << c.message;
+    int deaths = 0;
+    for (const Put put : puts) { // where the node's last reference stands
+        for (const Change& change : kChanges) {
+            BNode* const node = new CountedNode;
+            put(*node, new Keeper(node));
+            RecordingDispatcher dispatcher;
+            dispatcher.OnSend([](const Message&) { EXPECT_EQ(CountedNode::alive, 1); });
+            change.make(*node);
+            if (CountedNode::alive == 0)
+                ++deaths;
+            else
+                node->Clear();
+            EXPECT_EQ(CountedNode::alive, 0) << &change - kChanges;
+        }
     }
+    EXPECT_EQ(deaths, 4 + 5 + 6 + 5) << "each change that lets go of such a thing";
 }
 
 TEST(BNode, EachNodeAboveIsAskedForTheRootAndItsFlag)
