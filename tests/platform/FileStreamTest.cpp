@@ -1,16 +1,19 @@
 #include "core/platform/FileStream.h"
 
+#include "core/platform/WideText.h"
+
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <optional>
+#include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using namespace std::string_literals;
-using WideText = std::basic_string<WChar>;
+using platform::WideText;
 
 namespace {
 
@@ -31,13 +34,27 @@ protected:
         return pieces;
     }
 
-    // What the file holds once `texts` were written to it.
-    std::string Written(const WChar* mode, const std::vector<WideText>& texts) const
+    // The next line, of a narrow text its bytes.
+    static WideText Line(std::FILE* stream, bool isWide)
+    {
+        WChar wide[64] = {};
+        char narrow[64] = {};
+        if (isWide)
+            return platform::ReadText(stream, wide, 64) ? wide : QD_W("");
+        if (std::fgets(narrow, sizeof narrow, stream) == nullptr)
+            return {};
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(narrow);
+        return {bytes, bytes + std::strlen(narrow)};
+    }
+
+    // What the file holds once `texts` were written to it, all but `unwritten`.
+    std::string Written(const WChar* mode, const std::vector<WideText>& texts,
+                        const WideText& unwritten = QD_W("none")) const
     {
         platform::Stream stream = Open(mode);
         EXPECT_TRUE(stream);
         for (const WideText& text : texts)
-            EXPECT_TRUE(platform::WriteText(stream.get(), text.c_str()));
+            EXPECT_EQ(platform::WriteText(stream.get(), text.c_str()), text != unwritten);
         EXPECT_EQ(std::fclose(stream.release()), 0);
         return FileBytes(m_file);
     }
@@ -136,6 +153,7 @@ TEST_F(FileStream, WritesUnicodeTextInTheEncodingOfTheFile)
         const char* before; // null: no file
         std::vector<WideText> texts;
         std::string after;
+        const WChar* unwritten = QD_W("none"); // one of the texts
     };
     const Case cases[] = {
         {kWrite, nullptr, {}, kMark},
@@ -156,37 +174,16 @@ TEST_F(FileStream, WritesUnicodeTextInTheEncodingOfTheFile)
         {QD_W("a,ccs=UTF-16LE"), "old", {QD_W("x")}, "oldx\0"s},
         {QD_W("wb"), nullptr, {QD_W("x\n\r\n")}, "x\0\n\0\r\0\n\0"s},
         {QD_W("ab"), "old", {QD_W("x")}, "oldx\0"s},
+        // What stands behind a unit that cannot be written is left out.
+        {kAppend, "old", {QD_W("x"), QD_W("y\x20ACz\n"), QD_W("x")}, "oldxyx", QD_W("y\x20ACz\n")},
+        {kWrite, "", {QD_W("y\xFFFFz"), QD_W("x")}, kMark + "y\0\xFF\xFFx\0"s, QD_W("y\xFFFFz")},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         std::filesystem::remove(m_file);
         if (c.before != nullptr)
             WriteFileBytes(m_file, c.before);
-        EXPECT_EQ(Written(c.mode, c.texts), c.after);
-    }
-}
-
-TEST_F(FileStream, LeavesOutWhatStandsBehindAUnitThatCannotBeWritten)
-{
-    struct Case {
-        const WChar* mode;
-        const char* before;
-        const WChar* text;
-        std::string after;
-    };
-    const Case cases[] = {
-        {kAppend, "old", QD_W("y\x20ACz\n"), "oldxyx"},
-        {kWrite, "", QD_W("y\xFFFFz\n"), "\xFF\xFEx\0y\0\xFF\xFFx\0"s},
-    };
-    for (const Case& c : cases) {
-        WriteFileBytes(m_file, c.before);
-        platform::Stream stream = Open(c.mode);
-        ASSERT_TRUE(stream);
-        EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("x")));
-        EXPECT_FALSE(platform::WriteText(stream.get(), c.text));
-        EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("x")));
-        stream.reset();
-        EXPECT_EQ(FileBytes(m_file), c.after);
+        EXPECT_EQ(Written(c.mode, c.texts, c.unwritten), c.after);
     }
 }
 
@@ -221,98 +218,60 @@ TEST_F(FileStream, BuffersWhatIsWritten)
     }
 }
 
-TEST_F(FileStream, TranslatesNarrowText)
+TEST_F(FileStream, GoesBackAndForthInOneText)
 {
-    platform::Stream stream = Open(QD_W("wt"));
-    ASSERT_TRUE(stream);
-    std::fputs("\xEF\xBB\xBFx\ny\r\n\xE4\r", stream.get());
-    stream = Open(QD_W("a"));
-    ASSERT_TRUE(stream);
-    std::fputs("z\n", stream.get());
-    stream.reset();
-    EXPECT_EQ(FileBytes(m_file), "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\r\n");
-
-    WriteFileBytes(m_file, "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\x1Ax");
-    stream = Open(QD_W("r"));
-    ASSERT_TRUE(stream);
-    char buffer[64] = {};
-    const std::size_t count = std::fread(buffer, 1, sizeof buffer, stream.get());
-    EXPECT_EQ(std::string(buffer, count), "\xEF\xBB\xBFx\ny\r\n\xE4\rz");
-    EXPECT_TRUE(std::feof(stream.get()));
-}
-
-TEST_F(FileStream, RewindsToTheMark)
-{
-    for (const std::string& bytes : {"\xFF\xFEx\0\x1A\0y\0"s, "\xEF\xBB\xBFx\x1Ay"s}) {
-        WriteFileBytes(m_file, bytes);
-        const platform::Stream stream = Open(QD_W("r,ccs=UTF-16LE"));
-        ASSERT_TRUE(stream);
-        EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("x")}));
-        std::rewind(stream.get());
-        EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("\xFEFFx")}));
-    }
-}
-
-TEST_F(FileStream, ReadsAndWritesOneText)
-{
-    char buffer[64] = {};
-    const auto line = [&](std::FILE* stream) {
-        return std::string(std::fgets(buffer, sizeof buffer, stream) != nullptr ? buffer : "");
+    // "l" reads a line, "w" writes "T\r\n", "^" goes to the start, "4" four bytes behind it, "$" to
+    // the end, and "." stays there to turn from one to the other.
+    struct Case {
+        const WChar* mode;
+        std::string before;
+        std::string_view steps;
+        WideText read; // a bar behind each line
+        std::string after;
     };
-    const auto rest = [&](std::FILE* stream) {
-        return std::string(buffer, std::fread(buffer, 1, sizeof buffer, stream));
+    const Case cases[] = {
+        {QD_W("wt"), "", "ww", QD_W(""), "T\r\r\nT\r\r\n"},
+        {QD_W("wt"), "", "w^w", QD_W(""), "T\r\r\n"},
+        {QD_W("a"), "\xE4", "w", QD_W(""), "\xE4T\r\r\n"},
+        {QD_W("r"), "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\x1Ax", "llll",
+         QD_W("\x00EF\x00BB\x00BFx\n|y\r\n|\x00E4\rz||"), ""},
+        {QD_W("r+"), "on\r\ntw\r\nthree\r\n", "l.w.l4ll", QD_W("on\n|three\n|T\r\n|three\n|"),
+         "on\r\nT\r\r\nthree\r\n"},
+        {QD_W("w+t"), "old", "ww^lll", QD_W("T\r\n|T\r\n||"), "T\r\r\nT\r\r\n"},
+        {QD_W("a+"), "x\r\n", "w^ll", QD_W("x\n|T\r\n|"), "x\r\nT\r\r\n"},
+        // The mark is text for who comes back to it.
+        {kRead, kMark + "x\0\x1A\0y\0"s, "ll^l", QD_W("x||\xFEFFx|"), ""},
+        {kRead, kMark8 + "x\x1Ay", "ll^l", QD_W("x||\xFEFFx|"), ""},
+        {kWrite, "", "w^w", QD_W(""), "T\0\r\0\r\0\n\0\n\0"s},
+        {QD_W("w+,ccs=UTF-16LE"), "", "w^l", QD_W("\xFEFFT\r\n|"), kMark + "T\0\r\0\r\0\n\0"s},
+        {QD_W("r+,ccs=UNICODE"), kMark + "\xAC\x20\r\0\n\0"s, "l$w", QD_W("\x20AC\n|"),
+         kMark + "\xAC\x20\r\0\n\0T\0\r\0\r\0\n\0"s},
     };
-    WriteFileBytes(m_file, "one\r\ntwo\r\nthree\r\n");
-    platform::Stream stream = Open(QD_W("r+"));
-    ASSERT_TRUE(stream);
-    EXPECT_EQ(line(stream.get()), "one\n");
-    EXPECT_EQ(std::ftell(stream.get()), 5);
-    std::fseek(stream.get(), 0, SEEK_CUR);
-    std::fputs("TWO\n", stream.get());
-    std::fseek(stream.get(), 0, SEEK_CUR);
-    EXPECT_EQ(line(stream.get()), "three\n");
-    std::fseek(stream.get(), 5, SEEK_SET);
-    EXPECT_EQ(rest(stream.get()), "TWO\nthree\n");
-    for (const auto& [mode, all] :
-         {std::pair{QD_W("w+t"), "a\nb\n"}, {QD_W("a+"), "a\nb\na\nb\n"}}) {
-        stream = Open(mode);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        WriteFileBytes(m_file, c.before);
+        platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
-        std::fputs("a\nb\n", stream.get());
-        std::rewind(stream.get());
-        EXPECT_EQ(rest(stream.get()), all);
-    }
-    stream.reset();
-    EXPECT_EQ(FileBytes(m_file), "a\r\nb\r\na\r\nb\r\n");
-
-    stream = Open(QD_W("w+,ccs=UTF-16LE"));
-    ASSERT_TRUE(stream);
-    EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("\x20AC\n")));
-    std::rewind(stream.get());
-    EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("\xFEFF\x20AC\n")}));
-    stream = Open(QD_W("r+,ccs=UNICODE"));
-    ASSERT_TRUE(stream);
-    EXPECT_EQ(Pieces(stream.get()), (std::vector<WideText>{QD_W("\x20AC\n")}));
-    std::fseek(stream.get(), 0, SEEK_END);
-    EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("b")));
-    stream.reset();
-    EXPECT_EQ(FileBytes(m_file), "\xFF\xFE\xAC\x20\r\0\n\0b\0"s);
-}
-
-TEST_F(FileStream, RewindsAWriter)
-{
-    for (const WChar* mode : {QD_W("wt"), QD_W("wt,ccs=UTF-16LE")}) {
-        const platform::Stream stream = Open(mode);
-        ASSERT_TRUE(stream);
-        const bool isNarrow = std::basic_string<WChar>(mode).size() == 2;
-        const auto write = [&](const char* narrow, const WChar* wide) {
-            isNarrow ? static_cast<void>(std::fputs(narrow, stream.get()))
-                     : static_cast<void>(platform::WriteText(stream.get(), wide));
-        };
-        write("ab\n", QD_W("ab\n"));
-        std::rewind(stream.get());
-        write("X", QD_W("X")); // over the mark
-        std::fflush(stream.get());
-        EXPECT_EQ(FileBytes(m_file), isNarrow ? "Xb\r\n" : "X\0a\0b\0\r\0\n\0"s);
+        const bool isWide = WideText(c.mode).find(QD_W(',')) != WideText::npos;
+        WideText read;
+        for (const char step : c.steps) {
+            switch (step) {
+            case 'l': read += Line(stream.get(), isWide) + QD_W('|'); break;
+            case 'w':
+                if (isWide)
+                    EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("T\r\n")));
+                else
+                    EXPECT_GE(std::fputs("T\r\n", stream.get()), 0);
+                break;
+            case '^': std::rewind(stream.get()); break;
+            case '4': std::fseek(stream.get(), 4, SEEK_SET); break;
+            case '$': std::fseek(stream.get(), 0, SEEK_END); break;
+            default: std::fseek(stream.get(), 0, SEEK_CUR);
+            }
+        }
+        stream.reset();
+        EXPECT_EQ(read, c.read);
+        EXPECT_EQ(FileBytes(m_file), c.after.empty() ? c.before : c.after);
     }
 }
 
