@@ -1,5 +1,7 @@
 #include "core/platform/FormatText.h"
 
+#include "core/platform/WideText.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -12,6 +14,8 @@
 #include <vector>
 
 namespace {
+
+using platform::WideText;
 
 constexpr std::size_t kRoom = 512;
 
@@ -31,33 +35,19 @@ std::string Shown(const Char* text, std::size_t length)
     return shown;
 }
 
+// What a format of either width makes of its arguments.
 template <typename Char>
-std::string Formatted(const Char* format, std::va_list arguments)
+std::string Text(const Char* format, ...)
 {
     Char buffer[kRoom];
+    std::va_list arguments;
+    va_start(arguments, format);
     const std::int64_t length = platform::Format(buffer, kRoom, format, arguments);
+    va_end(arguments);
     if (length < 0 || length >= static_cast<std::int64_t>(kRoom))
         return "length " + std::to_string(length);
     const auto count = static_cast<std::size_t>(length);
     return Shown(buffer, count) + (buffer[count] == 0 ? "" : " and no terminator");
-}
-
-std::string Wide(const WChar* format, ...)
-{
-    std::va_list arguments;
-    va_start(arguments, format);
-    const std::string text = Formatted(format, arguments);
-    va_end(arguments);
-    return text;
-}
-
-std::string Narrow(const char* format, ...)
-{
-    std::va_list arguments;
-    va_start(arguments, format);
-    const std::string text = Formatted(format, arguments);
-    va_end(arguments);
-    return text;
 }
 
 std::int64_t Measure(WChar* buffer, std::size_t room, const WChar* format, ...)
@@ -76,26 +66,26 @@ const std::string kFailure = "length -1";
 TEST(FormatText, WritesIntegers)
 {
     constexpr long long kLong = 0x123456789ABCDEF;
-    EXPECT_EQ(Wide(QD_W("%d %i %u"), -5, 7, -1), "-5 7 4294967295");
-    EXPECT_EQ(Wide(QD_W("%5d|%-5d|%05d|%+d|% d|%+ d"), 42, 42, -42, 42, 42, 42),
+    EXPECT_EQ(Text(QD_W("%d %i %u"), -5, 7, -1), "-5 7 4294967295");
+    EXPECT_EQ(Text(QD_W("%5d|%-5d|%05d|%+d|% d|%+ d"), 42, 42, -42, 42, 42, 42),
               "   42|42   |-0042|+42| 42|+42");
-    EXPECT_EQ(Wide(QD_W("%-05d|%.3d|%6.3d|%.0d|%+.0d"), 42, 7, -7, 0, 0), "42   |007|  -007||+");
-    EXPECT_EQ(Wide(QD_W("%x %X %#x %#X %#x %o %#o %#o"), 255, 255, 255, 255, 0, 8, 8, 0),
+    EXPECT_EQ(Text(QD_W("%-05d|%.3d|%6.3d|%.0d|%+.0d"), 42, 7, -7, 0, 0), "42   |007|  -007||+");
+    EXPECT_EQ(Text(QD_W("%x %X %#x %#X %#x %o %#o %#o"), 255, 255, 255, 255, 0, 8, 8, 0),
               "ff FF 0xff 0XFF 0 10 010 0");
-    EXPECT_EQ(Wide(QD_W("%#8x|%#08x|%-#8x|%+u"), 255, 255, 255, 1), "    0xff|0x0000ff|0xff    |1");
-    EXPECT_EQ(Wide(QD_W("%hd %hu %hd"), 70'000, 70'000, 40'000), "4464 4464 -25536");
-    EXPECT_EQ(Wide(QD_W("%lld %I64d %Id %jd"), kLong, kLong, kLong, kLong),
+    EXPECT_EQ(Text(QD_W("%#8x|%#08x|%-#8x|%+u"), 255, 255, 255, 1), "    0xff|0x0000ff|0xff    |1");
+    EXPECT_EQ(Text(QD_W("%hd %hu %hd"), 70'000, 70'000, 40'000), "4464 4464 -25536");
+    EXPECT_EQ(Text(QD_W("%lld %I64d %Id %jd"), kLong, kLong, kLong, kLong),
               "81985529216486895 81985529216486895 81985529216486895 81985529216486895");
-    EXPECT_EQ(Wide(QD_W("%zu %td %I64x %I32d"), kLong, -kLong, -1LL, 5),
+    EXPECT_EQ(Text(QD_W("%zu %td %I64x %I32d"), kLong, -kLong, -1LL, 5),
               "81985529216486895 -81985529216486895 ffffffffffffffff 5");
-    EXPECT_EQ(Wide(QD_W("%lld %d %ld"), LLONG_MIN, INT_MIN, -7L),
+    EXPECT_EQ(Text(QD_W("%lld %d %ld"), LLONG_MIN, INT_MIN, -7L),
               "-9223372036854775808 -2147483648 -7");
-    EXPECT_EQ(Wide(QD_W("%p|%20p"), reinterpret_cast<void*>(0xABC), nullptr),
+    EXPECT_EQ(Text(QD_W("%p|%20p"), reinterpret_cast<void*>(0xABC), nullptr),
               "0000000000000ABC|    0000000000000000");
-    EXPECT_EQ(Wide(QD_W("%*d|%*d|%-*d|%.*d|%.*d"), 4, 7, -4, 7, 4, 7, 3, 7, -3, 7),
+    EXPECT_EQ(Text(QD_W("%*d|%*d|%-*d|%.*d|%.*d"), 4, 7, -4, 7, 4, 7, 3, 7, -3, 7),
               "   7|7   |7   |007|7");
-    EXPECT_EQ(Wide(QD_W("%0*2d|%*0d|%*3d|"), 5, 7, 5, 7, -5, 7), "07|7|7  |"); // digits override
-    EXPECT_EQ(Narrow("%s%03d", "Point", 7), "Point007");
+    EXPECT_EQ(Text(QD_W("%0*2d|%*0d|%*3d|"), 5, 7, 5, 7, -5, 7), "07|7|7  |"); // digits override
+    EXPECT_EQ(Text("%s%03d", "Point", 7), "Point007");
 }
 
 TEST(FormatText, WritesFloatingPointNumbers)
@@ -128,7 +118,7 @@ TEST(FormatText, WritesFloatingPointNumbers)
     };
     // clang-format on
     for (const Case& row : cases)
-        EXPECT_EQ(Narrow(row.format, row.value), row.text);
+        EXPECT_EQ(Text(row.format, row.value), row.text);
 }
 
 TEST(FormatText, WritesTextsOfEitherWidth)
@@ -138,22 +128,22 @@ TEST(FormatText, WritesTextsOfEitherWidth)
     const WChar* const latin = QD_W("\x00E4"
                                     "b");
     const char* const narrow = "\x80\xE9z";
-    EXPECT_EQ(Wide(QD_W("%s %ls %ws %lS %.2s"), wide, wide, wide, wide, wide),
+    EXPECT_EQ(Text(QD_W("%s %ls %ws %lS %.2s"), wide, wide, wide, wide, wide),
               "<20ac>uro <20ac>uro <20ac>uro <20ac>uro <20ac>u");
-    EXPECT_EQ(Wide(QD_W("%S %hs %hS %.1S"), narrow, narrow, narrow, narrow),
+    EXPECT_EQ(Text(QD_W("%S %hs %hS %.1S"), narrow, narrow, narrow, narrow),
               "<80><e9>z <80><e9>z <80><e9>z <80>");
-    EXPECT_EQ(Wide(QD_W("%5s|%-5s|%05s|%.0s|"), latin, latin, latin, latin),
+    EXPECT_EQ(Text(QD_W("%5s|%-5s|%05s|%.0s|"), latin, latin, latin, latin),
               "   <e4>b|<e4>b   |000<e4>b||");
-    EXPECT_EQ(Wide(QD_W("%s %S %.3s %010s"), nullptr, nullptr, nullptr, nullptr),
+    EXPECT_EQ(Text(QD_W("%s %S %.3s %010s"), nullptr, nullptr, nullptr, nullptr),
               "(null) (null) (nu 0000(null)");
-    EXPECT_EQ(Wide(QD_W("%c%C%hc%lc%3c|%c"), 0x20AC, 0xE9, 0xE9, 0x20AC, 'x', 0),
+    EXPECT_EQ(Text(QD_W("%c%C%hc%lc%3c|%c"), 0x20AC, 0xE9, 0xE9, 0x20AC, 'x', 0),
               "<20ac><e9><e9><20ac>  x|<0>");
-    EXPECT_EQ(Narrow("%s %S %ls %hs", narrow, latin, latin, narrow),
+    EXPECT_EQ(Text("%s %S %ls %hs", narrow, latin, latin, narrow),
               "<80><e9>z <e4>b <e4>b <80><e9>z");
-    EXPECT_EQ(Narrow("%c%C%lc|%C|%3c", 0xE9, 0xE9, 'x', 0x20AC, 'y'), "<e9><e9>x||  y");
-    EXPECT_EQ(Narrow("%.1S", wide + 1), "u");
-    EXPECT_EQ(Narrow("%S", wide), kFailure);
-    EXPECT_EQ(Wide(QD_W("100%%")), "100%");
+    EXPECT_EQ(Text("%c%C%lc|%C|%3c", 0xE9, 0xE9, 'x', 0x20AC, 'y'), "<e9><e9>x||  y");
+    EXPECT_EQ(Text("%.1S", wide + 1), "u");
+    EXPECT_EQ(Text("%S", wide), kFailure);
+    EXPECT_EQ(Text(QD_W("100%%")), "100%");
 }
 
 TEST(FormatText, FailsWhereTheFormatIsWrong)
@@ -162,18 +152,18 @@ TEST(FormatText, FailsWhereTheFormatIsWrong)
                                     QD_W("%y"),  QD_W("%D"),      QD_W("%5.%"), QD_W("%I"),
                                     QD_W("%Is"), QD_W("%5.3.2d"), QD_W("%5*d"), QD_W("%\x00E9")};
     for (const WChar* const format : formats)
-        EXPECT_EQ(Wide(format, 1, 2, 3), kFailure);
-    EXPECT_EQ(Narrow("%\xE9", 1), kFailure);
+        EXPECT_EQ(Text(format, 1, 2, 3), kFailure);
+    EXPECT_EQ(Text("%\xE9", 1), kFailure);
 
     int count = 77;
-    EXPECT_EQ(Wide(QD_W("%d%n"), 5, &count), kFailure);
-    EXPECT_EQ(Narrow("%d%n", 5, &count), kFailure);
+    EXPECT_EQ(Text(QD_W("%d%n"), 5, &count), kFailure);
+    EXPECT_EQ(Text("%d%n", 5, &count), kFailure);
     EXPECT_EQ(count, 77);
 }
 
 TEST(FormatText, TellsTheLengthOfATextThatDoesNotFit)
 {
-    const std::basic_string<WChar> text(5'000, QD_W('x'));
+    const WideText text(5'000, QD_W('x'));
     std::vector<WChar> buffer(6'000);
     for (const std::size_t room : {0U, 1U, 5'005U, 5'006U, 6'000U}) {
         SCOPED_TRACE(room);
@@ -181,38 +171,27 @@ TEST(FormatText, TellsTheLengthOfATextThatDoesNotFit)
         EXPECT_EQ(Measure(buffer.data(), room, QD_W("%s%05d"), text.c_str(), 12), 5'005);
         EXPECT_EQ(buffer[room == 6'000 ? 5'999 : room], QD_W('#'));
         if (room > 5'005) {
-            EXPECT_EQ(std::basic_string<WChar>(buffer.data()), text + QD_W("00012"));
+            EXPECT_EQ(WideText(buffer.data()), text + QD_W("00012"));
         }
     }
     EXPECT_EQ(Measure(nullptr, 0, QD_W("")), 0);
     EXPECT_EQ(Measure(nullptr, 0, QD_W("%y")), -1);
 }
 
-namespace {
-
-bool SetLocaleWithDecimalComma()
-{
-    for (const char* const name : {"de_DE.UTF-8", "de_DE", "de-DE", "German"}) {
-        if (std::setlocale(LC_ALL, name) != nullptr)
-            return true;
-    }
-    return false;
-}
-
-bool FormatsAsEver()
-{
-    return Wide(QD_W("%g %.1f"), 1.5, 2.5) == "1.5 2.5" &&
-           Narrow("%g %.1f", 1.5, 2.5) == "1.5 2.5" && Wide(QD_W("%S"), "\x80") == "<80>";
-}
-
-} // namespace
-
 // In a process of its own: a locale leaves traces in the runtime library after it is set back.
 TEST(FormatTextDeathTest, KeepsTheFullStopInEveryLocale)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(std::_Exit(!SetLocaleWithDecimalComma() || FormatsAsEver() ? 0 : 1),
-                testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            for (const char* const name : {"de_DE.UTF-8", "de-DE"})
+                std::setlocale(LC_ALL, name); // where it is known
+            const bool isAsEver = Text(QD_W("%g %.1f"), 1.5, 2.5) == "1.5 2.5" &&
+                                  Text("%g %.1f", 1.5, 2.5) == "1.5 2.5" &&
+                                  Text(QD_W("%S"), "\x80") == "<80>";
+            std::_Exit(isAsEver ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(FormatText, WritesIntegersToEveryRadix)
@@ -222,16 +201,13 @@ TEST(FormatText, WritesIntegersToEveryRadix)
         int radix;
         std::string text;
     };
-    const Case cases[] = {{0, 10, "0"},
-                          {-1, 10, "-1"},
-                          {INT64_MIN, 10, "-9223372036854775808"},
-                          {255, 16, "ff"},
-                          {-1, 16, "ffffffffffffffff"},
-                          {-1, 2, std::string(64, '1')},
-                          {35, 36, "z"},
-                          {5, 1, ""},
-                          {5, 37, ""},
-                          {5, -10, ""}};
+    // clang-format off
+    const Case cases[] = {
+        {0, 10, "0"}, {-1, 10, "-1"}, {INT64_MIN, 10, "-9223372036854775808"}, {35, 36, "z"},
+        {255, 16, "ff"}, {-1, 16, "ffffffffffffffff"}, {-1, 2, std::string(64, '1')},
+        {5, 1, ""}, {5, 37, ""}, {5, -10, ""},
+    };
+    // clang-format on
     for (const auto& [value, radix, text] : cases) {
         SCOPED_TRACE(text);
         WChar wide[platform::kIntegerTextRoom];

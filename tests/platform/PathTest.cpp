@@ -1,6 +1,7 @@
 #include "core/platform/Path.h"
 
 #include "core/platform/PathRules.h"
+#include "core/platform/WideText.h"
 
 #include <gtest/gtest.h>
 
@@ -8,10 +9,10 @@
 
 namespace {
 
-using Text = std::basic_string<WChar>;
 using platform::EPathStyle;
+using platform::WideText;
 
-Text Widened(const std::string& text)
+WideText Widened(const std::string& text)
 {
     return {text.begin(), text.end()};
 }
@@ -47,7 +48,7 @@ TEST(PathRules, TakeEachStyleApart)
     // clang-format on
     const auto check = [](const Case& c) {
         SCOPED_TRACE(c.path);
-        const Text path = Widened(c.path);
+        const WideText path = Widened(c.path);
         EXPECT_EQ(c.path.substr(platform::FindFileName(path, c.style)), c.name);
         EXPECT_EQ(c.path.substr(platform::FindExtension(path, c.style)), c.extension);
         EXPECT_EQ(c.path.substr(0, platform::FindFileSpec(path, c.style)), c.folder);
@@ -82,8 +83,8 @@ TEST(PathRules, CombineAndResolveDots)
     // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.folder + " + " + c.path);
-        const Text folder = Widened(c.folder), path = Widened(c.path);
-        const Text combined = Widened(c.combined);
+        const WideText folder = Widened(c.folder), path = Widened(c.path);
+        const WideText combined = Widened(c.combined);
         EXPECT_EQ(platform::CombinePaths(folder, path, EPathStyle::Shell), combined);
         EXPECT_EQ(platform::CombinePaths(folder, path, EPathStyle::Posix), combined);
         if (c.isShellSure) {
@@ -97,7 +98,7 @@ TEST(PathRules, CombineAndResolveDots)
     EXPECT_EQ(platform::CombinePaths(QD_W("d/e"), QD_W("x"), posix), QD_W("d/e/x"));
 
     // Too long counts before "." and ".." are resolved.
-    const Text longest(platform::kPathRoom - 3, 'a'), back = QD_W("\\..\\b");
+    const WideText longest(platform::kPathRoom - 3, 'a'), back = QD_W("\\..\\b");
     EXPECT_TRUE(platform::CombinePaths(QD_W("C"), longest.substr(1).c_str()));
     EXPECT_FALSE(platform::CombinePaths(QD_W("C"), (longest + QD_W("a")).c_str()));
     EXPECT_TRUE(platform::CombinePaths(QD_W("C"), (longest.substr(back.size()) + back).c_str()));

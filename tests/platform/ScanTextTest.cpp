@@ -1,5 +1,7 @@
 #include "core/platform/ScanText.h"
 
+#include "core/platform/WideText.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -9,7 +11,7 @@
 
 namespace {
 
-using WideText = std::basic_string<WChar>;
+using platform::WideText;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr int kUntouched = 77;
@@ -160,12 +162,8 @@ TEST(ScanText, KnowsTheWhiteSpaceAndDigitsOfEveryScriptInWideTexts)
     double value = 0;
     EXPECT_TRUE(platform::ScanDouble((blanks + WideText(QD_W("5")) + blanks).c_str(), value));
     EXPECT_EQ(value, 5);
-    EXPECT_FALSE(platform::ScanDouble(QD_W("\x200B"
-                                           "5"),
-                                      value));
-    EXPECT_FALSE(platform::ScanDouble("\xA0"
-                                      "5",
-                                      value));
+    EXPECT_FALSE(platform::ScanDouble(QD_W("\u200B5"), value));
+    EXPECT_FALSE(platform::ScanDouble("\2405", value)); // a no-break space of one byte
 
     // The zeros of the scripts.
     const WideText zeros = QD_W("\x0660\x06F0\x0966\x09E6\x0A66\x0AE6\x0B66\x0C66\x0CE6\x0D66"

@@ -61,31 +61,25 @@ bool IsGuardOwn(const struct sigaction& before)
 TEST(FaultOnLinuxDeathTest, AHandlerThatHandsOnToTheGuardIsNotCalledForEver)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto setReporter = [] {
-        std::signal(SIGSEGV, SIG_DFL);
-        (void)platform::RunGuarded(SetReporter, nullptr);
-        (void)platform::RunGuarded(DoNothing, nullptr);
+    using Ending = void (*)();
+    const Ending endings[] = {
+        [] { Write(nullptr); },
+        [] { // beside a guarded call of another thread
+            const auto writeBeside = [](void*) { std::thread([] { Write(nullptr); }).join(); };
+            (void)platform::RunGuarded(writeBeside, nullptr);
+        },
+        [] { std::raise(SIGSEGV); }, // no fault, but sent
     };
-    EXPECT_EXIT(
-        {
-            setReporter();
-            Write(nullptr);
-        },
-        testing::KilledBySignal(SIGSEGV), "");
-    // Also while a guarded call is under way on another thread, and for a signal that was sent.
-    EXPECT_EXIT(
-        {
-            setReporter();
-            (void)platform::RunGuarded([](void*) { std::thread([] { Write(nullptr); }).join(); },
-                                       nullptr);
-        },
-        testing::KilledBySignal(SIGSEGV), "");
-    EXPECT_EXIT(
-        {
-            setReporter();
-            std::raise(SIGSEGV);
-        },
-        testing::KilledBySignal(SIGSEGV), "");
+    for (const Ending end : endings) {
+        EXPECT_EXIT(
+            {
+                std::signal(SIGSEGV, SIG_DFL);
+                (void)platform::RunGuarded(SetReporter, nullptr);
+                (void)platform::RunGuarded(DoNothing, nullptr);
+                end();
+            },
+            testing::KilledBySignal(SIGSEGV), "");
+    }
 }
 
 TEST(FaultOnLinux, AForkBesideGuardedCallsLeavesTheChildItsOwnGuard)
