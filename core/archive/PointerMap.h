@@ -1,19 +1,22 @@
 #pragma once
 
-#include <cstddef>
+#include "core/platform/ProbeTable.h"
+
 #include <cstdint>
-#include <memory>
 
 /// What an archive knows of the objects at addresses: their indices, 1, 2, ... in order of first
 /// mention (0 is null), and which are queued.
-///
-/// Open addressing with linear probing, at most two thirds full.
 class PointerMap {
 public:
     struct Entry {
-        const void* pointer; // null marks a free place
-        std::uint32_t index; // 0: not mentioned yet
-        bool queued;         // the object waits for its record or has it
+        const void* pointer = nullptr;
+        std::uint32_t index = 0; // 0: not mentioned yet
+        bool queued = false;     // the object waits for its record or has it
+
+        [[nodiscard]] bool IsFree() const noexcept { return pointer == nullptr; }
+        // The pointer itself is told from another as fast as a hash of it.
+        [[nodiscard]] bool HasHash(std::uint64_t) const noexcept { return true; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept;
     };
 
     /// The entry of `pointer`, which is not null; made without an index when there is none. Good
@@ -24,11 +27,6 @@ public:
     [[nodiscard]] bool Mention(Entry& entry) noexcept;
 
 private:
-    [[nodiscard]] Entry& Place(const void* pointer) const noexcept;
-    void Grow();
-
-    std::unique_ptr<Entry[]> m_entries;
-    std::size_t m_capacity = 0; // a power of two, or 0
-    std::size_t m_count = 0;
+    platform::ProbeTable<Entry> m_entries;
     std::uint32_t m_lastIndex = 0;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/BKeyTraits.h"
+#include "core/platform/ProbeTable.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -107,11 +108,9 @@ public:
     /// False when the key is there already: its entry then takes the new value.
     bool Insert(T item)
     {
-        if (4 * m_count >= 3 * m_slotCount)
-            Grow();
         const std::uint64_t hash = BKeyTraits<Key>::Seeded(item.key);
-        Slot& slot = m_slots[Place(item.key, hash)];
-        if (slot.entry != nullptr) {
+        Slot& slot = m_slots.FindOrFree(hash, IsOf{item.key});
+        if (!slot.IsFree()) {
             slot.entry->item.value = std::move(item.value);
             return false;
         }
@@ -120,8 +119,7 @@ public:
         Entry* const entry = new Entry{std::move(item), number, bucket.last, nullptr};
         (bucket.last != nullptr ? bucket.last->next : bucket.first) = entry;
         bucket.last = entry;
-        slot = {hash, entry};
-        ++m_count;
+        m_slots.Fill(slot, {hash, entry});
         return true;
     }
 
@@ -129,40 +127,38 @@ public:
     [[nodiscard]] T* Find(const Key& key) { return const_cast<T*>(std::as_const(*this).Find(key)); }
     [[nodiscard]] const T* Find(const Key& key) const
     {
-        if (m_count == 0)
-            return nullptr;
-        const Entry* const entry = m_slots[Place(key, BKeyTraits<Key>::Seeded(key))].entry;
-        return entry != nullptr ? &entry->item : nullptr;
+        if (Count() == 0)
+            return nullptr; // without a hash of the key
+        const Slot* const slot = m_slots.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
+        return slot != nullptr ? &slot->entry->item : nullptr;
     }
 
     /// False when there is no entry of `key`.
     bool Remove(const Key& key)
     {
-        if (m_count == 0)
+        if (Count() == 0)
             return false;
-        const std::size_t place = Place(key, BKeyTraits<Key>::Seeded(key));
-        const std::unique_ptr<Entry> entry(m_slots[place].entry);
-        if (entry == nullptr)
+        Slot* const slot = m_slots.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
+        if (slot == nullptr)
             return false;
-        Vacate(place);
+        // Destroyed at the very end: its destructor may use the table, and `key` may be its own.
+        const std::unique_ptr<Entry> entry(slot->entry);
+        m_slots.Vacate(*slot);
         Bucket& bucket = BucketAt(entry->bucket);
         (entry->previous != nullptr ? entry->previous->next : bucket.first) = entry->next;
         (entry->next != nullptr ? entry->next->previous : bucket.last) = entry->previous;
-        --m_count;
         return true;
     }
 
     void RemoveAll() noexcept
     {
-        m_count = 0;
-        m_slotCount = 0;
-        m_slots.reset();
+        m_slots.Clear();
         const std::unique_ptr<std::unique_ptr<Page>[]> pages(std::move(m_pages));
         for (std::uint64_t i = 0; pages != nullptr && i < PageCount(); ++i)
             Destroy(pages[i].get());
     }
 
-    [[nodiscard]] std::uint64_t Count() const noexcept { return m_count; }
+    [[nodiscard]] std::uint64_t Count() const noexcept { return m_slots.Count(); }
     [[nodiscard]] std::uint64_t BucketCount() const noexcept { return m_bucketCount; }
 
     [[nodiscard]] Iterator begin() noexcept { return {this, First()}; }
@@ -173,7 +169,7 @@ public:
 protected:
     void DestroyEntries() noexcept
     {
-        while (m_count != 0) // destructors of entries may have inserted others
+        while (Count() != 0) // destructors of entries may have inserted others
             RemoveAll();
     }
 
@@ -189,51 +185,19 @@ private:
     };
     struct Slot {
         std::uint64_t hash = 0;
-        Entry* entry = nullptr; // null in a free slot
+        Entry* entry = nullptr;
+
+        [[nodiscard]] bool IsFree() const noexcept { return entry == nullptr; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
-
-    /// The slot of the entry of `key`, or the free one where it would stand. Linear probing.
-    [[nodiscard]] std::size_t Place(const Key& key, std::uint64_t hash) const
-    {
-        std::size_t place = hash & (m_slotCount - 1);
-        while (m_slots[place].entry != nullptr) {
-            const Slot& slot = m_slots[place];
-            if (slot.hash == hash && BKeyTraits<Key>::Equal(slot.entry->item.key, key))
-                break;
-            place = (place + 1) & (m_slotCount - 1);
+    struct IsOf {
+        const Key& key;
+        bool operator()(const Slot& slot) const
+        {
+            return BKeyTraits<Key>::Equal(slot.entry->item.key, key);
         }
-        return place;
-    }
-
-    void Grow()
-    {
-        const std::size_t slotCount = m_slotCount == 0 ? 16 : 2 * m_slotCount;
-        std::unique_ptr<Slot[]> slots(new Slot[slotCount]);
-        for (std::size_t i = 0; i < m_slotCount; ++i) {
-            if (m_slots[i].entry == nullptr)
-                continue;
-            std::size_t place = m_slots[i].hash & (slotCount - 1);
-            while (slots[place].entry != nullptr)
-                place = (place + 1) & (slotCount - 1);
-            slots[place] = m_slots[i];
-        }
-        m_slots = std::move(slots);
-        m_slotCount = slotCount;
-    }
-
-    /// Frees a slot; slots behind it move up where that brings them nearer to their home.
-    void Vacate(std::size_t place) noexcept
-    {
-        const std::size_t mask = m_slotCount - 1;
-        for (std::size_t next = (place + 1) & mask; m_slots[next].entry != nullptr;
-             next = (next + 1) & mask) {
-            if (((next - m_slots[next].hash) & mask) >= ((next - place) & mask)) {
-                m_slots[place] = m_slots[next];
-                place = next;
-            }
-        }
-        m_slots[place].entry = nullptr;
-    }
+    };
 
     [[nodiscard]] Bucket& BucketAt(std::uint64_t number)
     {
@@ -261,7 +225,7 @@ private:
         }
     }
 
-    [[nodiscard]] Entry* First() const noexcept { return m_count != 0 ? FirstFrom(0) : nullptr; }
+    [[nodiscard]] Entry* First() const noexcept { return Count() != 0 ? FirstFrom(0) : nullptr; }
     [[nodiscard]] Entry* Next(const Entry* entry) const noexcept
     {
         return entry->next != nullptr ? entry->next : FirstFrom(entry->bucket + 1);
@@ -282,15 +246,11 @@ private:
     void Swap(BHashTable& other) noexcept
     {
         std::swap(m_bucketCount, other.m_bucketCount);
-        std::swap(m_count, other.m_count);
-        std::swap(m_slotCount, other.m_slotCount);
         std::swap(m_slots, other.m_slots);
         std::swap(m_pages, other.m_pages);
     }
 
     std::uint64_t m_bucketCount;
-    std::uint64_t m_count = 0;
-    std::size_t m_slotCount = 0;                      // a power of 2, or 0
-    std::unique_ptr<Slot[]> m_slots;                  // finds entries by their seeded hash
+    platform::ProbeTable<Slot> m_slots;               // finds entries by their seeded hash
     std::unique_ptr<std::unique_ptr<Page>[]> m_pages; // of buckets; a page without entries is null
 };

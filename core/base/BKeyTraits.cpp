@@ -1,76 +1,18 @@
 #include "core/base/BKeyTraits.h"
 
+#include "core/platform/SeededHash.h"
 #include "core/platform/WideText.h"
 
-#include <bit>
 #include <cstring>
-#include <random>
 
-namespace {
-
-struct Seed {
-    std::uint64_t k0, k1;
-};
-
-std::uint64_t RandomBits()
+std::uint64_t QDSeededHash(const void* bytes, std::size_t size) noexcept
 {
-    std::random_device device;
-    return std::uint64_t{device()} << 32 | device();
+    return platform::SeededHash(bytes, size);
 }
 
-const Seed& TheSeed()
+std::uint64_t QDSeededHash(std::uint64_t number) noexcept
 {
-    static const Seed seed{RandomBits(), RandomBits()};
-    return seed;
-}
-
-struct SipState {
-    std::uint64_t v0, v1, v2, v3;
-
-    void Round() noexcept
-    {
-        v0 += v1;
-        v1 = std::rotl(v1, 13) ^ v0;
-        v0 = std::rotl(v0, 32);
-        v2 += v3;
-        v3 = std::rotl(v3, 16) ^ v2;
-        v0 += v3;
-        v3 = std::rotl(v3, 21) ^ v0;
-        v2 += v1;
-        v1 = std::rotl(v1, 17) ^ v2;
-        v2 = std::rotl(v2, 32);
-    }
-    void Add(std::uint64_t word) noexcept
-    {
-        v3 ^= word;
-        Round();
-        v0 ^= word;
-    }
-};
-
-} // namespace
-
-// SipHash-1-3: Aumasson and Bernstein, INDOCRYPT 2012.
-std::uint64_t QDSeededHash(const void* bytes, std::size_t size)
-{
-    const auto [k0, k1] = TheSeed();
-    SipState state{k0 ^ 0x736f6d6570736575, k1 ^ 0x646f72616e646f6d, k0 ^ 0x6c7967656e657261,
-                   k1 ^ 0x7465646279746573};
-    const char* at = static_cast<const char*>(bytes);
-    for (std::size_t left = size; left >= 8; left -= 8, at += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, at, 8);
-        state.Add(word);
-    }
-    std::uint64_t last = 0;
-    if (size % 8 != 0)
-        std::memcpy(&last, at, size % 8);
-    state.Add(last | std::uint64_t{size} << 56);
-    state.v2 ^= 0xff;
-    state.Round();
-    state.Round();
-    state.Round();
-    return state.v0 ^ state.v1 ^ state.v2 ^ state.v3;
+    return platform::SeededHash(number);
 }
 
 std::uint64_t BKeyTraits<BString>::Hash(const BString& key) noexcept
@@ -82,9 +24,9 @@ std::uint64_t BKeyTraits<BString>::Hash(const BString& key) noexcept
     return h;
 }
 
-std::uint64_t BKeyTraits<BString>::Seeded(const BString& key)
+std::uint64_t BKeyTraits<BString>::Seeded(const BString& key) noexcept
 {
-    return QDSeededHash(key.CStr(), key.Length());
+    return platform::SeededHash(key.CStr(), key.Length());
 }
 
 bool BKeyTraits<BString>::Equal(const BString& a, const BString& b) noexcept
@@ -101,9 +43,9 @@ std::uint64_t BKeyTraits<WString>::Hash(const WString& key) noexcept
     return h;
 }
 
-std::uint64_t BKeyTraits<WString>::Seeded(const WString& key)
+std::uint64_t BKeyTraits<WString>::Seeded(const WString& key) noexcept
 {
-    return QDSeededHash(key.CStr(), key.Length() * sizeof(WChar));
+    return platform::SeededHash(key.CStr(), key.Length() * sizeof(WChar));
 }
 
 bool BKeyTraits<WString>::Equal(const WString& a, const WString& b) noexcept

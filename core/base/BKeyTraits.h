@@ -12,7 +12,9 @@
 
 /// A hash of `size` bytes that differs from process to process, so that nobody can prepare keys
 /// that collide. Never to be stored.
-[[nodiscard]] QD_CORE_API std::uint64_t QDSeededHash(const void* bytes, std::size_t size);
+[[nodiscard]] QD_CORE_API std::uint64_t QDSeededHash(const void* bytes, std::size_t size) noexcept;
+/// A faster one of a number; it has nothing to do with the hash of the number's bytes.
+[[nodiscard]] QD_CORE_API std::uint64_t QDSeededHash(std::uint64_t number) noexcept;
 
 /// What a dictionary asks of its keys. `Hash` decides the bucket and so the order of iteration, it
 /// is the same in every process; `Seeded` finds entries; `Equal` tells keys apart.
@@ -32,7 +34,7 @@ struct BKeyTraits<K> {
         else
             return static_cast<std::uint64_t>(key);
     }
-    static std::uint64_t Seeded(K key) { return QDSeededHash(&key, sizeof key); }
+    static std::uint64_t Seeded(K key) noexcept { return QDSeededHash(Hash(key)); }
     static bool Equal(K a, K b) noexcept { return a == b; }
 };
 
@@ -41,7 +43,7 @@ struct BKeyTraits<K> {
 template <>
 struct QD_CORE_API BKeyTraits<BString> {
     static std::uint64_t Hash(const BString& key) noexcept;
-    static std::uint64_t Seeded(const BString& key);
+    static std::uint64_t Seeded(const BString& key) noexcept;
     static bool Equal(const BString& a, const BString& b) noexcept;
 };
 
@@ -49,13 +51,16 @@ struct QD_CORE_API BKeyTraits<BString> {
 template <>
 struct QD_CORE_API BKeyTraits<WString> {
     static std::uint64_t Hash(const WString& key) noexcept;
-    static std::uint64_t Seeded(const WString& key);
+    static std::uint64_t Seeded(const WString& key) noexcept;
     static bool Equal(const WString& a, const WString& b) noexcept;
 };
 
 template <class T>
 struct BKeyTraits<SP<T>> {
     static std::uint64_t Hash(const SP<T>& key) noexcept { return BKeyTraits<T*>::Hash(key.Get()); }
-    static std::uint64_t Seeded(const SP<T>& key) { return BKeyTraits<T*>::Seeded(key.Get()); }
+    static std::uint64_t Seeded(const SP<T>& key) noexcept
+    {
+        return BKeyTraits<T*>::Seeded(key.Get());
+    }
     static bool Equal(const SP<T>& a, const SP<T>& b) noexcept { return a == b; }
 };

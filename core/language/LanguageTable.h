@@ -2,13 +2,13 @@
 
 #include "core/base/BMap.h"
 #include "core/base/WString.h"
+#include "core/platform/ProbeTable.h"
+#include "core/platform/SeededHash.h"
 #include "core/platform/WideText.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 /// The entries of a language map: ordered by the collation of their keys, and found by a hash of
 /// the key's units, as nearly all keys that are asked for are spelled like the entry's.
@@ -38,26 +38,21 @@ private:
     // Entries stand in the slots themselves, so that a look-up touches one place and two texts.
     struct Slot {
         std::uint32_t hash = 0;
-        std::uint32_t length = 0; // of the key; 0 in an empty slot
+        std::uint32_t length = 0; // of the key, which is never empty
         Entry entry;
-    };
-    struct KeyHash {
-        std::size_t operator()(const std::string& bytes) const;
+
+        [[nodiscard]] bool IsFree() const noexcept { return length == 0; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
 
-    [[nodiscard]] std::size_t Home(std::uint32_t hash) const noexcept;
-    [[nodiscard]] std::size_t Next(std::size_t slot) const noexcept;
-    [[nodiscard]] const Entry* FindUnits(View key) const;
-    [[nodiscard]] Slot& EmptySlot(std::uint32_t hash);
-    void Grow();
-    void RemoveSlot(std::size_t hole);
+    [[nodiscard]] const Slot* FindUnits(View key) const;
     [[nodiscard]] const std::string& CollationKey(const WString& text);
 
     BMap<WString, WString> m_defaults;
-    std::vector<Slot> m_slots; // none, or a power of two; an entry stands at or behind its home
-    int m_shift = 0;           // from a hash to its home
+    platform::ProbeTable<Slot> m_slots;
     // How many plain keys have a default text, by its collation key without case.
-    std::unordered_map<std::string, std::uint64_t, KeyHash> m_plainKeys;
+    std::unordered_map<std::string, std::uint64_t, platform::SeededTextHash> m_plainKeys;
     std::uint64_t m_foreignKeys = 0; // that hold more than ASCII
     std::string m_collationKey;      // kept for its room
 };

@@ -1,12 +1,11 @@
 #pragma once
 
+#include "core/platform/ProbeTable.h"
 #include "core/platform/WChar.h"
 
-#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <set>
-#include <unordered_map>
-#include <vector>
 
 class BNode;
 class ChildList;
@@ -14,8 +13,9 @@ class ChildList;
 /// Finds a node's children by text where there are many of them.
 ///
 /// Texts are found by a hash of their collation keys without case, so that texts that compare equal
-/// meet; of the children that share one, the first in the child list is found. The table holds one
-/// slot for each text, at most half of them taken, and a clash takes the next free slot.
+/// meet; of the children that share one, the first in the child list is found.
+///
+/// It may run out of memory in each member; one that did so while it changed is of no more use.
 class ChildIndex {
 public:
     explicit ChildIndex(const ChildList& children);
@@ -29,21 +29,25 @@ public:
     void Remove(BNode& child);
 
 private:
-    struct Slot {
-        std::uint64_t hash = 0;
-        BNode* first = nullptr; // null: the slot is free
-    };
-
     struct StandsBefore {
         bool operator()(const BNode* a, const BNode* b) const noexcept;
     };
+    using Namesakes = std::set<BNode*, StandsBefore>; // in the order of the list
 
-    [[nodiscard]] std::size_t SlotOf(std::uint64_t hash, const WChar* text) const;
-    void Grow();
-    void Free(std::size_t slot);
+    // One for each text.
+    struct Slot {
+        std::uint64_t hash = 0;
+        BNode* first = nullptr;           // of those that are called so
+        std::unique_ptr<Namesakes> later; // the others, at least one; null where there is none
 
-    std::vector<Slot> m_slots; // a power of two of them
-    std::size_t m_taken = 0;
-    // Those that are called as the first of their text is, in the order of the list.
-    std::unordered_map<const BNode*, std::set<BNode*, StandsBefore>> m_later;
+        [[nodiscard]] bool IsFree() const noexcept { return first == nullptr; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
+    };
+    struct IsCalled {
+        const WChar* text;
+        bool operator()(const Slot& slot) const;
+    };
+
+    platform::ProbeTable<Slot> m_slots;
 };

@@ -1,10 +1,10 @@
 #include "core/platform/posix/IniText.h"
 
 #include "core/platform/CodePage.h"
+#include "core/platform/SeededHash.h"
 #include "core/platform/posix/FoldCase.h"
 
 #include <algorithm>
-#include <random>
 #include <utility>
 
 namespace platform {
@@ -86,17 +86,15 @@ WideText Fold(std::basic_string_view<Unit> name)
     return folded;
 }
 
-// Seeded, so that no file can be made of names that all collide.
-std::uint32_t HashOf(const WideText& foldedName, std::uint32_t section)
+std::uint32_t HashOf(WideView foldedName)
 {
-    static const std::uint64_t multiplier =
-        std::uint64_t{std::random_device()()} << 32 | std::random_device()() | 1;
-    std::uint64_t hash = section + 1;
-    for (const WChar unit : foldedName) {
-        hash = (hash ^ unit) * multiplier;
-        hash ^= hash >> 32;
-    }
-    return static_cast<std::uint32_t>(hash);
+    return static_cast<std::uint32_t>(SeededHash(foldedName));
+}
+
+// Keys of one name stand in many sections.
+std::uint32_t HashOf(WideView foldedName, std::uint32_t section)
+{
+    return static_cast<std::uint32_t>(SeededHash(foldedName) ^ SeededHash(section));
 }
 
 template <class Unit>
@@ -106,31 +104,6 @@ std::basic_string<Unit> LineEnd()
 }
 
 } // namespace
-
-void HashIndex::Insert(std::uint32_t hash, std::uint32_t number)
-{
-    constexpr std::size_t fewestSlots = 16;
-    if (m_slots.size() < 2 * (m_count + 1)) {
-        std::vector<Slot> slots(std::max(fewestSlots, 2 * m_slots.size()));
-        m_slots.swap(slots);
-        m_count = 0;
-        for (const Slot& slot : slots) {
-            if (slot.number != kNone)
-                Insert(slot.hash, slot.number);
-        }
-    }
-    std::size_t i = hash & Mask();
-    while (m_slots[i].number != kNone)
-        i = (i + 1) & Mask();
-    m_slots[i] = {hash, number};
-    ++m_count;
-}
-
-void HashIndex::Clear() noexcept
-{
-    m_slots.clear();
-    m_count = 0;
-}
 
 template <class Unit>
 IniText<Unit>::IniText(Text text)
@@ -143,7 +116,7 @@ template <class Unit>
 std::optional<WideText> IniText<Unit>::Find(WideView section, WideView key) const
 {
     const std::uint32_t found = FindKey(FindSection(Fold(Trim(section))), Fold(Trim(key)));
-    if (found == HashIndex::kNone)
+    if (found == kNone)
         return std::nullopt;
     const Line line = LineAt(m_keys[found].begin);
     return line.hasValue ? std::optional(Widen(line.value)) : std::nullopt;
@@ -188,9 +161,9 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
     Text name = Narrow<Unit>(Trim(key));
     const std::uint32_t inSection = FindSection(Fold(Trim(section)));
     const std::uint32_t found = FindKey(inSection, Fold(Trim(key)));
-    if (found == HashIndex::kNone) {
+    if (found == kNone) {
         const Text line = name + Unit('=') + written + LineEnd<Unit>();
-        if (inSection != HashIndex::kNone)
+        if (inSection != kNone)
             InsertKey(inSection, name, line);
         else
             AppendSection(Trim(section), line);
@@ -213,7 +186,7 @@ template <class Unit>
 bool IniText<Unit>::RemoveKey(WideView section, WideView key)
 {
     const std::uint32_t found = FindKey(FindSection(Fold(Trim(section))), Fold(Trim(key)));
-    if (found == HashIndex::kNone)
+    if (found == kNone)
         return false;
     const std::size_t begin = m_keys[found].begin;
     return Remove(begin, LineAt(begin).next);
@@ -223,7 +196,7 @@ template <class Unit>
 bool IniText<Unit>::RemoveSection(WideView section)
 {
     const std::uint32_t found = FindSection(Fold(Trim(section)));
-    return found != HashIndex::kNone && Remove(m_sections[found], SectionEnd(found));
+    return found != kNone && Remove(m_sections[found], SectionEnd(found));
 }
 
 template <class Unit>
@@ -233,18 +206,13 @@ void IniText<Unit>::Index()
     m_keys.clear();
     m_sectionIndex.Clear();
     m_keyIndex.Clear();
-    std::uint32_t section = HashIndex::kNone; // also within one whose name was there before
+    std::uint32_t section = kNone;
     for (std::size_t begin = 0; begin < m_text.size();) {
         const Line line = LineAt(begin);
         if (line.kind == EKind::Section) {
-            const WideText name = Fold(line.name);
-            const bool isFirst = FindSection(name) == HashIndex::kNone;
-            section = isFirst ? static_cast<std::uint32_t>(m_sections.size()) : HashIndex::kNone;
-            AddSection(name, begin);
-        } else if (line.kind == EKind::Key && section != HashIndex::kNone) {
-            const WideText name = Fold(line.name);
-            if (FindKey(section, name) == HashIndex::kNone)
-                AddKey(section, name, begin);
+            section = AddSection(Fold(line.name), begin);
+        } else if (line.kind == EKind::Key && section != kNone) {
+            AddKey(section, Fold(line.name), begin);
         }
         begin = line.next;
     }
@@ -285,38 +253,62 @@ bool IniText<Unit>::IsNamed(std::size_t begin, const WideText& foldedName) const
 }
 
 template <class Unit>
+auto IniText<Unit>::IsSection(const WideText& foldedName) const
+{
+    return [this, &foldedName](const Slot& slot) {
+        return IsNamed(m_sections[slot.number], foldedName);
+    };
+}
+
+template <class Unit>
+auto IniText<Unit>::IsKey(std::uint32_t section, const WideText& foldedName) const
+{
+    return [this, section, &foldedName](const Slot& slot) {
+        const Key& key = m_keys[slot.number];
+        return key.section == section && IsNamed(key.begin, foldedName);
+    };
+}
+
+template <class Unit>
 std::uint32_t IniText<Unit>::FindSection(const WideText& foldedName) const
 {
-    return m_sectionIndex.Find(HashOf(foldedName, 0), [&](std::uint32_t number) {
-        return IsNamed(m_sections[number], foldedName);
-    });
+    const Slot* const slot = m_sectionIndex.Find(HashOf(foldedName), IsSection(foldedName));
+    return slot != nullptr ? slot->number : kNone;
 }
 
 template <class Unit>
 std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, const WideText& foldedName) const
 {
-    if (section == HashIndex::kNone)
-        return HashIndex::kNone;
-    return m_keyIndex.Find(HashOf(foldedName, section), [&](std::uint32_t number) {
-        return m_keys[number].section == section && IsNamed(m_keys[number].begin, foldedName);
-    });
+    if (section == kNone)
+        return kNone;
+    const Slot* const slot =
+        m_keyIndex.Find(HashOf(foldedName, section), IsKey(section, foldedName));
+    return slot != nullptr ? slot->number : kNone;
 }
 
 template <class Unit>
-void IniText<Unit>::AddSection(const WideText& foldedName, std::size_t begin)
+std::uint32_t IniText<Unit>::AddSection(const WideText& foldedName, std::size_t begin)
 {
+    const std::uint32_t hash = HashOf(foldedName);
+    Slot& slot = m_sectionIndex.FindOrFree(hash, IsSection(foldedName));
     const auto number = static_cast<std::uint32_t>(m_sections.size());
     m_sections.push_back(static_cast<std::uint32_t>(begin));
-    if (FindSection(foldedName) == HashIndex::kNone)
-        m_sectionIndex.Insert(HashOf(foldedName, 0), number);
+    if (!slot.IsFree())
+        return kNone;
+    m_sectionIndex.Fill(slot, {hash, number});
+    return number;
 }
 
 template <class Unit>
 void IniText<Unit>::AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin)
 {
+    const std::uint32_t hash = HashOf(foldedName, section);
+    Slot& slot = m_keyIndex.FindOrFree(hash, IsKey(section, foldedName));
+    if (!slot.IsFree())
+        return;
     const auto number = static_cast<std::uint32_t>(m_keys.size());
     m_keys.push_back({section, static_cast<std::uint32_t>(begin)});
-    m_keyIndex.Insert(HashOf(foldedName, section), number);
+    m_keyIndex.Fill(slot, {hash, number});
 }
 
 template <class Unit>
@@ -344,7 +336,7 @@ std::optional<WideText> IniText<Unit>::List(
     const std::function<void(const Line&, WideText&)>& append) const
 {
     const std::uint32_t found = FindSection(Fold(Trim(section)));
-    if (found == HashIndex::kNone)
+    if (found == kNone)
         return std::nullopt;
     WideText list;
     const std::size_t end = SectionEnd(found);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/platform/ProbeTable.h"
 #include "core/platform/WideText.h"
 
 #include <cstddef>
@@ -11,38 +12,6 @@
 #include <vector>
 
 namespace platform {
-
-/// Finds records by the hash of their names: open addressing over the records' numbers.
-class HashIndex {
-public:
-    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
-
-    /// The first record put in under `hash` for which `isWanted(number)` holds, or `kNone`.
-    template <class IsWanted>
-    [[nodiscard]] std::uint32_t Find(std::uint32_t hash, IsWanted isWanted) const
-    {
-        if (m_slots.empty())
-            return kNone;
-        for (std::size_t i = hash & Mask(); m_slots[i].number != kNone; i = (i + 1) & Mask()) {
-            if (m_slots[i].hash == hash && isWanted(m_slots[i].number))
-                return m_slots[i].number;
-        }
-        return kNone;
-    }
-    void Insert(std::uint32_t hash, std::uint32_t number);
-    void Clear() noexcept;
-
-private:
-    struct Slot {
-        std::uint32_t hash = 0;
-        std::uint32_t number = kNone; // none: the slot is free
-    };
-
-    [[nodiscard]] std::size_t Mask() const noexcept { return m_slots.size() - 1; }
-
-    std::vector<Slot> m_slots; // a power of two of them, at most half in use
-    std::size_t m_count = 0;
-};
 
 /// The text of a private profile, and where its sections and keys stand in it. Lines that a change
 /// does not concern stay as they are.
@@ -98,13 +67,29 @@ private:
         std::uint32_t section;
         std::uint32_t begin; // of its line
     };
+    static constexpr std::uint32_t kNone = 0xFFFFFFFF; // no section, no key
+
+    // Leads from a folded name to the number of its section or key. Eight bytes, for a profile has
+    // many keys; the 32 bits of the hash make nearly every comparison one that succeeds.
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t number = kNone;
+
+        [[nodiscard]] bool IsFree() const noexcept { return number == kNone; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
+    };
 
     void Index();
     [[nodiscard]] Line LineAt(std::size_t begin) const noexcept;
     [[nodiscard]] bool IsNamed(std::size_t begin, const WideText& foldedName) const;
+    [[nodiscard]] auto IsSection(const WideText& foldedName) const;
+    [[nodiscard]] auto IsKey(std::uint32_t section, const WideText& foldedName) const;
     [[nodiscard]] std::uint32_t FindSection(const WideText& foldedName) const;
     [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, const WideText& foldedName) const;
-    void AddSection(const WideText& foldedName, std::size_t begin);
+    // The number of the section, none when its name was there before: its keys do not count.
+    std::uint32_t AddSection(const WideText& foldedName, std::size_t begin);
+    // Nothing when the section has such a key.
     void AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin);
     [[nodiscard]] std::size_t SectionEnd(std::uint32_t section) const noexcept;
     [[nodiscard]] std::size_t PlaceForKey(std::uint32_t section) const;
@@ -121,7 +106,7 @@ private:
     Text m_text;
     std::vector<std::uint32_t> m_sections; // where each begins, in the order of the text
     std::vector<Key> m_keys; // the first of each name in the first section of each name
-    HashIndex m_sectionIndex, m_keyIndex;
+    platform::ProbeTable<Slot> m_sectionIndex, m_keyIndex;
 };
 
 extern template class IniText<char>;

@@ -1,0 +1,60 @@
+#include "core/platform/SeededHash.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+std::uint64_t HashOf(std::string_view bytes)
+{
+    return platform::SeededHash(bytes);
+}
+
+} // namespace
+
+TEST(SeededHash, TellsEachBitAndTheLength)
+{
+    std::set<std::uint64_t> hashes;
+    std::size_t texts = 0;
+    for (std::size_t size = 0; size <= 70; ++size) {
+        std::string text(size, '\0');
+        hashes.insert(HashOf(text));
+        EXPECT_EQ(HashOf(text), HashOf(std::string("x" + text).substr(1))) << "size " << size;
+        for (std::size_t bit = 0; bit != 8 * size; ++bit) {
+            const auto flip = static_cast<char>(1 << bit % 8);
+            text[bit / 8] ^= flip;
+            hashes.insert(HashOf(text));
+            text[bit / 8] ^= flip;
+        }
+        texts += 1 + 8 * size;
+    }
+    EXPECT_EQ(hashes.size(), texts) << "two of 20,000 have the same 64 bits";
+}
+
+// A table takes the low bits.
+TEST(SeededHash, ScattersNumbersAndTextsThatDifferInFewBits)
+{
+    constexpr std::uint64_t kCount = 1 << 14;
+    for (int shift = 0; shift <= 48; ++shift) {
+        std::vector<bool> ofNumbers(kCount), ofTexts(kCount);
+        for (std::uint64_t i = 0; i != kCount; ++i) {
+            const std::uint64_t number = i << shift;
+            ofNumbers[platform::SeededHash(number) % kCount] = true;
+            const std::uint64_t text[] = {7, number, 7};
+            ofTexts[platform::SeededHash(text, sizeof text) % kCount] = true;
+        }
+        for (const auto& taken : {ofNumbers, ofTexts}) {
+            // Of a random hash 63 %.
+            const auto count =
+                static_cast<std::uint64_t>(std::count(taken.begin(), taken.end(), true));
+            EXPECT_GT(count, kCount * 55 / 100) << "shifted by " << shift;
+        }
+    }
+}
