@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -102,22 +101,6 @@ TEST(CharClass, ChangesTheCaseOfAsciiOnly)
     }
     EXPECT_EQ(platform::ToUpper('z'), 'Z');
     EXPECT_EQ(platform::ToLower('A'), 'a');
-}
-
-TEST(CharClass, MeasuresTextsAtEveryAlignment)
-{
-    EXPECT_EQ(platform::Length(static_cast<const WChar*>(nullptr)), 0u);
-    EXPECT_EQ(platform::Length(static_cast<const char*>(nullptr)), 0u);
-    EXPECT_EQ(platform::Length("abc"), 3u);
-    for (std::size_t start = 0; start < 16; ++start) {
-        for (std::size_t length = 0; length < 80; ++length) {
-            // Zeros in front of the text, units with a zero byte in it, nothing behind it.
-            const std::unique_ptr<WChar[]> block(new WChar[start + length + 1]());
-            for (std::size_t i = 0; i < length; ++i)
-                block[start + i] = i % 2 == 0 ? WChar{0x0100} : WChar{0x0001};
-            ASSERT_EQ(platform::Length(block.get() + start), length) << start;
-        }
-    }
 }
 
 TEST(CharClass, ComparesWithoutRegardToAsciiCase)

@@ -14,44 +14,36 @@
 #include <string>
 #include <thread>
 #include <tuple>
+#include <utility>
+
+using platform::EPresence;
 
 TEST(FileSystem, FindsWhatAPatternMatches)
 {
     const TemporaryFolder folder;
     for (const char* name : {"x", "x.y", "ab", "abc", "abcd"})
         WriteFileBytes(folder / name, "");
-    struct Case {
-        const char* pattern;
-        std::set<std::string> found;
-    };
-    const Case cases[] = {
-        {"*.*", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
-        {"*.*.*", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
-        {"* . ", {".", "..", "ab", "abc", "abcd", "x", "x.y"}},
-        {"x.*", {"x", "x.y"}},
-        {"*.y", {"x.y"}},
-        {"a?", {"ab"}},
-        {"a*c", {"abc"}},
-        {"*b*", {"ab", "abc", "abcd"}},
-        {"? x", {}},
-        {"abc", {"abc"}},
-        {"a<", {}},
-        {"*\\x", {}}, // wild in the last element only
+    const std::set<std::string> all = {".", "..", "ab", "abc", "abcd", "x", "x.y"};
+    const std::pair<const char*, std::set<std::string>> cases[] = {
+        {"*.*", all},     {"*.*.*", all},
+        {"* . ", all},    {"x.*", {"x", "x.y"}},
+        {"*.y", {"x.y"}}, {"a?", {"ab"}},
+        {"a*c", {"abc"}}, {"*b*", {"ab", "abc", "abcd"}},
+        {"? x", {}},      {"abc", {"abc"}},
+        {"a<", {}},       {"*\\x", {}}, // wild in the last element only
         {"", {}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.pattern);
-        const WString start = folder.Path("");
+    const WString start = folder.Path("");
+    for (const auto& [pattern, expected] : cases) {
+        SCOPED_TRACE(pattern);
         std::set<std::string> found;
-        const WString pattern = start + WString(BString(c.pattern));
-        const platform::EPresence presence =
-            platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
+        const EPresence presence = platform::FindFiles(
+            start + WString(BString(pattern)), [&](const platform::FoundFile& file) {
                 found.insert(BString(file.path.c_str() + start.Length()).CStr());
                 return true;
             });
-        EXPECT_EQ(found, c.found);
-        EXPECT_EQ(presence,
-                  c.found.empty() ? platform::EPresence::Missing : platform::EPresence::There);
+        EXPECT_EQ(found, expected);
+        EXPECT_EQ(presence, expected.empty() ? EPresence::Missing : EPresence::There);
     }
 }
 
@@ -59,19 +51,10 @@ TEST(FileSystem, TellsWhatIsThereFromWhatIsMissing)
 {
     const TemporaryFolder folder;
     WriteFileBytes(folder / "file", "");
-    struct Case {
-        const char* name;
-        platform::EPresence presence;
-    };
-    const Case cases[] = {
-        {"", platform::EPresence::There},
-        {"file", platform::EPresence::There},
-        {"none", platform::EPresence::Missing},
-        {"none/file", platform::EPresence::Missing},
-        {"file/file", platform::EPresence::Missing},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(platform::Presence(folder.Path(c.name)), c.presence) << c.name;
+    for (const char* const name : {"", "file"})
+        EXPECT_EQ(platform::Presence(folder.Path(name)), EPresence::There) << name;
+    for (const char* const name : {"none", "none/file", "file/file"})
+        EXPECT_EQ(platform::Presence(folder.Path(name)), EPresence::Missing) << name;
 }
 
 TEST(FileSystem, ReplacesAFileOnlyByWhatIsComplete)

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string_view>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -157,25 +158,23 @@ TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
 
 TYPED_TEST(Lock, IsHeldAsTheOneThatWasCopied)
 {
-    TypeParam assigned;
-    assigned.LockR();
-    const TypeParam lock;
-    lock.LockW();
-    const TypeParam written = lock;
-    assigned = lock;
-    lock.UnlockW();
-    EXPECT_TRUE(IsFree(lock));
-    for (const TypeParam* copy : {&written, static_cast<const TypeParam*>(&assigned)}) {
-        EXPECT_FALSE(IsFree(*copy));
-        copy->UnlockW();
-        EXPECT_TRUE(IsFree(*copy));
+    for (const auto& [take, giveBack, former] :
+         {std::tuple{"W", "w", "R"}, {"R", "r", "W"}, {"R", "r", ""}}) {
+        SCOPED_TRACE(take);
+        const TypeParam lock;
+        TypeParam assigned;
+        Play(lock, take);
+        Play(assigned, former);
+        const TypeParam copy = lock;
+        assigned = lock;
+        Play(lock, giveBack);
+        EXPECT_TRUE(IsFree(lock));
+        for (const TypeParam* held : {&copy, static_cast<const TypeParam*>(&assigned)}) {
+            EXPECT_FALSE(IsFree(*held));
+            Play(*held, giveBack);
+            EXPECT_TRUE(IsFree(*held));
+        }
     }
-    lock.LockR();
-    assigned = lock;
-    lock.UnlockR();
-    EXPECT_FALSE(IsFree(assigned));
-    assigned.UnlockR();
-    EXPECT_TRUE(IsFree(assigned));
 }
 
 TYPED_TEST(Lock, KeepsTheWritersOfItsCopiesWaitingUntilItEnds)
