@@ -57,11 +57,16 @@ bool LanguageTable::Add(Entry entry)
 {
     const View key = ViewOf(entry.key); // stays where it is when the entry moves
     assert(!key.empty() && Find(key) == nullptr);
-    m_defaults.Insert(entry.key, entry.defaultText);
-    m_foreignKeys += IsAsciiKey(key) ? 0 : 1;
-    const bool isShared = IsPlain(key) && m_plainKeys[CollationKey(entry.defaultText)]++ != 0;
+    // What may lack memory comes first: an entry that only the order or only the hash knew would be
+    // listed and not found. A count of 0 that stays behind says nothing.
     const std::uint32_t hash = HashOf(key);
     Slot& slot = m_slots.FindOrFree(hash, [](const Slot&) { return false; });
+    std::uint64_t* const plainKeys =
+        IsPlain(key) ? &m_plainKeys[CollationKey(entry.defaultText)] : nullptr;
+    m_defaults.Insert(entry.key, entry.defaultText);
+
+    const bool isShared = plainKeys != nullptr && (*plainKeys)++ != 0;
+    m_foreignKeys += IsAsciiKey(key) ? 0 : 1;
     m_slots.Fill(slot, {hash, static_cast<std::uint32_t>(key.size()), std::move(entry)});
     return isShared;
 }

@@ -26,6 +26,7 @@ public:
 
     /// Adds an entry under a key that has none. True when the key is plain, that is without "_",
     /// and the default text is, without regard to case, the text of another plain key, too.
+    /// Where memory is missing, `std::bad_alloc` leaves the table as it was.
     bool Add(Entry entry);
     /// Removes an entry that `Find` gave.
     void Remove(const Entry& entry);
