@@ -46,7 +46,10 @@ TEST(BArray, GrowsByItsStepOrByHalfItsCount)
 TEST(BArray, ReservesOnDemandAndReleasesAllForTheLargestNumber)
 {
     BArray<int> array = Filled(5, 16);
+    const int* const storage = array.begin();
     array.Reserve(10);
+    array.Reserve(16);
+    EXPECT_EQ(array.begin(), storage) << "there is room";
     EXPECT_EQ(array.Capacity(), 16u) << "it never shrinks";
     array.Reserve(100);
     EXPECT_EQ(array.Capacity(), 100u);

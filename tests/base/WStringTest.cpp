@@ -104,6 +104,7 @@ TEST(WString, BytesAreWrittenAsNibblesFromZeroToQuestionMark)
     const unsigned char bytes[] = {0x00, 0x19, 0xAF, 0xFA};
     WString text;
     text.EncodeMemory(bytes, sizeof bytes);
+    text.EncodeMemory(nullptr, 1); // does nothing
     EXPECT_EQ(Plain(text), "0019:??:");
 
     unsigned char decoded[4] = {};

@@ -60,6 +60,9 @@ TEST(BFile, AnswersQuestionsByName)
                  BFile::Exist(QD_W("")));
 
     EXPECT_EQ(BFile::GetShortPathNameW(folder.Path("big")).second, 0);
+    WriteFileBytes(folder / "a blank", "");
+    const auto blank = BFile::GetShortPathNameW(folder.Path("a blank"));
+    EXPECT_EQ(blank.second != 0, blank.first.Includes(QD_W(' '))); // where there are no short names
     const auto missing = BFile::GetShortPathNameW(folder.Path("missing"));
     EXPECT_EQ(missing.second, kErrorNoShortPath);
     EXPECT_TRUE(missing.first.IsEmpty());

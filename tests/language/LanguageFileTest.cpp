@@ -71,7 +71,9 @@ TEST_F(LanguageFile, ReadsLinesIntoCells)
         {QD_W("a") + Wide(2, 0) + QD_W("b\t\xFFFF\xFFFFz"), QD_W("ab||/||/z||/")},
     };
     BArray<WString> cells;
-    for (const Case& row : cases) {
+    for (int i = 0; i < 5; ++i)
+        cells.Append(QD_W("more than a line has"));
+    for (const auto& row : cases) {
         BFile file(Put("x.lng", row.file), kMode);
         Wide read;
         while (BLanguageMap::ReadLn(file, cells, 3))
@@ -79,6 +81,7 @@ TEST_F(LanguageFile, ReadsLinesIntoCells)
                     cells[2].CStr() + WChar('/');
         EXPECT_EQ(read, row.cells) << testing::PrintToString(row.file);
     }
+    EXPECT_EQ(cells.Count(), 3u);
     BFile closed;
     EXPECT_FALSE(BLanguageMap::ReadLn(closed, cells, 3));
 }
