@@ -36,8 +36,9 @@ TEST(BFPoint, BecomesWholeInThreeWays)
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.value);
-        EXPECT_EQ(BFPoint(row.value, 1.5f).Round(), BPoint(row.rounded, 2));
-        EXPECT_EQ(BFPoint(1.5f, row.value).Floor(), BPoint(1, row.floored));
-        EXPECT_EQ(BFPoint(row.value, 1.5f).Ceil(), BPoint(row.ceiled, 2));
+        const BFPoint point(row.value, row.value);
+        EXPECT_EQ(point.Round(), BPoint(row.rounded, row.rounded));
+        EXPECT_EQ(point.Floor(), BPoint(row.floored, row.floored));
+        EXPECT_EQ(point.Ceil(), BPoint(row.ceiled, row.ceiled));
     }
 }

@@ -18,6 +18,7 @@ TEST(BMatrix2x3, MapsThereAndBack)
         {2.0f, 0.0f, 0.0f, 4.0f, 5.0f, -6.0f}, // scale and translation
         {0.0f, 1.0f, -1.0f, 0.0f, 0.0f, 0.0f}, // a quarter turn
         {1.0f, 0.0f, 0.5f, 1.0f, 1.0f, 1.0f},  // shear
+        {1.0f, 0.5f, 0.0f, 1.0f, 1.0f, 1.0f},  // shear the other way
         {1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.0f},  // turned, with a negative determinant
     };
     for (const BMatrix2x3& matrix : cases) {

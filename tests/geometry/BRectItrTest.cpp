@@ -13,7 +13,7 @@ static BRectItr Walk(const BRect& rect, int step)
 
 TEST(BRectItr, VisitsTheCellsOnTheGridRowByRow)
 {
-    BRectItr itr = Walk(BRect(0, 0, 5, 3), 2);
+    BRectItr itr = Walk(BRect(0, 0, 6, 3), 2);
     const BPoint cells[] = {{0, 0}, {2, 0}, {4, 0}, {0, 2}, {2, 2}, {4, 2}};
     for (const BPoint& cell : cells) {
         EXPECT_TRUE(itr.IsValid());

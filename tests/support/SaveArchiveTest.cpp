@@ -66,4 +66,10 @@ TEST_F(SaveArchiveTest, LeavesTheOldDocumentWhenItFails)
     EXPECT_EQ(FileBytes(m_folder / "part.qda"), old);
     EXPECT_EQ(FileCount(), 1);
     std::filesystem::permissions(m_folder / "part.qda", perms::owner_all); // so that it can go
+
+    const auto takeTheName = [&](BArchive&) {
+        std::filesystem::create_directory(m_folder / "new.qda");
+    };
+    EXPECT_FALSE(SaveArchive(m_folder.Path("new.qda"), "class Saved", 1, takeTheName));
+    EXPECT_EQ(FileCount(), 2);
 }
