@@ -34,17 +34,17 @@ protected:
         return pieces;
     }
 
-    // The next line, of a narrow text its bytes.
-    static WideText Line(std::FILE* stream, bool isWide)
+    // The next line, cut where it is longer than `length`, of a narrow text its bytes; a bar behind
+    // it, or an exclamation mark once the end was met.
+    static WideText Line(std::FILE* stream, bool isWide, int length)
     {
         WChar wide[64] = {};
         char narrow[64] = {};
-        if (isWide)
-            return platform::ReadText(stream, wide, 64) ? wide : QD_W("");
-        if (std::fgets(narrow, sizeof narrow, stream) == nullptr)
-            return {};
+        const bool isRead = isWide ? platform::ReadText(stream, wide, length + 1)
+                                   : std::fgets(narrow, length + 1, stream) != nullptr;
         const auto* const bytes = reinterpret_cast<const unsigned char*>(narrow);
-        return {bytes, bytes + std::strlen(narrow)};
+        WideText line = isWide && isRead ? wide : WideText(bytes, bytes + std::strlen(narrow));
+        return line + (std::feof(stream) != 0 ? QD_W('!') : QD_W('|'));
     }
 
     // What the file holds once `texts` were written to it, all but `unwritten`.
@@ -114,35 +114,6 @@ TEST_F(FileStream, ReadsUnicodeTextByItsMark)
         const platform::Stream stream = Open(c.mode);
         ASSERT_TRUE(stream);
         EXPECT_EQ(Pieces(stream.get()), c.pieces);
-    }
-}
-
-TEST_F(FileStream, TellsTheEndAsTheLastLineIsRead)
-{
-    struct Case {
-        std::string bytes;
-        int room;
-        std::vector<bool> ends; // what `feof` tells after each call, until one reads nothing
-    };
-    const Case cases[] = {
-        {"a\0\n\0b\0"s, 512, {false, true, true}}, // the last line has no line end
-        {"a\0\n\0"s, 512, {false, true}},          // nothing follows the line end
-        {"", 512, {true}},
-        {"a\0b\0c\0d\0e\0"s, 3, {false, false, true, true}}, // two units at once
-        {"a\0b\0\n\0"s, 3, {false, false, true}},            // the line end alone
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.bytes.size());
-        WriteFileBytes(m_file, c.bytes);
-        const platform::Stream stream = Open(QD_W("r,ccs=UTF-16LE"));
-        ASSERT_TRUE(stream);
-        std::vector<WChar> buffer(512);
-        std::vector<bool> ends;
-        for (bool isRead = true; isRead;) {
-            isRead = platform::ReadText(stream.get(), buffer.data(), c.room);
-            ends.push_back(std::feof(stream.get()) != 0);
-        }
-        EXPECT_EQ(ends, c.ends);
     }
 }
 
@@ -220,13 +191,13 @@ TEST_F(FileStream, BuffersWhatIsWritten)
 
 TEST_F(FileStream, GoesBackAndForthInOneText)
 {
-    // "l" reads a line, "w" writes "T\r\n", "^" goes to the start, "4" four bytes behind it, "$" to
-    // the end, and "." stays there to turn from one to the other.
+    // "l" reads a line, "2" two units of it at most, "w" writes "T\r\n", "^" goes to the start, "4"
+    // four bytes behind it, "$" to the end, and "." stays there to turn from one to the other.
     struct Case {
         const WChar* mode;
         std::string before;
         std::string_view steps;
-        WideText read; // a bar behind each line
+        WideText read; // as `Line` tells
         std::string after;
     };
     const Case cases[] = {
@@ -234,14 +205,20 @@ TEST_F(FileStream, GoesBackAndForthInOneText)
         {QD_W("wt"), "", "w^w", QD_W(""), "T\r\r\n"},
         {QD_W("a"), "\xE4", "w", QD_W(""), "\xE4T\r\r\n"},
         {QD_W("r"), "\xEF\xBB\xBFx\r\ny\r\r\n\xE4\rz\x1Ax", "llll",
-         QD_W("\x00EF\x00BB\x00BFx\n|y\r\n|\x00E4\rz||"), ""},
+         QD_W("\x00EF\x00BB\x00BFx\n|y\r\n|\x00E4\rz!!"), ""},
         {QD_W("r+"), "on\r\ntw\r\nthree\r\n", "l.w.l4ll", QD_W("on\n|three\n|T\r\n|three\n|"),
          "on\r\nT\r\r\nthree\r\n"},
-        {QD_W("w+t"), "old", "ww^lll", QD_W("T\r\n|T\r\n||"), "T\r\r\nT\r\r\n"},
+        {QD_W("w+t"), "old", "ww^lll", QD_W("T\r\n|T\r\n|!"), "T\r\r\nT\r\r\n"},
         {QD_W("a+"), "x\r\n", "w^ll", QD_W("x\n|T\r\n|"), "x\r\nT\r\r\n"},
+        // The end is met with the last line, unless that has a line end.
+        {kRead, "a\0\n\0b\0"s, "lll", QD_W("a\n|b!!"), ""},
+        {kRead, "a\0\n\0"s, "ll", QD_W("a\n|!"), ""},
+        {kRead, "", "l", QD_W("!"), ""},
+        {kRead, "a\0b\0c\0d\0e\0"s, "2222", QD_W("ab|cd|e!!"), ""},
+        {kRead, "a\0b\0\n\0"s, "222", QD_W("ab|\n|!"), ""},
         // The mark is text for who comes back to it.
-        {kRead, kMark + "x\0\x1A\0y\0"s, "ll^l", QD_W("x||\xFEFFx|"), ""},
-        {kRead, kMark8 + "x\x1Ay", "ll^l", QD_W("x||\xFEFFx|"), ""},
+        {kRead, kMark + "x\0\x1A\0y\0"s, "ll^l", QD_W("x!!\xFEFFx!"), ""},
+        {kRead, kMark8 + "x\x1Ay", "ll^l", QD_W("x!!\xFEFFx!"), ""},
         {kWrite, "", "w^w", QD_W(""), "T\0\r\0\r\0\n\0\n\0"s},
         {QD_W("w+,ccs=UTF-16LE"), "", "w^l", QD_W("\xFEFFT\r\n|"), kMark + "T\0\r\0\r\0\n\0"s},
         {QD_W("r+,ccs=UNICODE"), kMark + "\xAC\x20\r\0\n\0"s, "l$w", QD_W("\x20AC\n|"),
@@ -256,7 +233,8 @@ TEST_F(FileStream, GoesBackAndForthInOneText)
         WideText read;
         for (const char step : c.steps) {
             switch (step) {
-            case 'l': read += Line(stream.get(), isWide) + QD_W('|'); break;
+            case 'l': read += Line(stream.get(), isWide, 63); break;
+            case '2': read += Line(stream.get(), isWide, 2); break;
             case 'w':
                 if (isWide)
                     EXPECT_TRUE(platform::WriteText(stream.get(), QD_W("T\r\n")));

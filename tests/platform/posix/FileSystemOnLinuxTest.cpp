@@ -205,13 +205,3 @@ TEST(FileSystemOnLinux, SavingToAPipeThatNobodyReadsFails)
     EXPECT_EQ(std::fread(text, 1, sizeof text, reader.get()), 3u);
     EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
 }
-
-TEST(FileSystemOnLinux, ReplacesInPlaceWhatCannotHaveASibling)
-{
-    // Nobody, root included, makes files there, while what is there can be written.
-    const std::string old = FileBytes("/proc/self/comm");
-    std::fputs("half", Replacement(u"/proc/self/comm").Stream());
-    EXPECT_EQ(FileBytes("/proc/self/comm"), old);
-    EXPECT_TRUE(Replace(u"/proc/self/comm", "qd-in-place"));
-    EXPECT_EQ(FileBytes("/proc/self/comm"), "qd-in-place\n");
-}
