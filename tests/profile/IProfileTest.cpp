@@ -29,10 +29,10 @@ protected:
     {
         WriteFileBytes(m_folder / "p.ini", "[s]\r\nk=\"" + text + "\"\r\n");
     }
-    [[nodiscard]] std::string Text(const WChar* key = QD_W("k")) const
+    [[nodiscard]] std::string Text() const
     {
         WString text; // stays empty when there is none
-        Open(false).Read(key, text);
+        Open(false).Read(QD_W("k"), text);
         return text.AsString().CStr();
     }
 
@@ -97,15 +97,11 @@ TEST_F(IProfileTest, WritesADefaultForAMissingKeyWhenAskedTo)
     EXPECT_FALSE(store.Read(QD_W("number"), number));
     EXPECT_FALSE(store.ReadHex(QD_W("hex"), hex, 8));
     EXPECT_FALSE(store.Read(QD_W("time"), time));
-    const std::pair<const WChar*, const char*> written[] = {
-        {QD_W("empty"), ""},          {QD_W("text"), "text"}, {QD_W("flag"), "TRUE"},
-        {QD_W("number"), "0.123457"}, {QD_W("hex"), ""},      {QD_W("time"), ""}};
-    for (const auto& [key, value] : written)
-        EXPECT_EQ(Text(key), value);
+    EXPECT_EQ(FileBytes(m_folder / "p.ini"),
+              Utf16("[s]\r\ntext=text\r\nflag=TRUE\r\nnumber=0.123457\r\n"));
 
     const BIniProfile quiet = Open(false);
     EXPECT_FALSE(quiet.Read(QD_W("quiet"), text));
-    EXPECT_EQ(Text(QD_W("quiet")), "");
 }
 
 TEST_F(IProfileTest, ReadsTruthWordsWithoutTrimmingAndKeepsWhatIsNone)
@@ -153,7 +149,7 @@ TEST_F(IProfileTest, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
     };
     const Case cases[] = {
         {"0x1A2B", 4, 0x1A2B},   {"0x12345", 4, 1},  {"1A2B", 4, 0x1A2B},
-        {"\t 0XfF \t", 4, 0xFF}, {"FF", 4, 1},       {"0x", 4, 1},
+        {"\t 0XfF \t", 2, 0xFF}, {"FF", 4, 1},       {"0x", 4, 1},
         {"0xzz", 4, 1},          {"12 34", 4, 0x12}, {"12-34", 4, 1},
         {"0x1", 0, 1},           {"0x1", -1, 1},     {"0xFFFFFFFF", 8, 0xFFFFFFFF},
     };
@@ -236,6 +232,10 @@ TEST_F(IProfileTest, FindsSubProfilesBesideItself)
         {"sub/other.ini", "sub/other.ini"},
         {"D:." + std::string(254, 'x'), "D:." + std::string(254, 'x')},
         {"D:." + std::string(255, 'x'), folder + "D:." + std::string(255, 'x')},
+        {"D:" + std::string(255, 'x'), "D:" + std::string(255, 'x')},
+        {"D:" + std::string(256, 'x'), folder + "D:" + std::string(256, 'x')},
+        {std::string(254, 'x') + "/x", std::string(254, 'x') + "/x"},
+        {std::string(255, 'x') + "/x", folder + std::string(255, 'x') + "/x"},
         {tooLong, folder + tooLong},
         {"", ""},
     };

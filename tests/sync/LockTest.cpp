@@ -147,7 +147,10 @@ TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
     std::thread first([&] { lock.LockR(); });
     while (sibling.TryLockW())
         sibling.UnlockW();
-    OnOtherThread([&] { lock.LockR(); });
+    OnOtherThread([&] {
+        EXPECT_FALSE(lock.TryLockR());
+        lock.LockR();
+    });
     lock.UnlockW();
     first.join();
     EXPECT_FALSE(IsFree(lock));
@@ -175,6 +178,9 @@ TYPED_TEST(Lock, IsHeldAsTheOneThatWasCopied)
             EXPECT_TRUE(IsFree(*held));
         }
     }
+    const TypeParam lock;
+    Play(lock, "WR");
+    EXPECT_THROW(TypeParam(lock).UnlockW(), int);
 }
 
 TYPED_TEST(Lock, KeepsTheWritersOfItsCopiesWaitingUntilItEnds)
@@ -196,6 +202,16 @@ TYPED_TEST(Lock, KeepsTheWritersOfItsCopiesWaitingUntilItEnds)
     original = nullptr;
     writer.join();
     EXPECT_FALSE(IsFree(copy));
+}
+
+TEST(BSyncableSmartObj, TellsItsCopiesOfAReaderThatATryLetIn)
+{
+    const BSyncableSmartObj lock;
+    const BSyncableSmartObj copy = lock;
+    EXPECT_TRUE(lock.TryLockR());
+    EXPECT_FALSE(copy.TryLockW());
+    lock.UnlockR();
+    EXPECT_TRUE(copy.TryLockW());
 }
 
 TEST(LockGuards, GiveBackWhatTheyTookAndNothingElse)

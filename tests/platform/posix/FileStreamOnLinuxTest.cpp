@@ -77,11 +77,16 @@ TEST(FileStreamOnLinux, RefusesModesThatItDoesNotKnow)
 TEST(FileStreamOnLinux, EndsWithTheSurrogateThatStandsAlone)
 {
     const TemporaryFolder folder;
-    const platform::Stream stream = platform::OpenStream(folder.Path("text"), u"w+,ccs=UTF-8");
+    platform::Stream stream = platform::OpenStream(folder.Path("text"), u"w+,ccs=UTF-8");
     ASSERT_TRUE(stream);
     EXPECT_TRUE(platform::WriteText(stream.get(), u"x\xD83D"));
     std::rewind(stream.get());
     EXPECT_EQ(FileBytes(folder / "text"), "\xEF\xBB\xBFx\xEF\xBF\xBD");
+    stream = platform::OpenStream(folder.Path("text"), u"a,ccs=UTF-8");
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE(platform::WriteText(stream.get(), u"\xD83D"));
+    EXPECT_EQ(std::fclose(stream.release()), 0);
+    EXPECT_EQ(FileBytes(folder / "text"), "\xEF\xBB\xBFx\xEF\xBF\xBD\xEF\xBF\xBD");
 }
 
 TEST(FileStreamOnLinux, AppendsInPlaceOfAnEndOfText)

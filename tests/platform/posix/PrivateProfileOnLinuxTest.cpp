@@ -144,14 +144,14 @@ TEST(PrivateProfileOnLinux, SeesAChangeOfTheSameSizeAtOnce)
     const WString path = folder.Path("p.ini");
     for (int i = 100; i < 250; ++i) {
         const WString value = WString::FromInt(i);
-        // In place, by way of another process's rename, and by this one's own update.
-        const char* const name = i % 3 == 1 ? "other" : "p.ini";
-        if (i % 3 == 2) {
+        // Twice in place, by way of another process's rename, and by this one's own update.
+        const char* const name = i % 4 == 2 ? "other" : "p.ini";
+        if (i % 4 == 3) {
             ASSERT_TRUE(Set(path, u"S", u"k", value));
         } else {
             WriteFileBytes(folder / name, "[S]\r\nk=" + std::to_string(i) + "\r\n");
         }
-        if (i % 3 == 1)
+        if (i % 4 == 2)
             fs::rename(folder / "other", folder / "p.ini");
         ASSERT_EQ(Read(path, u"S", u"k"), value.CStr());
     }
