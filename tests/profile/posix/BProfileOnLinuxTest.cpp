@@ -67,7 +67,7 @@ TEST(BProfileOnLinux, AValueThatNeedsUnicodeIsWrittenWholeOrNotAtAll)
 
 TEST(BProfileOnLinux, TwoProcessesLoseNoKey)
 {
-    constexpr int count = 100;
+    constexpr int count = 50;
     const TemporaryFolder folder;
     const auto write = [&](const WChar* family) {
         BProfile profile(folder.Path("shared.ini"), ProfileReadWrite);
