@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
 /// Stands in for an application's dispatcher while it lives, on the thread that made it, and keeps
-/// what is sent and posted.
+/// what is sent and, on any threads, posted.
 class RecordingDispatcher {
 public:
     struct Message {
@@ -26,7 +27,11 @@ public:
 
     /// What was sent since the last call.
     Messages Sent() { return std::exchange(m_recorder->m_sent, {}); }
-    Messages Posted() { return std::exchange(m_recorder->m_posted, {}); }
+    Messages Posted()
+    {
+        const std::scoped_lock lock(m_recorder->m_mutex);
+        return std::exchange(m_recorder->m_posted, {});
+    }
 
     /// What it answers from here on.
     void Answer(bool answer) { m_recorder->m_answer = answer; }
@@ -52,6 +57,7 @@ private:
         }
         bool Post(unsigned int number, std::uint64_t first, std::uint64_t second) override
         {
+            const std::scoped_lock lock(m_mutex);
             m_posted.push_back({number, first, second});
             return m_answer;
         }
@@ -60,7 +66,9 @@ private:
         bool RemoveReceiver(BMessageReceiver*) override { return false; }
 
         const unsigned long m_threadId = QDCurrentThreadId();
-        Messages m_sent, m_posted;
+        std::mutex m_mutex;
+        Messages m_sent;
+        Messages m_posted; // guarded by m_mutex
         std::function<void(const Message&)> m_onSend;
         bool m_isActing = false;
         bool m_answer = true;
