@@ -147,6 +147,7 @@ TEST_F(FileStream, WritesUnicodeTextInTheEncodingOfTheFile)
         {QD_W("ab"), "old", {QD_W("x")}, "oldx\0"s},
         // What stands behind a unit that cannot be written is left out.
         {kAppend, "old", {QD_W("x"), QD_W("y\x20ACz\n"), QD_W("x")}, "oldxyx", QD_W("y\x20ACz\n")},
+        {kAppend, "old", {QD_W("y\x20ACz")}, "oldy", QD_W("y\x20ACz")}, // nor is it lost at the end
         {kWrite, "", {QD_W("y\xFFFFz"), QD_W("x")}, kMark + "y\0\xFF\xFFx\0"s, QD_W("y\xFFFFz")},
     };
     for (const Case& c : cases) {

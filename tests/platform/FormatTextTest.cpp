@@ -35,28 +35,26 @@ std::string Shown(const Char* text, std::size_t length)
     return shown;
 }
 
-// What a format of either width makes of its arguments.
 template <typename Char>
-std::string Text(const Char* format, ...)
-{
-    Char buffer[kRoom];
-    std::va_list arguments;
-    va_start(arguments, format);
-    const std::int64_t length = platform::Format(buffer, kRoom, format, arguments);
-    va_end(arguments);
-    if (length < 0 || length >= static_cast<std::int64_t>(kRoom))
-        return "length " + std::to_string(length);
-    const auto count = static_cast<std::size_t>(length);
-    return Shown(buffer, count) + (buffer[count] == 0 ? "" : " and no terminator");
-}
-
-std::int64_t Measure(WChar* buffer, std::size_t room, const WChar* format, ...)
+std::int64_t Measure(Char* buffer, std::size_t room, const Char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
     const std::int64_t length = platform::Format(buffer, room, format, arguments);
     va_end(arguments);
     return length;
+}
+
+// What a format of either width makes of its arguments.
+template <typename Char, typename... Arguments>
+std::string Text(const Char* format, Arguments... arguments)
+{
+    Char buffer[kRoom];
+    const std::int64_t length = Measure(buffer, kRoom, format, arguments...);
+    if (length < 0 || length >= static_cast<std::int64_t>(kRoom))
+        return "length " + std::to_string(length);
+    const auto count = static_cast<std::size_t>(length);
+    return Shown(buffer, count) + (buffer[count] == 0 ? "" : " and no terminator");
 }
 
 const std::string kFailure = "length -1";
@@ -174,8 +172,8 @@ TEST(FormatText, TellsTheLengthOfATextThatDoesNotFit)
             EXPECT_EQ(WideText(buffer.data()), text + QD_W("00012"));
         }
     }
-    EXPECT_EQ(Measure(nullptr, 0, QD_W("")), 0);
-    EXPECT_EQ(Measure(nullptr, 0, QD_W("%y")), -1);
+    EXPECT_EQ(Measure<WChar>(nullptr, 0, QD_W("")), 0);
+    EXPECT_EQ(Measure<WChar>(nullptr, 0, QD_W("%y")), -1);
 }
 
 // In a process of its own: a locale leaves traces in the runtime library after it is set back.

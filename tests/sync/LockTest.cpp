@@ -110,13 +110,11 @@ TYPED_TEST(Lock, IsFreeOnceAllIsGivenBack)
     }
 }
 
-TYPED_TEST(Lock, LetsReadersInAfterTheLastWriteLock)
+TYPED_TEST(Lock, LetsOthersInAfterTheLastLockOfAWriterAndOfAReader)
 {
     const TypeParam lock;
-    int value = 0;
-    int seen = 0;
-    lock.LockW();
-    lock.LockW();
+    int value = 0, seen = 0;
+    Play(lock, "WW");
     std::thread reader([&] {
         const BAutoLockR guard(lock);
         seen = value;
@@ -162,7 +160,7 @@ TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
 TYPED_TEST(Lock, IsHeldAsTheOneThatWasCopied)
 {
     for (const auto& [take, giveBack, former] :
-         {std::tuple{"W", "w", "R"}, {"R", "r", "W"}, {"R", "r", ""}}) {
+         {std::tuple{"W", "w", "R"}, {"R", "r", "W"}, {"WWR", "rww", ""}}) {
         SCOPED_TRACE(take);
         const TypeParam lock;
         TypeParam assigned;

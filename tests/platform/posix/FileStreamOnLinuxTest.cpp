@@ -89,14 +89,19 @@ TEST(FileStreamOnLinux, EndsWithTheSurrogateThatStandsAlone)
     EXPECT_EQ(FileBytes(folder / "text"), "\xEF\xBB\xBFx\xEF\xBF\xBD\xEF\xBF\xBD");
 }
 
-TEST(FileStreamOnLinux, AppendsInPlaceOfAnEndOfText)
+TEST(FileStreamOnLinux, WritesInPlaceOfAnEndOfText)
 {
     const TemporaryFolder folder;
-    WriteFileBytes(folder / "text", "x\r\n\x1A");
-    const platform::Stream stream = platform::OpenStream(folder.Path("text"), u"a+");
-    ASSERT_TRUE(stream);
-    std::fputs("y\n", stream.get());
-    EXPECT_EQ(FileBytes(folder / "text"), "x\r\ny\r\n"); // at once, to know where it stands
+    for (const char16_t* mode : {u"a+", u"r+"}) {
+        WriteFileBytes(folder / "text", "x\r\n\x1A");
+        const platform::Stream stream = platform::OpenStream(folder.Path("text"), mode);
+        ASSERT_TRUE(stream);
+        while (std::fgetc(stream.get()) != EOF) {
+        }
+        std::fseek(stream.get(), 0, SEEK_CUR);
+        std::fputs("y\n", stream.get());
+        EXPECT_EQ(FileBytes(folder / "text"), "x\r\ny\r\n"); // at once, to know where it stands
+    }
 }
 
 TEST(FileStreamOnLinux, ReportsAFullDisk)
