@@ -54,6 +54,22 @@ TEST(SharedLock, IsHeldByOneOrSharedByMany)
     }
 }
 
+TEST(SharedLock, WakesThoseWhoWait)
+{
+    SharedLock lock;
+    for (int round = 0; round < 100; ++round) {
+        const bool isShared = round % 2 == 0;
+        Step(lock, isShared ? 'R' : 'W');
+        std::thread waiter([&lock] {
+            lock.LockExclusive();
+            lock.UnlockExclusive();
+        });
+        std::this_thread::yield();
+        Step(lock, isShared ? 'r' : 'w');
+        waiter.join();
+    }
+}
+
 TEST(Event, StaysAsItWasPutForAllItsCopies)
 {
     Event event;
