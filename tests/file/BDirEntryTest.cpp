@@ -79,9 +79,8 @@ TEST(BDirEntry, MakesDirectories)
     EXPECT_TRUE(deep.MakeDir());
     EXPECT_TRUE(deep.Exists());
     EXPECT_FALSE(deep.MakeDir());
-    for (const char* const closed : {"x/y/", "x\\z\\"})
-        EXPECT_TRUE(BDirEntry(folder.Path(closed)).MakeDir()) << closed;
-    EXPECT_TRUE(BDirEntry(folder.Path("x/y")).Exists() && BDirEntry(folder.Path("x/z")).Exists());
+    EXPECT_TRUE(BDirEntry(folder.Path("x\\y\\")).MakeDir());
+    EXPECT_TRUE(BDirEntry(folder.Path("x\\y")).Exists());
     EXPECT_FALSE(BDirEntry(QD_W("qd-relative")).MakeDir());
     EXPECT_FALSE(BDirEntry().MakeDir());
 }
