@@ -12,7 +12,7 @@ int main()
     const std::filesystem::path path = std::filesystem::current_path() / "qdguides-files";
     std::filesystem::remove_all(path);
     std::filesystem::create_directory(path);
-    const WString folder = WString(path.string<WChar>().c_str()) + QD_W("/");
+    const WString folder((path / "").string<WChar>().c_str()); // with a separator behind it
     ShowReadme(folder);
     ShowDocuments(folder);
     ShowTrees();
