@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -52,72 +53,31 @@ TEST_F(BIniProfileFile, ReadsAndWritesOneSection)
     EXPECT_FALSE(profile.ReadMem(QD_W("m"), read, 3));
     EXPECT_TRUE(profile.ReadMem(QD_W("m"), read, 4));
     EXPECT_STREQ(read, block);
-    EXPECT_TRUE(profile.DeleteSection(QD_W("b")));
+    EXPECT_FALSE(profile.LoadSection(QD_W("none"), &names));
+    EXPECT_EQ(names.Count(), 0U);
+    profile.SetSection(QD_W("B"));
+    profile.SetSection(profile.GetSection());
+    EXPECT_TRUE(profile.DeleteSection(QD_W("none")));
+    EXPECT_EQ(profile.GetSection(), QD_W("B"));
+    EXPECT_TRUE(profile.DeleteSection(profile.GetSection()));
     EXPECT_EQ(profile.GetSection(), WString());
     BIniProfile copy = profile;
     copy.SetSection(QD_W("A"));
     copy.DeleteKey(QD_W("Y"));
     EXPECT_EQ(FileBytes(m_file), "[A]\r\nx=1\r\nn=-5\r\n");
-}
-
-TEST_F(BIniProfileFile, WritesDefaultsWhereItShall)
-{
-    for (const bool writes : {false, true}) {
-        WriteFileBytes(m_file, "[S]\r\nempty=\r\nbad=x\r\n");
-        const BIniProfile profile(m_path, QD_W("S"), writes);
-        for (const WChar* key : {QD_W("missing"), QD_W("empty"), QD_W("bad")})
-            EXPECT_EQ(profile.GetInt(key, 7), 7);
-        EXPECT_EQ(FileBytes(m_file), writes ? "[S]\r\nempty=7\r\nbad=7\r\nmissing=7\r\n"
-                                            : "[S]\r\nempty=\r\nbad=x\r\n");
-    }
-    const BIniProfile made(m_folder.Path("new\\made.ini"), QD_W("S"), true);
-    EXPECT_EQ(made.GetInt(QD_W("n"), 7), 7);
+    EXPECT_EQ(BIniProfile(m_folder.Path("new\\made.ini"), QD_W("S"), true).GetInt(QD_W("n"), 7), 7);
     EXPECT_EQ(FileBytes(m_folder / "new/made.ini"), Utf16("[S]\r\nn=7\r\n"));
 }
 
-TEST_F(BIniProfileFile, ADefaultGoesThroughTheWritersAndReplacesNothingThatCameMeanwhile)
+TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCameMeanwhile)
 {
-    // Its writer sees what it writes, and somebody else is faster for some keys.
-    class Watched : public BIniProfile {
-    public:
-        using BIniProfile::BIniProfile;
-
-        mutable std::string seen;
-
-    protected:
-        bool WriteKeyImpl(const WString& key, const WString& value) const override
-        {
-            seen += (key + QD_W("=") + value + QD_W(" ")).AsString().CStr();
-            if (key.StartsWith(QD_W("taken")))
-                BProfile::WriteString(const_cast<Watched&>(*this).GetPath(), QD_W("S"), key,
-                                      QD_W("5"));
-            if (key != QD_W("count"))
-                Write(QD_W("count"), value); // no default
-            return BIniProfile::WriteKeyImpl(key, value);
-        }
-    };
-    WriteFileBytes(m_file, "[S]\r\nbad=x\r\ntaken bad=x\r\n");
-    const Watched profile(m_path, QD_W("S"), true);
-    for (const WChar* key : {QD_W("free"), QD_W("taken"), QD_W("bad"), QD_W("taken bad")})
-        EXPECT_EQ(profile.GetInt(key, 7), 7);
-    WString text = QD_W("t");
-    EXPECT_FALSE(profile.Read(QD_W("text"), text));
-    EXPECT_EQ(profile.seen, "free=7 count=7 taken=7 count=7 bad=7 count=7 taken bad=7 count=7 "
-                            "text=t count=t ");
-    EXPECT_EQ(FileBytes(m_file), "[S]\r\nbad=7\r\ntaken bad=5\r\ncount=t\r\nfree=7\r\ntaken=5\r\n"
-                                 "text=t\r\n");
-    EXPECT_TRUE(profile.Write(QD_W("free"), 8)); // no default
-    EXPECT_EQ(profile.GetInt(QD_W("free"), 7), 8);
-}
-
-TEST_F(BIniProfileFile, ADefaultReplacesWhatADerivedReaderMadeAnotherTextOf)
-{
-    // Its values begin with a sign, and the missing ones are those of "base".
+    // Its values begin with a sign, the missing ones are those of "base", and what it looks for or
+    // writes somebody else may have written first.
     class Coded : public BIniProfile {
     public:
         using BIniProfile::BIniProfile;
 
-        WString meanwhile;
+        WString beforeRead, beforeWrite;
 
     protected:
         WString GetString(const WString& key, const WString& defaultValue) override
@@ -125,26 +85,41 @@ TEST_F(BIniProfileFile, ADefaultReplacesWhatADerivedReaderMadeAnotherTextOf)
             WString text = BIniProfile::GetString(key, WString());
             if (text.IsEmpty())
                 text = BIniProfile::GetString(QD_W("base"), WString());
-            if (!meanwhile.IsEmpty())
-                BProfile::WriteString(GetPath(), QD_W("S"), key, meanwhile);
+            if (!beforeRead.IsEmpty())
+                BProfile::WriteString(GetPath(), QD_W("S"), key, beforeRead);
             return text.IsEmpty() ? defaultValue : text.Sub(1);
         }
         bool WriteKeyImpl(const WString& key, const WString& value) const override
         {
+            if (!beforeWrite.IsEmpty())
+                BProfile::WriteString(const_cast<Coded&>(*this).GetPath(), QD_W("S"), key,
+                                      beforeWrite);
+            if (key != QD_W("last"))
+                Write(QD_W("last"), value); // no default
             return BIniProfile::WriteKeyImpl(key, QD_W("~") + value);
         }
     };
-    for (const bool isTaken : {false, true}) {
+    using Meanwhile = std::pair<const WChar*, const WChar*>;
+    for (const auto& [beforeRead, beforeWrite] :
+         {Meanwhile{QD_W(""), QD_W("")}, {QD_W("~5"), QD_W("")}, {QD_W(""), QD_W("~5")}}) {
         WriteFileBytes(m_file, "[S]\r\nbase=~x\r\nbad=~y\r\n");
         Coded profile(m_path, QD_W("S"), true);
-        profile.meanwhile = isTaken ? QD_W("~5") : QD_W("");
-        double number = 0.5;
+        profile.beforeRead = beforeRead;
+        profile.beforeWrite = beforeWrite;
         for (const WChar* key : {QD_W("bad"), QD_W("missing")})
             EXPECT_EQ(profile.GetInt(key, 7), 7);
+        double number = 0.5;
         EXPECT_FALSE(profile.Read(QD_W("none"), number));
+        profile.DeleteKey(QD_W("base"));
+        WString text = QD_W("t");
+        EXPECT_FALSE(profile.Read(QD_W("text"), text));
         EXPECT_EQ(FileBytes(m_file),
-                  isTaken ? "[S]\r\nbase=~x\r\nbad=~5\r\nmissing=~5\r\nnone=~5\r\n"
-                          : "[S]\r\nbase=~x\r\nbad=~7\r\nmissing=~7\r\nnone=~0.5\r\n");
+                  *beforeRead == 0 && *beforeWrite == 0
+                      ? "[S]\r\nbad=~7\r\nlast=~t\r\nmissing=~7\r\nnone=~0.5\r\ntext=~t\r\n"
+                      : "[S]\r\nbad=~5\r\nlast=~t\r\nmissing=~5\r\nnone=~5\r\ntext=~5\r\n");
+        EXPECT_TRUE(profile.Write(QD_W("missing"), 8)); // no default
+        profile.beforeRead = WString();
+        EXPECT_EQ(profile.GetInt(QD_W("missing"), 7), 8);
     }
 }
 

@@ -70,17 +70,6 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
     EXPECT_EQ(std::memcmp(read, block, 3), 0);
 }
 
-TYPED_TEST(BProfileBaseTest, GivesTheDefaultForWhatIsMissing)
-{
-    TypeParam profile = this->Open(ProfileReadOnly);
-    EXPECT_EQ(profile.ReadString(QD_W("k"), QD_W("text")), QD_W("text"));
-    EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
-    EXPECT_EQ(profile.ReadDouble(QD_W("k"), 0.5), 0.5);
-    EXPECT_TRUE(profile.ReadBoolean(QD_W("k"), true));
-    EXPECT_FALSE(profile.ReadMem(QD_W("k"), nullptr, 0));
-    EXPECT_FALSE(std::filesystem::exists(this->m_file));
-}
-
 TYPED_TEST(BProfileBaseTest, ForgetsDeletedKeysAndSectionsForGood)
 {
     {

@@ -200,27 +200,6 @@ TEST_F(IProfileTest, ResetsATimeStampThatItCannotRead)
     }
 }
 
-TEST_F(IProfileTest, MovesBetweenSections)
-{
-    Put("x");
-    const BIniProfile store = Open(false);
-    BArray<WString> keys;
-    EXPECT_TRUE(store.LoadSection(QD_W("s"), &keys));
-    EXPECT_EQ(keys.Count(), 1u);
-    EXPECT_FALSE(store.LoadSection(QD_W("other"), &keys));
-    EXPECT_EQ(keys.Count(), 0u);
-    EXPECT_FALSE(store.LoadSection(WString(), nullptr));
-
-    store.SetSection(QD_W("s"));
-    store.SetSection(store.GetSection());
-    EXPECT_EQ(store.GetSection(), QD_W("s"));
-    EXPECT_TRUE(store.DeleteSection(QD_W("other")));
-    EXPECT_EQ(store.GetSection(), QD_W("s"));
-    EXPECT_TRUE(store.DeleteSection(store.GetSection()));
-    EXPECT_EQ(store.GetSection(), QD_W(""));
-    EXPECT_FALSE(store.LoadSection(QD_W("s"), nullptr));
-}
-
 TEST_F(IProfileTest, FindsSubProfilesBesideItself)
 {
     const std::string longName(300, 'x'), tooLong = "D:\\" + longName;
