@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
+#include <utility>
 
 TEST(FileStreamOnLinux, NamesEveryFile)
 {
@@ -110,8 +111,8 @@ TEST(FileStreamOnLinux, EndsWithTheSurrogateThatStandsAlone)
 TEST(FileStreamOnLinux, WritesInPlaceOfAnEndOfText)
 {
     const TemporaryFolder folder;
-    for (const char16_t* mode : {u"a+", u"r+"}) {
-        WriteFileBytes(folder / "text", "x\r\n\x1A");
+    for (const auto& [mode, before] : {std::pair{u"a+", "x\r\n\x1A"}, {u"r+", "x\r\n\x1A."}}) {
+        WriteFileBytes(folder / "text", before);
         const platform::Stream stream = platform::OpenStream(folder.Path("text"), mode);
         ASSERT_TRUE(stream);
         while (std::fgetc(stream.get()) != EOF) {
