@@ -2,11 +2,14 @@
 
 #include "core/platform/Event.h"
 
+#include "tests/Latch.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -57,15 +60,19 @@ TEST(SharedLock, IsHeldByOneOrSharedByMany)
 TEST(SharedLock, WakesThoseWhoWait)
 {
     SharedLock lock;
-    for (int round = 0; round < 100; ++round) {
-        const bool isShared = round % 2 == 0;
-        Step(lock, isShared ? 'R' : 'W');
-        std::thread waiter([&lock] {
+    Event never;
+    never.Reset();
+    for (const auto& [take, giveBack] : {std::pair{'R', 'r'}, {'W', 'w'}}) {
+        Step(lock, take);
+        Latch isNear(2);
+        std::thread waiter([&] {
+            isNear.ArriveAndWait();
             lock.LockExclusive();
             lock.UnlockExclusive();
         });
-        std::this_thread::yield();
-        Step(lock, isShared ? 'r' : 'w');
+        isNear.ArriveAndWait();
+        EXPECT_FALSE(never.WaitFor(5)); // the other one is asleep by then, or it tests less
+        Step(lock, giveBack);
         waiter.join();
     }
 }

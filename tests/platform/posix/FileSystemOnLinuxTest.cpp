@@ -55,21 +55,16 @@ TEST(FileSystemOnLinux, PatternsKnowWhereANameEnds)
     for (const char* name :
          {"x", "x.y", "ab", "abc", "..a", ".a", "a..a", "a.b.c", " .a", "bad\xFF\xC3.dat"})
         WriteFileBytes(folder / name, "");
+    // clang-format off
     const std::pair<const char*, std::set<std::string>> cases[] = {
-        {"*.", {".", "..", "ab", "abc", "x"}}, // names without an extension
-        {"*. .", {".", "..", "ab", "abc", "x"}},
-        {"x*.", {"x"}},
-        {".*.", {".", "..", ".a"}},
-        {"..*", {".", "..", "..a"}},
-        {"*..*", {".", "..", "..a", "a..a"}},
-        {"* .*.", {" .a"}},
-        {"?", {".", "..", "x"}},
-        {"ab? ", {"ab", "abc"}}, // one unit, or none at the end
-        {"???.", {".", "..", "ab", "abc", "x"}},
-        {"?.?", {" .a", ".", "..", ".a", "x", "x.y"}},
-        {"a?b*", {}},                      // but no dot
-        {"bad*.dat", {"bad\xFF\xC3.dat"}}, // no UTF-8
+        {"*.", {".", "..", "ab", "abc", "x"}}, {"*. .", {".", "..", "ab", "abc", "x"}},
+        {"x*.", {"x"}}, {".*.", {".", "..", ".a"}}, // names without an extension
+        {"..*", {".", "..", "..a"}}, {"*..*", {".", "..", "..a", "a..a"}}, {"* .*.", {" .a"}},
+        {"?", {".", "..", "x"}}, {"???.", {".", "..", "ab", "abc", "x"}},
+        {"ab? ", {"ab", "abc"}}, {"a?b*", {}}, // one unit but no dot, or none at the end
+        {"?.?", {" .a", ".", "..", ".a", "x", "x.y"}}, {"bad*.dat", {"bad\xFF\xC3.dat"}},
     };
+    // clang-format on
     for (const auto& [pattern, found] : cases)
         EXPECT_EQ(Found(folder, pattern), found) << pattern;
 }
@@ -87,8 +82,7 @@ TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
     EXPECT_EQ(platform::FindFiles(folder.Path("none\\*"), any), EPresence::Missing);
     EXPECT_EQ(platform::FindFiles(folder.Path("loop\\*"), any), EPresence::Unknown);
     EXPECT_EQ(platform::FindFiles(folder.Path("loop\\x"), any), EPresence::Unknown);
-    for (const char* const path : {"loop", longName.c_str()}) // which may be there
-        EXPECT_EQ(Replacement(folder.Path(path)).Stream(), nullptr) << path;
+    EXPECT_EQ(Replacement(folder.Path("loop")).Stream(), nullptr);
 }
 
 TEST(FileSystemOnLinux, DeletingStaysInTheFolder)
