@@ -71,7 +71,7 @@ TEST(SharedLock, WakesThoseWhoWait)
             lock.UnlockExclusive();
         });
         isNear.ArriveAndWait();
-        EXPECT_FALSE(never.WaitFor(5)); // the other one is asleep by then, or it tests less
+        EXPECT_FALSE(never.WaitFor(25)); // the waiter is asleep by then, or this tests less
         Step(lock, giveBack);
         waiter.join();
     }

@@ -31,9 +31,10 @@ TEST(CharClassOnLinux, MeasuresTextsAtEveryAlignmentAndReadsNoPageBehindThem)
     EXPECT_EQ(platform::Length(static_cast<const char*>(nullptr)), 0u);
 }
 
-TEST(CharClassOnLinux, TakesVowelSignsOfTwoScriptsForLetters)
+TEST(CharClassOnLinux, TakesVowelSignsOfTwoScriptsAndNumeralsForLetters)
 {
-    for (const WChar unit : {WChar(0x0E31), WChar(0x0E34), WChar(0x1885), WChar(0x1886)}) {
+    for (const WChar unit :
+         {WChar(0x0E31), WChar(0x0E34), WChar(0x1885), WChar(0x1886), WChar(0x2160)}) {
         SCOPED_TRACE(static_cast<unsigned>(unit));
         EXPECT_TRUE(platform::IsAlpha(unit) && platform::IsAlphaNum(unit));
         EXPECT_TRUE(platform::IsPrint(unit));
