@@ -79,18 +79,20 @@ TEST(FileSystem, AloneMeansAlone)
 {
     const TemporaryFolder folder;
     const WString path = folder.Path("file");
-    for (const auto& [first, second, isOpen] : {std::tuple{QD_W("rb"), QD_W("rb"), true},
-                                                {QD_W("rb"), QD_W("wb"), false},
-                                                {QD_W("rb"), QD_W("r+b"), false},
-                                                {QD_W("r+b"), QD_W("rb"), false},
-                                                {QD_W("r+b"), QD_W("r+b"), false},
-                                                {QD_W("ab"), QD_W("rb"), false}}) {
+    for (const auto& [first, second, isOpen, content] :
+         {std::tuple{QD_W("rb"), QD_W("rb"), true, "old"},
+          {QD_W("rb"), QD_W("wb"), false, "old"},
+          {QD_W("rb"), QD_W("r+b"), false, "old"},
+          {QD_W("r+b"), QD_W("rb"), false, "old"},
+          {QD_W("r+b"), QD_W("r+b"), false, "old"},
+          {QD_W("ab"), QD_W("rb"), false, "old"},
+          {QD_W("wb"), QD_W("rb"), false, ""}}) {
         WriteFileBytes(folder / "file", "old");
         platform::Stream stream = platform::OpenStreamAlone(path, first, 0);
         ASSERT_TRUE(stream);
         EXPECT_EQ(platform::OpenStreamAlone(path, second, 0) != nullptr, isOpen);
         stream = nullptr; // on Windows nobody else may read the file before
-        EXPECT_EQ(FileBytes(folder / "file"), "old");
+        EXPECT_EQ(FileBytes(folder / "file"), content);
     }
 }
 
