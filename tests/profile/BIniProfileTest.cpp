@@ -102,7 +102,7 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
     using Meanwhile = std::pair<const WChar*, const WChar*>;
     for (const auto& [beforeRead, beforeWrite] :
          {Meanwhile{QD_W(""), QD_W("")}, {QD_W("~5"), QD_W("")}, {QD_W(""), QD_W("~5")}}) {
-        WriteFileBytes(m_file, "[S]\r\nbase=~x\r\nbad=~y\r\n");
+        WriteFileBytes(m_file, "[S]\r\nbase=~x\r\nbad=~y\r\ntext=~\r\n");
         Coded profile(m_path, QD_W("S"), true);
         profile.beforeRead = beforeRead;
         profile.beforeWrite = beforeWrite;
@@ -110,13 +110,13 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
             EXPECT_EQ(profile.GetInt(key, 7), 7);
         double number = 0.5;
         EXPECT_FALSE(profile.Read(QD_W("none"), number));
-        profile.DeleteKey(QD_W("base"));
         WString text = QD_W("t");
         EXPECT_FALSE(profile.Read(QD_W("text"), text));
-        EXPECT_EQ(FileBytes(m_file),
-                  *beforeRead == 0 && *beforeWrite == 0
-                      ? "[S]\r\nbad=~7\r\nlast=~t\r\nmissing=~7\r\nnone=~0.5\r\ntext=~t\r\n"
-                      : "[S]\r\nbad=~5\r\nlast=~t\r\nmissing=~5\r\nnone=~5\r\ntext=~5\r\n");
+        EXPECT_EQ(
+            FileBytes(m_file),
+            *beforeRead == 0 && *beforeWrite == 0
+                ? "[S]\r\nbase=~x\r\nbad=~7\r\ntext=~t\r\nlast=~t\r\nmissing=~7\r\nnone=~0.5\r\n"
+                : "[S]\r\nbase=~x\r\nbad=~5\r\ntext=~5\r\nlast=~t\r\nmissing=~5\r\nnone=~5\r\n");
         EXPECT_TRUE(profile.Write(QD_W("missing"), 8)); // no default
         profile.beforeRead = WString();
         EXPECT_EQ(profile.GetInt(QD_W("missing"), 7), 8);

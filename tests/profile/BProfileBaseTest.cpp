@@ -57,7 +57,6 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
     EXPECT_EQ(profile.ReadDouble(QD_W("Double"), 0), 0.1);
     EXPECT_TRUE(profile.ReadBoolean(QD_W("True"), false));
     EXPECT_FALSE(profile.ReadBoolean(QD_W("False"), true));
-    EXPECT_EQ(profile.ReadString(QD_W("Text-7"), WString()), QD_W("b"));
     EXPECT_EQ(profile.ReadString(-7, QD_W("Text"), WString()), QD_W("b"));
     EXPECT_EQ(profile.ReadInt(8, QD_W("Point"), 0), 8);
     EXPECT_EQ(profile.ReadDouble(9, QD_W("Point"), 0), 1e100);

@@ -2,7 +2,7 @@
 
 #include "core/base/WString.h"
 
-#include <memory>
+#include "tests/TemporaryFolder.h"
 
 /// A registry for one test, gone at its end: off Windows a file of its own, on Windows a key of its
 /// own.
@@ -19,7 +19,6 @@ public:
     [[nodiscard]] WString operator/(const WChar* name) const { return m_path + QD_W("\\") + name; }
 
 private:
-    struct State;
-    std::unique_ptr<State> m_state;
+    TemporaryFolder m_folder; // of the file
     WString m_path;
 };

@@ -16,8 +16,7 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
     const TemporaryFolder folder;
     BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 1);
     const std::string before = FileBytes(folder / "p");
-    for (const rlim_t size : {0U, 1000U, 100'000U}) {
-        SCOPED_TRACE(size);
+    for (const rlim_t size : {0U, 100'000U}) { // it is known at the end, and earlier
         const ResourceLimit limit(RLIMIT_FSIZE, size);
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
         for (int i = 0; i < 10'000; ++i)

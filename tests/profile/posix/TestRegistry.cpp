@@ -1,18 +1,11 @@
 #include "tests/profile/TestRegistry.h"
 
-#include "tests/TemporaryFolder.h"
-
 #include <cstdlib>
 
-struct TestRegistry::State {
-    TemporaryFolder folder;
-};
-
 TestRegistry::TestRegistry()
-    : m_state(std::make_unique<State>())
-    , m_path(QD_W("Software\\qd.core test"))
+    : m_path(QD_W("Software\\qd.core test"))
 {
-    ::setenv("QD_REGISTRY", (m_state->folder / "registry.db").c_str(), 1);
+    ::setenv("QD_REGISTRY", (m_folder / "registry.db").c_str(), 1);
 }
 
 TestRegistry::~TestRegistry()

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-struct TestRegistry::State {};
-
 TestRegistry::TestRegistry()
 {
     m_path.Printf(QD_W("Software\\qd.core test %lu"), ::GetCurrentProcessId());
