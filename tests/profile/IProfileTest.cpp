@@ -59,28 +59,25 @@ TEST_F(IProfileTest, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
         SCOPED_TRACE(row.text);
         for (const bool writeMissingKey : {false, true}) {
             const BIniProfile store = Open(writeMissingKey);
-            Put(row.text);
-            int number = 5;
-            EXPECT_EQ(store.Read(QD_W("k"), number, -10, 40), row.isRead);
-            EXPECT_EQ(number, row.intValue);
-            EXPECT_EQ(Text(), writeMissingKey ? row.written : row.text);
+            const auto expectRead = [&](auto value, int expected) {
+                Put(row.text);
+                EXPECT_EQ(store.Read(QD_W("k"), value, -10, 40), row.isRead);
+                EXPECT_EQ(value, static_cast<decltype(value)>(expected));
+                EXPECT_EQ(Text(), writeMissingKey ? row.written : row.text);
+            };
+            expectRead(5, row.intValue);
+            expectRead(static_cast<unsigned char>(5), row.otherValue);
+            expectRead(static_cast<unsigned short>(5), row.otherValue);
+            expectRead(static_cast<short>(5), row.otherValue);
+            expectRead(5L, row.otherValue);
         }
-        const BIniProfile store = Open(false);
-        Put(row.text);
-        const auto readsLikeInt = [&](auto value) {
-            EXPECT_EQ(store.Read(QD_W("k"), value, -10, 40), row.isRead);
-            EXPECT_EQ(value, static_cast<decltype(value)>(row.otherValue));
-        };
-        readsLikeInt(static_cast<unsigned char>(5));
-        readsLikeInt(static_cast<unsigned short>(5));
-        readsLikeInt(static_cast<short>(5));
-        readsLikeInt(5L);
         unsigned long wide = 5;
-        EXPECT_EQ(store.Read(QD_W("k"), wide, -10, 40), row.isRead);
+        Put(row.text);
+        EXPECT_EQ(Open(false).Read(QD_W("k"), wide, -10, 40), row.isRead);
         EXPECT_EQ(wide, static_cast<std::uint32_t>(row.otherValue)); // of 32 bits everywhere
-        store.Write(QD_W("k"), 4294967295UL);
-        EXPECT_EQ(Text(), "-1");
     }
+    Open(false).Write(QD_W("k"), 4294967295UL);
+    EXPECT_EQ(Text(), "-1");
 }
 
 TEST_F(IProfileTest, WritesADefaultForAMissingKeyWhenAskedTo)
