@@ -29,7 +29,6 @@ protected:
         return {variant ? Saved(*variant) : "none", std::ftell(stream.get())};
     }
 
-private:
     TemporaryFolder m_folder;
 };
 
@@ -73,6 +72,18 @@ TEST_F(BVariantTest, IsEmptyWhenItsBytesAreDamaged)
     };
     for (const auto& [bytes, loaded] : cases)
         EXPECT_EQ(Loaded(bytes).first, loaded) << testing::PrintToString(bytes);
+    // From where there is nothing into what was there.
+    WriteFileBytes(m_folder / "in", "");
+    const platform::Stream nothing = platform::OpenStream(m_folder.Path("in"), QD_W("rb"));
+    TVariant<WString> text(QD_W("old"));
+    BVarMemBlock block("old", 3);
+    TVariant<double> number(1);
+    for (BVariant* const each : {static_cast<BVariant*>(&text), static_cast<BVariant*>(&block),
+                                 static_cast<BVariant*>(&number)})
+        each->LoadValue(nothing.get());
+    EXPECT_TRUE(text.Value().IsEmpty());
+    EXPECT_EQ(block.Size(), 0U);
+    EXPECT_EQ(number.Value(), 1);
     EXPECT_FALSE(LoadVariant(static_cast<std::FILE*>(nullptr)));
     TVariant<int>(1).Save(nullptr);
 }
