@@ -160,11 +160,8 @@ void BArchive::Impl::WriteQueued(BArchive& archive)
         entry.object->WritePrefix(archive, entry.label);
         record.BeginPayload();
         entry.object->WriteData(archive);
-        // NOLINTBEGIN(clang-analyzer-optin.cplusplus.VirtualCall): the destructor flushes, too, where
-        // the archive answers for itself
         if (!record.End(archive.Version()))
             return archive.ThrowError();
-        // NOLINTEND(clang-analyzer-optin.cplusplus.VirtualCall)
     }
 }
 

@@ -45,10 +45,8 @@ public:
         BasicIterator() noexcept = default;
         /// An iterator over constant entries from one over changeable ones.
         template <class U>
-        requires std::is_same_v<const U, E> BasicIterator(BasicIterator<U> other)
-        noexcept
-            : m_table(other.m_table)
-            , m_entry(other.m_entry)
+        BasicIterator(BasicIterator<U> other) noexcept requires std::is_same_v<const U, E>
+            : m_table(other.m_table), m_entry(other.m_entry)
         {}
 
         E& operator*() const noexcept { return m_entry->item; }

@@ -94,10 +94,12 @@ public:
     bool Insert(const K& key, const V& value) { return Insert(Item(key, value)); }
     bool Insert(Item item)
     {
-        // The set leaves the item alone when it has the key.
         const auto [position, added] = m_items.insert(std::move(item));
-        if (!added)
+        if (!added) {
+            // The set leaves the item alone when it has the key.
+            // NOLINTNEXTLINE(bugprone-use-after-move): said above
             Iterator(position)->value = std::move(item.value);
+        }
         return added;
     }
 

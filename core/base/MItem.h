@@ -15,9 +15,11 @@ public:
         , value(std::move(itemValue))
     {}
     MItem(const MItem&) = default;
+    // NOLINTBEGIN(performance-noexcept-move-constructor): as far as those of `K` and `V` are
     MItem(MItem&&) = default;
-    MItem& operator=(const MItem&) = default;
     MItem& operator=(MItem&&) = default;
+    // NOLINTEND(performance-noexcept-move-constructor)
+    MItem& operator=(const MItem&) = default;
 
     // The order of the virtual functions is part of the interface.
 

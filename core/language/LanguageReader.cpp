@@ -82,11 +82,12 @@ bool LanguageReader::Fill()
     std::fill_n(m_piece, m_room, kEndOfFile);
     const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
     const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
-    if (isRead)
+    if (isRead) {
         m_end = platform::WideView(m_piece, kPieceRoom)
                     .rfind(WChar(0), static_cast<std::size_t>(m_room) - 1);
-    else if (isLast)
+    } else if (isLast) {
         return false;
+    }
     // A piece that ends early, but not with a line feed, was ended by U+FFFF.
     const bool isFull = m_end == static_cast<std::size_t>(m_room) - 1;
     if (!isLast && !isFull && (m_end == 0 || m_piece[m_end - 1] != kLineFeed))

@@ -10,6 +10,7 @@
 /// The platform's own structures that public signatures name. On Windows they are only declared, so
 /// that no public header brings in `<windows.h>`; elsewhere those that are data have the same
 /// layout.
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that the platform's headers have.
 #if defined(_WIN32)
 struct _SYSTEMTIME;
 struct tagPOINT;
@@ -19,8 +20,6 @@ struct _RTL_CRITICAL_SECTION;
 struct HWND__;
 using HWND = HWND__*;
 #else
-// NOLINTBEGIN(bugprone-reserved-identifier): the names that the platform's headers have.
-
 /// A date and time of day. `wDayOfWeek` counts from Sunday = 0.
 struct _SYSTEMTIME {
     std::uint16_t wYear;
@@ -56,8 +55,6 @@ struct _RTL_CRITICAL_SECTION {
     std::recursive_mutex mutex;
 };
 
-// NOLINTEND(bugprone-reserved-identifier)
-
 /// What takes the place of a window: the application derives it and queues the messages for its
 /// user interface. It must stay until nobody posts to it any more.
 struct QD_CORE_API QDWindow {
@@ -69,6 +66,7 @@ protected:
 };
 using HWND = QDWindow*;
 #endif
+// NOLINTEND(bugprone-reserved-identifier)
 
 using SYSTEMTIME = _SYSTEMTIME;
 using CRITICAL_SECTION = _RTL_CRITICAL_SECTION;

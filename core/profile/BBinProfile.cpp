@@ -243,7 +243,6 @@ try {
     if (!m_valid)
         return false;
     // Virtual for a derived class that reads again; the constructor reaches this class's own.
-    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall)
     return formatId == kAnsiFormatId ? ReadAnsiFormat(file) : ReadUnicodeFormat(file);
 } catch (const std::bad_alloc&) {
     // What was read so far would pass for all.

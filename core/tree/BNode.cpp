@@ -354,7 +354,6 @@ void BNode::Report(unsigned int code) const
 // The constructor comes here, too, where the node is a plain one still and answers for itself.
 void BNode::SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const
 {
-    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): said above
     if (BDispatcher::Instance() && IsMessageDispatcher())
         BDispatcher::DispatcherSend(code, first, second);
 }
