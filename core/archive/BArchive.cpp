@@ -101,7 +101,7 @@ public:
     WString path;
     MODE mode;
     int version = kFormatVersion;
-    PointerMap indices;
+    NArchive::PointerMap indices;
     NArchive::Scratch scratch;
     std::unique_ptr<NArchive::Saver> saver;   // when writing
     std::unique_ptr<NArchive::Loader> loader; // when reading
@@ -268,7 +268,7 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
     const NArchive::Tupel* current = m_impl->saver ? m_impl->saver->Current() : nullptr;
     if (current != nullptr && current->object.Get() == p && current->index != 0)
         return current->index;
-    PointerMap::Entry& entry = m_impl->indices.FindOrAdd(p);
+    NArchive::PointerMap::Entry& entry = m_impl->indices.FindOrAdd(p);
     if (!m_impl->indices.Mention(entry))
         ThrowError();
     return entry.index;

@@ -3,6 +3,8 @@
 #include <cassert>
 #include <limits>
 
+namespace NArchive {
+
 // The hash is not the seeded one: nobody but the allocator chooses addresses. Objects are 16 bytes
 // apart at least. Neighbours in memory stay neighbours in the table, which spares cache misses in a
 // tree that was built in one go; the page number scatters the rest.
@@ -34,3 +36,5 @@ bool PointerMap::Mention(Entry& entry) noexcept
     entry.index = ++m_lastIndex;
     return true;
 }
+
+} // namespace NArchive

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace NArchive {
+
 /// What an archive knows of the objects at addresses: their indices, 1, 2, ... in order of first
 /// mention (0 is null), and which are queued.
 class PointerMap {
@@ -30,3 +32,5 @@ private:
     platform::ProbeTable<Entry> m_entries;
     std::uint32_t m_lastIndex = 0;
 };
+
+} // namespace NArchive
