@@ -5,6 +5,7 @@
 #include "core/platform/SeededHash.h"
 #include "core/tree/BNode.h"
 #include "core/tree/ChildList.h"
+#include "core/tree/NodeAccess.h"
 
 #include <cassert>
 #include <string>
@@ -25,13 +26,13 @@ std::uint64_t HashOf(const WChar* text)
 // Texts of one hash need not be equal: the collation itself decides.
 bool ChildIndex::IsCalled::operator()(const Slot& slot) const
 {
-    return platform::Collate(ChildList::TextOf(*slot.first).CStr(), text,
+    return platform::Collate(NodeAccess::Text(*slot.first).CStr(), text,
                              platform::ECase::Ignored) == 0;
 }
 
 bool ChildIndex::StandsBefore::operator()(const BNode* a, const BNode* b) const noexcept
 {
-    return ChildList::StandsBefore(*a, *b);
+    return NodeAccess::Slot(*a) < NodeAccess::Slot(*b);
 }
 
 ChildIndex::ChildIndex(const ChildList& children)
@@ -51,7 +52,7 @@ BNode* ChildIndex::Find(const WChar* text) const
 
 void ChildIndex::Add(BNode& child)
 {
-    const WChar* text = ChildList::TextOf(child).CStr();
+    const WChar* text = NodeAccess::Text(child).CStr();
     const std::uint64_t hash = HashOf(text);
     Slot& slot = m_slots.FindOrFree(hash, IsCalled{text});
     if (slot.IsFree()) {
@@ -60,7 +61,7 @@ void ChildIndex::Add(BNode& child)
     }
     if (slot.later == nullptr)
         slot.later = std::make_unique<Namesakes>();
-    if (ChildList::StandsBefore(*slot.first, child))
+    if (StandsBefore()(slot.first, &child))
         slot.later->insert(&child);
     else
         slot.later->insert(std::exchange(slot.first, &child));
@@ -68,7 +69,7 @@ void ChildIndex::Add(BNode& child)
 
 void ChildIndex::Remove(BNode& child)
 {
-    const WChar* text = ChildList::TextOf(child).CStr();
+    const WChar* text = NodeAccess::Text(child).CStr();
     Slot* const slot = m_slots.Find(HashOf(text), IsCalled{text});
     if (slot == nullptr)
         return;

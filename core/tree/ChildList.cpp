@@ -245,16 +245,6 @@ void ChildList::Rename(BNode& child, WString text) noexcept
     ChangeIndex([&child](ChildIndex& index) { index.Add(child); });
 }
 
-bool ChildList::StandsBefore(const BNode& a, const BNode& b) noexcept
-{
-    return NodeAccess::Slot(a) < NodeAccess::Slot(b);
-}
-
-const WString& ChildList::TextOf(const BNode& child) noexcept
-{
-    return NodeAccess::Text(child);
-}
-
 // Moves the entries, which keep their order, to an array without holes.
 void ChildList::Rebuild(int freeInFront, int freeBehind)
 {

@@ -74,15 +74,10 @@ public:
     void Rename(BNode& child, WString text) noexcept;
 
 private:
-    friend class ChildIndex;
-
     struct BlockDeleter {
         void operator()(Block* block) const noexcept;
     };
     using BlockOwner = std::unique_ptr<Block, BlockDeleter>;
-
-    [[nodiscard]] static bool StandsBefore(const BNode& a, const BNode& b) noexcept;
-    [[nodiscard]] static const WString& TextOf(const BNode& child) noexcept;
 
     void Rebuild(int freeInFront, int freeBehind);
     void Shrink() noexcept;
