@@ -1,3 +1,4 @@
+#include "core/platform/CharClass.h"
 #include "core/platform/WideText.h"
 
 #include "tools/qdinspect/Inspectors.h"
@@ -32,10 +33,8 @@ WideView Trimmed(WideView text)
 WideText Folded(WideView name)
 {
     WideText folded(name);
-    for (WChar& unit : folded) {
-        if (unit >= 'A' && unit <= 'Z')
-            unit = static_cast<WChar>(unit - 'A' + 'a');
-    }
+    for (WChar& unit : folded)
+        unit = platform::ToLower(unit);
     return folded;
 }
 
