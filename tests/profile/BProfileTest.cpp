@@ -136,7 +136,7 @@ TEST_F(BProfileFile, MakesAnEightBitFileUnicodeWhenAValueNeedsIt)
 TEST_F(BProfileFile, TwoWritersLoseNoKey)
 {
     constexpr int count = 50;
-    const WString path = m_folder.Path("new/shared.ini"); // both make it, and its folder
+    const WString path = m_folder.Path("new\\shared.ini"); // both make it, and its folder
     const auto write = [&](const WChar* family) {
         for (int i = 0; i < count; ++i)
             EXPECT_TRUE(BProfile(path, ProfileReadWrite).WriteString(i, family, family));
