@@ -1,16 +1,14 @@
 #!/usr/bin/env python3
-"""Tells the lines of code and of tests by folder, and fails when tests outgrow the code.
+"""Tells the lines of code and of tests by folder.
 
 Lines of sources count, with their comments and blanks: tests against core, support, examples and
-tools, and against everything together.
+tools, and against everything together. They are meant to be at most 37 % and 29 %.
 """
 
 import collections
 import subprocess
-import sys
 
 CODE = ("core", "support", "examples", "tools")
-SHARE_OF_CODE, SHARE_OF_ALL = 0.37, 0.29
 ENDINGS = (".h", ".cpp", ".inl", ".py", ".cmake", "CMakeLists.txt")
 
 
@@ -36,8 +34,7 @@ def main():
     tests, code, everything = total["tests"], sum(total[folder] for folder in CODE), sum(total.values())
     print(f"tests: {tests} lines, {tests / code:.1%} of the code's {code}, "
           f"{tests / everything:.1%} of all {everything}")
-    return tests > SHARE_OF_CODE * code or tests > SHARE_OF_ALL * everything
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()
