@@ -390,6 +390,19 @@ TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)
             const bool isListed = map->StdDefaultMap().Count() != 0;
             return isListed == map->Includes(key) && (isListed || code != 0);
         });
+    const WString plain = QD_W("$APlainKeyThatTakesMemory");
+    map = new BLanguageMap;
+    map->Add(plain, text, text, true, true);
+    FailEachAllocation(
+        "overwritten entry", [&] { code = 1, code = map->Add(plain, key, key, true, true); },
+        [&] {
+            WString found;
+            const WString& expected = code == 0 ? key : text; // the new text, or the old one still
+            const bool isSo = map->Find(plain, found, false) && found == expected &&
+                              map->StdDefaultMap().Count() == 1 &&
+                              map->TranslateBack(expected, found, WString(), LanguageDefault) == 1;
+            return map->Add(plain, text, text, true, true) == 0 && isSo;
+        });
 }
 
 TEST_F(OutOfMemoryTest, AChildIsFoundWithoutAnIndex)

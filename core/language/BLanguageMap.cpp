@@ -292,18 +292,17 @@ int BLanguageMap::Add(WString key, WString defaultText, WString text, bool overw
         return kErrorLanguageKeyInvalid;
     const int missing = m_reportsMissing ? kErrorLanguageTextMissing : kErrorNone;
     int result = defaultText.IsEmpty() ? missing : kErrorNone;
-    if (const LanguageTable::Entry* const old = m_table->Find(ViewOf(key))) {
-        if (!overwrite)
-            return kErrorLanguageKeyTwice;
-        m_table->Remove(*old);
-    }
+    const LanguageTable::Entry* const old = m_table->Find(ViewOf(key));
+    if (old != nullptr && !overwrite)
+        return kErrorLanguageKeyTwice;
     if (text.IsEmpty() && fillMissing) {
         text = defaultText;
         result = missing;
     }
-    if (m_table->Add({std::move(key), std::move(defaultText), std::move(text)}))
-        result = kErrorLanguageTextTwice;
-    return result;
+    LanguageTable::Entry entry{std::move(key), std::move(defaultText), std::move(text)};
+    const bool isTwice =
+        old != nullptr ? m_table->Replace(*old, std::move(entry)) : m_table->Add(std::move(entry));
+    return isTwice ? kErrorLanguageTextTwice : result;
 }
 
 void BLanguageMap::Clear()

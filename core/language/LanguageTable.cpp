@@ -71,17 +71,34 @@ bool LanguageTable::Add(Entry entry)
     return isShared;
 }
 
-void LanguageTable::Remove(const Entry& entry)
+bool LanguageTable::Replace(const Entry& old, Entry entry)
 {
-    const View key = ViewOf(entry.key);
-    m_foreignKeys -= IsAsciiKey(key) ? 0 : 1;
-    if (IsPlain(key)) {
-        const auto texts = m_plainKeys.find(CollationKey(entry.defaultText));
-        if (--texts->second == 0)
-            m_plainKeys.erase(texts);
-    }
-    m_defaults.Remove(entry.key);
-    m_slots.Vacate(*const_cast<Slot*>(FindUnits(key)));
+    const View key = ViewOf(entry.key), oldKey = ViewOf(old.key);
+    // As above: what may lack memory comes first, so that the old entry stays unless the new one
+    // takes its place.
+    std::uint64_t* const plainKeys =
+        IsPlain(key) ? &m_plainKeys[CollationKey(entry.defaultText)] : nullptr;
+    const auto oldPlainKeys =
+        IsPlain(oldKey) ? m_plainKeys.find(CollationKey(old.defaultText)) : m_plainKeys.end();
+    auto* const item = m_defaults.Find(old.key);
+    assert(item != nullptr && item->key == entry.key);
+
+    // Down and up before a count of 0 goes, as both may be the same one.
+    if (oldPlainKeys != m_plainKeys.end())
+        --oldPlainKeys->second;
+    const bool isShared = plainKeys != nullptr && (*plainKeys)++ != 0;
+    if (oldPlainKeys != m_plainKeys.end() && oldPlainKeys->second == 0)
+        m_plainKeys.erase(oldPlainKeys);
+    m_foreignKeys += IsAsciiKey(key) ? 0 : 1;
+    m_foreignKeys -= IsAsciiKey(oldKey) ? 0 : 1;
+    item->key = entry.key; // equal to the one before, so the order stays
+    item->value = entry.defaultText;
+    m_slots.Vacate(*const_cast<Slot*>(FindUnits(oldKey)));
+    // The slot that became free is room enough: the table does not grow here.
+    const std::uint32_t hash = HashOf(key);
+    Slot& slot = m_slots.FindOrFree(hash, [](const Slot&) { return false; });
+    m_slots.Fill(slot, {hash, static_cast<std::uint32_t>(key.size()), std::move(entry)});
+    return isShared;
 }
 
 void LanguageTable::RemoveAll()

@@ -28,8 +28,9 @@ public:
     /// and the default text is, without regard to case, the text of another plain key, too.
     /// Where memory is missing, `std::bad_alloc` leaves the table as it was.
     bool Add(Entry entry);
-    /// Removes an entry that `Find` gave.
-    void Remove(const Entry& entry);
+    /// The same in place of an entry that `Find` gave, whose key is equal: spelled as the new one
+    /// from then on.
+    bool Replace(const Entry& old, Entry entry);
     void RemoveAll();
 
     /// Default texts in the order of their keys.
