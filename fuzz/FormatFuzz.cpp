@@ -2,6 +2,7 @@
 
 #include "core/platform/FormatText.h"
 #include "core/platform/ScanText.h"
+#include "core/platform/WideText.h"
 
 #include <algorithm>
 #include <bit>
@@ -58,7 +59,7 @@ void TryNumber(const std::string& input)
         return;
     std::string text;
     Print(64, text, "%.17g", value);
-    const std::basic_string<WChar> widened(text.begin(), text.end());
+    const platform::WideText widened(text.begin(), text.end());
     if (!platform::ScanDouble(text.c_str(), again) || !platform::ScanDouble(widened.c_str(), wide))
         std::abort();
     const auto bits = std::bit_cast<std::uint64_t>(value);
@@ -66,7 +67,7 @@ void TryNumber(const std::string& input)
         std::abort();
 }
 
-void TryInteger(const std::basic_string<WChar>& input)
+void TryInteger(const platform::WideText& input)
 {
     int scanned = 0;
     const bool isAlone = platform::ScanHex(input.c_str(), scanned);
@@ -81,7 +82,7 @@ void TryInteger(const std::basic_string<WChar>& input)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string narrow(data, data + size);
-    const std::basic_string<WChar> wide(data, data + size);
+    const platform::WideText wide(data, data + size);
     TryFormat(narrow);
     TryFormat(wide);
     TryNumber(narrow);

@@ -2,6 +2,7 @@
 
 #include "core/base/BString.h"
 #include "core/base/WString.h"
+#include "core/platform/WideText.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -47,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const File input(std::tmpfile(), std::fclose);
     std::fwrite(data, 1, size, input.get());
-    const WString wide = std::basic_string<WChar>(data, data + size).c_str();
+    const WString wide = platform::WideText(data, data + size).c_str();
     Try(BString(std::string(data, data + size).c_str()), input.get());
     Try(wide, input.get());
 

@@ -1,4 +1,5 @@
 #include "core/language/BLanguageMap.h"
+#include "core/platform/WideText.h"
 
 #include <benchmark/benchmark.h>
 
@@ -18,13 +19,13 @@
 
 namespace {
 
-using StdString = std::basic_string<WChar>;
+using platform::WideText;
 
 struct Entry {
-    StdString key, defaultText, text;
+    WideText key, defaultText, text;
 };
 
-StdString Widen(const std::string& text)
+WideText Widen(const std::string& text)
 {
     return {text.begin(), text.end()};
 }
@@ -120,11 +121,11 @@ void BM_LanguageTranslate(benchmark::State& state)
 void BM_LanguageTranslate_StdMap(benchmark::State& state)
 {
     const std::vector<Entry> entries = Entries(state.range(0), "_");
-    std::map<StdString, StdString> map;
+    std::map<WideText, WideText> map;
     for (const Entry& entry : entries)
         map.emplace(entry.key, entry.text);
-    Ask(state, Questions<StdString>(entries),
-        [&map](const StdString& key) { return map.find(key)->second; });
+    Ask(state, Questions<WideText>(entries),
+        [&map](const WideText& key) { return map.find(key)->second; });
 }
 
 #if defined(QD_BENCH_QT)

@@ -1,5 +1,7 @@
 #include "core/platform/CodePage.h"
 
+#include "core/platform/WideText.h"
+
 #include <benchmark/benchmark.h>
 #include <unicode/ucnv.h>
 
@@ -10,7 +12,7 @@
 
 namespace {
 
-using WideText = std::basic_string<WChar>;
+using platform::WideText;
 
 enum EMix { Ascii, Umlauts, Symbols };
 

@@ -1,5 +1,6 @@
 #include "core/platform/FormatText.h"
 #include "core/platform/ScanText.h"
+#include "core/platform/WideText.h"
 
 #include <benchmark/benchmark.h>
 
@@ -102,7 +103,7 @@ BENCHMARK(BM_FormatDouble_Snprintf);
 
 static void BM_ScanDouble(benchmark::State& state)
 {
-    std::vector<std::basic_string<WChar>> texts;
+    std::vector<platform::WideText> texts;
     for (const std::string& text : MakeNumberTexts())
         texts.emplace_back(text.begin(), text.end());
     std::size_t index = 0;

@@ -1,4 +1,5 @@
 #include "core/platform/CharClass.h"
+#include "core/platform/WideText.h"
 
 #include <benchmark/benchmark.h>
 
@@ -7,7 +8,7 @@
 
 namespace {
 
-using WideText = std::basic_string<WChar>;
+using platform::WideText;
 
 WideText MakeText(const benchmark::State& state)
 {

@@ -1,3 +1,4 @@
+#include "core/platform/WideText.h"
 #include "core/profile/BConfigRegistry.h"
 
 #include <benchmark/benchmark.h>
@@ -22,7 +23,7 @@ namespace {
 template <class Text>
 Text Widen(const std::string& text)
 {
-    const std::basic_string<WChar> units(text.begin(), text.end());
+    const platform::WideText units(text.begin(), text.end());
 #if defined(QD_BENCH_QT)
     if constexpr (std::is_same_v<Text, QString>)
         return QString::fromUtf16(units.c_str());

@@ -1,3 +1,4 @@
+#include "core/platform/WideText.h"
 #include "core/tree/BBank.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"
@@ -41,7 +42,7 @@ const std::vector<WString>& Paths()
         std::vector<WString> made;
         for (const std::u16string& name : ShuffledNames(kSiblings))
             made.push_back(WString(QD_W("/")) +
-                           std::basic_string<WChar>(name.begin(), name.end()).c_str());
+                           platform::WideText(name.begin(), name.end()).c_str());
         return made;
     }();
     return paths;

@@ -1,6 +1,7 @@
 #include "core/language/BLanguageMap.h"
 
 #include "core/base/ErrorCodes.h"
+#include "core/platform/WideText.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +10,9 @@
 
 namespace {
 
-using Wide = std::basic_string<WChar>;
+using platform::WideText;
 
-Wide TextOf(const BLanguageMap& map, const WChar* key, bool translated = true)
+WideText TextOf(const BLanguageMap& map, const WChar* key, bool translated = true)
 {
     WString text = QD_W("(none)");
     map.Find(key, text, translated);
@@ -92,10 +93,11 @@ TEST(BLanguageMap, FindsAndOrdersKeysByCollation)
     // Overwriting takes the new spelling of the key, the old one is still equal to it.
     EXPECT_EQ(map.Add(QD_W("$Strasse"), QD_W("x"), QD_W("y"), true, false), 0);
     EXPECT_EQ(TextOf(map, QD_W("$Stra\u00DFe")), QD_W("y"));
-    std::vector<Wide> keys;
+    std::vector<WideText> keys;
     for (const auto& item : map.StdDefaultMap())
         keys.emplace_back(item.key);
-    EXPECT_EQ(keys, (std::vector<Wide>{QD_W("$a_1"), QD_W("$b"), QD_W("$B"), QD_W("$Strasse")}));
+    EXPECT_EQ(keys,
+              (std::vector<WideText>{QD_W("$a_1"), QD_W("$b"), QD_W("$B"), QD_W("$Strasse")}));
 }
 
 TEST(BLanguageMap, KeepsItsOtherKeysWhenEntriesAreReplaced)
@@ -131,11 +133,11 @@ TEST(BLanguageMap, TranslatesKeysAloneAndInTexts)
     for (const auto& row : cases) {
         SCOPED_TRACE(&row - cases);
         map.ActivateTestMode(false);
-        EXPECT_EQ(Wide(map.Translate(row.text)), row.translated);
-        EXPECT_EQ(Wide(map.TranslateExt(row.text)), row.extended);
+        EXPECT_EQ(WideText(map.Translate(row.text)), row.translated);
+        EXPECT_EQ(WideText(map.TranslateExt(row.text)), row.extended);
         map.ActivateTestMode(true);
-        EXPECT_EQ(Wide(map.Translate(row.text)), row.marked);
-        EXPECT_EQ(Wide(map.TranslateExt(row.text)), row.extendedMarked);
+        EXPECT_EQ(WideText(map.Translate(row.text)), row.marked);
+        EXPECT_EQ(WideText(map.TranslateExt(row.text)), row.extendedMarked);
     }
 }
 
@@ -175,7 +177,7 @@ TEST(BLanguageMap, TranslatesTextsBackToTheirKeys)
         SCOPED_TRACE(testing::Message() << "row " << &row - cases);
         WString keys = QD_W("(as before)");
         EXPECT_EQ(map.TranslateBack(row.text, keys, row.prefix, row.language), row.count);
-        EXPECT_EQ(Wide(keys), row.keys);
+        EXPECT_EQ(WideText(keys), row.keys);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "core/base/ErrorCodes.h"
 #include "core/file/BFile.h"
 #include "core/language/BLanguageMap.h"
+#include "core/platform/WideText.h"
 
 #include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
@@ -13,14 +14,14 @@
 
 namespace {
 
-using Wide = std::basic_string<WChar>;
+using platform::WideText;
 
 constexpr WChar kMode[] = QD_W("r,ccs=UTF-16LE");
 constexpr WChar kNone[] = QD_W("(none)");
 const std::string kMark = "\xFF\xFE";
 
 // The bytes of `text`, each line feed as CR LF.
-std::string Units(const Wide& text)
+std::string Units(const WideText& text)
 {
     std::string bytes;
     for (const WChar unit : text) {
@@ -32,7 +33,7 @@ std::string Units(const Wide& text)
     return bytes;
 }
 
-Wide TextOf(const BLanguageMap& map, const WChar* key)
+WideText TextOf(const BLanguageMap& map, const WChar* key)
 {
     WString text = kNone;
     map.Find(key, text, true);
@@ -42,7 +43,7 @@ Wide TextOf(const BLanguageMap& map, const WChar* key)
 class LanguageFile : public testing::Test {
 protected:
     /// Writes a whole file and gives its path.
-    WString Put(const char* name, const Wide& text) const
+    WString Put(const char* name, const WideText& text) const
     {
         WriteFileBytes(m_folder / name, kMark + Units(text));
         return m_folder.Path(name);
@@ -55,9 +56,9 @@ protected:
 TEST_F(LanguageFile, ReadsLinesIntoCells)
 {
     struct Case {
-        Wide file, cells; // "a|b|c/" is a line of three cells
+        WideText file, cells; // "a|b|c/" is a line of three cells
     };
-    const Wide longText(300, 'x'); // longer than what is read at once
+    const WideText longText(300, 'x'); // longer than what is read at once
     const Case cases[] = {
         {QD_W(""), QD_W("")},
         {QD_W("\n"), QD_W("||/")},
@@ -68,16 +69,16 @@ TEST_F(LanguageFile, ReadsLinesIntoCells)
         {QD_W("\"\\n\\x41\"\t\\t\\\\n\t\\q\\"), QD_W("\nA|\t\\n|\\q\\/")},
         {QD_W("\"a\tb\nc"), QD_W("a\tb\nc||/")},
         {longText + QD_W("\t") + longText, longText + QD_W("|") + longText + QD_W("|/")},
-        {QD_W("a") + Wide(2, 0) + QD_W("b\t\xFFFF\xFFFFz"), QD_W("ab||/||/z||/")},
+        {QD_W("a") + WideText(2, 0) + QD_W("b\t\xFFFF\xFFFFz"), QD_W("ab||/||/z||/")},
     };
     BArray<WString> cells;
     for (int i = 0; i < 5; ++i)
         cells.Append(QD_W("more than a line has"));
     for (const auto& row : cases) {
         BFile file(Put("x.lng", row.file), kMode);
-        Wide read;
+        WideText read;
         while (BLanguageMap::ReadLn(file, cells, 3))
-            read += cells[0].CStr() + Wide(1, '|') + cells[1].CStr() + WChar('|') +
+            read += cells[0].CStr() + WideText(1, '|') + cells[1].CStr() + WChar('|') +
                     cells[2].CStr() + WChar('/');
         EXPECT_EQ(read, row.cells) << testing::PrintToString(row.file);
     }
@@ -92,12 +93,12 @@ TEST_F(LanguageFile, ReadsNoUnitAhead)
     WString cell;
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\t');
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\n');
-    EXPECT_EQ(Wide(cell), QD_W("b"));
+    EXPECT_EQ(WideText(cell), QD_W("b"));
     BLanguageMap::SkipLn(file);
     BArray<WString> cells;
     EXPECT_TRUE(BLanguageMap::ReadLn(file, cells, 0));
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), 65535);
-    EXPECT_EQ(Wide(cell), QD_W("f"));
+    EXPECT_EQ(WideText(cell), QD_W("f"));
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), 65535);
     EXPECT_TRUE(cell.IsEmpty());
 }
@@ -109,10 +110,10 @@ TEST_F(LanguageFile, IsImportedWithALog)
     BLanguageMap map;
     WString log = QD_W("before\n");
     EXPECT_EQ(map.ImportMapFile(m_path, &log, false, true), kErrorLanguageLines);
-    EXPECT_EQ(Wide(log), QD_W("before\nImport Language File ") + Wide(m_path) +
-                             QD_W("\nLine 3 : Error 7356 [$A-1] [b] []\n")
-                                 QD_W("Line 5 : Error 7359 [$A] [Bye] [Tsch\n]\n")
-                                     QD_W("4 entries loaded\n\n"));
+    EXPECT_EQ(WideText(log), QD_W("before\nImport Language File ") + WideText(m_path) +
+                                 QD_W("\nLine 3 : Error 7356 [$A-1] [b] []\n")
+                                     QD_W("Line 5 : Error 7359 [$A] [Bye] [Tsch\n]\n")
+                                         QD_W("4 entries loaded\n\n"));
     EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("Hallo"));
     EXPECT_EQ(TextOf(map, QD_W("$B")), QD_W("Only"));
     EXPECT_EQ(map.ImportMapFile(m_path, nullptr, true, false), kErrorLanguageLines);
@@ -122,7 +123,7 @@ TEST_F(LanguageFile, IsImportedWithALog)
     for (const WString& missing : {WString(), m_folder.Path("none.lng"), m_folder.Path(".")}) {
         log.Clear();
         EXPECT_EQ(map.ImportMapFile(missing, &log, true, true), kErrorLanguageFile);
-        EXPECT_EQ(Wide(log), QD_W("Import Language File ") + Wide(missing) + QD_W("\n"));
+        EXPECT_EQ(WideText(log), QD_W("Import Language File ") + WideText(missing) + QD_W("\n"));
     }
 }
 
@@ -159,7 +160,7 @@ TEST_F(LanguageFile, KeepsWhatIsGoodOfABrokenFile)
 
 TEST_F(LanguageFile, MayHaveTextsOfAnyLength)
 {
-    const Wide megabyte(1 << 20, '\\');
+    const WideText megabyte(1 << 20, '\\');
     Put("x.lng", QD_W("$B\t\"") + megabyte + QD_W("\"\n") + megabyte + QD_W("\n$C\tx"));
     BLanguageMap map;
     EXPECT_EQ(map.ImportMapFile(m_path, nullptr, false, true), kErrorNone);
@@ -188,7 +189,7 @@ TEST_F(LanguageFile, IsImportedWithAllThatMatchInOrderOfTheirNames)
 TEST_F(LanguageFile, IsWrittenAlikeOnEveryPlatformAndReadsBack)
 {
     const WChar awkward[] = {'\t', 0xD800, 0x1A, 0xE000, 0};
-    const Wide texts[] = {
+    const WideText texts[] = {
         QD_W("Hallo"),
         QD_W(""),
         QD_W("\u00D6l \u20AC"),

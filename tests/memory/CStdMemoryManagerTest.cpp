@@ -4,6 +4,7 @@
 #include "core/base/SP.h"
 #include "core/memory/BMemoryBlockStdHeap.h"
 #include "core/operation/Messages.h"
+#include "core/platform/WideText.h"
 
 #include "tests/Latch.h"
 #include "tests/ThrownError.h"
@@ -43,7 +44,7 @@ protected:
 
 /// The text of the BError that `call` throws.
 template <class Call>
-std::basic_string<WChar> Refusal(Call call)
+platform::WideText Refusal(Call call)
 {
     std::optional<BError> error = ThrownError(call);
     EXPECT_TRUE(error && error->Error() == kErrorMemory);

@@ -1,11 +1,13 @@
 #include "core/platform/CodePage.h"
 
+#include "core/platform/WideText.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 
-using WideText = std::basic_string<WChar>;
+using platform::WideText;
 
 namespace {
 
@@ -16,7 +18,7 @@ WideText Wide(std::string_view text)
     return wide;
 }
 
-std::string Ansi(std::basic_string_view<WChar> text)
+std::string Ansi(platform::WideView text)
 {
     std::string ansi(platform::WideToAnsi(text.data(), text.size(), nullptr, 0), '.');
     platform::WideToAnsi(text.data(), text.size(), ansi.data(), ansi.size());

@@ -1,5 +1,7 @@
 #include "core/platform/Collation.h"
 
+#include "core/platform/WideText.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -13,9 +15,9 @@ using platform::kNotFound;
 
 namespace {
 
-using Text = std::basic_string<WChar>;
+using platform::WideText;
 
-std::string Key(const Text& text, ECase letterCase)
+std::string Key(const WideText& text, ECase letterCase)
 {
     std::string key;
     platform::AppendCollationKey(text.c_str(), text.size(), letterCase, key);
@@ -28,7 +30,7 @@ int Sign(int order)
 }
 
 // How `a` sorts to `b` in every way there is to ask; 2 when the ways contradict each other.
-int Order(const Text& a, const Text& b, ECase letterCase)
+int Order(const WideText& a, const WideText& b, ECase letterCase)
 {
     const int order = Sign(Collate(a.c_str(), b.c_str(), letterCase));
     const bool agree = Sign(Collate(b.c_str(), a.c_str(), letterCase)) == -order &&
@@ -42,7 +44,7 @@ TEST(Collation, SortsAsWindowsDoes)
 {
     struct Case {
         ECase letterCase;
-        std::vector<Text> ascending;
+        std::vector<WideText> ascending;
     };
     const auto with = ECase::Matters;
     const auto without = ECase::Ignored;
@@ -101,12 +103,12 @@ TEST(Collation, SortsAsWindowsDoes)
 
 TEST(Collation, SortsAsciiByThisList)
 {
-    const Text ascending =
+    const WideText ascending =
         QD_W(" \t\n\v\f\r!\"#$%&()*,./:;?@[\\]^_`{|}~+<=>0123456789aAbBcCdDeEfFgGhHiIjJkKlLmMnNoO")
             QD_W("pPqQrRsStTuUvVwWxXyYzZ");
     for (std::size_t i = 0; i + 1 < ascending.size(); ++i) {
-        const Text lower(1, ascending[i]);
-        const Text upper(1, ascending[i + 1]);
+        const WideText lower(1, ascending[i]);
+        const WideText upper(1, ascending[i + 1]);
         EXPECT_EQ(Order(lower, upper, ECase::Matters), -1) << testing::PrintToString(lower);
         EXPECT_EQ(
             Order(QD_W("x") + lower + QD_W("y"), QD_W("x") + upper + QD_W("y"), ECase::Matters), -1)
@@ -116,7 +118,7 @@ TEST(Collation, SortsAsciiByThisList)
 
 TEST(Collation, TakesDifferentSpellingsForEqual)
 {
-    const std::vector<Text> always[] = {
+    const std::vector<WideText> always[] = {
         {QD_W("Straße"), QD_W("Strasse")},
         {QD_W("STRA\u1E9EE"), QD_W("STRASSE")},
         {QD_W("æœþ"), QD_W("aeoeth")},
@@ -131,7 +133,7 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
         {QD_W("ab"), QD_W("a\u00ADb"), QD_W("ab\uFEFF")},
         {QD_W("aa"), QD_W("aー"), QD_W("a\u00ADー"), QD_W("a々")},
     };
-    const std::vector<Text> withoutCase[] = {
+    const std::vector<WideText> withoutCase[] = {
         {QD_W("node"), QD_W("NODE"), QD_W("nOde")},
         {QD_W("äöü"), QD_W("ÄÖÜ")},
         {QD_W("Σίσυφος"), QD_W("ΣΊΣΥΦΟΣ")},
@@ -140,7 +142,7 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
         {QD_W("straße"), QD_W("STRASSE")},
     };
     for (const auto& group : always) {
-        for (const Text& text : group) {
+        for (const WideText& text : group) {
             SCOPED_TRACE(testing::PrintToString(text));
             EXPECT_EQ(Order(group[0], text, ECase::Matters), 0);
             EXPECT_EQ(Order(group[0], text, ECase::Ignored), 0);
@@ -159,18 +161,18 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
 TEST(Collation, OrdersLikeItsKeysWhateverTheTexts)
 {
     // That it agrees with the order of byte strings shows that it is total and transitive.
-    const Text alphabet =
+    const WideText alphabet =
         QD_W("aAbBeE1 .-'_äÄßéæﬁŁı²½µΣςяЙがァｱーヽ々漢\u0301\u0327\u00AD\u2013\u0001");
     std::minstd_rand random(7);
     const auto below = [&](std::size_t count) { return random() % count; };
-    std::vector<Text> texts(150);
-    for (Text& text : texts) {
+    std::vector<WideText> texts(150);
+    for (WideText& text : texts) {
         for (std::size_t length = below(5); length > 0; --length)
             text += alphabet[below(alphabet.size())];
     }
     for (const ECase letterCase : {ECase::Matters, ECase::Ignored}) {
-        for (const Text& a : texts) {
-            for (const Text& b : texts)
+        for (const WideText& a : texts) {
+            for (const WideText& b : texts)
                 ASSERT_NE(Order(a, b, letterCase), 2)
                     << testing::PrintToString(a) << " and " << testing::PrintToString(b);
         }
@@ -182,8 +184,8 @@ TEST(Collation, SeesEveryUnitWhereverTheTextsStand)
     const std::size_t length = 20;
     for (std::size_t shift = 0; shift < 16; ++shift) {
         for (std::size_t differ = 0; differ < length; ++differ) {
-            const Text a = Text(shift, QD_W('x')) + Text(length, QD_W('e'));
-            Text b = Text(shift / 4, QD_W('y')) + Text(length, QD_W('e'));
+            const WideText a = WideText(shift, QD_W('x')) + WideText(length, QD_W('e'));
+            WideText b = WideText(shift / 4, QD_W('y')) + WideText(length, QD_W('e'));
             EXPECT_EQ(Collate(a.c_str() + shift, b.c_str() + shift / 4, ECase::Matters), 0);
             b[shift / 4 + differ] = QD_W('f');
             EXPECT_LT(Collate(a.c_str() + shift, b.c_str() + shift / 4, ECase::Matters), 0);
@@ -196,7 +198,7 @@ TEST(Collation, SeesEveryUnitWhereverTheTextsStand)
 TEST(Collation, FindsAsManyUnitsAsThePartHas)
 {
     struct Case {
-        Text text, part;
+        WideText text, part;
         std::size_t position;
     };
     const Case cases[] = {

@@ -1,6 +1,7 @@
 #include "core/platform/PrivateProfile.h"
 
 #include "core/platform/FileSystem.h"
+#include "core/platform/WideText.h"
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
@@ -13,15 +14,15 @@
 
 namespace {
 
-using Text = std::basic_string<WChar>;
+using platform::WideText;
 
 constexpr std::size_t kRoom = 512;
-const Text kNothing = QD_W("(nothing)");
+const WideText kNothing = QD_W("(nothing)");
 
 // Each 0 of a list is a "|".
-Text Listed(const WChar* buffer, std::size_t length)
+WideText Listed(const WChar* buffer, std::size_t length)
 {
-    Text list(buffer, length);
+    WideText list(buffer, length);
     for (WChar& unit : list)
         unit = unit == 0 ? QD_W('|') : unit;
     return list;
@@ -30,31 +31,32 @@ Text Listed(const WChar* buffer, std::size_t length)
 /// One profile in a folder of its own.
 class PrivateProfile : public testing::Test {
 protected:
-    [[nodiscard]] Text Read(const Text& section, const Text& key,
-                            const Text& fallback = kNothing) const
+    [[nodiscard]] WideText Read(const WideText& section, const WideText& key,
+                                const WideText& fallback = kNothing) const
     {
         WChar buffer[kRoom];
         const std::size_t length = platform::ReadProfileText(m_path, section.c_str(), key.c_str(),
                                                              fallback.c_str(), buffer, kRoom);
         return {buffer, length};
     }
-    [[nodiscard]] Text Keys(const Text& section) const
+    [[nodiscard]] WideText Keys(const WideText& section) const
     {
         WChar buffer[kRoom];
         return Listed(buffer, platform::ReadProfileText(m_path, section.c_str(), nullptr,
                                                         kNothing.c_str(), buffer, kRoom));
     }
-    [[nodiscard]] Text Lines(const Text& section) const
+    [[nodiscard]] WideText Lines(const WideText& section) const
     {
         WChar buffer[kRoom];
         return Listed(buffer, platform::ReadProfileSection(m_path, section.c_str(), buffer, kRoom));
     }
-    [[nodiscard]] Text Sections() const
+    [[nodiscard]] WideText Sections() const
     {
         WChar buffer[kRoom];
         return Listed(buffer, platform::ReadProfileSectionNames(m_path, buffer, kRoom));
     }
-    [[nodiscard]] bool Set(const Text& section, const Text& key, const Text& value) const
+    [[nodiscard]] bool Set(const WideText& section, const WideText& key,
+                           const WideText& value) const
     {
         return platform::ProfileUpdate(m_path).SetText(section.c_str(), key.c_str(), value.c_str());
     }
@@ -94,7 +96,7 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
                            "[W]x]\n"
                            "last=\xE4\x80");
     struct Case {
-        Text section, key, value;
+        WideText section, key, value;
     };
     const Case cases[] = {
         {QD_W("S"), QD_W("k"), QD_W("1")}, // the first of equal keys
@@ -131,7 +133,7 @@ TEST_F(PrivateProfile, EndsALineAtEitherLineEnd)
 {
     struct Case {
         std::string text;
-        Text sections, lines; // the lines of S
+        WideText sections, lines; // the lines of S
     };
     const Case cases[] = {
         {"a=1\r[S]\rk=1\rl=2\r[T]\rx=y\r", QD_W("S|T|"), QD_W("k=1|l=2|")},
@@ -191,14 +193,14 @@ TEST_F(PrivateProfile, CutsWhatIsTooLong)
 
 TEST_F(PrivateProfile, WritesWhereTheOtherPlatformDoes)
 {
-    using Optional = std::optional<Text>; // none: removed
+    using Optional = std::optional<WideText>; // none: removed
     struct Case {
         std::string before;
-        Text section, key;
+        WideText section, key;
         Optional value;
         std::string after;
     };
-    const Text s = QD_W("S"), k = QD_W("k"), n = QD_W("n"), two = QD_W("2");
+    const WideText s = QD_W("S"), k = QD_W("k"), n = QD_W("n"), two = QD_W("2");
     const Case cases[] = {
         {"", s, k, QD_W("v"), "[S]\r\nk=v\r\n"},
         {"", s, k, QD_W(""), "[S]\r\nk=\r\n"},
@@ -249,7 +251,7 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
     ASSERT_TRUE(Set(QD_W("S"), QD_W("k0"), QD_W("0")));
     ASSERT_TRUE(Set(QD_W("T"), QD_W("k0"), QD_W("t")));
     for (int i = 1; i < 60; ++i) {
-        const Text number = WString::FromInt(i).CStr(), half = WString::FromInt(i / 2).CStr();
+        const WideText number = WString::FromInt(i).CStr(), half = WString::FromInt(i / 2).CStr();
         ASSERT_TRUE(Set(QD_W("S"), QD_W("k") + number, number));
         ASSERT_TRUE(Set(QD_W("S"), QD_W("K") + half, half + QD_W(" again")));
         EXPECT_EQ(Read(QD_W("S"), QD_W("K") + number), number);

@@ -1,6 +1,7 @@
 #include "core/platform/Registry.h"
 
 #include "core/base/ErrorCodes.h"
+#include "core/platform/WideText.h"
 #include "core/profile/BConfigRegistry.h"
 
 #include "tests/profile/TestRegistry.h"
@@ -15,12 +16,12 @@ TEST(Registry, ReadsTextsAloneAndAsTheyAreStored)
     using platform::ERegistryType;
     struct Case {
         ERegistryType type;
-        std::basic_string<WChar> data; // with its terminator, if it has one
+        platform::WideText data; // with its terminator, if it has one
         ERegistryRead result;
         const WChar* text;
         int readsAsInt;
     };
-    const std::basic_string<WChar> twelve{'1', '2', 0};
+    const platform::WideText twelve{'1', '2', 0};
     const Case cases[] = {
         {ERegistryType::Text, twelve, ERegistryRead::Done, QD_W("12"), 0},
         {ERegistryType::ExpandableText,
@@ -41,7 +42,7 @@ TEST(Registry, ReadsTextsAloneAndAsTheyAreStored)
         SCOPED_TRACE(&c - cases);
         ASSERT_TRUE(platform::WriteRegistryValue(*key, QD_W("v"), c.type, c.data.data(),
                                                  c.data.size() * sizeof(WChar)));
-        std::basic_string<WChar> text = QD_W("before");
+        platform::WideText text = QD_W("before");
         EXPECT_EQ(platform::ReadRegistryText(*key, QD_W("V"), text), c.result);
         EXPECT_EQ(text.substr(0, text.find(WChar(0))), c.text);
         int number = 0;

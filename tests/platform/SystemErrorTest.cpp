@@ -1,6 +1,7 @@
 #include "core/platform/SystemError.h"
 
 #include "core/platform/Thread.h"
+#include "core/platform/WideText.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +12,7 @@ TEST(SystemError, SpeaksOfTheLastFailure)
 {
     // Which words it uses is the system's business.
     std::FILE* const missing = std::fopen("no such folder/no such file", "rb");
-    const std::basic_string<WChar> text = platform::LastErrorText();
+    const platform::WideText text = platform::LastErrorText();
     ASSERT_EQ(missing, nullptr);
     EXPECT_GT(text.size(), 8u);
     EXPECT_EQ(text.find(WChar(0)), text.npos);

@@ -1,5 +1,6 @@
 #include "core/base/BString.h"
 #include "core/base/ErrorCodes.h"
+#include "core/platform/WideText.h"
 #include "core/profile/BConfigRegistry.h"
 
 #include "tests/ThrownError.h"
@@ -12,14 +13,14 @@
 
 namespace {
 
-using Units = std::basic_string<WChar>;
+using platform::WideText;
 
 // The text under `name`; "<none>" when it cannot be read.
-Units Read(const BConfig& config, const WString& name)
+WideText Read(const BConfig& config, const WString& name)
 {
     WString value = QD_W("<none>");
     const int code = config.ReadString(name, value);
-    const Units units = value.CStr();
+    const WideText units = value.CStr();
     EXPECT_EQ(code, units == QD_W("<none>") ? kErrorGeneral : 0);
     return units;
 }
@@ -90,26 +91,26 @@ TEST(BConfig, WritesNumbersAsShortTexts)
 
 TEST(BConfigRegistry, KeepsEveryTextUnderEveryName)
 {
-    const Units texts[] = {
+    const WideText texts[] = {
         QD_W(""),
         QD_W("\u00E4\u6E2C \xD83D\xDE00"),
         {WChar(0xD83D)},                     // half a surrogate pair
         {WChar(0xDE00), 'x', WChar(0xD83D)}, // two halves the wrong way round
         QD_W("back\\slash\r\n\t\"quoted\""),
-        Units(16383, 'n'), // the longest name
+        WideText(16383, 'n'), // the longest name
     };
     const TestRegistry registry;
     BConfigRegistry config(registry.Path());
-    for (const Units& text : texts)
+    for (const WideText& text : texts)
         EXPECT_EQ(config.WriteString(text.c_str(), text.c_str()), 0);
     const BConfigRegistry again(registry.Path());
-    for (const Units& text : texts)
+    for (const WideText& text : texts)
         EXPECT_EQ(Read(again, text.c_str()), text);
 
-    EXPECT_EQ(config.WriteString(Units(16384, 'n').c_str(), QD_W("")), kErrorGeneral);
+    EXPECT_EQ(config.WriteString(WideText(16384, 'n').c_str(), QD_W("")), kErrorGeneral);
     for (const std::size_t length : {1'000'000U, 3U, 0U, 20'000U}) {
-        EXPECT_EQ(config.WriteString(QD_W("long"), Units(length, 'x').c_str()), 0);
-        EXPECT_EQ(Read(again, QD_W("long")), Units(length, 'x'));
+        EXPECT_EQ(config.WriteString(QD_W("long"), WideText(length, 'x').c_str()), 0);
+        EXPECT_EQ(Read(again, QD_W("long")), WideText(length, 'x'));
     }
 }
 
@@ -136,7 +137,7 @@ TEST(BConfigRegistry, ComparesNamesUnitByUnitWithoutCase)
         SCOPED_TRACE(index);
         const Case& c = cases[index];
         const SP<BConfig> config = root.Child(WString::FromInt(static_cast<int>(index)));
-        const Units found = c.isSame ? QD_W("x") : QD_W("<none>");
+        const WideText found = c.isSame ? QD_W("x") : QD_W("<none>");
         config->WriteString(c.first, QD_W("x"));
         EXPECT_EQ(Read(*config, c.second), found);
         config->Child(c.first)->WriteString(QD_W("v"), QD_W("x"));
@@ -150,9 +151,9 @@ TEST(BConfigRegistry, MakesTheKeysOfAPath)
         const WChar* path;
         const WChar* same; // another path to the same key; null when `path` is refused
     };
-    const Units longest(255, 'k');
-    const Units deep = longest + QD_W("\\") + longest;
-    const Units tooLong = QD_W("new\\") + Units(300, 'k');
+    const WideText longest(255, 'k');
+    const WideText deep = longest + QD_W("\\") + longest;
+    const WideText tooLong = QD_W("new\\") + WideText(300, 'k');
     const Case cases[] = {
         {QD_W("a\\b\\c"), QD_W("A\\B\\C")},
         {QD_W("d\\\\e"), QD_W("d\\e")},

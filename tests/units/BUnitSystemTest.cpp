@@ -1,6 +1,7 @@
 #include "core/units/BUnitSystem.h"
 
 #include "core/operation/Messages.h"
+#include "core/platform/WideText.h"
 
 #include "tests/operation/RecordingDispatcher.h"
 
@@ -14,7 +15,7 @@
 
 namespace {
 
-using Wide = std::basic_string<WChar>;
+using platform::WideText;
 using Messages = std::vector<RecordingDispatcher::Message>;
 
 Messages Changed(std::initializer_list<std::uint64_t> classes)
@@ -36,7 +37,7 @@ TEST(BUnitSystem, StartsWithMillimetresAndDegrees)
     int index = 0;
     for (const auto& [symbol, precision] : cases) {
         const BUnit& unit = system.Unit(static_cast<EUnitClass>(index++));
-        EXPECT_EQ(Wide(unit.Symbol()), symbol);
+        EXPECT_EQ(WideText(unit.Symbol()), symbol);
         EXPECT_EQ(unit.Precision(), precision);
         EXPECT_EQ(unit.Convert(1.0), 1.0);
     }
@@ -61,13 +62,13 @@ TEST(BUnitSystem, PostsEachUnitThatASettingChanges)
     for (const auto& row : cases) {
         SCOPED_TRACE(row.setting);
         system.ChangeUnit(static_cast<EUnit>(row.setting));
-        EXPECT_EQ(Wide(length.Symbol()), row.length);
-        EXPECT_EQ(Wide(length.Format(25.4, -1)), row.text);
+        EXPECT_EQ(WideText(length.Symbol()), row.length);
+        EXPECT_EQ(WideText(length.Format(25.4, -1)), row.text);
         EXPECT_EQ(dispatcher.Posted(), row.posted);
     }
     system.ChangeUnit(UnitClassTemperature, QD_W("K"), 1, 2);
     EXPECT_EQ(dispatcher.Posted(), Changed({4}));
-    EXPECT_EQ(Wide(system.Unit(UnitClassTemperature).Symbol()), QD_W("K"));
+    EXPECT_EQ(WideText(system.Unit(UnitClassTemperature).Symbol()), QD_W("K"));
 }
 
 TEST(BUnitSystem, HasOneInstanceWhicheverThreadAsksFirst)

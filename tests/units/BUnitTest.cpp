@@ -1,5 +1,7 @@
 #include "core/units/BUnit.h"
 
+#include "core/platform/WideText.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,7 +10,7 @@
 
 namespace {
 
-using Wide = std::basic_string<WChar>;
+using platform::WideText;
 
 TEST(BUnit, TakesATextThatIsOneNumberAndNothingElse)
 {
@@ -27,24 +29,24 @@ TEST(BUnit, TakesATextThatIsOneNumberAndNothingElse)
         SCOPED_TRACE(&row - cases);
         EXPECT_DOUBLE_EQ(twice.Convert(row.text), row.converted);
         EXPECT_DOUBLE_EQ(twice.Revert(row.text), row.reverted);
-        EXPECT_EQ(Wide(twice.ConvertStr(row.text)), row.convertedText);
-        EXPECT_EQ(Wide(twice.RevertStr(row.text)), row.revertedText);
-        EXPECT_EQ(Wide(twice.Format(row.text, 2)), row.formatted);
+        EXPECT_EQ(WideText(twice.ConvertStr(row.text)), row.convertedText);
+        EXPECT_EQ(WideText(twice.RevertStr(row.text)), row.revertedText);
+        EXPECT_EQ(WideText(twice.Format(row.text, 2)), row.formatted);
     }
-    EXPECT_EQ(Wide(BUnit(QD_W("\""), 1 / 25.4, 4).ConvertStr(12.5)), QD_W("0.492125984"));
-    EXPECT_EQ(Wide(BUnit().RevertStr(1e12)), QD_W("1e+12"));
+    EXPECT_EQ(WideText(BUnit(QD_W("\""), 1 / 25.4, 4).ConvertStr(12.5)), QD_W("0.492125984"));
+    EXPECT_EQ(WideText(BUnit().RevertStr(1e12)), QD_W("1e+12"));
     EXPECT_EQ(BUnit().Precision(), 9);
 }
 
 TEST(BUnit, FormatsInFixedNotationForAnyPrecision)
 {
-    const Wide zeros(123, '0'), least = Wide(QD_W("0.")) + Wide(39, '0') +
-                                        QD_W("7346839692639296924804603357639035486366659")
-                                            QD_W("7298255470094296981642401078715920448303223");
+    const WideText zeros(123, '0'), least = WideText(QD_W("0.")) + WideText(39, '0') +
+                                            QD_W("7346839692639296924804603357639035486366659")
+                                                QD_W("7298255470094296981642401078715920448303223");
     const struct {
         double value;
         int own, asked;
-        Wide text;
+        WideText text;
     } cases[] = {
         {3.14159, 3, -1, QD_W("3.142")},
         {3.14159, 3, 0, QD_W("3")},
@@ -57,13 +59,13 @@ TEST(BUnit, FormatsInFixedNotationForAnyPrecision)
         {std::numeric_limits<double>::infinity(), 3, 200, QD_W("inf")},
     };
     for (const auto& row : cases)
-        EXPECT_EQ(Wide(BUnit(QD_W(""), 1, row.own).Format(row.value, row.asked)), row.text);
+        EXPECT_EQ(WideText(BUnit(QD_W(""), 1, row.own).Format(row.value, row.asked)), row.text);
 
     // No digit before the full stop is ever cut.
-    const Wide digits = BUnit().Format(-std::numeric_limits<double>::max(), INT_MAX).CStr();
+    const WideText digits = BUnit().Format(-std::numeric_limits<double>::max(), INT_MAX).CStr();
     EXPECT_EQ(digits.size(), 310u);
     EXPECT_EQ(digits.substr(0, 17), QD_W("-1797693134862315"));
-    EXPECT_EQ(digits.find('.'), Wide::npos);
+    EXPECT_EQ(digits.find('.'), WideText::npos);
 }
 
 } // namespace
