@@ -32,31 +32,3 @@ public:
 private:
     std::function<void()> m_look;
 };
-
-/// A value that counts its copies, defaults included, in `alive` and throws on a wanted copy.
-struct CountedValue {
-    static inline int alive = 0;
-    static inline int copiesUntilThrow = -1; // negative: never
-
-    explicit CountedValue(int number = 0)
-        : value(number)
-    {
-        ++alive;
-    }
-    CountedValue(const CountedValue& other)
-        : CountedValue(other.value)
-    {
-        if (copiesUntilThrow-- == 0)
-            throw 1;
-    }
-    CountedValue& operator=(const CountedValue& other)
-    {
-        if (copiesUntilThrow-- == 0)
-            throw 1;
-        value = other.value;
-        return *this;
-    }
-    ~CountedValue() { --alive; }
-
-    int value;
-};
