@@ -44,14 +44,6 @@ TEST(BRectItr, JumpsWhereverItIsTold)
     EXPECT_EQ(itr.RelativePosition(), BPoint(6, 9)); // off the grid
 }
 
-TEST(BRectItr, CountsCellsFromZeroAndTestsOnlyTheRow)
-{
-    const BRectItr itr = Walk(BRect(4, 6, 4, 10), 2); // without columns
-    EXPECT_TRUE(itr.IsValid());
-    EXPECT_EQ(itr.RelativePosition(), BPoint(4, 6));
-    EXPECT_EQ(itr.StepPosition(), BPoint(2, 3));
-}
-
 TEST(BRectItr, MapsCellsByScaleThenOriginAndNeverTurnsThem)
 {
     BRectItr itr(BRect(1, 2, 5, 5), BFPoint(10.0f, -20.5f), 0.5f, 2.0f);
@@ -59,6 +51,10 @@ TEST(BRectItr, MapsCellsByScaleThenOriginAndNeverTurnsThem)
     EXPECT_EQ(itr++, BFPoint(10.5f, -16.5f));
     EXPECT_EQ(itr--, BFPoint(11.0f, -16.5f));
     EXPECT_EQ(itr.RelativePosition(), BPoint(1, 2));
+
+    const BRectItr empty = Walk(BRect(4, 6, 4, 10), 2); // only the row is tested
+    EXPECT_TRUE(empty.IsValid());
+    EXPECT_EQ(empty.StepPosition(), BPoint(2, 3)); // from the origin
 
     const BMatrix2x3 matrix(2.0f, 99.0f, 98.0f, 1e10f, 10.0f, 20.0f);
     EXPECT_EQ(BRectItr(BRect(1, 1, 5, 5), matrix).Position(), BPoint(12, INT_MIN));

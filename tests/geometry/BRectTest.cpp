@@ -24,11 +24,9 @@ TEST(BRect, CombinesAsThePlatformDoesAlsoInFloats)
         {{0, 0, 10, 10}, {10, 0, 20, 10}, {}, {0, 0, 20, 10}},        // side by side
         {{0, 0, 10, 10}, {0, 10, 10, 20}, {}, {0, 0, 10, 20}},        // one below the other
         {{0, 0, 2, 2}, {5, 5, 7, 7}, {}, {0, 0, 7, 7}},               // apart
-        {{0, 0, 10, 10}, {3, 3, 3, 8}, {}, {0, 0, 10, 10}},           // no width
         {{0, 0, 10, 10}, {30, 8, 40, 2}, {}, {0, 0, 10, 10}},         // bottom above top
         {{8, 1, 2, 5}, {3, 3, 4, 4}, {}, {3, 3, 4, 4}},               // right before left
         {{5, 5, 5, 5}, {9, 9, 1, 1}, {}, {}},                         // nothing in either
-        {kEverything, {-1, -1, 1, 1}, {-1, -1, 1, 1}, kEverything},
         {{INT_MIN, 0, -1, 1}, {1, 0, INT_MAX, 1}, {}, {INT_MIN, 0, INT_MAX, 1}},
     };
     for (const auto& row : cases) {
@@ -46,15 +44,11 @@ TEST(BRect, CombinesUpToFourOthers)
 {
     const BRect inner(0, 0, 5, 5);
     const BRect a(1, -9, 9, 9), b(-9, 2, 9, 9), c(-9, -9, 3, 9), d(-9, -9, 9, 4);
-    EXPECT_EQ(inner.Intersection(a, b), BRect(1, 2, 5, 5));
-    EXPECT_EQ(inner.Intersection(a, b, c), BRect(1, 2, 3, 5));
     EXPECT_EQ(inner.Intersection(a, b, c, d), BRect(1, 2, 3, 4));
     EXPECT_EQ(Floats(inner).Intersection(Floats(a), Floats(b), Floats(c), Floats(d)),
               BFRect(1.0f, 2.0f, 3.0f, 4.0f));
 
     const BRect left(-9, 0, 0, 1), top(0, -8, 1, 0), right(1, 0, 7, 1), bottom(0, 1, 1, 6);
-    EXPECT_EQ(inner.Union(left, top), BRect(-9, -8, 5, 5));
-    EXPECT_EQ(inner.Union(left, top, right), BRect(-9, -8, 7, 5));
     EXPECT_EQ(inner.Union(left, top, right, bottom), BRect(-9, -8, 7, 6));
     EXPECT_EQ(Floats(inner).Union(Floats(left), Floats(top), Floats(right), Floats(bottom)),
               BFRect(-9.0f, -8.0f, 7.0f, 6.0f));

@@ -25,14 +25,6 @@ TEST(BRgb, LiesInMemoryAsBitmapsHaveIt)
     EXPECT_EQ(withAlpha, BRgba(8, 9, 10, 4));
 }
 
-TEST(BRgba, IsOpaqueUnlessSaidOtherwise)
-{
-    EXPECT_EQ(BRgba(BRgb(1, 2, 3)), BRgba(1, 2, 3, 255));
-    BRgba pixel(1, 2, 3, 4);
-    pixel = 9;
-    EXPECT_EQ(pixel, BRgba(9, 9, 9, 255));
-}
-
 TEST(BRgb, WrapsInASumThatLeavesAlphaToTheCaller)
 {
     EXPECT_EQ(BRgb(250, 10, 10) + 10, BRgb(4, 20, 20));
@@ -51,7 +43,7 @@ TEST(BRgb, HoldsARelationOnlyInAllChannels)
     } cases[] = {
         {{1, 2, 3}, 4, true, false, false},  {{5, 6, 7}, 4, false, false, true},
         {{4, 4, 4}, 4, false, true, false},  {{1, 2, 4}, 4, false, false, false},
-        {{4, 5, 4}, 4, false, false, false}, {{1, 9, 1}, 4, false, false, false},
+        {{4, 5, 4}, 4, false, false, false}, {{4, 1, 1}, 4, false, false, false},
     };
     for (const auto& [pixel, value, less, equal, greater] : cases) {
         SCOPED_TRACE(pixel.ColorRef());
@@ -67,12 +59,16 @@ TEST(BRgb, HoldsARelationOnlyInAllChannels)
     }
 }
 
-TEST(BRgb, IsAsIntenseAsItsLargestChannel)
+TEST(BRgba, IsOpaqueUnlessSaidOtherwise)
 {
     for (const BRgb& pixel : {BRgb(200, 2, 3), BRgb(1, 200, 3), BRgb(1, 2, 200)}) {
         EXPECT_EQ(pixel.Intensity(), 200);
-        EXPECT_EQ(BRgba(pixel).Intensity(), 200); // which is opaque
+        EXPECT_EQ(BRgba(pixel).Intensity(), 200);
+        EXPECT_EQ(BRgba(pixel), BRgba(pixel.Red(), pixel.Green(), pixel.Blue(), 255));
     }
+    BRgba pixel(1, 2, 3, 4);
+    pixel = 9;
+    EXPECT_EQ(pixel, BRgba(9, 9, 9, 255));
 }
 
 TEST(BRgba, TakesFloatsTruncatedAndUnclamped)
