@@ -80,4 +80,7 @@ TEST(DList, AppendsOtherListsAndItselfAndMovesItsLinks)
     const DList<int> moved(std::move(list));
     ExpectHolds(moved, {1, 2, 1, 2});
     ExpectHolds(list, {});
+    list.Append(two);
+    list.RemoveAll();
+    ExpectHolds(list, {});
 }
