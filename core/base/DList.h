@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -125,6 +126,9 @@ public:
     Iterator Erase(Iterator position) noexcept
     {
         Node* const node = position.m_node;
+        assert(node != nullptr && m_count > 0);
+        // Of this list, and not erased before.
+        assert((node->previous != nullptr ? node->previous->next : m_head) == node);
         Node* const next = node->next;
         (node->previous != nullptr ? node->previous->next : m_head) = next;
         (next != nullptr ? next->previous : m_tail) = node->previous;

@@ -13,9 +13,21 @@
 #include "core/platform/WideText.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <utility>
 #include <vector>
+
+// Language files, and what the map makes of their entries; how entries are found is in
+// LanguageTable.cpp, how a file is cut into cells in LanguageReader.cpp.
+//
+// Texts that grow piece by piece are gathered in a `WideText`: a `WString` does not know its length
+// and measures what is there for each piece, so that a file of many entries would take time by the
+// square of its size. For the same reason a log is appended to the caller's text once, at the end.
+//
+// A translator's work must not be lost to a full disk or an unreadable file. So a file is made
+// whole in memory and written beside the old one, which it then replaces, and a file that broke off
+// while it was read is told from one that ended, or that was never there.
 
 namespace {
 
@@ -45,12 +57,14 @@ bool IsKey(WideView text)
 // The length of the key that `text`, which begins with "$", begins with.
 std::size_t KeyLength(WideView text)
 {
+    assert(IsKey(text));
     const auto end = std::find_if_not(text.begin() + 1, text.end(), [](WChar unit) {
         return BLanguageMap::IsAlNumUnderscore(unit);
     });
     return static_cast<std::size_t>(end - text.begin());
 }
 
+// A key that is in no entry stays, so that the screen shows which text is missing.
 void AppendTranslation(WideText& out, WideView key, const LanguageTable& table, bool isTestMode)
 {
     const LanguageTable::Entry* const entry = table.Find(key);
@@ -79,6 +93,7 @@ WideView EscapeOf(WChar unit, WChar next)
     }
 }
 
+// Only what would not read back, so that a path in a text stays readable for the translator.
 WideText Escaped(WideView text)
 {
     WideText escaped;
@@ -92,7 +107,8 @@ WideText Escaped(WideView text)
     return escaped;
 }
 
-// Appends a cell that reads back as `text`.
+// Appends a cell that reads back as `text`, as far as a file can hold it. Quotes are put round a
+// cell only where it begins with one: elsewhere a quote is a unit like any other.
 void AppendCell(WideText& out, const WString& text)
 {
     WideText plain = text.CStr();
@@ -163,7 +179,8 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
     return IsTorn(stream.get()) ? kErrorLanguageFile : result;
 }
 
-// `text` as a text stream of UTF-16LE writes it.
+// `text` as a text stream of UTF-16LE writes it; by hand, as a replacement is a binary stream on
+// both systems.
 bool WriteUtf16File(const WChar* path, WideView text)
 {
     WideText units(1, platform::kMarkUnit);
@@ -188,8 +205,8 @@ WideText Join(const WString& directory, const WString& name)
     return path += ViewOf(name);
 }
 
-// The names of the files that match, in an order that is the same everywhere; none when not all can
-// be told.
+// The names of the files that match; none when not all can be told. Sorted, as the order
+// decides which of two entries with one key counts, and a folder lists its files in any order.
 std::vector<WideText> FindNames(const WString& directory, const WString& pattern)
 {
     std::vector<WideText> names;
@@ -229,9 +246,11 @@ bool ImportTranslations(BLanguageMap& translations, const WChar* path)
            platform::Presence(path) == platform::EPresence::Missing;
 }
 
-// True when the line is an entry that `translations` lacks.
+// True when the line is an entry that `translations` lacks. Lines that are no entries go over as
+// they are: the merged file is the master, in its order and with its comments.
 bool AppendMerged(WideText& out, const BArray<WString>& cells, const BLanguageMap& translations)
 {
+    assert(cells.Count() == kCellCount);
     if (cells[0].IsEmpty()) {
         out += QD_W("\t\t");
         return false;
@@ -271,6 +290,7 @@ BLanguageMap::~BLanguageMap()
 
 void BLanguageMap::RegisterInstance(SP<BLanguageMap> map)
 {
+    // Counted up first, as it may be the same map once more.
     BSmartObj::Ref(map.Get());
     BSmartObj::Unref(std::exchange(g_instance, map.Get()));
 }

@@ -3,7 +3,18 @@
 #include "core/platform/FileStream.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
+
+// Cuts a language file into lines and cells.
+//
+// The stream's own function for text reads up to a line feed, and a cell in quotes may hold some:
+// so units are taken one by one from what that function gave, and only the plain part of a cell,
+// mostly all of it, is copied as a whole. A reader that shares its stream with its caller may not
+// take a unit more than it gives out, so it has that function fetch one at a time.
+//
+// The function ends a piece with a 0 and takes U+FFFF for the end of the stream, while a file may
+// hold either; `Fill` finds out which of them it was.
 
 namespace {
 
@@ -42,6 +53,7 @@ bool LanguageReader::ReadLine(BArray<WString>& cells, std::size_t count)
         }
         if (index != 0)
             unit = Next();
+        // The first unit is known by now: asking for it told whether there is a line at all.
         unit = ReadCellFrom(unit, cells[index]);
         isInLine = unit == kTab;
     }
@@ -78,7 +90,8 @@ bool LanguageReader::Fill()
     if (m_stream == nullptr)
         return false;
     m_begin = m_end = 0;
-    // A piece may hold 0 units, so its end is the last 0, found before what was filled in here.
+    // A piece may hold 0 units, so its end is the last 0, found before what was filled in here: a
+    // unit that is not 0 and that no piece holds, as the function stops at it.
     std::fill_n(m_piece, m_room, kEndOfFile);
     const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
     const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
@@ -111,7 +124,7 @@ WChar LanguageReader::ReadCellFrom(WChar first, WString& cell)
     return unit;
 }
 
-// The unit behind the closing quote.
+// The unit behind the closing quote. A quote that nothing closes goes on to the end of the file.
 WChar LanguageReader::ReadQuoted()
 {
     for (WChar unit = Next(); unit != kEndOfFile; unit = Next()) {
@@ -128,6 +141,7 @@ WChar LanguageReader::ReadQuoted()
 // What the piece holds of the cell, as far as nothing in it needs a look.
 void LanguageReader::TakePlain()
 {
+    assert(m_begin <= m_end && m_end <= kPieceRoom);
     const WChar* const begin = m_piece + m_begin;
     const WChar* const end = std::find_if(begin, static_cast<const WChar*>(m_piece + m_end),
                                           [](WChar unit) { return unit == 0 || EndsCell(unit); });

@@ -49,6 +49,7 @@ const LanguageTable::Entry* LanguageTable::Find(View key) const
     if (slot == nullptr && (m_foreignKeys != 0 || !IsAsciiKey(key))) {
         const auto* const item = m_defaults.Find(platform::WideText(key).c_str());
         slot = item != nullptr ? FindUnits(ViewOf(item->key)) : nullptr;
+        assert((item != nullptr) == (slot != nullptr)); // both know each entry
     }
     return slot != nullptr ? &slot->entry : nullptr;
 }
@@ -82,6 +83,8 @@ bool LanguageTable::Replace(const Entry& old, Entry entry)
         IsPlain(oldKey) ? m_plainKeys.find(CollationKey(old.defaultText)) : m_plainKeys.end();
     auto* const item = m_defaults.Find(old.key);
     assert(item != nullptr && item->key == entry.key);
+    assert(!IsPlain(oldKey) || (oldPlainKeys != m_plainKeys.end() && oldPlainKeys->second != 0));
+    assert(IsAsciiKey(oldKey) || m_foreignKeys != 0);
 
     // Down and up before a count of 0 goes, as both may be the same one.
     if (oldPlainKeys != m_plainKeys.end())

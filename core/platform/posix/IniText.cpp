@@ -5,8 +5,20 @@
 #include "core/platform/posix/FoldCase.h"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
+// The text is kept as it was read, and a change replaces units in the middle of it. A tree of
+// sections and values that is written anew would be simpler, but it would lose what users and other
+// programs put into such a file by hand: comments, lines that are no keys, the order, the blanks,
+// the second key of a name. For the same reason narrow text stays narrow: bytes that the code page
+// does not know would not come back from UTF-16.
+//
+// Beside the text stands an index, as profiles of thousands of keys are asked key by key. It holds
+// where lines begin and hashes of folded names, but no names: those are read in the text again
+// where a hash agrees. So it stays small, and a change moves numbers alone. A change that may turn
+// other lines into something else (a value with a line end in it, a section's name) has the whole
+// text indexed again, which is rare and cannot go wrong.
 namespace platform {
 
 namespace {
@@ -77,6 +89,7 @@ std::basic_string<Unit> Narrow(WideView text)
     return narrowed;
 }
 
+// Names are folded from their wide form whatever the file's, so that a key is the same one in both.
 template <class Unit>
 WideText Fold(std::basic_string_view<Unit> name)
 {
@@ -109,6 +122,7 @@ template <class Unit>
 IniText<Unit>::IniText(Text text)
     : m_text(std::move(text))
 {
+    assert(m_text.size() <= kMostUnits);
     Index();
 }
 
@@ -171,8 +185,10 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
     }
     const std::size_t begin = m_keys[found].begin;
     const Line old = LineAt(begin);
+    // The file need not be written for what it holds already.
     if (old.hasValue && old.value == written)
         return false;
+    // The line keeps the spelling of its name and its line end, but not the blanks around "=".
     name = old.name;
     Text line = name + Unit('=') + written;
     line += old.end < old.next ? m_text.substr(old.end, old.next - old.end) : LineEnd<Unit>();
@@ -206,6 +222,8 @@ void IniText<Unit>::Index()
     m_keys.clear();
     m_sectionIndex.Clear();
     m_keyIndex.Clear();
+    // Keys before the first section, and those of a section whose name was there before, are found
+    // by nobody and so not indexed.
     std::uint32_t section = kNone;
     for (std::size_t begin = 0; begin < m_text.size();) {
         const Line line = LineAt(begin);
@@ -221,6 +239,7 @@ void IniText<Unit>::Index()
 template <class Unit>
 auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
 {
+    assert(begin <= m_text.size());
     Line line;
     line.end = begin;
     while (line.end < m_text.size() && !IsLineEnd(m_text[line.end]))
@@ -291,6 +310,7 @@ std::uint32_t IniText<Unit>::AddSection(const WideText& foldedName, std::size_t 
 {
     const std::uint32_t hash = HashOf(foldedName);
     Slot& slot = m_sectionIndex.FindOrFree(hash, IsSection(foldedName));
+    // The second of a name is listed, too: it ends the section before it.
     const auto number = static_cast<std::uint32_t>(m_sections.size());
     m_sections.push_back(static_cast<std::uint32_t>(begin));
     if (!slot.IsFree())
@@ -302,6 +322,7 @@ std::uint32_t IniText<Unit>::AddSection(const WideText& foldedName, std::size_t 
 template <class Unit>
 void IniText<Unit>::AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin)
 {
+    assert(section < m_sections.size());
     const std::uint32_t hash = HashOf(foldedName, section);
     Slot& slot = m_keyIndex.FindOrFree(hash, IsKey(section, foldedName));
     if (!slot.IsFree())
@@ -314,6 +335,7 @@ void IniText<Unit>::AddKey(std::uint32_t section, const WideText& foldedName, st
 template <class Unit>
 std::size_t IniText<Unit>::SectionEnd(std::uint32_t section) const noexcept
 {
+    assert(section < m_sections.size());
     return section + 1 < m_sections.size() ? m_sections[section + 1] : m_text.size();
 }
 
@@ -349,10 +371,12 @@ std::optional<WideText> IniText<Unit>::List(
     return list;
 }
 
-// What begins behind the replaced units moves.
+// What begins behind the replaced units moves. The hashes lead to numbers of sections and keys, not
+// to places, and stay.
 template <class Unit>
 void IniText<Unit>::Replace(std::size_t begin, std::size_t count, const Text& by)
 {
+    assert(begin <= m_text.size() && count <= m_text.size() - begin);
     m_text.replace(begin, count, by);
     const auto end = static_cast<std::uint32_t>(begin + count);
     const auto growth = static_cast<std::uint32_t>(by.size() - count); // modulo 2^32
@@ -378,7 +402,8 @@ template <class Unit>
 void IniText<Unit>::InsertKey(std::uint32_t section, const Text& key, const Text& line)
 {
     std::size_t place = PlaceForKey(section);
-    if (!IsLineEnd(m_text[place - 1])) { // the end of the text
+    // The last line of a text may lack its end, and the key would become a part of it.
+    if (!IsLineEnd(m_text[place - 1])) {
         m_text += LineEnd<Unit>();
         place = m_text.size();
     }
@@ -399,9 +424,11 @@ void IniText<Unit>::AppendSection(WideView name, const Text& line)
     Index();
 }
 
+// Numbers of later keys change, so everything is indexed again; the text behind moves anyway.
 template <class Unit>
 bool IniText<Unit>::Remove(std::size_t begin, std::size_t end)
 {
+    assert(begin <= end && end <= m_text.size());
     m_text.erase(begin, end - begin);
     Index();
     return begin != end;
