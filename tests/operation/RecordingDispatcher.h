@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -19,6 +18,7 @@ public:
         bool operator==(const Message&) const = default;
     };
     using Messages = std::vector<Message>;
+    static constexpr unsigned int kRefused = 0; // the number to which it answers false
 
     RecordingDispatcher() { BDispatcher::RegisterDispatcher(m_recorder.Get()); }
     ~RecordingDispatcher() { BDispatcher::RegisterDispatcher(nullptr); }
@@ -33,9 +33,8 @@ public:
         return std::exchange(m_recorder->m_posted, {});
     }
 
-    /// What it answers from here on.
-    void Answer(bool answer) { m_recorder->m_answer = answer; }
-    /// Calls `action` with each message that is sent, but for those that it sends itself.
+    /// Calls `action` with each message that is sent, but for those that it sends itself, until it
+    /// throws.
     void OnSend(std::function<void(const Message&)> action)
     {
         m_recorder->m_onSend = std::move(action);
@@ -48,18 +47,17 @@ private:
         {
             const Message message{number, first, second};
             m_sent.push_back(message);
-            if (m_onSend && !std::exchange(m_isActing, true)) {
-                const std::unique_ptr<bool, void (*)(bool*)> end(
-                    &m_isActing, [](bool* isActing) { *isActing = false; });
-                m_onSend(message);
+            if (const auto action = std::exchange(m_onSend, nullptr)) {
+                action(message);
+                m_onSend = action;
             }
-            return m_answer;
+            return number != kRefused;
         }
         bool Post(unsigned int number, std::uint64_t first, std::uint64_t second) override
         {
             const std::scoped_lock lock(m_mutex);
             m_posted.push_back({number, first, second});
-            return m_answer;
+            return number != kRefused;
         }
         unsigned long ThreadId() const override { return m_threadId; }
         bool AddReceiver(BMessageReceiver*) override { return false; }
@@ -70,8 +68,6 @@ private:
         Messages m_sent;
         Messages m_posted; // guarded by m_mutex
         std::function<void(const Message&)> m_onSend;
-        bool m_isActing = false;
-        bool m_answer = true;
     };
     SP<Recorder> m_recorder = new Recorder;
 };
