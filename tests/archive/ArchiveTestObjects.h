@@ -10,13 +10,15 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// An archivable object with references to others and a number, as an application would write it.
 class ArchiveItem : public BSmartObj {
 public:
-    explicit ArchiveItem(int value = 0)
+    explicit ArchiveItem(int value = 0, std::vector<SP<BSmartObj>> links = {})
         : m_value(value)
+        , m_links(std::move(links))
     {}
 
     void WriteData(BArchive& archive) const override
