@@ -195,15 +195,3 @@ TEST(BBank, APathLiesAboveAnother)
         EXPECT_EQ(BBank::IsGrandParent(c.upper, c.lower), c.isAbove)
             << Narrow(c.upper) << ' ' << Narrow(c.lower);
 }
-
-TEST(BBank, DeepNodesAreAddressed)
-{
-    constexpr int kDepth = 20'000;
-    const SP<BNode> root = Named(QD_W("root"));
-    BNode* bottom = root.Get();
-    for (int i = 0; i < kDepth; ++i)
-        bottom = Append(*bottom, QD_W("x"));
-    const WString path = BBank::PATH(bottom);
-    EXPECT_EQ(path.Length(), 2U * kDepth);
-    EXPECT_EQ(BBank(root).Container(path), bottom);
-}

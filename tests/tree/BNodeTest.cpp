@@ -1,6 +1,7 @@
 #include "core/tree/BNode.h"
 
 #include "core/operation/Messages.h"
+#include "core/tree/BBank.h"
 #include "core/tree/BNodeItr.h"
 #include "core/tree/BVisitor.h"
 
@@ -328,36 +329,20 @@ TEST(BNode, AReceiverMayLetGoOfTheNodeThatReports)
     }
 }
 
-namespace {
-
-/// Keeps a node, wherever it stands.
-class Keeper : public NumberAttribute {
-public:
-    explicit Keeper(SP<BNode> kept)
-        : NumberAttribute(QD_W("t"), 0)
-        , m_kept(std::move(kept))
-    {}
-
-private:
-    SP<BNode> m_kept;
-};
-
-} // namespace
-
 TEST(BNode, ReportsBeforeItDiesOfWhatItLetsGo)
 {
-    using Put = void (*)(BNode&, Keeper*);
+    using Put = void (*)(BNode&, KeepingAttribute*);
     const Put puts[] = {
-        [](BNode& node, Keeper* keeper) { node.SetObj(keeper); },
-        [](BNode& node, Keeper* keeper) { node.AddChild(new BNode(keeper), -1); },
-        [](BNode& node, Keeper* keeper) { node.AddAttrib(keeper); },
-        [](BNode& node, Keeper* keeper) { node.AddAnnotation(keeper); },
+        [](BNode& node, KeepingAttribute* keeper) { node.SetObj(keeper); },
+        [](BNode& node, KeepingAttribute* keeper) { node.AddChild(new BNode(keeper), -1); },
+        [](BNode& node, KeepingAttribute* keeper) { node.AddAttrib(keeper); },
+        [](BNode& node, KeepingAttribute* keeper) { node.AddAnnotation(keeper); },
     };
     int deaths = 0;
     for (const Put put : puts) { // where the node's last reference stands
         for (const Change& change : kChanges) {
             BNode* const node = new CountedNode;
-            put(*node, new Keeper(node));
+            put(*node, new KeepingAttribute(node));
             RecordingDispatcher dispatcher;
             dispatcher.OnSend([](const Message&) { EXPECT_EQ(CountedNode::alive, 1); });
             change.make(*node);
@@ -477,6 +462,7 @@ TEST(BNode, DepthDoesNotMatter)
     EXPECT_EQ(bottom->Root(), top.Get());
     EXPECT_TRUE(bottom->IsMessageDispatcher() && bottom->IsBranchActive() && top->Includes(bottom));
     EXPECT_EQ(top->AllocatedMemory(false), 100U);
+    EXPECT_EQ(BBank::PATH(bottom).Length(), std::size_t{kDepth});
     const SP<BVisitor> visitor(new BVisitor);
     top->Traverse(visitor.Get());
     top->TraverseObjects(visitor.Get());

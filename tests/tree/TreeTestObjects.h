@@ -4,6 +4,8 @@
 #include "core/base/ClassRegistry.h"
 #include "core/tree/BNode.h"
 
+#include "tests/LifeCount.h"
+
 #include <string>
 #include <string_view>
 
@@ -40,6 +42,18 @@ public:
 
     WString m_name;
     int m_value;
+};
+
+/// An attribute "t" that keeps an object.
+class KeepingAttribute : public NumberAttribute {
+public:
+    explicit KeepingAttribute(SP<BSmartObj> kept)
+        : NumberAttribute(QD_W("t"), 0)
+        , m_kept(kept)
+    {}
+
+private:
+    SP<BSmartObj> m_kept;
 };
 
 /// A node that counts how many of its kind live.
