@@ -81,22 +81,6 @@ TEST(BThreadDispatcher, LosesNoAcceptedMessageWhenShutDownBesideItsSenders)
     }
 }
 
-TEST(BThreadDispatcher, LetsReceiversSendAndPost)
-{
-    const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
-    Receiver receiver([&](unsigned int message) {
-        if (message == 1) {
-            dispatcher->Post(3, 0, 0);
-            dispatcher->Send(2, 0, 0);
-        }
-    });
-    dispatcher->AddReceiver(&receiver);
-    dispatcher->Send(1, 0, 0);
-    dispatcher->Send(4, 0, 0);
-    EXPECT_EQ(receiver.received, (Numbers{1, 2, 3, 4}))
-        << "a send from inside is delivered at once";
-}
-
 TEST(BThreadDispatcher, LetsReceiversComeAndGoInsideADelivery)
 {
     const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
@@ -135,16 +119,24 @@ TEST(BThreadDispatcher, CallsNoReceiverAfterItsRemoval)
     poster.join();
 }
 
-TEST(BThreadDispatcher, PassesExceptionsToTheSenderAndGoesOn)
+TEST(BThreadDispatcher, LetsReceiversSendPostAndThrow)
 {
     const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
-    Receiver throwing([](unsigned int message) { BError(static_cast<int>(message)).Throw(); });
+    Receiver active([&](unsigned int message) {
+        if (message == 1) {
+            dispatcher->Post(3, 0, 0);
+            dispatcher->Send(2, 0, 0);
+        }
+        if (message >= 3)
+            BError(static_cast<int>(message)).Throw();
+    });
     Receiver behind;
-    dispatcher->AddReceiver(&throwing);
+    dispatcher->AddReceiver(&active);
     dispatcher->AddReceiver(&behind);
-    dispatcher->Post(1, 0, 0);
-    EXPECT_EQ(ThrownCode([&] { dispatcher->Send(2, 0, 0); }), 2);
-    EXPECT_EQ(behind.received, (Numbers{1, 2}));
+    dispatcher->Send(1, 0, 0);
+    EXPECT_EQ(ThrownCode([&] { dispatcher->Send(4, 0, 0); }), 4) << "the sender gets its own";
+    EXPECT_EQ(active.received, (Numbers{1, 2, 3, 4})) << "a send from inside comes at once";
+    EXPECT_EQ(behind.received, (Numbers{2, 1, 3, 4})) << "also behind one that throws";
 }
 
 TEST(BThreadDispatcher, MayBeReleasedInsideAReceiver)
