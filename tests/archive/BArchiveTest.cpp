@@ -37,15 +37,12 @@ concept IsRead = requires(BArchive& archive, T& value)
     archive >> value;
 };
 template <class... Types>
-constexpr bool kAllPass = ((IsWritten<Types> && IsRead<Types>)&&...);
-template <class... Types>
 constexpr bool kNonePasses = !((IsWritten<Types> || IsRead<Types>) || ...);
 
 // What a record cannot hold is no other type for it; a `long` where it is `std::int64_t` is that.
+// What it can is shown by `KeepsEveryKindOfValue`.
 enum ENumber { NumberOne = 1 };
 enum class EScoped : char { One = 1 };
-static_assert(
-    kAllPass<BString, WString, int, float, double, char, unsigned short, std::int64_t, BFColor>);
 static_assert(kNonePasses<bool, short, unsigned, std::uint64_t, unsigned long, signed char,
                           unsigned char, char8_t, WChar, char32_t, long double, ENumber, EScoped>);
 static_assert(kNonePasses<std::vector<bool>::reference, std::atomic<bool>, std::atomic<short>>);
@@ -682,7 +679,6 @@ TEST_F(BArchiveTest, AnObjectOfSeveralRecordsIsOne)
     Written([](BArchive& archive) {
         const SP<BSmartObj> one(new Acting), other(new Acting);
         archive.Insert(new Acting(1, {one, other}), "twice");
-        archive.Insert(new ArchiveItem(2), "other");
     });
     BArchive archive = Opened();
     EXPECT_EQ(archive.TakeOut("twice"), nullptr);
@@ -695,10 +691,6 @@ TEST_F(BArchiveTest, AnObjectOfSeveralRecordsIsOne)
     EXPECT_EQ(twice->Link(0), only);
     EXPECT_EQ(twice->Link(1), only);
     EXPECT_EQ(only->m_associated, 1);
-    only->m_value = ArchiveItem::kUnsound;
-    EXPECT_EQ(archive.TakeOut("other"), nullptr) << "those of former calls are asked again";
-    only->m_value = 5;
-    EXPECT_NE(archive.TakeOut("other"), nullptr);
 }
 
 TEST_F(BArchiveTest, EveryObjectIsAskedInItsTurnWhetherItIsSound)
