@@ -10,27 +10,19 @@
 #include <string_view>
 #include <vector>
 
-namespace {
-
-std::uint64_t HashOf(std::string_view bytes)
-{
-    return platform::SeededHash(bytes);
-}
-
-} // namespace
-
 TEST(SeededHash, TellsEachBitAndTheLength)
 {
+    const auto hashOf = [](std::string_view bytes) { return platform::SeededHash(bytes); };
     std::set<std::uint64_t> hashes;
     std::size_t texts = 0;
     for (std::size_t size = 0; size <= 70; ++size) {
         std::string text(size, '\0');
-        hashes.insert(HashOf(text));
-        EXPECT_EQ(HashOf(text), HashOf(std::string("x" + text).substr(1))) << "size " << size;
+        hashes.insert(hashOf(text));
+        EXPECT_EQ(hashOf(text), hashOf(std::string("x" + text).substr(1))) << "size " << size;
         for (std::size_t bit = 0; bit != 8 * size; ++bit) {
             const auto flip = static_cast<char>(1 << bit % 8);
             text[bit / 8] ^= flip;
-            hashes.insert(HashOf(text));
+            hashes.insert(hashOf(text));
             text[bit / 8] ^= flip;
         }
         texts += 1 + 8 * size;
@@ -51,10 +43,9 @@ TEST(SeededHash, ScattersNumbersAndTextsThatDifferInFewBits)
             ofTexts[platform::SeededHash(text, sizeof text) % kCount] = true;
         }
         for (const auto& taken : {ofNumbers, ofTexts}) {
-            // Of a random hash 63 %.
-            const auto count =
-                static_cast<std::uint64_t>(std::count(taken.begin(), taken.end(), true));
-            EXPECT_GT(count, kCount * 55 / 100) << "shifted by " << shift;
+            const auto count = std::count(taken.begin(), taken.end(), true); // 63 % at random
+            EXPECT_GT(100 * count / static_cast<std::int64_t>(kCount), 55)
+                << "shifted by " << shift;
         }
     }
 }
