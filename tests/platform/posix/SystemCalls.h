@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 
 /// Watches the calls of this program on Linux that put a file in place, while it lives: `fsync`,
@@ -7,17 +9,33 @@
 /// next, for those who wait.
 class SystemCalls {
 public:
-    SystemCalls();
-    ~SystemCalls();
+    SystemCalls() { s_current = this; }
+    ~SystemCalls() { s_current = nullptr; }
     SystemCalls(const SystemCalls&) = delete;
     SystemCalls& operator=(const SystemCalls&) = delete;
 
     /// The calls so far: "fsync rename fsync ".
-    [[nodiscard]] std::string Made() const;
+    [[nodiscard]] std::string Made() const { return m_made; }
     /// From here on the calls of `name` fail with `error`.
-    void Fail(const char* name, int error);
+    void Fail(const std::string& name, int error)
+    {
+        m_failing = name;
+        m_error = error;
+    }
     /// The process ends as if it were killed when it is about to call `name`.
-    void EndBefore(const char* name);
+    void EndBefore(const std::string& name) { m_endBefore = name; }
     /// The same once the call is done.
-    void EndAfter(const char* name);
+    void EndAfter(const std::string& name) { m_endAfter = name; }
+
+    // What the library's calls become.
+
+    static int Make(const char* name, const std::function<int()>& call);
+    static std::uint32_t TickCount();
+
+private:
+    static inline SystemCalls* s_current = nullptr;
+
+    std::string m_made, m_failing, m_endBefore, m_endAfter;
+    int m_error = 0; // of what fails
+    std::uint32_t m_seconds = 0;
 };
