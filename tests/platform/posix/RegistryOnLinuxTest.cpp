@@ -12,7 +12,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <cerrno>
+#include <cstdarg>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
@@ -85,6 +88,21 @@ bool Gives(int code, const char* registry, const char* config, const char* home)
     }));
 }
 
+bool g_unlockFails = false;
+
+int FailToUnlockOnce(int file, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    auto* const lock = va_arg(arguments, struct flock*);
+    va_end(arguments);
+    if (command == F_SETLK && lock->l_type == F_UNLCK && std::exchange(g_unlockFails, false)) {
+        errno = ENOLCK;
+        return -1;
+    }
+    return ::fcntl(file, command, lock);
+}
+
 // A registry of its own for each test.
 class RegistryOnLinux : public testing::Test {
 protected:
@@ -134,6 +152,24 @@ TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
     EXPECT_THROW(config.Child(QD_W("new")), BError);
     ASSERT_EQ(other.Run("COMMIT"), "");
     EXPECT_EQ(Use(), 0);
+}
+
+// SQLite keeps the lock that it failed to give back for as long as the connection lives.
+TEST_F(RegistryOnLinux, WritesAgainAfterAFailedUnlock)
+{
+    ASSERT_EQ(Use(), 0);
+    EXPECT_TRUE(Held(StartProcess([] {
+        static sqlite3_vfs impatient = *::sqlite3_vfs_find(nullptr);
+        impatient.xSleep = [](sqlite3_vfs*, int microseconds) { return microseconds; };
+        ::sqlite3_vfs_register(&impatient, 1);
+        impatient.xSetSystemCall(&impatient, "fcntl",
+                                 reinterpret_cast<sqlite3_syscall_ptr>(&FailToUnlockOnce));
+        BConfigRegistry config(QD_W("Software\\Probe"));
+        const int before = config.WriteInt(QD_W("v"), 1);
+        g_unlockFails = true;
+        config.WriteInt(QD_W("v"), 2); // may fail
+        return before == 0 && !g_unlockFails && config.WriteInt(QD_W("v"), 3) == 0;
+    })));
 }
 
 TEST_F(RegistryOnLinux, WritesOnceItMayAgain)
