@@ -162,7 +162,7 @@ class Finder:
         if not place or not inner:
             return
         text = self.text(*place)
-        if text.startswith(b"!"):
+        if text.startswith(b"!") and not text.startswith(b"!="):  # which may stand for !(a == b)
             self.add(*place, b"static_cast<bool>(" + text[1:] + b")", f"{condensed(text)} -> not negated")
         for step in (b"++", b"--"):
             if text.startswith(step) or text.endswith(step):

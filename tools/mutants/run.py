@@ -95,14 +95,14 @@ def find_mutants(names):
     return found
 
 
-ERROR = re.compile(r"^(/[^:\n]+):(\d+):(\d+): (?:fatal )?(?:error|note):", re.MULTILINE)
+ERROR = re.compile(r"^([^:\s]+):(\d+):(\d+): (?:fatal )?(?:error|note):", re.MULTILINE)
 
 
 def refused(output, mutants):
     """The mutants at the places where the compiler complained."""
     gone = set()
     for file, line, column in ERROR.findall(output):
-        path = pathlib.Path(file)
+        path = pathlib.Path(os.path.normpath(BUILD / file))  # the compiler cache makes them relative
         if not path.is_relative_to(TREE):
             continue
         name = str(path.relative_to(TREE))
