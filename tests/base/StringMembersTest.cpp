@@ -422,6 +422,9 @@ TYPED_TEST(StringMembers, NumbersAreReadFromTheWholeText)
         EXPECT_TRUE(number == row.number && single == static_cast<float>(row.number));
         EXPECT_TRUE(integer == expected || expected == none) << integer;
     }
+    int integer = none;
+    EXPECT_EQ(Make<S>("nan").Convert(integer), sizeof(Char<S>) == 2);
+    EXPECT_EQ(integer, sizeof(Char<S>) == 2 ? least : none);
     EXPECT_EQ(Make<S>(" 12x").AtoI(), 12);
     EXPECT_EQ(Make<S>(" 1.5x").AtoF(), 1.5);
     EXPECT_EQ(Plain(S::FromInt(-7)), "-7");

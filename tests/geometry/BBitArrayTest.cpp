@@ -105,7 +105,8 @@ TEST(BBitArray, CropsAndExtends)
         {-2, 1, 4, 1, "0045"},
         {1, -1, 1, 4, "0250"},
         {3, 0, 2, 2, "0000"}, // outside
-        {INT_MAX, INT_MIN, 1, 2, "00"},
+        {INT_MAX, 0, 1, 2, "00"},
+        {0, INT_MIN, 2, 1, "00"},
         {0, 0, -3, -2, ""},
     };
     for (const auto& row : cases) {
