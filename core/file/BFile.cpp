@@ -45,7 +45,7 @@ bool Write(std::FILE* stream, std::string_view bytes)
     return std::fwrite(bytes.data(), 1, bytes.size(), stream) == bytes.size();
 }
 
-// Every LF without CR gets one.
+// Every LF without CR gets one, as a text stream would write it.
 std::string WithReturns(std::string_view text)
 {
     std::string lines;
@@ -194,6 +194,7 @@ int BFile::Delete(WString pattern)
 {
     if (pattern.IsEmpty())
         return 0;
+    // What is left alone or cannot be removed does not end it: the others go, and the count tells.
     int count = 0;
     bool isFound = false;
     platform::FindFiles(pattern, [&](const platform::FoundFile& file) {
@@ -207,6 +208,8 @@ int BFile::Delete(WString pattern)
 
 std::pair<WString, int> BFile::GetShortPathNameW(WString path)
 {
+    // Short paths are wanted for having no blanks. Where the file system makes none the long one
+    // comes back, which is of use as long as it has none either.
     const std::optional<platform::WideText> found = platform::ShortPath(path);
     if (!found)
         return {WString(), kErrorNoShortPath};

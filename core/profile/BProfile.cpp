@@ -23,6 +23,8 @@
 
 namespace {
 
+// Fifteen digits: what a user typed comes back as it was typed, where seventeen would show how a
+// double rounds it.
 WString DoubleText(double value)
 {
     WString text;
@@ -42,6 +44,7 @@ BProfile::BProfile(WString path, EProfileMode mode)
     , m_section(Made(QD_W("default")))
     , m_mode(mode)
 {
+    // Made beforehand, as the system would make one in the ANSI code page, which loses texts.
     if (m_mode != ProfileReadOnly)
         MakeTextProfile(m_path, m_mode == ProfileNew);
 }
@@ -82,6 +85,7 @@ bool BProfile::WriteString(int index, WString key, WString value)
 bool BProfile::WriteString(WString key, WString value)
 {
     CheckMode();
+    // Where this is a reader's default on its way: what the reader found, which alone it replaces.
     const WString* const replaced = WriteBack::Replaced(m_defaults, m_section, key);
     return WriteTextProfile(m_path, m_section, key, value, replaced) == kErrorNone;
 }
@@ -196,6 +200,7 @@ bool BProfile::ReadBoolean(WString key, bool defaultValue)
 {
     constexpr std::size_t room = 256;
     const WString text = ReadShort(key, room);
+    // Any other text is false, and stays in the file.
     if (!text.IsEmpty())
         return text.IEqual(QD_W("TRUE"));
     const WriteBack writeBack(m_defaults, m_section, key, text);
@@ -229,9 +234,11 @@ void BProfile::CheckMode() const
         throw BError(kErrorGeneral, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
 }
 
+// What a longer text has behind that is cut off: no number is as long.
 WString BProfile::ReadShort(const WString& key, std::size_t room) const
 {
     constexpr std::size_t largestRoom = 256;
+    assert(room <= largestRoom);
     WChar buffer[largestRoom];
     platform::ReadProfileText(m_path, m_section, key, QD_W(""), buffer, room);
     return MadeOf(buffer);

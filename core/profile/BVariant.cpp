@@ -14,6 +14,7 @@ static_assert(sizeof(int) == 4 && sizeof(double) == 8);
 
 namespace {
 
+// They stand in files: a code keeps its meaning for good.
 template <class T>
 constexpr std::uint32_t kTypeCode = 0;
 template <>
@@ -32,6 +33,8 @@ constexpr std::uint32_t kTypeCode<WString> = 6;
 template <class T>
 constexpr bool kIsText = std::is_same_v<T, BString> || std::is_same_v<T, WString>;
 
+// None for a code that is not known: how long such a value is nobody can tell, so the reader cannot
+// go on behind it.
 SP<BVariant> MakeVariant(std::uint32_t type)
 {
     switch (type) {
@@ -80,6 +83,7 @@ void BVariant::SaveValue(std::FILE* stream) const
 {
     if (stream == nullptr)
         return;
+    // Whether it arrived is for the stream to tell.
     VariantBytes bytes;
     AppendValue(bytes);
     static_cast<void>(bytes.MoveTo(stream));
@@ -157,7 +161,7 @@ void BVarMemBlock::ReadValue(VariantSource& source)
     m_size = 0;
     std::uint32_t head[2]; // the size and its complement
     if (!source.Read(head, sizeof head) || head[1] != ~head[0] || head[0] == 0 ||
-        !source.Has(head[0]))
+        !source.Has(head[0])) // before it sizes anything
         return;
     auto data = std::make_unique_for_overwrite<char[]>(head[0]);
     if (!source.Read(data.get(), head[0]))
@@ -168,6 +172,7 @@ void BVarMemBlock::ReadValue(VariantSource& source)
 
 void BVarMemBlock::AppendValue(VariantBytes& bytes) const
 {
+    // The complement shows a reader that this is a size, and not what a damaged file has here.
     bytes.Append(m_size);
     bytes.Append(~m_size);
     bytes.Append(m_data.get(), m_size);

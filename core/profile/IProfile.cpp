@@ -27,6 +27,7 @@ namespace {
 
 using platform::WideView;
 
+// Day 0 of the dates that applications on Windows keep as numbers.
 constexpr platform::TimeStamp kNoTime = {
     .month = 12, .day = 30, .year = 1899, .hour = 0, .minute = 0, .second = 0, .millisecond = 0};
 
@@ -141,6 +142,7 @@ void IProfile::SetSection(const WString& section) const
 {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the current one itself
     const WString chosen = section;
+    // A derived class that keeps a section hears by this that it is left, but reads no new one yet.
     LoadSection(WString(), nullptr);
     m_section = chosen;
 }
@@ -149,6 +151,7 @@ bool IProfile::DeleteSection(const WString& section) const
 {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the current one itself
     const WString deleted = section;
+    // Left before it goes, by the same way.
     if (deleted.IEqual(m_section))
         LoadSection(WString(), nullptr);
     return DeleteSectionImpl(deleted);
@@ -319,7 +322,7 @@ bool IProfile::ReadHex(const WString& key, unsigned short& value) const
     unsigned long number = 0;
     if (!ReadHex(key, number, 4))
         return false;
-    value = static_cast<unsigned short>(number);
+    value = static_cast<unsigned short>(number); // four digits fit
     return true;
 }
 
@@ -348,6 +351,8 @@ void IProfile::DeleteKey(const WString& key)
 {
     DeleteKeyImpl(key);
 }
+
+// A profile without a store, which derived classes give it: nothing is kept, every text is missing.
 
 void IProfile::DeleteKeyImpl(const WString&) const {}
 
@@ -383,6 +388,7 @@ WString IProfile::Convert(bool value)
 
 bool IProfile::Convert(const WString& text, float& value) const
 {
+    // What follows a number does not matter.
     const WChar* rest = text;
     return platform::ReadFloat(rest, value);
 }
@@ -432,6 +438,7 @@ const WString* IProfile::Replaced(const WString& key) const
 
 bool IProfile::WriteDefault(const WString& key, const WString& value) const
 {
+    // As a reader that found nothing: a text that was put there meanwhile stays.
     const WString nothing; // is what was found
     const WriteBack writeBack(m_defaults, m_section, key, nothing);
     return WriteString(key, value);
@@ -448,6 +455,7 @@ const char* IProfile::CLASSNAME()
     return ClassName(typeid(IProfile));
 }
 
+// The text of a default is made only where it may be written: most reads find what they look for.
 template <class Value>
 WString IProfile::DefaultText(Value value) const
 {

@@ -68,6 +68,7 @@ WString PathBelow(const BNode* top, const BNode* node)
 {
     if (node == top)
         return kRootPath;
+    // Upwards, as a node knows its parent, and then turned round.
     std::vector<WString> names;
     for (; node != top; node = node->Parent())
         names.push_back(node->GetText());
@@ -77,6 +78,7 @@ WString PathBelow(const BNode* top, const BNode* node)
     return path.c_str();
 }
 
+// Goes through the tree: objects do not know their nodes, of which they may have several.
 // The path of the first node in `bank` for whose object `isIt` is true.
 template <typename Predicate>
 WString PathOfFirst(const BBank& bank, Predicate isIt)
@@ -101,6 +103,7 @@ BBank::~BBank() = default;
 
 WString BBank::Path(const BNode* node) const
 {
+    // Not by its parents alone: the node may be of another tree, or above the bank's root.
     return m_root && m_root->Includes(node) ? PathBelow(m_root.Get(), node) : WString();
 }
 
@@ -158,6 +161,7 @@ BNode* BBank::Container(const WChar* path)
     Names names(path);
     if (!names)
         return IsRootPath(path) ? m_root.Get() : nullptr;
+    // Held meanwhile: receivers of what is reported may take the nodes out of the tree.
     SP<BNode> node = m_root;
     WideText name;
     while (node && names) {
@@ -171,6 +175,7 @@ SP<BNode> BBank::GetOrCreateChild(BNode& parent, const WChar* name)
 {
     if (!IsName(name))
         return nullptr;
+    // Without regard to case, so a path never makes a second node that it could not lead to.
     if (BNode* const present = parent.Child(name))
         return present;
     const SP<BNode> child(new BNode);
@@ -238,6 +243,7 @@ bool BBank::IsGrandParent(WString upper, WString lower)
     while (above) {
         if (!below)
             return false;
+        // Compared as nodes are found by their names.
         const WString name = WideText(above.Next()).c_str();
         if (!name.IEqual(WideText(below.Next()).c_str()))
             return false;

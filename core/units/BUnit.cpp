@@ -5,6 +5,9 @@
 
 // A unit's texts go through `Printf` and `Convert` of `WString`, and so through the seam: a full
 // stop is one whatever the process's locale, and what was shown can be typed again.
+//
+// Values stay in the base unit (millimetres, degrees) wherever they are kept, and go through a unit
+// only as they are shown or typed: so a user who changes the unit changes no document.
 
 namespace {
 
@@ -56,6 +59,7 @@ double BUnit::Revert(WString text) const
 
 double BUnit::Revert(double value) const
 {
+    // Divided: a reciprocal would be rounded once more, and what was typed might not come back.
     return value / m_factor;
 }
 

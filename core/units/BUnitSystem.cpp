@@ -41,6 +41,7 @@ void BUnitSystem::ChangeUnit(EUnitClass unitClass, WString symbol, double factor
 {
     assert(unitClass >= 0 && unitClass < kClassCount);
     m_units[unitClass] = BUnit(std::move(symbol), factor, precision);
+    // Posted and not sent: receivers show all their values anew, which no caller here waits for.
     QDPost(kMessageUnitChanged, static_cast<std::uint64_t>(unitClass), 0);
 }
 
@@ -52,6 +53,7 @@ void BUnitSystem::ChangeUnit(EUnit unit)
         ChangeUnit(UnitClassArea, QD_W("mm\u00B2"), 1.0, 3);
         ChangeUnit(UnitClassVolume, QD_W("mm\u00B3"), 1.0, 3);
         break;
+    // Inches are for lengths: areas and volumes stay in the unit that they have.
     case UnitInch: ChangeUnit(UnitClassLength, QD_W("\""), 1.0 / kMillimetresPerInch, 4); break;
     case UnitThou:
         ChangeUnit(UnitClassLength, QD_W("Thou"), 1000.0 / kMillimetresPerInch, 1);

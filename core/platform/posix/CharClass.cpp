@@ -161,6 +161,8 @@ WChar ToLower(WChar unit) noexcept
     return AsciiLower(unit);
 }
 
+// Narrow text has a class in ASCII alone, as the UCRT has it in the "C" locale.
+
 bool IsAlpha(char character) noexcept
 {
     return IsAsciiAlpha(character);
@@ -198,12 +200,15 @@ char ToLower(char character) noexcept
 
 #if defined(QD_VECTOR_BLOCKS)
 
+// Eight units at a time: a `WString` does not know its length, so most of its operations begin
+// here. Blocks are read on past the end of the text, but never into another page, as they are
+// aligned; the first may begin before the text, and what it finds there is masked.
 std::size_t Length(const WChar* text) noexcept
 {
     if (text == nullptr)
         return 0;
     const auto offset = reinterpret_cast<std::uintptr_t>(text) % sizeof(__m128i);
-    if (offset % sizeof(WChar) != 0)
+    if (offset % sizeof(WChar) != 0) // units would lie across two blocks
         return std::char_traits<WChar>::length(text);
     const auto* block =
         reinterpret_cast<const __m128i*>(reinterpret_cast<const char*>(text) - offset);

@@ -48,7 +48,7 @@ WideView TrimBlanks(WideView text)
     return text.substr(0, text.find_last_not_of(u' ') + 1);
 }
 
-// "ccs = NAME", what follows the comma of a mode.
+// "ccs = NAME" with blanks where one likes, what follows the comma of a mode.
 std::optional<EText> ParseEncoding(WideView option)
 {
     option = TrimBlanks(option);
@@ -91,6 +91,7 @@ std::optional<OpenMode> ParseMode(WideView text)
         if (!ParseFlag(flag, mode))
             return std::nullopt;
     }
+    // A binary stream has no encoding: together they are refused.
     if (mode.isBinary)
         return comma == WideView::npos ? std::optional(mode) : std::nullopt;
     if (comma != WideView::npos) {
@@ -159,7 +160,7 @@ private:
     std::FILE* m_stream;
 };
 
-constexpr WChar kEndMark = 0xFFFF;
+constexpr WChar kEndMark = 0xFFFF; // what the runtime library of Windows takes for the end
 
 // The end mark also when the stream ends.
 WChar ReadUnit(std::FILE* stream)

@@ -80,6 +80,7 @@ std::optional<std::uint64_t> FileSize(const WChar* path) noexcept
 
 bool IsDirectory(const WChar* path) noexcept
 {
+    // FILE_FLAG_BACKUP_SEMANTICS: without it the system opens no folder.
     const Handle file(::CreateFileW(path, FILE_READ_ATTRIBUTES, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION information = {};
@@ -94,6 +95,8 @@ bool PathExists(const WChar* path) noexcept
 
 EPresence Presence(const WChar* path) noexcept
 {
+    // Shared in every way, so that a file which others have open is there, too; of its attributes
+    // alone, which the system tells also where the content is forbidden.
     const Handle file(::CreateFileW(path, FILE_READ_ATTRIBUTES,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
@@ -125,6 +128,7 @@ bool MakeDirectories(const WChar* path) noexcept
 
 std::optional<WideText> ShortPath(const WChar* path)
 {
+    // Above MAX_PATH the system takes paths only with this prefix.
     WideText longPath(path);
     if (longPath.size() >= MAX_PATH)
         longPath.insert(0, L"\\\\?\\");
@@ -134,7 +138,7 @@ std::optional<WideText> ShortPath(const WChar* path)
         const DWORD length = ::GetShortPathNameW(longPath.c_str(), shortPath.data(), room);
         if (length == 0)
             return std::nullopt;
-        shortPath.resize(length);
+        shortPath.resize(length); // of the text, or the room that it needs with its 0
         if (length < room)
             return shortPath;
     }
