@@ -10,7 +10,9 @@
 
 // The document of the demonstration. It has what makes documents hard to save: objects that several
 // nodes share, a chain of revisions thousands of nodes deep, references between objects, and texts
-// beyond ASCII.
+// beyond ASCII. Its classes show what an object does to be in a document: it writes its fields in
+// `WriteData`, a registered function reads them in that order, and another object that it refers to
+// is put in place when all are read.
 
 namespace {
 
@@ -22,6 +24,7 @@ constexpr int kScans = 2'000;
 constexpr int kScansPerCalibration = 50;
 constexpr int kRevisions = 5'000;
 
+// Under the name that stands in the file, by which an archive finds what reads the object.
 template <typename T>
 void Register()
 {
@@ -65,6 +68,7 @@ void AddFeatures(BNode& branch, BNode& scans)
     branch.Child(0)->Lock(true);
 }
 
+// Each below the one before: walking, saving and deleting must not take stack for each level.
 void AddRevisions(BNode& branch)
 {
     SP<BNode> revision(&branch);
@@ -149,12 +153,14 @@ Scan::Scan(std::int64_t pointCount, double deviation, SP<Calibration> calibratio
 
 void Scan::WriteData(BArchive& archive) const
 {
+    // The calibration is written by its index, and once, however many scans share it.
     archive << m_pointCount << m_deviation << m_calibration.Get();
 }
 
 void Scan::UpdateAssociations(BArchive& archive)
 {
     const SP<BSmartObj> object = archive.QueryObject(m_calibrationIndex);
+    // Null where a damaged document has something else there.
     m_calibration = dynamic_cast<Calibration*>(object.Get());
 }
 
@@ -248,6 +254,7 @@ WString FirstDifference(BNode& a, BNode& b)
         if (lineA != lineB)
             return lineA + QD_W("  <>  ") + lineB;
     }
+    // One tree may be the beginning of the other.
     return itrA.IsValid() == itrB.IsValid() ? WString() : WString(QD_W("one tree has more nodes"));
 }
 

@@ -10,10 +10,12 @@
 #include <filesystem>
 #include <string>
 
-// What the user sees: texts are keys until they are printed, and lengths millimetres.
+// What the user sees: texts are keys until they are printed, and lengths millimetres. So a document
+// holds neither a language nor a unit, and changing one of them means printing again.
 
 namespace {
 
+// The document has thousands of nodes, one below the other and side by side.
 constexpr int kChildrenShown = 4;
 constexpr int kLevelsShown = 4;
 
@@ -69,6 +71,7 @@ bool SwitchLanguage(std::string_view name)
         PrintLine(log);
         return false;
     }
+    // Only now: a file that cannot be read leaves the language that there was.
     BLanguageMap::RegisterInstance(map);
     return true;
 }

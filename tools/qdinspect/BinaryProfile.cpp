@@ -24,6 +24,7 @@ namespace {
 constexpr std::uint32_t kAnsiFormatId = 0x59414C05;
 constexpr std::uint32_t kUnicodeFormatId = 0x69414C06;
 
+// As many digits as it takes to read the same number again.
 std::string NumberText(double value)
 {
     char text[32];
@@ -72,7 +73,7 @@ bool IsWhole(const BVariant& value, std::uint64_t start, BlockReader& file)
     written.Append(value.Type());
     value.AppendValue(written);
     const std::uint64_t end = file.Position();
-    file.MoveTo(start);
+    file.MoveTo(start); // back to what was read already
     const char* const bytes = file.Peek(end - start);
     const bool isSame = bytes != nullptr && end - start == written.Size() &&
                         std::memcmp(bytes, written.Data(), written.Size()) == 0;

@@ -12,6 +12,12 @@
 #include <cstdint>
 #include <ostream>
 
+// A language file, entry by entry.
+//
+// Lines are read by the library's own reader and added to a map, so that what is refused is what a
+// program refuses, with its code. One thing the map cannot see, and the file looks whole with it: a
+// quote that is not closed makes one long text of the entries behind it.
+
 namespace {
 
 using platform::WideView;
@@ -54,11 +60,12 @@ void InspectLanguageFile(const WChar* path, Report& report)
     std::uint64_t untranslated = 0;
     for (std::uint64_t line = 1; reader.ReadLine(cells, 3); ++line) {
         if (cells[0].GetAt(0) != '$')
-            continue;
+            continue; // a comment, or nothing
         ++entries;
         untranslated += cells[2].IsEmpty() ? 1 : 0;
         report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1]) << ' '
                       << Cell(cells[2]) << '\n';
+        // Without overwriting, so that the second entry of a key is told.
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
             report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";
         if (HoldsEntries(cells))

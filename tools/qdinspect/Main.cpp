@@ -2,6 +2,9 @@
 // it, and where it is damaged. The content tells its kind unless KIND names it: "archive",
 // "language", "binary" or "text" (the two kinds of profiles).
 //
+// It is for files that a program does not open any more, so it trusts nothing in them, and goes on
+// behind what is damaged as far as the format lets it.
+//
 // The exit code is 0 for a whole file, 1 for a damaged one, 2 when there is nothing to inspect.
 
 #include "core/archive/Encoding.h"
@@ -31,6 +34,7 @@ constexpr int kWhole = 0;
 constexpr int kDamaged = 1;
 constexpr int kNothing = 2;
 
+// Bytes; a text is taken into memory as a whole, other files piece by piece.
 constexpr std::uint64_t kLargestText = 1u << 30;
 
 bool BeginsWith(BlockReader& file, std::string_view bytes)
@@ -79,6 +83,7 @@ EKind KindOfText(const WideText& text, bool isUnicode)
     return isUnicode && text.empty() ? EKind::TextProfile : EKind::Unknown;
 }
 
+// The kinds with a mark of their own come first: a text may be any bytes.
 EKind KindOf(BlockReader& file)
 {
     if (BeginsWith(file, "\x06LAi") || BeginsWith(file, "\x05LAY"))
@@ -120,11 +125,13 @@ int Inspect(const WideText& path, std::string_view kindName)
     Report report(std::cout);
     switch (kind) {
     case EKind::Archive: InspectArchive(file, report); break;
+    // By its path: the language map's own reader takes a text stream.
     case EKind::Language: InspectLanguageFile(path.c_str(), report); break;
     case EKind::BinaryProfile: InspectBinaryProfile(file, report); break;
     case EKind::TextProfile: InspectTextProfile(ReadText(file), report); break;
     case EKind::Unknown: return Nothing("The file is of no kind that is known here.");
     }
+    // A cut in the middle of a unit, which the readers of texts pass over.
     const bool isText = kind == EKind::Language || (kind == EKind::TextProfile && IsUnicode(file));
     if (isText && file.Size() % sizeof(WChar) != 0)
         report.DamageAt(file.Size() - 1) << "half a character\n";
@@ -138,6 +145,7 @@ int main(int argc, char** argv)
 {
     if (argc < 2 || argc > 3)
         return Nothing("qdinspect FILE [archive|language|binary|text]");
+    // Such as missing memory: that says nothing of the file.
     try {
         return Inspect(std::filesystem::path(argv[1]).string<WChar>(), argc == 3 ? argv[2] : "");
     } catch (const std::exception& failure) {

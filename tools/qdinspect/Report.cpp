@@ -5,6 +5,13 @@
 #include <charconv>
 #include <ostream>
 
+// How findings and texts are printed.
+//
+// A damaged file may hold anything, also sequences that a terminal obeys and marks that turn the
+// order of what stands beside them; those are printed as escapes. UTF-8 is made here, as
+// conversions that know no half of a surrogate pair would drop it or put another character in its
+// place, and it is what a reader of the report looks for.
+
 namespace {
 
 constexpr bool IsLead(char32_t unit)
@@ -73,6 +80,7 @@ std::string Quoted(platform::WideView text)
 {
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size(); ++i) {
+        // A pair is one character; half of one stays by itself, and is escaped.
         char32_t character = static_cast<char32_t>(text[i]);
         if (IsLead(character) && i + 1 < text.size() && IsTrail(static_cast<char32_t>(text[i + 1])))
             character = 0x10000 + ((character - 0xD800) << 10) +
@@ -81,6 +89,7 @@ std::string Quoted(platform::WideView text)
             AppendEscape(out, character);
             continue;
         }
+        // So that an escape is told from a text that reads like one.
         if (character == U'"' || character == U'\\')
             out += '\\';
         AppendUtf8(out, character);

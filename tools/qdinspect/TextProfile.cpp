@@ -29,7 +29,7 @@ WideView Trimmed(WideView text)
     return text;
 }
 
-// Names go without regard to case.
+// Names go without regard to case: of ASCII here, which is that of nearly all of them.
 WideText Folded(WideView name)
 {
     WideText folded(name);
