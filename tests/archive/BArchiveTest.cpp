@@ -5,7 +5,6 @@
 
 #include "tests/ThrownError.h"
 #include "tests/archive/ArchiveTestObjects.h"
-#include "tests/archive/RecordBytes.h"
 
 #include <gtest/gtest.h>
 
@@ -152,7 +151,7 @@ std::string ItemBytes(int value, const std::vector<std::uint64_t>& links = {})
 {
     std::string bytes = BytesOf(value) + BytesOf(static_cast<int>(links.size()));
     for (const std::uint64_t link : links)
-        bytes += ReferenceBytes(link);
+        bytes += BytesOf(link);
     return bytes;
 }
 
@@ -424,7 +423,8 @@ TEST_F(BArchiveTest, ReadsTheSizesAndReferencesOfOlderFormats)
                    BytesOf(std::uint64_t{payload.size()}).substr(0, c.sizeBytes) + payload;
         };
         Put(HeaderBytes("Doc", 7, "BArchive", c.format) +
-            record("1", BytesOf(5) + BytesOf(1) + ReferenceBytes(2).substr(0, c.referenceBytes)) +
+            record("1", BytesOf(5) + BytesOf(1) +
+                            BytesOf(std::uint64_t{2}).substr(0, c.referenceBytes)) +
             record("2", ItemBytes(6)));
         BArchive archive = Opened();
         EXPECT_EQ(archive.IsGood(), c.good);

@@ -3,7 +3,6 @@
 #include "core/tree/BNodeItr.h"
 
 #include "tests/archive/ArchiveTestObjects.h"
-#include "tests/archive/RecordBytes.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +27,7 @@ struct NodeRecord {
 
 std::string Reference(int index)
 {
-    return ReferenceBytes(static_cast<std::uint64_t>(index));
+    return BytesOf(static_cast<std::uint64_t>(index));
 }
 
 std::string PayloadOf(const NodeRecord& node)
@@ -122,8 +121,8 @@ TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
         SCOPED_TRACE(version);
         Put(HeaderBytes("class Doc", 7) +
             RecordBytes("1", "", "BNode", version,
-                        ReferenceBytes(0) + BytesOf(0) + BytesOf(0) + TextBytes("\x80") +
-                            ReferenceBytes(0) + "\2" + (version == 0 ? ""s : BytesOf(1) + "w\0"s)));
+                        Reference(0) + BytesOf(0) + BytesOf(0) + TextBytes("\x80") + Reference(0) +
+                            "\2" + (version == 0 ? ""s : BytesOf(1) + "w\0"s)));
         const SP<BNode> node = TakeOut("1");
         ASSERT_TRUE(node);
         EXPECT_EQ(node->GetText(), version == 0 ? QD_W("\u20AC") : QD_W("w"));

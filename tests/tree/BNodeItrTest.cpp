@@ -122,10 +122,13 @@ void WalkWhateverHappens(std::vector<SP<Element>> elements, Add add, Remove remo
     EXPECT_EQ(itr.Current(), elements[5]) << "it was added behind";
     Itr copy = itr;
     remove(*node, elements[5].Get());
+    const SP<BNode> other(new BNode);
+    for (const std::size_t moved : {5, 1})
+        EXPECT_TRUE(add(*other, elements[moved].Get()));
     elements.pop_back();
-    EXPECT_EQ(itr.Current()->RefCount(), 2) << "the two iterators hold it";
+    EXPECT_EQ(itr.Current()->RefCount(), 3) << "the two iterators hold it as the other node does";
     ++itr;
-    EXPECT_FALSE(itr.IsValid()) << "removed elsewhere";
+    EXPECT_FALSE(itr.IsValid()) << "moved elsewhere";
     copy.RemoveCurrent();
     EXPECT_FALSE(copy);
     for (itr.Restart(); itr;)
