@@ -101,15 +101,15 @@ SP<T> TakeOutAs(BArchive& archive, const char* label)
     return dynamic_cast<T*>(archive.TakeOut(label).Get());
 }
 
-/// Has an archive's file, of the document class "class Doc" in version 7.
+/// Has an archive's file, of the document class "class Doc" in version 7 unless told otherwise.
 class ArchiveFileTest : public testing::Test {
 protected:
     /// Its bytes when `insert` has put objects into the archive.
     template <typename Insert>
-    std::string Written(Insert insert)
+    std::string Written(Insert insert, const char* docClass = "class Doc", int docVersion = 7)
     {
         {
-            BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+            BArchive archive(m_path, BArchive::ModeWrite, docClass, docVersion);
             insert(archive);
             EXPECT_TRUE(archive.Flush());
         }

@@ -2,9 +2,8 @@
 #include "core/geometry/BBitArray.h"
 #include "core/tree/BNode.h"
 
-#include "tests/FileBytes.h"
 #include "tests/GoldenFile.h"
-#include "tests/TemporaryFolder.h"
+#include "tests/archive/ArchiveTestObjects.h"
 #include "tests/tree/TreeTestObjects.h"
 
 #include <gtest/gtest.h>
@@ -50,30 +49,28 @@ void WriteOdd(BArchive& archive)
     archive.Insert(shared, kOddLabel);
 }
 
+using GoldenArchive = ArchiveFileTest;
+
 } // namespace
 
 // What is read and written again is the same file: nothing was lost on the way.
-TEST(GoldenArchive, IsWrittenAndReadTheSameOnEachPlatform)
+TEST_F(GoldenArchive, IsWrittenAndReadTheSameOnEachPlatform)
 {
     NumberAttribute::Register();
     constexpr const char* kDocClass = "class Odd\xDF";
     constexpr int kDocVersion = std::numeric_limits<int>::min();
-    const TemporaryFolder folder;
-    const auto written = [&](const auto& write) {
-        {
-            BArchive archive(folder.Path("a.qda"), BArchive::ModeWrite, kDocClass, kDocVersion);
-            write(archive);
-            EXPECT_TRUE(archive.Flush());
-        }
-        return FileBytes(folder / "a.qda");
+    const std::string kept = FileBytes(GoldenFile("archive/odd.qda"));
+    EXPECT_TRUE(Written(&WriteOdd, kDocClass, kDocVersion) == kept);
+    Put(kept);
+    SP<BSmartObj> root, shared;
+    {
+        BArchive archive = Opened(kDocClass, kDocVersion);
+        root = archive.TakeOut("2");
+        shared = archive.TakeOut(kOddLabel);
+    }
+    const auto write = [&](BArchive& archive) {
+        archive.Insert(root.Get(), "2");
+        archive.Insert(shared.Get(), kOddLabel);
     };
-    const std::filesystem::path golden = GoldenFile("archive/odd.qda");
-    const std::string kept = FileBytes(golden);
-    EXPECT_TRUE(written(&WriteOdd) == kept);
-    BArchive archive(TemporaryFolder::ToWide(golden), BArchive::ModeRead, kDocClass, kDocVersion);
-    const SP<BSmartObj> root = archive.TakeOut("2"), shared = archive.TakeOut(kOddLabel);
-    EXPECT_TRUE(written([&](BArchive& again) {
-                    again.Insert(root.Get(), "2");
-                    again.Insert(shared.Get(), kOddLabel);
-                }) == kept);
+    EXPECT_TRUE(Written(write, kDocClass, kDocVersion) == kept);
 }
