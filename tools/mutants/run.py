@@ -175,23 +175,44 @@ class Sandbox:
 
     def run(self, program, tests, seconds, **more):
         """True when all tests passed in time."""
+        return self.output(program, tests, seconds, "--gtest_fail_fast", **more) is None
+
+    def failing(self, program, tests, seconds, **more):
+        """Those of the tests that fail; one that crashes or hangs, and then those behind it, too."""
+        failed = set()
+        while tests:
+            output = self.output(program, tests, seconds, **more)
+            if output is None:
+                break
+            failed |= set(re.findall(r"^\[  FAILED  \] ([\w/.]+)", output, re.MULTILINE))
+            begun = re.findall(r"^\[ RUN      \] ([\w/.]+)", output, re.MULTILINE)
+            if not begun or f"[       OK ] {begun[-1]}" in output or begun[-1] in failed:
+                break
+            failed.add(begun[-1])
+            tests = [test for test in tests if test not in begun]
+        return failed
+
+    def output(self, program, tests, seconds, *flags, **more):
+        """None when all tests passed in time, or else what was printed."""
         environment = dict(HOME=self.folder, TMPDIR=self.folder, PATH=os.environ["PATH"], LANG="C.UTF-8",
                            **more)
-        process = subprocess.Popen(
-            [BUILD / "bin" / program, "--gtest_brief=1", "--gtest_fail_fast",
-             "--gtest_filter=" + ":".join(tests)],
-            cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL, preexec_fn=self.limit)
-        try:
-            return process.wait(seconds) == 0
-        except subprocess.TimeoutExpired:
-            return False
-        finally:
+        with open(os.path.join(self.folder, "output"), "w+b") as printed:
+            process = subprocess.Popen(
+                [BUILD / "bin" / program, *flags, "--gtest_filter=" + ":".join(tests)],
+                cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=printed,
+                stderr=subprocess.DEVNULL, preexec_fn=self.limit)
             try:
-                os.killpg(process.pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-            process.wait()
+                passed = process.wait(seconds) == 0
+            except subprocess.TimeoutExpired:
+                passed = False
+            finally:
+                try:
+                    os.killpg(process.pid, signal.SIGKILL)
+                except ProcessLookupError:
+                    pass
+                process.wait()
+            printed.seek(0)
+            return None if passed else printed.read(1 << 24).decode(errors="replace")
 
 
 def tests_of(program):
@@ -251,6 +272,40 @@ class Suite:
         return False
 
 
+    def noticing(self, mutant):
+        """All tests that fail, crash or do not end."""
+        names = set()
+        for program in PROGRAMS:
+            chosen = [test for test in self.reaching.get(mutant.number, []) if test[1] == program]
+            if chosen:
+                with Sandbox() as sandbox:
+                    names |= sandbox.failing(program, [test[2] for test in chosen],
+                                             10 + 2 * sum(test[0] for test in chosen),
+                                             QD_MUTANT=str(mutant.number))
+        return {re.sub(r"^\w+/(?=\w+/\d)|/\d+", "", name) for name in names}
+
+
+TEST = re.compile(r"^(?:TYPED_)?TEST(?:_F|_P)?\((\w+),\s*(\w+)\)\n\{.*?^\}", re.MULTILINE | re.DOTALL)
+
+
+def lengths_of_tests():
+    """{suite and name: lines}"""
+    return {f"{match[1]}.{match[2]}": match[0].count("\n") + 2
+            for path in (ROOT / "tests").rglob("*.cpp") for match in TEST.finditer(path.read_text())}
+
+
+def report_needless(suite, mutants):
+    """Tests without which the others notice all that is noticed, the longest first."""
+    with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+        noticed = [names for names in pool.map(suite.noticing, mutants) if names]
+    lengths = lengths_of_tests()
+    for name in sorted(lengths, key=lengths.get, reverse=True):
+        if all(len(names) > 1 for names in noticed if name in names):
+            for names in noticed:
+                names.discard(name)
+            print(f"needless for these mutants: {name}, {lengths[name]} lines", flush=True)
+
+
 # --- what was accepted, and the report -----------------------------------------------------------
 
 
@@ -291,6 +346,8 @@ def main():
     parser.add_argument("--count", type=int, default=100, help="mutants a folder; 0: all (100)")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--files", default="*", help="only files whose names match")
+    parser.add_argument("--needless", action="store_true",
+                        help="also tells tests whose removal loses none of what is noticed")
     options = parser.parse_args()
     folders = options.folders or every
     if unknown := set(folders) - set(every):
@@ -332,7 +389,9 @@ def main():
         planted = sum(folder_of(mutant) == folder for mutant in chosen)
         noticed = planted - sum(folder_of(mutant) == folder for mutant in survivors)
         if planted:
-            print(f"{folder:<12}{planted:>9}{noticed:>9}{100 * noticed / planted:>7.0f}%")
+            print(f"{folder:<12}{planted:>9}{noticed:>9}{100 * noticed / planted:>7.0f}%", flush=True)
+    if options.needless:
+        report_needless(suite, chosen)
 
 
 if __name__ == "__main__":
