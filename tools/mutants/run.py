@@ -95,13 +95,13 @@ def find_mutants(names):
     return found
 
 
-ERROR = re.compile(r"^([^:\s]+):(\d+):(\d+): (?:fatal )?(?:error|note):", re.MULTILINE)
+ERROR = re.compile(r"^([^:\s]+):(\d+):(\d+)(: (?:error|note):)", re.MULTILINE)
 
 
 def refused(output, mutants):
     """The mutants at the places where the compiler complained."""
     gone = set()
-    for file, line, column in ERROR.findall(output):
+    for file, line, column, rest in ERROR.findall(output):
         path = pathlib.Path(os.path.normpath(BUILD / file))  # the compiler cache makes them relative
         if not path.is_relative_to(TREE):
             continue
@@ -109,9 +109,13 @@ def refused(output, mutants):
         lines = path.read_bytes().split(b"\n")
         line = int(line)
         offset = sum(len(text) + 1 for text in lines[:line - 1]) + int(column) - 1
-        around = [m for m in mutants if m.path == name and m.span[0] <= offset < m.span[1]]
+        here = [m for m in mutants if m.path == name]
+        around = [m for m in here if m.span[0] <= offset < m.span[1]]
         if around:
             gone.add(min(around, key=lambda m: m.span[1] - m.span[0]).number)
+        elif ": error:" in rest:  # the complaint is about what stands around a mutant
+            start = offset - int(column) + 1
+            gone |= {m.number for m in here if start <= m.span[0] <= start + len(lines[line - 1])}
     return gone
 
 
