@@ -191,7 +191,7 @@ class Finder:
         if not place or not cursor.kind.is_expression():
             return
         semicolon = re.match(rb"\s*;", self.source[place[1]:])
-        if semicolon:
+        if semicolon and not self.text(*place).startswith(b"assert("):
             end = place[1] + semicolon.end()
             self.add(place[0], end, None, f"{condensed(self.text(place[0], end))} -> dropped")
 
