@@ -30,6 +30,7 @@ public:
     /// `Allocate` and a copy of `size` bytes from `source`, which may be null and does not lie in
     /// the buffer: growing ends the old one.
     void* Duplicate(void* source, std::uint64_t size);
+    /// Asserts that the thread has the buffer.
     void Release();
 
 private:

@@ -15,7 +15,7 @@ public:
     /// Enters `section`, waiting as long as needed.
     explicit BCriticalSection(CRITICAL_SECTION* section);
     /// Intended: a copy knows the section but does not enter it, so that the section is left once
-    /// more than it was entered when both are gone.
+    /// more than it was entered when both are gone, which is asserted.
     BCriticalSection(const BCriticalSection& other) noexcept = default;
     BCriticalSection& operator=(const BCriticalSection& other) noexcept = default;
     /// Leaves the section.

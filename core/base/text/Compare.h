@@ -5,8 +5,8 @@
 #include "core/platform/Collation.h"
 
 // Order and equality, which are the platform's collation: what a user takes for the same text is
-// the same, and lists stand as the user sorts them. Copies that still share their
-// block are equal without a look at it.
+// the same, and lists stand as the user sorts them. Copies that still share their block are equal
+// without a look at it.
 
 template <class String>
 int BText<String>::Cmp(const String& other) const noexcept

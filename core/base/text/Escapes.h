@@ -13,7 +13,7 @@
 
 namespace NText {
 
-// What stands behind the backslash in a escape of two units, 0 when `unit` has none.
+// What stands behind the backslash in an escape of two units, 0 when `unit` has none.
 template <class Char>
 Char EscapeLetter(Char unit) noexcept
 {

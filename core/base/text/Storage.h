@@ -45,9 +45,10 @@ auto BText<String>::Str() -> Char*
 template <class String>
 void BText<String>::SetAt(std::size_t position, Char unit)
 {
-    assert(position < Length());
-    if (MakePrivate())
-        m_text.Writable()[position] = unit;
+    if (!MakePrivate())
+        return;
+    assert(position < m_text.Capacity()); // the length would have to be measured each time
+    m_text.Writable()[position] = unit;
 }
 
 template <class String>
@@ -66,8 +67,8 @@ template <class String>
 void BText<String>::Append(Char unit)
 {
     const View own = Own();
-    // Intended: one unit of the capacity stays unused, so that a text grown unit by
-    // unit has blocks of 64, 127, 190 ... characters.
+    // Intended: one character of the capacity stays unused, so that a text that grows character by
+    // character has blocks of 64, 127, 190 ... of them.
     if (m_text.IsPrivate() && own.size() + 1 < m_text.Capacity()) {
         m_text.Writable()[own.size()] = unit;
         m_text.Writable()[own.size() + 1] = 0;

@@ -1,12 +1,11 @@
 #include "core/platform/posix/CollationSearch.h"
 
+#include "core/platform/SeededHash.h"
 #include "core/platform/posix/CollationLevels.h"
 
 #include <bit>
 #include <cassert>
 #include <cstdint>
-#include <exception>
-#include <random>
 
 // A stretch of the text is found when it compares equal to the part, which no search for units can
 // tell: letters are equal in both cases, ignored units count for nothing, one unit may count as
@@ -48,14 +47,7 @@ private:
 /// The base of the sums, drawn once, so that no text can be made for which they often collide.
 Residue SumBase() noexcept
 {
-    static const Residue base = []() noexcept -> Residue {
-        try {
-            std::random_device device;
-            return std::uint64_t{device()} << 29 | device() >> 3;
-        } catch (const std::exception&) {
-            return 0x1e3779b97f4a7c15; // a collision costs time, no more
-        }
-    }();
+    static const Residue base = SeededHash(std::uint64_t{1}) >> 3;
     return base;
 }
 

@@ -14,13 +14,16 @@ namespace platform {
 // pause.
 ELocked LockFile(const Descriptor& file, EFileLock kind, int waitMs) noexcept
 {
-    constexpr int pauseUs = 200;
+    constexpr int pauseUs = 200, mostInterruptions = 50;
     const int operation = (kind == EFileLock::Shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
     const std::uint32_t start = TickCount();
+    int interruptions = 0; // a signal says nothing about the lock, so they take nothing of the wait
     while (::flock(file.Get(), operation) != 0) {
         if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL)
             return ELocked::Unsupported;
-        if (errno != EWOULDBLOCK && errno != EINTR)
+        if (errno == EINTR && ++interruptions <= mostInterruptions)
+            continue;
+        if (errno != EWOULDBLOCK)
             return ELocked::Failed;
         if (static_cast<std::int64_t>(TickCount() - start) >= waitMs)
             return ELocked::InUse;

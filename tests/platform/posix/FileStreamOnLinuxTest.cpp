@@ -4,6 +4,7 @@
 #include "tests/FileBytes.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/platform/posix/SystemCalls.h"
 
 #include <gtest/gtest.h>
 
@@ -121,6 +122,15 @@ TEST(FileStreamOnLinux, WritesInPlaceOfAnEndOfText)
         std::fputs("y\n", stream.get());
         EXPECT_EQ(FileBytes(folder / "text"), "x\r\ny\r\n"); // at once, to know where it stands
     }
+}
+
+TEST(FileStreamOnLinux, AsksAgainForALockThatASignalInterrupts)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "file", "x");
+    SystemCalls calls;
+    calls.InterruptLock();
+    EXPECT_TRUE(platform::OpenStreamAlone(folder.Path("file"), u"rb", 0));
 }
 
 TEST(FileStreamOnLinux, ReportsAFullDisk)

@@ -8,6 +8,7 @@
 extern "C" {
 int __real_fsync(int file);
 int __real_fchmod(int file, mode_t mode);
+int __real_flock(int file, int operation);
 int __real_rename(const char* from, const char* to);
 std::uint32_t __real__ZN8platform9TickCountEv();
 
@@ -19,6 +20,14 @@ int __wrap_fsync(int file)
 int __wrap_fchmod(int file, mode_t mode)
 {
     return SystemCalls::Make("fchmod", [=] { return __real_fchmod(file, mode); });
+}
+
+int __wrap_flock(int file, int operation)
+{
+    if (!SystemCalls::TakeInterruption())
+        return __real_flock(file, operation);
+    errno = EINTR;
+    return -1;
 }
 
 int __wrap_rename(const char* from, const char* to)

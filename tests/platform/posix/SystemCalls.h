@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 
 /// Watches the calls of this program on Linux that put a file in place, while it lives: `fsync`,
 /// `fchmod` and `rename`. Time passes faster meanwhile: a second from one look at the clock to the
@@ -22,6 +23,8 @@ public:
         m_failing = name;
         m_error = error;
     }
+    /// The next `flock` is interrupted by a signal.
+    void InterruptLock() { m_isInterrupted = true; }
     /// The process ends as if it were killed when it is about to call `name`.
     void EndBefore(const std::string& name) { m_endBefore = name; }
     /// The same once the call is done.
@@ -30,6 +33,10 @@ public:
     // What the library's calls become.
 
     static int Make(const char* name, const std::function<int()>& call);
+    static bool TakeInterruption()
+    {
+        return s_current && std::exchange(s_current->m_isInterrupted, false);
+    }
     static std::uint32_t TickCount();
 
 private:
@@ -37,5 +44,6 @@ private:
 
     std::string m_made, m_failing, m_endBefore, m_endAfter;
     int m_error = 0; // of what fails
+    bool m_isInterrupted = false;
     std::uint32_t m_seconds = 0;
 };
