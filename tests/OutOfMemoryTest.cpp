@@ -400,17 +400,19 @@ TEST_F(OutOfMemoryTest, LanguageFilesAreReadAndWrittenAsAWhole)
         });
 }
 
-TEST_F(OutOfMemoryTest, AChildIsFoundWithoutAnIndex)
+TEST_F(OutOfMemoryTest, ATreeIsSearchedAndReleasedWithoutMemory)
 {
-    const SP<BNode> root = new BNode;
+    SP<BNode> root = new BNode;
     for (int i = 0; i != 40; ++i)
         Append(*root, WString::FromInt(i));
+    AppendLine(*root, 100)->SetObj(new CountedPayload);
     const WString name = QD_W("7");
     FailingAllocations memory(0, FailingAllocations::ERange::All);
-    const BNode* const found = root->Child(name);
+    const bool isFound = root->Child(name) == root->Child(7);
+    root = nullptr;
     memory.Stop();
-    EXPECT_TRUE(memory.HaveFailed());
-    EXPECT_EQ(found, root->Child(7));
+    EXPECT_TRUE(memory.HaveFailed() && isFound);
+    EXPECT_EQ(CountedPayload::alive, 0);
 }
 
 TEST_F(OutOfMemoryTest, NothingEndsTheProcess)

@@ -198,7 +198,7 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
 TEST_F(BArchiveTest, KeepsEveryKindOfValue)
 {
     using Values = std::tuple<BString, WString, int, float, double, char, unsigned short,
-                              std::int64_t, BFColor>;
+                              std::int64_t, BFColor, WString>;
     const Values values = {"a\xE9",
                            QD_W("\x4E2D\xD83D\xDE00"),
                            std::numeric_limits<int>::min(),
@@ -207,8 +207,10 @@ TEST_F(BArchiveTest, KeepsEveryKindOfValue)
                            '\xFF',
                            65535,
                            std::numeric_limits<std::int64_t>::max(),
-                           BFColor(0.25F, 0.5F, 0.75F, 1)};
+                           BFColor(0.25F, 0.5F, 0.75F, 1),
+                           QD_W("")};
     Values taken;
+    std::get<9>(taken) = QD_W("former");
     Acting::write = [&](const Acting&, BArchive& archive) {
         std::apply([&](const auto&... value) { (archive << ... << value); }, values);
     };
@@ -608,6 +610,7 @@ TEST_F(BArchiveTest, AWritingArchiveReadsNothing)
     int value = 5;
     out >> value;
     out.SkipText();
+    out.TakeOutLater(BString("1"));
     EXPECT_EQ(value, 5);
     EXPECT_FALSE(out.ReadMemoryBlock(&value, 1));
     EXPECT_EQ(out.BytesLeft(), 0U);
@@ -705,14 +708,14 @@ TEST_F(BArchiveTest, EveryObjectIsAskedInItsTurnWhetherItIsSound)
         items.push_back(TakeOutAs<ArchiveItem>(archive, Numbered("x", i).c_str()));
     EXPECT_GT(ArchiveItem::asked, 64 * kCount);
     EXPECT_LT(ArchiveItem::asked, 100 * kCount) << "not each one in each call";
-    items[0]->m_value = ArchiveItem::kUnsound;
+    items.back()->m_value = ArchiveItem::kUnsound;
     EXPECT_FALSE(archive.VerifyObjects());
     int given = 0;
     while (archive.TakeOut("x1") && given < kCount)
         ++given;
     EXPECT_LT(given, 100);
     EXPECT_EQ(archive.TakeOut("x1"), nullptr) << "and again";
-    items[0]->m_value = 0;
+    items.back()->m_value = 0;
     EXPECT_EQ(Value(archive, "x0"), 0);
 }
 

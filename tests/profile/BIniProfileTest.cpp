@@ -76,6 +76,7 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
     class Coded : public BIniProfile {
     public:
         using BIniProfile::BIniProfile;
+        using IProfile::Init;
 
         WString beforeRead, beforeWrite;
 
@@ -120,6 +121,8 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
         EXPECT_TRUE(profile.Write(QD_W("missing"), 8)); // no default
         profile.beforeRead = WString();
         EXPECT_EQ(profile.GetInt(QD_W("missing"), 7), 8);
+        profile.Init();
+        EXPECT_FALSE(profile.WriteMissingKey());
     }
 }
 

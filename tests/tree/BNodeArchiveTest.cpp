@@ -22,6 +22,7 @@ struct NodeRecord {
     int parent = 0;
     int object = 0;
     int annotation = 0;
+    int annotationCount = 1;            // if there is one, how often
     std::optional<int> childCount = {}; // if not as many as there are
 };
 
@@ -37,7 +38,10 @@ std::string PayloadOf(const NodeRecord& node)
     for (const int child : node.children)
         bytes += Reference(child);
     bytes += BytesOf(0) + TextBytes("") + Reference(node.parent) + "\1" + BytesOf(1) + "n\0"s;
-    return bytes + (node.annotation == 0 ? BytesOf(0) : BytesOf(1) + Reference(node.annotation));
+    bytes += BytesOf(node.annotation == 0 ? 0 : node.annotationCount);
+    for (int i = 0; node.annotation != 0 && i < node.annotationCount; ++i)
+        bytes += Reference(node.annotation);
+    return bytes;
 }
 
 // A derived node with a payload of its own: nothing of its base, which it builds up itself. It
@@ -163,9 +167,9 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
         {"an object that is another child", {{{2, 3}}, {{}, 1, 3}, {{}, 1}}, true},
         {"its own object and child", {{{1}, 0, 1}}, false},
         {"its own child, and other's objects", {{{1}, 0, 2}, {{}, 0, 3}, {{}, 0, 2}}, false},
-        {"a count beyond the record", {{{2}, 0, 0, 0, 1000}, {{}, 1}}, false},
-        {"a count of all ones", {{{2}, 0, 0, 0, 0x7FFFFFFF}, {{}, 1}}, false},
-        {"a negative count", {{{}, 0, 0, 0, -2}}, true},
+        {"a count beyond the record", {{{2}, 0, 0, 0, 1, 1000}, {{}, 1}}, false},
+        {"a count of all ones", {{{2}, 0, 0, 0, 1, 0x7FFFFFFF}, {{}, 1}}, false},
+        {"a negative count", {{{}, 0, 0, 0, 1, -2}}, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -250,7 +254,7 @@ TEST_F(BNodeArchiveTest, ADerivedNodeMakesNoCircleOfChildren)
 
 TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
 {
-    PutNodes({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 0, 99}, {{}, 1}});
+    PutNodes({{{2, 3, 4}}, {{}, 1}, {{}, 1, 0, 0, 1, 99}, {{}, 1}});
     SP<BNode> root = TakeOut("1");
     ASSERT_TRUE(root);
     EXPECT_EQ(TextOf(*root), "n(n - n)");
@@ -262,12 +266,15 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     EXPECT_TRUE(root->RemoveChild(0)) << "a null entry like any other";
     EXPECT_EQ(TextOf(*root), "n(s n)");
 
-    PutNodes({{{2, 3}}, {{}, 1}, {{}, 1, 0, 0, 99}});
+    PutNodes({{{2, 4, 3}}, {{}, 1}, {{}, 1, 0, 0, 1, 99}, {{}, 1}});
     root = TakeOut("1");
     ASSERT_TRUE(root);
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 40; ++i)
         Append(*root, QD_W("n"));
     EXPECT_EQ(root->Child(QD_W("N")), root->Child(0)) << "the first, also by an index";
+    EXPECT_TRUE(root->RemoveChild(1) && root->RemoveChild(1)) << "the null entry behind a hole";
+    EXPECT_EQ(root->ChildNum(), 41);
+    EXPECT_NE(root->Child(1), nullptr);
 
     PutNodes({{{}, 0, 0, 9}});
     root = TakeOut("1");
@@ -276,6 +283,19 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     const SP<BSmartObj> remark(new CountedPayload);
     root->AddAnnotation(remark.Get());
     EXPECT_EQ(BNodeAnnotationItr(*root).Current(), remark) << "a null annotation is passed over";
+
+    constexpr int kMany = 20; // they have an index
+    PutNodes({{{}, 0, 0, 2, kMany}, {}});
+    root = TakeOut("1");
+    ASSERT_TRUE(root);
+    const SP<BSmartObj> same = BNodeAnnotationItr(*root).Current();
+    int walked = 0;
+    for (BNodeAnnotationItr itr(*root); itr && walked <= kMany; ++itr)
+        ++walked;
+    EXPECT_EQ(walked, kMany) << "the same one again and again";
+    while (root->RemoveAnnotation(same.Get()))
+        --walked;
+    EXPECT_EQ(walked, 0);
 }
 
 TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
