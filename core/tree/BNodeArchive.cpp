@@ -128,8 +128,9 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
     archive.TakeOutLater(loading->object);
     loading->children = ReadReferences(archive);
     loading->attributes = ReadReferences(archive);
+    const bool isNarrow = nodeVersion < 1;
     BString narrowText;
-    if (nodeVersion < 1)
+    if (isNarrow)
         archive >> narrowText;
     else
         archive.SkipText();
@@ -138,7 +139,7 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
     archive >> flags;
     m_isActive = (flags & kActiveFlag) != 0;
     m_isLocked = (flags & kLockedFlag) != 0;
-    if (nodeVersion < 1)
+    if (isNarrow)
         m_text = Converted<WString>(narrowText);
     else
         archive >> m_text;
