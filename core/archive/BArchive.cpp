@@ -65,7 +65,8 @@ public:
     // Leaves the loader without a file when the archive is not what was asked for.
     void ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
                         const char* archiveClass);
-    void WriteQueued(BArchive& archive);
+    // False when a record was refused and the archive's `ThrowError` did not throw.
+    bool WriteQueued(BArchive& archive);
 
     template <typename T>
     void Write(T value) const
@@ -152,7 +153,7 @@ void BArchive::Impl::ReadFileHeader(BArchive& archive, const BString& docClass, 
 // operators to the saver, and from there to the file. Objects that a `WriteData` mentions join the
 // end of the queue. A `WriteData` that flushes begins no second record: the walk that called it
 // goes on.
-void BArchive::Impl::WriteQueued(BArchive& archive)
+bool BArchive::Impl::WriteQueued(BArchive& archive)
 {
     while (saver->MayBeginRecord()) {
         NArchive::Saver::Record record(*saver);
@@ -160,9 +161,12 @@ void BArchive::Impl::WriteQueued(BArchive& archive)
         entry.object->WritePrefix(archive, entry.label);
         record.BeginPayload();
         entry.object->WriteData(archive);
-        if (!record.End(archive.Version()))
-            return archive.ThrowError();
+        if (!record.End(archive.Version())) {
+            archive.ThrowError();
+            return false;
+        }
     }
+    return true;
 }
 
 BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
@@ -202,8 +206,8 @@ bool BArchive::Flush()
 {
     if (!m_impl->saver)
         return false;
-    m_impl->WriteQueued(*this);
-    return m_impl->saver->file.Flush();
+    const bool allWritten = m_impl->WriteQueued(*this);
+    return m_impl->saver->file.Flush() && allWritten;
 }
 
 const char* BArchive::CLASSNAME()

@@ -32,8 +32,8 @@ std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
     return index;
 }
 
-// A good file has about as many indices as records, of which it holds at most so many. One beyond
-// must not make the array long: its text goes into the hash table.
+// The array has a place for as many indices as the file has room for records: a good file needs no
+// more. A greater index must not make the array long, so its text goes into the hash table.
 bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
 {
     assert(m_records.empty());
@@ -88,13 +88,13 @@ RecordDirectory::Record* RecordDirectory::FindIndexText(std::string_view text)
     const std::optional<std::uint64_t> index = IndexOfText(text);
     if (index && *index < m_byIndex.size())
         return FindIndex(*index);
-    const auto found = m_byIndexText.find(std::string(text));
+    const auto found = m_byIndexText.find(text);
     return found == m_byIndexText.end() ? nullptr : &m_records[found->second];
 }
 
 RecordDirectory::Record* RecordDirectory::FindLabel(std::string_view label)
 {
-    const auto found = m_byLabel.find(std::string(label));
+    const auto found = m_byLabel.find(label);
     return found == m_byLabel.end() ? nullptr : &m_records[found->second];
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "core/base/BKeyTraits.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/SP.h"
+#include "core/platform/SeededHash.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,13 +40,9 @@ public:
     [[nodiscard]] Record* FindLabel(std::string_view label);
 
 private:
-    struct TextHash { // seeded: a file must not choose texts that collide
-        std::size_t operator()(const std::string& text) const
-        {
-            return QDSeededHash(text.data(), text.size());
-        }
-    };
-    using Texts = std::unordered_map<std::string, std::uint32_t, TextHash>; // number of a record
+    // The number of a record by a text. Seeded: a file must not choose texts that collide.
+    using Texts =
+        std::unordered_map<std::string, std::uint32_t, platform::SeededTextHash, std::equal_to<>>;
 
     void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
 

@@ -5,11 +5,13 @@
 #include "core/base/BSmartObj.h"
 #include "core/base/BString.h"
 #include "core/base/SP.h"
+#include "core/platform/SeededHash.h"
 #include "core/platform/WChar.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <unordered_set>
 
@@ -69,7 +71,7 @@ public:
 private:
     std::deque<Tupel> m_queue; // in order of insertion, the written ones first
     std::size_t m_writtenCount = 0;
-    std::unordered_set<std::string> m_labels;
+    std::unordered_set<std::string, platform::SeededTextHash, std::equal_to<>> m_labels;
     const Tupel* m_current = nullptr; // in m_queue
 };
 

@@ -2,8 +2,6 @@
 
 #include "core/platform/Clock.h"
 
-#include <cassert>
-
 namespace {
 
 constexpr std::uint64_t kGrowStep = 128;
@@ -43,7 +41,6 @@ double BFramesPerSecondCounter::Fps() const noexcept
 
 void BFramesPerSecondCounter::AddFrameAt(std::int64_t counter)
 {
-    assert(m_timeStamps.Count() == 0 || m_timeStamps[m_timeStamps.Count() - 1] <= counter);
     m_timeStamps.Append(counter);
     // Two always stay, so that a slow display has a rate, too.
     while (m_timeStamps.Count() > 2 && counter - m_timeStamps[0] > m_window)

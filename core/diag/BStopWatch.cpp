@@ -6,7 +6,7 @@ namespace {
 
 std::int64_t Now() noexcept
 {
-    return platform::PerformanceCounter().value_or(0); // a clock that fails stands still
+    return platform::PerformanceCounter().value_or(0); // no clock: no time passes
 }
 
 double TicksPerMillisecond() noexcept

@@ -67,8 +67,7 @@ void BProgressMapping::Send(std::uint64_t target)
     try {
         QDSend(kMessageProgressIncrement, increment, 0);
     } catch (...) {
-        assert(m_sent >= increment);
-        m_sent -= increment;
+        m_sent -= std::min(m_sent, increment); // the receiver may have begun it anew
         throw;
     }
 }

@@ -79,6 +79,7 @@ private:
 };
 
 /// Reads a type code and the value behind it. Null for a code that means nothing, and when there is
-/// none; what follows is then not skipped.
+/// none; what follows is then not skipped. `stream` must have a size and positions: from a pipe
+/// nothing is read.
 [[nodiscard]] SP<BVariant> LoadVariant(std::FILE* stream);
 [[nodiscard]] SP<BVariant> LoadVariant(VariantSource& source);

@@ -107,7 +107,8 @@ public:
     virtual bool Read(const WString& key, double& value) const;
     virtual bool Read(const WString& key, float& value) const;
     /// The other readers have their texts from here. What they hand over as `value` is the text of
-    /// their default where missing keys are written, else it is empty.
+    /// their default where missing keys are written, else it is empty; those of times and of
+    /// hexadecimal numbers always hand over an empty one.
     virtual bool Read(const WString& key, WString& value) const;
 
     virtual bool WriteString(const WString& key, const WString& value) const;

@@ -11,8 +11,8 @@
 class QD_CORE_API BAttribute : public virtual BSmartObj {
 public:
     BAttribute() = default;
-    // Copying takes over nothing: an attribute is known by its name and its own data alone. A copy
-    // draws a unique id of its own.
+    // Copying takes over nothing: an attribute is known by its name and its own data alone. The
+    // most derived class decides on the unique id.
     BAttribute(const BAttribute&) noexcept // NOLINT(bugprone-copy-constructor-init): said above
         : BSmartObj()
     {}

@@ -78,8 +78,8 @@ WString PathBelow(const BNode* top, const BNode* node)
     return path.c_str();
 }
 
-// Goes through the tree: objects do not know their nodes, of which they may have several.
-// The path of the first node in `bank` for whose object `isIt` is true.
+// The path of the first node in `bank` for whose object `isIt` is true. It goes through the tree,
+// as objects do not know their nodes, of which they may have several.
 template <typename Predicate>
 WString PathOfFirst(const BBank& bank, Predicate isIt)
 {

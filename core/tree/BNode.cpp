@@ -24,7 +24,7 @@
 // changes everything first and reports last, touches nothing afterwards, and holds the node where
 // it goes on.
 
-static_assert(sizeof(void*) != 8 || sizeof(BNode) == 72, "documents have millions of nodes");
+static_assert(sizeof(void*) != 8 || sizeof(BNode) <= 72, "documents have millions of nodes");
 
 namespace {
 
@@ -112,7 +112,8 @@ void BNode::SetObj(BSmartObj* obj)
 {
     if (m_object == obj)
         return;
-    const SP<BNode> held = m_object ? Held() : nullptr; // where nothing dies, the report is the end
+    // The old object may be the last to hold this node; without one nothing dies before the report.
+    const SP<BNode> held = m_object ? Held() : nullptr;
     m_object = obj;
     Report(kMessageNodeObjectChanged);
 }

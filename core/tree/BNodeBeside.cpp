@@ -137,7 +137,7 @@ void BNode::RemoveAttribs()
 {
     if (AttribNum() == 0)
         return;
-    const auto removed = std::move(m_beside->attributes); // dies when iterators know of it
+    const auto removed = std::move(m_beside->attributes); // destroyed once the list is empty
     ReportLists();
 }
 

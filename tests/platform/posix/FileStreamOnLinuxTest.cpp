@@ -130,7 +130,9 @@ TEST(FileStreamOnLinux, AsksAgainForALockThatASignalInterrupts)
     WriteFileBytes(folder / "file", "x");
     SystemCalls calls;
     calls.InterruptLock();
-    EXPECT_TRUE(platform::OpenStreamAlone(folder.Path("file"), u"rb", 0));
+    const platform::Stream alone = platform::OpenStreamAlone(folder.Path("file"), u"r+b", 0);
+    EXPECT_TRUE(alone);
+    EXPECT_FALSE(platform::OpenStreamAlone(folder.Path("file"), u"rb", 0));
 }
 
 TEST(FileStreamOnLinux, ReportsAFullDisk)
