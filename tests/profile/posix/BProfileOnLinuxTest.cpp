@@ -17,7 +17,7 @@ TEST(BProfileOnLinux, NothingReplacesAFileThatCannotBeRead)
     const TemporaryFolder folder;
     const std::string text = "[default]\r\nk=1\r\nother=2\r\n";
     using std::filesystem::perms;
-    std::filesystem::permissions(folder / "", perms{0733}); // cannot be searched for wild names
+    std::filesystem::permissions(folder / "", perms{0333}); // cannot be searched for wild names
     std::filesystem::create_directory(folder / "closed");
     std::filesystem::create_symlink("closed/p.ini", folder / "link.ini");
     for (const char* name : {"closed/p.ini", "unread.ini", "a*?.ini"})
@@ -38,6 +38,7 @@ TEST(BProfileOnLinux, NothingReplacesAFileThatCannotBeRead)
     }));
     std::filesystem::permissions(folder / "", perms{0700});
     std::filesystem::permissions(folder / "closed", perms{0700});
+    std::filesystem::permissions(folder / "unread.ini", perms{0600});
     for (const char* name : {"closed/p.ini", "unread.ini"})
         EXPECT_EQ(FileBytes(folder / name), text);
     EXPECT_EQ(FileBytes(folder / "a*?.ini"), text + "new=5\r\n");
