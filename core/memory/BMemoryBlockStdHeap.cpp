@@ -1,25 +1,20 @@
 #include "core/memory/BMemoryBlockStdHeap.h"
 
-#include <new>
-
 BMemoryBlockStdHeap::BMemoryBlockStdHeap(std::uint64_t size)
-    : m_data(size != 0 ? ::operator new(size) : nullptr)
+    : m_data(size != 0 ? new std::byte[size] : nullptr)
     , m_size(size)
 {}
 
-BMemoryBlockStdHeap::~BMemoryBlockStdHeap()
-{
-    ::operator delete(m_data);
-}
+BMemoryBlockStdHeap::~BMemoryBlockStdHeap() = default;
 
 void* BMemoryBlockStdHeap::Start() const
 {
-    return m_data;
+    return m_data.get();
 }
 
 void* BMemoryBlockStdHeap::End() const
 {
-    return static_cast<char*>(m_data) + m_size;
+    return m_data.get() + m_size;
 }
 
 std::uint64_t BMemoryBlockStdHeap::Size() const

@@ -3,7 +3,9 @@
 #include "core/memory/CMemoryBlock.h"
 #include "core/platform/Export.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 
 /// A block of the ordinary heap: what `QDAlloc` gives while no manager is registered.
 class QD_CORE_API BMemoryBlockStdHeap : public CMemoryBlock {
@@ -19,6 +21,6 @@ public:
     [[nodiscard]] std::uint64_t Size() const override;
 
 private:
-    void* m_data;
+    std::unique_ptr<std::byte[]> m_data;
     std::uint64_t m_size;
 };
