@@ -85,8 +85,8 @@ WideText FromNativePath(std::string_view path)
 
 std::optional<std::string> ResolveLinks(std::string path)
 {
-    constexpr int mostLinks = 40; // as the kernel has it
-    for (int i = 0; i < mostLinks; ++i) {
+    // Each turn leaves one link behind. What goes in a circle ends at once: `realpath` refuses it.
+    for (;;) {
         if (const std::unique_ptr<char, CFree> whole{::realpath(path.c_str(), nullptr)})
             return whole.get();
         struct stat status = {};
@@ -102,7 +102,6 @@ std::optional<std::string> ResolveLinks(std::string path)
         const std::string_view target(link, static_cast<std::size_t>(length));
         path = target.starts_with('/') ? std::string(target) : FolderOf(path).append(target);
     }
-    return std::nullopt;
 }
 
 std::string FolderOf(const std::string& path)
