@@ -37,8 +37,8 @@ LockState& LockState::operator=(const LockState& other)
     // What this lock was held as ends; its holders hold what the other one's do.
     if (HasOwner())
         m_slimLock.UnlockExclusive();
-    else if (m_readers > 0)
-        m_slimLock.UnlockShared();
+    else
+        m_slimLock.UnlockShared(); // nothing happens where nobody reads
     m_noReaders = other.m_noReaders;
     m_noOwner = other.m_noOwner;
     TakeStateOf(other);
