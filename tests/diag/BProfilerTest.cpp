@@ -66,7 +66,7 @@ TEST(BProfiler, AStartEndsTheRunThatIsOpen)
     EXPECT_LE(period, younger.PeriodD());
     EXPECT_TRUE(FileBytes(folder / "day.log").ends_with(Utf16("\tStart\tfirst\r\n", "")));
     ASSERT_EQ(profiler.m_logEntries.Count(), 1u);
-    EXPECT_TRUE(IsStart(profiler.m_logEntries[0], "100%s"));
+    EXPECT_TRUE(profiler.m_initialized && IsStart(profiler.m_logEntries[0], "100%s"));
     OpenProfiler::Uninitialize();
     EXPECT_FALSE(profiler.m_initialized || profiler.m_swatch.IsRunning());
     EXPECT_EQ(profiler.m_logEntries.Count(), 0u);

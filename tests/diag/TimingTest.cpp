@@ -121,4 +121,8 @@ TEST(BFramesPerSecondCounter, TakesAnyRateForItsWindow)
             counter.AddFrameAt(tenths * second / 10);
         EXPECT_NEAR(counter.Fps(), c.fps, 1e-6) << c.rate;
     }
+    HandDrivenCounter counter(-1.0);
+    for (const std::int64_t tick : {0, 0, 1})
+        counter.AddFrameAt(tick);
+    EXPECT_DOUBLE_EQ(counter.Fps(), static_cast<double>(second)) << "not even one tick";
 }

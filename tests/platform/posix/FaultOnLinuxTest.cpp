@@ -101,8 +101,9 @@ TEST(FaultOnLinux, AForkInsideAGuardedCallLeavesTheChildInsideOfIt)
     pid_t child = -1;
     const auto forkAndWrite = [](void* context) {
         pid_t& forked = *static_cast<pid_t*>(context);
+        const auto guard = Present().sa_sigaction;
         forked = ::fork();
-        if (forked == 0) {
+        if (forked == 0 && Present().sa_sigaction == guard) {
             (void)platform::RunGuarded(DoNothing, nullptr);
             Write(nullptr);
         }

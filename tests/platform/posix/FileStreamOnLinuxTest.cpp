@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
+#include <thread>
 #include <utility>
 
 TEST(FileStreamOnLinux, NamesEveryFile)
@@ -92,6 +93,11 @@ TEST(FileStreamOnLinux, JoinsSurrogatesAcrossBuffers)
     stream = platform::OpenStream(folder.Path("new"), u"r,ccs=UTF-8");
     ASSERT_TRUE(stream && platform::ReadText(stream.get(), read.data(), 30'000));
     EXPECT_TRUE(read.c_str() == text);
+    std::thread([file = stream.get()] { // it is free for others again
+        ASSERT_EQ(::ftrylockfile(file), 0);
+        ::funlockfile(file);
+    })
+        .join();
 }
 
 TEST(FileStreamOnLinux, EndsWithTheSurrogateThatStandsAlone)

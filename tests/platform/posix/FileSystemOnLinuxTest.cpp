@@ -17,10 +17,12 @@
 #include <set>
 #include <string>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 namespace {
 
@@ -44,6 +46,15 @@ std::set<std::string> Found(const TemporaryFolder& folder, const char* pattern)
         return true;
     });
     return found;
+}
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+std::string AccessList(const fs::path& file)
+{
+    char list[100];
+    const ssize_t size = ::getxattr(file.c_str(), kAccessList, list, sizeof list);
+    return size > 0 ? std::string(list, static_cast<std::size_t>(size)) : std::string();
 }
 
 } // namespace
@@ -135,6 +146,15 @@ TEST(FileSystemOnLinux, AReplacementKeepsPermissionsOwnerAndLinks)
     const fs::path file = folder / "elsewhere/file";
     fs::permissions(file, fs::perms{0640});
     static_cast<void>(::chown(file.c_str(), 12345, 54321)); // when allowed
+    const std::string list = "\2\0\0\0"
+                             "\x01\0\6\0\xFF\xFF\xFF\xFF"
+                             "\x02\0\4\0\1\0\0\0" // user 1 may read
+                             "\x04\0\4\0\xFF\xFF\xFF\xFF"
+                             "\x10\0\4\0\xFF\xFF\xFF\xFF"
+                             "\x20\0\0\0\xFF\xFF\xFF\xFF"s;
+    // Where the file system has such lists.
+    static_cast<void>(::setxattr(file.c_str(), kAccessList, list.data(), list.size(), 0));
+    const std::string listBefore = AccessList(file);
     struct stat before = {}, after = {};
     ASSERT_EQ(::stat(file.c_str(), &before), 0);
     EXPECT_TRUE(Replace(folder.Path("first"), "new"));
@@ -145,6 +165,7 @@ TEST(FileSystemOnLinux, AReplacementKeepsPermissionsOwnerAndLinks)
     EXPECT_EQ(before.st_mode, after.st_mode);
     EXPECT_EQ(before.st_uid, after.st_uid);
     EXPECT_EQ(before.st_gid, after.st_gid);
+    EXPECT_EQ(listBefore, AccessList(file));
 
     fs::permissions(file, fs::perms{0440});
     EXPECT_FALSE(Replace(folder.Path("first"), "refused"));
