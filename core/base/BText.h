@@ -68,7 +68,7 @@ public:
     /// changes. Null when memory runs out.
     [[nodiscard]] Char* Str();
 
-    /// The unit at `position`, which must not be beyond the length (where it is 0).
+    /// The unit at `position`, at most the length (where it is 0); always 0 without a text block.
     [[nodiscard]] Char GetAt(std::size_t position) const noexcept
     {
         return m_text.IsNull() ? Char(0) : m_text.Text()[position];

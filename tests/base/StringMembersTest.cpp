@@ -66,6 +66,7 @@ TYPED_TEST(StringMembers, TheTextFromAPositionOnIsNullWithoutAText)
     EXPECT_EQ(S().CStr(0), nullptr);
     EXPECT_EQ(text.GetAt(2), 'c');
     EXPECT_EQ(text[3], 0);
+    EXPECT_EQ(S().GetAt(std::size_t{1} << 40), 0);
 }
 
 // Each row is run on a text of its own and on a shared one, which must not change with the copy.
