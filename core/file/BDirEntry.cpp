@@ -41,9 +41,7 @@ void BDirEntry::ChangeExtension(const WString& extension)
 {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this path's own text
     const WString added = extension;
-    const std::size_t dot = platform::FindExtension(m_path);
-    if (m_path.GetAt(dot) != 0)
-        m_path.CutAt(dot + 1);
+    m_path.CutAt(platform::FindExtension(m_path) + 1); // beyond the end where there is no dot
     m_path.Append(added);
 }
 
