@@ -71,8 +71,8 @@ void TakeSha1Blocks(std::uint32_t (&words)[5], const std::uint8_t* blocks,
 {
     for (; count > 0; --count, blocks += kBlockSize) {
         std::uint32_t w[16];
-        for (std::size_t i = 0; i < 16; ++i)
-            w[i] = LoadBigEndian(blocks + 4 * i);
+        for (std::size_t i = 0; std::uint32_t & word : w)
+            word = LoadBigEndian(blocks + 4 * i++);
         std::uint32_t state[5];
         std::copy(words, words + 5, state);
         TakeRounds(state, w, std::make_integer_sequence<unsigned, kRounds>());
