@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <utility>
 
 // Texts are asked for by the thousand while a window is built, nearly always as the program spells
@@ -115,8 +114,8 @@ void LanguageTable::RemoveAll()
 const LanguageTable::Slot* LanguageTable::FindUnits(View key) const
 {
     return m_slots.Find(HashOf(key), [key](const Slot& slot) {
-        return slot.length == key.size() &&
-               std::memcmp(slot.entry.key, key.data(), key.size() * sizeof(WChar)) == 0;
+        const WChar* const text = slot.entry.key;
+        return std::equal(key.begin(), key.end(), text, text + slot.length);
     });
 }
 
