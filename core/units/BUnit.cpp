@@ -111,7 +111,7 @@ WString BUnit::Format(double value, int precision) const
     WString text = Fixed(converted, decimals);
     // Decimals go, for a text without its last integer digits would show another number.
     const int surplus = static_cast<int>(text.Length()) - kMostCharacters;
-    if (surplus > 0 && decimals > 0)
+    if (surplus > 0)
         text = Fixed(converted, std::max(decimals - surplus, 0));
     return text;
 }
