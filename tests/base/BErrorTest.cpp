@@ -54,7 +54,7 @@ TEST(BError, ThrowsACopyThatIsASmartObjectToo)
 
 TEST(BError, ChecksResultsByThrowingFailures)
 {
-    const BError checker(1, QD_W("A"), QD_W("B"), nullptr, nullptr);
+    const BError checker(1, QD_W("A"), QD_W("B"), QD_W("C"), QD_W("D"));
     BError none(0), failure(5, QD_W("F"), nullptr, nullptr, nullptr);
     Late lateSuccess(0), lateFailure(2);
     EXPECT_NO_THROW(checker.Check(0));
@@ -63,7 +63,8 @@ TEST(BError, ChecksResultsByThrowingFailures)
     EXPECT_THROW(checker.Check(lateFailure), BError);
     const BError ofCode = ThrownError([&] { checker.Check(7); }).value();
     EXPECT_EQ(ofCode.Error(), 7);
-    EXPECT_EQ(ofCode.Argument(1), QD_W("B"));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(ofCode.Argument(i), checker.Argument(i)) << i;
     const BError ofError = ThrownError([&] { checker.Check(failure); }).value();
     EXPECT_EQ(ofError.Error(), 5);
     EXPECT_EQ(ofError.Argument(0), QD_W("F"));

@@ -36,7 +36,7 @@ TEST(BFColor, ConvertsToAndFromBytes)
     EXPECT_EQ(BFColor(0x99FF0033u), BFColor(0.2f, 0.0f, 1.0f, 1.0f));
     EXPECT_EQ(BFColor(BRgba(51, 0, 255, 102)), BFColor(0.2f, 0.0f, 1.0f, 0.4f));
     for (unsigned int value = 0; value < 256; ++value)
-        EXPECT_EQ(BFColor(value).CastToCOLORREF(), value);
+        EXPECT_EQ(BFColor(value * 0x010101).CastToCOLORREF(), value * 0x010101);
 }
 
 TEST(BFColor, PassesItsChannelsAsAnArrayThatNothingClamps)

@@ -92,6 +92,7 @@ TEST(BFRect, NumbersItsCornersAroundWithTheSignOfTheIndex)
         EXPECT_EQ(rect.Vertex(row.index), row.corner) << row.index;
     EXPECT_EQ(rect.Center(), BFPoint(2.0f, 3.5f));
     EXPECT_EQ(rect.Size(), BFPoint(2.0f, 3.0f));
+    EXPECT_EQ(rect.Successor(BFPoint(1.0f, 2.5f)), BFPoint(2.0f, 2.5f));
     EXPECT_EQ(rect.Successor(BFPoint(2.0f, 2.5f)), BFPoint(1.0f, 3.5f));
     BFRect moved = rect;
     moved += BFPoint(1.0f, -2.0f);

@@ -168,8 +168,8 @@ TEST_F(LanguageFile, MayHaveTextsOfAnyLength)
 
 TEST_F(LanguageFile, IsImportedWithAllThatMatchInOrderOfTheirNames)
 {
-    Put("b.lng", QD_W("$A\tsecond\n$B\tb\n"));
-    Put("A.lng", QD_W("$A\tfirst\n$-\n"));
+    Put("B.lng", QD_W("$A\tsecond\n$B\tb\n"));
+    Put("a.lng", QD_W("$A\tfirst\n$-\n"));
     Put("c.txt", QD_W("$C\tc\n"));
     std::filesystem::create_directory(m_folder / "d.lng");
     const WString directory = m_folder.Path("");
@@ -179,7 +179,7 @@ TEST_F(LanguageFile, IsImportedWithAllThatMatchInOrderOfTheirNames)
     EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("second"));
     EXPECT_EQ(map.StdDefaultMap().Count(), 2u);
     EXPECT_EQ(log.GetTokenCount('\n'), 8u);
-    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("b.*"), nullptr, false), kErrorLanguageLines);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("B.*"), nullptr, false), kErrorLanguageLines);
     EXPECT_EQ(map.ImportMapFiles(directory, QD_W("?.txt"), nullptr, false), kErrorNone);
     EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.none"), &log, false), kErrorLanguageFile);
 }

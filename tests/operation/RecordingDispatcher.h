@@ -39,6 +39,12 @@ public:
     {
         m_recorder->m_onSend = std::move(action);
     }
+    /// Calls `action` on the next post, with which another thread may come in between.
+    void OnNextPost(std::function<void()> action)
+    {
+        const std::scoped_lock lock(m_recorder->m_mutex);
+        m_recorder->m_onNextPost = std::move(action);
+    }
 
 private:
     class Recorder : public BDispatcher {
@@ -55,8 +61,14 @@ private:
         }
         bool Post(unsigned int number, std::uint64_t first, std::uint64_t second) override
         {
-            const std::scoped_lock lock(m_mutex);
-            m_posted.push_back({number, first, second});
+            std::function<void()> action;
+            {
+                const std::scoped_lock lock(m_mutex);
+                m_posted.push_back({number, first, second});
+                action.swap(m_onNextPost);
+            }
+            if (action)
+                action();
             return number != kRefused;
         }
         unsigned long ThreadId() const override { return m_threadId; }
@@ -66,7 +78,8 @@ private:
         const unsigned long m_threadId = QDCurrentThreadId();
         std::mutex m_mutex;
         Messages m_sent;
-        Messages m_posted; // guarded by m_mutex
+        Messages m_posted;                  // guarded by m_mutex
+        std::function<void()> m_onNextPost; // guarded by m_mutex
         std::function<void(const Message&)> m_onSend;
     };
     SP<Recorder> m_recorder = new Recorder;

@@ -90,6 +90,11 @@ TEST(BUnitSystem, HasOneInstanceWhicheverThreadAsksFirst)
     EXPECT_EQ(own->RefCount(), 1);
     EXPECT_NE(BUnitSystem::Instance(), own);
     BUnitSystem::RegisterInstance(nullptr);
+
+    RecordingDispatcher dispatcher; // an instance that comes while a default is made stays
+    dispatcher.OnNextPost([&] { BUnitSystem::RegisterInstance(own); });
+    EXPECT_EQ(BUnitSystem::Instance(), own);
+    BUnitSystem::RegisterInstance(nullptr);
 }
 
 } // namespace
