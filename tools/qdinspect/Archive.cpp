@@ -76,14 +76,15 @@ bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
 void TellBrokenRecord(const BlockReader& file, std::uint64_t start,
                       const NArchive::ObjectHeader& header, Report& report)
 {
-    if (!file.IsGood())
+    if (!file.IsGood()) {
         report.DamageAt(start) << "the file cannot be read\n";
-    else if (file.Position() == start)
+    } else if (file.Position() == start) {
         report.DamageAt(start) << "no whole object header\n";
-    else
+    } else {
         report.DamageAt(start) << "object " << Quoted(header.indexText) << " of class "
                                << Quoted(header.className) << " wants " << header.payloadSize
                                << " bytes, " << file.Left() << " are left\n";
+    }
 }
 
 } // namespace

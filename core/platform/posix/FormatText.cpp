@@ -154,6 +154,7 @@ public:
     template <typename T>
     [[nodiscard]] T Next() noexcept
     {
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the constructor copies into it.
         return va_arg(m_list, T);
     }
 
