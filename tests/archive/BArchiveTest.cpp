@@ -362,14 +362,14 @@ TEST_F(BArchiveTest, FindsRecordsByWhateverIndexTextsTheyHave)
 
     const std::uint64_t indices[] = {1, 10, 0x7FFFFFFF, 0x123456789ABCDEF0, ~std::uint64_t{0}};
     BArchive another = Opened();
-    for (const std::uint64_t index : {0, 3, 17})
+    for (const std::uint64_t index : {0u, 3u, 17u})
         another.TakeOutLater(index);
     for (const std::uint64_t index : indices)
         another.TakeOutLater(index);
     EXPECT_EQ(Value(another, "0"), 8) << "those that wait come along";
     for (const std::uint64_t index : indices)
         EXPECT_TRUE(another.QueryObject(another.IndexToPtr(index))) << index;
-    for (const std::uint64_t index : {0, 2, 17})
+    for (const std::uint64_t index : {0u, 2u, 17u})
         EXPECT_FALSE(another.QueryObject(another.IndexToPtr(index))) << index;
 }
 
@@ -683,7 +683,7 @@ TEST_F(BArchiveTest, AnObjectOfSeveralRecordsIsOne)
     });
     BArchive archive = Opened();
     EXPECT_EQ(archive.TakeOut("twice"), nullptr);
-    for (const std::uint64_t index : {2, 3})
+    for (const std::uint64_t index : {2u, 3u})
         EXPECT_EQ(archive.QueryObject(archive.IndexToPtr(index)), nullptr) << "forgotten";
     fails = false;
     only->m_associated = 0;

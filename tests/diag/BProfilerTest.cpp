@@ -44,7 +44,7 @@ TEST(BProfiler, LogsStartsAndStepsButNoStops)
     ASSERT_EQ(entries.Count(), 3u);
     EXPECT_TRUE(IsStart(entries[0], ""));
     for (const auto& [index, text, least] :
-         {std::tuple{1, QD_W("first"), 0}, {2, QD_W("Step"), 2}}) {
+         {std::tuple{1u, QD_W("first"), 0}, {2u, QD_W("Step"), 2}}) {
         const WString line = entries[index];
         int milliseconds = -1;
         EXPECT_TRUE(line.Token(0, QD_W('\t')).Convert(milliseconds));

@@ -85,7 +85,7 @@ TEST_F(BProgressMappingTest, SendsIncrementsThatAddUpToTheMessageCount)
 TEST_F(BProgressMappingTest, WithoutStepsEachOneIsAUnitUpToTheMessageCount)
 {
     BProgressMapping progress(0, 3);
-    for (const std::uint64_t step : {1, 2, 4, 8}) // at each of them is an update
+    for (const std::uint64_t step : {1u, 2u, 4u, 8u}) // at each of them is an update
         EXPECT_TRUE(progress.StepTo(step));
     EXPECT_EQ(Sent(), (Increments{1, 1, 1}));
 }

@@ -123,7 +123,7 @@ void WalkWhateverHappens(std::vector<SP<Element>> elements, Add add, Remove remo
     Itr copy = itr;
     remove(*node, elements[5].Get());
     const SP<BNode> other(new BNode);
-    for (const std::size_t moved : {5, 1})
+    for (const std::size_t moved : {5u, 1u})
         EXPECT_TRUE(add(*other, elements[moved].Get()));
     elements.pop_back();
     EXPECT_EQ(itr.Current()->RefCount(), 3) << "the two iterators hold it as the other node does";

@@ -143,7 +143,8 @@ TEST(BNode, ChildrenAreWhereANaiveListHasThemWhateverHappens)
         EXPECT_EQ(removed->node->Sister(), nullptr);
         twin.erase(removed);
     };
-    for (const unsigned int additions : {90, 40, 70, 15, 100, 0, 0, 55, 45}) { // of 100 changes
+    for (const unsigned int additions :
+         {90u, 40u, 70u, 15u, 100u, 0u, 0u, 55u, 45u}) { // of 100 changes
         for (int change = 0; change < 600; ++change) {
             twin.empty() || below(100) < additions ? add() : remove();
             ASSERT_EQ(root->ChildNum(), static_cast<int>(twin.size()));
