@@ -274,7 +274,7 @@ TEMPLATE = """#pragma once
 
 /// The weights of all UTF-16 units as Windows sorts them (English, United States), made by
 /// tools/make_collation_tables.py from its sort keys. Places are numbers in the order of Windows'
-/// own, so that those of ideographs, too, take 16 bits. CollationWeights.h says what the words mean.
+/// own, so that those of ideographs, too, take 16 bits; CollationWeights.h explains the words.
 namespace platform::collation {{
 
 // clang-format off
