@@ -40,6 +40,7 @@ void PrintNode(BNode& node, int level)
     PrintLine(line);
 }
 
+// By recursion, which is fine only as it ends after few levels; a document's depth has no limit.
 void PrintBelow(BNode& node, int level)
 {
     PrintNode(node, level);

@@ -8,6 +8,9 @@
 #include <charconv>
 #include <limits>
 
+// An archive has no table of its records: their headers are read once, from the first to the last,
+// and the payloads between them skipped. So a file that was cut off is known as such before the
+// first object is made, and an object can be rebuilt that stands behind the one that asks for it.
 namespace {
 
 constexpr std::uint64_t kSmallestRecord = 23; // three empty texts, version, four bytes of size

@@ -7,6 +7,9 @@
 #include <optional>
 #include <utility>
 
+// A path is a text and nothing else: what a part of it means, the platform's shell functions say,
+// or the seam's equal of them. They take paths up to a fixed length; for a longer one each function
+// here does what is harmless, which is what the header promises.
 BDirEntry::BDirEntry(WString path) noexcept
     : m_path(std::move(path))
 {}

@@ -10,6 +10,10 @@
 #include <bit>
 #include <cassert>
 
+// A loop tells each of its steps, millions a second, while the display wants some ten messages a
+// second. So `Next` is inline and asks the clock only each `m_stride`th step; the stride is doubled
+// or halved until that is every 50 to 100 ms. A clock asked at each step, or a fixed share of the
+// steps, would cost more than the work or leave the bar standing when steps become slow.
 namespace {
 
 double UnitsPerStep(std::uint64_t steps, std::uint64_t messageCount) noexcept

@@ -7,6 +7,9 @@
 
 #include <utility>
 
+// A store keeps texts alone, so that it is the same whichever platform or person wrote it; this
+// class makes them of numbers and back. A float has eight digits there and a double sixteen, so the
+// last bit of some numbers is another when it comes back; stores of today hold them so.
 namespace {
 
 // Reads a text and has `convert(text, value)` make a value of it.

@@ -8,6 +8,8 @@
 
 #include <new>
 
+// Failures are told by codes as every store tells them, so no exception of the seam goes through:
+// the one that constructor and `Child` throw is the interface's.
 namespace {
 
 // Whether `action` succeeds; running out of memory is a failure like any other.

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+// A record is made in memory and written by one call, so that its size need not be known before.
+// What is read is a file that anyone may have written: no length is believed that goes beyond it.
 static_assert(std::endian::native == std::endian::little, "a record is the memory as it stands");
 
 namespace {

@@ -12,6 +12,10 @@
 #include <string_view>
 #include <utility>
 
+// Found by the key that the collation makes of a text, as texts that differ in units may be equal
+// to a user (case, a letter and its accent apart). Keys are not kept: they are as long as the texts
+// and would double a node. Children that share a text are kept in the order of their places, since
+// the first of them counts; nearly no text is shared, so that set is made when a second one comes.
 namespace {
 
 std::uint64_t HashOf(const WChar* text)

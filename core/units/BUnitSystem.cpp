@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+// The process's system is made when it is first asked for, under a lock and not as a static object:
+// its construction posts to the dispatcher, which an application registers after the start.
 namespace {
 
 constexpr double kMillimetresPerInch = 25.4;

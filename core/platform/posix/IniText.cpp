@@ -236,6 +236,9 @@ void IniText<Unit>::Index()
     }
 }
 
+// Lines are parsed where they stand whenever they are asked for: a line is short, and what is not
+// kept cannot be wrong after a change. A section's name ends at the last "]", as a name may hold
+// one, and what stands behind it counts as a remark.
 template <class Unit>
 auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
 {

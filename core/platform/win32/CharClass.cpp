@@ -91,6 +91,8 @@ std::size_t Length(const char* text) noexcept
     return text == nullptr ? 0 : std::strlen(text);
 }
 
+// `_wcsnicmp` folds A to Z alone in the "C" locale. After `setlocale` it folds what that locale
+// knows, as the classes above do.
 int CompareIgnoringAsciiCase(const WChar* a, const WChar* b, std::size_t count) noexcept
 {
     return _wcsnicmp(a, b, count);
