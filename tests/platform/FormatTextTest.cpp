@@ -2,6 +2,8 @@
 
 #include "core/platform/WideText.h"
 
+#include "tests/platform/OffWindows.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -217,4 +219,43 @@ TEST(FormatText, WritesIntegersToEveryRadix)
             EXPECT_EQ(narrow, text);
         }
     }
+}
+
+TEST(FormatText, MeasuresGreatWidthsAndPrecisionsWithoutWritingThem)
+{
+    if (!kIsOffWindows)
+        return;
+    char none = 0;
+    const auto length = [&none](const char* format, auto... arguments) {
+        return Measure(&none, 0, format, arguments...);
+    };
+    EXPECT_EQ(length("%2147483647d", 5), INT_MAX);
+    EXPECT_EQ(length("%-*s", INT_MAX, "ab"), INT_MAX);
+    EXPECT_EQ(length("%*d", INT_MIN, 5), -1);
+    EXPECT_EQ(length("%.2147483647d", 5), INT_MAX);
+    EXPECT_EQ(length("%.2147483645f", 0.5), INT_MAX);
+    EXPECT_EQ(length("%.2147483645f", -0.5), -1);
+    EXPECT_EQ(length("%.2147483647e", 0.5), -1);
+    EXPECT_EQ(length("%.2147483647g", 0.5), 3);
+    EXPECT_EQ(length("%#.2147483647g", 0.0001), -1);
+    EXPECT_EQ(length("%.2147483640a", 1.0), INT_MAX);
+    EXPECT_EQ(length("%2147483647d%d", 5, 5), -1);
+    EXPECT_EQ(length("%2147483648d", 5), -1);
+    EXPECT_EQ(length("%.99999999999d", 5), -1);
+    EXPECT_EQ(length("%.1074f", std::numeric_limits<double>::max()), 309 + 1 + 1074);
+    EXPECT_EQ(length("%.1100e", std::numeric_limits<double>::denorm_min()), 1107);
+}
+
+TEST(FormatText, FollowsTheDocumentedConventions)
+{
+    if (!kIsOffWindows)
+        return;
+    EXPECT_EQ(Text("%hhd %hhu %hhx", 300, -1, 0x1234), "44 255 34");
+    EXPECT_EQ(Text("%08.3d|%#.0o|%.1p", 7, 0, nullptr), "     007|0|0000000000000000");
+    EXPECT_EQ(Text("%.0c|%5C|", 'x', 0x20AC), "x||");
+    EXPECT_EQ(Text("%f %E", std::numeric_limits<double>::signaling_NaN(), 0.0),
+              "nan(snan) 0.000000E+00");
+    // The platform's types.
+    EXPECT_EQ(Text("%ld %.2Lf %d", LONG_MIN, 2.5L, 7), "-9223372036854775808 2.50 7");
+    EXPECT_EQ(Text("%.*f|%-10.16a|", -2, 0.5, 1.0), "0.500000|0x1.0000000000000000p+0|");
 }

@@ -2,12 +2,15 @@
 
 #include "core/platform/WideText.h"
 
+#include "tests/platform/OffWindows.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -52,6 +55,11 @@ TEST(ScanText, ScansFloatingPointNumbersThatStandAlone)
         {"1,5", false, 1}, {"1.5.5", false, 1.5}, {"info", false, kInfinity}, {"00x1", false, 0},
         {"1e5.", false, 100000},
     };
+    const Case documented[] = {
+        {"1d5", false, 1}, {"nan()", true, kNan}, {"-nan(ind)", true, kNan},
+        {"NAN(SNAN)", true, kNan}, {"nan(a_1) ", true, kNan}, {"nan(", false, kUntouched},
+        {"nan(a", false, kUntouched}, {"nan(a b)", false, kUntouched},
+    };
     // clang-format on
     const auto check = [](const char* text, bool isAlone, double value) {
         SCOPED_TRACE(text);
@@ -67,6 +75,10 @@ TEST(ScanText, ScansFloatingPointNumbersThatStandAlone)
     };
     for (const Case& row : cases)
         check(row.text, row.isAlone, row.value);
+    for (const Case& row : documented) {
+        if (kIsOffWindows)
+            check(row.text, row.isAlone, row.value);
+    }
     // A scanner that has read into an exponent or a word cannot go back.
     for (const char* text : {"1e", "1e+", "1e+x", "0x1p", "infin", "na", "0x", "0x.p1", ".", "-",
                              "+-1", "- 1", "", " ", "e5"})
@@ -192,4 +204,38 @@ TEST(ScanText, ReadsAMillionDigits)
               9007199254740994.0);
     EXPECT_EQ(platform::ParseDouble(("0x1." + zeros + "1").c_str()), 1);
     EXPECT_EQ(platform::ParseInt((zeros + "12").c_str()), 12);
+}
+
+TEST(ScanText, FollowsTheDocumentedConventions)
+{
+    if (!kIsOffWindows)
+        return;
+    EXPECT_EQ(platform::ParseDouble("1D5"), 1);
+    EXPECT_TRUE(std::isnan(platform::ParseDouble("nan(")));
+
+    // The digits of other scripts, also in an exponent.
+    double number = 0;
+    EXPECT_TRUE(platform::ScanDouble(QD_W("\xFF14\x0661.\x0665"
+                                          "e\xFF11"),
+                                     number));
+    EXPECT_EQ(number, 415);
+    int integer = 0;
+    EXPECT_TRUE(platform::ScanHex(QD_W("0x\xFF14\xFF11"), integer));
+    EXPECT_EQ(integer, 0x41);
+
+    // An integer beyond 64 bits is the lower half of the greatest or least.
+    for (const auto& [text, value] :
+         {std::pair{"9223372036854775808", -1}, {"-9223372036854775809", 0}}) {
+        EXPECT_TRUE(platform::ScanInt(text, integer));
+        EXPECT_EQ(integer, value);
+    }
+    EXPECT_TRUE(platform::ScanHex("-12345678123456780", integer));
+    EXPECT_EQ(integer, -1);
+    const char* end = nullptr;
+    EXPECT_EQ(platform::ParseHex("-100000000", end), 0xFFFFFFFFUL);
+
+    // A float is rounded once.
+    float single = 0;
+    EXPECT_TRUE(platform::ScanFloat("1.00000005960464477540", single));
+    EXPECT_EQ(single, 1.00000011920928955F);
 }

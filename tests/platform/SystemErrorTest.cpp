@@ -1,12 +1,10 @@
 #include "core/platform/SystemError.h"
 
-#include "core/platform/Thread.h"
 #include "core/platform/WideText.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <thread>
 
 TEST(SystemError, SpeaksOfTheLastFailure)
 {
@@ -16,15 +14,4 @@ TEST(SystemError, SpeaksOfTheLastFailure)
     ASSERT_EQ(missing, nullptr);
     EXPECT_GT(text.size(), 8u);
     EXPECT_EQ(text.find(WChar(0)), text.npos);
-}
-
-TEST(Thread, HasAnIdOfItsOwn)
-{
-    const std::uint32_t here = platform::CurrentThreadId();
-    std::uint32_t there = 0;
-    std::thread([&there] { there = platform::CurrentThreadId(); }).join();
-    EXPECT_NE(here, 0u);
-    EXPECT_NE(there, 0u);
-    EXPECT_NE(here, there);
-    EXPECT_EQ(here, platform::CurrentThreadId());
 }
