@@ -257,9 +257,11 @@ TEST_F(BArchiveTest, KeepsBlocksOfEverySize)
         EXPECT_EQ(Value(archive, Numbered("b", size)), size);
 }
 
-TEST_F(BArchiveTest, ScratchMemoryThatNoMachineHasIsRefused)
+TEST_F(BArchiveTest, ScratchMemoryComesInAlignedPiecesOrNotAtAll)
 {
     BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+    const auto* const first = static_cast<char*>(archive.Scratch(9));
+    EXPECT_EQ(static_cast<char*>(archive.Scratch(1)) - first, 16);
     EXPECT_THROW(static_cast<void>(archive.Scratch(std::numeric_limits<std::size_t>::max())),
                  std::bad_alloc);
 }
@@ -611,6 +613,7 @@ TEST_F(BArchiveTest, AWritingArchiveReadsNothing)
     out >> value;
     out.SkipText();
     out.TakeOutLater(BString("1"));
+    out.TakeOutLater(1);
     EXPECT_EQ(value, 5);
     EXPECT_FALSE(out.ReadMemoryBlock(&value, 1));
     EXPECT_EQ(out.BytesLeft(), 0U);
@@ -737,6 +740,19 @@ TEST_F(BArchiveTest, OneThatIsAskedMayTakeOutOthers)
     count = 0;
     EXPECT_TRUE(archive.VerifyObjects());
     EXPECT_GE(count, kCount) << "each of them";
+
+    BArchive another = Opened();
+    Acting::verify = nullptr;
+    const SP<BSmartObj> first = another.TakeOut("q0");
+    Acting::verify = [&](Acting& item) {
+        another.TakeOutLater(3);
+        return &item != first;
+    };
+    EXPECT_EQ(another.TakeOut("q1"), nullptr);
+    Acting::verify = nullptr;
+    another.TakeOutLater(3);
+    EXPECT_NE(another.TakeOut("q1"), nullptr);
+    EXPECT_NE(another.QueryObject(another.IndexToPtr(3)), nullptr) << "it waits once more";
 }
 
 TEST_F(BArchiveTest, ADerivedArchiveHasItsOwnName)

@@ -87,14 +87,15 @@ TEST_F(LanguageFile, ReadsLinesIntoCells)
 
 TEST_F(LanguageFile, ReadsNoUnitAhead)
 {
-    BFile file(Put("x.lng", QD_W("a\t\"b\"\nc\td\ne\nf")), kMode);
+    BFile file(Put("x.lng", QD_W("a\t\"b\"\nc\td\n\ne\nf")), kMode);
     WString cell;
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\t');
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\n');
     EXPECT_EQ(WideText(cell), QD_W("b"));
     BLanguageMap::SkipLn(file);
     BArray<WString> cells;
-    EXPECT_TRUE(BLanguageMap::ReadLn(file, cells, 0));
+    for (int line = 0; line < 2; ++line) // one is empty
+        EXPECT_TRUE(BLanguageMap::ReadLn(file, cells, 0));
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), 65535);
     EXPECT_EQ(WideText(cell), QD_W("f"));
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), 65535);
@@ -223,6 +224,9 @@ TEST_F(LanguageFile, IsWrittenAsFarAsItCan)
     EXPECT_EQ(ended.ExportMapFile(m_path), kErrorNone);
     EXPECT_EQ(ended.ImportMapFile(m_path, nullptr, true, false), kErrorNone);
     EXPECT_EQ(TextOf(ended, QD_W("$A")), QD_W("\\n"));
+    WString text = QD_W("a\nb\\n");
+    BLanguageMap::ReplaceControlChars(text);
+    EXPECT_EQ(WideText(text), QD_W("a\\nb\\\\n"));
 
     EXPECT_EQ(BLanguageMap().ExportMapFile(m_folder.Path("none/x.lng")), kErrorLanguageFile);
     EXPECT_EQ(BLanguageMap().ExportMapFile(m_path), kErrorNone);

@@ -54,22 +54,3 @@ TEST(BProfileOnLinux, AValueThatNeedsUnicodeIsWrittenWholeOrNotAtAll)
     EXPECT_FALSE(BProfile(folder.Path("p.ini"), ProfileReadWrite).WriteString(u"k", u"\u6E2C"));
     EXPECT_EQ(FileBytes(folder / "p.ini"), text);
 }
-
-TEST(BProfileOnLinux, TwoProcessesLoseNoKey)
-{
-    constexpr int count = 50;
-    const TemporaryFolder folder;
-    const auto write = [&](const WChar* family) {
-        BProfile profile(folder.Path("shared.ini"), ProfileReadWrite);
-        int i = 0;
-        while (i < count && profile.WriteInt(i, family, 1))
-            ++i;
-        return i == count;
-    };
-    const pid_t other = StartProcess([&] { return write(u"other"); });
-    EXPECT_TRUE(write(u"this"));
-    EXPECT_TRUE(Held(other));
-    BProfile profile(folder.Path("shared.ini"), ProfileReadOnly);
-    for (int i = 0; i < count; ++i)
-        EXPECT_EQ(profile.ReadInt(i, u"this", 0) + profile.ReadInt(i, u"other", 0), 2);
-}
