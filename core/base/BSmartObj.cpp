@@ -9,8 +9,8 @@
 #include <cassert>
 #include <charconv>
 
-// Count and id are plain integers, changed through `std::atomic_ref`: an exported class has no
-// field whose layout is the standard library's.
+// Count and id are plain integers, changed as platform/OwnerCount.h counts: an exported class has
+// no field whose layout is the standard library's.
 //
 // `WritePrefix` and `ReadPrefix` are defined in `core/archive/ObjectHeader.cpp`: they need the
 // archive, which stands above this folder.
@@ -25,12 +25,17 @@ QD_CALLS_ANYTHING void Verify(void* object)
     static_cast<BSmartObj*>(object)->VerifyObj();
 }
 
+std::uint32_t DrawnFrom(std::uint32_t& counter) noexcept
+{
+    return platform::IsOnlyThread() ? ++counter : std::atomic_ref(counter).fetch_add(1) + 1;
+}
+
 } // namespace
 
 std::uint32_t BSmartObj::m_unique_id_counter = 0;
 
 BSmartObj::BSmartObj() noexcept
-    : m_uniqueId(static_cast<std::int32_t>(std::atomic_ref(m_unique_id_counter).fetch_add(1) + 1))
+    : m_uniqueId(static_cast<std::int32_t>(DrawnFrom(m_unique_id_counter)))
 {}
 
 BSmartObj::BSmartObj(const BSmartObj&) noexcept

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/platform/Export.h"
+#include "core/platform/OwnerCount.h"
 
 #include <atomic>
 #include <cstdint>
@@ -54,12 +55,12 @@ public:
     /// below the archive's.
     virtual void WritePrefix(BArchive& archive, BString label) const;
 
-    void Ref() const noexcept { Counter().fetch_add(1); }
+    void Ref() const noexcept { platform::AddOwner(m_refCount); }
     /// Destroys the object when this was its last reference. One that was never referenced is not
     /// destroyed: its count goes below 0.
     void Unref() const
     {
-        if (Counter().fetch_sub(1) == 1)
+        if (platform::DropOwner(m_refCount))
             Destroy();
     }
     /// The same for a pointer that may be null.
@@ -76,7 +77,7 @@ public:
     /// A snapshot: other threads may change it at any time.
     [[nodiscard]] int RefCount() const noexcept
     {
-        return Counter().load(std::memory_order_relaxed);
+        return std::atomic_ref(m_refCount).load(std::memory_order_relaxed);
     }
 
     /// The number drawn at construction. 2147483647 is followed by -2147483648, so that numbers
@@ -115,14 +116,10 @@ public:
 
 private:
     void Destroy() const;
-    [[nodiscard]] std::atomic_ref<std::int32_t> Counter() const noexcept
-    {
-        return std::atomic_ref<std::int32_t>(m_refCount);
-    }
 
     // Last number given out; changed only atomically. Unsigned, because it wraps.
     static std::uint32_t m_unique_id_counter;
 
-    mutable std::int32_t m_refCount = 0; // changed only atomically
+    mutable std::int32_t m_refCount = 0; // of its owners; changed only as the platform counts them
     std::int32_t m_uniqueId;
 };

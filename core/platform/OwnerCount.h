@@ -1,0 +1,53 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#if __has_include(<sys/single_threaded.h>)
+# include <sys/single_threaded.h>
+# define QD_TELLS_OF_SECOND_THREAD 1
+#else
+# define QD_TELLS_OF_SECOND_THREAD 0
+#endif
+
+/// Counts of owners that may share an object or a text on different threads.
+///
+/// A locked instruction costs as much as some twenty others, and most programs that build or load a
+/// document have one thread. So it is left out while there is no second thread, as
+/// `std::shared_ptr` does, where the system tells: glibc from 2.32 on. What a thread has counted
+/// before it starts another one is seen by that, for starting a thread orders memory. Windows tells
+/// of no such thing, and the locked instruction stands there always.
+namespace platform {
+
+/// Whether this is surely the only thread of the process. Asked anew for each count, as any call in
+/// between may start a thread.
+[[nodiscard]] inline bool IsOnlyThread() noexcept
+{
+#if QD_TELLS_OF_SECOND_THREAD
+    return __libc_single_threaded != 0;
+#else
+    return false;
+#endif
+}
+
+inline void AddOwner(std::int32_t& count) noexcept
+{
+    if (IsOnlyThread())
+        ++count;
+    else
+        std::atomic_ref(count).fetch_add(1);
+}
+
+/// True when it was the last owner, for one thread only. The last one needs no locked instruction
+/// either: an owner is added by who is one.
+[[nodiscard]] inline bool DropOwner(std::int32_t& count) noexcept
+{
+    if (IsOnlyThread())
+        return --count == 0;
+    const std::atomic_ref shared(count);
+    if (shared.load(std::memory_order_acquire) != 1)
+        return shared.fetch_sub(1) == 1;
+    shared.store(0, std::memory_order_relaxed);
+    return true;
+}
+
+} // namespace platform
