@@ -156,6 +156,9 @@ TEST(Collation, OrdersLikeItsKeysWhateverTheTexts)
         QD_W("aAbBeE1 .-'_äÄßéæﬁŁı²½µΣςяЙがァｱーヽ々漢\u0301\u0327\u00AD\u2013\u0001");
     if (kIsOffWindows)
         alphabet += QD_W("ª\u0344");
+    if (kIsOffWindows) { // a mark before its sign weighs alone, and what is plain may be missing
+        EXPECT_EQ(Order(QD_W("a\u0307"), QD_W("\u0302a"), ECase::Matters), 0);
+    }
     std::minstd_rand random(7);
     const auto below = [&](std::size_t count) { return random() % count; };
     std::vector<WideText> texts(120);

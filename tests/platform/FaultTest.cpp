@@ -84,4 +84,11 @@ TEST(FaultDeathTest, OutsideOfAGuardGoesItsWayToTheHandlerOfThatTime)
             Write(nullptr);
         },
         testing::ExitedWithCode(42), "");
+    EXPECT_EXIT(
+        {
+            std::signal(SIGSEGV, [](int) { std::_Exit(43); });
+            // Sent, so no fault of the guarded call.
+            (void)platform::RunGuarded([](void*) { std::raise(SIGSEGV); }, nullptr);
+        },
+        testing::ExitedWithCode(43), "");
 }

@@ -77,7 +77,7 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
                            "u=\"\"\"\"\nv=a;b = c\nw= \"  sp  \"  \r\n#h=1\n"
                            "[T] tail\nx=1\n"
                            " [ U ] \ny=2\n[V\n"
-                           "[s]\nk=4\nlate=5\n"
+                           "[s]\nk=4\nlate=5\n[]\n"
                            "[W]x]\nlast=\xE4\x80");
     struct Case {
         WideText section, key, value;
@@ -248,7 +248,8 @@ TEST_F(PrivateProfile, StoresBlocksWithTheirSum)
     }
     const std::pair<bool, std::vector<std::string>> cases[] = {
         {true, {"01ABFF0009B4", "01abff0009b4", " 01ABFF0009B4 "}},
-        {false, {"01ABFF0009B5", "01ABFF0009", "01ABFG0009B4", "01ABFF000900B4", "", "0"}},
+        {false,
+         {"01ABFF0009B5", "01ABFF0009", "0GABFF0009C3", "01ABFF000@B4", "01ABFF000900B4", "", "0"}},
     };
     for (const auto& [isGood, values] : cases) {
         for (const std::string& value : values) {

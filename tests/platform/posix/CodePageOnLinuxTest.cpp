@@ -106,6 +106,8 @@ TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
         {"932", u"x\u3042\uFF76\u0414\xD83D.", "x\x82\xA0\xB6\x84\x44?.", u"x\u3042\uFF76\u0414?."},
         {"65001", u"x\u0414\xD83D\xDE00", "x\xD0\x94\xF0\x9F\x98\x80", u"x\u0414\xD83D\xDE00"},
         {"1252", u"\u20AC\u03C0\xD83D\xDE00q\xD83D", "\x80p??q?", u"\u20ACp??q?"},
+        {"65001", std::u16string(1500, u'x'), std::string(1500, 'x'), std::u16string(1500, u'x')},
+        {"850", u"\u00E4\uFF21\u4E2D\xD83D\xDE00.", "\x84\x41???.", u"\u00E4A???."},
         {"no such page", u"\u20AC\u03C0", "\x80p", u"\u20ACp"},
     };
     for (const Case& c : cases)

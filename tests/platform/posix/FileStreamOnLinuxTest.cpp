@@ -61,6 +61,7 @@ TEST(FileStreamOnLinux, OpensFilesByBothSeparatorsAndEscapedBytes)
     ASSERT_TRUE(stream);
     EXPECT_TRUE(std::filesystem::exists(folder / "\xFF\xF0\x9F\x98\x80"));
     EXPECT_NE(::fcntl(::fileno(stream.get()), F_GETFD) & FD_CLOEXEC, 0);
+    EXPECT_EQ(::fcntl(::fileno(stream.get()), F_GETFL) & O_ACCMODE, O_WRONLY);
 }
 
 TEST(FileStreamOnLinux, RefusesModesThatItDoesNotKnow)
@@ -111,6 +112,7 @@ TEST(FileStreamOnLinux, EndsWithTheSurrogateThatStandsAlone)
     stream = platform::OpenStream(folder.Path("text"), u"a,ccs=UTF-8");
     ASSERT_TRUE(stream);
     EXPECT_TRUE(platform::WriteText(stream.get(), u"\xD83D"));
+    EXPECT_EQ(std::ftell(stream.get()), -1); // only one for both directions knows
     EXPECT_EQ(std::fclose(stream.release()), 0);
     EXPECT_EQ(FileBytes(folder / "text"), "\xEF\xBB\xBFx\xEF\xBF\xBD\xEF\xBF\xBD");
 }
@@ -122,6 +124,8 @@ TEST(FileStreamOnLinux, WritesInPlaceOfAnEndOfText)
         WriteFileBytes(folder / "text", before);
         const platform::Stream stream = platform::OpenStream(folder.Path("text"), mode);
         ASSERT_TRUE(stream);
+        EXPECT_EQ(std::fgetc(stream.get()), 'x');
+        EXPECT_NE(std::fseek(stream.get(), -9, SEEK_END), 0); // and it stands where it stood
         while (std::fgetc(stream.get()) != EOF) {
         }
         std::fseek(stream.get(), 0, SEEK_CUR);
