@@ -44,7 +44,7 @@ BConfigRegistry::~BConfigRegistry()
 
 SP<BConfig> BConfigRegistry::Child(WString name)
 {
-    if (name.IsEmpty() || m_key == nullptr)
+    if (name.IsEmpty())
         throw BError(kErrorGeneral);
     const SP<BConfigRegistry> child = new BConfigRegistry;
     const bool isOpen = Succeeds([&] {
@@ -58,8 +58,6 @@ SP<BConfig> BConfigRegistry::Child(WString name)
 
 int BConfigRegistry::ReadString(WString name, WString& value) const
 {
-    if (m_key == nullptr)
-        return kErrorGeneral;
     const bool isRead = Succeeds([&] {
         platform::WideText text;
         const auto result = platform::ReadRegistryText(*m_key, name, text);
@@ -74,8 +72,6 @@ int BConfigRegistry::ReadString(WString name, WString& value) const
 
 int BConfigRegistry::WriteString(WString name, WString value)
 {
-    if (m_key == nullptr)
-        return kErrorGeneral;
     const std::size_t size = (value.Length() + 1) * sizeof(WChar); // with its terminating 0
     const bool isWritten = Succeeds([&] {
         return platform::WriteRegistryValue(*m_key, name, platform::ERegistryType::Text,
