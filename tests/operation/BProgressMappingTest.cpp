@@ -99,11 +99,12 @@ TEST_F(BProgressMappingTest, ReportsWhatWasReachedSinceTheLastUpdate)
     EXPECT_FALSE(progress.Next(0));
     EXPECT_EQ(progress.Step(), 4u);
     EXPECT_EQ(Sent(), (Increments{40}));
-    progress.SetSteps(5);
-    EXPECT_EQ(progress.GetSteps(), 5u);
+    progress.SetSteps(8);
+    EXPECT_EQ(progress.GetSteps(), 8u);
     EXPECT_EQ(progress.ProgressMessageNum(), 100u);
+    EXPECT_TRUE(progress.StepTo(6)); // the next stride is 2 at most
     EXPECT_TRUE(progress.StepTo(kMost));
-    EXPECT_EQ(Sent(), (Increments{60}));
+    EXPECT_EQ(Sent(), (Increments{35, 25}));
     BProgressMapping copy = progress;
     EXPECT_EQ(copy.Step(), kMost);
 }
@@ -118,6 +119,7 @@ TEST_F(BProgressMappingTest, SendsWhatAReceiverRefusedWithTheNextUpdate)
     EXPECT_THROW(progress.Next(1), int);
     EXPECT_EQ(Sent(), (Increments{1, 1})) << "the first one failed";
     EXPECT_TRUE(progress.StepTo(4));
+    EXPECT_FALSE(progress.Next(0)) << "the end was reached before";
     EXPECT_EQ(Sent(), (Increments{3}));
 }
 

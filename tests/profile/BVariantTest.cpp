@@ -64,6 +64,7 @@ TEST_F(BVariantTest, IsEmptyWhenItsBytesAreDamaged)
         {"\0\0\0\0\0\0\0\0"s, "none"},
         {"\x07\0\0\0\0\0\0\0"s, "none"}, // no such type
         {"\x03\0\0\0"s, "\x03\0\0\0\0\0\0\0\0\0\0\0"s},
+        {"\x05\0\0\0"s, "\x05\0\0\0\0"s},
         {"\x05\0\0\0\x02"s, "\x05\0\0\0\x01"s},
         {"\x06\0\0\0\x01\0\0\0\xFF\xFF\xFF\xFFx\0\0\0"s, noText}, // wrong check word
         {"\x04\0\0\0\x01\0\0\0\xFF\xFF\xFF\xFFx"s, noBlock},

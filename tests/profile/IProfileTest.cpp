@@ -182,7 +182,7 @@ TEST_F(IProfileTest, ResetsATimeStampThatItCannotRead)
         {"07/04/1600 13:05:09.250", 0, "07/04/1600 13:05:09.250"}, // before all file times
         {"12/31/30827 00:00:00.000", 5, "12/31/30827 00:00:00.000"},
         {"07/04/2018 13:05:09", 6, nullptr},
-        {"2018-07-04", 6, nullptr},
+        {"07/x/2018 13:05:09.250", 6, nullptr},
         {"", 6, nullptr},
     };
     const BIniProfile store = Open(true);
@@ -196,6 +196,37 @@ TEST_F(IProfileTest, ResetsATimeStampThatItCannotRead)
         store.Write(QD_W("k"), time);
         EXPECT_EQ(Text(), row.writtenAgain ? row.writtenAgain : "12/30/1899 00:00:00.000");
     }
+}
+
+TEST_F(IProfileTest, GivesDerivedStoresItsParts)
+{
+    class Derived : public BIniProfile {
+    public:
+        using BIniProfile::BIniProfile, BIniProfile::Convert, BIniProfile::GetString;
+        bool LoadSection(const WString& section, BArray<WString>* keys) const override
+        {
+            loaded += section + QD_W(";");
+            return BIniProfile::LoadSection(section, keys);
+        }
+        mutable WString loaded;
+    };
+    Derived store(m_path, QD_W("s"), true);
+    store.SetSection(QD_W("s"));
+    EXPECT_EQ(store.loaded, QD_W(";")) << "it hears that the section is left";
+    unsigned long number = 1;
+    EXPECT_FALSE(store.Convert(WString(QD_W("x")), number));
+    EXPECT_EQ(number, 1U);
+    EXPECT_TRUE(store.Convert(WString(QD_W("-1")), number));
+    EXPECT_EQ(number, 4294967295U);
+
+    Put("");
+    EXPECT_EQ(store.GetString(QD_W("none"), QD_W("default")), QD_W("default"));
+    EXPECT_EQ(store.GetString(QD_W("k"), QD_W("default")), QD_W(""));
+    EXPECT_EQ(FileBytes(m_folder / "p.ini"), "[s]\r\nk=default\r\n");
+    EXPECT_TRUE(store.Write(QD_W("k"), static_cast<const WChar*>(nullptr)));
+    EXPECT_EQ(Text(), "");
+    EXPECT_FALSE(store.IProfile::WriteMem(QD_W("k"), &number, 1)) << "not without a store";
+    EXPECT_FALSE(store.IProfile::ReadMem(QD_W("k"), &number, 1));
 }
 
 TEST_F(IProfileTest, FindsSubProfilesBesideItself)

@@ -474,9 +474,13 @@ TEST(BNode, DepthDoesNotMatter)
     EXPECT_EQ(kept->Parent(), nullptr);
     EXPECT_EQ(kept->ChildNum(), 1);
 
-    SP<BNode> chain; // each the object of the next
-    for (int i = 0; i < kDepth; ++i)
-        chain = SP<BNode>(new BNode(chain.Get()));
+    SP<BNode> chain; // each the object of the next, from the middle on its annotation
+    for (int i = 0; i < kDepth; ++i) {
+        const SP<BNode> next(new BNode(i < kDepth / 2 ? chain.Get() : nullptr));
+        if (i >= kDepth / 2)
+            next->AddAnnotation(chain.Get());
+        chain = next;
+    }
     chain = nullptr;
     EXPECT_EQ(CountedPayload::alive, 1);
 }

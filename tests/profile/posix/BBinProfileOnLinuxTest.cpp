@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <iterator>
-#include <optional>
 
 TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
 {
@@ -28,15 +27,23 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
 
 TEST(BBinProfileOnLinux, KeepsAFileThatItCouldNotOpen)
 {
+    class Reading : public BBinProfile {
+    public:
+        using BBinProfile::BBinProfile, BBinProfile::Read, BBinProfile::Write;
+    };
     const TemporaryFolder folder;
     BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 1);
     const std::string before = FileBytes(folder / "p");
     {
-        std::optional<ResourceLimit> noMoreFiles(std::in_place, RLIMIT_NOFILE, 0);
-        BBinProfile profile(folder.Path("p"), ProfileReadWrite);
-        noMoreFiles.reset();
+        Reading profile(folder.Path("p"), ProfileReadWrite);
+        {
+            const ResourceLimit noMoreFiles(RLIMIT_NOFILE, 0);
+            EXPECT_TRUE(profile.Read());
+        }
         EXPECT_TRUE(profile.IsValid());
         EXPECT_FALSE(profile.WriteInt(QD_W("b"), 2));
+        profile.DeleteKey(QD_W("a")); // it was read before
+        EXPECT_FALSE(profile.Write());
     }
     EXPECT_EQ(FileBytes(folder / "p"), before);
     EXPECT_TRUE(BBinProfile(folder.Path("p"), ProfileReadWrite).WriteInt(QD_W("b"), 2));
