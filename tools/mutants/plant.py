@@ -43,6 +43,7 @@ class Mutant:
     what: str  # for people: "a < b -> a <= b"
     planted: bytes  # the faulty expression; None drops the statement
     line: int = 0
+    source: str = ""  # that line
     number: int = 0
     span: tuple = (0, 0)  # bytes of the mutated file
 

@@ -90,8 +90,10 @@ def find_mutants(names):
     with multiprocessing.Pool(WORKERS) as pool:
         found = [mutant for part in pool.map(find_in, [(name, arguments) for name in names], 1)
                  for mutant in part]
+    lines = {name: (ROOT / name).read_text().splitlines() for name in names}
     for number, mutant in enumerate(found, 1):
         mutant.number = number
+        mutant.source = lines[mutant.path][mutant.line - 1].strip()
     return found
 
 
@@ -325,8 +327,7 @@ def accepted():
 
 
 def key_of(mutant):
-    line = (ROOT / mutant.path).read_text().splitlines()[mutant.line - 1].strip()
-    return mutant.path, line, mutant.what
+    return mutant.path, mutant.source, mutant.what
 
 
 def folder_of(mutant):
