@@ -6,10 +6,10 @@
 #include <condition_variable>
 #include <mutex>
 
-// The event of the locks: set while no reader is inside, so it is looked at by each writer and put
-// by each first and last reader, mostly with nobody waiting. A kernel event would cost each of them
-// a system call. This one is an atomic flag for as long as nobody waits, and one portable piece: a
-// mutex and a condition variable are the same on both platforms, so the locks behave alike.
+// It is looked at by each writer and told of each last reader, mostly with nobody waiting. A kernel
+// event would cost each of them a system call. Here the reader who counts himself out looks whether
+// anybody waits, and nothing else; the event proper is put only where copies of a lock have to see
+// it. A mutex and a condition variable are the same on both platforms, so the locks behave alike.
 //
 // `std::atomic::wait` has no time limit, which `TryLockW` needs. Sets are counted because a waiter
 // may wake up after a `Reset` that followed at once, and is to go all the same.
@@ -22,48 +22,43 @@ public:
     void Ref() noexcept
     {
         [[maybe_unused]] const std::uint32_t before =
-            m_references.fetch_add(1, std::memory_order_relaxed);
+            references.fetch_add(1, std::memory_order_relaxed);
         assert(before > 0);
     }
     void Unref() noexcept
     {
-        const std::uint32_t before = m_references.fetch_sub(1, std::memory_order_acq_rel);
+        const std::uint32_t before = references.fetch_sub(1, std::memory_order_acq_rel);
         assert(before > 0);
         if (before == 1)
             delete this;
     }
 
-    void Set() noexcept
+    // Sequentially consistent, as is what `Wait` does, so that one sees the other's.
+    void CountSet() noexcept { m_sets.fetch_add(1); }
+    void Wake() noexcept
     {
-        isSignalled.store(true, std::memory_order_release);
-        // Both are sequentially consistent, as is what `Wait` does, so that one sees the other's.
-        m_sets.fetch_add(1);
-        if (m_waiters.load() == 0)
-            return;
         const std::scoped_lock lock(m_mutex);
-        m_set.notify_all();
+        m_woken.notify_all();
     }
-    void Reset() noexcept { isSignalled.store(false, std::memory_order_release); }
 
     /// `sleep` gets the condition variable, the held lock and what to wait for; its answer is ours.
     template <class F>
-    bool Wait(F sleep)
+    bool Wait(const Count& readers, F sleep)
     {
         std::unique_lock lock(m_mutex);
-        m_waiters.fetch_add(1);
+        waiters.fetch_add(1);
         const std::uint32_t seen = m_sets.load();
-        const bool result =
-            sleep(m_set, lock, [&] { return isSignalled.load() || m_sets.load() != seen; });
-        m_waiters.fetch_sub(1);
+        const bool result = sleep(m_woken, lock, [&] {
+            return (IsOpen() || m_sets.load() != seen) && readers.load() <= 0;
+        });
+        waiters.fetch_sub(1);
         return result;
     }
 
 private:
-    std::atomic<std::uint32_t> m_references = 1;
     std::atomic<std::uint32_t> m_sets = 0; // how often it was set; begins again at 0
-    std::atomic<std::uint32_t> m_waiters = 0;
     std::mutex m_mutex;
-    std::condition_variable m_set;
+    std::condition_variable m_woken;
 };
 
 Event::Event()
@@ -92,12 +87,14 @@ Event::~Event()
 
 void Event::Set() noexcept
 {
-    Own().Set();
+    m_state->isSignalled.store(true, std::memory_order_release);
+    Own().CountSet();
+    Stir();
 }
 
 void Event::Reset() noexcept
 {
-    Own().Reset();
+    m_state->isSignalled.store(false, std::memory_order_release);
 }
 
 Event::Shared& Event::Own() const noexcept
@@ -105,22 +102,25 @@ Event::Shared& Event::Own() const noexcept
     return static_cast<Shared&>(*m_state);
 }
 
-void Event::Sleep() const
+void Event::Wake() noexcept
 {
-    const Event kept = *this; // this one may end meanwhile
-    kept.Own().Wait([](auto& set, auto& lock, auto isSet) {
-        set.wait(lock, isSet);
+    Own().Wake();
+}
+
+void Event::Sleep(const Count& readers) const
+{
+    Own().Wait(readers, [](auto& woken, auto& lock, auto isOver) {
+        woken.wait(lock, isOver);
         return true;
     });
 }
 
-bool Event::WaitFor(std::uint32_t timeoutMs) const
+bool Event::WaitFor(std::uint32_t timeoutMs, const Count& readers) const
 {
-    if (IsSignalled())
+    if (m_state->IsOpen() && readers <= 0)
         return true;
-    const Event kept = *this; // this one may end meanwhile
-    return kept.Own().Wait([timeoutMs](auto& set, auto& lock, auto isSet) {
-        return set.wait_for(lock, std::chrono::milliseconds(timeoutMs), isSet);
+    return Own().Wait(readers, [timeoutMs](auto& woken, auto& lock, auto isOver) {
+        return woken.wait_for(lock, std::chrono::milliseconds(timeoutMs), isOver);
     });
 }
 

@@ -21,6 +21,9 @@ public:
     /// Without waiting: false when it is held otherwise, or someone is in the midst of taking it.
     [[nodiscard]] bool TryLockShared() noexcept;
     [[nodiscard]] bool TryLockExclusive() noexcept;
+    /// What is held now. In one order, that all threads agree on, with the taking of an exclusive
+    /// hold and with other sequentially consistent steps.
+    [[nodiscard]] bool IsExclusive() const noexcept;
 
 private:
 #if defined(_WIN32)
@@ -53,11 +56,15 @@ inline void SharedLock::LockShared() noexcept
         LockSharedBesides();
 }
 
+inline bool SharedLock::IsExclusive() const noexcept
+{
+    return (m_state.load() & kExclusive) != 0;
+}
+
 inline void SharedLock::LockExclusive() noexcept
 {
     std::uint32_t free = 0;
-    if (!m_state.compare_exchange_strong(free, kExclusive, std::memory_order_acquire,
-                                         std::memory_order_relaxed))
+    if (!m_state.compare_exchange_strong(free, kExclusive))
         LockExclusiveBesides();
 }
 

@@ -8,11 +8,16 @@
 // while it writes; a read lock may be given back on another thread; copies of a lock share what
 // writers wait for; and what is given back once too often must not be undefined.
 //
-// The slim lock is what keeps writers apart from everybody. It is held shared by the crowd of
-// readers as a whole: its first takes it, the last gives it back, and those in between only count.
-// Before a writer comes to it, it waits for the event that no reader is inside, since copies share
-// the event but have slim locks of their own. Readers do not wait for writers who wait: a reader
-// that reads again, behind one, would wait for itself.
+// A reader counts itself and then looks whether a writer holds the slim lock; a writer takes the
+// slim lock and then looks at the count. Both steps of both are sequentially consistent, so that
+// not both can miss the other: if both see each other, the writer steps back. So a reader needs one
+// atomic step to enter and one to leave, which is what locks are mostly used for; a crowd that held
+// the slim lock shared took five. A reader who has to wait holds the slim lock shared for a moment,
+// as that is how it learns of the writer's end.
+//
+// Before a writer comes to the slim lock, it waits for the event that no reader is inside, since
+// copies share the event but have slim locks of their own. Readers do not wait for writers who
+// wait: a reader that reads again, behind one, would wait for itself.
 //
 // Counts are sequentially consistent atomics, as the order of a count and of the event matters
 // between threads. Those of the writer are changed on its thread alone; they are atomics because a
@@ -24,7 +29,7 @@ LockState::LockState(std::uint32_t noOwner)
 {}
 
 LockState::LockState(const LockState& other)
-    : m_noReaders(other.m_noReaders)
+    : m_noReaders(other.EventToShare())
     , m_noOwner(other.m_noOwner)
 {
     TakeStateOf(other);
@@ -37,9 +42,7 @@ LockState& LockState::operator=(const LockState& other)
     // What this lock was held as ends; its holders hold what the other one's do.
     if (HasOwner())
         m_slimLock.UnlockExclusive();
-    else
-        m_slimLock.UnlockShared(); // nothing happens where nobody reads
-    m_noReaders = other.m_noReaders;
+    m_noReaders = other.EventToShare();
     m_noOwner = other.m_noOwner;
     TakeStateOf(other);
     return *this;
@@ -58,16 +61,20 @@ void LockState::LockR()
         JoinCrowd();
         return;
     }
-    m_noReaders.Reset(); // first, so that writers who come now wait for it and not in the slim lock
-    m_slimLock.LockShared();
+    EnterFirst();
 }
 
 void LockState::LockW()
 {
     if (TryNestW())
         return;
-    m_noReaders.Wait();
-    m_slimLock.LockExclusive();
+    for (;;) {
+        m_noReaders.Wait(m_readers);
+        m_slimLock.LockExclusive();
+        if (m_readers <= 0)
+            break;
+        m_slimLock.UnlockExclusive(); // a reader came meanwhile
+    }
     BecomeWriter();
 }
 
@@ -82,9 +89,10 @@ void LockState::UnlockR()
     // next reader's, as the header says.
     if (m_readers.fetch_sub(1) != 1)
         return;
-    // In this order: a writer that the event lets go finds the slim lock free.
-    m_slimLock.UnlockShared();
-    m_noReaders.Set();
+    if (m_noReaders.IsShared())
+        m_noReaders.Set();
+    else
+        m_noReaders.Stir();
 }
 
 void LockState::UnlockW()
@@ -114,7 +122,7 @@ bool LockState::TryEnterR()
     if (HasOwner())
         return false;
     // The slim lock comes before the count, which LockR raises first: a reader could slip in behind
-    // an attempt that fails.
+    // an attempt that fails. Held shared, it keeps writers out until this reader is counted.
     for (;;) {
         std::int64_t readers = m_readers;
         while (readers != 0) {
@@ -125,11 +133,12 @@ bool LockState::TryEnterR()
         }
         if (!m_slimLock.TryLockShared())
             return false;
-        if (m_readers.compare_exchange_strong(readers, 1)) {
-            m_noReaders.Reset();
+        const bool isFirst = m_readers.compare_exchange_strong(readers, 1);
+        m_slimLock.UnlockShared();
+        if (isFirst) {
+            TellCopies();
             return true;
         }
-        m_slimLock.UnlockShared();
     }
 }
 
@@ -144,10 +153,29 @@ bool LockState::TryNestW()
 bool LockState::TryEnterW()
 {
     constexpr std::uint32_t kWaitMs = 1;
-    if (!m_noReaders.WaitFor(kWaitMs) || !m_slimLock.TryLockExclusive())
+    if (!m_noReaders.WaitFor(kWaitMs, m_readers) || !m_slimLock.TryLockExclusive())
         return false;
+    if (m_readers > 0) {
+        m_slimLock.UnlockExclusive();
+        return false;
+    }
     BecomeWriter();
     return true;
+}
+
+void LockState::TellCopies()
+{
+    if (m_noReaders.IsShared())
+        m_noReaders.Reset();
+}
+
+void LockState::EnterFirst()
+{
+    TellCopies();
+    if (m_slimLock.IsExclusive()) {
+        m_slimLock.LockShared();
+        m_slimLock.UnlockShared(); // the count keeps writers out
+    }
 }
 
 bool LockState::HasOwner() const noexcept
@@ -169,7 +197,7 @@ void LockState::BecomeWriter()
 
 void LockState::JoinCrowd() const noexcept
 {
-    // The reader does not touch the slim lock. That it reads the owner, which the last writer
+    // The reader does not look at the slim lock. That it reads the owner, which the last writer
     // removed before it left, is what lets it see all that was written.
     static_cast<void>(HasOwner());
 }
@@ -191,6 +219,18 @@ void LockState::TakeStateOf(const LockState& other)
     m_readers = HasOwner() ? 0 : other.m_readers.load();
     if (HasOwner())
         m_slimLock.LockExclusive();
-    else if (m_readers > 0)
-        m_slimLock.LockShared();
+}
+
+// As long as a lock has no copy its event is not put, so it may stand in any state.
+platform::Event LockState::EventToShare() const
+{
+    const bool wasShared = m_noReaders.IsShared();
+    platform::Event event = m_noReaders;
+    if (wasShared)
+        return event;
+    if (m_readers > 0)
+        event.Reset();
+    else
+        event.Set();
+    return event;
 }

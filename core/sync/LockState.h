@@ -9,8 +9,9 @@
 /// What the lock classes are made of: the paths that they share, and the steps of those in which
 /// they differ. See BSyncableInterface.h for how a lock behaves.
 ///
-/// The slim lock is held shared once for a whole crowd of readers: the first takes it and the last,
-/// who may be another thread, gives it back.
+/// Readers count themselves, and a writer holds the slim lock. Each then looks at what the other
+/// does: a writer who finds readers waits for them, and a reader who finds a writer waits at the
+/// slim lock.
 class LockState {
 public:
     /// `noOwner` is the thread id that means no writer.
@@ -36,6 +37,10 @@ public:
     [[nodiscard]] bool TryEnterW();
 
 private:
+    /// That there are readers, by the event.
+    void TellCopies();
+    /// For the first reader, who is counted already.
+    void EnterFirst();
     [[nodiscard]] bool HasOwner() const noexcept;
     [[nodiscard]] bool IsOwner() const noexcept;
     void BecomeWriter();
@@ -43,12 +48,14 @@ private:
     /// The depth after the change; on the writer's thread.
     std::int64_t ChangeWrites(std::int64_t change) noexcept;
     void TakeStateOf(const LockState& other);
+    /// The event for a copy, in the state that the readers here give it.
+    [[nodiscard]] platform::Event EventToShare() const;
 
     platform::SharedLock m_slimLock;
-    std::atomic<std::int64_t> m_readers = 0;     // on other threads than the writer's
+    platform::Event::Count m_readers = 0;        // on other threads than the writer's
     std::atomic<std::int64_t> m_writerReads = 0; // on the writer's thread
     std::atomic<std::int64_t> m_writes = 0;      // how deep the writer has nested
-    platform::Event m_noReaders;                 // signalled while no reader is inside
+    platform::Event m_noReaders;                 // signalled while none is inside this or a copy
     std::atomic<std::uint32_t> m_owner;          // thread of the writer
     std::uint32_t m_noOwner;
 };

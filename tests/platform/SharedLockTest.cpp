@@ -60,8 +60,8 @@ TEST(SharedLock, IsHeldByOneOrSharedByMany)
 TEST(SharedLock, WakesThoseWhoWait)
 {
     SharedLock lock;
-    Event never;
-    never.Reset();
+    const Event never;
+    const Event::Count reader = 1;
     for (const auto& [take, giveBack] : {std::pair{'R', 'r'}, {'W', 'w'}}) {
         Step(lock, take);
         Latch isNear(2);
@@ -71,7 +71,7 @@ TEST(SharedLock, WakesThoseWhoWait)
             lock.UnlockExclusive();
         });
         isNear.ArriveAndWait();
-        EXPECT_FALSE(never.WaitFor(25)); // the waiter is asleep by then, or this tests less
+        EXPECT_FALSE(never.WaitFor(25, reader)); // the waiter is asleep by then, or this tests less
         Step(lock, giveBack);
         waiter.join();
     }
@@ -79,28 +79,34 @@ TEST(SharedLock, WakesThoseWhoWait)
 
 TEST(Event, StaysAsItWasPutForAllItsCopies)
 {
+    const Event::Count none = 0, some = 1;
     Event event;
+    event.Reset();
+    EXPECT_TRUE(event.WaitFor(0, none)) << "without a copy only the count tells";
+    EXPECT_FALSE(event.WaitFor(1, some));
     Event copy = event;
-    EXPECT_TRUE(event.WaitFor(0));
-    copy.Reset();
-    EXPECT_FALSE(event.WaitFor(1));
-    event.Set();
-    EXPECT_TRUE(copy.WaitFor(0));
-    copy.Wait();
+    EXPECT_FALSE(event.WaitFor(1, none));
+    copy.Set();
+    EXPECT_TRUE(event.WaitFor(0, none));
+    EXPECT_FALSE(event.WaitFor(0, some));
+    copy.Wait(none);
     Event other;
     other.Reset();
+    const Event third = other;
     copy = other;
-    EXPECT_FALSE(copy.WaitFor(0));
-    EXPECT_TRUE(event.WaitFor(0));
+    EXPECT_FALSE(copy.WaitFor(0, none));
+    EXPECT_TRUE(event.WaitFor(0, none));
 }
 
 TEST(Event, LetsThoseGoWhoWaitThoughItIsResetAtOnce)
 {
     Event event;
+    const Event copy = event;
     event.Reset();
+    const Event::Count none = 0;
     std::atomic<int> waiting = 3;
     const auto wait = [&] {
-        event.Wait();
+        copy.Wait(none);
         --waiting;
     };
     std::thread threads[] = {std::thread(wait), std::thread(wait), std::thread(wait)};

@@ -5,6 +5,9 @@
 // it, and a crowd of readers shares one hold that the last of them gives back. Its release when
 // nobody holds it is undefined, too; here it changes nothing, as the locks above promise.
 //
+// An exclusive hold is taken with sequential consistency: who takes it looks at a count of readers
+// afterwards, and they look here after they have counted.
+//
 // Who must wait says so in the word before sleeping on it (`kSleepers`), so that nobody asks the
 // kernel to wake anyone up while nobody sleeps. All sleepers are woken and try again: who comes
 // first has it, in no order.
@@ -25,8 +28,7 @@ void SharedLock::LockSharedBesides() noexcept
 void SharedLock::LockExclusiveBesides() noexcept
 {
     std::uint32_t seen = 0;
-    while (!m_state.compare_exchange_weak(seen, seen | kExclusive, std::memory_order_acquire,
-                                          std::memory_order_relaxed)) {
+    while (!m_state.compare_exchange_weak(seen, seen | kExclusive)) {
         while ((seen & ~kSleepers) != 0)
             seen = SleepWhile(seen);
     }
@@ -83,8 +85,7 @@ bool SharedLock::TryLockExclusive() noexcept
 {
     std::uint32_t seen = m_state.load(std::memory_order_relaxed);
     while ((seen & ~kSleepers) == 0) {
-        if (m_state.compare_exchange_weak(seen, seen | kExclusive, std::memory_order_acquire,
-                                          std::memory_order_relaxed))
+        if (m_state.compare_exchange_weak(seen, seen | kExclusive))
             return true;
     }
     return false;

@@ -76,4 +76,9 @@ bool SharedLock::TryLockExclusive() noexcept
     return true;
 }
 
+bool SharedLock::IsExclusive() const noexcept
+{
+    return StateOf(const_cast<std::uint32_t(&)[4]>(m_state)).isExclusive;
+}
+
 } // namespace platform
