@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -101,31 +101,4 @@ TEST(CharClass, ChangesTheCaseOfAsciiOnly)
     }
     EXPECT_EQ(platform::ToUpper('z'), 'Z');
     EXPECT_EQ(platform::ToLower('A'), 'a');
-}
-
-TEST(CharClass, ComparesWithoutRegardToAsciiCase)
-{
-    struct Case {
-        const char *a, *b;
-        std::size_t count;
-        int sign;
-    };
-    const Case cases[] = {
-        {"abc", "ABC", 3, 0},   {"abc", "ABD", 3, -1}, {"abc", "ABD", 2, 0}, {"abc", "x", 0, 0},
-        {"ab", "ABC", 2, 0},    {"ab", "ABC", 3, -1},  {"b", "AB", 9, 1},    {"ab", "AB", 9, 0},
-        {"Z", "_", 1, 1}, // as lower case: "_" stands between the two cases
-        {"\xE4", "\xC4", 1, 1},
-    };
-    const auto sign = [](int value) { return (value > 0) - (value < 0); };
-    const auto wide = [](std::string_view text) {
-        const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
-        return platform::WideText(bytes, bytes + text.size());
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.a << ' ' << c.b);
-        EXPECT_EQ(sign(platform::CompareIgnoringAsciiCase(c.a, c.b, c.count)), c.sign);
-        EXPECT_EQ(sign(platform::CompareIgnoringAsciiCase(c.b, c.a, c.count)), -c.sign);
-        const auto a = wide(c.a), b = wide(c.b);
-        EXPECT_EQ(sign(platform::CompareIgnoringAsciiCase(a.c_str(), b.c_str(), c.count)), c.sign);
-    }
 }

@@ -4,6 +4,7 @@
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/platform/OffWindows.h"
 
 #include <gtest/gtest.h>
 
@@ -165,9 +166,10 @@ TEST_F(FileStream, KeepsLongTextsWhole)
 {
     // Longer than every buffer on the way, its line ends and longer characters across their
     // borders.
+    const WideText longer = kIsOffWindows ? QD_W("\x20AC\xD83D\xDE00") : QD_W("\x20AC\x00E4");
     WideText text;
     for (std::size_t line = 0; line < 9000; ++line)
-        text += WideText(line % 5, QD_W('x')) + QD_W("\x20AC\x00E4\n");
+        text += WideText(line % 5, QD_W('x')) + longer + QD_W("\n");
     for (const std::string& mark : {kMark, kMark8}) {
         WriteFileBytes(m_file, mark);
         const std::string bytes = Written(kAppend, {text});
@@ -280,7 +282,5 @@ TEST_F(FileStream, OpensNothingThatIsNotThere)
     }
     WriteFileBytes(m_file, "x");
     EXPECT_FALSE(Open(QD_W("wbx")));
-    for (const WChar* mode : {QD_W(""), QD_W("q"), QD_W("r,ccs=UTF-16BE")})
-        EXPECT_FALSE(Open(mode));
     EXPECT_EQ(FileBytes(m_file), "x");
 }

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -159,23 +158,6 @@ TEST(FormatText, FailsWhereTheFormatIsWrong)
     EXPECT_EQ(Text(QD_W("%d%n"), 5, &count), kFailure);
     EXPECT_EQ(Text("%d%n", 5, &count), kFailure);
     EXPECT_EQ(count, 77);
-}
-
-TEST(FormatText, TellsTheLengthOfATextThatDoesNotFit)
-{
-    const WideText text(5'000, QD_W('x'));
-    std::vector<WChar> buffer(6'000);
-    for (const std::size_t room : {0U, 1U, 5'005U, 5'006U, 6'000U}) {
-        SCOPED_TRACE(room);
-        std::fill(buffer.begin(), buffer.end(), QD_W('#'));
-        EXPECT_EQ(Measure(buffer.data(), room, QD_W("%s%05d"), text.c_str(), 12), 5'005);
-        EXPECT_EQ(buffer[room == 6'000 ? 5'999 : room], QD_W('#'));
-        if (room > 5'005) {
-            EXPECT_EQ(WideText(buffer.data()), text + QD_W("00012"));
-        }
-    }
-    EXPECT_EQ(Measure<WChar>(nullptr, 0, QD_W("")), 0);
-    EXPECT_EQ(Measure<WChar>(nullptr, 0, QD_W("%y")), -1);
 }
 
 // In a process of its own: a locale leaves traces in the runtime library after it is set back.

@@ -129,30 +129,16 @@ TEST_F(PrivateProfile, EndsALineAtEitherLineEnd)
     }
 }
 
-TEST_F(PrivateProfile, ReadsAMissingFileAsAnEmptyOne)
-{
-    EXPECT_EQ(Read(QD_W("S"), QD_W("k"), QD_W("  some text  ")), QD_W("  some text"));
-    EXPECT_EQ(Lines(QD_W("S")), QD_W(""));
-    EXPECT_EQ(Sections(), QD_W(""));
-    EXPECT_FALSE(platform::ReadProfileBlock(m_path, QD_W("S"), QD_W("k"), nullptr, 0));
-    platform::ProfileUpdate update(m_path);
-    EXPECT_TRUE(update.SetText(QD_W("S"), QD_W("k"), nullptr));
-    EXPECT_TRUE(update.RemoveSection(QD_W("S")));
-    EXPECT_FALSE(platform::ProfileUpdate(m_folder.Path("none/settings.ini"))
-                     .SetText(QD_W("S"), QD_W("k"), QD_W("v")));
-    EXPECT_FALSE(
-        platform::ProfileUpdate(m_folder.Path("")).SetText(QD_W("S"), QD_W("k"), QD_W("v")));
-}
-
 TEST_F(PrivateProfile, CutsWhatIsTooLong)
 {
     WriteFileBytes(m_file, "[Section]\r\nabc=0123456789\r\ndefg=1\r\n");
     const auto read = [&](const WChar* key, std::size_t room) {
-        return Read(QD_W("Section"), key, QD_W("default"), room);
+        return Read(QD_W("Section"), key, QD_W(" default "), room);
     };
     EXPECT_EQ(read(QD_W("abc"), 5), QD_W("0123"));
     EXPECT_EQ(read(QD_W("abc"), 11), QD_W("0123456789"));
-    EXPECT_EQ(read(QD_W("none"), 5), QD_W("defa"));
+    EXPECT_EQ(read(QD_W("none"), 5), QD_W(" def"));
+    EXPECT_EQ(read(QD_W("none"), kRoom), QD_W(" default"));
     EXPECT_EQ(read(nullptr, 8), QD_W("abc|de"));
     EXPECT_EQ(read(nullptr, 11), QD_W("abc|defg|"));
     EXPECT_EQ(read(nullptr, 10), QD_W("abc|defg")); // no unit to spare

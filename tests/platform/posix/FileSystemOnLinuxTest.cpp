@@ -5,7 +5,6 @@
 #include "core/platform/posix/NativePath.h"
 
 #include "tests/FileBytes.h"
-#include "tests/Process.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/platform/posix/SystemCalls.h"
@@ -124,15 +123,6 @@ TEST(FileSystemOnLinux, AReplacementShowsOnceItIsOnTheDisk)
         EXPECT_TRUE(Replace(folder.Path("file"), "new", sync));
         EXPECT_EQ(calls.Made(), made);
         fs::remove(folder / "file");
-    }
-    for (const bool isDone : {false, true}) { // killed when it is about to move, or has
-        EXPECT_TRUE(Replace(folder.Path("file"), "old"));
-        EXPECT_TRUE(Held(StartProcess([&] {
-            SystemCalls calls;
-            isDone ? calls.EndAfter("rename") : calls.EndBefore("rename");
-            return !Replace(folder.Path("file"), "new"); // not reached
-        })));
-        EXPECT_EQ(FileBytes(folder / "file"), isDone ? "new" : "old");
     }
 }
 

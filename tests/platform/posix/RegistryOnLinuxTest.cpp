@@ -5,7 +5,6 @@
 
 #include "tests/FileBytes.h"
 #include "tests/Process.h"
-#include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/platform/posix/SystemCalls.h"
 
@@ -264,23 +263,6 @@ TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
     EXPECT_EQ(Use(), kErrorGeneral);
     fs::remove(m_path);
     EXPECT_EQ(Use(), 0);
-}
-
-TEST_F(RegistryOnLinux, GoesOnOnceAFullDiskHasRoomAgain)
-{
-    ASSERT_EQ(Use(), 0);
-    EXPECT_TRUE(Held(StartProcess([] {
-        const ResourceLimit limit(RLIMIT_FSIZE, 100'000);
-        BConfigRegistry config(QD_W("Software\\Probe"));
-        return config.WriteString(QD_W("v"), std::u16string(100'000, 'x').c_str()) ==
-                   kErrorGeneral &&
-               config.WriteString(QD_W("small"), QD_W("y")) == 0;
-    })));
-    const BConfigRegistry config(QD_W("Software\\Probe"));
-    WString text;
-    EXPECT_EQ(config.ReadString(QD_W("v"), text), 0);
-    EXPECT_EQ(text, QD_W("x"));
-    EXPECT_EQ(config.ReadString(QD_W("small"), text), 0);
 }
 
 TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)

@@ -25,10 +25,6 @@ public:
     }
     /// The next `flock` is interrupted by a signal.
     void InterruptLock() { m_isInterrupted = true; }
-    /// The process ends as if it were killed when it is about to call `name`.
-    void EndBefore(const std::string& name) { m_endBefore = name; }
-    /// The same once the call is done.
-    void EndAfter(const std::string& name) { m_endAfter = name; }
 
     // What the library's calls become.
 
@@ -42,7 +38,7 @@ public:
 private:
     static inline SystemCalls* s_current = nullptr;
 
-    std::string m_made, m_failing, m_endBefore, m_endAfter;
+    std::string m_made, m_failing;
     int m_error = 0; // of what fails
     bool m_isInterrupted = false;
     std::uint32_t m_seconds = 0;
