@@ -93,7 +93,7 @@ TEST(BArray, AppendsAnElementOfItsOwn)
 
 TEST(BArray, DoesNotGrowBeyondAllMemory)
 {
-    for (const std::uint64_t growStep : {BArray<int>::kReleaseAll, BArray<int>::kReleaseAll - 5}) {
+    for (const std::uint64_t growStep : {BArray<int>::kReleaseAll, BArray<int>::kReleaseAll - 10}) {
         BArray<int> array(growStep);
         array.Reserve(10);
         for (int i = 0; i < 10; ++i)

@@ -53,6 +53,7 @@ TEST(MItem, HashesABoundedPrefixOfTexts)
         EXPECT_EQ(hash(WString(key)), 9497044u);
     const SP<BSmartObj> object = new BSmartObj;
     EXPECT_EQ(hash(object), reinterpret_cast<std::uintptr_t>(object.Get()));
+    EXPECT_EQ(hash(0.5), 0u) << "a key of maps alone";
 }
 
 TEST(BDictionary, KeepsOneEntryForEachKey)

@@ -143,7 +143,7 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
         {"abc", [](S& s) { s.ReplaceAt(s.CStr(), 1); }, "aab"},
         {"abab", [](S& s) { s.Replace(s.CStr() + 2, s.CStr() + 1, true); }, "babbab"},
         {"aab", [](S& s) { s.TrimLeft(s.CStr()); }, ""},
-        {"abc", [](S& s) { s.Split(s, 'b', true); }, "bc"},
+        {"abc", [](S& s) { s.Split(s, 'b', true), s.Split(s, 'x', true); }, "bc"},
         {"abc", [](S& s) { s.Printf(Make<S>("%s-%s"), s.CStr(), s.CStr() + 1); }, "abc-bc"},
     };
     for (const auto& row : cases) {
@@ -494,6 +494,7 @@ TYPED_TEST(StringMembers, RecordsReadBackAsTheyWereWritten)
         S text = Make<S>("old");
         ASSERT_TRUE(text.FRead(stream)) << length;
         EXPECT_TRUE(Plain(text) == std::string(length, 'x')) << length;
+        EXPECT_EQ(text.CStr(0) == nullptr, length == 0);
     }
     S text = Make<S>("old");
     EXPECT_FALSE(text.FRead(stream));

@@ -51,7 +51,7 @@ TEST(WString, ReplaceAtWithACountMayGrow)
         std::size_t position, count;
         const char* result;
     } cases[] = {
-        {"abcdef", "XYZ", 2, 1, "abXYZdef"}, {"abcdef", "", 2, 3, "abf"},
+        {"abcdef", "XYZ", 2, 1, "abXYZdef"}, {"abcdef", "", 1, 1, "acdef"},
         {"abcdef", "X", 2, kMost, "abX"},    {"abcdef", "X", 6, 0, "abcdefX"},
         {"abcdef", "X", 7, 0, "abcdef"},     {"", "X", 0, 9, "X"},
     };

@@ -82,7 +82,7 @@ TEST(BFile, KnowsUnicodeByItsMark)
         WriteFileBytes(folder / "text", c.bytes);
         EXPECT_EQ(BFile::IsUnicode(folder.Path("text")), c.isUnicode) << c.bytes;
     }
-    EXPECT_FALSE(BFile::IsUnicode(folder.Path("missing")));
+    EXPECT_FALSE(BFile::IsUnicode(folder.Path("missing")) || BFile::IsUnicode(nullptr));
 }
 
 TEST(BFile, ConvertsTextOnceAndWhole)
@@ -92,6 +92,7 @@ TEST(BFile, ConvertsTextOnceAndWhole)
         every += static_cast<char>(byte);
     const std::pair<std::string, std::string> cases[] = {
         {"", "\xFF\xFE"},
+        {"x", Utf16("x")},
         {"a\r\r\n\nb", Utf16("a\r\r\n\r\nb")},
         // As the other platform writes it.
         {every + "100% \xE4hnlich\r\nlast line\n", FileBytes(GoldenFile("file/converted.txt"))},
@@ -109,11 +110,11 @@ TEST(BFile, ConvertsTextOnceAndWhole)
     // Longer than the pieces in which it is converted, without and with line ends there.
     std::string text(3u << 20, 'x');
     for (std::size_t i = 0; i < text.size() / 2; i += 7)
-        text[i] = '\n';
+        text.replace(i, 3, "\n\r\n");
     WriteFileBytes(folder / "text", text);
     EXPECT_EQ(BFile::ConvertToUnicode(path), 0);
-    const auto lines = static_cast<std::size_t>(std::ranges::count(text, '\n'));
-    EXPECT_EQ(fs::file_size(folder / "text"), 2 + 2 * (text.size() + lines));
+    const auto added = static_cast<std::size_t>(std::ranges::count(text, '\r'));
+    EXPECT_EQ(fs::file_size(folder / "text"), 2 + 2 * (text.size() + added));
 }
 
 TEST(BFile, RefusesToConvertWhatItMayNotWrite)

@@ -117,9 +117,11 @@ TEST(BBitArray, CropsAndExtends)
         EXPECT_EQ(array.Height(), row.height);
         EXPECT_EQ(Digits(array), row.digits);
     }
-    BBitArray wide = Numbered(9);
-    wide.ChangeExtent(1, 0, 3, 1);
-    EXPECT_EQ(Digits(wide), "223300");
+    BBitArray wide = Numbered(32); // 24 bytes, behind which a heap has no zeros
+    wide.ChangeExtent(-1, 0, 4, 3);
+    EXPECT_EQ(Digits(wide), "00001111222233330000444455556666" + std::string(16, '0'));
+    wide.ChangeExtent(2, 0, 3, 1);
+    EXPECT_EQ(Digits(wide), "222233330000");
 }
 
 TEST(BBitArray, CopiesItsData)

@@ -116,11 +116,12 @@ TEST(BFColor, IsSixteenBytesInAFile)
     const BFColor color(1.0f, 0.5f, 0.25f, 0.0f);
     ASSERT_TRUE(color.Write(file));
     EXPECT_EQ(file.Bytes(), "\0\0\x80\x3F\0\0\0\x3F\0\0\x80\x3E\0\0\0\0"sv);
+    EXPECT_TRUE(color.Write(file)); // and another behind it
     BFColor read;
     std::rewind(file);
     EXPECT_TRUE(read.Read(file));
     EXPECT_EQ(read, color);
-    std::fseek(file, 4, SEEK_SET);
+    std::fseek(file, 20, SEEK_SET);
     EXPECT_FALSE(read.Read(file)); // 12 bytes are left
     EXPECT_EQ(read, color);
     EXPECT_FALSE(color.Write(nullptr) || read.Read(nullptr));

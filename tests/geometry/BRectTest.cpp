@@ -62,7 +62,7 @@ TEST(BRect, KnowsItsCornersAndCells)
     EXPECT_EQ(BRect(rect.LeftTop(), rect.Size()), rect);
     EXPECT_EQ(rect.Center(), BPoint(2, 5));
     EXPECT_EQ(BRect(-4, -8, -1, -1).Center(), BPoint(-2, -4)); // toward zero
-    EXPECT_EQ(rect.Successor(BPoint(1, 2)), BPoint(2, 2));
+    EXPECT_EQ(rect.Successor(BPoint(2, 2)), BPoint(3, 2));
     EXPECT_EQ(rect.Successor(BPoint(3, 7)), BPoint(1, 8)); // below the bottom
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/memory/BStdMemoryFrame.h"
 #include "core/platform/Fault.h"
+#include "core/platform/VirtualMemory.h"
 
 #include <gtest/gtest.h>
 
@@ -26,8 +27,6 @@ TEST(BMemory, OnlyGrows)
 {
     BMemory memory;
     char text[] = "probe";
-    EXPECT_EQ(memory.Allocate(0), nullptr); // and nothing to release
-    EXPECT_EQ(memory.Duplicate(text, 0), nullptr);
     char* const buffer = static_cast<char*>(memory.Duplicate(text, sizeof text));
     EXPECT_STREQ(buffer, "probe");
     memory.Release();
@@ -64,6 +63,8 @@ TEST(BMemory, SharesItsBufferWithCopiesUntilOneGrows)
 TEST(BMemory, BelongsToOneThreadUntilItIsReleased)
 {
     BMemory memory;
+    EXPECT_EQ(memory.Allocate(0), nullptr); // and nothing to release
+    EXPECT_EQ(memory.Duplicate(&memory, 0), nullptr);
     const auto count = [&] {
         for (int i = 0; i < 1'000; ++i) {
             ++*static_cast<int*>(memory.Allocate(sizeof(int)));
@@ -87,10 +88,14 @@ TEST(BMemory, GivesLargeMemoryBackToTheSystem)
         memory.Release();
     }
     EXPECT_FALSE(IsThere(large));
-    {
-        BStdMemoryFrame frame(nullptr, kLarge);
-        large = frame.Start();
-        EXPECT_TRUE(IsThere(large));
+    for (const bool isKept : {false, true}) {
+        {
+            BStdMemoryFrame frame(nullptr, kLarge);
+            frame.KeepMemory(isKept);
+            large = frame.Start();
+            EXPECT_TRUE(IsThere(large));
+        }
+        EXPECT_EQ(IsThere(large), isKept);
     }
-    EXPECT_FALSE(IsThere(large));
+    platform::ReleaseMemory(large, kLarge);
 }

@@ -150,7 +150,7 @@ TEST(CStdMemoryManager, ServesManyThreads)
         for (int i = 0; i < 50'000; ++i)
             manager.FreeMemoryBlock(manager.MemoryBlockAlloc(1));
     };
-    manager.Init(1, 0);
+    EXPECT_TRUE(manager.Init(1, 0));
     std::thread other(work);
     work();
     other.join();

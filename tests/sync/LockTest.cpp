@@ -156,6 +156,7 @@ TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
     });
     while (sibling.TryLockW())
         sibling.UnlockW();
+    const TypeParam copy = lock; // the one who waits here does not come to it
     OnOtherThread([&] {
         EXPECT_FALSE(lock.TryLockR());
         lock.LockR();
@@ -167,6 +168,9 @@ TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
     lock.UnlockR();
     lock.UnlockR();
     EXPECT_TRUE(IsFree(lock));
+    copy.UnlockW();
+    copy.LockR();
+    EXPECT_FALSE(IsFree(copy));
 }
 
 TYPED_TEST(Lock, IsHeldAsTheOneThatWasCopied)
@@ -248,6 +252,7 @@ TEST(LockGuards, GiveBackWhatTheyTookAndNothingElse)
     EXPECT_TRUE(IsFree(lock));
     {
         const BAutoLockW guard(lock);
+        OnOtherThread([&] { EXPECT_FALSE(BAutoTryLockW(lock).IsLocked()); });
         EXPECT_FALSE(IsFree(lock));
         lock.LockR();
     }

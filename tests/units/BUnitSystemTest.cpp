@@ -84,14 +84,16 @@ TEST(BUnitSystem, HasOneInstanceWhicheverThreadAsksFirst)
 
     const SP<BUnitSystem> own = new BUnitSystem;
     BUnitSystem::RegisterInstance(own);
+    RecordingDispatcher dispatcher;
     EXPECT_EQ(BUnitSystem::Instance(), own);
+    EXPECT_EQ(dispatcher.Posted(), Messages()) << "a second one would tell of its units";
     EXPECT_EQ(first->RefCount(), 2);
     BUnitSystem::RegisterInstance(nullptr);
     EXPECT_EQ(own->RefCount(), 1);
     EXPECT_NE(BUnitSystem::Instance(), own);
     BUnitSystem::RegisterInstance(nullptr);
 
-    RecordingDispatcher dispatcher; // an instance that comes while a default is made stays
+    // An instance that comes while a default is made stays.
     dispatcher.OnNextPost([&] { BUnitSystem::RegisterInstance(own); });
     EXPECT_EQ(BUnitSystem::Instance(), own);
     BUnitSystem::RegisterInstance(nullptr);

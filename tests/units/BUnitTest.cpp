@@ -66,6 +66,7 @@ TEST(BUnit, FormatsInFixedNotationForAnyPrecision)
     EXPECT_EQ(digits.size(), 310u);
     EXPECT_EQ(digits.substr(0, 17), QD_W("-1797693134862315"));
     EXPECT_EQ(digits.find('.'), WideText::npos);
+    EXPECT_EQ(BUnit(QD_W(""), 1, -7).Format(1e121, -1).Length(), 127U) << "4 of 6 decimals stay";
 }
 
 } // namespace
