@@ -2,6 +2,8 @@
 
 #include "core/platform/WideText.h"
 
+#include "tests/platform/OffWindows.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -71,6 +73,11 @@ TEST(CharClass, KnowsUnicodeButSurrogatesOnlyAsHalves)
     for (const Case& c : cases) {
         SCOPED_TRACE(static_cast<unsigned>(c.unit));
         EXPECT_EQ(ClassesOf(c.unit), c.classes);
+    }
+    // Vowel signs of two scripts and numerals count as letters, others do not.
+    for (const unsigned unit : {0x0E31, 0x0E34, 0x1885, 0x1886, 0x2160, 0x0E48, 0x093E}) {
+        const char* const classes = unit == 0x0E48 || unit == 0x093E ? "" : "apn";
+        EXPECT_TRUE(!kIsOffWindows || ClassesOf(static_cast<WChar>(unit)) == classes) << unit;
     }
     platform::WideText spaces;
     for (unsigned unit = 0x80; unit <= 0xFFFF; ++unit) {

@@ -272,15 +272,3 @@ TEST_F(FileStream, MeasuresAndSeeksBeyondFourGigabytes)
     EXPECT_EQ(std::fgetc(stream.get()), 'n');
     EXPECT_FALSE(platform::Seek(stream.get(), ~std::uint64_t{0}));
 }
-
-TEST_F(FileStream, OpensNothingThatIsNotThere)
-{
-    for (const WChar* mode : {QD_W("rb"), QD_W("r"), QD_W("r,ccs=UTF-16LE")}) {
-        EXPECT_FALSE(Open(mode));
-        EXPECT_FALSE(platform::OpenStream(QD_W(""), mode));
-        EXPECT_FALSE(platform::OpenStream(QD_W("."), mode)); // a folder
-    }
-    WriteFileBytes(m_file, "x");
-    EXPECT_FALSE(Open(QD_W("wbx")));
-    EXPECT_EQ(FileBytes(m_file), "x");
-}

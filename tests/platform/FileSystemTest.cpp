@@ -1,6 +1,5 @@
 #include "core/platform/FileSystem.h"
 
-#include "core/base/BString.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileStream.h"
 
@@ -10,52 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <set>
 #include <string>
 #include <thread>
 #include <tuple>
-#include <utility>
-
-using platform::EPresence;
-
-TEST(FileSystem, FindsWhatAPatternMatches)
-{
-    const TemporaryFolder folder;
-    for (const char* name : {"x", "x.y", "ab", "abc", "abcd"})
-        WriteFileBytes(folder / name, "");
-    const std::set<std::string> all = {".", "..", "ab", "abc", "abcd", "x", "x.y"};
-    const std::pair<const char*, std::set<std::string>> cases[] = {
-        {"*.*", all},     {"*.*.*", all},
-        {"* . ", all},    {"x.*", {"x", "x.y"}},
-        {"*.y", {"x.y"}}, {"a?", {"ab"}},
-        {"a*c", {"abc"}}, {"*b*", {"ab", "abc", "abcd"}},
-        {"? x", {}},      {"abc", {"abc"}},
-        {"a<", {}},       {"*\\x", {}}, // wild in the last element only
-        {"", {}},
-    };
-    const WString start = folder.Path("");
-    for (const auto& [pattern, expected] : cases) {
-        SCOPED_TRACE(pattern);
-        std::set<std::string> found;
-        const EPresence presence = platform::FindFiles(
-            start + WString(BString(pattern)), [&](const platform::FoundFile& file) {
-                found.insert(BString(file.path.c_str() + start.Length()).CStr());
-                return true;
-            });
-        EXPECT_EQ(found, expected);
-        EXPECT_EQ(presence, expected.empty() ? EPresence::Missing : EPresence::There);
-    }
-}
-
-TEST(FileSystem, TellsWhatIsThereFromWhatIsMissing)
-{
-    const TemporaryFolder folder;
-    WriteFileBytes(folder / "file", "");
-    for (const char* const name : {"", "file"})
-        EXPECT_EQ(platform::Presence(folder.Path(name)), EPresence::There) << name;
-    for (const char* const name : {"none", "none/file", "file/file"})
-        EXPECT_EQ(platform::Presence(folder.Path(name)), EPresence::Missing) << name;
-}
 
 TEST(FileSystem, ReplacesAFileOnlyByWhatIsComplete)
 {

@@ -4,6 +4,7 @@
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/platform/OffWindows.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -185,12 +188,44 @@ TEST_F(PrivateProfile, WritesWhereTheOtherPlatformDoes)
         {"[S]\r\nk=1\r\n", s, n, {}, "[S]\r\nk=1\r\n"},
         {"[S]\r\nk=1\r\n", QD_W("T"), k, {}, "[S]\r\nk=1\r\n"},
     };
-    for (const Case& c : cases) {
+    // Off Windows every other line stays as it stands.
+    const WideText three = QD_W("3"), none;
+    const std::string text = "; head\n\n[S]\n  k = 1 ; x\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1";
+    const std::string cr = "[S]\rk=1\r\r[T]\rx=1";
+    const Case offWindows[] = {
+        {text, s, QD_W("K"), three, "; head\n\n[S]\nk=3\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1"},
+        {text, s, n, three,
+         "; head\n\n[S]\n  k = 1 ; x\n;c\nl\t=\t2\nn=3\r\n\n\n[T] tail\r\n\r\nx=1"},
+        {text, none, n, three, text + "\r\n[]\r\nn=3\r\n"}, // no section is no section ""
+        {"a=1", none, QD_W("a"), {}, "a=1"},
+        {"[]\nn=1\n", none, n, three, "[]\nn=3\n"},
+        {cr, s, k, three, "[S]\rk=3\r\r[T]\rx=1"},
+        {cr, s, n, three, "[S]\rk=1\rn=3\r\n\r[T]\rx=1"},
+        {"[S]\rk=1\r", QD_W("T"), n, three, "[S]\rk=1\r[T]\r\nn=3\r\n"},
+        {"[S]\nk=1\n\0"s, s, n, three, "[S]\nk=1\nn=3\r\n\0"s},
+        {"[\xC4]\n\xDF\xE4=1\n", QD_W("\u00E4"), QD_W("\u00DF\u00C4"), two, "[\xC4]\n\xDF\xE4=2\n"},
+        {"[S]\ns=1\ni=1\n", s, QD_W("\u017F"), two, "[S]\ns=1\ni=1\n?=2\r\n"},   // no ASCII letter
+        {Utf16("[S]\n") + "\xB5\0"s + Utf16("=1\n", ""), s, QD_W("\u03BC"), two, // the micro sign
+         Utf16("[S]\n") + "\xB5\0"s + Utf16("=1\n", "") + "\xBC\x03" + Utf16("=2\r\n", "")},
+        {"\xEF\xBB\xBF[S]\nk=1\n", s, k, two,
+         "\xEF\xBB\xBF[S]\nk=1\n[S]\r\nk=2\r\n"}, // a mark of UTF-8 is text
+        {"\xFE\xFF\0[\0S\0]"s, s, k, none, "\xFE\xFF\0[\0S\0]\0\r\0\n\0k\0=\0\r\0\n"s},
+        {"[S]\n[k\n", s, QD_W("[k"), QD_W("x]\n[T]"), "[S]\n[k=x]\n[T]\n"},
+    };
+    const auto check = [this](const Case& c) {
         SCOPED_TRACE(c.before);
         WriteFileBytes(m_file, c.before);
         EXPECT_TRUE(platform::ProfileUpdate(m_path).SetText(c.section.c_str(), c.key.c_str(),
                                                             c.value ? c.value->c_str() : nullptr));
         EXPECT_EQ(FileBytes(m_file), c.after);
+    };
+    std::ranges::for_each(cases, check);
+    if (kIsOffWindows) {
+        std::ranges::for_each(offWindows, check);
+        EXPECT_EQ(Read(QD_W("T"), QD_W("[k")), kNothing);
+        std::filesystem::remove(m_file);
+        EXPECT_TRUE(platform::ProfileUpdate(m_path).SetText(QD_W("S"), QD_W("k"), nullptr));
+        EXPECT_TRUE(std::filesystem::is_empty(m_file)) << "made all the same";
     }
 
     const std::string before = "a=0\r\n[S]\r\nk=1\r\n;c\r\n[T]\r\nx=2\r\n[s]\r\nk=3\r\n";
@@ -224,13 +259,9 @@ TEST_F(PrivateProfile, StoresBlocksWithTheirSum)
 {
     const unsigned char data[] = {1, 0xAB, 0xFF, 0, 9};
     constexpr unsigned int size = sizeof data;
-    {
-        platform::ProfileUpdate update(m_path);
-        EXPECT_TRUE(update.SetBlock(QD_W("S"), QD_W("b"), data, size));
-        EXPECT_TRUE(update.SetBlock(QD_W("S"), QD_W("empty"), data, 0));
-        EXPECT_EQ(FileBytes(m_file), "[S]\r\nb=01ABFF0009B4\r\nempty=00\r\n");
-        EXPECT_TRUE(update.SetBlock(QD_W("S"), QD_W("empty"), nullptr, 0));
-        EXPECT_EQ(FileBytes(m_file), "[S]\r\nb=01ABFF0009B4\r\n");
+    for (const unsigned char* block : {data, static_cast<const unsigned char*>(nullptr)}) {
+        EXPECT_TRUE(platform::ProfileUpdate(m_path).SetBlock(QD_W("S"), QD_W("b"), block, size));
+        EXPECT_EQ(FileBytes(m_file), block ? "[S]\r\nb=01ABFF0009B4\r\n" : "[S]\r\n");
     }
     const std::pair<bool, std::vector<std::string>> cases[] = {
         {true, {"01ABFF0009B4", "01abff0009b4", " 01ABFF0009B4 "}},

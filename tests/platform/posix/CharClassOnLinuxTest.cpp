@@ -30,14 +30,3 @@ TEST(CharClassOnLinux, MeasuresTextsAtEveryAlignmentAndReadsNoPageBehindThem)
     EXPECT_EQ(platform::Length(static_cast<const WChar*>(nullptr)), 0u);
     EXPECT_EQ(platform::Length(static_cast<const char*>(nullptr)), 0u);
 }
-
-TEST(CharClassOnLinux, TakesVowelSignsOfTwoScriptsAndNumeralsForLetters)
-{
-    for (const WChar unit :
-         {WChar(0x0E31), WChar(0x0E34), WChar(0x1885), WChar(0x1886), WChar(0x2160)}) {
-        SCOPED_TRACE(static_cast<unsigned>(unit));
-        EXPECT_TRUE(platform::IsAlpha(unit) && platform::IsAlphaNum(unit));
-        EXPECT_TRUE(platform::IsPrint(unit));
-    }
-    EXPECT_FALSE(platform::IsAlpha(WChar(0x0E48)) || platform::IsPrint(WChar(0x093E)));
-}

@@ -82,6 +82,9 @@ TEST(FileStreamOnLinux, RefusesModesThatItDoesNotKnow)
         EXPECT_EQ(errno, EINVAL);
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "new"));
+    EXPECT_FALSE(platform::OpenStream(folder.Path(""), u"r,ccs=UTF-16LE")); // a folder
+    EXPECT_TRUE(platform::OpenStream(path.c_str(), u"wbx"));
+    EXPECT_FALSE(platform::OpenStream(path.c_str(), u"wbx"));
 }
 
 TEST(FileStreamOnLinux, EndsWithTheSurrogateThatStandsAlone)

@@ -58,15 +58,21 @@ std::string AccessList(const fs::path& file)
 
 } // namespace
 
-// As Windows finds long names; not every stand-in for it does.
-TEST(FileSystemOnLinux, PatternsKnowWhereANameEnds)
+// As Windows finds long names.
+TEST(FileSystemOnLinux, FindsWhatAPatternMatches)
 {
     const TemporaryFolder folder;
-    for (const char* name :
-         {"x", "x.y", "ab", "abc", "..a", ".a", "a..a", "a.b.c", " .a", "bad\xFF\xC3.dat"})
-        WriteFileBytes(folder / name, "");
+    const std::set<std::string> all = {".",   "..", "x",    "x.y",   "ab",  "abc",
+                                       "..a", ".a", "a..a", "a.b.c", " .a", "bad\xFF\xC3.dat"};
+    for (const std::string& name : all) {
+        if (name.find_first_not_of('.') != name.npos)
+            WriteFileBytes(folder / name.c_str(), "");
+    }
     // clang-format off
     const std::pair<const char*, std::set<std::string>> cases[] = {
+        {"*.*", all}, {"*.*.*", all}, {"* . ", all}, {"x.*", {"x", "x.y"}}, {"*.y", {"x.y"}},
+        {"a?", {"ab"}}, {"a*c", {"abc", "a.b.c"}}, {"*c*", {"abc", "a.b.c"}}, {"? x", {}},
+        {"abc", {"abc"}}, {"a<", {}}, {"", {}}, {"*\\x", {}}, // wild in the last element only
         {"*.", {".", "..", "ab", "abc", "x"}}, {"*. .", {".", "..", "ab", "abc", "x"}},
         {"x*.", {"x"}}, {".*.", {".", "..", ".a"}}, // names without an extension
         {"..*", {".", "..", "..a"}}, {"*..*", {".", "..", "..a", "a..a"}}, {"* .*.", {" .a"}},
@@ -82,12 +88,22 @@ TEST(FileSystemOnLinux, PatternsKnowWhereANameEnds)
 TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
 {
     const TemporaryFolder folder;
+    WriteFileBytes(folder / "file", "");
     fs::create_symlink("none", folder / "dangling");
     fs::create_symlink("loop", folder / "loop");
     const std::string longName(300, 'n');
-    EXPECT_EQ(platform::Presence(folder.Path("dangling")), EPresence::Missing);
-    EXPECT_EQ(platform::Presence(folder.Path("loop")), EPresence::Unknown);
-    EXPECT_EQ(platform::Presence(folder.Path(longName.c_str())), EPresence::Unknown);
+    const std::pair<const char*, EPresence> cases[] = {
+        {"", EPresence::There},
+        {"file", EPresence::There},
+        {"none", EPresence::Missing},
+        {"none/file", EPresence::Missing},
+        {"file/file", EPresence::Missing},
+        {"dangling", EPresence::Missing},
+        {"loop", EPresence::Unknown},
+        {longName.c_str(), EPresence::Unknown},
+    };
+    for (const auto& [name, presence] : cases)
+        EXPECT_EQ(platform::Presence(folder.Path(name)), presence) << name;
     const auto any = [](const platform::FoundFile&) { return true; };
     EXPECT_EQ(platform::FindFiles(folder.Path("none\\*"), any), EPresence::Missing);
     EXPECT_EQ(platform::FindFiles(folder.Path("loop\\*"), any), EPresence::Unknown);

@@ -31,47 +31,6 @@ std::u16string Read(const WString& path, const WChar* section, const WChar* key)
 
 } // namespace
 
-TEST(PrivateProfileOnLinux, KeepsEveryOtherLineAsItStands)
-{
-    struct Case {
-        std::string before;
-        const WChar *section, *key, *value;
-        std::string after;
-    };
-    const std::string text = "; head\n\n[S]\n  k = 1 ; x\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1";
-    const std::string cr = "[S]\rk=1\r\r[T]\rx=1";
-    const Case cases[] = {
-        {text, u"S", u"K", u"3", "; head\n\n[S]\nk=3\n;c\nl\t=\t2\n\n\n[T] tail\r\n\r\nx=1"},
-        {text, u"S", u"n", u"3",
-         "; head\n\n[S]\n  k = 1 ; x\n;c\nl\t=\t2\nn=3\r\n\n\n[T] tail\r\n\r\nx=1"},
-        {text, u"", u"n", u"3", text + "\r\n[]\r\nn=3\r\n"}, // no section is no section ""
-        {"a=1", u"", u"a", nullptr, "a=1"},
-        {"[]\nn=1\n", u"", u"n", u"3", "[]\nn=3\n"},
-        {cr, u"S", u"k", u"3", "[S]\rk=3\r\r[T]\rx=1"},
-        {cr, u"S", u"n", u"3", "[S]\rk=1\rn=3\r\n\r[T]\rx=1"},
-        {"[S]\rk=1\r", u"T", u"n", u"3", "[S]\rk=1\r[T]\r\nn=3\r\n"},
-        {"[S]\nk=1\n\0"s, u"S", u"n", u"3", "[S]\nk=1\nn=3\r\n\0"s},
-        {"[\xC4]\n\xDF\xE4=1\n", u"\u00E4", u"\u00DF\u00C4", u"2", "[\xC4]\n\xDF\xE4=2\n"},
-        {"[S]\ns=1\ni=1\n", u"S", u"\u017F", u"2", "[S]\ns=1\ni=1\n?=2\r\n"},   // no ASCII letter
-        {Utf16("[S]\n") + "\xB5\0"s + Utf16("=1\n", ""), u"S", u"\u03BC", u"2", // the micro sign
-         Utf16("[S]\n") + "\xB5\0"s + Utf16("=1\n", "") + "\xBC\x03" + Utf16("=2\r\n", "")},
-        {"\xEF\xBB\xBF[S]\nk=1\n", u"S", u"k", u"2",
-         "\xEF\xBB\xBF[S]\nk=1\n[S]\r\nk=2\r\n"}, // a mark of UTF-8 is text
-        {"\xFE\xFF\0[\0S\0]"s, u"S", u"k", u"", "\xFE\xFF\0[\0S\0]\0\r\0\n\0k\0=\0\r\0\n"s},
-        {"[S]\n[k\n", u"S", u"[k", u"x]\n[T]", "[S]\n[k=x]\n[T]\n"},
-    };
-    const TemporaryFolder folder;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.before);
-        WriteFileBytes(folder / "p.ini", c.before);
-        EXPECT_TRUE(Set(folder.Path("p.ini"), c.section, c.key, c.value));
-        EXPECT_EQ(FileBytes(folder / "p.ini"), c.after);
-    }
-    EXPECT_EQ(Read(folder.Path("p.ini"), u"T", u"[k"), u"(nothing)");
-    EXPECT_TRUE(Set(folder.Path("missing.ini"), u"S", u"k", nullptr));
-    EXPECT_TRUE(fs::is_empty(folder / "missing.ini")) << "made all the same";
-}
-
 TEST(PrivateProfileOnLinux, WritesInPlaceWhereNoFileCanBeMade)
 {
     const TemporaryFolder folder;
