@@ -1,13 +1,14 @@
 #include "core/archive/BArchive.h"
 
+#include "bench/BenchFile.h"
+#include "bench/ColdJob.h"
+#include "bench/archive/PeerTree.h"
 #include "bench/archive/TreeWorkload.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <string>
+#include <stdexcept>
 
 #if defined(QD_BENCH_BOOST_SERIALIZATION)
 # include "bench/archive/BoostPeer.h"
@@ -19,156 +20,113 @@
 # include "bench/archive/QtPeer.h"
 #endif
 
-// Saving and loading the tree of TreeWorkload.h to and from a file. Each peer saves and loads a
-// tree of its own kind, with the same texts, numbers and shared payloads; the tree that was loaded
-// is destroyed outside the measured time. "file" is the size in bytes a node.
+// Building, saving, loading and destroying the tree of TreeWorkload.h, once in a process as a
+// program does that opens a document. Each peer has a tree of its own kind with the same texts,
+// numbers and shared payloads. Every tree is added up: what is missing in it fails the benchmark.
+// "file" is the size in bytes a node.
 
 namespace {
 
-std::filesystem::path BenchFile()
-{
-    return std::filesystem::temp_directory_path() / "qdcore-bench.qda";
-}
+struct OwnTree {
+    static SP<BNode> Make(int count) { return MakeTree(count); }
 
-void Report(benchmark::State& state)
-{
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.counters["file"] = static_cast<double>(std::filesystem::file_size(BenchFile())) /
-                             static_cast<double>(state.range(0));
-}
-
-template <typename Save>
-void MeasureSaving(benchmark::State& state, Save save)
-{
-    for (auto _ : state)
-        save();
-    Report(state);
-}
-
-template <typename Load>
-void MeasureLoading(benchmark::State& state, Load load)
-{
-    for (auto _ : state) {
-        auto root = load();
-        benchmark::DoNotOptimize(root);
-        state.PauseTiming();
-        root = nullptr;
-        state.ResumeTiming();
+    static void Save(const std::filesystem::path& path, const SP<BNode>& root)
+    {
+        BArchive archive(Wide(path), BArchive::ModeWrite, "class Bench", 1);
+        archive.Insert(root.Get(), "root");
+        if (!archive.Flush())
+            throw std::runtime_error("not saved");
     }
-    Report(state);
-}
 
-WString BenchPath()
+    static SP<BNode> Load(const std::filesystem::path& path)
+    {
+        RegisterWorkloadClasses();
+        BArchive archive(Wide(path), BArchive::ModeRead, "class Bench", 1);
+        return SP<BNode>(dynamic_cast<BNode*>(archive.TakeOut("root").Get()));
+    }
+
+    static TreeSum Sum(const SP<BNode>& root) { return SumOf(*root); }
+
+private:
+    static WString Wide(const std::filesystem::path& path) { return path.string<WChar>().c_str(); }
+};
+
+/// Takes the tree so that it ends when the benchmark does.
+template <class Tree, class Root>
+void Check(benchmark::State& state, const Root& root)
 {
-    return WString(BenchFile().string<WChar>().c_str());
+    if (!root || Tree::Sum(root) != ExpectedSum(state.range(0)))
+        state.SkipWithError("the tree is not what it was");
 }
 
-void SaveOwn(BNode* root)
+template <class Tree>
+void BM_TreeBuild(benchmark::State& state)
 {
-    BArchive archive(BenchPath(), BArchive::ModeWrite, "class Bench", 1);
-    archive.Insert(root, "root");
-    if (!archive.Flush())
-        std::abort();
+    const int count = static_cast<int>(state.range(0));
+    Check<Tree>(state, ColdJob(state).Run(count, [=] { return Tree::Make(count); }));
 }
 
-SP<BSmartObj> LoadOwn()
+template <class Tree>
+void BM_TreeDestroy(benchmark::State& state)
 {
-    BArchive archive(BenchPath(), BArchive::ModeRead, "class Bench", 1);
-    SP<BSmartObj> root = archive.TakeOut("root");
-    if (!root)
-        std::abort();
-    return root;
+    const int count = static_cast<int>(state.range(0));
+    auto root = Tree::Make(count);
+    Check<Tree>(state, root);
+    ColdJob(state).Run(count, [&] { return root = nullptr; });
 }
 
-void BM_ArchiveSave(benchmark::State& state)
+template <class Tree>
+void BM_TreeSave(benchmark::State& state)
 {
-    const SP<BNode> root = MakeTree(static_cast<int>(state.range(0)));
-    MeasureSaving(state, [&] { SaveOwn(root.Get()); });
+    const int count = static_cast<int>(state.range(0));
+    const BenchFile file("tree");
+    ColdJob job(state);
+    const auto root = Tree::Make(count);
+    job.Run(count, [&] {
+        Tree::Save(file.Path(), root);
+        return 0;
+    });
+    state.counters["file"] = static_cast<double>(std::filesystem::file_size(file.Path())) / count;
+    Check<Tree>(state, Tree::Load(file.Path()));
 }
 
-void BM_ArchiveLoad(benchmark::State& state)
+template <class Tree>
+void BM_TreeLoad(benchmark::State& state)
 {
-    RegisterWorkloadClasses();
-    SaveOwn(MakeTree(static_cast<int>(state.range(0))).Get());
-    MeasureLoading(state, LoadOwn);
+    const int count = static_cast<int>(state.range(0));
+    const BenchFile file("tree");
+    InChild([&] { Tree::Save(file.Path(), Tree::Make(count)); });
+    ColdJob job(state);
+    Check<Tree>(state, job.Run(count, [&] { return Tree::Load(file.Path()); }));
 }
 
-void Sizes(benchmark::internal::Benchmark* bench)
+void Once(benchmark::internal::Benchmark* bench)
 {
-    bench->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->MinTime(2);
-    bench->Unit(benchmark::kMillisecond)->UseRealTime();
+    bench->ArgName("nodes")->Arg(10'000)->Arg(100'000)->Arg(1'000'000);
+    if (std::getenv("QD_BENCH_LARGE") != nullptr)
+        bench->Arg(10'000'000);
+    bench->Iterations(1)->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(BM_ArchiveSave)->Apply(Sizes);
-BENCHMARK(BM_ArchiveLoad)->Apply(Sizes);
+#define QD_BUILD(Tree, peer)                                                                       \
+ BENCHMARK(BM_TreeBuild<Tree>)->Name("BM_TreeBuild" peer)->Apply(Once);                            \
+ BENCHMARK(BM_TreeDestroy<Tree>)->Name("BM_TreeDestroy" peer)->Apply(Once);
+#define QD_STORE(Tree, peer)                                                                       \
+ BENCHMARK(BM_TreeSave<Tree>)->Name("BM_TreeSave" peer)->Apply(Once);                              \
+ BENCHMARK(BM_TreeLoad<Tree>)->Name("BM_TreeLoad" peer)->Apply(Once);
 
-#if defined(QD_BENCH_BOOST_SERIALIZATION) || defined(QD_BENCH_CEREAL) || defined(QD_BENCH_QT)
-
-template <typename Peer, typename Make>
-void MeasurePeerSaving(benchmark::State& state, Make make)
-{
-    const auto root = make(static_cast<int>(state.range(0)));
-    MeasureSaving(state, [&] { Peer::Save(BenchFile(), root); });
-}
-
-template <typename Peer, typename Make>
-void MeasurePeerLoading(benchmark::State& state, Make make)
-{
-    Peer::Save(BenchFile(), make(static_cast<int>(state.range(0))));
-    MeasureLoading(state, [] { return Peer::Load(BenchFile()); });
-}
-
-#endif
-
+QD_BUILD(OwnTree, "")
+QD_BUILD(PeerTree, "_StdSharedPtr")
+QD_STORE(OwnTree, "")
 #if defined(QD_BENCH_BOOST_SERIALIZATION)
-
-void BM_ArchiveSave_BoostSerialization(benchmark::State& state)
-{
-    MeasurePeerSaving<BoostPeer>(state, MakePeerTree);
-}
-
-void BM_ArchiveLoad_BoostSerialization(benchmark::State& state)
-{
-    MeasurePeerLoading<BoostPeer>(state, MakePeerTree);
-}
-
-BENCHMARK(BM_ArchiveSave_BoostSerialization)->Apply(Sizes);
-BENCHMARK(BM_ArchiveLoad_BoostSerialization)->Apply(Sizes);
-
+QD_STORE(BoostPeer, "_BoostSerialization")
 #endif
-
 #if defined(QD_BENCH_CEREAL)
-
-void BM_ArchiveSave_Cereal(benchmark::State& state)
-{
-    MeasurePeerSaving<CerealPeer>(state, MakePeerTree);
-}
-
-void BM_ArchiveLoad_Cereal(benchmark::State& state)
-{
-    MeasurePeerLoading<CerealPeer>(state, MakePeerTree);
-}
-
-BENCHMARK(BM_ArchiveSave_Cereal)->Apply(Sizes);
-BENCHMARK(BM_ArchiveLoad_Cereal)->Apply(Sizes);
-
+QD_STORE(CerealPeer, "_Cereal")
 #endif
-
 #if defined(QD_BENCH_QT)
-
-void BM_ArchiveSave_QDataStream(benchmark::State& state)
-{
-    MeasurePeerSaving<QtPeer>(state, QtPeer::MakeTree);
-}
-
-void BM_ArchiveLoad_QDataStream(benchmark::State& state)
-{
-    MeasurePeerLoading<QtPeer>(state, QtPeer::MakeTree);
-}
-
-BENCHMARK(BM_ArchiveSave_QDataStream)->Apply(Sizes);
-BENCHMARK(BM_ArchiveLoad_QDataStream)->Apply(Sizes);
-
+QD_BUILD(QtPeer, "_QtTypes")
+QD_STORE(QtPeer, "_QDataStream")
 #endif
 
 } // namespace

@@ -71,10 +71,11 @@ BOOST_CLASS_EXPORT(PeerPayload)
 BOOST_CLASS_EXPORT(PeerMeasure)
 BOOST_CLASS_EXPORT(PeerNode)
 
-struct BoostPeer {
+struct BoostPeer : PeerTree {
     static void Save(const std::filesystem::path& path, const std::shared_ptr<PeerNode>& root)
     {
         std::ofstream file(path, std::ios::binary);
+        file.exceptions(std::ios::failbit | std::ios::badbit);
         boost::archive::binary_oarchive archive(file);
         archive << root;
     }

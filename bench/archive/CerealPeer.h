@@ -48,10 +48,11 @@ CEREAL_REGISTER_POLYMORPHIC_RELATION(PeerObject, PeerPayload)
 CEREAL_REGISTER_POLYMORPHIC_RELATION(PeerAttribute, PeerMeasure)
 CEREAL_REGISTER_POLYMORPHIC_RELATION(PeerObject, PeerNode)
 
-struct CerealPeer {
+struct CerealPeer : PeerTree {
     static void Save(const std::filesystem::path& path, const std::shared_ptr<PeerNode>& root)
     {
         std::ofstream file(path, std::ios::binary);
+        file.exceptions(std::ios::failbit | std::ios::badbit);
         cereal::BinaryOutputArchive archive(file);
         archive(root);
     }

@@ -52,33 +52,53 @@ struct PeerNode : PeerObject {
     bool locked = false;
 };
 
-inline std::shared_ptr<PeerNode> MakePeerTree(int count)
-{
-    std::vector<std::shared_ptr<PeerPayload>> payloads;
-    for (int i = 0; i < kPayloadCount; ++i) {
-        auto payload = std::make_shared<PeerPayload>();
-        payload->x = i;
-        payload->y = 2.0 * i;
-        payload->z = 3.0 * i;
-        payload->text = u"payload";
-        payloads.push_back(std::move(payload));
-    }
-    std::vector<std::shared_ptr<PeerNode>> nodes;
-    for (int i = 0; i < count; ++i) {
-        auto node = std::make_shared<PeerNode>();
-        node->text = ToPeerText(NodeName(i));
-        auto measure = std::make_shared<PeerMeasure>();
-        measure->name = u"length";
-        measure->value = 0.25 * i;
-        node->attributes.push_back(std::move(measure));
-        if (i % 4 == 0)
-            node->object = payloads[static_cast<std::size_t>(i / 4 % kPayloadCount)];
-        if (i != 0) {
-            const auto& parent = nodes[static_cast<std::size_t>((i - 1) / kFanOut)];
-            node->parent = parent;
-            parent->children.push_back(node);
+struct PeerTree {
+    static std::shared_ptr<PeerNode> Make(int count)
+    {
+        std::vector<std::shared_ptr<PeerPayload>> payloads;
+        for (int i = 0; i < kPayloadCount; ++i) {
+            auto payload = std::make_shared<PeerPayload>();
+            payload->x = i;
+            payload->y = 2.0 * i;
+            payload->z = 3.0 * i;
+            payload->text = u"payload";
+            payloads.push_back(std::move(payload));
         }
-        nodes.push_back(std::move(node));
+        std::vector<std::shared_ptr<PeerNode>> nodes;
+        nodes.reserve(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i) {
+            auto node = std::make_shared<PeerNode>();
+            node->text = ToPeerText(NodeName(i));
+            auto measure = std::make_shared<PeerMeasure>();
+            measure->name = u"length";
+            measure->value = 0.25 * i;
+            node->attributes.push_back(std::move(measure));
+            if (i % 4 == 0)
+                node->object = payloads[static_cast<std::size_t>(i / 4 % kPayloadCount)];
+            if (i != 0) {
+                const auto& parent = nodes[static_cast<std::size_t>((i - 1) / kFanOut)];
+                node->parent = parent;
+                parent->children.push_back(node);
+            }
+            nodes.push_back(std::move(node));
+        }
+        return nodes.front();
     }
-    return nodes.front();
-}
+
+    static TreeSum Sum(const std::shared_ptr<PeerNode>& root)
+    {
+        TreeSum sum;
+        AddUp(*root, sum);
+        return sum;
+    }
+
+private:
+    static void AddUp(const PeerNode& node, TreeSum& sum)
+    {
+        const auto* payload = dynamic_cast<const PeerPayload*>(node.object.get());
+        const auto* measure = dynamic_cast<const PeerMeasure*>(node.attributes.at(0).get());
+        sum.Add(node.text.back(), measure->value, payload != nullptr ? payload->x : 0);
+        for (const auto& child : node.children)
+            AddUp(*child, sum);
+    }
+};

@@ -9,21 +9,24 @@
 #include <QVector>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
-// The workload's tree written by hand over QDataStream: each object once, behind its number and the
-// name of its class; afterwards its number alone.
+// The workload's tree written by hand over QDataStream: each object once, behind its number and its
+// class; afterwards its number alone.
 
 struct QtPeer {
+    enum class Class : quint8 { Node, Measure, Payload };
+
     struct Object {
         virtual ~Object() = default;
-        virtual const char* ClassName() const = 0;
+        virtual Class GetClass() const = 0;
         virtual void Write(QDataStream& stream, QtPeer& peer) const = 0;
         virtual void Read(QDataStream& stream, QtPeer& peer) = 0;
     };
 
     struct Payload : Object {
-        const char* ClassName() const override { return "Payload"; }
+        Class GetClass() const override { return Class::Payload; }
         void Write(QDataStream& stream, QtPeer&) const override { stream << x << y << z << text; }
         void Read(QDataStream& stream, QtPeer&) override { stream >> x >> y >> z >> text; }
         double x = 0, y = 0, z = 0;
@@ -31,7 +34,7 @@ struct QtPeer {
     };
 
     struct Measure : Object {
-        const char* ClassName() const override { return "Measure"; }
+        Class GetClass() const override { return Class::Measure; }
         void Write(QDataStream& stream, QtPeer&) const override { stream << name << value; }
         void Read(QDataStream& stream, QtPeer&) override { stream >> name >> value; }
         QString name;
@@ -39,7 +42,7 @@ struct QtPeer {
     };
 
     struct Node : Object {
-        const char* ClassName() const override { return "Node"; }
+        Class GetClass() const override { return Class::Node; }
         void Write(QDataStream& stream, QtPeer& peer) const override
         {
             peer.WriteObject(stream, object.get());
@@ -80,7 +83,7 @@ struct QtPeer {
             return;
         }
         number = static_cast<quint32>(m_numbers.size());
-        stream << number << object->ClassName();
+        stream << number << object->GetClass();
         object->Write(stream, *this);
     }
 
@@ -100,10 +103,9 @@ struct QtPeer {
             return nullptr;
         if (number <= m_objects.size())
             return m_objects[number - 1];
-        QByteArray name;
-        stream >> name;
-        name.chop(1); // the terminator
-        const std::shared_ptr<Object> object = Make(name);
+        Class kind = {};
+        stream >> kind;
+        const std::shared_ptr<Object> object = Make(kind);
         m_objects.push_back(object);
         object->Read(stream, *this);
         return object;
@@ -119,16 +121,16 @@ struct QtPeer {
             objects.push_back(std::static_pointer_cast<T>(ReadObject(stream)));
     }
 
-    static std::shared_ptr<Object> Make(const QByteArray& name)
+    static std::shared_ptr<Object> Make(Class kind)
     {
-        if (name == "Node")
-            return std::make_shared<Node>();
-        if (name == "Measure")
-            return std::make_shared<Measure>();
-        return std::make_shared<Payload>();
+        switch (kind) {
+        case Class::Node: return std::make_shared<Node>();
+        case Class::Measure: return std::make_shared<Measure>();
+        default: return std::make_shared<Payload>();
+        }
     }
 
-    static std::shared_ptr<Node> MakeTree(int count)
+    static std::shared_ptr<Node> Make(int count)
     {
         std::vector<std::shared_ptr<Payload>> payloads;
         for (int i = 0; i < kPayloadCount; ++i) {
@@ -139,7 +141,9 @@ struct QtPeer {
             payload->text = QStringLiteral("payload");
             payloads.push_back(std::move(payload));
         }
-        std::vector<std::shared_ptr<Node>> nodes;
+        std::vector<Node*> nodes;
+        nodes.reserve(static_cast<std::size_t>(count));
+        std::shared_ptr<Node> root;
         for (int i = 0; i < count; ++i) {
             auto node = std::make_shared<Node>();
             node->text = QString::fromStdString(NodeName(i));
@@ -149,13 +153,22 @@ struct QtPeer {
             node->attributes.push_back(std::move(measure));
             if (i % 4 == 0)
                 node->object = payloads[static_cast<std::size_t>(i / 4 % kPayloadCount)];
-            if (i != 0) {
-                node->parent = nodes[static_cast<std::size_t>((i - 1) / kFanOut)].get();
-                node->parent->children.push_back(node);
+            nodes.push_back(node.get());
+            if (i == 0) {
+                root = std::move(node);
+                continue;
             }
-            nodes.push_back(std::move(node));
+            node->parent = nodes[static_cast<std::size_t>((i - 1) / kFanOut)];
+            node->parent->children.push_back(std::move(node));
         }
-        return nodes.front();
+        return root;
+    }
+
+    static TreeSum Sum(const std::shared_ptr<Node>& root)
+    {
+        TreeSum sum;
+        AddUp(*root, sum);
+        return sum;
     }
 
     static void Save(const std::filesystem::path& path, const std::shared_ptr<Node>& root)
@@ -164,6 +177,8 @@ struct QtPeer {
         file.open(QIODevice::WriteOnly);
         QDataStream stream(&file);
         QtPeer().WriteObject(stream, root.get());
+        if (stream.status() != QDataStream::Ok || !file.flush())
+            throw std::runtime_error("not saved");
     }
 
     static std::shared_ptr<Node> Load(const std::filesystem::path& path)
@@ -171,10 +186,22 @@ struct QtPeer {
         QFile file(QString::fromStdString(path.string()));
         file.open(QIODevice::ReadOnly);
         QDataStream stream(&file);
-        return std::static_pointer_cast<Node>(QtPeer().ReadObject(stream));
+        const std::shared_ptr<Object> root = QtPeer().ReadObject(stream);
+        if (stream.status() != QDataStream::Ok)
+            throw std::runtime_error("not loaded");
+        return std::static_pointer_cast<Node>(root);
     }
 
 private:
+    static void AddUp(const Node& node, TreeSum& sum)
+    {
+        const auto* payload = dynamic_cast<const Payload*>(node.object.get());
+        const auto* measure = dynamic_cast<const Measure*>(node.attributes.at(0).get());
+        sum.Add(node.text.back().unicode(), measure->value, payload != nullptr ? payload->x : 0);
+        for (const auto& child : node.children)
+            AddUp(*child, sum);
+    }
+
     QHash<const Object*, quint32> m_numbers;
     std::vector<std::shared_ptr<Object>> m_objects;
 };

@@ -22,6 +22,35 @@ inline std::string NodeName(int number)
     return name;
 }
 
+/// What a tree holds, added up.
+struct TreeSum {
+    std::int64_t nodes = 0;
+    std::int64_t digits = 0; // the last of each text
+    double measures = 0;
+    double payloads = 0;
+
+    bool operator==(const TreeSum&) const = default;
+
+    void Add(int lastUnit, double measure, double payload)
+    {
+        ++nodes;
+        digits += lastUnit - '0';
+        measures += measure;
+        payloads += payload;
+    }
+};
+
+/// Node `i` is a child of node `(i - 1) / kFanOut`; all numbers are whole quarters, and so their
+/// sums.
+inline TreeSum ExpectedSum(std::int64_t count)
+{
+    TreeSum sum;
+    for (std::int64_t i = 0; i < count; ++i)
+        sum.Add('0' + static_cast<int>(i % 10), 0.25 * static_cast<double>(i),
+                i % 4 == 0 ? static_cast<double>(i / 4 % kPayloadCount) : 0);
+    return sum;
+}
+
 class Measure : public BAttribute {
 public:
     Measure() = default;
@@ -30,6 +59,7 @@ public:
         , m_value(value)
     {}
     WString Name() const override { return m_name; }
+    [[nodiscard]] double Value() const { return m_value; }
     void WriteData(BArchive& archive) const override { archive << m_name << m_value; }
     static SP<BSmartObj> Read(BArchive& archive, int)
     {
@@ -52,6 +82,7 @@ public:
         , m_z(3 * x)
         , m_text(text)
     {}
+    [[nodiscard]] double X() const { return m_x; }
     void WriteData(BArchive& archive) const override { archive << m_x << m_y << m_z << m_text; }
     static SP<BSmartObj> Read(BArchive& archive, int)
     {
@@ -94,4 +125,22 @@ inline SP<BNode> MakeTree(int count)
         nodes.push_back(node.Get());
     }
     return root;
+}
+
+inline void AddUp(const BNode& node, TreeSum& sum)
+{
+    const auto* payload = dynamic_cast<const Payload*>(node.GetObj());
+    const auto* measure = dynamic_cast<const Measure*>(node.Attrib(QD_W("length")));
+    const WString text = node.GetText();
+    sum.Add(text.CStr()[text.Length() - 1], measure != nullptr ? measure->Value() : -1,
+            payload != nullptr ? payload->X() : 0);
+    for (const BNode* child = node.Child(0); child != nullptr; child = child->Sister())
+        AddUp(*child, sum);
+}
+
+inline TreeSum SumOf(const BNode& root)
+{
+    TreeSum sum;
+    AddUp(root, sum);
+    return sum;
 }

@@ -1,6 +1,6 @@
 #include "core/profile/BBinProfile.h"
 
-#include "bench/profile/BenchFile.h"
+#include "bench/BenchFile.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 #include "core/profile/BIniProfile.h"
 #include "core/profile/BProfile.h"
 
-#include "bench/profile/BenchFile.h"
+#include "bench/BenchFile.h"
 
 #include <benchmark/benchmark.h>
 

@@ -43,7 +43,7 @@ void BM_LockR(benchmark::State& state)
     MeasureReading<BLockRW>(state);
 }
 
-void BM_LockR_SyncableSmartObj(benchmark::State& state)
+void BM_LockObjectR(benchmark::State& state)
 {
     MeasureReading<BSyncableSmartObj>(state);
 }
@@ -62,7 +62,7 @@ void BM_LockW(benchmark::State& state)
     MeasureWriting<BLockRW>(state);
 }
 
-void BM_LockW_SyncableSmartObj(benchmark::State& state)
+void BM_LockObjectW(benchmark::State& state)
 {
     MeasureWriting<BSyncableSmartObj>(state);
 }
@@ -77,10 +77,10 @@ void BM_LockW_StdSharedMutex(benchmark::State& state)
 }
 
 BENCHMARK(BM_LockR);
-BENCHMARK(BM_LockR_SyncableSmartObj);
+BENCHMARK(BM_LockObjectR);
 BENCHMARK(BM_LockR_StdSharedMutex);
 BENCHMARK(BM_LockW);
-BENCHMARK(BM_LockW_SyncableSmartObj);
+BENCHMARK(BM_LockObjectW);
 BENCHMARK(BM_LockW_StdSharedMutex);
 
 #if defined(QD_BENCH_QT)
