@@ -1,6 +1,13 @@
 #include "core/memory/CStdMemoryBlock.h"
 
-CStdMemoryBlock::CStdMemoryBlock(const CStdMemoryBlock& other) = default;
+CStdMemoryBlock::CStdMemoryBlock(const CStdMemoryBlock& other)
+    : BSmartObj(other)
+    , CMemoryBlock(other)
+    , m_manager(other.m_manager)
+    , m_size(other.m_size)
+    , m_allocatedSize(other.m_allocatedSize)
+    , m_start(other.m_start)
+{}
 
 CStdMemoryBlock::~CStdMemoryBlock() = default;
 

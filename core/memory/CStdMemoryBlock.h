@@ -2,6 +2,7 @@
 
 #include "core/base/BSmartObj.h"
 #include "core/memory/CMemoryBlock.h"
+#include "core/memory/GapTree.h"
 #include "core/platform/Export.h"
 
 #include <cstdint>
@@ -41,4 +42,9 @@ private:
     std::uint64_t m_size;
     std::uint64_t m_allocatedSize;
     void* m_start;
+
+    // Of the manager, under its critical section. A copy has none of it.
+    GapTree::Place m_place; // in a frame, unless the size is 0
+    CStdMemoryBlock* m_next = nullptr;
+    CStdMemoryBlock** m_link = nullptr; // that leads here; null once the block is given back
 };

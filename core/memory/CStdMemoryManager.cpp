@@ -14,16 +14,17 @@
 #include <cassert>
 #include <iterator>
 #include <map>
-#include <unordered_map>
+#include <typeinfo>
 
 // Blocks are carved from frames of committed pages, rather than taken from the system one by one:
 // measurements come and go in the same sizes, and pages that stay committed need not be asked for
 // and zeroed again. All that is known of frames and blocks stands outside of their memory: who
 // writes past the end of a block damages data, not the manager.
 //
-// A block is known by its address as an object. One that is not known is looked at only for its
-// type, which is why a block that was given back already can be told from one of another manager as
-// long as somebody has a reference on it. Messages are posted after the critical section is left,
+// What the manager knows of a block stands in the block's object, so that taking and giving back
+// needs no search and no heap block besides; the objects are in a list, for the manager's end. A
+// block that was given back already is told by being in no list, as long as somebody has a
+// reference on it. Messages are posted after the critical section is left,
 // so that no receiver waits in it.
 namespace {
 
@@ -38,6 +39,15 @@ std::uint64_t RoundUpToPages(std::uint64_t size)
     return size <= largest ? (size + withinPage) & ~withinPage : largest;
 }
 
+/// Null when it is a block of another kind.
+CStdMemoryBlock* ToStdBlock(CMemoryBlock* block)
+{
+    // What nearly all are; a cast that looks for the type costs more than finding a place.
+    if (typeid(*block) == typeid(CStdMemoryBlock))
+        return static_cast<CStdMemoryBlock*>(block);
+    return dynamic_cast<CStdMemoryBlock*>(block);
+}
+
 } // namespace
 
 struct CStdMemoryManager::Frame {
@@ -47,14 +57,32 @@ struct CStdMemoryManager::Frame {
 
 /// All that is known of frames and blocks; none of it stands in their memory.
 struct CStdMemoryManager::Blocks {
-    struct Entry {
-        SP<CStdMemoryBlock> block;
-        GapTree::Place place; // in the row unless the block's size is 0
-    };
+    ~Blocks()
+    {
+        while (first != nullptr)
+            Remove(*first);
+    }
+    void Add(CStdMemoryBlock& block) noexcept
+    {
+        block.m_next = first;
+        block.m_link = &first;
+        if (first != nullptr)
+            first->m_link = &block.m_next;
+        first = &block;
+        block.Ref();
+    }
+    void Remove(CStdMemoryBlock& block)
+    {
+        *block.m_link = block.m_next;
+        if (block.m_next != nullptr)
+            block.m_next->m_link = block.m_link;
+        block.m_link = nullptr;
+        block.Unref();
+    }
 
     GapTree row;
     std::map<const void*, Frame> frames; // by their first byte; the row has their order
-    std::unordered_map<const CMemoryBlock*, Entry> entries;
+    CStdMemoryBlock* first = nullptr;    // of the list of blocks, each counted once
     std::uint64_t reserved = 0;
     std::uint64_t inUse = 0;
 };
@@ -151,13 +179,12 @@ CStdMemoryBlock* CStdMemoryManager::Place(std::uint64_t size)
         }
     }
     char* const start = next != nullptr ? next->GapStart() : nullptr;
-    const SP<CStdMemoryBlock> block = new CStdMemoryBlock(this, start, size, allocated);
-    Blocks::Entry& entry = m_blocks->entries[block.Get()];
-    entry.block = block;
+    auto* const block = new CStdMemoryBlock(this, start, size, allocated);
+    m_blocks->Add(*block);
     if (next != nullptr)
-        m_blocks->row.Insert(entry.place, allocated, *next);
+        m_blocks->row.Insert(block->m_place, allocated, *next);
     m_blocks->inUse += allocated;
-    return block.Get();
+    return block;
 }
 
 void CStdMemoryManager::AddFrame(std::uint64_t size)
@@ -170,20 +197,18 @@ void CStdMemoryManager::AddFrame(std::uint64_t size)
 }
 
 /// Whether the change is to be posted.
-bool CStdMemoryManager::TakeOut(const CMemoryBlock* block)
+bool CStdMemoryManager::TakeOut(CMemoryBlock* block)
 {
-    const auto found = m_blocks->entries.find(block);
-    if (found == m_blocks->entries.end()) {
-        if (dynamic_cast<const CStdMemoryBlock*>(block) == nullptr)
-            throw BError(kErrorMemory, QD_W("$IDS_ErrorHint26"), nullptr, nullptr, nullptr);
-        return block->Size() == 0;
+    CStdMemoryBlock* const own = ToStdBlock(block);
+    if (own == nullptr)
+        throw BError(kErrorMemory, QD_W("$IDS_ErrorHint26"), nullptr, nullptr, nullptr);
+    if (own->m_manager != this || own->m_link == nullptr)
+        return own->m_size == 0;
+    if (own->m_size != 0) {
+        m_blocks->row.Remove(own->m_place);
+        LeaveFrame(*own);
     }
-    auto& [key, entry] = *found;
-    if (entry.block->Size() != 0) {
-        m_blocks->row.Remove(entry.place);
-        LeaveFrame(*entry.block);
-    }
-    m_blocks->entries.erase(found);
+    m_blocks->Remove(*own);
     return true;
 }
 
@@ -192,12 +217,14 @@ void CStdMemoryManager::LeaveFrame(const CStdMemoryBlock& block)
 {
     assert(m_blocks->inUse >= block.AllocatedSize());
     m_blocks->inUse -= block.AllocatedSize();
+    if (m_blocks->reserved <= kReserveKept)
+        return;
     const auto found = std::prev(m_blocks->frames.upper_bound(block.Start()));
     auto& [start, frame] = *found;
     const std::uint64_t size = frame.pages->Size();
     // Intended: it compares what is reserved before the frame goes, so that one round of large
     // blocks after another finds its memory committed already.
-    if (frame.end.Gap() != size || m_blocks->reserved <= kReserveKept)
+    if (frame.end.Gap() != size)
         return;
     assert(m_blocks->reserved >= size);
     m_blocks->row.RemoveFrame(frame.end);

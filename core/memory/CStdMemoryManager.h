@@ -62,7 +62,7 @@ private:
 
     CStdMemoryBlock* Place(std::uint64_t size);
     void AddFrame(std::uint64_t size);
-    bool TakeOut(const CMemoryBlock* block);
+    bool TakeOut(CMemoryBlock* block);
     void LeaveFrame(const CStdMemoryBlock& block);
     /// Intended: does nothing; a display follows the messages instead.
     void Log() const {}

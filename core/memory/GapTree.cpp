@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 // Blocks are large and few change at a time, but there may be ten thousand, and first fit by a walk
 // over the gaps looks at all of them. A heap's lists by size would be as fast and place elsewhere:
@@ -62,6 +63,7 @@ void GapTree::Insert(Place& place, std::uint64_t size, Place& next) noexcept
     place.m_size = size;
     place.m_gap = 0;
     next.m_gap -= size;
+    UpdateUpwards(&next);
     if (next.m_left == nullptr) {
         Link(place, &next, next.m_left);
         return;
@@ -97,7 +99,8 @@ void GapTree::Link(Place& place, Place* parent, Place*& link) noexcept
     place.m_parent = parent;
     place.m_left = place.m_right = nullptr;
     place.m_priority = NextRandom(m_random);
-    UpdateUpwards(&place);
+    place.m_largestGap = place.m_gap;
+    UpdateUpwards(parent);
     while (place.m_parent != nullptr && place.m_parent->m_priority < place.m_priority)
         Raise(place);
 }
@@ -138,19 +141,20 @@ GapTree::Place*& GapTree::LinkTo(Place& place) noexcept
     return place.m_parent->m_left == &place ? place.m_parent->m_left : place.m_parent->m_right;
 }
 
-/// Tells `place`, whose gap or children changed, and those above it.
+/// Tells `place`, whose gap or children changed, and those above it whom that concerns.
 void GapTree::UpdateUpwards(Place* place) noexcept
 {
-    for (; place != nullptr; place = place->m_parent)
-        Update(*place);
+    while (place != nullptr && Update(*place))
+        place = place->m_parent;
 }
 
-void GapTree::Update(Place& place) noexcept
+/// Whether that changed the largest gap.
+bool GapTree::Update(Place& place) noexcept
 {
     std::uint64_t largest = place.m_gap;
     if (place.m_left != nullptr)
         largest = std::max(largest, place.m_left->m_largestGap);
     if (place.m_right != nullptr)
         largest = std::max(largest, place.m_right->m_largestGap);
-    place.m_largestGap = largest;
+    return std::exchange(place.m_largestGap, largest) != largest;
 }

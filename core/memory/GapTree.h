@@ -55,7 +55,7 @@ private:
     void Raise(Place& place) noexcept;
     [[nodiscard]] Place*& LinkTo(Place& place) noexcept;
     static void UpdateUpwards(Place* place) noexcept;
-    static void Update(Place& place) noexcept;
+    static bool Update(Place& place) noexcept;
 
     Place* m_root = nullptr;
     std::uint32_t m_random = 2463534242;
