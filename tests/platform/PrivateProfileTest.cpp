@@ -85,23 +85,18 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
     struct Case {
         WideText section, key, value;
     };
+    const WideText s = QD_W("S");
+    // clang-format off
     const Case cases[] = {
-        {QD_W("S"), QD_W("k"), QD_W("1")}, // the first of equal keys
-        {QD_W("s"), QD_W("K"), QD_W("1")}, // without regard to case
-        {QD_W(" S "), QD_W(" k "), QD_W("1")},
-        {QD_W("S"), QD_W("junk"), kNothing}, // no value
-        {QD_W("S"), QD_W("q"), QD_W("it")},  // quotes go in pairs, once
-        {QD_W("S"), QD_W("r"), QD_W("\"a'")},
-        {QD_W("S"), QD_W("s"), QD_W("'")},
-        {QD_W("S"), QD_W("t"), QD_W("")},
-        {QD_W("S"), QD_W("u"), QD_W("\"\"")},
-        {QD_W("S"), QD_W("v"), QD_W("a;b = c")},
-        {QD_W("S"), QD_W("w"), QD_W("  sp  ")},
-        {QD_W("S"), QD_W("#h"), QD_W("1")},
-        {QD_W("T"), QD_W("x"), QD_W("1")},
-        {QD_W("W]x"), QD_W("last"), QD_W("\u00E4\u20AC")},
+        {s, QD_W("k"), QD_W("1")}, {QD_W("s"), QD_W("K"), QD_W("1")}, // the first of equal keys
+        {QD_W(" S "), QD_W(" k "), QD_W("1")}, {s, QD_W("junk"), kNothing}, // no value
+        {s, QD_W("q"), QD_W("it")}, {s, QD_W("r"), QD_W("\"a'")}, // quotes go in pairs, once
+        {s, QD_W("s"), QD_W("'")}, {s, QD_W("t"), QD_W("")}, {s, QD_W("u"), QD_W("\"\"")},
+        {s, QD_W("v"), QD_W("a;b = c")}, {s, QD_W("w"), QD_W("  sp  ")}, {s, QD_W("#h"), QD_W("1")},
+        {QD_W("T"), QD_W("x"), QD_W("1")}, {QD_W("W]x"), QD_W("last"), QD_W("\u00E4\u20AC")},
         {QD_W("none"), QD_W("k"), kNothing},
     };
+    // clang-format on
     for (const Case& c : cases)
         EXPECT_EQ(Read(c.section, c.key), c.value) << testing::PrintToString(c.key);
     EXPECT_EQ(Read(QD_W("s"), nullptr), QD_W("k|K|q|r|s|t|u|v|w|#h|")); // of the first "s"

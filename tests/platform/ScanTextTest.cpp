@@ -124,14 +124,20 @@ TEST(ScanText, ParsesTheNumberThatATextBeginsWith)
         const char* text;
         int integer;
         double real;
+        unsigned long hex;
+        int hexLength; // up to the end that is told
     };
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     // clang-format off
     const Case cases[] = {
-        {"12abc", 12, 12}, {"  -7.25e1x", -7, -72.5}, {"1e", 1, 1}, {"1e+", 1, 1},
-        {"infin", 0, kInfinity}, {"nan(x", 0, kNan}, {"0x10", 0, 16}, {"0x", 0, 0}, {"-.", 0, 0},
-        {"", 0, 0}, {"2147483648", INT_MAX, 2147483648.0},
-        {"-99999999999999999999", INT_MIN, -1e20},
+        {"12abc", 12, 12, 0x12ABC, 5}, {"  -7.25e1x", -7, -72.5, 0xFFFFFFF9, 4},
+        {"1e", 1, 1, 0x1E, 2}, {"1e+", 1, 1, 0x1E, 2}, {"infin", 0, kInfinity, 0, 0},
+        {"nan(x", 0, kNan, 0, 0}, {"0x10", 0, 16, 0x10, 4}, {"0x4g", 0, 4, 4, 3},
+        {"0x", 0, 0, 0, 0}, {"0x+4", 0, 0, 0, 0}, {"-.", 0, 0, 0, 0}, {"", 0, 0, 0, 0},
+        {" ", 0, 0, 0, 0}, {"fFx", 0, 0, 0xFF, 2}, {" +1a", 1, 1, 0x1A, 4},
+        {"100000000", 100'000'000, 1e8, 0xFFFFFFFF, 9},
+        {"2147483648", INT_MAX, 2147483648.0, 0xFFFFFFFF, 10},
+        {"-99999999999999999999", INT_MIN, -1e20, 0xFFFFFFFF, 21},
     };
     // clang-format on
     for (const Case& row : cases) {
@@ -141,30 +147,12 @@ TEST(ScanText, ParsesTheNumberThatATextBeginsWith)
         EXPECT_EQ(platform::ParseInt(row.text), row.integer);
         EXPECT_TRUE(Same(platform::ParseDouble(text.c_str()), row.real));
         EXPECT_TRUE(Same(platform::ParseDouble(row.text), row.real));
-    }
-}
-
-TEST(ScanText, ParsesHexadecimalNumbersAndTheirEnds)
-{
-    struct Case {
-        const char* text;
-        unsigned long value;
-        int length;
-    };
-    const Case cases[] = {
-        {"0x41", 0x41, 4}, {"0x4g", 4, 3},        {"fFx", 0xFF, 2},
-        {" +1a", 0x1A, 4}, {"-1", 0xFFFFFFFF, 2}, {"100000000", 0xFFFFFFFF, 9},
-        {"0x", 0, 0},      {"0x+4", 0, 0},        {" ", 0, 0},
-    };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.text);
-        const WideText text = Widened(row.text);
         const WChar* wideEnd = nullptr;
         const char* narrowEnd = nullptr;
-        EXPECT_EQ(platform::ParseHex(text.c_str(), wideEnd), row.value);
-        EXPECT_EQ(wideEnd - text.c_str(), row.length);
-        EXPECT_EQ(platform::ParseHex(row.text, narrowEnd), row.value);
-        EXPECT_EQ(narrowEnd - row.text, row.length);
+        EXPECT_EQ(platform::ParseHex(text.c_str(), wideEnd), row.hex);
+        EXPECT_EQ(wideEnd - text.c_str(), row.hexLength);
+        EXPECT_EQ(platform::ParseHex(row.text, narrowEnd), row.hex);
+        EXPECT_EQ(narrowEnd - row.text, row.hexLength);
     }
 }
 
