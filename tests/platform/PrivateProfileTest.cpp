@@ -106,27 +106,6 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
     EXPECT_EQ(Sections(), QD_W("S|T|U|s|W]x|"));
 }
 
-TEST_F(PrivateProfile, EndsALineAtEitherLineEnd)
-{
-    struct Case {
-        std::string text;
-        WideText sections, lines; // the lines of S
-    };
-    const Case cases[] = {
-        {"a=1\r[S]\rk=1\rl=2\r[T]\rx=y\r", QD_W("S|T|"), QD_W("k=1|l=2|")},
-        {"[S]\nk=1\rl=2\r\r\nm=3\n\rn=4\r\n\n", QD_W("S|"), QD_W("k=1|l=2|m=3|n=4|")},
-        {Utf16("[S]\rk=1\r\r[T]\r"), QD_W("S|T|"), QD_W("k=1|")},
-        {std::string("[S]\r\nk=1\r\n\0", 11), QD_W("S|"), QD_W("k=1|")}, // a 0 is no line
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        WriteFileBytes(m_file, c.text);
-        EXPECT_EQ(Sections(), c.sections);
-        EXPECT_EQ(Lines(QD_W("S")), c.lines);
-        EXPECT_EQ(Read(QD_W("S"), QD_W("k")), QD_W("1"));
-    }
-}
-
 TEST_F(PrivateProfile, CutsWhatIsTooLong)
 {
     WriteFileBytes(m_file, "[Section]\r\nabc=0123456789\r\ndefg=1\r\n");
@@ -196,6 +175,7 @@ TEST_F(PrivateProfile, WritesWhereTheOtherPlatformDoes)
         {"[]\nn=1\n", none, n, three, "[]\nn=3\n"},
         {cr, s, k, three, "[S]\rk=3\r\r[T]\rx=1"},
         {cr, s, n, three, "[S]\rk=1\rn=3\r\n\r[T]\rx=1"},
+        {Utf16("[S]\rk=1\r\r[T]\r"), s, k, three, Utf16("[S]\rk=3\r\r[T]\r")},
         {"[S]\rk=1\r", QD_W("T"), n, three, "[S]\rk=1\r[T]\r\nn=3\r\n"},
         {"[S]\nk=1\n\0"s, s, n, three, "[S]\nk=1\nn=3\r\n\0"s},
         {"[\xC4]\n\xDF\xE4=1\n", QD_W("\u00E4"), QD_W("\u00DF\u00C4"), two, "[\xC4]\n\xDF\xE4=2\n"},

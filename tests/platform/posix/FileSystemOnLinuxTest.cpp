@@ -91,19 +91,15 @@ TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
     WriteFileBytes(folder / "file", "");
     fs::create_symlink("none", folder / "dangling");
     fs::create_symlink("loop", folder / "loop");
-    const std::string longName(300, 'n');
-    const std::pair<const char*, EPresence> cases[] = {
-        {"", EPresence::There},
-        {"file", EPresence::There},
-        {"none", EPresence::Missing},
-        {"none/file", EPresence::Missing},
-        {"file/file", EPresence::Missing},
-        {"dangling", EPresence::Missing},
-        {"loop", EPresence::Unknown},
-        {longName.c_str(), EPresence::Unknown},
+    const std::pair<EPresence, std::set<std::string>> cases[] = {
+        {EPresence::There, {"", "file"}},
+        {EPresence::Missing, {"none", "none/file", "file/file", "dangling"}},
+        {EPresence::Unknown, {"loop", std::string(300, 'n')}},
     };
-    for (const auto& [name, presence] : cases)
-        EXPECT_EQ(platform::Presence(folder.Path(name)), presence) << name;
+    for (const auto& [presence, names] : cases) {
+        for (const std::string& name : names)
+            EXPECT_EQ(platform::Presence(folder.Path(name.c_str())), presence) << name;
+    }
     const auto any = [](const platform::FoundFile&) { return true; };
     EXPECT_EQ(platform::FindFiles(folder.Path("none\\*"), any), EPresence::Missing);
     EXPECT_EQ(platform::FindFiles(folder.Path("loop\\*"), any), EPresence::Unknown);

@@ -23,10 +23,7 @@ int __wrap_fchmod(int file, mode_t mode)
 
 int __wrap_flock(int file, int operation)
 {
-    if (!SystemCalls::TakeInterruption())
-        return __real_flock(file, operation);
-    errno = EINTR;
-    return -1;
+    return SystemCalls::Make("flock", [=] { return __real_flock(file, operation); });
 }
 
 int __wrap_rename(const char* from, const char* to)
@@ -47,6 +44,7 @@ int SystemCalls::Make(const char* name, const std::function<int()>& call)
         return call();
     s_current->m_made += std::string(name) + ' ';
     if (s_current->m_failing == name) {
+        s_current->m_failing.clear();
         errno = s_current->m_error;
         return -1;
     }

@@ -3,11 +3,10 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <utility>
 
-/// Watches the calls of this program on Linux that put a file in place, while it lives: `fsync`,
-/// `fchmod` and `rename`. Time passes faster meanwhile: a second from one look at the clock to the
-/// next, for those who wait.
+/// Watches the calls of this program on Linux that put a file in place or lock one, while it lives:
+/// `fsync`, `fchmod`, `rename` and `flock`. Time passes faster meanwhile: a second from one look at
+/// the clock to the next, for those who wait.
 class SystemCalls {
 public:
     SystemCalls() { s_current = this; }
@@ -17,22 +16,16 @@ public:
 
     /// The calls so far: "fsync rename fsync ".
     [[nodiscard]] std::string Made() const { return m_made; }
-    /// From here on the calls of `name` fail with `error`.
+    /// The next call of `name` fails with `error`.
     void Fail(const std::string& name, int error)
     {
         m_failing = name;
         m_error = error;
     }
-    /// The next `flock` is interrupted by a signal.
-    void InterruptLock() { m_isInterrupted = true; }
 
     // What the library's calls become.
 
     static int Make(const char* name, const std::function<int()>& call);
-    static bool TakeInterruption()
-    {
-        return s_current && std::exchange(s_current->m_isInterrupted, false);
-    }
     static std::uint32_t TickCount();
 
 private:
@@ -40,6 +33,5 @@ private:
 
     std::string m_made, m_failing;
     int m_error = 0; // of what fails
-    bool m_isInterrupted = false;
     std::uint32_t m_seconds = 0;
 };
