@@ -70,7 +70,7 @@ TEST_F(BProgressMappingTest, SendsIncrementsThatAddUpToTheMessageCount)
         {1000, 0, 1, 1000, 0},           {3, 100, 1, 3, 100},
         {1'000'000, 7, 3, 333'334, 7},   {49, 1, 1, 49, 1}, // 49 times 1/49.0 is less than 1
         {kMost, kMost, kMost, 1, kMost}, {kMost / 2, kMost, kMost / 2 + 1, 1, kMost},
-        {10, kMost, 1, 10, kMost},
+        {10, kMost, 1, 10, kMost},       {0, 3, 1, 8, 3}, // each step is a unit
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(testing::Message() << (&row - cases));
@@ -80,14 +80,6 @@ TEST_F(BProgressMappingTest, SendsIncrementsThatAddUpToTheMessageCount)
         const Increments sent = Sent();
         EXPECT_EQ(std::accumulate(sent.begin(), sent.end(), std::uint64_t{0}), row.sum);
     }
-}
-
-TEST_F(BProgressMappingTest, WithoutStepsEachOneIsAUnitUpToTheMessageCount)
-{
-    BProgressMapping progress(0, 3);
-    for (const std::uint64_t step : {1u, 2u, 4u, 8u}) // at each of them is an update
-        EXPECT_TRUE(progress.StepTo(step));
-    EXPECT_EQ(Sent(), (Increments{1, 1, 1}));
 }
 
 TEST_F(BProgressMappingTest, ReportsWhatWasReachedSinceTheLastUpdate)

@@ -4,7 +4,6 @@
 #include "core/profile/BProfile.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -163,19 +162,4 @@ TEST_F(BIniProfileFile, HasNothingWithoutAFile)
     EXPECT_FALSE(BIniProfile(m_path, QD_W("S"), true).LoadSection(QD_W("S"), nullptr));
     EXPECT_FALSE(BIniProfile(m_path, QD_W("S"), true).GetSections(names));
     EXPECT_FALSE(std::filesystem::exists(m_file));
-}
-
-TEST_F(BIniProfileFile, WritesTheSameFileOnBothPlatforms)
-{
-    WriteFileBytes(m_file, "; by hand\r\n[Eight \xE4]\r\nold=\x80\r\n");
-    const BIniProfile profile(m_path, QD_W("Typed"), true);
-    profile.Write(QD_W("double"), 0.1234567);
-    profile.Write(QD_W("bool"), true);
-    profile.Write(QD_W("text"), QD_W("\u00E4\u00DF"));
-    profile.GetInt(QD_W("default"), 12);
-    EXPECT_EQ(FileBytes(m_file), FileBytes(GoldenFile("profile/typed.ini")));
-    profile.SetSection(QD_W("Eight \u00E4"));
-    WString text;
-    EXPECT_TRUE(profile.Read(QD_W("old"), text));
-    EXPECT_EQ(text, QD_W("\u20AC"));
 }
