@@ -1,11 +1,16 @@
 """Runs in gdb: stops where the sample is complete and prints each of its members."""
 
+import re
+import sys
+
 import gdb
 
-gdb.execute("break Look", to_string=True)
-gdb.execute("run", to_string=True)
-gdb.execute("up", to_string=True)
+gdb.execute("break Look")
+gdb.execute("run")
+gdb.execute("up")
 sample = gdb.parse_and_eval("sample")
 for field in sample.type.fields():
-    print(f"sample.{field.name} = {sample[field.name].format_string(max_elements=20)}")
-gdb.execute("kill", to_string=True)
+    text = sample[field.name].format_string(max_elements=20)
+    text = re.sub("0x[0-9a-f]+", "0x...", text)
+    print(f"sample.{field.name} = {text}", file=sys.__stdout__)  # gdb itself is silent
+gdb.execute("kill")
