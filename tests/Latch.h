@@ -1,26 +1,21 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
+#include <thread>
 
-/// Lets threads wait for each other, as std::latch does, which does not wake reliably where the
-/// runtime library has no system call to wait on an address.
+/// Lets threads wait a moment for each other. They ask again and again: std::latch does not wake
+/// reliably where the runtime library has no system call to wait on an address.
 class Latch {
 public:
     explicit Latch(int count)
         : m_count(count)
     {}
 
-    void CountDown()
+    void CountDown() { --m_count; }
+    void Wait() const
     {
-        const std::scoped_lock lock(m_mutex);
-        if (--m_count == 0)
-            m_done.notify_all();
-    }
-    void Wait()
-    {
-        std::unique_lock lock(m_mutex);
-        m_done.wait(lock, [this] { return m_count == 0; });
+        while (m_count > 0)
+            std::this_thread::yield();
     }
     void ArriveAndWait()
     {
@@ -29,7 +24,5 @@ public:
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_done;
-    int m_count; // guarded by m_mutex
+    std::atomic<int> m_count;
 };

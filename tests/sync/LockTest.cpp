@@ -1,4 +1,6 @@
+#include "core/platform/CriticalSection.h"
 #include "core/sync/BAutoLock.h"
+#include "core/sync/BCriticalSection.h"
 #include "core/sync/BLockRW.h"
 #include "core/sync/BSyncableSmartObj.h"
 
@@ -12,6 +14,7 @@
 #include <thread>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -257,4 +260,23 @@ TEST(LockGuards, GiveBackWhatTheyTookAndNothingElse)
         lock.LockR();
     }
     EXPECT_FALSE(IsFree(lock)) << "a destructor does not throw";
+}
+
+TEST(BCriticalSection, KeepsOthersOutUntilItsThreadHasLeftAsOftenAsItEntered)
+{
+    constexpr int kThreads = 4, kRounds = 2000;
+    const platform::CriticalSection section;
+    int entries = 0;
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back([&] {
+            for (int round = 0; round < kRounds; ++round) {
+                const BCriticalSection outer(section.Get());
+                ++entries;
+                static_cast<void>(BCriticalSection(section.Get()));
+                ++entries;
+            }
+        });
+    threads.clear();
+    EXPECT_EQ(entries, 2 * kThreads * kRounds);
 }

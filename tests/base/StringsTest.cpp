@@ -16,7 +16,7 @@ constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
 
 } // namespace
 
-// What stands in both classes is tested in StringMembersTest.cpp.
+// What members both classes have is tested in StringMembersTest.cpp.
 
 TEST(WString, ConvertsThroughTheAnsiCodePage)
 {
@@ -109,4 +109,27 @@ TEST(WString, BytesAreWrittenAsNibblesFromZeroToQuestionMark)
     EXPECT_TRUE(text.IsEmpty());
     EXPECT_TRUE(text.DecodeMemory(nullptr, 0));
     EXPECT_FALSE(WString(QD_W("0")).DecodeMemory(decoded, 0));
+}
+
+TEST(BString, BytesAbove127AreEscaped)
+{
+    const BString text("caf\xE9\x80\xFF");
+    BString resolved = text.Printable();
+    EXPECT_EQ(Plain(resolved), "caf\\xe9\\x80\\xff");
+    resolved.ResolveEsc();
+    EXPECT_EQ(Plain(resolved), Plain(text));
+}
+
+TEST(BString, CharactersMayComeAsUnsignedValues)
+{
+    BString text("a\xE9z");
+    std::size_t position = 0;
+    EXPECT_TRUE(text.Includes(0xE9) && text.Includes('\xE9') && text.IncludesPos(0xE9, position));
+    EXPECT_EQ(position, 1u);
+    EXPECT_EQ(Plain(text.SubCh(0, 0xE9)), "a");
+    EXPECT_EQ(text[1], '\xE9');
+    BString rest;
+    EXPECT_TRUE(text.Split(rest, 0xE9, true));
+    EXPECT_EQ(Plain(rest), "\xE9z");
+    EXPECT_TRUE(rest.CutAfter(0xE9, false));
 }
