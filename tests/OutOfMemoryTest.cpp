@@ -11,8 +11,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <new>
-#include <optional>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -84,30 +84,11 @@ bool IsSmallTree(BSmartObj* object)
 
 const BString kClass = "class Doc";
 
-/// Archives of one document; empty until one was opened.
-class Archive : public std::optional<BArchive> {
-public:
-    void Open(const WString& path, BArchive::MODE mode)
-    {
-        reset();
-        emplace(path, mode, kClass, 1);
-    }
-    void Write(const WString& path, const SP<BNode>& tree)
-    {
-        Open(path, BArchive::ModeWrite);
-        (*this)->Insert(tree.Get(), "root");
-    }
-    SP<BSmartObj> Read(const WString& path)
-    {
-        Open(path, BArchive::ModeRead);
-        return (*this)->TakeOut("root");
-    }
-};
+using Archive = std::unique_ptr<BArchive>;
 
-// Null also when memory runs out.
-SP<BSmartObj> Loaded(const WString& path)
+Archive Open(const WString& path, BArchive::MODE mode)
 {
-    return Archive().Read(path);
+    return std::make_unique<BArchive>(path, mode, kClass, 1);
 }
 
 /// What a member makes of a string. Strings share their texts, so that each change needs memory.
@@ -185,15 +166,20 @@ struct ProfilerLines : BProfiler {
 
 TEST_F(OutOfMemoryTest, AnArchiveIsReadAsAWholeOrNotAtAll)
 {
+    {
+        const Archive archive = Open(m_path, BArchive::ModeWrite);
+        archive->Insert(SmallTree().Get(), "root");
+        ASSERT_TRUE(archive->Flush());
+    }
     Archive archive;
-    archive.Write(m_path, SmallTree());
-    ASSERT_TRUE(archive->Flush());
     SP<BSmartObj> root;
     FailEachAllocation(
         "read",
         [&] {
             root = nullptr;
-            root = archive.Read(m_path);
+            archive = nullptr;
+            archive = Open(m_path, BArchive::ModeRead);
+            root = archive->TakeOut("root");
         },
         [&] {
             const bool isWhole = !root || IsSmallTree(root.Get());
@@ -205,21 +191,26 @@ TEST_F(OutOfMemoryTest, AnArchiveIsReadAsAWholeOrNotAtAll)
 TEST_F(OutOfMemoryTest, AnArchiveThatSaysItWasWrittenLoads)
 {
     const SP<BNode> tree = SmallTree();
+    const auto loads = [&] {
+        return IsSmallTree(Open(m_path, BArchive::ModeRead)->TakeOut("root").Get());
+    };
     Archive archive;
     bool isWritten = false;
     FailEachAllocation(
         "write",
         [&] {
             isWritten = false;
-            archive.Write(m_path, tree);
+            archive = nullptr;
+            archive = Open(m_path, BArchive::ModeWrite);
+            archive->Insert(tree.Get(), "root");
             isWritten = archive->Flush();
         },
         [&] {
-            const bool isSo = !isWritten || IsSmallTree(Loaded(m_path).Get());
+            const bool isSo = !isWritten || loads();
             if (!archive)
                 return isSo;
             archive->Insert(tree.Get(), "root"); // once more, with memory
-            return isSo && (!archive->Flush() || IsSmallTree(Loaded(m_path).Get()));
+            return isSo && (!archive->Flush() || loads());
         });
 }
 
