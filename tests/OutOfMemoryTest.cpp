@@ -2,7 +2,7 @@
 #include "core/qdcore.h"
 
 #include "tests/FailingAllocations.h"
-#include "tests/TemporaryFolder.h"
+#include "tests/base/StringTesting.h"
 #include "tests/profile/TestRegistry.h"
 #include "tests/tree/TreeTestObjects.h"
 
@@ -13,9 +13,11 @@
 #include <functional>
 #include <memory>
 #include <new>
-#include <string_view>
+#include <string>
 #include <type_traits>
 #include <utility>
+
+using string_testing::Plain;
 
 namespace {
 
@@ -97,13 +99,9 @@ struct Outcome {
     String text, result;
     bool isDone = false;
 
-    [[nodiscard]] bool Is(const Outcome& other) const
+    [[nodiscard]] std::string Shown() const
     {
-        return IsSame(text, other.text) && IsSame(result, other.result) && isDone == other.isDone;
-    }
-    [[nodiscard]] static bool IsSame(const String& a, const String& b)
-    {
-        return std::basic_string_view(a.CStr()) == std::basic_string_view(b.CStr());
+        return Plain(text) + '|' + Plain(result) + (isDone ? "|done" : "");
     }
 };
 
@@ -151,7 +149,7 @@ void CheckStrings(const String& text, const String& other, std::FILE* lines, std
                 outcome = before;
                 run(outcome);
             },
-            [&] { return outcome.Is(whole) || outcome.Is(before); });
+            [&] { return outcome.Shown() == whole.Shown() || outcome.Shown() == before.Shown(); });
     }
 }
 
