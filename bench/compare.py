@@ -39,6 +39,7 @@ class Job(NamedTuple):
     peak: object = None
 
 
+STD_MAP = "1.0 of StdUnorderedMap"
 SECTIONS = {
     "Trees": [
         Job("load, a node", "BM_TreeLoad", "1.0", peak="1.0"),
@@ -49,13 +50,24 @@ SECTIONS = {
         Job("remove the first child", "BM_TreeRemoveFirst", "1.5"),
     ],
     "Pointers and locks": [
-        Job("pointer copied and dropped", "BM_SmartPointerCopy", "1.0"),
+        Job("pointer copied and dropped, no thread", "BM_PointerCopy", "1.0", ".*started:0"),
+        Job("pointer copied and dropped, threads", "BM_PointerCopy", "1.0", ".*started:1"),
         Job("lock and unlock, shared", "BM_LockR", "1.2"),
         Job("lock and unlock, exclusive", "BM_LockW", "1.0"),
     ],
+    "Dictionaries": [
+        Job("insert", "BM_DictionaryInsert", ["1.2", STD_MAP, STD_MAP]),
+        Job("find, shuffled", "BM_DictionaryFindShuffled", ["2", STD_MAP, STD_MAP]),
+        Job("find, in order", "BM_DictionaryFindInOrder", ["2", STD_MAP, STD_MAP]),
+        Job("find, absent", "BM_DictionaryFindAbsent", ["2", STD_MAP, STD_MAP]),
+        Job("narrow: insert", "BM_NarrowDictionaryInsert", STD_MAP),
+        Job("narrow: find, shuffled", "BM_NarrowDictionaryFindShuffled", STD_MAP),
+    ],
     "Texts": [
-        Job("append a unit", "BM_StringAppendUnits"),
+        Job("append a unit", "BM_StringAppendUnits", ["4 ns", "10 ns", "30 ns"]),
+        Job("append a text of 10 units", "BM_StringAppendTexts", ["40 ns", "100 ns", "300 ns"]),
         Job("equality of two texts", "BM_StringEqual", "1.5"),
+        Job("copy a text", "BM_StringCopy"),
     ],
     "Large blocks": [
         Job("free and allocate", "BM_BlockExchange", "1.3"),

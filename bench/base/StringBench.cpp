@@ -14,10 +14,6 @@
 #if defined(QD_BENCH_QT)
 # include <QString>
 #endif
-#if defined(QD_BENCH_BOOST)
-# include <boost/smart_ptr/intrusive_ptr.hpp>
-# include <boost/smart_ptr/intrusive_ref_counter.hpp>
-#endif
 
 namespace {
 
@@ -65,23 +61,54 @@ void BM_StringEqual(benchmark::State& state)
 {
     const String a = Letters<String>(state.range(0));
     const String b = Letters<String>(state.range(0));
+    bool isEqual = true;
     for (auto _ : state) {
-        bool equal = a == b;
-        benchmark::DoNotOptimize(equal);
+        benchmark::DoNotOptimize(a); // compared anew each time
+        benchmark::DoNotOptimize(isEqual = isEqual && a == b);
     }
-    CountUnits(state);
+    if (!isEqual)
+        state.SkipWithError("not equal");
+}
+
+template <class String>
+std::int64_t LengthOf(const String& text)
+{
+    if constexpr (std::is_same_v<String, WString>)
+        return static_cast<std::int64_t>(text.Length());
+    else
+        return static_cast<std::int64_t>(text.length());
+}
+
+// From an empty text to one of that length.
+template <class String>
+void Append(benchmark::State& state, std::int64_t count, const auto& part)
+{
+    for (auto _ : state) {
+        String text;
+        for (std::int64_t index = 0; index < count; ++index)
+            text += part;
+        benchmark::DoNotOptimize(text);
+        if (LengthOf(text) != state.range(0))
+            state.SkipWithError("not all appended");
+    }
+    state.SetItemsProcessed(state.iterations() * count);
 }
 
 template <class String>
 void BM_StringAppendUnits(benchmark::State& state)
 {
-    for (auto _ : state) {
-        String text;
-        for (std::int64_t index = 0; index < state.range(0); ++index)
-            text += static_cast<WChar>('x');
-        benchmark::DoNotOptimize(text);
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+#if defined(QD_BENCH_QT)
+    if constexpr (std::is_same_v<String, QString>)
+        return Append<String>(state, state.range(0), QChar('x'));
+    else
+#endif
+        Append<String>(state, state.range(0), static_cast<WChar>('x'));
+}
+
+template <class String>
+void BM_StringAppendTexts(benchmark::State& state)
+{
+    Append<String>(state, state.range(0) / 10, Letters<String>(10));
 }
 
 void BM_StringLength(benchmark::State& state)
@@ -148,20 +175,6 @@ void BM_StringFromAnsi(benchmark::State& state)
     CountUnits(state);
 }
 
-#if defined(QD_BENCH_BOOST)
-struct Counted : boost::intrusive_ref_counter<Counted> {};
-
-void BM_StringCopy_BoostIntrusivePtr(benchmark::State& state)
-{
-    const boost::intrusive_ptr<Counted> pointer(new Counted);
-    for (auto _ : state) {
-        boost::intrusive_ptr<Counted> copy = pointer;
-        benchmark::DoNotOptimize(copy);
-    }
-}
-BENCHMARK(BM_StringCopy_BoostIntrusivePtr);
-#endif
-
 #if defined(QD_BENCH_ICU)
 void BM_StringToAnsi_IcuUnicodeString(benchmark::State& state)
 {
@@ -214,28 +227,40 @@ void Lengths(benchmark::internal::Benchmark* benchmark)
     benchmark->ArgName("length")->Arg(10)->Arg(200)->Arg(4000);
 }
 
+void KeyLengths(benchmark::internal::Benchmark* benchmark)
+{
+    benchmark->ArgName("units")->Arg(20)->Arg(200)->Arg(4000);
+}
+
+void GrownLengths(benchmark::internal::Benchmark* benchmark)
+{
+    benchmark->ArgName("units")->Arg(200)->Arg(10'000)->Arg(100'000);
+}
+
 } // namespace
 
 #if defined(QD_BENCH_ICU)
-# define QD_BENCH_WITH_ICU(name)                                                                   \
-  BENCHMARK(name<icu::UnicodeString>)->Name(#name "_IcuUnicodeString")->Apply(Lengths);
+# define QD_BENCH_WITH_ICU(name, sizes)                                                            \
+  BENCHMARK(name<icu::UnicodeString>)->Name(#name "_IcuUnicodeString")->Apply(sizes);
 #else
-# define QD_BENCH_WITH_ICU(name)
+# define QD_BENCH_WITH_ICU(name, sizes)
 #endif
 #if defined(QD_BENCH_QT)
-# define QD_BENCH_WITH_QT(name) BENCHMARK(name<QString>)->Name(# name "_QString")->Apply(Lengths);
+# define QD_BENCH_WITH_QT(name, sizes)                                                             \
+  BENCHMARK(name<QString>)->Name(#name "_QString")->Apply(sizes);
 #else
-# define QD_BENCH_WITH_QT(name)
+# define QD_BENCH_WITH_QT(name, sizes)
 #endif
-#define QD_BENCH_WITH_PEERS(name)                                                                  \
- BENCHMARK(name<WString>)->Name(#name)->Apply(Lengths);                                            \
- BENCHMARK(name<StdString>)->Name(#name "_StdString")->Apply(Lengths);                             \
- QD_BENCH_WITH_ICU(name)                                                                           \
- QD_BENCH_WITH_QT(name)
+#define QD_BENCH_WITH_PEERS(name, sizes)                                                           \
+ BENCHMARK(name<WString>)->Name(#name)->Apply(sizes);                                              \
+ BENCHMARK(name<StdString>)->Name(#name "_StdString")->Apply(sizes);                               \
+ QD_BENCH_WITH_ICU(name, sizes)                                                                    \
+ QD_BENCH_WITH_QT(name, sizes)
 
-QD_BENCH_WITH_PEERS(BM_StringCopy)
-QD_BENCH_WITH_PEERS(BM_StringEqual)
-QD_BENCH_WITH_PEERS(BM_StringAppendUnits)
+QD_BENCH_WITH_PEERS(BM_StringCopy, KeyLengths)
+QD_BENCH_WITH_PEERS(BM_StringEqual, KeyLengths)
+QD_BENCH_WITH_PEERS(BM_StringAppendUnits, GrownLengths)
+QD_BENCH_WITH_PEERS(BM_StringAppendTexts, GrownLengths)
 BENCHMARK(BM_StringLength)->Apply(Lengths);
 BENCHMARK(BM_StringLength_StdCharTraits)->Apply(Lengths);
 BENCHMARK(BM_StringPrintf)->Apply(Lengths);

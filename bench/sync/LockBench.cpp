@@ -1,111 +1,99 @@
 #include "core/sync/BLockRW.h"
 #include "core/sync/BSyncableSmartObj.h"
 
+#include "bench/StartedThread.h"
+
 #include <benchmark/benchmark.h>
 
+#include <mutex>
 #include <shared_mutex>
 
 #if defined(QD_BENCH_QT)
 # include <QtCore/QReadWriteLock>
 #endif
 
-// Taking a lock that nobody else wants and giving it back.
+// Taking a lock that nobody else wants and giving it back, in a process that never had a second
+// thread, and in one that had. std::shared_mutex must not be taken twice by a thread; the others
+// may.
 
 namespace {
 
 /// Called through the interface, as guards call it.
 template <class Lock>
-void MeasureReading(benchmark::State& state)
+class Own {
+public:
+    Own() { benchmark::DoNotOptimize(m_object); }
+    void LockR() { m_object->LockR(); }
+    void UnlockR() { m_object->UnlockR(); }
+    void LockW() { m_object->LockW(); }
+    void UnlockW() { m_object->UnlockW(); }
+
+private:
+    Lock m_lock;
+    const BSyncableInterface* m_object = &m_lock;
+};
+
+struct StdShared {
+    void LockR() { m_mutex.lock_shared(); }
+    void UnlockR() { m_mutex.unlock_shared(); }
+    void LockW() { m_mutex.lock(); }
+    void UnlockW() { m_mutex.unlock(); }
+    std::shared_mutex m_mutex;
+};
+
+struct StdRecursive {
+    void LockW() { m_mutex.lock(); }
+    void UnlockW() { m_mutex.unlock(); }
+    std::recursive_mutex m_mutex;
+};
+
+#if defined(QD_BENCH_QT)
+struct QtRecursive {
+    void LockR() { m_lock.lockForRead(); }
+    void UnlockR() { m_lock.unlock(); }
+    void LockW() { m_lock.lockForWrite(); }
+    void UnlockW() { m_lock.unlock(); }
+    QReadWriteLock m_lock{QReadWriteLock::Recursive};
+};
+#endif
+
+template <class Lock>
+void BM_LockR(benchmark::State& state)
 {
-    const Lock lock;
-    const BSyncableInterface* object = &lock;
-    benchmark::DoNotOptimize(object);
+    StartThread(state);
+    Lock lock;
     for (auto _ : state) {
-        object->LockR();
-        object->UnlockR();
+        lock.LockR();
+        lock.UnlockR();
     }
 }
 
 template <class Lock>
-void MeasureWriting(benchmark::State& state)
-{
-    const Lock lock;
-    const BSyncableInterface* object = &lock;
-    benchmark::DoNotOptimize(object);
-    for (auto _ : state) {
-        object->LockW();
-        object->UnlockW();
-    }
-}
-
-void BM_LockR(benchmark::State& state)
-{
-    MeasureReading<BLockRW>(state);
-}
-
-void BM_LockObjectR(benchmark::State& state)
-{
-    MeasureReading<BSyncableSmartObj>(state);
-}
-
-void BM_LockR_StdSharedMutex(benchmark::State& state)
-{
-    std::shared_mutex mutex;
-    for (auto _ : state) {
-        mutex.lock_shared();
-        mutex.unlock_shared();
-    }
-}
-
 void BM_LockW(benchmark::State& state)
 {
-    MeasureWriting<BLockRW>(state);
-}
-
-void BM_LockObjectW(benchmark::State& state)
-{
-    MeasureWriting<BSyncableSmartObj>(state);
-}
-
-void BM_LockW_StdSharedMutex(benchmark::State& state)
-{
-    std::shared_mutex mutex;
+    StartThread(state);
+    Lock lock;
     for (auto _ : state) {
-        mutex.lock();
-        mutex.unlock();
+        lock.LockW();
+        lock.UnlockW();
     }
 }
 
-BENCHMARK(BM_LockR);
-BENCHMARK(BM_LockObjectR);
-BENCHMARK(BM_LockR_StdSharedMutex);
-BENCHMARK(BM_LockW);
-BENCHMARK(BM_LockObjectW);
-BENCHMARK(BM_LockW_StdSharedMutex);
+void Starts(benchmark::internal::Benchmark* bench)
+{
+    bench->ArgName("started")->Arg(0)->Arg(1);
+}
 
+BENCHMARK(BM_LockR<Own<BLockRW>>)->Name("BM_LockR")->Apply(Starts);
+BENCHMARK(BM_LockW<Own<BLockRW>>)->Name("BM_LockW")->Apply(Starts);
+BENCHMARK(BM_LockR<Own<BSyncableSmartObj>>)->Name("BM_LockObjectR")->Apply(Starts);
+BENCHMARK(BM_LockW<Own<BSyncableSmartObj>>)->Name("BM_LockObjectW")->Apply(Starts);
+BENCHMARK(BM_LockR<StdShared>)->Name("BM_LockR_StdSharedMutex")->Apply(Starts);
+BENCHMARK(BM_LockW<StdShared>)->Name("BM_LockW_StdSharedMutex")->Apply(Starts);
+BENCHMARK(BM_LockW<StdRecursive>)->Name("BM_LockW_StdRecursiveMutex")->Apply(Starts);
 #if defined(QD_BENCH_QT)
-
-void BM_LockR_QtRecursive(benchmark::State& state)
-{
-    QReadWriteLock lock(QReadWriteLock::Recursive);
-    for (auto _ : state) {
-        lock.lockForRead();
-        lock.unlock();
-    }
-}
-
-void BM_LockW_QtRecursive(benchmark::State& state)
-{
-    QReadWriteLock lock(QReadWriteLock::Recursive);
-    for (auto _ : state) {
-        lock.lockForWrite();
-        lock.unlock();
-    }
-}
-
-BENCHMARK(BM_LockR_QtRecursive);
-BENCHMARK(BM_LockW_QtRecursive);
-
+BENCHMARK(BM_LockR<QtRecursive>)->Name("BM_LockR_QtRecursive")->Apply(Starts);
+BENCHMARK(BM_LockW<QtRecursive>)->Name("BM_LockW_QtRecursive")->Apply(Starts);
 #endif
 
 } // namespace
