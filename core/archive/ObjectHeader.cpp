@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 // An object header, little-endian, without padding:
 //
@@ -42,35 +43,65 @@ constexpr std::uint64_t ReadSizeBytes(int archiveVersion)
     return archiveVersion >= 8 ? 8 : 4;
 }
 
-std::string_view TakeText(const char*& at)
+// Takes the text that stands `size` bytes behind the start, and makes `size` where it ends. False
+// where there are fewer bytes than it takes to tell, which `size` is then, and where the text lacks
+// its tag, with `size` 0.
+bool TakeText(std::string_view bytes, std::uint64_t& size, std::string_view& text)
 {
-    const std::string_view text = NArchive::TextAt(at);
-    at = text.data() + text.size();
-    return text;
+    size += NArchive::kTagAndLengthSize;
+    if (size > bytes.size())
+        return false;
+    const char* const start = bytes.data() + (size - NArchive::kTagAndLengthSize);
+    if (*start != NArchive::kTextTag) {
+        size = 0;
+        return false;
+    }
+    text = NArchive::TextAt(start);
+    size += text.size();
+    return true;
+}
+
+// The size of the header that `bytes` begin with, which is taken into `header`; more bytes than
+// there are where it takes more to tell, and 0 where they begin with none.
+std::uint64_t TakeHeader(std::string_view bytes, int archiveVersion, NArchive::ObjectHeader& header)
+{
+    std::uint64_t size = 0;
+    if (!TakeText(bytes, size, header.indexText) || !TakeText(bytes, size, header.label) ||
+        !TakeText(bytes, size, header.className))
+        return size;
+    const std::uint64_t sizeBytes = ReadSizeBytes(archiveVersion);
+    const std::uint64_t numbers = std::exchange(size, size + sizeof header.version + sizeBytes);
+    if (size > bytes.size())
+        return size;
+    const char* const at = bytes.data() + numbers;
+    std::memcpy(&header.version, at, sizeof header.version);
+    std::uint32_t halves[2] = {};
+    std::memcpy(&halves[0], at + sizeof header.version, sizeof halves[0]);
+    if (sizeBytes == sizeof halves)
+        std::memcpy(&halves[1], at + sizeof header.version + sizeof halves[0], sizeof halves[1]);
+    header.payloadSize = std::uint64_t{halves[1]} << 32 | halves[0];
+    return size;
 }
 
 } // namespace
 
 namespace NArchive {
 
+// Nearly always the header stands in the reader's block as a whole; otherwise it is fetched text by
+// text, as each tells how much follows.
 bool ReadObjectHeader(BlockReader& reader, int archiveVersion, ObjectHeader& header)
 {
-    const std::optional<std::uint64_t> label = EndOfText(reader, 0);
-    const std::optional<std::uint64_t> className = label ? EndOfText(reader, *label) : label;
-    const std::optional<std::uint64_t> end = className ? EndOfText(reader, *className) : className;
-    if (!end)
+    std::string_view bytes = reader.AtHand();
+    std::uint64_t size = TakeHeader(bytes, archiveVersion, header);
+    while (size > bytes.size()) {
+        const char* const more = reader.Peek(size);
+        if (more == nullptr)
+            return false;
+        bytes = {more, size};
+        size = TakeHeader(bytes, archiveVersion, header);
+    }
+    if (size == 0)
         return false;
-    const std::uint64_t sizeBytes = ReadSizeBytes(archiveVersion);
-    const std::uint64_t size = *end + sizeof header.version + sizeBytes;
-    const char* at = reader.Peek(size);
-    if (at == nullptr)
-        return false;
-    header.indexText = TakeText(at);
-    header.label = TakeText(at);
-    header.className = TakeText(at);
-    std::memcpy(&header.version, at, sizeof header.version);
-    header.payloadSize = 0;
-    std::memcpy(&header.payloadSize, at + sizeof header.version, sizeBytes);
     reader.MoveTo(reader.Position() + size);
     return header.payloadSize <= reader.Left();
 }

@@ -3,10 +3,10 @@
 #include "core/archive/ObjectHeader.h"
 #include "core/base/BlockReader.h"
 
-#include <algorithm>
 #include <cassert>
 #include <charconv>
 #include <limits>
+#include <numeric>
 
 // An archive has no table of its records: their headers are read once, from the first to the last,
 // and the payloads between them skipped. So a file that was cut off is known as such before the
@@ -14,43 +14,38 @@
 namespace {
 
 constexpr std::uint64_t kSmallestRecord = 23; // three empty texts, version, four bytes of size
-constexpr std::size_t kSample = 1024;         // records that tell how many there will be
 
 } // namespace
 
 namespace NArchive {
 
-// `from_chars` takes capital digits and leading zeros as well, which an archive does not write: two
-// texts of one index would be two records to a reader that compares texts.
+// Strictly as an archive writes it: with capital digits or leading zeros, two texts of one index
+// would be two records to a reader that compares texts.
 std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
 {
-    const bool leadingZero = text.size() > 1 && text.front() == '0';
-    const auto isUpper = [](char c) { return c >= 'A' && c <= 'F'; };
-    if (text.empty() || leadingZero || std::any_of(text.begin(), text.end(), isUpper))
+    if (text.empty() || text.size() > 16 || (text.size() > 1 && text.front() == '0'))
         return std::nullopt;
     std::uint64_t index = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index, 16);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
+    for (const char c : text) {
+        const bool isLetter = c >= 'a' && c <= 'f';
+        if (!isLetter && (c < '0' || c > '9'))
+            return std::nullopt;
+        index = index << 4 | static_cast<std::uint64_t>(isLetter ? c - 'a' + 10 : c - '0');
+    }
     return index;
 }
 
-// The array has a place for as many indices as the file has room for records: a good file needs no
-// more. A greater index must not make the array long, so its text goes into the hash table.
 bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
 {
-    assert(m_records.empty());
+    assert(m_count == 0);
     m_indexLimit = reader.Left() / kSmallestRecord + 2;
     while (reader.Left() != 0) {
         const std::uint64_t position = reader.Position();
         ObjectHeader header;
         if (!ReadObjectHeader(reader, archiveVersion, header) ||
-            m_records.size() >= std::numeric_limits<std::uint32_t>::max() - 1)
+            m_count >= std::numeric_limits<std::uint32_t>::max() - 1)
             return false;
         Enter(position, header.indexText, header.label);
-        if (m_records.size() == kSample) // saves moving the records again and again
-            m_records.reserve(kSample *
-                              (reader.Size() / (reader.Position() + header.payloadSize) + 1));
         reader.MoveTo(reader.Position() + header.payloadSize);
     }
     return reader.IsGood();
@@ -59,11 +54,14 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
 void RecordDirectory::Enter(std::uint64_t position, std::string_view indexText,
                             std::string_view label)
 {
-    const auto number = static_cast<std::uint32_t>(m_records.size());
-    m_records.push_back({.position = position, .object = {}});
+    const std::uint32_t number = m_count;
+    Append(position);
     if (!label.empty())
         m_byLabel.insert_or_assign(std::string(label), number);
     const std::optional<std::uint64_t> index = IndexOfText(indexText);
+    if (m_isInOrder && index == number + 1)
+        return;
+    LeaveOrder(number);
     if (!index || *index >= m_indexLimit) {
         m_byIndexText.insert_or_assign(std::string(indexText), number);
         return;
@@ -73,11 +71,36 @@ void RecordDirectory::Enter(std::uint64_t position, std::string_view indexText,
     m_byIndex[*index] = number + 1;
 }
 
-RecordDirectory::Record* RecordDirectory::FindIndex(std::uint64_t index)
+// The first block grows as it is filled, so that a small archive stays small.
+void RecordDirectory::Append(std::uint64_t position)
 {
+    if (m_count % kBlock == 0) {
+        m_blocks.emplace_back();
+        if (m_count != 0)
+            m_blocks.back().reserve(kBlock);
+    }
+    m_blocks.back().push_back({.position = position, .object = {}});
+    ++m_count;
+}
+
+// The array has a place for as many indices as the file has room for records: a good file needs no
+// more. A greater index must not make the array long, so its text goes into the hash table.
+void RecordDirectory::LeaveOrder(std::uint32_t count)
+{
+    if (!m_isInOrder)
+        return;
+    m_isInOrder = false;
+    m_byIndex.resize(count + 1);
+    std::iota(m_byIndex.begin(), m_byIndex.end(), 0);
+}
+
+RecordDirectory::Record* RecordDirectory::FindElsewhere(std::uint64_t index)
+{
+    if (m_isInOrder)
+        return nullptr;
     if (index < m_byIndex.size()) {
         const std::uint32_t number = m_byIndex[index];
-        return number == 0 ? nullptr : &m_records[number - 1];
+        return number == 0 ? nullptr : &At(number - 1);
     }
     if (m_byIndexText.empty()) // it holds nothing in a good file
         return nullptr;
@@ -89,16 +112,16 @@ RecordDirectory::Record* RecordDirectory::FindIndex(std::uint64_t index)
 RecordDirectory::Record* RecordDirectory::FindIndexText(std::string_view text)
 {
     const std::optional<std::uint64_t> index = IndexOfText(text);
-    if (index && *index < m_byIndex.size())
+    if (index && (m_isInOrder || *index < m_byIndex.size()))
         return FindIndex(*index);
     const auto found = m_byIndexText.find(text);
-    return found == m_byIndexText.end() ? nullptr : &m_records[found->second];
+    return found == m_byIndexText.end() ? nullptr : &At(found->second);
 }
 
 RecordDirectory::Record* RecordDirectory::FindLabel(std::string_view label)
 {
     const auto found = m_byLabel.find(label);
-    return found == m_byLabel.end() ? nullptr : &m_records[found->second];
+    return found == m_byLabel.end() ? nullptr : &At(found->second);
 }
 
 } // namespace NArchive

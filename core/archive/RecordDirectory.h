@@ -19,8 +19,9 @@ namespace NArchive {
 /// The records of an archive's file, found by index or by label, and the objects that were rebuilt
 /// from them.
 ///
-/// Indices are handed out in sequence, so an array leads from an index to its record; a hash table
-/// holds the index texts that are none an archive would have handed out.
+/// Indices are handed out in sequence, and mostly the records stand in it, too: then the index
+/// tells the record. Otherwise an array leads from one to the other; a hash table holds the index
+/// texts that are none an archive would have handed out.
 class RecordDirectory {
 public:
     struct Record {
@@ -35,7 +36,10 @@ public:
     [[nodiscard]] bool Build(BlockReader& reader, int archiveVersion);
 
     /// The record of that index, index text or label; null when there is none.
-    [[nodiscard]] Record* FindIndex(std::uint64_t index);
+    [[nodiscard]] Record* FindIndex(std::uint64_t index)
+    {
+        return m_isInOrder && index - 1 < m_count ? &At(index - 1) : FindElsewhere(index);
+    }
     [[nodiscard]] Record* FindIndexText(std::string_view text);
     [[nodiscard]] Record* FindLabel(std::string_view label);
 
@@ -44,10 +48,23 @@ private:
     using Texts =
         std::unordered_map<std::string, std::uint32_t, platform::SeededTextHash, std::equal_to<>>;
 
-    void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
+    static constexpr std::size_t kBlock = 1024;
 
-    std::vector<Record> m_records;
-    std::vector<std::uint32_t> m_byIndex; // number of a record + 1, or 0
+    void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
+    void Append(std::uint64_t position);
+    void LeaveOrder(std::uint32_t count);
+    [[nodiscard]] Record* FindElsewhere(std::uint64_t index);
+    [[nodiscard]] Record& At(std::uint64_t number) noexcept
+    {
+        return m_blocks[number / kBlock][number % kBlock];
+    }
+
+    // In blocks of kBlock, which stay where they are while the directory grows: nobody knows how
+    // many there will be.
+    std::vector<std::vector<Record>> m_blocks;
+    std::uint32_t m_count = 0;            // of the records
+    bool m_isInOrder = true;              // the first record has index 1, the second 2, ...
+    std::vector<std::uint32_t> m_byIndex; // otherwise: number of a record + 1, or 0
     std::uint64_t m_indexLimit = 0;       // indices from here on are in m_byIndexText
     Texts m_byIndexText;
     Texts m_byLabel;

@@ -16,7 +16,8 @@
 
 namespace {
 
-// A reader that jumps reads little ahead; one that goes straight on doubles what it reads.
+// A reader that jumps reads little ahead; one that goes straight on doubles what it reads. To leave
+// out less than a small block is to go on: reading that much costs no more than a call.
 constexpr std::uint64_t kSmallestBlock = 4 * 1024;
 constexpr std::uint64_t kLargestBlock = 1024 * 1024;
 
@@ -51,17 +52,6 @@ void BlockReader::Close() noexcept
     m_blockSize = 0;
 }
 
-void BlockReader::SetLimit(std::uint64_t limit) noexcept
-{
-    m_limit = std::min(limit, m_size);
-    m_position = std::min(m_position, m_limit);
-}
-
-void BlockReader::MoveTo(std::uint64_t position) noexcept
-{
-    m_position = std::min(position, m_limit);
-}
-
 bool BlockReader::ReadBeyondBlock(void* out, std::uint64_t size)
 {
     assert(m_position <= m_limit && m_limit <= m_size);
@@ -94,9 +84,10 @@ bool BlockReader::Fetch(std::uint64_t size)
     if (size > Left())
         return false;
     const std::uint64_t blockEnd = m_blockStart + m_blockSize;
-    const bool goesOn = m_position >= m_blockStart && m_position <= blockEnd && m_blockSize != 0;
+    const bool goesOn =
+        m_blockSize != 0 && m_position >= m_blockStart && m_position < blockEnd + kSmallestBlock;
     m_readSize = goesOn ? std::min(2 * m_readSize, kLargestBlock) : kSmallestBlock;
-    const std::uint64_t kept = goesOn ? blockEnd - m_position : 0;
+    const std::uint64_t kept = goesOn && m_position < blockEnd ? blockEnd - m_position : 0;
     const std::uint64_t wanted = std::min(std::max(size, m_readSize), m_size - m_position);
 
     if (wanted > m_blockCapacity) {

@@ -2,10 +2,12 @@
 
 #include "core/platform/FileStream.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 /// Reads a file whose content is not trusted: in large blocks, and never past a limit.
 ///
@@ -36,10 +38,14 @@ public:
     [[nodiscard]] std::uint64_t Left() const noexcept { return m_limit - m_position; }
 
     /// Moves the limit, at most to the end of the file, and the position if it lies beyond.
-    void SetLimit(std::uint64_t limit) noexcept;
+    void SetLimit(std::uint64_t limit) noexcept
+    {
+        m_limit = (std::min)(limit, m_size);
+        m_position = (std::min)(m_position, m_limit);
+    }
 
     /// Moves the position, at most to the limit.
-    void MoveTo(std::uint64_t position) noexcept;
+    void MoveTo(std::uint64_t position) noexcept { m_position = (std::min)(position, m_limit); }
 
     /// Copies `size` bytes to `out` and moves on; false, and nothing copied, when fewer are left.
     [[nodiscard]] bool Read(void* out, std::uint64_t size)
@@ -59,6 +65,15 @@ public:
         if (size > InBlock() && !Fetch(size))
             return nullptr;
         return m_block.get() + (m_position - m_blockStart);
+    }
+
+    /// What stands in memory from the position up to the limit, maybe nothing, as long as with
+    /// `Peek`: for who can tell from it how much is needed.
+    [[nodiscard]] std::string_view AtHand() const noexcept
+    {
+        const std::uint64_t size = InBlock();
+        return size == 0 ? std::string_view()
+                         : std::string_view(m_block.get() + (m_position - m_blockStart), size);
     }
 
 private:
