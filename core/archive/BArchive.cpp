@@ -259,9 +259,7 @@ SP<BSmartObj> BArchive::QueryObject(void* index)
 {
     if (!m_impl->loader || index == nullptr)
         return nullptr;
-    const auto number = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(index));
-    const NArchive::RecordDirectory::Record* record = m_impl->loader->directory.FindIndex(number);
-    return record == nullptr ? nullptr : record->object;
+    return m_impl->loader->QueryObject(reinterpret_cast<std::uintptr_t>(index));
 }
 
 unsigned int BArchive::MapPointerToIndex(const void* p)

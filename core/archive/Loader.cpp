@@ -10,7 +10,10 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstddef>
+#include <limits>
 #include <new>
+#include <utility>
 
 // How a graph of objects comes out of a file.
 //
@@ -83,13 +86,13 @@ void Loader::Open(int version)
 
 SP<BSmartObj> Loader::TakeOut(std::string_view label, BArchive& archive)
 try {
-    RecordDirectory::Record* record = directory.FindLabel(label);
-    if (record == nullptr)
-        record = directory.FindIndexText(label);
-    if (record == nullptr)
+    std::uint32_t number = directory.FindLabel(label);
+    if (number == RecordDirectory::kNone)
+        number = directory.FindIndexText(label);
+    if (number == RecordDirectory::kNone)
         return nullptr;
     if (m_nesting != 0)
-        return TakeOutInside(*record, archive);
+        return TakeOutInside(number, archive);
     if (m_isSpoiled)
         return nullptr;
 
@@ -98,13 +101,15 @@ try {
     m_repeats += kRepeatsInCall;
     const std::size_t rebuiltCount = m_rebuilt.size();
     const std::size_t doubleCount = m_doubles.size();
-    SP<BSmartObj> object = Rebuild(*record, archive);
+    m_heldFrom = rebuiltCount;
+    SP<BSmartObj> object = RebuildBetween(number, archive);
     if (!Complete(archive) || !file.IsGood()) // of a file that failed parts are missing
         object = nullptr;
     if (object)
         m_holders.clear();
     else
         Forget(rebuiltCount, doubleCount);
+    m_heldFrom = m_rebuilt.size();
     assert(m_pending.empty() && m_soundCount <= m_associatedCount &&
            m_associatedCount <= m_rebuilt.size());
     return object;
@@ -119,61 +124,98 @@ try {
 // From inside `Read`, `UpdateAssociations` or `VerifyObj`; what the object refers to comes when the
 // outermost call goes on. Where the stack does not reach, that call must fail, now and later, as
 // the objects above this one are not whole.
-SP<BSmartObj> Loader::TakeOutInside(RecordDirectory::Record& record, BArchive& archive)
+SP<BSmartObj> Loader::TakeOutInside(std::uint32_t number, BArchive& archive)
 {
     if (m_nesting >= kNestingForAll && platform::IsStackShort()) {
         file.Close();
         return nullptr;
     }
     const ScopedValue<int> nesting(m_nesting, m_nesting + 1);
-    return Rebuild(record, archive);
+    return RebuildBetween(number, archive);
 }
 
-void Loader::TakeOutLater(RecordDirectory::Record* record)
+void Loader::TakeOutLater(std::uint32_t number)
 {
-    if (record == nullptr || record->object || record->pending ||
-        (m_nesting != 0 && record->triedIn == m_takeOutNumber))
+    if (number == RecordDirectory::kNone)
         return;
-    m_pending.push_back(record);
-    record->pending = true;
+    RecordDirectory::Record& record = directory[number];
+    if (record.object || record.pending || (m_nesting != 0 && record.triedIn == m_takeOutNumber))
+        return;
+    m_pending.push_back(number);
+    record.pending = true;
 }
 
-bool Loader::Verify() const
+BSmartObj* Loader::QueryObject(std::uint64_t index)
+{
+    const std::uint32_t number = directory.FindIndex(index);
+    return number == RecordDirectory::kNone ? nullptr : directory[number].object.Get();
+}
+
+bool Loader::Verify()
 {
     if (m_isSpoiled)
         return false;
     for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may add to them
-        if (!m_rebuilt[i]->object->VerifyObj())
+        if (!Rebuilt(i)->VerifyObj())
             return false;
     }
     return true;
 }
 
-// Taking a reference on an object that nobody owns would destroy it when it is given back.
-void Loader::OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&))
+void Loader::OnRefusal(BSmartObj& object, LetGoFunction letGo)
 {
-    if (m_nesting != 0 && object.RefCount() > 0)
+    // Taking a reference on an object that nobody owns would destroy it when it is given back.
+    if (m_nesting == 0 || object.RefCount() <= 0)
+        return;
+    const bool isAssociating = m_associating != RecordDirectory::kNone &&
+                               directory[m_associating].object == &object &&
+                               directory[m_associating].letGo == 0;
+    const std::uint8_t number = isAssociating ? NumberOf(letGo) : std::uint8_t{0};
+    if (number != 0)
+        directory[m_associating].letGo = number;
+    else
         m_holders.push_back({&object, letGo});
 }
 
+// From 1 on; 0 where there are more functions than numbers.
+std::uint8_t Loader::NumberOf(LetGoFunction letGo)
+{
+    const auto found = std::ranges::find(m_letGo, letGo);
+    const std::ptrdiff_t place = found - m_letGo.begin();
+    if (place == std::numeric_limits<std::uint8_t>::max())
+        return 0;
+    if (found == m_letGo.end())
+        m_letGo.push_back(letGo);
+    return static_cast<std::uint8_t>(place + 1);
+}
+
+// Reading goes on afterwards where it was.
+SP<BSmartObj> Loader::RebuildBetween(std::uint32_t number, BArchive& archive)
+{
+    const ReadingPlace former(file);
+    return Rebuild(number, archive);
+}
+
 // A record that cannot be read is tried once in a `TakeOut`, however many references lead to it.
-SP<BSmartObj> Loader::Rebuild(RecordDirectory::Record& record, BArchive& archive)
+SP<BSmartObj> Loader::Rebuild(std::uint32_t number, BArchive& archive)
 {
     assert(m_nesting != 0);
+    RecordDirectory::Record& record = directory[number];
     if (record.object || record.triedIn == m_takeOutNumber)
         return record.object;
     record.triedIn = m_takeOutNumber;
 
-    const ReadingPlace former(file);
+    file.SetLimit(file.Size());
     file.MoveTo(record.position);
     ObjectHeader header;
     if (!ReadObjectHeader(file, m_version, header))
         return nullptr;
     file.SetLimit(file.Position() + header.payloadSize);
-    const SP<BSmartObj> object = CallRead(header, archive);
+    SP<BSmartObj> object = CallRead(header, archive);
     if (object)
-        (IsNew(*object) ? m_rebuilt : m_doubles).push_back(&record);
-    return record.object = object;
+        (IsNew(*object) ? m_rebuilt : m_doubles).push_back(number);
+    record.object = std::move(object);
+    return record.object;
 }
 
 SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive)
@@ -188,18 +230,21 @@ SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive)
     }
 }
 
-// A document has many objects of few classes, and the registry compares name by name: what was
-// found there stays at hand.
+// A document has many objects of few classes, mostly some of one class in a row. What was not found
+// is asked for again, as an application may register it later.
 Loader::ReadFunction Loader::FindReadFunction(std::string_view className)
 {
-    for (const auto& [name, read] : m_readFunctions) {
-        if (name == className)
-            return read;
+    if (m_lastClass != nullptr && m_lastClass->first == className)
+        return m_lastClass->second;
+    auto found = m_readFunctions.find(className);
+    if (found == m_readFunctions.end()) {
+        const ReadFunction read = FindArchiveReader(WithKeyword(className).c_str());
+        if (read == nullptr)
+            return nullptr;
+        found = m_readFunctions.emplace(className, read).first;
     }
-    const ReadFunction read = FindArchiveReader(WithKeyword(className).c_str());
-    if (read != nullptr)
-        m_readFunctions.emplace_back(className, read);
-    return read;
+    m_lastClass = &*found;
+    return found->second;
 }
 
 // False for what a `Read` has handed out before. That is rare, and then someone else, its record,
@@ -209,7 +254,7 @@ bool Loader::IsNew(const BSmartObj& object)
     if (object.RefCount() <= 1)
         return true;
     while (m_knownCount < m_rebuilt.size())
-        m_known.insert(m_rebuilt[m_knownCount++]->object.Get());
+        m_known.insert(Rebuilt(m_knownCount++).Get());
     return !m_known.contains(&object);
 }
 
@@ -228,18 +273,21 @@ bool Loader::Complete(BArchive& archive)
 // In the order in which they were asked for, which for a tree is level by level.
 void Loader::RebuildPending(BArchive& archive)
 {
+    const ReadingPlace former(file);
     while (!m_pending.empty()) {
-        RecordDirectory::Record* record = m_pending.front();
+        const std::uint32_t number = m_pending.front();
         m_pending.pop_front();
-        record->pending = false;
-        static_cast<void>(Rebuild(*record, archive));
+        directory[number].pending = false;
+        static_cast<void>(Rebuild(number, archive));
     }
 }
 
 void Loader::UpdateAssociations(BArchive& archive)
 {
+    const ScopedValue<std::uint32_t> associating(m_associating, RecordDirectory::kNone);
     while (m_associatedCount < m_rebuilt.size()) {
-        m_rebuilt[m_associatedCount++]->object->UpdateAssociations(archive);
+        m_associating = m_rebuilt[m_associatedCount++];
+        directory[m_associating].object->UpdateAssociations(archive);
     }
 }
 
@@ -250,7 +298,7 @@ bool Loader::AreSound()
 {
     const std::size_t formerCount = m_soundCount;
     for (; m_soundCount < m_associatedCount; ++m_soundCount, m_repeats += kRepeatsOfObject) {
-        m_isSpoiled = !m_rebuilt[m_soundCount]->object->VerifyObj();
+        m_isSpoiled = !Rebuilt(m_soundCount)->VerifyObj();
         if (m_isSpoiled)
             return false;
     }
@@ -258,7 +306,7 @@ bool Loader::AreSound()
     for (std::size_t i = 0; i < repeats; ++i) {
         if (m_nextAsked >= formerCount)
             m_nextAsked = 0;
-        if (!m_rebuilt[m_nextAsked]->object->VerifyObj())
+        if (!Rebuilt(m_nextAsked)->VerifyObj())
             return false;
         ++m_nextAsked;
         --m_repeats;
@@ -272,19 +320,24 @@ void Loader::Forget(std::size_t rebuiltCount, std::size_t doubleCount)
 {
     LetGo();
     for (; !m_pending.empty(); m_pending.pop_front())
-        m_pending.front()->pending = false;
+        directory[m_pending.front()].pending = false;
     for (; m_knownCount > rebuiltCount; --m_knownCount)
-        m_known.erase(m_rebuilt[m_knownCount - 1]->object.Get());
+        m_known.erase(Rebuilt(m_knownCount - 1).Get());
     for (; m_doubles.size() > doubleCount; m_doubles.pop_back())
-        m_doubles.back()->object = nullptr;
+        directory[m_doubles.back()].object = nullptr;
     for (; m_rebuilt.size() > rebuiltCount; m_rebuilt.pop_back())
-        m_rebuilt.back()->object = nullptr;
+        directory[m_rebuilt.back()].object = nullptr;
     m_associatedCount = std::min(m_associatedCount, rebuiltCount);
     m_soundCount = std::min(m_soundCount, rebuiltCount);
 }
 
 void Loader::LetGo()
 {
+    for (std::size_t i = m_heldFrom; i < m_rebuilt.size(); ++i) {
+        RecordDirectory::Record& record = directory[m_rebuilt[i]];
+        if (const int number = std::exchange(record.letGo, std::uint8_t{0}); number != 0)
+            m_letGo[static_cast<std::size_t>(number - 1)](*record.object);
+    }
     for (const Holder& holder : std::exchange(m_holders, {}))
         holder.letGo(*holder.object);
 }

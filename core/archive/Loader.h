@@ -4,15 +4,17 @@
 #include "core/base/BSmartObj.h"
 #include "core/base/BlockReader.h"
 #include "core/base/SP.h"
+#include "core/platform/SeededHash.h"
 #include "core/platform/WChar.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 class BArchive;
@@ -36,8 +38,10 @@ public:
 
     /// As `BArchive::TakeOut`, `TakeOutLater`, `VerifyObjects` and `OnRefusal`.
     [[nodiscard]] SP<BSmartObj> TakeOut(std::string_view label, BArchive& archive);
-    void TakeOutLater(RecordDirectory::Record* record);
-    [[nodiscard]] bool Verify() const;
+    void TakeOutLater(std::uint32_t number);
+    /// As `BArchive::QueryObject`; not counted.
+    [[nodiscard]] BSmartObj* QueryObject(std::uint64_t index);
+    [[nodiscard]] bool Verify();
     void OnRefusal(BSmartObj& object, void (*letGo)(BSmartObj&));
 
     RecordDirectory directory;
@@ -45,15 +49,20 @@ public:
 
 private:
     using ReadFunction = SP<BSmartObj> (*)(BArchive&, int);
+    using ReadFunctions =
+        std::unordered_map<std::string, ReadFunction, platform::SeededTextHash, std::equal_to<>>;
+    using LetGoFunction = void (*)(BSmartObj&);
     struct Holder {
         SP<BSmartObj> object;
-        void (*letGo)(BSmartObj&);
+        LetGoFunction letGo;
     };
 
-    [[nodiscard]] SP<BSmartObj> TakeOutInside(RecordDirectory::Record& record, BArchive& archive);
-    [[nodiscard]] SP<BSmartObj> Rebuild(RecordDirectory::Record& record, BArchive& archive);
+    [[nodiscard]] SP<BSmartObj> TakeOutInside(std::uint32_t number, BArchive& archive);
+    [[nodiscard]] SP<BSmartObj> RebuildBetween(std::uint32_t number, BArchive& archive);
+    [[nodiscard]] SP<BSmartObj> Rebuild(std::uint32_t number, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> CallRead(const ObjectHeader& header, BArchive& archive);
     [[nodiscard]] ReadFunction FindReadFunction(std::string_view className);
+    [[nodiscard]] std::uint8_t NumberOf(LetGoFunction letGo);
     [[nodiscard]] bool IsNew(const BSmartObj& object);
     [[nodiscard]] bool Complete(BArchive& archive);
     void RebuildPending(BArchive& archive);
@@ -61,23 +70,35 @@ private:
     [[nodiscard]] bool AreSound();
     void LetGo();
     void Forget(std::size_t rebuiltCount, std::size_t doubleCount);
+    [[nodiscard]] SP<BSmartObj>& Rebuilt(std::size_t i) noexcept
+    {
+        return directory[m_rebuilt[i]].object;
+    }
 
     int m_version = 0;
-    std::deque<RecordDirectory::Record*> m_pending;
+    // Records are told by their numbers.
+    std::deque<std::uint32_t> m_pending;
     // With their objects, in order of reading; an object that has several records stands here once.
-    std::vector<RecordDirectory::Record*> m_rebuilt;
-    std::vector<RecordDirectory::Record*> m_doubles; // the further records of these
-    std::size_t m_associatedCount = 0; // of m_rebuilt, those told to update their associations
-    std::size_t m_soundCount = 0;      // of m_rebuilt, those that passed their self-check once
-    std::size_t m_nextAsked = 0;       // of these, where it is to be repeated
-    std::size_t m_repeats = 0;         // self-checks that may be repeated so far
+    std::vector<std::uint32_t> m_rebuilt;
+    std::vector<std::uint32_t> m_doubles; // the further records of these
+    std::size_t m_associatedCount = 0;    // of m_rebuilt, those told to update their associations
+    std::size_t m_soundCount = 0;         // of m_rebuilt, those that passed their self-check once
+    std::size_t m_nextAsked = 0;          // of these, where it is to be repeated
+    std::size_t m_repeats = 0;            // self-checks that may be repeated so far
     std::unordered_set<const BSmartObj*> m_known; // of the first of m_rebuilt: see IsNew
     std::size_t m_knownCount = 0;
-    bool m_isSpoiled = false;      // a new object said that it is not sound
-    std::vector<Holder> m_holders; // what hangs on the success of the `TakeOut` at hand
+    bool m_isSpoiled = false; // a new object said that it is not sound
+    // What hangs on the success of the `TakeOut` at hand. Objects ask for it when they update their
+    // associations, nearly all of them with one function, so that a number in the record, that of
+    // the function + 1, stands for most of it.
+    std::vector<LetGoFunction> m_letGo;
+    std::size_t m_heldFrom = 0;    // of m_rebuilt, the first of the `TakeOut` at hand
+    std::vector<Holder> m_holders; // the others
+    std::uint32_t m_associating = RecordDirectory::kNone; // the record whose object does so
     std::uint32_t m_takeOutNumber = 0;
-    int m_nesting = 0;                                                 // of `TakeOut` calls
-    std::vector<std::pair<std::string, ReadFunction>> m_readFunctions; // as found so far
+    int m_nesting = 0;                                      // of `TakeOut` calls
+    ReadFunctions m_readFunctions;                          // as found so far
+    const ReadFunctions::value_type* m_lastClass = nullptr; // of these
 };
 
 } // namespace NArchive

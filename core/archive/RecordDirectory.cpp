@@ -5,7 +5,6 @@
 
 #include <cassert>
 #include <charconv>
-#include <limits>
 #include <numeric>
 
 // An archive has no table of its records: their headers are read once, from the first to the last,
@@ -42,8 +41,7 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
     while (reader.Left() != 0) {
         const std::uint64_t position = reader.Position();
         ObjectHeader header;
-        if (!ReadObjectHeader(reader, archiveVersion, header) ||
-            m_count >= std::numeric_limits<std::uint32_t>::max() - 1)
+        if (!ReadObjectHeader(reader, archiveVersion, header) || m_count == kNone - 1)
             return false;
         Enter(position, header.indexText, header.label);
         reader.MoveTo(reader.Position() + header.payloadSize);
@@ -94,34 +92,30 @@ void RecordDirectory::LeaveOrder(std::uint32_t count)
     std::iota(m_byIndex.begin(), m_byIndex.end(), 0);
 }
 
-RecordDirectory::Record* RecordDirectory::FindElsewhere(std::uint64_t index)
+std::uint32_t RecordDirectory::FindElsewhere(std::uint64_t index) const
 {
-    if (m_isInOrder)
-        return nullptr;
-    if (index < m_byIndex.size()) {
-        const std::uint32_t number = m_byIndex[index];
-        return number == 0 ? nullptr : &At(number - 1);
-    }
-    if (m_byIndexText.empty()) // it holds nothing in a good file
-        return nullptr;
+    if (index < m_byIndex.size())
+        return m_byIndex[index] - 1; // 0 becomes kNone
+    if (m_byIndexText.empty())       // it holds nothing in a good file
+        return kNone;
     char text[16];
     const char* end = std::to_chars(text, text + sizeof text, index, 16).ptr;
     return FindIndexText(std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
-RecordDirectory::Record* RecordDirectory::FindIndexText(std::string_view text)
+std::uint32_t RecordDirectory::FindIndexText(std::string_view text) const
 {
     const std::optional<std::uint64_t> index = IndexOfText(text);
     if (index && (m_isInOrder || *index < m_byIndex.size()))
         return FindIndex(*index);
     const auto found = m_byIndexText.find(text);
-    return found == m_byIndexText.end() ? nullptr : &At(found->second);
+    return found == m_byIndexText.end() ? kNone : found->second;
 }
 
-RecordDirectory::Record* RecordDirectory::FindLabel(std::string_view label)
+std::uint32_t RecordDirectory::FindLabel(std::string_view label) const
 {
     const auto found = m_byLabel.find(label);
-    return found == m_byLabel.end() ? nullptr : &At(found->second);
+    return found == m_byLabel.end() ? kNone : found->second;
 }
 
 } // namespace NArchive

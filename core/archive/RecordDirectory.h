@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,19 +30,27 @@ public:
         SP<BSmartObj> object;      // once it is rebuilt
         std::uint32_t triedIn = 0; // the last `TakeOut` that tried to rebuild it
         bool pending = false;      // waits to be read
+        std::uint8_t letGo = 0;    // what the object is told when it is refused: see the loader
     };
+    static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
 
     /// Enters every record from the reader's position to its limit. False when they do not end
     /// there exactly. Of two records with one label or index, the later counts.
     [[nodiscard]] bool Build(BlockReader& reader, int archiveVersion);
 
-    /// The record of that index, index text or label; null when there is none.
-    [[nodiscard]] Record* FindIndex(std::uint64_t index)
+    /// The number of the record of that index, index text or label; `kNone` when there is none.
+    [[nodiscard]] std::uint32_t FindIndex(std::uint64_t index) const
     {
-        return m_isInOrder && index - 1 < m_count ? &At(index - 1) : FindElsewhere(index);
+        return m_isInOrder && index - 1 < m_count ? static_cast<std::uint32_t>(index - 1)
+                                                  : FindElsewhere(index);
     }
-    [[nodiscard]] Record* FindIndexText(std::string_view text);
-    [[nodiscard]] Record* FindLabel(std::string_view label);
+    [[nodiscard]] std::uint32_t FindIndexText(std::string_view text) const;
+    [[nodiscard]] std::uint32_t FindLabel(std::string_view label) const;
+
+    [[nodiscard]] Record& operator[](std::uint32_t number) noexcept
+    {
+        return m_blocks[number / kBlock][number % kBlock];
+    }
 
 private:
     // The number of a record by a text. Seeded: a file must not choose texts that collide.
@@ -53,11 +62,7 @@ private:
     void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
     void Append(std::uint64_t position);
     void LeaveOrder(std::uint32_t count);
-    [[nodiscard]] Record* FindElsewhere(std::uint64_t index);
-    [[nodiscard]] Record& At(std::uint64_t number) noexcept
-    {
-        return m_blocks[number / kBlock][number % kBlock];
-    }
+    [[nodiscard]] std::uint32_t FindElsewhere(std::uint64_t index) const;
 
     // In blocks of kBlock, which stay where they are while the directory grows: nobody knows how
     // many there will be.
