@@ -108,13 +108,9 @@ TEST(Collation, SortsAsciiByThisList)
     const WideText ascending =
         QD_W(" \t\n\v\f\r!\"#$%&()*,./:;?@[\\]^_`{|}~+<=>0123456789aAbBcCdDeEfFgGhHiIjJkKlLmMnNoO")
             QD_W("pPqQrRsStTuUvVwWxXyYzZ");
-    for (std::size_t i = 0; i + 1 < ascending.size(); ++i) {
-        for (const WideText& around : {WideText(), WideText(QD_W("x"))})
-            EXPECT_EQ(Order(around + ascending[i] + around, around + ascending[i + 1] + around,
-                            ECase::Matters),
-                      -1)
-                << testing::PrintToString(ascending[i]);
-    }
+    const WideText x = QD_W("x");
+    for (std::size_t i = 0; i + 1 < ascending.size(); ++i)
+        EXPECT_EQ(Order(x + ascending[i] + x, x + ascending[i + 1] + x, ECase::Matters), -1) << i;
 }
 
 TEST(Collation, TakesDifferentSpellingsForEqual)

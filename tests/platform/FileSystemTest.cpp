@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <set>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -68,8 +69,8 @@ TEST(FileSystem, WritersOfOneLogTakeTurns)
 
     std::string text = FileBytes(folder / "day.log").substr(2);
     EXPECT_EQ(text.size(), 2u * batches * lines * 6);
-    for (std::size_t batch = 0; batch < text.size(); batch += lines * 6) {
-        for (std::size_t line = batch; line < batch + lines * 6; line += 6)
-            ASSERT_EQ(text.at(line), text[batch]) << line;
-    }
+    std::set<std::string> kinds;
+    for (std::size_t batch = 0; batch < text.size(); batch += lines * 6)
+        kinds.insert(text.substr(batch, lines * 6));
+    EXPECT_EQ(kinds.size(), 2u);
 }

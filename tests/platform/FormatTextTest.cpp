@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -93,13 +94,8 @@ TEST(FormatText, WritesFloatingPointNumbers)
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     const double kMinusNan = std::copysign(kNan, -1.0);
     // Ties go to the even neighbour; what stands alone gets a full stop, and zeros stay.
-    struct Case {
-        const char* format;
-        double value;
-        const char* text;
-    };
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<const char*, double, const char*> cases[] = {
         {"%f", 1.5, "1.500000"}, {"%.2lf", -0.001, "-0.00"}, {"%+.1f", 2, "+2.0"},
         {"%08.2f", -3.14159, "-0003.14"}, {"%-8.2f|", 3.14159, "3.14    |"},
         {"%.20f", 0.1, "0.10000000000000000555"}, {"%.0f", 1e22, "10000000000000000000000"},
@@ -116,8 +112,8 @@ TEST(FormatText, WritesFloatingPointNumbers)
         {"%+.3a", kNan, "+nan"}, {"%E", kMinusNan, "-NAN(IND)"},
     };
     // clang-format on
-    for (const Case& row : cases)
-        EXPECT_EQ(Text(row.format, row.value), row.text);
+    for (const auto& [format, value, text] : cases)
+        EXPECT_EQ(Text(format, value), text);
 }
 
 TEST(FormatText, WritesTextsOfEitherWidth)
@@ -178,13 +174,8 @@ TEST(FormatTextDeathTest, KeepsTheFullStopInEveryLocale)
 
 TEST(FormatText, WritesIntegersToEveryRadix)
 {
-    struct Case {
-        std::int64_t value;
-        int radix;
-        std::string text;
-    };
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<std::int64_t, int, std::string> cases[] = {
         {0, 10, "0"}, {-1, 10, "-1"}, {INT64_MIN, 10, "-9223372036854775808"}, {35, 36, "z"},
         {255, 16, "ff"}, {-1, 16, "ffffffffffffffff"}, {-1, 2, std::string(64, '1')},
         {5, 1, ""}, {5, 37, ""}, {5, -10, ""},

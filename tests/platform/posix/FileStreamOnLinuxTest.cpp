@@ -11,16 +11,12 @@
 #include <fcntl.h>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 TEST(FileStreamOnLinux, NamesEveryFile)
 {
-    struct Case {
-        std::u16string path;
-        std::string native;
-        std::u16string back;
-    };
-    const Case cases[] = {
+    const std::tuple<std::u16string, std::string, std::u16string> cases[] = {
         {u"", "", u""},
         {u"x\\y/z", "x/y/z", u"x/y/z"},
         {u"\u00E4\u20AC", "\xC3\xA4\xE2\x82\xAC", u"\u00E4\u20AC"},
@@ -31,10 +27,9 @@ TEST(FileStreamOnLinux, NamesEveryFile)
         {u"\xD800x", "\xED\xA0\x80x", u"\xDCED\xDCA0\xDC80x"},
         {u"\xDC7F\xDD00", "\xED\xB1\xBF\xED\xB4\x80", u"\xDCED\xDCB1\xDCBF\xDCED\xDCB4\xDC80"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.native);
-        EXPECT_EQ(platform::ToNativePath(c.path.c_str()), c.native);
-        EXPECT_EQ(platform::FromNativePath(c.native), c.back);
+    for (const auto& [path, native, back] : cases) {
+        EXPECT_EQ(platform::ToNativePath(path.c_str()), native);
+        EXPECT_EQ(platform::FromNativePath(native), back) << native;
     }
 }
 
