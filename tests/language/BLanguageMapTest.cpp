@@ -95,16 +95,6 @@ TEST(BLanguageMap, FindsAndOrdersKeysByCollation)
               (std::vector<WideText>{QD_W("$a_1"), QD_W("$b"), QD_W("$B"), QD_W("$Strasse")}));
 }
 
-TEST(BLanguageMap, KeepsItsOtherKeysWhenEntriesAreReplaced)
-{
-    BLanguageMap map;
-    for (const WChar* const text : {QD_W("old"), QD_W("new")})
-        for (int i = 0; i < 3000; ++i)
-            map.Add(QD_W("$K_") + WString::FromInt(i), text, text, true, false);
-    for (int i = 0; i < 3000; ++i)
-        ASSERT_EQ(TextOf(map, QD_W("$K_") + WString::FromInt(i)), QD_W("new")) << i;
-}
-
 TEST(BLanguageMap, TranslatesKeysAloneAndInTexts)
 {
     BLanguageMap map;

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,6 +55,11 @@ TEST_F(BIniProfileFile, ReadsAndWritesOneSection)
     EXPECT_STREQ(read, block);
     EXPECT_FALSE(profile.LoadSection(QD_W("none"), &names));
     EXPECT_EQ(names.Count(), 0U);
+    for (const WString& none : {WString(), m_folder.Path("none.ini")}) {
+        names.Append(QD_W("x"));
+        EXPECT_FALSE(BIniProfile(none, QD_W("S"), true).GetSections(names));
+        EXPECT_EQ(names.Count(), 0U);
+    }
     profile.SetSection(QD_W("B"));
     profile.SetSection(profile.GetSection());
     EXPECT_TRUE(profile.DeleteSection(QD_W("none")));
@@ -133,11 +139,17 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
 TEST_F(BIniProfileFile, CutsLongValuesAndLists)
 {
     const BIniProfile profile(m_path, QD_W("S"), false);
-    WString value, text;
-    value.Fill(40000, QD_W('x'));
-    EXPECT_TRUE(profile.Write(QD_W("k"), value));
-    EXPECT_TRUE(profile.Read(QD_W("k"), text));
-    EXPECT_EQ(text.Length(), 32768U);
+    for (const std::size_t length : {510U, 511U, 512U, 1023U, 32767U, 40000U}) {
+        WString value, text;
+        value.Fill(length, QD_W('x'));
+        EXPECT_TRUE(profile.Write(QD_W("k"), value));
+        EXPECT_TRUE(profile.Read(QD_W("k"), text));
+        EXPECT_EQ(text.Length(), std::min<std::size_t>(length, 32768));
+        BProfile other(m_path, ProfileReadOnly);
+        other.SetSection(QD_W("S"));
+        EXPECT_EQ(other.ReadString(QD_W("k"), WString()).Length(),
+                  std::min<std::size_t>(length, 32767));
+    }
 
     std::string lines = "[S]\r\n", sections;
     for (int i = 10000; i < 16000; ++i) {
@@ -151,15 +163,4 @@ TEST_F(BIniProfileFile, CutsLongValuesAndLists)
     EXPECT_EQ(names[4095], QD_W("ke14095"));
     EXPECT_TRUE(profile.GetSections(names));
     EXPECT_EQ(names.Count(), 4097U);
-}
-
-TEST_F(BIniProfileFile, HasNothingWithoutAFile)
-{
-    BArray<WString> names;
-    names.Append(QD_W("x"));
-    EXPECT_FALSE(BIniProfile(WString(), QD_W("S"), true).GetSections(names));
-    EXPECT_EQ(names.Count(), 0U);
-    EXPECT_FALSE(BIniProfile(m_path, QD_W("S"), true).LoadSection(QD_W("S"), nullptr));
-    EXPECT_FALSE(BIniProfile(m_path, QD_W("S"), true).GetSections(names));
-    EXPECT_FALSE(std::filesystem::exists(m_file));
 }

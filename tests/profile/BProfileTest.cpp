@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -149,19 +148,6 @@ TEST_F(BProfileFile, TwoWritersLoseNoKey)
         for (const WChar* family : {QD_W("narrow"), QD_W("wide \u6E2C")})
             EXPECT_EQ(profile.ReadString(i, family, WString()), family);
     }
-}
-
-TEST_F(BProfileFile, CutsAValueThatIsTooLong)
-{
-    BProfile profile(m_path, ProfileReadWrite);
-    for (const std::size_t length : {510U, 511U, 512U, 1023U, 32767U, 40000U}) {
-        WString value;
-        value.Fill(length, QD_W('x'));
-        EXPECT_TRUE(profile.WriteString(QD_W("k"), value));
-        EXPECT_EQ(profile.ReadString(QD_W("k"), WString()).Length(),
-                  std::min<std::size_t>(length, 32767));
-    }
-    EXPECT_EQ(profile.ReadInt(QD_W("k"), 7), 7);
 }
 
 TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
