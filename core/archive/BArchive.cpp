@@ -55,7 +55,7 @@ public:
         , mode(archiveMode)
     {
         if (mode == ModeWrite)
-            saver = std::make_unique<NArchive::Saver>(path.CStr());
+            saver = std::make_unique<NArchive::Saver>(path.CStr(), objects);
         else
             loader = std::make_unique<NArchive::Loader>(path.CStr());
     }
@@ -65,6 +65,15 @@ public:
     // Leaves the loader without a file when the archive is not what was asked for.
     void ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
                         const char* archiveClass);
+    // Of the object's entry; `kNone` when there is none left and the archive's `ThrowError` did not
+    // throw.
+    std::uint32_t NumberOf(const BArchive& archive, const void* object)
+    {
+        const std::uint32_t number = objects.FindOrAdd(object);
+        if (number == NArchive::PointerMap::kNone)
+            archive.ThrowError();
+        return number;
+    }
     // False when a record was refused and the archive's `ThrowError` did not throw.
     bool WriteQueued(BArchive& archive);
 
@@ -102,7 +111,7 @@ public:
     WString path;
     MODE mode;
     int version = kFormatVersion;
-    NArchive::PointerMap indices;
+    NArchive::PointerMap objects;
     NArchive::Scratch scratch;
     std::unique_ptr<NArchive::Saver> saver;   // when writing
     std::unique_ptr<NArchive::Loader> loader; // when reading
@@ -157,10 +166,10 @@ bool BArchive::Impl::WriteQueued(BArchive& archive)
 {
     while (saver->MayBeginRecord()) {
         NArchive::Saver::Record record(*saver);
-        const NArchive::Tupel& entry = record.Entry();
-        entry.object->WritePrefix(archive, entry.label);
+        const BSmartObj& object = record.Object();
+        object.WritePrefix(archive, record.Label());
         record.BeginPayload();
-        entry.object->WriteData(archive);
+        object.WriteData(archive);
         if (!record.End(archive.Version())) {
             archive.ThrowError();
             return false;
@@ -233,7 +242,7 @@ WString BArchive::Path() const
 void BArchive::Insert(BSmartObj* obj, const char* label)
 {
     if (m_impl->saver && obj != nullptr)
-        m_impl->saver->Insert(obj, label, m_impl->indices);
+        m_impl->saver->Insert(*obj, m_impl->NumberOf(*this, obj), label);
 }
 
 SP<BSmartObj> BArchive::TakeOut(const char* label)
@@ -267,13 +276,11 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
     if (p == nullptr)
         return 0;
     // Each record begins with the index of its own object, which its place in the queue tells.
-    const NArchive::Tupel* current = m_impl->saver ? m_impl->saver->Current() : nullptr;
-    if (current != nullptr && current->object.Get() == p && current->index != 0)
-        return current->index;
-    NArchive::PointerMap::Entry& entry = m_impl->indices.FindOrAdd(p);
-    if (!m_impl->indices.Mention(entry))
-        ThrowError();
-    return entry.index;
+    std::uint32_t number =
+        m_impl->saver ? m_impl->saver->NumberIfCurrent(p) : NArchive::PointerMap::kNone;
+    if (number == NArchive::PointerMap::kNone)
+        number = m_impl->NumberOf(*this, p);
+    return m_impl->objects.Mention(number);
 }
 
 void* BArchive::IndexToPtr(std::uint64_t index) const noexcept
@@ -369,9 +376,13 @@ BArchive& BArchive::operator<<(const BSmartObj* object)
 {
     if (!m_impl->saver)
         return *this;
-    const unsigned int index = MapPointerToIndex(object);
-    if (object != nullptr) // the record is written from the object as it is then
-        m_impl->saver->Insert(const_cast<BSmartObj*>(object), nullptr, m_impl->indices);
+    std::uint32_t index = 0;
+    if (object != nullptr) {
+        const std::uint32_t number = m_impl->NumberOf(*this, object);
+        index = m_impl->objects.Mention(number);
+        // The record is written from the object as it is then.
+        m_impl->saver->Insert(const_cast<BSmartObj&>(*object), number, nullptr);
+    }
     if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t))
         m_impl->Write(static_cast<std::uint32_t>(index));
     else

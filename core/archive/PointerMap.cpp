@@ -1,40 +1,49 @@
 #include "core/archive/PointerMap.h"
 
 #include <cassert>
-#include <limits>
 
 namespace NArchive {
+
+namespace {
 
 // The hash is not the seeded one: nobody but the allocator chooses addresses. Objects are 16 bytes
 // apart at least. Neighbours in memory stay neighbours in the table, which spares cache misses in a
 // tree that was built in one go; the page number scatters the rest.
-std::uint64_t PointerMap::Entry::Hash() const noexcept
+std::uint64_t HashOf(const void* pointer) noexcept
 {
     const std::uint64_t address = reinterpret_cast<std::uintptr_t>(pointer);
     const std::uint64_t page = (address >> 16) * 0x9E3779B97F4A7C15u;
     return (address >> 4) + (page >> 32);
 }
 
-PointerMap::Entry& PointerMap::FindOrAdd(const void* pointer)
+} // namespace
+
+std::uint32_t PointerMap::FindOrAdd(const void* pointer)
 {
     assert(pointer != nullptr);
-    const Entry added{pointer};
-    Entry& entry = m_entries.FindOrFree(
-        added.Hash(), [pointer](const Entry& other) { return other.pointer == pointer; });
-    if (entry.IsFree())
-        m_entries.Fill(entry, added);
-    return entry;
+    const auto entryOf = [this](Slot slot) -> const Entry& { return m_entries[slot.place - 1]; };
+    Slot& slot = m_slots.FindOrFree(
+        HashOf(pointer), [&](Slot other) { return entryOf(other).pointer == pointer; },
+        [&](Slot other) { return HashOf(entryOf(other).pointer); });
+    if (!slot.IsFree())
+        return slot.place - 1;
+    if (m_entries.Count() >= kNone - 1)
+        return kNone;
+    const auto number = static_cast<std::uint32_t>(m_entries.Count());
+    m_entries.Append({pointer});
+    m_slots.Fill(slot, {number + 1});
+    return number;
 }
 
-bool PointerMap::Mention(Entry& entry) noexcept
+// There are as many entries as indices at least, so 32 bits hold the next.
+std::uint32_t PointerMap::Mention(std::uint32_t number) noexcept
 {
-    assert(!entry.IsFree());
-    if (entry.index != 0)
-        return true;
-    if (m_lastIndex == std::numeric_limits<std::uint32_t>::max())
-        return false;
-    entry.index = ++m_lastIndex;
-    return true;
+    if (number == kNone)
+        return 0;
+    Entry& entry = m_entries[number];
+    if (entry.index == 0)
+        entry.index = ++m_lastIndex;
+    return entry.index;
 }
 
 } // namespace NArchive

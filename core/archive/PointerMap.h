@@ -1,35 +1,49 @@
 #pragma once
 
+#include "core/archive/Blocks.h"
 #include "core/platform/ProbeTable.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace NArchive {
 
 /// What an archive knows of the objects at addresses: their indices, 1, 2, ... in order of first
 /// mention (0 is null), and which are queued.
+///
+/// The entries stand in the order in which they were made, and a table of their numbers finds them:
+/// most slots of a table are free, and so it is not the entries that are.
 class PointerMap {
 public:
     struct Entry {
-        const void* pointer = nullptr;
+        const void* pointer;
         std::uint32_t index = 0; // 0: not mentioned yet
         bool queued = false;     // the object waits for its record or has it
-
-        [[nodiscard]] bool IsFree() const noexcept { return pointer == nullptr; }
-        // The pointer itself is told from another as fast as a hash of it.
-        [[nodiscard]] bool HasHash(std::uint64_t) const noexcept { return true; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept;
     };
+    static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
 
-    /// The entry of `pointer`, which is not null; made without an index when there is none. Good
-    /// until the next call.
-    Entry& FindOrAdd(const void* pointer);
+    /// The number of the entry of `pointer`, which is not null; made without an index when there is
+    /// none. `kNone` when 32 bits hold no further number.
+    [[nodiscard]] std::uint32_t FindOrAdd(const void* pointer);
 
-    /// Gives the entry the next index unless it has one. False when 32 bits hold no further one.
-    [[nodiscard]] bool Mention(Entry& entry) noexcept;
+    /// Good until the next entry is made.
+    [[nodiscard]] Entry& operator[](std::uint32_t number) noexcept { return m_entries[number]; }
+
+    /// The entry's index; it gets the next one unless it has one. 0 for `kNone`.
+    [[nodiscard]] std::uint32_t Mention(std::uint32_t number) noexcept;
 
 private:
-    platform::ProbeTable<Entry> m_entries;
+    struct Slot {
+        std::uint32_t place = 0; // number of the entry + 1
+
+        [[nodiscard]] bool IsFree() const noexcept { return place == 0; }
+        // The pointer itself is told from another as fast as a hash of it.
+        [[nodiscard]] bool HasHash(std::uint64_t) const noexcept { return true; }
+    };
+
+    Blocks<Entry> m_entries;
+    platform::ProbeTable<Slot> m_slots;
     std::uint32_t m_lastIndex = 0;
 };
 

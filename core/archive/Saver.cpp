@@ -8,35 +8,69 @@
 
 namespace NArchive {
 
-Saver::Saver(const WChar* path)
+namespace {
+
+// Of an entry that is queued.
+const BSmartObj& ObjectOf(const PointerMap::Entry& entry) noexcept
+{
+    assert(entry.queued);
+    return *static_cast<const BSmartObj*>(entry.pointer);
+}
+
+} // namespace
+
+Saver::Saver(const WChar* path, PointerMap& objects)
     : file(platform::OpenStream(path, QD_W("wb")))
+    , m_objects(objects)
 {}
+
+Saver::~Saver()
+{
+    for (std::size_t i = 0; i < m_queue.Count(); ++i)
+        ObjectOf(m_objects[m_queue[i]]).Unref();
+}
 
 // The queue keeps a reference to every object, also to those that have their records: an address
 // must not come back as that of another object, which would get the first one's index.
-void Saver::Insert(BSmartObj* object, const char* label, PointerMap& indices)
+void Saver::Insert(BSmartObj& object, std::uint32_t number, const char* label)
 {
+    if (number == PointerMap::kNone)
+        return;
     const bool labelled = label != nullptr && *label != '\0';
-    PointerMap::Entry& entry = indices.FindOrAdd(object);
+    PointerMap::Entry& entry = m_objects[number];
     if (entry.queued || (labelled && m_labels.contains(label)))
         return;
-    const BString kept(labelled ? label : "");
-    if (labelled && kept.IsEmpty()) // a string that gets no memory is empty
-        throw std::bad_alloc();
-    m_queue.push_back({SP<BSmartObj>(object), kept, entry.index});
+    const std::size_t place = m_queue.Count();
+    m_queue.Append(number);
     try {
         if (labelled)
-            m_labels.emplace(label);
+            Keep(label, place);
     } catch (...) {
-        m_queue.pop_back(); // or a second try would find the object queued
+        m_queue.RemoveLast(); // or a second try would find the object queued
         throw;
     }
+    entry.pointer = &object;
     entry.queued = true;
+    object.Ref();
+}
+
+void Saver::Keep(const char* label, std::size_t place)
+{
+    const BString kept(label);
+    if (kept.IsEmpty()) // a string that gets no memory is empty
+        throw std::bad_alloc();
+    m_waitingLabels.push_back({place, kept});
+    try {
+        m_labels.emplace(label);
+    } catch (...) {
+        m_waitingLabels.pop_back();
+        throw;
+    }
 }
 
 bool Saver::MayBeginRecord() const noexcept
 {
-    return m_current == nullptr && m_writtenCount < m_queue.size() && file.IsGood();
+    return !m_isWriting && m_writtenCount < m_queue.Count() && file.IsGood();
 }
 
 Saver::Record::Record(Saver& saver)
@@ -44,16 +78,32 @@ Saver::Record::Record(Saver& saver)
     , m_start(saver.file.Position())
 {
     assert(saver.MayBeginRecord());
-    saver.m_current = &saver.m_queue[saver.m_writtenCount];
+    saver.m_isWriting = true;
 }
 
 Saver::Record::~Record()
 {
-    m_saver.m_current = nullptr;
-    if (m_isEnded)
-        ++m_saver.m_writtenCount;
-    else
+    if (!m_isEnded)
         m_saver.file.TakeBack(m_start); // the records before stay good
+    else if (m_saver.CurrentHasLabel())
+        m_saver.m_waitingLabels.pop_front();
+    m_saver.m_writtenCount += m_isEnded ? 1 : 0;
+    m_saver.m_isWriting = false;
+}
+
+const BSmartObj& Saver::Record::Object() const noexcept
+{
+    return ObjectOf(m_saver.m_objects[m_saver.m_queue[m_saver.m_writtenCount]]);
+}
+
+BString Saver::Record::Label() const
+{
+    return m_saver.CurrentHasLabel() ? m_saver.m_waitingLabels.front().text : BString();
+}
+
+bool Saver::CurrentHasLabel() const noexcept
+{
+    return !m_waitingLabels.empty() && m_waitingLabels.front().place == m_writtenCount;
 }
 
 void Saver::Record::BeginPayload() noexcept

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/archive/Blocks.h"
 #include "core/archive/PointerMap.h"
 #include "core/archive/RecordWriter.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BString.h"
-#include "core/base/SP.h"
 #include "core/platform/SeededHash.h"
 #include "core/platform/WChar.h"
 
@@ -17,30 +17,32 @@
 
 namespace NArchive {
 
-/// An object that waits to be written, or has been.
-struct Tupel {
-    SP<BSmartObj> object;
-    BString label;
-    std::uint32_t index; // 0: the object had none when it was queued
-};
-
 /// The writing half of an archive: the objects that wait for their records, and the file.
 ///
 /// It calls neither the archive nor the objects. The archive walks through the queue and has each
 /// object write itself between the beginning and the end of a `Record`.
 class Saver {
 public:
-    explicit Saver(const WChar* path);
+    /// `objects` outlives it.
+    Saver(const WChar* path, PointerMap& objects);
+    ~Saver();
+    Saver(const Saver&) = delete;
+    Saver& operator=(const Saver&) = delete;
 
-    /// Queues `object` unless it is queued already or another has the label, which may be null.
-    void Insert(BSmartObj* object, const char* label, PointerMap& indices);
+    /// Queues `object`, of which `number` is the entry, unless it is queued already or another has
+    /// the label, which may be null. `PointerMap::kNone` is ignored.
+    void Insert(BSmartObj& object, std::uint32_t number, const char* label);
 
     /// An object waits, the file is good and no record is being written.
     [[nodiscard]] bool MayBeginRecord() const noexcept;
 
-    /// The object whose record is being written, so that its index mostly needs no look-up; null
-    /// when there is none.
-    [[nodiscard]] const Tupel* Current() const noexcept { return m_current; }
+    /// The number of `pointer` if it is the object whose record is being written, so that its index
+    /// needs no look-up; `PointerMap::kNone` otherwise.
+    [[nodiscard]] std::uint32_t NumberIfCurrent(const void* pointer) noexcept
+    {
+        const std::uint32_t number = m_isWriting ? m_queue[m_writtenCount] : PointerMap::kNone;
+        return m_isWriting && m_objects[number].pointer == pointer ? number : PointerMap::kNone;
+    }
 
     /// The record of the object that waits longest, for as long as it is being written. Unless it
     /// is ended, all that was written of it is taken back and the object goes on waiting.
@@ -52,7 +54,8 @@ public:
         Record(const Record&) = delete;
         Record& operator=(const Record&) = delete;
 
-        [[nodiscard]] const Tupel& Entry() const noexcept { return *m_saver.m_current; }
+        [[nodiscard]] const BSmartObj& Object() const noexcept;
+        [[nodiscard]] BString Label() const;
         /// To be called when the object header is written.
         void BeginPayload() noexcept;
         /// To be called when the payload is written. False, and the record is not ended, where the
@@ -69,10 +72,21 @@ public:
     RecordWriter file;
 
 private:
-    std::deque<Tupel> m_queue; // in order of insertion, the written ones first
+    struct Label {
+        std::size_t place; // in m_queue
+        BString text;
+    };
+
+    void Keep(const char* label, std::size_t place);
+    [[nodiscard]] bool CurrentHasLabel() const noexcept;
+
+    PointerMap& m_objects;
+    // Numbers of entries, in order of insertion, the written ones first.
+    Blocks<std::uint32_t> m_queue;
     std::size_t m_writtenCount = 0;
+    bool m_isWriting = false; // the record of the first that waits
     std::unordered_set<std::string, platform::SeededTextHash, std::equal_to<>> m_labels;
-    const Tupel* m_current = nullptr; // in m_queue
+    std::deque<Label> m_waitingLabels; // of those that wait
 };
 
 } // namespace NArchive

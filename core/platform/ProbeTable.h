@@ -26,7 +26,8 @@ namespace platform {
 ///
 ///     bool IsFree() const                 true of `Slot()`, and of no entry
 ///     bool HasHash(std::uint64_t) const   whether it may be that of the entry's key
-///     std::uint64_t Hash() const          of the entry's key, to move the entry
+///     std::uint64_t Hash() const          of the entry's key, to move the entry; needless where
+///                                         each `FindOrFree` and `Reserve` is told how to find it
 ///
 /// A hash decides by its low bits. Keys are compared by what the caller hands in, and only where
 /// `HasHash` says so: a slot that keeps its hash, or as many bits of it as have room, is told from
@@ -37,6 +38,10 @@ namespace platform {
 /// synchronised.
 template <class Slot>
 class ProbeTable {
+    struct OwnHash {
+        std::uint64_t operator()(const Slot& slot) const { return slot.Hash(); }
+    };
+
 public:
     ProbeTable() noexcept = default;
     ProbeTable(ProbeTable&& other) noexcept
@@ -73,15 +78,15 @@ public:
 
     /// The same slot, or a free one, to be filled with an entry of that hash before anything else
     /// is asked of the table.
-    template <class IsWanted>
-    [[nodiscard]] Slot& FindOrFree(std::uint64_t hash, IsWanted isWanted)
+    template <class IsWanted, class HashOf = OwnHash>
+    [[nodiscard]] Slot& FindOrFree(std::uint64_t hash, IsWanted isWanted, HashOf hashOf = {})
     {
         if (m_slotCount != 0) {
             Slot& slot = Probe(hash, isWanted);
             if (!slot.IsFree() || HasRoomFor(m_count + 1, m_slotCount))
                 return slot;
         }
-        Reserve(m_count + 1);
+        Reserve(m_count + 1, hashOf);
         return FreeSlot(hash);
     }
 
@@ -113,7 +118,8 @@ public:
     }
 
     /// Makes room for `count` entries at once; a table never shrinks, but for `Clear`.
-    void Reserve(std::size_t count)
+    template <class HashOf = OwnHash>
+    void Reserve(std::size_t count, HashOf hashOf = {})
     {
         if (HasRoomFor(count, m_slotCount))
             return;
@@ -125,7 +131,7 @@ public:
         const std::size_t oldCount = std::exchange(m_slotCount, slotCount);
         for (std::size_t i = 0; i != oldCount; ++i) {
             if (!slots[i].IsFree())
-                FreeSlot(slots[i].Hash()) = std::move(slots[i]);
+                FreeSlot(hashOf(slots[i])) = std::move(slots[i]);
         }
     }
 
