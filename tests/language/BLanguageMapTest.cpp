@@ -1,10 +1,16 @@
 #include "core/language/BLanguageMap.h"
 
 #include "core/base/ErrorCodes.h"
+#include "core/file/BFile.h"
 #include "core/platform/WideText.h"
+
+#include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
+#include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -12,9 +18,11 @@ namespace {
 
 using platform::WideText;
 
+constexpr WChar kNone[] = QD_W("(none)");
+
 WideText TextOf(const BLanguageMap& map, const WChar* key, bool translated = true)
 {
-    WString text = QD_W("(none)");
+    WString text = kNone;
     map.Find(key, text, translated);
     return text.CStr();
 }
@@ -28,7 +36,7 @@ TEST(BLanguageMap, ChecksEntriesInAFixedOrder)
         const WChar *kept, *keptDefault;
     };
     constexpr bool keep = false, overwrite = true, leave = false, fill = true;
-    const WChar *const none = QD_W("(none)"), *const empty = QD_W("");
+    const WChar *const none = kNone, *const empty = QD_W("");
     constexpr int invalid = kErrorLanguageKeyInvalid, known = kErrorLanguageKeyTwice;
     constexpr int missing = kErrorLanguageTextMissing, twice = kErrorLanguageTextTwice;
     const Case cases[] = {
@@ -163,6 +171,266 @@ TEST(BLanguageMap, TranslatesTextsBackToTheirKeys)
         EXPECT_EQ(map.TranslateBack(row.text, keys, row.prefix, row.language), row.count);
         EXPECT_EQ(WideText(keys), row.keys);
     }
+}
+
+constexpr WChar kMode[] = QD_W("r,ccs=UTF-16LE");
+const std::string kMark = "\xFF\xFE";
+
+// The bytes of `text`, each line feed as CR LF.
+std::string Units(const WideText& text)
+{
+    std::string bytes;
+    for (const WChar unit : text) {
+        if (unit == '\n')
+            bytes += std::string("\r\0", 2);
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
+}
+
+class LanguageFile : public testing::Test {
+protected:
+    /// Writes a whole file and gives its path.
+    WString Put(const char* name, const WideText& text) const
+    {
+        WriteFileBytes(m_folder / name, kMark + Units(text));
+        return m_folder.Path(name);
+    }
+
+    const TemporaryFolder m_folder;
+    const WString m_path = m_folder.Path("x.lng");
+};
+
+TEST_F(LanguageFile, ReadsLinesIntoCells)
+{
+    struct Case {
+        WideText file, cells; // "a|b|c/" is a line of three cells
+    };
+    const Case cases[] = {
+        {QD_W(""), QD_W("")},
+        {QD_W("\n"), QD_W("||/")},
+        {QD_W("a\tb\tc\td\te\nf"), QD_W("a|b|c/f||/")},
+        {QD_W("a\tb\t\n\tc"), QD_W("a|b|/|c|/")},
+        {QD_W("\"a\t\"\"b\n\"\tc\"d\"\t\"\"\"\"\n"), QD_W("a\t\"b\n|c\"d\"|\"/")},
+        {QD_W("\"a\"b\"\"\t\"\"\tc"), QD_W("ab\"\"||c/")},
+        {QD_W("\"\\n\\x41\"\t\\t\\\\n\t\\q\\"), QD_W("\nA|\t\\n|\\q\\/")},
+        {QD_W("\"a\tb\nc"), QD_W("a\tb\nc||/")},
+        {QD_W("a") + WideText(2, 0) + QD_W("b\t\xFFFF\xFFFFz"), QD_W("ab||/||/z||/")},
+    };
+    BArray<WString> cells;
+    for (int i = 0; i < 5; ++i)
+        cells.Append(QD_W("more than a line has"));
+    for (const auto& row : cases) {
+        BFile file(Put("x.lng", row.file), kMode);
+        WideText read;
+        while (BLanguageMap::ReadLn(file, cells, 3))
+            read += cells[0].CStr() + WideText(1, '|') + cells[1].CStr() + WChar('|') +
+                    cells[2].CStr() + WChar('/');
+        EXPECT_EQ(read, row.cells) << testing::PrintToString(row.file);
+    }
+    EXPECT_EQ(cells.Count(), 3u);
+    BFile closed;
+    EXPECT_FALSE(BLanguageMap::ReadLn(closed, cells, 3));
+}
+
+TEST_F(LanguageFile, ReadsNoUnitAhead)
+{
+    BFile file(Put("x.lng", QD_W("a\t\"b\"\nc\td\n\ne\nf")), kMode);
+    WString cell;
+    EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\t');
+    EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\n');
+    EXPECT_EQ(WideText(cell), QD_W("b"));
+    BLanguageMap::SkipLn(file);
+    BArray<WString> cells;
+    for (int line = 0; line < 2; ++line) // one is empty
+        EXPECT_TRUE(BLanguageMap::ReadLn(file, cells, 0));
+    EXPECT_EQ(BLanguageMap::ReadCell(file, cell), 65535);
+    EXPECT_EQ(WideText(cell), QD_W("f"));
+    EXPECT_EQ(BLanguageMap::ReadCell(file, cell), 65535);
+    EXPECT_TRUE(cell.IsEmpty());
+}
+
+TEST_F(LanguageFile, IsImportedWithALog)
+{
+    Put("x.lng", QD_W("; comment\n$A\tHello\tHallo\n$A-1\tb\n\n")
+                     QD_W("$A\tBye\t\"Tsch\\n\"\tmore\n$B\tOnly"));
+    BLanguageMap map;
+    WString log = QD_W("before\n");
+    EXPECT_EQ(map.ImportMapFile(m_path, &log, false, true), kErrorLanguageLines);
+    EXPECT_EQ(WideText(log), QD_W("before\nImport Language File ") + WideText(m_path) +
+                                 QD_W("\nLine 3 : Error 7356 [$A-1] [b] []\n")
+                                     QD_W("Line 5 : Error 7359 [$A] [Bye] [Tsch\n]\n")
+                                         QD_W("4 entries loaded\n\n"));
+    EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("Hallo"));
+    EXPECT_EQ(TextOf(map, QD_W("$B")), QD_W("Only"));
+    EXPECT_EQ(map.ImportMapFile(m_path, nullptr, true, false), kErrorLanguageLines);
+    EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("Tsch\n"));
+    EXPECT_EQ(TextOf(map, QD_W("$B")), QD_W(""));
+
+    for (const WString& missing : {WString(), m_folder.Path("none.lng"), m_folder.Path(".")}) {
+        log.Clear();
+        EXPECT_EQ(map.ImportMapFile(missing, &log, true, true), kErrorLanguageFile);
+        EXPECT_EQ(WideText(log), QD_W("Import Language File ") + WideText(missing) + QD_W("\n"));
+    }
+}
+
+// Marks, encodings and lone units are tested in FileStreamTest.cpp.
+TEST_F(LanguageFile, KeepsWhatIsGoodOfABrokenFile)
+{
+    const auto units = [](std::string_view text) { return Utf16(text, ""); };
+    const std::string good = units("$A\tHello\tHallo\r\n"), later = units("$B\tBye\tCiao\r\n");
+    const struct {
+        const char* name;
+        std::string bytes;
+        std::uint64_t entries;
+        const WChar *key, *text;
+    } cases[] = {
+        {"two marks", kMark + kMark + good + later, 1, QD_W("$B"), QD_W("Ciao")},
+        {"narrow", "$A\tHello\tHallo\r\n$B\tBye\tCiao\r\n", 0, QD_W("$A"), kNone},
+        {"open quote", kMark + good + units("$B\t\"Bye\tCiao\r\n$C\tx\ty\r\n"), 2, QD_W("$B"),
+         QD_W("Bye\tCiao\n$C\tx\ty\n")},
+        {"U+FFFF", kMark + Units(QD_W("$A\t\tx\xFFFFy\n")) + later, 2, QD_W("$A"), QD_W("x")},
+        {"U+FFFF first", kMark + Units(QD_W("\xFFFF\xFFFF")) + good, 1, QD_W("$A"), QD_W("Hallo")},
+        {"zeros", kMark + units("$A\t\tx" + std::string(300, 0) + "y\r\n") + later, 2, QD_W("$A"),
+         QD_W("xy")},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        WriteFileBytes(m_folder / "x.lng", row.bytes);
+        BLanguageMap map;
+        EXPECT_EQ(map.ImportMapFile(m_path, nullptr, false, true), kErrorNone);
+        EXPECT_EQ(map.StdDefaultMap().Count(), row.entries);
+        EXPECT_EQ(TextOf(map, row.key), row.text);
+    }
+}
+
+TEST_F(LanguageFile, MayHaveTextsOfAnyLength)
+{
+    const WideText megabyte(1 << 20, '\\');
+    Put("x.lng", QD_W("$B\t\"") + megabyte + QD_W("\"\n") + megabyte + QD_W("\n$C\tx"));
+    BLanguageMap map;
+    EXPECT_EQ(map.ImportMapFile(m_path, nullptr, false, true), kErrorNone);
+    EXPECT_EQ(TextOf(map, QD_W("$B")), megabyte.substr(megabyte.size() / 2));
+    EXPECT_EQ(TextOf(map, QD_W("$C")), QD_W("x"));
+}
+
+TEST_F(LanguageFile, IsImportedWithAllThatMatchInOrderOfTheirNames)
+{
+    Put("B.lng", QD_W("$A\tsecond\n$B\tb\n"));
+    Put("a.lng", QD_W("$A\tfirst\n$-\n"));
+    Put("c.txt", QD_W("$C\tc\n"));
+    std::filesystem::create_directory(m_folder / "d.lng");
+    const WString directory = m_folder.Path("");
+    BLanguageMap map;
+    WString log;
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.lng"), &log, true), kErrorLanguageLines);
+    EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("second"));
+    EXPECT_EQ(map.StdDefaultMap().Count(), 2u);
+    EXPECT_EQ(log.GetTokenCount('\n'), 8u);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("B.*"), nullptr, false), kErrorLanguageLines);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("?.txt"), nullptr, false), kErrorNone);
+    EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.none"), &log, false), kErrorLanguageFile);
+}
+
+TEST_F(LanguageFile, IsWrittenAlikeOnEveryPlatformAndReadsBack)
+{
+    const WChar awkward[] = {'\t', 0xD800, 0x1A, 0xE000, 0};
+    const WideText texts[] = {QD_W("Hallo"),
+                              QD_W(""),
+                              QD_W("\u00D6l \u20AC"),
+                              QD_W("a\nb\r\nc\td"),
+                              QD_W("\"quoted\" \""),
+                              QD_W("\""),
+                              QD_W("c:\\new\\x41"),
+                              QD_W("\\"),
+                              QD_W("\\\\n\\q\\\n"),
+                              QD_W("\\\x1A\\"),
+                              awkward,
+                              QD_W("\" $A\\t")};
+    BLanguageMap map, read;
+    for (std::size_t index = 0; index < std::size(texts); ++index) {
+        const WString key = QD_W("$T_") + WString::FromInt(static_cast<int>(index));
+        map.Add(key, texts[std::size(texts) - 1 - index].c_str(), texts[index].c_str(), false,
+                false);
+    }
+    EXPECT_EQ(map.ExportMapFile(m_path), kErrorNone);
+    EXPECT_EQ(FileBytes(m_folder / "x.lng"), FileBytes(GoldenFile("language/export.lng")));
+    EXPECT_EQ(read.ImportMapFile(m_path, nullptr, false, false), kErrorNone);
+    for (std::size_t index = 0; index < std::size(texts); ++index)
+        EXPECT_EQ(TextOf(read, QD_W("$T_") + WString::FromInt(static_cast<int>(index))),
+                  texts[index]);
+    EXPECT_EQ(read.ExportMapFile(m_folder.Path("y.lng")), kErrorNone);
+    EXPECT_EQ(FileBytes(m_folder / "y.lng"), FileBytes(m_folder / "x.lng"));
+}
+
+TEST_F(LanguageFile, IsWrittenAsFarAsItCan)
+{
+    // U+FFFF goes first, so that no escape comes of what stood around it.
+    BLanguageMap ended;
+    ended.Add(QD_W("$A"), QD_W(""), QD_W("\\\xFFFFn"), false, false);
+    EXPECT_EQ(ended.ExportMapFile(m_path), kErrorNone);
+    EXPECT_EQ(ended.ImportMapFile(m_path, nullptr, true, false), kErrorNone);
+    EXPECT_EQ(TextOf(ended, QD_W("$A")), QD_W("\\n"));
+    WString text = QD_W("a\nb\\n");
+    BLanguageMap::ReplaceControlChars(text);
+    EXPECT_EQ(WideText(text), QD_W("a\\nb\\\\n"));
+
+    EXPECT_EQ(BLanguageMap().ExportMapFile(m_folder.Path("none/x.lng")), kErrorLanguageFile);
+    EXPECT_EQ(BLanguageMap().ExportMapFile(m_path), kErrorNone);
+    EXPECT_EQ(FileBytes(m_folder / "x.lng"), kMark);
+}
+
+class LanguageMerge : public LanguageFile {
+protected:
+    LanguageMerge()
+    {
+        for (const char* const name : {"master", "translated", "out"})
+            std::filesystem::create_directory(m_folder / name);
+    }
+    int Merge(const WChar* name, const char* output = "out")
+    {
+        return BLanguageMap::MergeMapFile(m_folder.Path("master"), m_folder.Path("translated"),
+                                          m_folder.Path(output), name, m_newEntries);
+    }
+
+    int m_newEntries = 0;
+};
+
+TEST_F(LanguageMerge, BringsATranslationUpToDate)
+{
+    Put("master/x.lng", QD_W("; made by\t\thand\tx\n\n\tlost\n$A\tHello\told\n")
+                            QD_W("$B\ta\\nb\n$C\tfilled\n\"$D\"\t\"\"\"q\"\"\"\n$-\tbad"));
+    Put("translated/x.lng", QD_W("$A\tHello\tHallo\n$A\tHello\ttwice\n$C\tfilled\n")
+                                QD_W("$D\tq\t\"\"\"Q\"\"\"\n$Old\told\talt\n"));
+    EXPECT_EQ(Merge(QD_W("x.lng")), kErrorNone);
+    EXPECT_EQ(m_newEntries, 2);
+    const std::string merged = FileBytes(GoldenFile("language/merged.lng"));
+    EXPECT_EQ(FileBytes(m_folder / "out/x.lng"), merged);
+
+    // The output may take the place of a file that was read.
+    EXPECT_EQ(Merge(QD_W("x.lng"), "translated"), kErrorNone);
+    EXPECT_EQ(FileBytes(m_folder / "translated/x.lng"), merged);
+    EXPECT_EQ(Merge(QD_W("x.lng"), "master"), kErrorNone);
+    EXPECT_EQ(m_newEntries, 5) << "now $B has its default text for a translation";
+}
+
+TEST_F(LanguageMerge, TakesAllFilesThatMatch)
+{
+    const auto mergeAll = [this](const WChar* pattern) {
+        return BLanguageMap::MergeMapFiles(m_folder.Path("master"), m_folder.Path("translated"),
+                                           m_folder.Path("out"), pattern, m_newEntries);
+    };
+    Put("master/a.lng", QD_W("$A\tHello\n"));
+    EXPECT_EQ(Merge(QD_W("none.lng")), kErrorLanguageFile);
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "out/none.lng"));
+    Put("master/b.lng", QD_W("$B\tBye\n$C\n"));
+    EXPECT_EQ(mergeAll(QD_W("*.lng")), kErrorNone);
+    EXPECT_EQ(m_newEntries, 3) << "without a translated file all entries are new";
+    EXPECT_EQ(mergeAll(QD_W("*.none")), kErrorLanguageFile);
+    std::filesystem::create_directory(m_folder / "out/c.lng");
+    Put("master/c.lng", QD_W(""));
+    EXPECT_EQ(mergeAll(QD_W("*.lng")), kErrorLanguageOutput);
 }
 
 } // namespace

@@ -200,10 +200,4 @@ TEST(BBinProfile, WritesTheSameFileOnEveryPlatform)
         }
     }
     EXPECT_EQ(FileBytes(folder / "p"), FileBytes(GoldenFile("profile/settings.bin")));
-
-    BBinProfile profile(TemporaryFolder::ToWide(GoldenFile("profile/settings.bin")),
-                        ProfileReadOnly);
-    profile.SetSection(QD_W("R\u00F6ntgen"));
-    EXPECT_EQ(profile.ReadString(QD_W("Title"), QD_W("")), QD_W("Gr\u00F6\u00DFe \u20AC"));
-    EXPECT_EQ(profile.ReadInt(4, QD_W("Point"), 0), 16);
 }

@@ -184,14 +184,4 @@ TEST_F(BProfileFile, WritesTheSameFileOnBothPlatforms)
     profile.WriteString(QD_W("point3"), QD_W("'three'"));
     profile.DeleteKey(QD_W("Point4"));
     EXPECT_EQ(FileBytes(m_file), FileBytes(GoldenFile("profile/text.ini")));
-
-    BProfile golden(TemporaryFolder::ToWide(GoldenFile("profile/text.ini")), ProfileReadOnly);
-    golden.SetSection(QD_W("state \u00DF"));
-    unsigned char read[sizeof block] = {};
-    EXPECT_TRUE(golden.ReadMem(QD_W("Block"), read, sizeof read));
-    EXPECT_EQ(read[255], 255);
-    EXPECT_EQ(golden.ReadInt(QD_W("Count"), 0), -2147483647);
-    golden.SetSection(QD_W("Probe"));
-    EXPECT_EQ(golden.ReadString(QD_W("Point3"), WString()), QD_W("three"));
-    EXPECT_EQ(golden.ReadDouble(19, QD_W("Point"), 0), 2.71428571428571);
 }
