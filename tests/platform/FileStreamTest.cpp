@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 using namespace std::string_literals;
@@ -74,13 +75,8 @@ const std::string kMark = "\xFF\xFE", kMark8 = "\xEF\xBB\xBF";
 
 TEST_F(FileStream, ReadsUnicodeTextByItsMark)
 {
-    struct Case {
-        const WChar* mode;
-        std::string bytes;
-        std::vector<WideText> pieces;
-    };
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<const WChar*, std::string, std::vector<WideText>> cases[] = {
         {kRead, kMark + "x\0\r\0\n\0y\0"s, {QD_W("x\n"), QD_W("y")}},
         {kRead, "x\0\r\0\n\0y\0"s, {QD_W("x\n"), QD_W("y")}}, {kRead, "", {}}, {kRead, kMark, {}},
         {kRead, "\xEF\xBB", {QD_W("\xBBEF")}}, // half a mark
@@ -105,12 +101,11 @@ TEST_F(FileStream, ReadsUnicodeTextByItsMark)
         {QD_W("rb"), kMark + "\r\0\n\0\x1A\0x"s, {QD_W("\xFEFF\r\n"), QD_W("\x001A")}},
     };
     // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        WriteFileBytes(m_file, c.bytes);
-        const platform::Stream stream = Open(c.mode);
+    for (const auto& [mode, bytes, pieces] : cases) {
+        WriteFileBytes(m_file, bytes);
+        const platform::Stream stream = Open(mode);
         ASSERT_TRUE(stream);
-        EXPECT_EQ(Pieces(stream.get()), c.pieces);
+        EXPECT_EQ(Pieces(stream.get()), pieces) << testing::PrintToString(bytes);
     }
 }
 
@@ -257,7 +252,6 @@ TEST_F(FileStream, MeasuresAndSeeksBeyondFourGigabytes)
     const std::uint64_t distant = 5'000'000'000;
     platform::Stream stream = Open(QD_W("w+b"));
     ASSERT_TRUE(stream);
-    EXPECT_EQ(platform::FileSize(stream.get()), 0u);
     ASSERT_TRUE(platform::Seek(stream.get(), distant)); // the gap takes no room on the disk
     std::fputs("end", stream.get());
     ASSERT_EQ(std::fflush(stream.get()), 0);

@@ -28,6 +28,7 @@ TEST(PathRules, TakeEachStyleApart)
         std::string name, extension, folder;
     };
     constexpr EPathStyle shell = EPathStyle::Shell, posix = EPathStyle::Posix;
+    const std::string volume = "Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\";
     // clang-format off
     const Case cases[] = {
         {"", shell, "", "", ""}, {"c:\\d\\a.b.doc", shell, "a.b.doc", ".doc", "c:\\d"},
@@ -41,6 +42,8 @@ TEST(PathRules, TakeEachStyleApart)
         {"\\\\?\\c:\\", shell, "c:\\", "", "\\\\?\\c:\\"},
         {"\\\\?\\c:\\a", shell, "a", "", "\\\\?\\c:\\"}, {"\\\\s\\h", shell, "h", "", "\\\\s"},
         {"\\\\s", shell, "s", "", "\\\\"},
+        {"\\\\?\\" + volume, shell, volume, "", "\\\\?\\" + volume},
+        {"\\\\?\\Volume{0}\\", shell, "Volume{0}\\", "", "\\\\?\\Volume{0}"},
         {"/d//a", posix, "a", "", "/d"},
         {"d/a.b/c", shell, "c", ".b/c", ""}, {"d/a.b/c", posix, "c", "", "d/a.b"},
         {"/d/a.b\\c.e", posix, "c.e", ".e", "/d/a.b"}, {"/a", posix, "a", "", "/"},
@@ -49,7 +52,7 @@ TEST(PathRules, TakeEachStyleApart)
     // clang-format on
     constexpr bool isShell = std::filesystem::path::preferred_separator == '\\';
     constexpr EPathStyle native = isShell ? shell : posix;
-    const auto check = [](const Case& c) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.path);
         const WideText path = Widened(c.path);
         EXPECT_EQ(c.path.substr(platform::FindFileName(path, c.style)), c.name);
@@ -59,13 +62,7 @@ TEST(PathRules, TakeEachStyleApart)
             EXPECT_EQ(c.path.substr(platform::FindFileName(path.c_str())), c.name);
             EXPECT_EQ(c.path.substr(platform::FindExtension(path.c_str())), c.extension);
         }
-    };
-    for (const Case& c : cases)
-        check(c);
-    const std::string volume = "Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\";
-    check({"\\\\?\\" + volume, shell, volume, "", "\\\\?\\" + volume});
-    check(
-        {"\\\\?\\Volume{01234567}\\", shell, "Volume{01234567}\\", "", "\\\\?\\Volume{01234567}"});
+    }
 }
 
 TEST(PathRules, CombineAndResolveDots)

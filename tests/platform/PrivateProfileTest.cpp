@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -77,12 +78,9 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
                            " [ U ] \ny=2\n[V\n"
                            "[s]\nk=4\nlate=5\n[]\n"
                            "[W]x]\nlast=\xE4\x80");
-    struct Case {
-        WideText section, key, value;
-    };
     const WideText s = QD_W("S");
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<WideText, WideText, WideText> cases[] = {
         {s, QD_W("k"), QD_W("1")}, {QD_W("s"), QD_W("K"), QD_W("1")}, // the first of equal keys
         {QD_W(" S "), QD_W(" k "), QD_W("1")}, {s, QD_W("junk"), kNothing}, // no value
         {s, QD_W("q"), QD_W("it")}, {s, QD_W("r"), QD_W("\"a'")}, // quotes go in pairs, once
@@ -92,8 +90,8 @@ TEST_F(PrivateProfile, ReadsWhatAFileHolds)
         {QD_W("none"), QD_W("k"), kNothing},
     };
     // clang-format on
-    for (const Case& c : cases)
-        EXPECT_EQ(Read(c.section, c.key), c.value) << testing::PrintToString(c.key);
+    for (const auto& [section, key, value] : cases)
+        EXPECT_EQ(Read(section, key), value) << testing::PrintToString(key);
     EXPECT_EQ(Read(QD_W("s"), nullptr), QD_W("k|K|q|r|s|t|u|v|w|#h|")); // of the first "s"
     EXPECT_EQ(Read(QD_W("none"), nullptr), kNothing);
     EXPECT_EQ(Lines(QD_W("U")), QD_W("y=2|[V|"));

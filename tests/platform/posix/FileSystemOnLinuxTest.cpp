@@ -17,6 +17,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -177,36 +178,30 @@ TEST(FileSystemOnLinux, AReplacementKeepsPermissionsOwnerAndLinks)
 TEST(FileSystemOnLinux, WritesOverWhatCannotBeReplacedUnlessTheDiskIsFull)
 {
     const TemporaryFolder folder;
-    struct Case {
-        const char* failing;
-        int error;
-        bool isWrittenOver;
-        const char* made;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, int, bool, const char*> cases[] = {
         {"fchmod", EPERM, true, "fchmod fsync "}, // a draft without the file's permissions
         {"rename", EBUSY, true, "fchmod fsync rename fsync "}, // the file is mounted alone
         {"rename", EXDEV, true, "fchmod fsync rename fsync "},
         {"rename", EPERM, false, "fchmod fsync rename "},
     };
-    for (const Case& c : cases) {
+    for (const auto& [failing, error, isWrittenOver, made] : cases) {
         const std::pair<std::string, bool> contents[] = {
             {"a longer text", true}, {"new", true}, {std::string(70'000, 'n'), false}};
         for (const auto& [content, hasRoom] : contents) {
-            SCOPED_TRACE(testing::Message() << c.failing << ' ' << c.error << ' ' << hasRoom);
+            SCOPED_TRACE(testing::Message() << failing << ' ' << error << ' ' << hasRoom);
             WriteFileBytes(folder / "file", "old text");
             SystemCalls calls;
-            calls.Fail(c.failing, c.error);
+            calls.Fail(failing, error);
             Replacement replacement(folder.Path("file"));
             std::fputs(content.c_str(), replacement.Stream());
             std::fflush(replacement.Stream());
-            const bool isWritten = hasRoom && c.isWrittenOver;
+            const bool isWritten = hasRoom && isWrittenOver;
             {
                 const ResourceLimit limit(RLIMIT_FSIZE, 50'000); // where it is written over
                 EXPECT_EQ(replacement.Commit(), isWritten);
             }
             EXPECT_EQ(FileBytes(folder / "file"), isWritten ? content : "old text");
-            EXPECT_TRUE(!hasRoom || calls.Made() == c.made) << calls.Made();
+            EXPECT_TRUE(!hasRoom || calls.Made() == made) << calls.Made();
         }
     }
     EXPECT_EQ(Found(folder, "*"), (std::set<std::string>{".", "..", "file"})); // no draft
