@@ -1,5 +1,7 @@
 #include "core/base/BSharedText.h"
 
+#include "core/platform/CharClass.h"
+
 #include <cstdlib>
 
 void* BTextHeap::Resize(void* block, std::size_t size) noexcept
@@ -10,4 +12,14 @@ void* BTextHeap::Resize(void* block, std::size_t size) noexcept
 void BTextHeap::Free(void* block) noexcept
 {
     std::free(block);
+}
+
+std::size_t BTextHeap::Measure(const WChar* text) noexcept
+{
+    return platform::Length(text);
+}
+
+std::size_t BTextHeap::Measure(const char* text) noexcept
+{
+    return platform::Length(text);
 }

@@ -31,7 +31,7 @@ BString::BString(const WChar* text)
         const std::size_t room = size;
         size = platform::WideToAnsi(text, length, m_text.Writable(), room);
         if (size <= room) {
-            m_text.Writable()[size] = 0;
+            m_text.End(size);
             return;
         }
     }
@@ -51,17 +51,18 @@ bool BString::Convert(int& value) const noexcept
 
 BString operator+(const BString& a, const BString& b)
 {
-    return a + b.CStr();
+    BString sum(a);
+    return sum.TryAppend(b.Own()) ? sum : BString();
 }
 
 BString operator+(const BString& a, const char* b)
 {
     BString sum(a);
-    return sum.TryAppend(b) ? sum : BString();
+    return sum.TryAppend(NText::Measured(b)) ? sum : BString();
 }
 
 BString operator+(const char* a, const BString& b)
 {
     BString sum(b);
-    return sum.TryPrepend(a) ? sum : BString();
+    return sum.TryPrepend(NText::Measured(a)) ? sum : BString();
 }

@@ -52,6 +52,7 @@ public:
     [[nodiscard]] bool Convert(int& value) const noexcept;
 
 private:
+    friend QD_CORE_API BString operator+(const BString& a, const BString& b);
     friend QD_CORE_API BString operator+(const BString& a, const char* b);
     friend QD_CORE_API BString operator+(const char* a, const BString& b);
 };

@@ -24,8 +24,9 @@ struct BTextTraits;
 /// The members that `WString` and `BString` have in common; `String` is the one or the other.
 ///
 /// A *unit* is a `Char`: a UTF-16 code unit in a `WString`, a byte in a `BString`. Lengths and
-/// positions are in units, positions from 0; a 0 unit ends the text. The length is not stored: code
-/// that needs it repeatedly keeps it.
+/// positions are in units, positions from 0; a 0 unit ends the text. The length is known, but for a
+/// text that was handed out by `Str`: that is measured each time, until a change takes another
+/// block of memory.
 ///
 /// Comparison is the user's collation, not unit order: "Straße" == "Strasse", and "a" < "B". Search
 /// and `StartsWith` go by units. Those whose name begins with "I" ignore case.
@@ -53,7 +54,7 @@ public:
     bool Fill(std::size_t count, Char unit);
 
     [[nodiscard]] bool IsEmpty() const noexcept { return m_text.IsEmpty(); }
-    [[nodiscard]] std::size_t Length() const noexcept;
+    [[nodiscard]] std::size_t Length() const noexcept { return m_text.Length(); }
 
     /// The text with its terminating 0, never null; good until the string changes.
     [[nodiscard]] const Char* CStr() const noexcept { return m_text.Text(); }
@@ -301,13 +302,15 @@ protected:
     BText& operator=(BText&& other) noexcept = default;
     ~BText() = default;
 
-    /// The text with its length: the one place that measures it.
-    [[nodiscard]] View Own() const noexcept;
+    [[nodiscard]] View Own() const noexcept { return View(CStr(), Length()); }
     /// Sees to it that the text may be written to. False when memory runs out.
     bool MakePrivate() noexcept;
+    /// Whether the text may be written to and has room for `length` units; if need be, it takes
+    /// `capacity`.
+    bool HasRoomFor(std::size_t length, std::size_t capacity) noexcept;
     // False when memory runs out.
-    bool TryAppend(const Char* text);
-    bool TryPrepend(const Char* text);
+    bool TryAppend(View added);
+    bool TryPrepend(View added);
 
     Text m_text;
 
@@ -315,6 +318,7 @@ private:
     [[nodiscard]] String& Self() noexcept { return static_cast<String&>(*this); }
     [[nodiscard]] const String& Self() const noexcept { return static_cast<const String&>(*this); }
 
+    [[nodiscard]] bool IsSame(const String& other) const noexcept;
     [[nodiscard]] int CmpText(const Char* text) const noexcept;
     // `count` units of the own text, which is shared when they are all of it.
     [[nodiscard]] String Piece(View own, std::size_t position, std::size_t count) const;

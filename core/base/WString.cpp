@@ -38,8 +38,7 @@ WString::WString(const BString& text)
     const std::size_t size = text.Length(); // no text has more units than bytes
     if (size == 0 || !m_text.SetCapacity(size))
         return;
-    const std::size_t length = platform::AnsiToWide(text.CStr(), size, m_text.Writable(), size);
-    m_text.Writable()[length] = 0;
+    m_text.End(platform::AnsiToWide(text.CStr(), size, m_text.Writable(), size));
 }
 
 WString& WString::operator=(const WChar* text)
@@ -104,7 +103,7 @@ void WString::EncodeMemory(const void* data, std::size_t size)
         *out++ = static_cast<WChar>('0' + (byte >> 4));
         *out++ = static_cast<WChar>('0' + (byte & 15));
     }
-    *out = 0;
+    encoded.End(2 * size);
     m_text = std::move(encoded);
 }
 
@@ -137,17 +136,18 @@ char WString::AsChar(WChar unit) noexcept
 
 WString operator+(const WString& a, const WString& b)
 {
-    return a + b.CStr();
+    WString sum(a);
+    return sum.TryAppend(b.Own()) ? sum : WString();
 }
 
 WString operator+(const WString& a, const WChar* b)
 {
     WString sum(a);
-    return sum.TryAppend(b) ? sum : WString();
+    return sum.TryAppend(NText::Measured(b)) ? sum : WString();
 }
 
 WString operator+(const WChar* a, const WString& b)
 {
     WString sum(b);
-    return sum.TryPrepend(a) ? sum : WString();
+    return sum.TryPrepend(NText::Measured(a)) ? sum : WString();
 }

@@ -78,6 +78,7 @@ public:
     [[nodiscard]] static char AsChar(WChar unit) noexcept;
 
 private:
+    friend QD_CORE_API WString operator+(const WString& a, const WString& b);
     friend QD_CORE_API WString operator+(const WString& a, const WChar* b);
     friend QD_CORE_API WString operator+(const WChar* a, const WString& b);
 };

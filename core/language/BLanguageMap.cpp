@@ -21,9 +21,9 @@
 // Language files, and what the map makes of their entries; how entries are found is in
 // LanguageTable.cpp, how a file is cut into cells in LanguageReader.cpp.
 //
-// Texts that grow piece by piece are gathered in a `WideText`: a `WString` does not know its length
-// and measures what is there for each piece, so that a file of many entries would take time by the
-// square of its size. For the same reason a log is appended to the caller's text once, at the end.
+// Texts that grow piece by piece are gathered in a `WideText`: a `WString` takes another block for
+// nearly each piece while the text is short, and its room grows by an eighth after that. For the
+// same reason a log is appended to the caller's text once, at the end.
 //
 // A translator's work must not be lost to a full disk or an unreadable file. So a file is made
 // whole in memory and written beside the old one, which it then replaces, and a file that broke off

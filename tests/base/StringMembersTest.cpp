@@ -69,7 +69,8 @@ TYPED_TEST(StringMembers, TheTextFromAPositionOnIsNullWithoutAText)
     EXPECT_EQ(S().GetAt(std::size_t{1} << 40), 0);
 }
 
-// Each row is run on a text of its own and on a shared one, which must not change with the copy.
+// Each row is run on a text of its own, on a shared one, which must not change with the copy, and
+// on one that was handed out for writing.
 TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
 {
     using S = TypeParam;
@@ -131,6 +132,16 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
         {"x", [](S& s) { s.ItoA(35, 36), s.ItoA(1, 37); }, "z"},
         {"x", [](S& s) { s.Printf(Make<S>("%s%03d"), s.CStr(), 7); }, "x007"},
         {"x", [](S& s) { s.Printf(nullptr); }, ""},
+        // A 0 ends the text, however it came in
+        {"abc", [](S& s) { s.SetAt(1, 0), s += C('x'); }, "ax"},
+        {"abc", [](S& s) { s.SetAt(2, 0), s.SetAt(0, C('x')), s += C('y'); }, "xby"},
+        {"abc", [](S& s) { s.Str()[1] = 0, s += C('x'), s += Make<S>("y"); }, "axy"},
+        {"abc", [](S& s) { (s += C(0)) += C('x'), s.Prepend(C(0)); }, "abcx"},
+        {"abc", [](S& s) { s.Fill(9, 0), s += C('x'); }, "x"},
+        {"abc", [](S& s) { s.Printf(Make<S>("x%cy"), 0), s += C('z'); }, "xz"},
+        {"abc", [](S& s) { s.Printf(Make<S>("x%c%20000d"), 0, 1), s += C('z'); }, "xz"},
+        {"a\\x00b", [](S& s) { s.ResolveEsc(), s += C('x'); }, "ax"},
+        {"abc", [](S& s) { s.Fill(4, C('x')), s.CutAt(1), s.SetAt(1, C('y')); }, "xyxx"},
         // Arguments that lie in the string's own text
         {"abc", [](S& s) { s.Append(s); }, "abcabc"},
         {"abc", [](S& s) { s += s.CStr() + 1; }, "abcbc"},
@@ -146,19 +157,46 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
         {"abc", [](S& s) { s.Split(s, 'b', true), s.Split(s, 'x', true); }, "bc"},
         {"abc", [](S& s) { s.Printf(Make<S>("%s-%s"), s.CStr(), s.CStr() + 1); }, "abc-bc"},
     };
+    const auto expect = [](const S& text, const std::string& expected) {
+        EXPECT_EQ(Plain(text), expected);
+        EXPECT_EQ(text.Length(), expected.size());
+    };
     for (const auto& row : cases) {
         SCOPED_TRACE(testing::Message() << "row " << &row - cases << ", " << row.before);
         S alone = Make<S>(row.before);
         row.edit(alone);
-        EXPECT_EQ(Plain(alone), row.after);
+        expect(alone, row.after);
 
         const S original = Make<S>(row.before);
         S copy = original;
         EXPECT_TRUE(copy.CStr() == original.CStr());
         row.edit(copy);
-        EXPECT_EQ(Plain(copy), row.after);
-        EXPECT_EQ(Plain(original), row.before);
+        expect(copy, row.after);
+        expect(original, row.before);
+
+        S lent = Make<S>(row.before);
+        ASSERT_NE(lent.Str(), nullptr);
+        row.edit(lent);
+        expect(lent, row.after);
     }
+}
+
+// Nobody can tell when who was given the text writes the 0.
+TYPED_TEST(StringMembers, ATextThatWasHandedOutIsMeasuredWhileItsBlockLasts)
+{
+    using S = TypeParam;
+    S text = Make<S>("abcdef");
+    Char<S>* const units = text.Str();
+    units[3] = 0;
+    EXPECT_EQ(text.Length(), 3u);
+    text += Char<S>('x');
+    ASSERT_EQ(text.CStr(), units);
+    const S copy = text;
+    units[1] = 0;
+    EXPECT_TRUE(text.Length() == 1 && copy.Length() == 1 && text.Sub(1).IsEmpty());
+    units[1] = 'b';
+    EXPECT_EQ(Plain(text + copy), "abcxabcx");
+    EXPECT_TRUE(text == Make<S>("abcx") && text.Length() == 4);
 }
 
 TYPED_TEST(StringMembers, ReplaceGoesFromLeftToRightOverEachOccurrence)
@@ -475,6 +513,30 @@ TYPED_TEST(StringMembers, AppendedTextsStayInTheBlockWhileTheyFit)
     EXPECT_EQ(Plain(texts), std::string(1, 'y').append(62, 'b').append(1, 'c'));
 }
 
+// A long one has room behind its capacity, so that few of the steps of 64 copy it.
+TYPED_TEST(StringMembers, LongTextsGrowInFewBlocks)
+{
+    using S = TypeParam;
+    const S piece = Make<S>("abcdefgh");
+    S units, texts;
+    std::size_t unitBlocks = 0, textBlocks = 0;
+    std::string expected;
+    for (int i = 0; i < 12000; ++i) {
+        const void* const unitBlock = units.CStr();
+        const void* const textBlock = texts.CStr();
+        for (const char unit : Plain(piece))
+            units += static_cast<Char<S>>(unit);
+        texts += piece;
+        unitBlocks += units.CStr() != unitBlock ? 1 : 0;
+        textBlocks += texts.CStr() != textBlock ? 1 : 0;
+        expected += Plain(piece);
+    }
+    EXPECT_TRUE(Plain(units) == expected && Plain(texts) == expected);
+    EXPECT_TRUE(units.Length() == expected.size() && texts.Length() == expected.size());
+    EXPECT_LT(unitBlocks, 100u);
+    EXPECT_LT(textBlocks, 250u) << "128 pieces make it long";
+}
+
 TYPED_TEST(StringMembers, RecordsReadBackAsTheyWereWritten)
 {
     using S = TypeParam;
@@ -499,6 +561,9 @@ TYPED_TEST(StringMembers, RecordsReadBackAsTheyWereWritten)
     S text = Make<S>("old");
     EXPECT_FALSE(text.FRead(stream));
     EXPECT_EQ(Plain(text), "old");
+    std::string inside = golden.Bytes();
+    inside[8] = 0; // in place of the first character
+    EXPECT_TRUE(text.FRead(StreamOf(inside)) && text.Length() == 0);
     EXPECT_FALSE(text.FRead(nullptr) || text.FWrite(nullptr) || text.ReadLn(nullptr));
 }
 

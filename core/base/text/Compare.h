@@ -5,8 +5,8 @@
 #include "core/platform/Collation.h"
 
 // Order and equality, which are the platform's collation: what a user takes for the same text is
-// the same, and lists stand as the user sorts them. Copies that still share their block are equal
-// without a look at it.
+// the same, and lists stand as the user sorts them. Texts of the same units are equal without a
+// look at their weights.
 
 template <class String>
 int BText<String>::Cmp(const String& other) const noexcept
@@ -23,7 +23,7 @@ int BText<String>::ICmp(const String& other) const noexcept
 template <class String>
 bool BText<String>::Equal(const String& other) const noexcept
 {
-    return m_text.SharesWith(other.m_text) || Cmp(other) == 0;
+    return IsSame(other) || Cmp(other) == 0;
 }
 
 template <class String>
@@ -35,13 +35,19 @@ bool BText<String>::Equal(const Char* text) const noexcept
 template <class String>
 bool BText<String>::IEqual(const String& other) const noexcept
 {
-    return m_text.SharesWith(other.m_text) || ICmp(other) == 0;
+    return IsSame(other) || ICmp(other) == 0;
 }
 
 template <class String>
 bool BText<String>::IEqual(const Char* text) const noexcept
 {
     return platform::Collate(CStr(), NText::OrEmpty(text), platform::ECase::Ignored) == 0;
+}
+
+template <class String>
+bool BText<String>::IsSame(const String& other) const noexcept
+{
+    return m_text.SharesWith(other.m_text) || NText::SameUnits(Own(), other.Own());
 }
 
 template <class String>

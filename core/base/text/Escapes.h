@@ -90,7 +90,7 @@ String BText<String>::Printable() const
     Char* out = printable.m_text.Writable();
     for (const Char unit : own)
         out = NText::WritePrintable(out, unit);
-    *out = 0;
+    printable.m_text.End(length);
     return printable;
 }
 
@@ -118,4 +118,5 @@ void BText<String>::ResolveEsc()
         }
     }
     *out = 0;
+    m_text.End(platform::Length(m_text.Text())); // "\x00" may have ended it before
 }

@@ -45,8 +45,10 @@ bool BText<String>::FRead(std::FILE* stream)
     m_text = Text();
     if (have <= length || read.Writable()[length] != 0)
         return false;
-    if (length > 0)
+    if (length > 0) {
+        read.End(platform::Length(read.Text())); // it may hold more than one 0
         m_text = std::move(read);
+    }
     return true;
 }
 

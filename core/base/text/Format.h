@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/BText.h"
+#include "core/base/text/Units.h"
 #include "core/platform/FormatText.h"
 
 #include <cstdarg>
@@ -36,8 +37,11 @@ void BText<String>::Printf(const Char* format, ...)
     if (length < 0 || length >= NText::kPrintfLimit) {
         if constexpr (BTextTraits<String>::kFailedPrintfEmpties)
             Clear();
+    } else if (length == 0) {
+        Clear();
     } else if (static_cast<std::size_t>(length) < room) {
-        m_text.Assign(View(buffer, static_cast<std::size_t>(length)));
+        // A 0 may have been formatted, too: the text ends there.
+        m_text.Assemble(static_cast<std::size_t>(length), {NText::Measured(buffer)});
     } else {
         // A block of its own, as the string's text may be an argument.
         auto made = Text::WithCapacity(static_cast<std::size_t>(length));
@@ -48,7 +52,9 @@ void BText<String>::Printf(const Char* format, ...)
             platform::Format(made.Writable(), made.Capacity() + 1, format, arguments) == length;
         va_end(arguments);
         // Another length means that an argument changed meanwhile, on another thread, say.
-        if (done)
-            m_text = std::move(made);
+        if (!done)
+            return;
+        made.End(platform::Length(made.Text()));
+        m_text = std::move(made);
     }
 }

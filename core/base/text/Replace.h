@@ -44,7 +44,7 @@ public:
             return FindInRest(m_text, m_part, start);
         while (start < m_text.size()) {
             const std::size_t length = m_text.copy(m_window.Writable(), m_window.Capacity(), start);
-            m_window.Writable()[length] = 0;
+            m_window.End(length);
             const View<Char> window(m_window.Text(), length);
             const std::size_t found = FindInRest(window, m_part, 0);
             if (found != platform::kNotFound)
@@ -88,7 +88,7 @@ bool BText<String>::Replace(const Char* from, const Char* to, bool caseSensitive
         return false;
     if (!made.Push(length, own.substr(copied)) || !made.SetCapacity(length + 1))
         return false;
-    made.Writable()[length] = 0;
+    made.End(length);
     m_text = std::move(made);
     return true;
 }

@@ -4,7 +4,6 @@
 #include "core/base/text/Units.h"
 
 #include <algorithm>
-#include <cassert>
 #include <string>
 #include <utility>
 
@@ -13,7 +12,8 @@
 // Who writes makes the block private first, or assembles a new one, which takes the place of the
 // old one when all is in it: so an argument may lie in the old block, and a lack of memory leaves
 // the string as it was. Capacities are those that users of `Append` know, length + 1 and steps of
-// 64, not the usual doubling.
+// 64, not the usual doubling; blocks of long texts are larger than that by up to an eighth, so that
+// most of those steps need no new one.
 
 template <class String>
 bool BText<String>::Fill(std::size_t count, Char unit)
@@ -25,42 +25,38 @@ bool BText<String>::Fill(std::size_t count, Char unit)
     auto filled = Text::WithCapacity(count);
     if (filled.IsNull())
         return false;
-    *std::fill_n(filled.Writable(), count, unit) = 0;
+    std::fill_n(filled.Writable(), count, unit);
+    filled.End(unit != 0 ? count : 0);
     m_text = std::move(filled);
     return true;
 }
 
 template <class String>
-std::size_t BText<String>::Length() const noexcept
-{
-    return Own().size();
-}
-
-template <class String>
 auto BText<String>::Str() -> Char*
 {
-    return MakePrivate() ? m_text.Writable() : nullptr;
+    if (!MakePrivate())
+        return nullptr;
+    m_text.Forget();
+    return m_text.Writable();
 }
 
 template <class String>
 void BText<String>::SetAt(std::size_t position, Char unit)
 {
-    if (!MakePrivate())
-        return;
-    assert(position < m_text.Capacity()); // the length would have to be measured each time
-    m_text.Writable()[position] = unit;
+    if (MakePrivate())
+        m_text.Set(position, unit);
 }
 
 template <class String>
 void BText<String>::Append(const String& text)
 {
-    Append(text.CStr());
+    TryAppend(text.Own());
 }
 
 template <class String>
 void BText<String>::Append(const Char* text)
 {
-    TryAppend(text);
+    TryAppend(NText::Measured(text));
 }
 
 template <class String>
@@ -69,11 +65,11 @@ void BText<String>::Append(Char unit)
     const View own = Own();
     // Intended: one character of the capacity stays unused, so that a text that grows character by
     // character has blocks of 64, 127, 190 ... of them.
-    if (m_text.IsPrivate() && own.size() + 1 < m_text.Capacity()) {
+    if (!HasRoomFor(own.size() + 1, own.size() + 64)) {
+        m_text.Assemble(own.size() + 64, {own, View(&unit, unit != 0 ? 1 : 0)});
+    } else if (unit != 0) {
         m_text.Writable()[own.size()] = unit;
-        m_text.Writable()[own.size() + 1] = 0;
-    } else {
-        m_text.Assemble(own.size() + 64, {own, View(&unit, 1)});
+        m_text.End(own.size() + 1);
     }
 }
 
@@ -101,20 +97,19 @@ String& BText<String>::operator+=(Char unit)
 template <class String>
 void BText<String>::Prepend(const String& text)
 {
-    Prepend(text.CStr());
+    TryPrepend(text.Own());
 }
 
 template <class String>
 void BText<String>::Prepend(const Char* text)
 {
-    TryPrepend(text);
+    TryPrepend(NText::Measured(text));
 }
 
 template <class String>
 void BText<String>::Prepend(Char unit)
 {
-    const Char text[] = {unit, 0}; // so that a 0 unit is an empty text
-    Prepend(text);
+    TryPrepend(View(&unit, unit != 0 ? 1 : 0));
 }
 
 template <class String>
@@ -161,12 +156,6 @@ void BText<String>::ReplaceAt(const Char* text, std::size_t position)
 }
 
 template <class String>
-auto BText<String>::Own() const noexcept -> View
-{
-    return NText::Measured(CStr());
-}
-
-template <class String>
 bool BText<String>::MakePrivate() noexcept
 {
     if (m_text.IsPrivate())
@@ -176,24 +165,29 @@ bool BText<String>::MakePrivate() noexcept
 }
 
 template <class String>
-bool BText<String>::TryAppend(const Char* text)
+bool BText<String>::HasRoomFor(std::size_t length, std::size_t capacity) noexcept
 {
-    const View added = NText::Measured(text);
+    // Intended: a text that would just fill the capacity gets a new one, too.
+    return m_text.IsPrivate() && (length < m_text.Capacity() || m_text.Extend(capacity));
+}
+
+template <class String>
+bool BText<String>::TryAppend(View added)
+{
     if (added.empty())
         return true;
     const View own = Own();
     const std::size_t length = own.size() + added.size();
-    // Intended: a text that would just fill the capacity gets a new block, too.
-    if (!m_text.IsPrivate() || length >= m_text.Capacity())
+    if (!HasRoomFor(length, length + 1))
         return m_text.Assemble(length + 1, {own, added});
-    *std::copy(added.begin(), added.end(), m_text.Writable() + own.size()) = 0;
+    std::copy(added.begin(), added.end(), m_text.Writable() + own.size());
+    m_text.End(length);
     return true;
 }
 
 template <class String>
-bool BText<String>::TryPrepend(const Char* text)
+bool BText<String>::TryPrepend(View added)
 {
-    const View added = NText::Measured(text);
     const View own = Own();
     return added.empty() || m_text.Assemble(own.size() + added.size() + 1, {added, own});
 }

@@ -13,7 +13,7 @@ namespace NText {
 template <class Char, class Predicate>
 bool TrimFront(BSharedText<Char>& text, Predicate predicate)
 {
-    const View<Char> own = Measured(text.Text());
+    const View<Char> own(text.Text(), text.Length());
     const auto end = std::find_if_not(own.begin(), own.end(), predicate);
     const auto count = static_cast<std::size_t>(end - own.begin());
     return count > 0 && text.Erase(own.size(), 0, count);
@@ -22,7 +22,7 @@ bool TrimFront(BSharedText<Char>& text, Predicate predicate)
 template <class Char, class Predicate>
 bool TrimBack(BSharedText<Char>& text, Predicate predicate)
 {
-    const View<Char> own = Measured(text.Text());
+    const View<Char> own(text.Text(), text.Length());
     const auto end = std::find_if_not(own.rbegin(), own.rend(), predicate);
     const auto count = static_cast<std::size_t>(end - own.rbegin());
     return count > 0 && text.Erase(own.size(), own.size() - count, count);
@@ -87,6 +87,6 @@ String& BText<String>::EraseAllChars(Char unit)
     if (own.find(unit) == kNotFound || !MakePrivate())
         return Self();
     Char* const text = m_text.Writable();
-    *std::remove(text, text + own.size(), unit) = 0;
+    m_text.End(static_cast<std::size_t>(std::remove(text, text + own.size(), unit) - text));
     return Self();
 }

@@ -200,9 +200,9 @@ char ToLower(char character) noexcept
 
 #if defined(QD_VECTOR_BLOCKS)
 
-// Eight units at a time: a `WString` does not know its length, so most of its operations begin
-// here. Blocks are read on past the end of the text, but never into another page, as they are
-// aligned; the first may begin before the text, and what it finds there is masked.
+// Eight units at a time: whatever takes a pointer to a text begins here. Blocks are read on past
+// the end of the text, but never into another page, as they are aligned; the first may begin before
+// the text, and what it finds there is masked.
 std::size_t Length(const WChar* text) noexcept
 {
     if (text == nullptr)
