@@ -176,17 +176,9 @@ TEST(BLanguageMap, TranslatesTextsBackToTheirKeys)
 constexpr WChar kMode[] = QD_W("r,ccs=UTF-16LE");
 const std::string kMark = "\xFF\xFE";
 
-// The bytes of `text`, each line feed as CR LF.
 std::string Units(const WideText& text)
 {
-    std::string bytes;
-    for (const WChar unit : text) {
-        if (unit == '\n')
-            bytes += std::string("\r\0", 2);
-        bytes += static_cast<char>(unit & 0xFF);
-        bytes += static_cast<char>(unit >> 8);
-    }
-    return bytes;
+    return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(WChar)};
 }
 
 class LanguageFile : public testing::Test {
@@ -236,7 +228,7 @@ TEST_F(LanguageFile, ReadsLinesIntoCells)
 
 TEST_F(LanguageFile, ReadsNoUnitAhead)
 {
-    BFile file(Put("x.lng", QD_W("a\t\"b\"\nc\td\n\ne\nf")), kMode);
+    BFile file(Put("x.lng", QD_W("a\t\"b\"\r\nc\td\r\n\r\ne\nf")), kMode);
     WString cell;
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\t');
     EXPECT_EQ(BLanguageMap::ReadCell(file, cell), '\n');

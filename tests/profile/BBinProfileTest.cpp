@@ -144,7 +144,6 @@ TEST(BBinProfile, ReadsWhatADamagedFileStillHolds)
         {"no value", start + key, true, false, -1, -1, -1},
         {"unknown type", start + key + Word(9) + last, true, false, -1, -1, -1},
         {"number cut", start + key + Word(1) + "\1\0"s, true, true, 1, 0, -1},
-        {"block too long", start + key + Word(4) + Word(~0u) + Word(0), true, true, 1, -1, -1},
         {"check word", start + key + Word(4) + Word(5) + Word(5) + last, true, true, 1, -1, 3},
         {"key twice", start + key + Int(2) + key + Int(5), true, true, 1, 5, -1},
         {"upper-case key", kWideId + Wide("[default]A") + Int(1) + last, true, true, -1, -1, 3},

@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -68,11 +69,7 @@ TEST(BConfig, ReadsWhatItsTextsMean)
 
 TEST(BConfig, WritesNumbersAsShortTexts)
 {
-    struct Case {
-        int (*write)(BConfig&);
-        const WChar* text;
-    };
-    const Case cases[] = {
+    const std::pair<int (*)(BConfig&), const WChar*> cases[] = {
         {[](BConfig& c) { return c.WriteInt(QD_W("v"), -2147483647 - 1); }, QD_W("-2147483648")},
         {[](BConfig& c) { return c.WriteFloat(QD_W("v"), 0.1f); }, QD_W("0.1")},
         {[](BConfig& c) { return c.WriteFloat(QD_W("v"), 16777217.0f); }, QD_W("16777216")},
@@ -83,9 +80,9 @@ TEST(BConfig, WritesNumbersAsShortTexts)
     };
     const TestRegistry registry;
     BConfigRegistry config(registry.Path());
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.write(config), 0);
-        EXPECT_EQ(Read(config, QD_W("v")), c.text);
+    for (const auto& [write, text] : cases) {
+        EXPECT_EQ(write(config), 0);
+        EXPECT_EQ(Read(config, QD_W("v")), text);
     }
 }
 

@@ -146,30 +146,25 @@ TEST(BBank, NodesAndObjectsHavePaths)
 
 TEST(BBank, PathsAreJoinedAndCut)
 {
-    struct Joined {
-        const WChar *base, *rel, *path;
-    };
-    const Joined joined[] = {
+    const WChar* const joined[][3] = {
         {QD_W("//"), QD_W("a"), QD_W("/a")},     {QD_W("/x"), QD_W("/y"), QD_W("/x/y")},
         {QD_W("x"), QD_W("y/z"), QD_W("x/y/z")}, {QD_W("/x"), QD_W("//"), QD_W("")},
         {QD_W("//"), QD_W("/a"), QD_W("/a")},    {QD_W(""), QD_W("a"), QD_W("")},
         {QD_W("a"), QD_W(""), QD_W("")},         {QD_W("a b"), QD_W("c"), QD_W("")},
     };
-    for (const Joined& c : joined)
-        EXPECT_EQ(BBank::ConcatPath(c.base, c.rel), c.path) << Narrow(c.base) << Narrow(c.rel);
+    for (const auto& [base, rel, path] : joined)
+        EXPECT_EQ(BBank::ConcatPath(base, rel), path) << Narrow(base) << Narrow(rel);
 
-    struct Cut {
-        const WChar *path, *parent; // null: none
-    };
-    const Cut cuts[] = {
+    const WChar* const cuts[][2] = {
+        // null: none
         {QD_W("/a/b"), QD_W("/a")}, {QD_W("a/b/c"), QD_W("a/b")}, {QD_W("/a"), QD_W("//")},
         {QD_W("a"), QD_W("//")},    {QD_W("//"), nullptr},        {QD_W(""), nullptr},
         {nullptr, nullptr},
     };
-    for (const Cut& c : cuts) {
-        WString parent = QD_W("as it was");
-        EXPECT_EQ(BBank::ParentPath(c.path, parent), c.parent != nullptr) << Narrow(c.path);
-        EXPECT_EQ(parent, c.parent != nullptr ? c.parent : QD_W("as it was")) << Narrow(c.path);
+    for (const auto& [path, parent] : cuts) {
+        WString found = QD_W("as it was");
+        EXPECT_EQ(BBank::ParentPath(path, found), parent != nullptr) << Narrow(path);
+        EXPECT_EQ(found, parent != nullptr ? parent : QD_W("as it was")) << Narrow(path);
     }
     WString path = QD_W("/a/b/c");
     while (BBank::ParentPath(path, path)) {
