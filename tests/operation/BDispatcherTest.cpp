@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
 
 TEST(BDispatcher, DropsEverythingWhileNoneIsRegistered)
 {
@@ -50,10 +51,7 @@ TEST(BDispatcher, IsHeldByItsRegistration)
 
 TEST(Messages, HaveTheNumbersThatApplicationsWereBuiltWith)
 {
-    struct Case {
-        unsigned int message, number;
-    };
-    const Case cases[] = {
+    const std::pair<unsigned int, unsigned int> cases[] = {
         {kMessageNodeChildAdded, 3075},     {kMessageNodeChildrenRemoved, 3076},
         {kMessageNodeTextChanged, 3077},    {kMessageNodeAttributesChanged, 3079},
         {kMessageNodeVisitorChanged, 3080}, {kMessageNodeObjectChanged, 3081},
@@ -64,6 +62,6 @@ TEST(Messages, HaveTheNumbersThatApplicationsWereBuiltWith)
         {kMessageWindowProgress, 7682},     {kMessageAsyncStatus, 8195},
         {kMessageAsyncProgress, 8196},      {kMessageAsyncError, 8197},
     };
-    for (const Case& row : cases)
-        EXPECT_EQ(row.message, row.number);
+    for (const auto& [message, number] : cases)
+        EXPECT_EQ(message, number);
 }

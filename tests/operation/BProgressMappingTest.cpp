@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <numeric>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -117,21 +118,16 @@ TEST_F(BProgressMappingTest, SendsWhatAReceiverRefusedWithTheNextUpdate)
 
 TEST_F(BProgressMappingTest, UpdatesEvery50To100Milliseconds)
 {
-    struct Case {
-        std::uint64_t stride;
-        std::uint32_t elapsedMs;
-        std::uint64_t next;
-    };
     constexpr std::uint64_t longest = std::uint64_t{1} << 63;
-    const Case cases[] = {
+    const std::tuple<std::uint64_t, std::uint32_t, std::uint64_t> cases[] = {
         {4, 0, 8},   {4, 49, 8},
         {4, 50, 4},  {4, 100, 4},
         {4, 101, 2}, {4, std::numeric_limits<std::uint32_t>::max(), 2},
         {1, 101, 1}, {longest, 0, longest},
     };
-    for (const Case& row : cases)
-        EXPECT_EQ(OpenMapping::StrideAfter(row.stride, row.elapsedMs), row.next)
-            << row.stride << " after " << row.elapsedMs;
+    for (const auto& [stride, elapsedMs, next] : cases)
+        EXPECT_EQ(OpenMapping::StrideAfter(stride, elapsedMs), next)
+            << stride << " after " << elapsedMs;
 
     // However fast or slowly this runs, a million steps bring few updates.
     BProgressMapping progress(1'000'000, 100);

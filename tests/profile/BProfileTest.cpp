@@ -29,25 +29,15 @@ protected:
 
 TEST_F(BProfileFile, EachModeTreatsTheFileInItsWay)
 {
-    struct Case {
-        EProfileMode mode;
-        bool isMade;
-        const char* kept;
-    };
-    const Case cases[] = {
-        {ProfileReadOnly, false, "old"},
-        {ProfileNew, true, "\xFF\xFE"},
-        {ProfileReadWrite, true, "old"},
-        {static_cast<EProfileMode>(3), true, "old"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.mode);
+    for (const EProfileMode mode :
+         {ProfileReadOnly, ProfileNew, ProfileReadWrite, static_cast<EProfileMode>(3)}) {
+        SCOPED_TRACE(mode);
         fs::remove(m_file);
-        const BProfile made(m_path, c.mode);
-        EXPECT_EQ(fs::exists(m_file), c.isMade);
+        const BProfile made(m_path, mode);
+        EXPECT_EQ(fs::exists(m_file), mode != ProfileReadOnly);
         WriteFileBytes(m_file, "old");
-        const BProfile kept(m_path, c.mode);
-        EXPECT_EQ(FileBytes(m_file), c.kept);
+        const BProfile kept(m_path, mode);
+        EXPECT_EQ(FileBytes(m_file), mode == ProfileNew ? Utf16("") : "old");
     }
     // Asking makes the file, but no folder.
     EXPECT_TRUE(BProfile(m_folder.Path("asked.ini"), ProfileReadOnly).IsValid());

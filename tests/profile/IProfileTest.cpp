@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 #if __has_include(<windows.h>)
@@ -139,24 +140,20 @@ TEST_F(IProfileTest, KeepsFloatingPointNumbersInSinglePrecisionAndSixDigits)
 
 TEST_F(IProfileTest, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
 {
-    struct Case {
-        const char* text;
-        int digits;
-        unsigned long value; // 1 when it cannot be read
-    };
-    const Case cases[] = {
+    // The text, its digits at most and its value, which is 1 when it cannot be read.
+    const std::tuple<const char*, int, unsigned long> cases[] = {
         {"0x1A2B", 4, 0x1A2B},   {"0x12345", 4, 1},  {"1A2B", 4, 0x1A2B},
         {"\t 0XfF \t", 2, 0xFF}, {"FF", 4, 1},       {"0x", 4, 1},
         {"0xzz", 4, 1},          {"12 34", 4, 0x12}, {"12-34", 4, 1},
         {"0x1", 0, 1},           {"0x1", -1, 1},     {"0xFFFFFFFF", 8, 0xFFFFFFFF},
     };
     const BIniProfile store = Open(false);
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.text);
-        Put(row.text);
+    for (const auto& [text, digits, expected] : cases) {
+        SCOPED_TRACE(text);
+        Put(text);
         unsigned long value = 1;
-        EXPECT_EQ(store.ReadHex(QD_W("k"), value, row.digits), row.value != 1);
-        EXPECT_EQ(value, row.value);
+        EXPECT_EQ(store.ReadHex(QD_W("k"), value, digits), expected != 1);
+        EXPECT_EQ(value, expected);
     }
     unsigned short value = 1;
     Put("0x1ABCD");
@@ -169,12 +166,8 @@ TEST_F(IProfileTest, ReadsHexadecimalNumbersOfThreeCharactersOrMore)
 
 TEST_F(IProfileTest, ResetsATimeStampThatItCannotRead)
 {
-    struct Case {
-        const char* text;
-        int dayOfWeek;
-        const char* writtenAgain; // null when it cannot be read
-    };
-    const Case cases[] = {
+    // The text, the day of the week and what is written again, null when it cannot be read.
+    const std::tuple<const char*, int, const char*> cases[] = {
         {"07/04/2018 13:05:09.250", 3, "07/04/2018 13:05:09.250"},
         {" 7 / 4 / 2018 13 : 5 : 9 . 25 later", 3, "07/04/2018 13:05:09.025"},
         {"02/29/2000 0:0:0.0", 2, "02/29/2000 00:00:00.000"},
@@ -186,15 +179,15 @@ TEST_F(IProfileTest, ResetsATimeStampThatItCannotRead)
         {"", 6, nullptr},
     };
     const BIniProfile store = Open(true);
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.text);
-        Put(row.text);
+    for (const auto& [text, dayOfWeek, writtenAgain] : cases) {
+        SCOPED_TRACE(text);
+        Put(text);
         SYSTEMTIME time = {};
-        EXPECT_EQ(store.Read(QD_W("k"), time), row.writtenAgain != nullptr);
-        EXPECT_EQ(time.wDayOfWeek, row.dayOfWeek);
-        EXPECT_EQ(Text(), row.text);
+        EXPECT_EQ(store.Read(QD_W("k"), time), writtenAgain != nullptr);
+        EXPECT_EQ(time.wDayOfWeek, dayOfWeek);
+        EXPECT_EQ(Text(), text);
         store.Write(QD_W("k"), time);
-        EXPECT_EQ(Text(), row.writtenAgain ? row.writtenAgain : "12/30/1899 00:00:00.000");
+        EXPECT_EQ(Text(), writtenAgain ? writtenAgain : "12/30/1899 00:00:00.000");
     }
 }
 

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <tuple>
+
 namespace {
 
 std::string Narrow(const WChar* text)
@@ -16,11 +19,7 @@ std::string Narrow(const WChar* text)
 
 TEST(BBank, TellsPathsFromOtherTexts)
 {
-    struct Case {
-        const WChar* path;
-        bool isPath, isName;
-    };
-    const Case cases[] = {
+    const std::tuple<const WChar*, bool, bool> cases[] = {
         {nullptr, false, false},       {QD_W(""), false, false},    {QD_W("//"), true, false},
         {QD_W("/"), true, false},      {QD_W("///"), false, false}, {QD_W("//a"), false, false},
         {QD_W("a.b-c_1"), true, true}, {QD_W("/a/b"), true, false}, {QD_W("a//b"), false, false},
@@ -28,9 +27,9 @@ TEST(BBank, TellsPathsFromOtherTexts)
         {QD_W("AZaz09"), true, true},  {QD_W("a@"), false, false},  {QD_W("`"), false, false},
         {QD_W("a/[/b"), false, false}, {QD_W("{"), false, false},   {QD_W("\uFF21"), false, false},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(BBank::PathSyntaxError(c.path), !c.isPath) << Narrow(c.path);
-        EXPECT_EQ(BBank::CheckName(c.path), c.isName) << Narrow(c.path);
+    for (const auto& [path, isPath, isName] : cases) {
+        EXPECT_EQ(BBank::PathSyntaxError(path), !isPath) << Narrow(path);
+        EXPECT_EQ(BBank::CheckName(path), isName) << Narrow(path);
     }
 }
 
@@ -174,11 +173,7 @@ TEST(BBank, PathsAreJoinedAndCut)
 
 TEST(BBank, APathLiesAboveAnother)
 {
-    struct Case {
-        const WChar *upper, *lower;
-        bool isAbove;
-    };
-    const Case cases[] = {
+    const std::tuple<const WChar*, const WChar*, bool> cases[] = {
         {QD_W("//"), QD_W("a"), true},      {QD_W("/a"), QD_W("A/b"), true},
         {QD_W("a"), QD_W("/a/b/c"), true},  {QD_W("/a b"), QD_W("/A B/\u00E4"), true},
         {QD_W("//"), QD_W("//"), false},    {QD_W("/a"), QD_W("/A"), false},
@@ -186,7 +181,7 @@ TEST(BBank, APathLiesAboveAnother)
         {QD_W("/a"), QD_W("//"), false},    {QD_W(""), QD_W("/a"), false},
         {QD_W("/a"), QD_W(""), false},      {QD_W("/"), QD_W("/a"), false},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(BBank::IsGrandParent(c.upper, c.lower), c.isAbove)
-            << Narrow(c.upper) << ' ' << Narrow(c.lower);
+    for (const auto& [upper, lower, isAbove] : cases)
+        EXPECT_EQ(BBank::IsGrandParent(upper, lower), isAbove)
+            << Narrow(upper) << ' ' << Narrow(lower);
 }

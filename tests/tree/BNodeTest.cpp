@@ -14,6 +14,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -82,18 +83,14 @@ TEST(BNode, PathsLeadToTheFirstMatchWithoutRegardToCase)
     BNode* b = a->Child(0);
     BNode* empty = a->Child(1);
     BNode* strasse = Append(*root, QD_W("Stra\u00DFe"));
-    struct Case {
-        const WChar* path;
-        BNode* found;
-    };
-    const Case cases[] = {
+    const std::pair<const WChar*, BNode*> cases[] = {
         {QD_W("a"), a},        {QD_W("A"), a},           {QD_W("a/b"), b},
         {QD_W("//A/B"), b},    {QD_W("a/b/c"), nullptr}, {QD_W("b"), nullptr},
         {QD_W("a/"), empty},   {QD_W(""), nullptr},      {QD_W("/"), nullptr},
         {QD_W("ab"), nullptr}, {nullptr, nullptr},       {QD_W("STRASSE"), strasse},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(root->Child(c.path), c.found) << BString(c.path).CStr();
+    for (const auto& [path, found] : cases)
+        EXPECT_EQ(root->Child(path), found) << BString(path).CStr();
     EXPECT_EQ(root->QueryChild(QD_W("a/b")), b);
 }
 
