@@ -15,10 +15,11 @@
 // copies, its end and its record have files of their own: BNodeBeside.cpp, BNodeCopy.cpp,
 // BNodeRelease.cpp and BNodeArchive.cpp.
 //
-// Documents have millions of nodes, so a node is kept small: lists that most nodes lack are made
-// for the first entry, and what only loading needs lives in the archive. All ways through a tree
-// are loops, as a line of a million nodes would exhaust the stack; only nodes of derived classes,
-// which may answer otherwise, are asked by a call.
+// Documents have millions of nodes, so a node is kept small, and so is the number of heap blocks
+// that it takes: lists are made for their first entry, children and attributes stand in one block
+// each, and what only loading needs lives in the archive. All ways through a tree are loops, as a
+// line of a million nodes would exhaust the stack; only nodes of derived classes, which may answer
+// otherwise, are asked by a call.
 //
 // A report can run any code: it may let go of the node, and change the tree. So each operation
 // changes everything first and reports last, touches nothing afterwards, and holds the node where
@@ -136,7 +137,7 @@ bool BNode::AddChild(BNode* child, int index)
     if (!appends && index != 0)
         return false;
     if (appends) {
-        Append(child);
+        Append(*child);
     } else {
         m_children.InsertBehindFirst(child);
         child->m_parent = this;
@@ -335,11 +336,11 @@ const BNode* BNode::NextBelow(const BNode& top) const
     return nullptr;
 }
 
-void BNode::Append(const SP<BNode>& child)
+void BNode::Append(BNode& child)
 {
-    assert(child->m_parent == nullptr);
-    m_children.Append(child);
-    child->m_parent = this;
+    assert(child.m_parent == nullptr);
+    m_children.Append(&child);
+    child.m_parent = this;
 }
 
 SP<BNode> BNode::Held()

@@ -4,6 +4,7 @@
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
+#include "core/tree/AttributeList.h"
 #include "core/tree/BAttribute.h"
 #include "core/tree/ChildList.h"
 
@@ -191,8 +192,7 @@ protected:
 private:
     friend struct NodeAccess; // what the list of children and the iterators see of a node
 
-    struct Beside;
-    struct Loading;
+    struct Annotations;
     struct Released;
     struct Releasing;
 
@@ -205,16 +205,18 @@ private:
     /// new, which must not be counted.
     [[nodiscard]] SP<BNode> Held();
 
-    void Append(const SP<BNode>& child);
+    void Append(BNode& child);
     [[nodiscard]] ChildList TakeChildren();
     void CopyTreeOf(const BNode& other);
     template <class Key>
     [[nodiscard]] BAttribute* FindAttrib(const Key& key) const;
     template <class Key>
     [[nodiscard]] bool RemoveFoundAttrib(const Key& key);
-    [[nodiscard]] Beside& MakeBeside();
+    [[nodiscard]] Annotations* Annotated() const noexcept;
+    [[nodiscard]] Annotations& MakeAnnotations();
+    void SetLoading(const char* loading) noexcept;
+    [[nodiscard]] const char* TakeLoading() noexcept;
     [[nodiscard]] const BNode* Spokesman() const;
-    void ReportLists();
 
     [[nodiscard]] bool MayAdopt(const BNode& child) const;
     [[nodiscard]] const BNode* NextBelow(const BNode& top) const;
@@ -222,13 +224,18 @@ private:
 
     SP<BSmartObj> m_object;
     ChildList m_children;
-    std::unique_ptr<Beside> m_beside; // attributes and annotations, null until there is one
+    AttributeList m_attributes;
+    // One or the other: a pointer more would cost each node 16 bytes of the heap.
+    union {
+        Annotations* m_annotations = nullptr; // owned, null until there is one
+        const char* m_loading;                // while `m_isLoading`: in the archive
+    };
     WString m_text;
-    BNode* m_parent = nullptr;    // not owned
-    Loading* m_loading = nullptr; // in the archive, while the node waits for its associations
-    int m_slot = 0;               // in its parent's `m_children`
+    BNode* m_parent = nullptr; // not owned
+    int m_slot = 0;            // in its parent's `m_children`
     bool m_isActive = true;
     bool m_isLocked = false;
     bool m_isMessageDispatcher = true; // counts on a root
-    bool m_isSound = true;             // false: refused as read from a document
+    bool m_isSound : 1 = true;         // false: refused as read from a document
+    bool m_isLoading : 1 = false;      // waits for its associations
 };

@@ -3,9 +3,9 @@
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
 
+#include <cstring>
 #include <new>
-#include <span>
-#include <type_traits>
+#include <string>
 #include <typeinfo>
 #include <utility>
 
@@ -63,7 +63,55 @@ std::uint64_t ReadReference(BArchive& archive)
     return reinterpret_cast<std::uintptr_t>(index);
 }
 
-std::span<const std::uint64_t> ReadReferences(BArchive& archive)
+// What `Read` keeps of a record: numbers, seven bits a byte, the lowest first (LEB128). All nodes
+// of a document have theirs at one time, and nearly all numbers in them are small.
+class Packer {
+public:
+    void Put(std::uint64_t number)
+    {
+        for (; number >= kMore; number >>= kBits)
+            m_bytes.push_back(static_cast<char>((number & (kMore - 1)) | kMore));
+        m_bytes.push_back(static_cast<char>(number));
+    }
+    [[nodiscard]] const std::string& Bytes() const noexcept { return m_bytes; }
+
+private:
+    static constexpr std::uint64_t kMore = 0x80; // another byte follows
+    static constexpr int kBits = 7;
+    friend class Unpacker;
+
+    std::string m_bytes;
+};
+
+class Unpacker {
+public:
+    explicit Unpacker(const char* bytes) noexcept
+        : m_next(bytes)
+    {}
+    [[nodiscard]] std::uint64_t Take() noexcept
+    {
+        std::uint64_t number = 0;
+        for (int shift = 0;; shift += Packer::kBits) {
+            const auto byte = static_cast<unsigned char>(*m_next++);
+            number |= (byte & (Packer::kMore - 1)) << shift;
+            if (byte < Packer::kMore)
+                return number;
+        }
+    }
+    [[nodiscard]] int TakeCount() noexcept { return static_cast<int>(Take()); }
+
+private:
+    const char* m_next;
+};
+
+void ReadObject(BArchive& archive, Packer& loading)
+{
+    const std::uint64_t index = ReadReference(archive);
+    loading.Put(index);
+    archive.TakeOutLater(index);
+}
+
+void ReadObjects(BArchive& archive, Packer& loading)
 {
     int count = 0;
     archive >> count;
@@ -72,40 +120,25 @@ std::span<const std::uint64_t> ReadReferences(BArchive& archive)
     if (static_cast<std::uint64_t>(count) >
         archive.BytesLeft() / NArchive::ReferenceSize(archive.Version()))
         throw ArchiveFormatFault;
-    const auto size = static_cast<std::size_t>(count);
-    // As many as the record holds, so that a file does not ask for memory that it does not fill.
-    auto* const indices =
-        static_cast<std::uint64_t*>(archive.Scratch(size * sizeof(std::uint64_t)));
-    for (std::size_t i = 0; i < size; ++i) {
-        indices[i] = ReadReference(archive);
-        archive.TakeOutLater(indices[i]);
-    }
-    return {indices, size};
+    loading.Put(static_cast<std::uint64_t>(count));
+    for (; count > 0; --count)
+        ReadObject(archive, loading);
 }
 
 } // namespace
 
-// The indices in a node's record, from `Read` until they are objects. They live in the archive's
-// scratch memory.
-struct BNode::Loading {
-    std::uint64_t object = 0;
-    std::span<const std::uint64_t> children;
-    std::span<const std::uint64_t> attributes;
-    std::span<const std::uint64_t> annotations;
-};
-
 void BNode::WriteData(BArchive& archive) const
 {
-    const Beside none;
-    const Beside& beside = m_beside ? *m_beside : none;
+    const Annotations none;
+    const Annotations& annotated = Annotated() != nullptr ? *Annotated() : none;
     archive << m_object.Get();
     WriteReferences(archive, m_children);
-    WriteReferences(archive, beside.attributes);
+    WriteReferences(archive, m_attributes);
     archive << Converted<BString>(m_text);
     archive << static_cast<const BSmartObj*>(m_parent);
     archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
     archive << m_text;
-    WriteReferences(archive, beside.annotations);
+    WriteReferences(archive, annotated.list);
 }
 
 SP<BSmartObj> BNode::Read(BArchive& archive, int version)
@@ -122,12 +155,10 @@ void BNode::ReadData(BArchive& archive)
 
 void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 {
-    static_assert(std::is_trivially_destructible_v<Loading>, "the archive destroys nothing there");
-    auto* const loading = new (archive.Scratch(sizeof(Loading))) Loading;
-    loading->object = ReadReference(archive);
-    archive.TakeOutLater(loading->object);
-    loading->children = ReadReferences(archive);
-    loading->attributes = ReadReferences(archive);
+    Packer loading;
+    ReadObject(archive, loading);
+    ReadObjects(archive, loading); // children
+    ReadObjects(archive, loading); // attributes
     const bool isNarrow = nodeVersion < 1;
     BString narrowText;
     if (isNarrow)
@@ -144,8 +175,12 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
     else
         archive >> m_text;
     if (nodeVersion >= kPayloadVersion)
-        loading->annotations = ReadReferences(archive);
-    m_loading = loading;
+        ReadObjects(archive, loading); // annotations
+    else
+        loading.Put(0);
+    const std::string& bytes = loading.Bytes();
+    SetLoading(
+        static_cast<char*>(std::memcpy(archive.Scratch(bytes.size()), bytes.data(), bytes.size())));
 }
 
 // A child that is above this node, or in a list already, is left out and the node refuses itself.
@@ -155,39 +190,61 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 void BNode::UpdateAssociations(BArchive& archive)
 {
     archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
-    const Loading* const loading = std::exchange(m_loading, nullptr);
-    if (loading == nullptr)
+    const char* const bytes = TakeLoading();
+    if (bytes == nullptr)
         return;
-    const auto query = [&archive](std::uint64_t index) {
-        return archive.QueryObject(archive.IndexToPtr(index));
-    };
-    m_object = query(loading->object);
-    for (const std::uint64_t index : loading->children) {
-        BNode* const child = AsNode(query(index).Get());
+    Unpacker loading(bytes);
+    const auto next = [&] { return archive.QueryObject(archive.IndexToPtr(loading.Take())); };
+    m_object = next();
+    int count = loading.TakeCount();
+    m_children.Reserve(count);
+    for (; count > 0; --count) {
+        BNode* const child = AsNode(next().Get());
         if (child != nullptr && MayAdopt(*child)) {
-            Append(child);
+            Append(*child);
             continue;
         }
         m_isSound = m_isSound && child == nullptr;
         m_children.Append(nullptr);
     }
-    for (const std::uint64_t index : loading->attributes) {
-        const SP<BSmartObj> object = query(index);
-        MakeBeside().attributes.AddTail(dynamic_cast<BAttribute*>(object.Get()));
+    count = loading.TakeCount();
+    m_attributes.Reserve(m_attributes.Count() + count);
+    for (; count > 0; --count)
+        m_attributes.Append(dynamic_cast<BAttribute*>(next().Get()));
+    for (count = loading.TakeCount(); count > 0; --count)
+        MakeAnnotations().list.Append(next());
+}
+
+void BNode::SetLoading(const char* loading) noexcept
+{
+    if (Annotations* const annotations = Annotated()) {
+        annotations->loading = loading;
+        return;
     }
-    for (const std::uint64_t index : loading->annotations)
-        MakeBeside().annotations.Append(query(index));
+    m_loading = loading;
+    m_isLoading = true;
+}
+
+const char* BNode::TakeLoading() noexcept
+{
+    if (!m_isLoading)
+        return m_annotations != nullptr ? std::exchange(m_annotations->loading, nullptr) : nullptr;
+    m_isLoading = false;
+    const char* const loading = m_loading;
+    m_annotations = nullptr;
+    return loading;
 }
 
 void BNode::LetGo()
 {
     const SP<BSmartObj> object = std::move(m_object);
     const ChildList children = TakeChildren();
-    if (!m_beside)
-        return;
-    ++m_beside->changes;
-    const auto attributes = std::move(m_beside->attributes);
-    const auto annotations = std::move(m_beside->annotations);
+    const AttributeList attributes = std::move(m_attributes);
+    AnnotationList annotations;
+    if (Annotations* const annotated = Annotated()) {
+        ++annotated->changes;
+        annotations = std::move(annotated->list);
+    }
 }
 
 bool BNode::VerifyObj()

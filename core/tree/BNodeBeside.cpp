@@ -3,8 +3,7 @@
 #include "core/operation/Messages.h"
 #include "core/tree/BNode.h"
 
-#include <cassert>
-#include <memory>
+#include <algorithm>
 #include <utility>
 
 // Attributes and annotations of a node.
@@ -18,40 +17,33 @@
 
 namespace {
 
-using Attributes = DList<SP<BAttribute>>;
+// What a look-up gives that finds nothing.
+constexpr int kNone = -1;
 
-Attributes::Iterator PlaceOf(Attributes& attributes, const BAttribute* attribute)
+template <class Is>
+int PlaceWhere(const AttributeList& attributes, Is is)
 {
-    auto place = attributes.begin();
-    while (place && *place != attribute)
-        ++place;
-    return place;
+    const auto* const found = std::find_if(attributes.begin(), attributes.end(), is);
+    return found != attributes.end() ? static_cast<int>(found - attributes.begin()) : kNone;
 }
 
-Attributes::Iterator PlaceOf(Attributes& attributes, const WString& name)
+int PlaceOf(const AttributeList& attributes, const BAttribute* attribute)
 {
-    auto place = attributes.begin();
-    while (place && !(*place && (*place)->Name() == name))
-        ++place;
-    return place;
+    return PlaceWhere(attributes, [attribute](const auto& other) { return other == attribute; });
 }
 
-Attributes::Iterator PlaceOf(Attributes& attributes, int index)
+int PlaceOf(const AttributeList& attributes, const WString& name)
 {
-    auto place = index >= 0 ? attributes.begin() : attributes.end();
-    for (; place && index > 0; --index)
-        ++place;
-    return place;
+    return PlaceWhere(attributes,
+                      [&name](const auto& other) { return other && other->Name() == name; });
+}
+
+int PlaceOf(const AttributeList& attributes, int index)
+{
+    return index >= 0 && index < attributes.Count() ? index : kNone;
 }
 
 } // namespace
-
-BNode::Beside& BNode::MakeBeside()
-{
-    if (!m_beside)
-        m_beside = std::make_unique<Beside>();
-    return *m_beside;
-}
 
 bool BNode::AddAttrib(BAttribute* attribute)
 {
@@ -59,30 +51,27 @@ bool BNode::AddAttrib(BAttribute* attribute)
         return false;
     const SP<BAttribute> added(attribute);
     SP<BAttribute> removed; // dies when nothing touches the node any more
-    Attributes& attributes = MakeBeside().attributes;
-    const auto namesake = PlaceOf(attributes, added->Name());
-    if (namesake && *namesake == added)
+    const int namesake = PlaceOf(m_attributes, added->Name());
+    if (namesake != kNone && m_attributes.begin()[namesake] == added)
         return false;
-    attributes.AddTail(added);
-    if (namesake) {
-        removed = *namesake;
-        attributes.Erase(namesake);
-    }
-    ReportLists();
+    m_attributes.Append(added);
+    if (namesake != kNone)
+        removed = m_attributes.RemoveAt(namesake);
+    Report(kMessageNodeAttributesChanged);
     return true;
 }
 
 int BNode::AttribNum() const
 {
-    return m_beside ? m_beside->attributes.Count() : 0;
+    return m_attributes.Count();
 }
 
 // By name or index.
 template <class Key>
 BAttribute* BNode::FindAttrib(const Key& key) const
 {
-    const auto place = m_beside ? PlaceOf(m_beside->attributes, key) : Attributes::Iterator();
-    return place ? place->Get() : nullptr;
+    const int place = PlaceOf(m_attributes, key);
+    return place != kNone ? m_attributes.begin()[place].Get() : nullptr;
 }
 
 BAttribute* BNode::Attrib(int index) const
@@ -104,12 +93,12 @@ BAttribute* BNode::Attrib(WString name) const
 template <class Key>
 bool BNode::RemoveFoundAttrib(const Key& key)
 {
-    const auto place = m_beside ? PlaceOf(m_beside->attributes, key) : Attributes::Iterator();
-    if (!place)
+    const int place = PlaceOf(m_attributes, key);
+    if (place == kNone)
         return false;
     const SP<BNode> held = Held();
-    m_beside->attributes.Erase(place);
-    ReportLists();
+    m_attributes.RemoveAt(place);
+    Report(kMessageNodeAttributesChanged);
     return true;
 }
 
@@ -137,35 +126,57 @@ void BNode::RemoveAttribs()
 {
     if (AttribNum() == 0)
         return;
-    const auto removed = std::move(m_beside->attributes); // destroyed once the list is empty
-    ReportLists();
+    const auto removed = std::move(m_attributes); // destroyed once the list is empty
+    Report(kMessageNodeAttributesChanged);
+}
+
+// Null where there were none yet.
+BNode::Annotations* BNode::Annotated() const noexcept
+{
+    return m_isLoading ? nullptr : m_annotations;
+}
+
+BNode::Annotations& BNode::MakeAnnotations()
+{
+    if (Annotated() == nullptr) {
+        auto made = std::make_unique<Annotations>();
+        if (m_isLoading)
+            made->loading = m_loading;
+        m_isLoading = false;
+        m_annotations = made.release();
+    }
+    return *m_annotations;
 }
 
 int BNode::AnnotationNum() const
 {
-    return m_beside ? m_beside->annotations.Count() : 0;
+    const Annotations* const annotations = Annotated();
+    return annotations != nullptr ? annotations->list.Count() : 0;
 }
 
 bool BNode::AddAnnotation(BSmartObj* annotation)
 {
     const SP<BSmartObj> added(annotation);
-    if (!added || MakeBeside().annotations.Find(annotation))
+    if (!added || MakeAnnotations().list.Find(annotation))
         return false;
-    m_beside->annotations.Append(added);
-    ReportLists();
+    ++m_annotations->changes;
+    m_annotations->list.Append(added);
+    Report(kMessageNodeAttributesChanged);
     return true;
 }
 
 bool BNode::RemoveAnnotation(BSmartObj* annotation)
 {
-    if (annotation == nullptr || !m_beside)
+    Annotations* const annotations = Annotated();
+    if (annotation == nullptr || annotations == nullptr)
         return false;
-    const auto place = m_beside->annotations.Find(annotation);
+    const auto place = annotations->list.Find(annotation);
     if (!place)
         return false;
     const SP<BNode> held = Held();
-    m_beside->annotations.Remove(place);
-    ReportLists();
+    ++annotations->changes;
+    annotations->list.Remove(place);
+    Report(kMessageNodeAttributesChanged);
     return true;
 }
 
@@ -173,14 +184,7 @@ void BNode::RemoveAnnotations()
 {
     if (AnnotationNum() == 0)
         return;
-    const auto removed = std::move(m_beside->annotations);
-    ReportLists();
-}
-
-// Every change of the lists ends here, so that iterators notice it.
-void BNode::ReportLists()
-{
-    assert(m_beside);
-    ++m_beside->changes;
+    ++m_annotations->changes;
+    const auto removed = std::move(m_annotations->list);
     Report(kMessageNodeAttributesChanged);
 }

@@ -44,8 +44,9 @@ void BNode::CopyTreeOf(const BNode& other)
         const auto [source, copy] = open.back();
         open.pop_back();
         copy->m_object = source->m_object;
-        if (source->m_beside)
-            copy->m_beside = std::make_unique<Beside>(*source->m_beside);
+        copy->m_attributes = source->m_attributes;
+        if (const Annotations* const annotations = source->Annotated())
+            copy->MakeAnnotations().list = annotations->list;
         copy->m_text = source->m_text; // not by `Rename`: no list here has an index of texts yet
         copy->m_isActive = source->m_isActive;
         copy->m_isLocked = source->m_isLocked;
@@ -54,7 +55,7 @@ void BNode::CopyTreeOf(const BNode& other)
             if (!child)
                 continue;
             const SP<BNode> childCopy(new BNode);
-            copy->Append(childCopy);
+            copy->Append(*childCopy);
             open.emplace_back(child.Get(), childCopy.Get());
         }
     }

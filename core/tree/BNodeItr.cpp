@@ -2,30 +2,30 @@
 
 #include "core/tree/NodeAccess.h"
 
+#include <algorithm>
+
 // The iterators outlive changes of the tree: none keeps a place that a change could make void.
 //
 // Nodes and children need none, as a node knows its parent and its place there: the current node is
-// counted, and the next one is asked of it when the step is taken. Attributes and annotations stand
-// in lists and do not know where, so their iterators keep a place, together with the number of
-// changes that the lists had by then; where that has grown, the place is looked up anew.
+// counted, and the next one is asked of it when the step is taken. Attributes and annotations do
+// not know where they stand. The iterator of the former keeps a number, at which it looks whether
+// the current one still stands there; that of the latter keeps a place of their list, together with
+// the number of changes that it had by then. Where that does not hold, the place is looked up anew.
 
 namespace {
 
-template <typename T>
-using PlaceIn = typename DList<SP<T>>::Iterator;
+using Annotation = DList<SP<BSmartObj>>::Iterator;
 
 // The entry at `place`, or the next that is not null.
-template <typename T>
-SP<T> EntryFrom(PlaceIn<T>& place)
+SP<BSmartObj> EntryFrom(Annotation& place)
 {
     while (place && !*place)
         ++place;
-    return place ? *place : SP<T>();
+    return place ? *place : SP<BSmartObj>();
 }
 
 // Where `current` stands from `place` on; null when it is in the list no more.
-template <typename T>
-PlaceIn<T> PlaceOf(PlaceIn<T> place, const SP<T>& current)
+Annotation PlaceOf(Annotation place, const SP<BSmartObj>& current)
 {
     while (place && *place != current)
         ++place;
@@ -113,21 +113,27 @@ BNodeAttribItr::BNodeAttribItr(BNode& node)
 
 void BNodeAttribItr::Restart()
 {
-    StandOn(NodeAccess::FirstAttrib(*m_node));
+    StandOn(0);
 }
 
-void BNodeAttribItr::StandOn(DList<SP<BAttribute>>::Iterator place)
+// Or on the next entry that is not null.
+void BNodeAttribItr::StandOn(int place)
 {
-    m_current = EntryFrom<BAttribute>(place);
+    const AttributeList& list = NodeAccess::Attributes(*m_node);
+    while (place < list.Count() && !list.begin()[place])
+        ++place;
     m_place = place;
-    m_changes = NodeAccess::ListChanges(*m_node);
+    m_current = place < list.Count() ? list.begin()[place] : nullptr;
 }
 
 BNodeAttribItr& BNodeAttribItr::operator++()
 {
-    if (m_current && m_changes != NodeAccess::ListChanges(*m_node))
-        m_place = PlaceOf(NodeAccess::FirstAttrib(*m_node), m_current);
-    StandOn(m_place ? ++m_place : m_place);
+    if (!m_current)
+        return *this;
+    const AttributeList& list = NodeAccess::Attributes(*m_node);
+    if (m_place >= list.Count() || list.begin()[m_place] != m_current)
+        m_place = static_cast<int>(std::find(list.begin(), list.end(), m_current) - list.begin());
+    StandOn(m_place + 1);
     return *this;
 }
 
@@ -142,9 +148,7 @@ void BNodeAttribItr::RemoveCurrent()
 {
     const SP<BAttribute> removed = m_current;
     ++*this;
-    const std::uint32_t expected = NodeAccess::ListChanges(*m_node) + 1;
-    if (m_node->RemoveAttrib(removed.Get()) && NodeAccess::ListChanges(*m_node) == expected)
-        m_changes = expected; // the list lost the entry behind and nothing else
+    m_node->RemoveAttrib(removed.Get());
 }
 
 BNodeAnnotationItr::BNodeAnnotationItr(BNode& node)
@@ -160,14 +164,14 @@ void BNodeAnnotationItr::Restart()
 
 void BNodeAnnotationItr::StandOn(DList<SP<BSmartObj>>::Iterator place)
 {
-    m_current = EntryFrom<BSmartObj>(place);
+    m_current = EntryFrom(place);
     m_place = place;
-    m_changes = NodeAccess::ListChanges(*m_node);
+    m_changes = NodeAccess::AnnotationChanges(*m_node);
 }
 
 BNodeAnnotationItr& BNodeAnnotationItr::operator++()
 {
-    if (m_current && m_changes != NodeAccess::ListChanges(*m_node))
+    if (m_current && m_changes != NodeAccess::AnnotationChanges(*m_node))
         m_place = PlaceOf(NodeAccess::FirstAnnotation(*m_node), m_current);
     StandOn(m_place ? ++m_place : m_place);
     return *this;
@@ -184,7 +188,8 @@ void BNodeAnnotationItr::RemoveCurrent()
 {
     const SP<BSmartObj> removed = m_current;
     ++*this;
-    const std::uint32_t expected = NodeAccess::ListChanges(*m_node) + 1;
-    if (m_node->RemoveAnnotation(removed.Get()) && NodeAccess::ListChanges(*m_node) == expected)
+    const std::uint32_t expected = NodeAccess::AnnotationChanges(*m_node) + 1;
+    if (m_node->RemoveAnnotation(removed.Get()) &&
+        NodeAccess::AnnotationChanges(*m_node) == expected)
         m_changes = expected; // the list lost the entry behind and nothing else
 }

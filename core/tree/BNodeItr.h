@@ -87,12 +87,11 @@ public:
     void RemoveCurrent();
 
 private:
-    void StandOn(DList<SP<BAttribute>>::Iterator place);
+    void StandOn(int place);
 
     SP<BNode> m_node;
     SP<BAttribute> m_current;
-    DList<SP<BAttribute>>::Iterator m_place;
-    std::uint32_t m_changes = 0; // of the node's lists, for which m_place is good
+    int m_place = 0; // where m_current stood when the step was taken
 };
 
 /// Walks a node's annotations, first to last, as `BNodeChildItr` walks its children.
@@ -116,5 +115,5 @@ private:
     SP<BNode> m_node;
     SP<BSmartObj> m_current;
     DList<SP<BSmartObj>>::Iterator m_place;
-    std::uint32_t m_changes = 0; // of the node's lists, for which m_place is good
+    std::uint32_t m_changes = 0; // of the annotations, for which m_place is good
 };

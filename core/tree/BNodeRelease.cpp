@@ -1,3 +1,4 @@
+#include "core/platform/Thread.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
 
@@ -19,23 +20,45 @@ constexpr int kDeepest = 64; // destructors of nodes that may run inside one ano
 
 } // namespace
 
-// What a destroyed node held.
+// What a destroyed node held, let go of from the end to the beginning.
 struct BNode::Released {
     SP<BSmartObj> object;
+    AttributeList attributes;
+    std::unique_ptr<Annotations> annotations;
     ChildList children;
-    std::unique_ptr<Beside> beside;
     std::unique_ptr<Released> next;
 };
 
 // The destructors of nodes that run inside one another on a thread. It stands on the stack of the
 // outermost, so that nothing has to be freed when the thread ends.
 struct BNode::Releasing {
-    static thread_local Releasing* current; // null when no destructor runs
+    QD_QUICK_THREAD_LOCAL static thread_local Releasing* current; // null when no destructor runs
 
     int depth = 0;
     std::unique_ptr<Released> aside; // the last that was put aside comes first
 
-    void LetGo() noexcept
+    void LetGo(Released& held) noexcept
+    {
+        if (depth >= kDeepest && PutAside(held))
+            return;
+        ++depth;
+        {
+            const Released dying = std::move(held);
+        }
+        --depth;
+    }
+    // Without memory it goes deeper, which mostly ends well.
+    bool PutAside(Released& held) noexcept
+    {
+        std::unique_ptr<Released> put(new (std::nothrow) Released);
+        if (!put)
+            return false;
+        *put = std::move(held);
+        put->next = std::move(aside);
+        aside = std::move(put);
+        return true;
+    }
+    void LetGoOfTheRest() noexcept
     {
         while (aside) {
             const std::unique_ptr<Released> dying = std::move(aside);
@@ -48,32 +71,21 @@ thread_local BNode::Releasing* BNode::Releasing::current = nullptr;
 
 BNode::~BNode()
 {
-    ChildList children = TakeChildren();
+    Annotations* const annotations = Annotated();
+    if (m_children.IsEmpty() && m_attributes.IsEmpty() && annotations == nullptr && !m_object)
+        return; // as most nodes are
+    m_annotations = nullptr;
+    Released held{std::move(m_object), std::move(m_attributes),
+                  std::unique_ptr<Annotations>(annotations), TakeChildren(), nullptr};
+    if (Releasing::current != nullptr) {
+        Releasing::current->LetGo(held);
+        return;
+    }
     Releasing own;
-    const bool isOutermost = Releasing::current == nullptr;
-    if (isOutermost)
-        Releasing::current = &own;
-    Releasing& releasing = *Releasing::current;
-    if (releasing.depth >= kDeepest) {
-        std::unique_ptr<Released> released(new (std::nothrow) Released);
-        if (released) { // without memory it goes deeper, which mostly ends well
-            released->object = std::move(m_object);
-            released->children = std::move(children);
-            released->beside = std::move(m_beside);
-            released->next = std::move(releasing.aside);
-            releasing.aside = std::move(released);
-            return;
-        }
-    }
-    ++releasing.depth;
-    children = ChildList();
-    m_beside = nullptr;
-    m_object = nullptr;
-    if (isOutermost) {
-        releasing.LetGo();
-        Releasing::current = nullptr;
-    }
-    --releasing.depth;
+    Releasing::current = &own;
+    own.LetGo(held);
+    own.LetGoOfTheRest();
+    Releasing::current = nullptr;
 }
 
 // They have no parent any more, and die with the list that is returned.

@@ -135,11 +135,6 @@ ChildList::Iterator& ChildList::Iterator::operator++() noexcept
     return *this;
 }
 
-ChildList::ChildList() noexcept = default;
-ChildList::ChildList(ChildList&& other) noexcept = default;
-ChildList& ChildList::operator=(ChildList&& other) noexcept = default;
-ChildList::~ChildList() = default;
-
 int ChildList::Count() const noexcept
 {
     return m_block ? m_block->count : 0;
@@ -190,6 +185,12 @@ BNode* ChildList::Find(const WChar* text) const
             return child.Get();
     }
     return nullptr;
+}
+
+void ChildList::Reserve(int further)
+{
+    if (further > (m_block ? m_block->capacity - m_block->end : 0))
+        Rebuild(0, further);
 }
 
 void ChildList::Append(SP<BNode> child)

@@ -15,8 +15,8 @@ class BNode;
 /// it do not depend on how many there are, or only as the logarithm. An empty list is one null
 /// pointer; a child costs 8 to 12 bytes.
 ///
-/// When memory runs out, `Append` and `InsertBehindFirst` throw and leave the list as it was;
-/// removing always succeeds. What only reads may run on many threads at once.
+/// When memory runs out, `Reserve`, `Append` and `InsertBehindFirst` throw and leave the list as it
+/// was; removing always succeeds. What only reads may run on many threads at once.
 class ChildList {
     struct Block;
 
@@ -46,11 +46,12 @@ public:
         int m_slot = 0;
     };
 
-    ChildList() noexcept;
-    ChildList(ChildList&& other) noexcept;
-    ChildList& operator=(ChildList&& other) noexcept;
-    ~ChildList();
+    ChildList() noexcept = default;
+    ChildList(ChildList&& other) noexcept = default;
+    ChildList& operator=(ChildList&& other) noexcept = default;
+    ~ChildList() = default;
 
+    [[nodiscard]] bool IsEmpty() const noexcept { return m_block == nullptr; }
     [[nodiscard]] int Count() const noexcept;
     [[nodiscard]] Iterator begin() const noexcept;
     [[nodiscard]] Iterator end() const noexcept;
@@ -63,6 +64,8 @@ public:
     /// The first child that is called so without regard to case; null when there is none.
     [[nodiscard]] BNode* Find(const WChar* text) const;
 
+    /// Makes room for as many further children at the end.
+    void Reserve(int further);
     void Append(SP<BNode> child);
     /// The list must not be empty.
     void InsertBehindFirst(SP<BNode> child);

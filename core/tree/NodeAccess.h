@@ -23,20 +23,22 @@ struct NodeAccess {
     [[nodiscard]] static const WString& Text(const BNode& node) noexcept { return node.m_text; }
     static void SetText(BNode& node, WString text) noexcept { node.m_text = std::move(text); }
 
-    /// Null iterators for a node without such entries.
-    [[nodiscard]] static DList<SP<BAttribute>>::Iterator FirstAttrib(const BNode& node)
+    [[nodiscard]] static const AttributeList& Attributes(const BNode& node) noexcept
     {
-        return node.m_beside ? node.m_beside->attributes.begin()
-                             : DList<SP<BAttribute>>::Iterator();
+        return node.m_attributes;
     }
+
+    /// A null iterator for a node without annotations.
     [[nodiscard]] static DList<SP<BSmartObj>>::Iterator FirstAnnotation(const BNode& node)
     {
-        return node.m_beside ? node.m_beside->annotations.begin()
-                             : DList<SP<BSmartObj>>::Iterator();
+        BNode::Annotations* const annotations = node.Annotated();
+        return annotations != nullptr ? annotations->list.begin()
+                                      : DList<SP<BSmartObj>>::Iterator();
     }
-    /// Changes of both lists so far: where it is the same, places in them are good.
-    [[nodiscard]] static std::uint32_t ListChanges(const BNode& node) noexcept
+    /// Changes of the annotations so far: where it is the same, places in them are good.
+    [[nodiscard]] static std::uint32_t AnnotationChanges(const BNode& node) noexcept
     {
-        return node.m_beside ? node.m_beside->changes : 0;
+        const BNode::Annotations* const annotations = node.Annotated();
+        return annotations != nullptr ? annotations->changes : 0;
     }
 };

@@ -95,13 +95,29 @@ private:
     bool m_isWhole = true; // no child that the file names was refused
 };
 
+// A derived node that adds something of its own before the record's references are objects.
+class Prepared : public BNode {
+public:
+    static SP<BSmartObj> Read(BArchive& archive, int)
+    {
+        const SP<Prepared> prepared(new Prepared);
+        prepared->ReadData(archive);
+        prepared->AddAnnotation(new CountedPayload);
+        prepared->AddAttrib(new NumberAttribute(QD_W("own"), 1));
+        prepared->AddChild(Named(QD_W("own")).Get(), -1);
+        return prepared;
+    }
+    static void Register() { RegisterArchiveCallback(ClassName(typeid(Prepared)), &Read); }
+};
+
 class BNodeArchiveTest : public ArchiveFileTest {
 protected:
     BNodeArchiveTest()
     {
         CountedPayload::Register();
-        Feature::Register();
         NumberAttribute::Register();
+        Feature::Register();
+        Prepared::Register();
     }
 
     // An archive of nodes with the index texts "1", "2", ... (up to 9).
@@ -283,6 +299,35 @@ TEST_F(BNodeArchiveTest, APartBringsWhatIsBelowAndTheWholeFindsItAgain)
         EXPECT_EQ(TextOf(dynamic_cast<BNode&>(*read->Child(0)->GetObj())), "F(y)");
         EXPECT_EQ(TextOf(dynamic_cast<BNode&>(*BNodeAnnotationItr(*read).Current())), "F(z)");
     }
+}
+
+TEST_F(BNodeArchiveTest, WhatADerivedNodeAddsInReadStandsBeforeWhatTheRecordNames)
+{
+    const SP<BNode> saved(new Prepared);
+    saved->AddAnnotation(new CountedPayload);
+    saved->AddAttrib(new NumberAttribute(QD_W("saved"), 2));
+    Append(*saved, QD_W("saved"));
+    Written([&](BArchive& archive) { archive.Insert(saved.Get(), "node"); });
+    const SP<BNode> node = TakeOut("node");
+    ASSERT_TRUE(node);
+    EXPECT_EQ(TextOf(*node), "(own saved)");
+    ASSERT_EQ(node->AttribNum(), 2);
+    EXPECT_EQ(node->Attrib(0)->Name(), QD_W("own"));
+    EXPECT_EQ(node->Attrib(1)->Name(), QD_W("saved"));
+    EXPECT_EQ(node->AnnotationNum(), 2);
+}
+
+TEST_F(BNodeArchiveTest, ReferencesHave64Bits)
+{
+    Put(HeaderBytes("class Doc", 7) +
+        RecordBytes("1", "", "class BNode", 2, PayloadOf({{-1, 2}, 0, -1})) +
+        RecordBytes("2", "", "class BNode", 2, PayloadOf({})) +
+        RecordBytes("ffffffffffffffff", "", "class BNode", 2, PayloadOf({})));
+    const SP<BNode> node = TakeOut("1");
+    ASSERT_TRUE(node);
+    EXPECT_EQ(TextOf(*node), "n(n n)");
+    EXPECT_EQ(node->GetObj(), node->Child(0));
+    node->Clear();
 }
 
 // Two lists of which one is built by the derived class: whichever comes first, and a circle through
