@@ -12,10 +12,8 @@
 /// What the tests of both string classes share.
 namespace string_testing {
 
-inline WChar CharOf(const WString&);
-inline char CharOf(const BString&);
 template <class String>
-using Char = decltype(CharOf(String()));
+using Char = typename BTextTraits<String>::Char;
 
 /// `text` as a string; only the first 256 units.
 template <class String>
