@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <utility>
@@ -65,13 +64,6 @@ TEST(WString, ReplaceAtWithACountMayGrow)
     WString text = QD_W("abc");
     text.ReplaceAt(text.CStr() + 1, 1, 0);
     EXPECT_EQ(Plain(text), "abcbc");
-}
-
-TEST(WString, PrintfTakesNarrowTextsAndLongIntegers)
-{
-    WString text;
-    text.Printf(QD_W("%s|%S|%I64d"), QD_W("wide"), "narrow", std::int64_t{1} << 40);
-    EXPECT_EQ(Plain(text), "wide|narrow|1099511627776");
 }
 
 TEST(WString, UnitsAbove255LoseTheirHighByteWhenEscaped)

@@ -41,15 +41,6 @@ TEST(BDirEntry, TakesAPathApartAndChangesItsParts)
     EXPECT_EQ(root.GetFull(), QD_W("c:\\"));
 }
 
-TEST(BDirEntry, GoesOnToAnotherPath)
-{
-    BDirEntry entry(QD_W("c:\\d\\e"));
-    entry += BDirEntry(QD_W("..\\f"));
-    EXPECT_EQ(entry.GetFull(), QD_W("c:\\d\\f"));
-    entry += BDirEntry(QD_W("x:\\y"));
-    EXPECT_EQ(entry.GetFull(), QD_W("x:\\y"));
-}
-
 TEST(BDirEntry, LimitsWhatTheShellLimits)
 {
     WString name;
