@@ -103,8 +103,6 @@ TEST(PathRules, CombineAndResolveDots)
 
     // Too long counts before "." and ".." are resolved.
     const WideText longest(platform::kPathRoom - 3, 'a'), back = QD_W("\\..\\b");
-    EXPECT_TRUE(platform::CombinePaths(QD_W("C"), longest.substr(1).c_str()));
-    EXPECT_FALSE(platform::CombinePaths(QD_W("C"), (longest + QD_W("a")).c_str()));
     EXPECT_TRUE(platform::CombinePaths(QD_W("C"), (longest.substr(back.size()) + back).c_str()));
     EXPECT_FALSE(platform::CombinePaths(QD_W("C"), (longest + back).c_str()));
 }

@@ -122,12 +122,6 @@ TEST(ProbeTable, LooksAtFewSlotsAndAllocatesOnlyToGrow)
             EXPECT_EQ(table.Find(Scattered(key), Is{Scattered(key), key}) != nullptr, key < kCount);
         return Slot::looks;
     };
-    {
-        const Memory none(0, Memory::ERange::All);
-        table.Clear();
-        EXPECT_EQ(looksFor(kCount, kCount + 1), 0u);
-        EXPECT_FALSE(none.HaveFailed());
-    }
     table.Reserve(kCount);
     {
         const Memory valuesAlone(kCount, Memory::ERange::All);

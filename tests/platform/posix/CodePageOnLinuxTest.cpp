@@ -112,10 +112,6 @@ TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
     };
     for (const Case& c : cases)
         ExpectOf(c.codePage, [&] { return Converts(c.wide, c.ansi, c.back); });
-}
-
-TEST(CodePageOnLinuxDeathTest, FindsWhereACharacterOfSeveralBytesBegins)
-{
     // From its second byte on, the first character makes as many units as the rest of the text.
     ExpectOf("932", [] {
         return platform::FindIgnoringCase("\x81\x81\x81\x81"
