@@ -9,6 +9,7 @@
 #include <atomic>
 #include <functional>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -30,12 +31,8 @@ void Step(SharedLock& lock, char step)
 
 TEST(SharedLock, IsHeldByOneOrSharedByMany)
 {
-    struct Case {
-        char step;
-        bool shared, exclusive; // what can be had afterwards
-    };
-    // Each step starts from what the one before left.
-    const Case cases[] = {
+    // Each step starts from what the one before left; what can be had afterwards, shared or alone.
+    const std::tuple<char, bool, bool> cases[] = {
         {'r', true, true},   {'w', true, true},                      // there is nothing to release
         {'R', true, false},  {'R', true, false}, {'w', true, false}, // not held so
         {'r', true, false},  {'r', true, true},  {'W', false, false},
@@ -43,15 +40,13 @@ TEST(SharedLock, IsHeldByOneOrSharedByMany)
         {'w', true, true},
     };
     SharedLock lock;
-    for (const Case& row : cases) {
-        SCOPED_TRACE(&row - cases);
-        std::thread(Step, std::ref(lock), row.step).join(); // it belongs to no thread
-        const bool shared = lock.TryLockShared();
-        EXPECT_EQ(shared, row.shared);
+    for (const auto& [step, shared, exclusive] : cases) {
+        SCOPED_TRACE(step);
+        std::thread(Step, std::ref(lock), step).join(); // it belongs to no thread
+        EXPECT_EQ(lock.TryLockShared(), shared);
         if (shared)
             lock.UnlockShared();
-        const bool exclusive = lock.TryLockExclusive();
-        EXPECT_EQ(exclusive, row.exclusive);
+        EXPECT_EQ(lock.TryLockExclusive(), exclusive);
         if (exclusive)
             lock.UnlockExclusive();
     }

@@ -145,10 +145,7 @@ TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
     OtherProgram other(m_path);
     ASSERT_EQ(other.Run("BEGIN EXCLUSIVE"), "");
     const SystemCalls fasterTime;
-    int value = 0;
     EXPECT_EQ(config.WriteInt(QD_W("v"), 2), kErrorGeneral);
-    EXPECT_EQ(config.ReadInt(QD_W("v"), value), 0);
-    EXPECT_EQ(value, 1);
     EXPECT_THROW(config.Child(QD_W("new")), BError);
     ASSERT_EQ(other.Run("COMMIT"), "");
     EXPECT_EQ(Use(), 0);
