@@ -8,12 +8,22 @@ namespace {
 
 // The hash is not the seeded one: nobody but the allocator chooses addresses. Objects are 16 bytes
 // apart at least. Neighbours in memory stay neighbours in the table, which spares cache misses in a
-// tree that was built in one go; the page number scatters the rest.
+// tree that was built in one go.
+//
+// So 64 KiB of memory, a page here, fill a stretch of the table, few of whose slots have an object.
+// Pages in a row must take the stretches in turn: where chance lays two dozen of them one over the
+// other, there are more objects than slots, and thousands of steps to a free one. A number has the
+// same low bits as an odd multiple of it only where they are equal, whatever their count is, so the
+// product of the page's number tells the stretch, and each GiB begins elsewhere. Higher bits of the
+// product tell where in the stretch the page begins: objects at equal distances, one in each page,
+// would stand in the same slot.
 std::uint64_t HashOf(const void* pointer) noexcept
 {
+    constexpr std::uint64_t factor = 0x9E3779B97F4A7C15u;
     const std::uint64_t address = reinterpret_cast<std::uintptr_t>(pointer);
-    const std::uint64_t page = (address >> 16) * 0x9E3779B97F4A7C15u;
-    return (address >> 4) + (page >> 32);
+    const std::uint64_t page = (address >> 16) * factor;
+    const std::uint64_t gibibyte = (address >> 30) * factor >> 32;
+    return (((address >> 4) ^ (page >> 40)) & 0xFFF) | (page + gibibyte) << 12;
 }
 
 } // namespace
