@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -318,24 +319,20 @@ TYPED_TEST(StringMembers, SearchFindsPartsOfAllKindsOfRepetitions)
 TYPED_TEST(StringMembers, ComparisonSortsAsTheUserDoes)
 {
     using S = TypeParam;
-    const struct {
-        const char *less, *greater;
-        bool equalWithoutCase;
-    } cases[] = {
+    const std::tuple<const char*, const char*, bool> cases[] = {
         {"a", "A", true}, {"a", "B", false},  {"B", "c", false},
         {"", "a", false}, {"a", "ab", false},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(testing::Message() << row.less << " < " << row.greater);
-        const S less = Make<S>(row.less), greater = Make<S>(row.greater);
+    for (const auto& [lesser, other, equalWithoutCase] : cases) {
+        SCOPED_TRACE(testing::Message() << lesser << " < " << other);
+        const S less = Make<S>(lesser), greater = Make<S>(other), same = Make<S>(lesser);
         EXPECT_TRUE(less.Cmp(greater) < 0 && greater.Cmp(less) > 0);
         EXPECT_TRUE(less < greater && less < greater.CStr() && less.CStr() < greater);
         EXPECT_TRUE(greater > less && greater >= less.CStr() && !(greater <= less));
         EXPECT_TRUE(less != greater && less.CStr() != greater && !(less == greater.CStr()));
-        EXPECT_EQ(less.IEqual(greater), row.equalWithoutCase);
-        EXPECT_EQ(less.ICmp(greater) == 0, row.equalWithoutCase);
-        EXPECT_EQ(greater.IEqual(less.CStr()), row.equalWithoutCase);
-        const S same = Make<S>(row.less);
+        EXPECT_EQ(less.IEqual(greater), equalWithoutCase);
+        EXPECT_EQ(less.ICmp(greater) == 0, equalWithoutCase);
+        EXPECT_EQ(greater.IEqual(less.CStr()), equalWithoutCase);
         EXPECT_TRUE(same == less && same.CStr() == less && same.Equal(less.CStr()));
         EXPECT_TRUE(same.Cmp(less) == 0 && !(same < less) && same <= less);
     }
@@ -365,19 +362,17 @@ TYPED_TEST(StringMembers, PiecesAreCopiesWithinTheText)
 TYPED_TEST(StringMembers, ClassesHoldForEveryCharacter)
 {
     using S = TypeParam;
-    const struct {
-        const char *text, *classes;
-    } cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"abC", "apnu"}, {"0189", "dpnu"}, {"a1", "pnu"}, {"a_1", "pu"}, {"a b", "p"}, {"a\tb", ""},
     };
-    for (const auto& row : cases) {
-        const S text = Make<S>(row.text);
+    for (const auto& [plain, classes] : cases) {
+        const S text = Make<S>(plain);
         const std::pair<char, bool> answers[] = {
             {'a', text.IsAlpha()}, {'d', text.IsDigit()},    {'d', text.IsNumeric()},
             {'p', text.IsPrint()}, {'n', text.IsAlphaNum()}, {'u', text.IsAlphaNumUnderscore()},
         };
         for (const auto& [letter, answer] : answers)
-            EXPECT_EQ(answer, std::string(row.classes).find(letter) != kMost) << row.text << letter;
+            EXPECT_EQ(answer, classes.find(letter) != kMost) << plain << letter;
     }
     EXPECT_TRUE(Make<S>("abba").IsCharSet(Make<S>("ba")));
     EXPECT_FALSE(Make<S>("abca").IsCharSet(Make<S>("ba")));
@@ -388,16 +383,13 @@ TYPED_TEST(StringMembers, ClassesHoldForEveryCharacter)
 TYPED_TEST(StringMembers, LinesAreCountedInStepsOfTwo)
 {
     using S = TypeParam;
-    const struct {
-        const char* text;
-        std::size_t lines, longest;
-    } cases[] = {
+    const std::tuple<const char*, std::size_t, std::size_t> cases[] = {
         {"", 1, 0},     {"a\nbcd\ne", 3, 3}, {"a\nb\ncde", 3, 3},   {"abc\n", 2, 3},
         {"\n\n", 2, 1}, {"\n\n\n", 3, 1},    {"a\n\nbcd\ne", 3, 4},
     };
-    for (const auto& row : cases) {
-        EXPECT_EQ(Make<S>(row.text).CountLines(), row.lines) << row.text;
-        EXPECT_EQ(Make<S>(row.text).LengthOfLongestLine(), row.longest) << row.text;
+    for (const auto& [text, lines, longest] : cases) {
+        EXPECT_EQ(Make<S>(text).CountLines(), lines) << text;
+        EXPECT_EQ(Make<S>(text).LengthOfLongestLine(), longest) << text;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <utility>
 
 namespace {
 
@@ -107,16 +108,14 @@ TEST(BFramesPerSecondCounter, CountsFramesOfItsWindow)
 TEST(BFramesPerSecondCounter, TakesAnyRateForItsWindow)
 {
     const std::int64_t second = Frequency();
-    struct Case {
-        double rate;
-        double fps; // of frames at 0, 4, 6 and 7 tenths of a second
-    };
-    const Case cases[] = {{1.0, 3 / 0.7}, {2.0, 2 / 0.3}, {0.0, 3 / 0.7}, {-1.0, 1 / 0.1}};
-    for (const Case& c : cases) {
-        HandDrivenCounter counter(c.rate);
+    // The second is of frames at 0, 4, 6 and 7 tenths of a second.
+    const std::pair<double, double> cases[] = {
+        {1.0, 3 / 0.7}, {2.0, 2 / 0.3}, {0.0, 3 / 0.7}, {-1.0, 1 / 0.1}};
+    for (const auto& [rate, fps] : cases) {
+        HandDrivenCounter counter(rate);
         for (const std::int64_t tenths : {0, 4, 6, 7})
             counter.AddFrameAt(tenths * second / 10);
-        EXPECT_NEAR(counter.Fps(), c.fps, 1e-6) << c.rate;
+        EXPECT_NEAR(counter.Fps(), fps, 1e-6) << rate;
     }
     HandDrivenCounter counter(-1.0);
     for (const std::int64_t tick : {0, 0, 1})

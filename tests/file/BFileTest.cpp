@@ -70,17 +70,14 @@ TEST(BFile, AnswersQuestionsByName)
 
 TEST(BFile, KnowsUnicodeByItsMark)
 {
-    const struct {
-        std::string bytes;
-        bool isUnicode;
-    } cases[] = {
+    const std::pair<std::string, bool> cases[] = {
         {"", false},     {"\xFF\xFE", true},   {"\xFE\xFFxy", true}, {"\xEF\xBB\xBF", true},
         {"\xFF", false}, {"\xEF\xBB.", false}, {"plain", false},
     };
     const TemporaryFolder folder;
-    for (const auto& c : cases) {
-        WriteFileBytes(folder / "text", c.bytes);
-        EXPECT_EQ(BFile::IsUnicode(folder.Path("text")), c.isUnicode) << c.bytes;
+    for (const auto& [bytes, isUnicode] : cases) {
+        WriteFileBytes(folder / "text", bytes);
+        EXPECT_EQ(BFile::IsUnicode(folder.Path("text")), isUnicode) << bytes;
     }
     EXPECT_FALSE(BFile::IsUnicode(folder.Path("missing")) || BFile::IsUnicode(nullptr));
 }

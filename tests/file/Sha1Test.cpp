@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -22,10 +23,7 @@ std::string DigestText(const std::string& message, Sha1BlockFunction take)
 
 TEST(Sha1, GivesThePublishedDigestsByEitherWay)
 {
-    const struct {
-        std::string message;
-        const char* digest;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
         {"abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmn"
          "hijklmnoijklmnopjklmnopqklmnopqrlmnopqrsmnopqrstnopqrstu",
@@ -37,10 +35,10 @@ TEST(Sha1, GivesThePublishedDigestsByEitherWay)
         {std::string(64, 'a'), "0098ba824b5c16427bd7a1122a5a442a25ec644d"},
         {std::string(120, 'a'), "f34c1488385346a55709ba056ddd08280dd4c6d6"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.message.size());
-        EXPECT_EQ(DigestText(c.message, &TakeSha1Blocks), c.digest);
+    for (const auto& [message, digest] : cases) {
+        SCOPED_TRACE(message.size());
+        EXPECT_EQ(DigestText(message, &TakeSha1Blocks), digest);
         EXPECT_TRUE(!platform::HasSha1Instructions() ||
-                    DigestText(c.message, &platform::TakeSha1BlocksByInstructions) == c.digest);
+                    DigestText(message, &platform::TakeSha1BlocksByInstructions) == digest);
     }
 }

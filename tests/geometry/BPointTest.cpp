@@ -7,6 +7,7 @@
 
 #include <climits>
 #include <limits>
+#include <tuple>
 
 TEST(BPoint, CalculatesByCoordinate)
 {
@@ -55,10 +56,7 @@ TEST(BFPoint, CalculatesByCoordinate)
 
 TEST(BFPoint, BecomesWholeInThreeWays)
 {
-    const struct {
-        float value;
-        int rounded, floored, ceiled;
-    } cases[] = {
+    const std::tuple<float, int, int, int> cases[] = {
         {2.5f, 3, 2, 3},
         {-1.5f, -2, -2, -1},
         {0.49999997f, 0, 0, 1},                  // the largest float below a half
@@ -67,11 +65,11 @@ TEST(BFPoint, BecomesWholeInThreeWays)
         {2147483648.0f, INT_MIN, INT_MIN, INT_MIN}, // no int holds the rest
         {std::numeric_limits<float>::quiet_NaN(), INT_MIN, INT_MIN, INT_MIN},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.value);
-        const BFPoint point(row.value, row.value);
-        EXPECT_EQ(point.Round(), BPoint(row.rounded, row.rounded));
-        EXPECT_EQ(point.Floor(), BPoint(row.floored, row.floored));
-        EXPECT_EQ(point.Ceil(), BPoint(row.ceiled, row.ceiled));
+    for (const auto& [value, rounded, floored, ceiled] : cases) {
+        SCOPED_TRACE(value);
+        const BFPoint point(value, value);
+        EXPECT_EQ(point.Round(), BPoint(rounded, rounded));
+        EXPECT_EQ(point.Floor(), BPoint(floored, floored));
+        EXPECT_EQ(point.Ceil(), BPoint(ceiled, ceiled));
     }
 }

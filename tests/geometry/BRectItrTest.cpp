@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <tuple>
 
 static BRectItr Walk(const BRect& rect, int step)
 {
@@ -63,21 +64,18 @@ TEST(BRectItr, MapsCellsByScaleThenOriginAndNeverTurnsThem)
 TEST(BRectItr, EndsEveryWalkButOneWithoutAStep)
 {
     const BRect everything(INT_MIN, INT_MIN, INT_MAX, INT_MAX);
-    const struct {
-        BRect rect;
-        int step, visited;
-    } cases[] = {
+    const std::tuple<BRect, int, int> cases[] = {
         {everything, 1 << 30, 16},      {everything, INT_MAX, 9},
         {{10, 10, 15, 13}, INT_MAX, 1}, {{INT_MAX - 3, INT_MAX - 3, INT_MAX, INT_MAX}, 2, 4},
         {{0, 0, 5, 0}, 1, 0},
     };
-    for (const auto& row : cases) {
-        SCOPED_TRACE(&row - cases);
-        BRectItr itr = Walk(row.rect, row.step);
+    for (const auto& [rect, step, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << rect.Left() << " by " << step);
+        BRectItr itr = Walk(rect, step);
         int visited = 0;
         for (; itr.IsValid() && visited < 100; ++itr)
             ++visited;
-        EXPECT_EQ(visited, row.visited);
+        EXPECT_EQ(visited, expected);
         EXPECT_EQ(itr.StepCountX() * itr.StepCountY(), visited);
     }
     BRectItr still = Walk(BRect(0, 0, 5, 3), 0);

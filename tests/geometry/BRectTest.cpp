@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <utility>
 
 static const BRect kEverything(INT_MIN, INT_MIN, INT_MAX, INT_MAX);
 
@@ -82,14 +83,11 @@ TEST(BRect, IsDefinedOverTheWholeRange)
 TEST(BFRect, NumbersItsCornersAroundWithTheSignOfTheIndex)
 {
     const BFRect rect(1.0f, 2.0f, 3.0f, 5.0f);
-    const struct {
-        int index;
-        BFPoint corner;
-    } cases[] = {{0, {1.0f, 2.0f}},  {1, {1.0f, 5.0f}},      {2, {3.0f, 5.0f}},
-                 {7, {3.0f, 2.0f}},  {-4, {1.0f, 2.0f}},     {-1, {0.0f, 0.0f}},
-                 {-3, {0.0f, 0.0f}}, {INT_MIN, {1.0f, 2.0f}}};
-    for (const auto& row : cases)
-        EXPECT_EQ(rect.Vertex(row.index), row.corner) << row.index;
+    const std::pair<int, BFPoint> cases[] = {
+        {0, {1.0f, 2.0f}},  {1, {1.0f, 5.0f}},  {2, {3.0f, 5.0f}},  {7, {3.0f, 2.0f}},
+        {-4, {1.0f, 2.0f}}, {-1, {0.0f, 0.0f}}, {-3, {0.0f, 0.0f}}, {INT_MIN, {1.0f, 2.0f}}};
+    for (const auto& [index, corner] : cases)
+        EXPECT_EQ(rect.Vertex(index), corner) << index;
     EXPECT_EQ(rect.Center(), BFPoint(2.0f, 3.5f));
     EXPECT_EQ(rect.Size(), BFPoint(2.0f, 3.0f));
     EXPECT_EQ(rect.Successor(BFPoint(1.0f, 2.5f)), BFPoint(2.0f, 2.5f));
