@@ -12,6 +12,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 // Nothing of the file is kept here: several objects and processes share it, and what is kept would
@@ -153,10 +154,10 @@ int BProfile::ReadInt(int index, WString key, int defaultValue)
 
 int BProfile::ReadInt(WString key, int defaultValue)
 {
-    constexpr std::size_t room = 256;
-    const WString text = ReadShort(key, room);
-    if (text.IsEmpty()) {
-        const WriteBack writeBack(m_defaults, m_section, key, text);
+    WChar text[256];
+    ReadShort(key, text, std::size(text));
+    if (*text == 0) {
+        const WriteBack writeBack(m_defaults, m_section, key, WString());
         if (m_mode != ProfileReadOnly)
             WriteInt(key, defaultValue);
         return defaultValue;
@@ -173,10 +174,10 @@ double BProfile::ReadDouble(int index, WString key, double defaultValue)
 
 double BProfile::ReadDouble(WString key, double defaultValue)
 {
-    constexpr std::size_t room = 128;
-    const WString text = ReadShort(key, room);
-    if (text.IsEmpty()) {
-        const WriteBack writeBack(m_defaults, m_section, key, text);
+    WChar text[128];
+    ReadShort(key, text, std::size(text));
+    if (*text == 0) {
+        const WriteBack writeBack(m_defaults, m_section, key, WString());
         if (m_mode != ProfileReadOnly)
             WriteDouble(key, defaultValue);
         return defaultValue;
@@ -198,12 +199,12 @@ bool BProfile::ReadMem(WString key, void* data, unsigned int size)
 
 bool BProfile::ReadBoolean(WString key, bool defaultValue)
 {
-    constexpr std::size_t room = 256;
-    const WString text = ReadShort(key, room);
+    WChar text[256];
+    ReadShort(key, text, std::size(text));
     // Any other text is false, and stays in the file.
-    if (!text.IsEmpty())
-        return text.IEqual(QD_W("TRUE"));
-    const WriteBack writeBack(m_defaults, m_section, key, text);
+    if (*text != 0)
+        return MadeOf(text).IEqual(QD_W("TRUE"));
+    const WriteBack writeBack(m_defaults, m_section, key, WString());
     if (m_mode != ProfileReadOnly)
         WriteBoolean(key, defaultValue);
     return defaultValue;
@@ -235,11 +236,7 @@ void BProfile::CheckMode() const
 }
 
 // What a longer text has behind that is cut off: no number is as long.
-WString BProfile::ReadShort(const WString& key, std::size_t room) const
+void BProfile::ReadShort(const WString& key, WChar* text, std::size_t room) const
 {
-    constexpr std::size_t largestRoom = 256;
-    assert(room <= largestRoom);
-    WChar buffer[largestRoom];
-    platform::ReadProfileText(m_path, m_section, key, QD_W(""), buffer, room);
-    return MadeOf(buffer);
+    platform::ReadProfileText(m_path, m_section, key, QD_W(""), text, room);
 }

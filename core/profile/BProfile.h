@@ -68,7 +68,7 @@ public:
 private:
     void CheckMode() const;
     /// The start of the value under `key`, up to `room` - 1 units; empty when there is none.
-    [[nodiscard]] WString ReadShort(const WString& key, std::size_t room) const;
+    void ReadShort(const WString& key, WChar* text, std::size_t room) const;
 
     WString m_path;
     WString m_section;

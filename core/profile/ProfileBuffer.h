@@ -2,6 +2,7 @@
 
 #include "core/platform/WChar.h"
 
+#include <cassert>
 #include <cstddef>
 #include <vector>
 
@@ -14,20 +15,29 @@ public:
     template <class Read>
     ProfileBuffer(std::size_t extraRoom, Read read)
     {
-        constexpr std::size_t step = 512, largest = 32768;
-        for (std::size_t room = step;; room += step) {
+        assert(extraRoom <= kMostExtraRoom);
+        std::size_t room = kStep;
+        m_length = read(m_first, room + extraRoom);
+        while (m_length + 1 >= room && room != kLargest) {
+            room += kStep;
             m_units.resize(room + extraRoom);
             m_length = read(m_units.data(), m_units.size());
-            if (m_length + 1 < room || room == largest)
-                break;
         }
     }
+    ProfileBuffer(const ProfileBuffer&) = delete;
+    ProfileBuffer& operator=(const ProfileBuffer&) = delete;
 
     /// The text, ended by a 0; a list has a 0 behind each text, too.
-    [[nodiscard]] const WChar* Text() const noexcept { return m_units.data(); }
+    [[nodiscard]] const WChar* Text() const noexcept
+    {
+        return m_units.empty() ? m_first : m_units.data();
+    }
     [[nodiscard]] std::size_t Length() const noexcept { return m_length; }
 
 private:
-    std::vector<WChar> m_units;
+    static constexpr std::size_t kStep = 512, kLargest = 32768, kMostExtraRoom = 1;
+
+    WChar m_first[kStep + kMostExtraRoom]; // most texts take no memory
+    std::vector<WChar> m_units;            // for one that is longer
     std::size_t m_length = 0;
 };

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <iterator>
 #include <utility>
 
 // The text is kept as it was read, and a change replaces units in the middle of it. A tree of
@@ -35,6 +36,12 @@ constexpr bool IsLineEnd(Unit unit)
     return unit == Unit('\n') || unit == Unit('\r');
 }
 
+template <class Unit, class IsEnd>
+std::size_t LengthUntil(std::basic_string_view<Unit> text, IsEnd isEnd)
+{
+    return static_cast<std::size_t>(std::ranges::find_if(text, isEnd) - text.begin());
+}
+
 template <class Unit>
 std::basic_string_view<Unit> TrimLeft(std::basic_string_view<Unit> text)
 {
@@ -58,15 +65,22 @@ std::basic_string_view<Unit> TrimName(std::basic_string_view<Unit> text)
     return Trim(text.substr(0, text.find(Unit(0))));
 }
 
-WideText Widen(WideView text)
+// Into the room of as many units as `text` has; the result is the length.
+std::size_t Widen(WideView text, WChar* wide)
 {
-    return WideText(text);
+    return text.copy(wide, text.size());
 }
 
-WideText Widen(std::string_view text)
+std::size_t Widen(std::string_view text, WChar* wide)
+{
+    return AnsiToWide(text.data(), text.size(), wide, text.size());
+}
+
+template <class Unit>
+WideText Widen(std::basic_string_view<Unit> text)
 {
     WideText wide(text.size(), 0);
-    wide.resize(AnsiToWide(text.data(), text.size(), wide.data(), wide.size()));
+    wide.resize(Widen(text, wide.data()));
     return wide;
 }
 
@@ -89,14 +103,44 @@ std::basic_string<Unit> Narrow(WideView text)
     return narrowed;
 }
 
-// Names are folded from their wide form whatever the file's, so that a key is the same one in both.
-template <class Unit>
-WideText Fold(std::basic_string_view<Unit> name)
+// A name as names are compared: folded, and from its wide form whatever the file's, so that a key
+// is the same one in both. Most are short and take no memory.
+class FoldedName {
+public:
+    template <class Unit>
+    explicit FoldedName(std::basic_string_view<Unit> name)
+    {
+        if (name.size() > std::size(m_short))
+            m_long.resize(name.size());
+        WChar* const units = m_long.empty() ? m_short : m_long.data();
+        m_units = WideView(units, Widen(name, units));
+        std::ranges::transform(m_units, units, FoldCase);
+    }
+    FoldedName(const FoldedName&) = delete;
+    FoldedName& operator=(const FoldedName&) = delete;
+
+    operator WideView() const noexcept { return m_units; }
+
+private:
+    WChar m_short[64];
+    WideText m_long;
+    WideView m_units; // in one of the two
+};
+
+// Compares blocks of memory, where the view's own operator goes unit by unit.
+bool IsEqual(WideView a, WideView b)
 {
-    WideText folded = Widen(name);
-    for (WChar& unit : folded)
-        unit = FoldCase(unit);
-    return folded;
+    return std::ranges::equal(a, b);
+}
+
+bool IsSame(WideView name, WideView foldedName)
+{
+    return std::ranges::equal(name, foldedName, {}, FoldCase);
+}
+
+bool IsSame(std::string_view name, WideView foldedName)
+{
+    return IsEqual(FoldedName(name), foldedName);
 }
 
 std::uint32_t HashOf(WideView foldedName)
@@ -129,18 +173,18 @@ IniText<Unit>::IniText(Text text)
 template <class Unit>
 std::optional<WideText> IniText<Unit>::Find(WideView section, WideView key) const
 {
-    const std::uint32_t found = FindKey(FindSection(Fold(Trim(section))), Fold(Trim(key)));
+    const std::uint32_t found = FindKey(FindSection(section), key);
     if (found == kNone)
         return std::nullopt;
-    const Line line = LineAt(m_keys[found].begin);
-    return line.hasValue ? std::optional(Widen(line.value)) : std::nullopt;
+    const std::optional<View> value = ValueAt(m_keys[found].begin);
+    return value ? std::optional(Widen(*value)) : std::nullopt;
 }
 
 template <class Unit>
 std::optional<WideText> IniText<Unit>::Keys(WideView section, std::size_t enough) const
 {
     return List(section, enough, [](const Line& line, WideText& list) {
-        if (line.hasValue)
+        if (line.value)
             list.append(Widen(line.name)).push_back(0);
     });
 }
@@ -150,8 +194,8 @@ std::optional<WideText> IniText<Unit>::Lines(WideView section, std::size_t enoug
 {
     return List(section, enough, [](const Line& line, WideText& list) {
         list += Widen(line.name);
-        if (line.hasValue)
-            list.append(1, u'=').append(Widen(line.value));
+        if (line.value)
+            list.append(1, u'=').append(Widen(*line.value));
         list.push_back(0);
     });
 }
@@ -171,10 +215,11 @@ WideText IniText<Unit>::Sections(std::size_t enough) const
 template <class Unit>
 bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
 {
+    m_kept = m_text.size();
     const Text written = Narrow<Unit>(TrimLeft(value));
     Text name = Narrow<Unit>(Trim(key));
-    const std::uint32_t inSection = FindSection(Fold(Trim(section)));
-    const std::uint32_t found = FindKey(inSection, Fold(Trim(key)));
+    const std::uint32_t inSection = FindSection(section);
+    const std::uint32_t found = FindKey(inSection, key);
     if (found == kNone) {
         const Text line = name + Unit('=') + written + LineEnd<Unit>();
         if (inSection != kNone)
@@ -186,7 +231,7 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
     const std::size_t begin = m_keys[found].begin;
     const Line old = LineAt(begin);
     // The file need not be written for what it holds already.
-    if (old.hasValue && old.value == written)
+    if (old.value == View(written))
         return false;
     // The line keeps the spelling of its name and its line end, but not the blanks around "=".
     name = old.name;
@@ -201,7 +246,7 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
 template <class Unit>
 bool IniText<Unit>::RemoveKey(WideView section, WideView key)
 {
-    const std::uint32_t found = FindKey(FindSection(Fold(Trim(section))), Fold(Trim(key)));
+    const std::uint32_t found = FindKey(FindSection(section), key);
     if (found == kNone)
         return false;
     const std::size_t begin = m_keys[found].begin;
@@ -211,7 +256,7 @@ bool IniText<Unit>::RemoveKey(WideView section, WideView key)
 template <class Unit>
 bool IniText<Unit>::RemoveSection(WideView section)
 {
-    const std::uint32_t found = FindSection(Fold(Trim(section)));
+    const std::uint32_t found = FindSection(section);
     return found != kNone && Remove(m_sections[found], SectionEnd(found));
 }
 
@@ -222,15 +267,22 @@ void IniText<Unit>::Index()
     m_keys.clear();
     m_sectionIndex.Clear();
     m_keyIndex.Clear();
+    m_lastSection.number = kNone;
+    IndexFrom(0);
+}
+
+template <class Unit>
+void IniText<Unit>::IndexFrom(std::size_t begin)
+{
     // Keys before the first section, and those of a section whose name was there before, are found
     // by nobody and so not indexed.
     std::uint32_t section = kNone;
-    for (std::size_t begin = 0; begin < m_text.size();) {
+    while (begin < m_text.size()) {
         const Line line = LineAt(begin);
         if (line.kind == EKind::Section) {
-            section = AddSection(Fold(line.name), begin);
+            section = AddSection(FoldedName(line.name), begin);
         } else if (line.kind == EKind::Key && section != kNone) {
-            AddKey(section, Fold(line.name), begin);
+            AddKey(section, FoldedName(line.name), begin);
         }
         begin = line.next;
     }
@@ -244,72 +296,91 @@ auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
 {
     assert(begin <= m_text.size());
     Line line;
-    line.end = begin;
-    while (line.end < m_text.size() && !IsLineEnd(m_text[line.end]))
-        ++line.end;
+    line.end = begin + LengthUntil(View(m_text).substr(begin), IsLineEnd<Unit>);
     const View end = View(m_text).substr(line.end, 2);
     const bool isPair = end.size() == 2 && end[0] == Unit('\r') && end[1] == Unit('\n');
     line.next = line.end + (isPair ? 2 : std::min<std::size_t>(end.size(), 1));
     const View text = Trim(View(m_text).substr(begin, line.end - begin));
     if (text.empty() || text.front() == Unit(0))
         return line;
-    line.kind = text.front() == Unit(';') ? EKind::Comment : EKind::Key;
     const std::size_t close = text.front() == Unit('[') ? text.rfind(Unit(']')) : View::npos;
     if (close != View::npos) {
         line.kind = EKind::Section;
         line.name = TrimName(text.substr(1, close - 1));
-    } else if (line.kind == EKind::Key) {
-        const std::size_t equals = text.find(Unit('='));
-        line.name = TrimName(text.substr(0, equals));
-        line.hasValue = equals != View::npos;
-        if (line.hasValue)
-            line.value = TrimName(text.substr(equals + 1));
+    } else if (text.front() == Unit(';')) {
+        line.kind = EKind::Comment;
+    } else {
+        line.kind = EKind::Key;
+        line.name = KeyAt(begin);
+        line.value = ValueAt(begin);
     }
     return line;
 }
 
 template <class Unit>
-bool IniText<Unit>::IsNamed(std::size_t begin, const WideText& foldedName) const
+auto IniText<Unit>::KeyAt(std::size_t begin) const noexcept -> View
 {
-    return Fold(LineAt(begin).name) == foldedName;
+    const View rest = View(m_text).substr(begin);
+    return Trim(rest.substr(0, LengthUntil(rest, [](Unit unit) {
+                                return unit == Unit('=') || unit == Unit(0) || IsLineEnd(unit);
+                            })));
 }
 
 template <class Unit>
-auto IniText<Unit>::IsSection(const WideText& foldedName) const
+auto IniText<Unit>::ValueAt(std::size_t begin) const noexcept -> std::optional<View>
 {
-    return [this, &foldedName](const Slot& slot) {
-        return IsNamed(m_sections[slot.number], foldedName);
+    const View rest = View(m_text).substr(begin);
+    const std::size_t equals =
+        LengthUntil(rest, [](Unit unit) { return unit == Unit('=') || IsLineEnd(unit); });
+    if (equals == rest.size() || rest[equals] != Unit('='))
+        return std::nullopt;
+    const View value = rest.substr(equals + 1);
+    return Trim(value.substr(
+        0, LengthUntil(value, [](Unit unit) { return unit == Unit(0) || IsLineEnd(unit); })));
+}
+
+template <class Unit>
+auto IniText<Unit>::IsSection(WideView foldedName) const
+{
+    return [this, foldedName](const Slot& slot) {
+        return IsSame(LineAt(m_sections[slot.number]).name, foldedName);
     };
 }
 
 template <class Unit>
-auto IniText<Unit>::IsKey(std::uint32_t section, const WideText& foldedName) const
+auto IniText<Unit>::IsKey(std::uint32_t section, WideView foldedName) const
 {
-    return [this, section, &foldedName](const Slot& slot) {
+    return [this, section, foldedName](const Slot& slot) {
         const Key& key = m_keys[slot.number];
-        return key.section == section && IsNamed(key.begin, foldedName);
+        return key.section == section && IsSame(KeyAt(key.begin), foldedName);
     };
 }
 
 template <class Unit>
-std::uint32_t IniText<Unit>::FindSection(const WideText& foldedName) const
+std::uint32_t IniText<Unit>::FindSection(WideView name) const
 {
+    if (m_lastSection.number != kNone && IsEqual(m_lastSection.name, name))
+        return m_lastSection.number;
+    const FoldedName foldedName(Trim(name));
     const Slot* const slot = m_sectionIndex.Find(HashOf(foldedName), IsSection(foldedName));
-    return slot != nullptr ? slot->number : kNone;
+    m_lastSection.number = kNone;
+    m_lastSection.name = name;
+    return m_lastSection.number = slot != nullptr ? slot->number : kNone;
 }
 
 template <class Unit>
-std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, const WideText& foldedName) const
+std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
 {
     if (section == kNone)
         return kNone;
+    const FoldedName foldedName(Trim(name));
     const Slot* const slot =
         m_keyIndex.Find(HashOf(foldedName, section), IsKey(section, foldedName));
     return slot != nullptr ? slot->number : kNone;
 }
 
 template <class Unit>
-std::uint32_t IniText<Unit>::AddSection(const WideText& foldedName, std::size_t begin)
+std::uint32_t IniText<Unit>::AddSection(WideView foldedName, std::size_t begin)
 {
     const std::uint32_t hash = HashOf(foldedName);
     Slot& slot = m_sectionIndex.FindOrFree(hash, IsSection(foldedName));
@@ -323,7 +394,7 @@ std::uint32_t IniText<Unit>::AddSection(const WideText& foldedName, std::size_t 
 }
 
 template <class Unit>
-void IniText<Unit>::AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin)
+void IniText<Unit>::AddKey(std::uint32_t section, WideView foldedName, std::size_t begin)
 {
     assert(section < m_sections.size());
     const std::uint32_t hash = HashOf(foldedName, section);
@@ -360,7 +431,7 @@ std::optional<WideText> IniText<Unit>::List(
     WideView section, std::size_t enough,
     const std::function<void(const Line&, WideText&)>& append) const
 {
-    const std::uint32_t found = FindSection(Fold(Trim(section)));
+    const std::uint32_t found = FindSection(section);
     if (found == kNone)
         return std::nullopt;
     WideText list;
@@ -380,7 +451,10 @@ template <class Unit>
 void IniText<Unit>::Replace(std::size_t begin, std::size_t count, const Text& by)
 {
     assert(begin <= m_text.size() && count <= m_text.size() - begin);
+    m_kept = std::min(m_kept, begin);
     m_text.replace(begin, count, by);
+    if (begin + by.size() == m_text.size())
+        return; // nothing stands behind, which lets a profile of many keys be filled in linear time
     const auto end = static_cast<std::uint32_t>(begin + count);
     const auto growth = static_cast<std::uint32_t>(by.size() - count); // modulo 2^32
     for (std::uint32_t& section : m_sections) {
@@ -407,12 +481,12 @@ void IniText<Unit>::InsertKey(std::uint32_t section, const Text& key, const Text
     std::size_t place = PlaceForKey(section);
     // The last line of a text may lack its end, and the key would become a part of it.
     if (!IsLineEnd(m_text[place - 1])) {
-        m_text += LineEnd<Unit>();
+        Replace(m_text.size(), 0, LineEnd<Unit>());
         place = m_text.size();
     }
     Replace(place, 0, line);
     if (ReadsAs(place, key, line.size()))
-        AddKey(section, Fold(View(key)), place);
+        AddKey(section, FoldedName(View(key)), place);
     else
         Index();
 }
@@ -421,10 +495,14 @@ template <class Unit>
 void IniText<Unit>::AppendSection(WideView name, const Text& line)
 {
     if (!m_text.empty() && !IsLineEnd(m_text.back()))
-        m_text += LineEnd<Unit>();
-    m_text.append(1, Unit('[')).append(Narrow<Unit>(name)).append(1, Unit(']'));
-    m_text.append(LineEnd<Unit>()).append(line);
-    Index();
+        Replace(m_text.size(), 0, LineEnd<Unit>());
+    const std::size_t begin = m_text.size();
+    Replace(begin, 0, Unit('[') + Narrow<Unit>(name) + Unit(']') + LineEnd<Unit>() + line);
+    // A name with a line end in it begins with another line than its own.
+    if (LineAt(begin).kind == EKind::Section)
+        IndexFrom(begin);
+    else
+        Index();
 }
 
 // Numbers of later keys change, so everything is indexed again; the text behind moves anyway.
@@ -432,6 +510,7 @@ template <class Unit>
 bool IniText<Unit>::Remove(std::size_t begin, std::size_t end)
 {
     assert(begin <= end && end <= m_text.size());
+    m_kept = begin;
     m_text.erase(begin, end - begin);
     Index();
     return begin != end;

@@ -27,6 +27,7 @@ namespace platform {
 /// line that begins with one is nothing. What stands before the first section belongs to none.
 /// Names go without regard to case; of equal ones the first counts. `Unit` is WChar, or char for
 /// text in the ANSI code page. Time is linear in the text, and the index takes a few bytes a name.
+/// One thread at a time, also to read.
 template <class Unit>
 class IniText {
 public:
@@ -54,14 +55,17 @@ public:
     bool RemoveKey(WideView section, WideView key);
     bool RemoveSection(WideView section);
 
+    /// How many units at the front the last change left as they were.
+    [[nodiscard]] std::size_t Kept() const noexcept { return m_kept; }
+
 private:
     enum class EKind { Blank, Comment, Section, Key };
     struct Line {
         std::size_t end = 0;  // where its line end begins
         std::size_t next = 0; // where the next line begins
         EKind kind = EKind::Blank;
-        bool hasValue = false;
-        View name, value;
+        View name;
+        std::optional<View> value;
     };
     struct Key {
         std::uint32_t section;
@@ -81,16 +85,20 @@ private:
     };
 
     void Index();
+    // What begins at `begin`, which is in no section that counts.
+    void IndexFrom(std::size_t begin);
     [[nodiscard]] Line LineAt(std::size_t begin) const noexcept;
-    [[nodiscard]] bool IsNamed(std::size_t begin, const WideText& foldedName) const;
-    [[nodiscard]] auto IsSection(const WideText& foldedName) const;
-    [[nodiscard]] auto IsKey(std::uint32_t section, const WideText& foldedName) const;
-    [[nodiscard]] std::uint32_t FindSection(const WideText& foldedName) const;
-    [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, const WideText& foldedName) const;
+    // The name and the value on a line that is a key's.
+    [[nodiscard]] View KeyAt(std::size_t begin) const noexcept;
+    [[nodiscard]] std::optional<View> ValueAt(std::size_t begin) const noexcept;
+    [[nodiscard]] auto IsSection(WideView foldedName) const;
+    [[nodiscard]] auto IsKey(std::uint32_t section, WideView foldedName) const;
+    [[nodiscard]] std::uint32_t FindSection(WideView name) const;
+    [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, WideView name) const;
     // The number of the section, none when its name was there before: its keys do not count.
-    std::uint32_t AddSection(const WideText& foldedName, std::size_t begin);
+    std::uint32_t AddSection(WideView foldedName, std::size_t begin);
     // Nothing when the section has such a key.
-    void AddKey(std::uint32_t section, const WideText& foldedName, std::size_t begin);
+    void AddKey(std::uint32_t section, WideView foldedName, std::size_t begin);
     [[nodiscard]] std::size_t SectionEnd(std::uint32_t section) const noexcept;
     [[nodiscard]] std::size_t PlaceForKey(std::uint32_t section) const;
     [[nodiscard]] std::optional<WideText> List(
@@ -104,9 +112,15 @@ private:
     bool Remove(std::size_t begin, std::size_t end);
 
     Text m_text;
+    std::size_t m_kept = 0;
     std::vector<std::uint32_t> m_sections; // where each begins, in the order of the text
     std::vector<Key> m_keys; // the first of each name in the first section of each name
     platform::ProbeTable<Slot> m_sectionIndex, m_keyIndex;
+    // What was asked for last, as programs ask for many keys of one section in turn.
+    mutable struct {
+        WideText name;
+        std::uint32_t number = kNone;
+    } m_lastSection;
 };
 
 extern template class IniText<char>;

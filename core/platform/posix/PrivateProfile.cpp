@@ -1,5 +1,6 @@
 #include "core/platform/PrivateProfile.h"
 
+#include "core/platform/CharClass.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/NativePath.h"
 #include "core/platform/posix/ProfileBlock.h"
@@ -41,6 +42,11 @@ namespace {
 
 using ELoad = ProfileFile::ELoad;
 
+WideView ViewOf(const WChar* text)
+{
+    return {text, Length(text)};
+}
+
 // What `read` gives for the profile's text; none when there is no profile, or too little memory.
 template <class Read>
 std::optional<WideText> FromProfile(const WChar* path, Read read) noexcept
@@ -48,7 +54,7 @@ try {
     ProfileCache& files = ProfileCache::Instance();
     const std::unique_lock lock = files.Lock();
     ELoad state = ELoad::Missing;
-    ProfileFile* const profile = files.Get(path, state);
+    ProfileFile* const profile = files.Get(ViewOf(path), state);
     if (profile == nullptr)
         return std::nullopt;
     return std::visit(read, std::as_const(profile->Content()));
@@ -118,7 +124,8 @@ std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar
                             const WChar* fallback, WChar* buffer, std::size_t room) noexcept
 {
     const std::optional<WideText> found = FromProfile(path, [&](const auto& text) {
-        return key != nullptr ? text.Find(section, key) : text.Keys(section, room);
+        return key != nullptr ? text.Find(ViewOf(section), ViewOf(key))
+                              : text.Keys(ViewOf(section), room);
     });
     if (!found)
         return CopyText(WithoutTrailingBlanks(fallback), buffer, room);

@@ -44,9 +44,9 @@ unsigned DigitValue(char16_t unit) noexcept
     // Thai, Lao, Tibetan, Burmese, Khmer, Mongolian and full-width digits.
     constexpr char16_t kZeros[] = {0x660, 0x6F0, 0x966, 0x9E6, 0xA66,  0xAE6,  0xB66,  0xC66, 0xCE6,
                                    0xD66, 0xE50, 0xED0, 0xF20, 0x1040, 0x17E0, 0x1810, 0xFF10};
-    const char16_t* const above = std::upper_bound(std::begin(kZeros), std::end(kZeros), unit);
-    if (above == std::begin(kZeros))
+    if (unit < kZeros[0])
         return kNoDigit;
+    const char16_t* const above = std::upper_bound(std::begin(kZeros), std::end(kZeros), unit);
     const unsigned value = unit - unsigned{above[-1]};
     return value < 10 ? value : kNoDigit;
 }
