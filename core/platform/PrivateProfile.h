@@ -53,11 +53,11 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 ///
 /// What a writer answers tells whether the file holds the change; it is false when the others let
 /// the profile go for no 10 seconds, and when the file could not be read, which then stays as it
-/// is. Off Windows each change replaces the file whole, so that
-/// readers see the old or the new one also when the process dies (not when the power fails): it
-/// keeps owner and permissions, a link keeps leading to it, and a read-only file is refused. Only
-/// where no file can be made beside it or moved over it, it is written in place; a crash meanwhile
-/// leaves it damaged.
+/// is. Off Windows readers see the old content or the new one also when the process dies (not when
+/// the power fails): a change replaces the file whole, or adds to its end in one step that nobody
+/// sees a part of. It keeps owner and permissions, a link keeps leading to it, another name of the
+/// file keeps the old content, and a read-only file is refused. Only where no file can be made
+/// beside it or moved over it, it is written in place; a crash meanwhile leaves it damaged.
 class ProfileUpdate {
 public:
     explicit ProfileUpdate(const WChar* path) noexcept;

@@ -12,7 +12,9 @@
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
-#include <optional>
+#include <iterator>
+#include <sys/statfs.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 #include <utility>
 
@@ -24,6 +26,13 @@
 // killed meanwhile, finds the old content or the new one. The disk is not waited for: Windows does
 // not either, and a program that saves a hundred settings would take seconds. When the power fails,
 // the last changes may be gone, or the whole file on file systems that move before they write.
+//
+// A program that fills a profile with its defaults would so write the file as often as it has keys.
+// But the new key stands at the end, and one `write` that stays within a page of memory keeps the
+// same promise: the kernel copies the bytes, then shows the new size, and looks only between pages
+// whether the process is to die. So a change at the end is appended but for each hundredth, which
+// begins a page, and there only to a file that has no second name (a backup may share it) and on
+// file systems that are known to write this way.
 //
 // Reading a file again for each value would cost a hundred times as much as asking whether it is
 // still the same. Its stamp tells that, but for one gap: a second change within one tick of the
@@ -47,6 +56,34 @@ timespec Now()
     timespec now = {};
     ::clock_gettime(CLOCK_REALTIME, &now);
     return now;
+}
+
+// Whether the file system is one of this machine that goes by the kernel's own pages and clock:
+// ext2 to ext4, XFS, Btrfs, tmpfs.
+bool IsOrdinary(int file)
+{
+    constexpr std::uint32_t ordinary[] = {0xEF53, 0x58465342, 0x9123683E, 0x01021994};
+    struct statfs status = {};
+    return ::fstatfs(file, &status) == 0 &&
+           std::ranges::find(ordinary, static_cast<std::uint32_t>(status.f_type)) !=
+               std::end(ordinary);
+}
+
+bool HasMultigrainTimes()
+{
+    struct utsname kernel = {};
+    int version = 0, revision = 0;
+    return ::uname(&kernel) == 0 &&
+           std::sscanf(kernel.release, "%d.%d", &version, &revision) == 2 &&
+           (version > 6 || (version == 6 && revision >= 13));
+}
+
+// Whether each later change will show in the times of a file that was asked for them. Those of old
+// ext file systems have whole seconds all the same.
+bool ShowsEachChange(int file, const FileStamp& stamp)
+{
+    static const bool hasMultigrainTimes = HasMultigrainTimes();
+    return hasMultigrainTimes && stamp.changed % kSecond != 0 && IsOrdinary(file);
 }
 
 void SwapBytes(WideText& units)
@@ -73,9 +110,31 @@ std::optional<std::string> ReadAll(int file, std::size_t size)
     return bytes;
 }
 
-bool WriteBytes(std::FILE* stream, const void* data, std::size_t size)
+// What is parsed already is not parsed again: a young file is read for each value.
+template <class Unit>
+void Put(ProfileFile::Text& text, std::basic_string<Unit> units)
 {
-    return std::fwrite(data, 1, size, stream) == size;
+    const auto* const parsed = std::get_if<IniText<Unit>>(&text);
+    if (parsed == nullptr || parsed->Whole() != units)
+        text.emplace<IniText<Unit>>(std::move(units));
+}
+
+// A time of its own, finer than the system's ticks: no later change shows the same. Good to give a
+// file that was just written.
+timespec GiveExactTime(int file)
+{
+    const timespec now = Now();
+    const timespec times[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, now};
+    ::futimens(file, times);
+    return now;
+}
+
+// Whether `size` more bytes at the end of the file can be written so that nobody sees a part.
+bool CanAppend(int file, const struct stat& status, std::size_t size)
+{
+    constexpr off_t page = 4096; // where pages are larger, too
+    return status.st_nlink == 1 && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
+           size <= static_cast<std::size_t>(page - status.st_size % page) && IsOrdinary(file);
 }
 
 } // namespace
@@ -106,21 +165,25 @@ ProfileFile::ProfileFile(WideView path)
 ProfileFile::ELoad ProfileFile::Refresh()
 {
     const ELoad state = IsCurrent() ? ELoad::Loaded : Load();
-    if (state == ELoad::Missing)
+    if (state == ELoad::Missing) {
+        m_stamp = FileStamp();
         Parse(std::string());
+    }
     return state;
 }
 
 bool ProfileFile::Save()
 {
+    if (const std::optional<bool> isAppended = Append())
+        return *isAppended;
     FileReplacement replacement(m_path.c_str(), FileReplacement::ESync::No);
     std::FILE* const stream = replacement.Stream();
-    if (stream == nullptr || !Write(stream) || std::fflush(stream) != 0)
+    const std::optional<std::string> bytes = Bytes(0);
+    if (stream == nullptr || !bytes ||
+        std::fwrite(bytes->data(), 1, bytes->size(), stream) != bytes->size() ||
+        std::fflush(stream) != 0)
         return false;
-    // A time of its own, finer than the system's ticks: no later change shows the same.
-    const timespec now = Now();
-    const timespec times[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, now};
-    ::futimens(::fileno(stream), times);
+    const timespec now = GiveExactTime(::fileno(stream));
     struct stat status = {};
     if (!replacement.Commit())
         return false;
@@ -157,7 +220,8 @@ ProfileFile::ELoad ProfileFile::Load()
         return ELoad::Failed;
     m_stamp = FileStamp(before);
     // One that somebody else wrote over while it was read may be half of each: read it again.
-    m_isSettled = m_stamp == FileStamp(after) && m_stamp.IsSettled();
+    m_isSettled = m_stamp == FileStamp(after) &&
+                  (m_stamp.IsSettled() || ShowsEachChange(file.Get(), m_stamp));
     Parse(std::move(*bytes));
     return ELoad::Loaded;
 }
@@ -168,7 +232,7 @@ void ProfileFile::Parse(std::string bytes)
                  : bytes.starts_with(kUtf16BigMark) ? EEncoding::Utf16Big
                                                     : EEncoding::Ansi;
     if (m_encoding == EEncoding::Ansi) {
-        m_text.emplace<0>(std::move(bytes));
+        Put(m_text, std::move(bytes));
         return;
     }
     // An odd last byte is none.
@@ -177,27 +241,53 @@ void ProfileFile::Parse(std::string bytes)
                kUtf16Mark.size());
     if (m_encoding == EEncoding::Utf16Big)
         SwapBytes(units);
-    m_text.emplace<1>(std::move(units));
+    Put(m_text, std::move(units));
 }
 
-bool ProfileFile::Write(std::FILE* stream) const
+std::optional<std::string> ProfileFile::Bytes(std::size_t from) const
 {
     const auto length = [](const auto& text) { return text.Whole().size(); };
     if (std::visit(length, m_text) > IniText<char>::kMostUnits)
+        return std::nullopt;
+    if (m_encoding == EEncoding::Ansi)
+        return std::get<0>(m_text).Whole().substr(from);
+    WideText units = std::get<1>(m_text).Whole().substr(from);
+    if (m_encoding == EEncoding::Utf16Big)
+        SwapBytes(units);
+    const std::string_view mark = m_encoding == EEncoding::Utf16Big ? kUtf16BigMark : kUtf16Mark;
+    const std::string_view body(reinterpret_cast<const char*>(units.data()),
+                                units.size() * sizeof(WChar));
+    std::string bytes;
+    bytes.reserve(mark.size() + body.size());
+    return bytes.append(from == 0 ? mark : std::string_view()).append(body);
+}
+
+std::optional<bool> ProfileFile::Append()
+{
+    const std::size_t kept = std::visit([](const auto& text) { return text.Kept(); }, m_text);
+    const std::size_t keptSize =
+        m_encoding == EEncoding::Ansi ? kept : kUtf16Mark.size() + kept * sizeof(WChar);
+    if (kept == 0 || static_cast<off_t>(keptSize) != m_stamp.size)
+        return std::nullopt;
+    const std::optional<std::string> tail = Bytes(kept);
+    const Descriptor file(
+        ::open(m_nativePath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    struct stat status = {};
+    if (!tail || !file.IsOpen() || ::fstat(file.Get(), &status) != 0 ||
+        FileStamp(status) != m_stamp || !CanAppend(file.Get(), status, tail->size()))
+        return std::nullopt;
+    const ssize_t written = ::write(file.Get(), tail->data(), tail->size());
+    if (written != static_cast<ssize_t>(tail->size())) {
+        // What a full disk took of it goes again.
+        [[maybe_unused]] const int isCut = written > 0 ? ::ftruncate(file.Get(), m_stamp.size) : 0;
         return false;
-    if (m_encoding == EEncoding::Ansi) {
-        const std::string& text = std::get<0>(m_text).Whole();
-        return WriteBytes(stream, text.data(), text.size());
     }
-    const WideText& units = std::get<1>(m_text).Whole();
-    const std::size_t size = units.size() * sizeof(WChar);
-    if (m_encoding == EEncoding::Utf16Little)
-        return WriteBytes(stream, kUtf16Mark.data(), kUtf16Mark.size()) &&
-               WriteBytes(stream, units.data(), size);
-    WideText swapped = units;
-    SwapBytes(swapped);
-    return WriteBytes(stream, kUtf16BigMark.data(), kUtf16BigMark.size()) &&
-           WriteBytes(stream, swapped.data(), size);
+    const timespec now = GiveExactTime(file.Get());
+    m_isSettled = ::fstat(file.Get(), &status) == 0 &&
+                  Nanoseconds(status.st_mtim) == Nanoseconds(now) &&
+                  status.st_size == m_stamp.size + written;
+    m_stamp = FileStamp(status);
+    return true;
 }
 
 } // namespace platform

@@ -3,8 +3,9 @@
 #include "core/platform/WideText.h"
 #include "core/platform/posix/IniText.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -37,6 +38,8 @@ public:
 
     explicit ProfileFile(WideView path);
 
+    /// Whether the file is known to be as it was.
+    [[nodiscard]] bool IsCurrent() const noexcept;
     /// Reads the file, unless it is known to be as it was.
     ELoad Refresh();
     /// Puts the text in place of the file's whole content. False when that fails: the file then
@@ -50,10 +53,13 @@ public:
 private:
     enum class EEncoding { Ansi, Utf16Little, Utf16Big };
 
-    [[nodiscard]] bool IsCurrent() const noexcept;
     [[nodiscard]] ELoad Load();
     void Parse(std::string bytes);
-    [[nodiscard]] bool Write(std::FILE* stream) const;
+    /// The file's content from the unit `from` of the text on, the byte-order mark before the
+    /// first; none when there is too much of it.
+    [[nodiscard]] std::optional<std::string> Bytes(std::size_t from) const;
+    /// Whether the change was written behind the file's content; none when that is not the way.
+    [[nodiscard]] std::optional<bool> Append();
 
     WideText m_path; // as callers name it
     std::string m_nativePath;

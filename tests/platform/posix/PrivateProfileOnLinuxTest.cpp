@@ -2,13 +2,17 @@
 
 #include "tests/FileBytes.h"
 #include "tests/Process.h"
+#include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <fstream>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
