@@ -279,7 +279,6 @@ TEST_F(LanguageFile, KeepsWhatIsGoodOfABrokenFile)
         const WChar *key, *text;
     } cases[] = {
         {"two marks", kMark + kMark + good + later, 1, QD_W("$B"), QD_W("Ciao")},
-        {"narrow", "$A\tHello\tHallo\r\n$B\tBye\tCiao\r\n", 0, QD_W("$A"), kNone},
         {"open quote", kMark + good + units("$B\t\"Bye\tCiao\r\n$C\tx\ty\r\n"), 2, QD_W("$B"),
          QD_W("Bye\tCiao\n$C\tx\ty\n")},
         {"U+FFFF", kMark + Units(QD_W("$A\t\tx\xFFFFy\n")) + later, 2, QD_W("$A"), QD_W("x")},

@@ -1,6 +1,5 @@
 #include "core/profile/BIniProfile.h"
 
-#include "core/base/BString.h"
 #include "core/profile/BProfile.h"
 
 #include "tests/FileBytes.h"

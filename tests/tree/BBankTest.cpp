@@ -64,10 +64,6 @@ TEST(BBank, ContainersAreMadeAsFarAsTheyAreMissing)
     BBank nowhere(nullptr);
     EXPECT_FALSE(nowhere.ExistsContainer(QD_W("//")) || nowhere.Container(QD_W("a")) != nullptr);
     EXPECT_TRUE(nowhere.Node(QD_W("//")) == nullptr && nowhere.Path(b).IsEmpty());
-    nowhere = bank;
-    const BBank moved = std::move(bank);
-    EXPECT_EQ(nowhere.Container(QD_W("a/b")), b);
-    EXPECT_EQ(bank.Root(), moved.Root()) << "a bank that was moved from keeps its root";
 }
 
 TEST(BBank, NodesToFillAreMadeBelowNodesWithoutAnObject)

@@ -118,9 +118,8 @@ TEST_F(BVisitorTest, InactiveNodesAreVisitedOnRequest)
     EXPECT_EQ(Calls(&BNode::Traverse, *m_s), "<S S o <A A - <A1 A1 o > > <B B - > > ");
     EXPECT_EQ(Calls(&BNode::TraverseObjects, *m_a), "- o ");
 
-    const WritingVisitor copy = *m_visitor;
-    EXPECT_TRUE(copy.VisitInactiveNodes());
-    EXPECT_EQ(copy.GetTraversionMode(), BVisitor::TraverseDefault);
+    EXPECT_TRUE(m_visitor->VisitInactiveNodes());
+    EXPECT_EQ(m_visitor->GetTraversionMode(), BVisitor::TraverseDefault);
     m_visitor->VisitInactiveNodes(false);
     EXPECT_EQ(Calls(&BNode::Traverse, *m_a), "");
     constexpr BVisitor::TRAVERSIONMODE own{7};
