@@ -35,6 +35,44 @@ std::u16string Read(const WString& path, const WChar* section, const WChar* key)
 
 } // namespace
 
+TEST(PrivateProfileOnLinux, AddsToTheFileItselfUnlessSomebodyCouldSeeAPart)
+{
+    struct Case {
+        std::size_t size; // of the file before
+        bool hasOtherName, isAdded;
+    };
+    const Case cases[] = {
+        {100, false, true},   {4091, false, true}, // up to the page's end
+        {4092, false, false},                      // across it
+        {4096, false, true},  {100, true, false},  // another name keeps the old content
+    };
+    constexpr std::size_t least = std::string_view("[S]\r\nk=\r\n").size();
+    const std::string usual = fs::temp_directory_path();
+    ::setenv("TMPDIR", "/dev/shm", 1); // where the file system is known
+    const TemporaryFolder folder;
+    ::setenv("TMPDIR", usual.c_str(), 1);
+    const auto path = folder / "p.ini", other = folder / "other";
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.size);
+        const std::string before = "[S]\r\nk=" + std::string(c.size - least, 'x') + "\r\n";
+        WriteFileBytes(path, before);
+        if (c.hasOtherName)
+            fs::create_hard_link(path, other);
+        const std::ifstream held(path); // so that no new file gets the number of this one
+        struct stat first = {}, then = {};
+        ::stat(path.c_str(), &first);
+        EXPECT_TRUE(Set(folder.Path("p.ini"), u"S", u"n", u"1"));
+        ::stat(path.c_str(), &then);
+        EXPECT_EQ(first.st_ino == then.st_ino, c.isAdded);
+        EXPECT_EQ(FileBytes(path), before + "n=1\r\n");
+        EXPECT_EQ(FileBytes(other), c.hasOtherName ? before : "");
+        // What a full disk took of it goes again.
+        const ResourceLimit limit(RLIMIT_FSIZE, c.size + 7);
+        EXPECT_FALSE(Set(folder.Path("p.ini"), u"S", u"o", u"2"));
+        EXPECT_EQ(FileBytes(path), before + "n=1\r\n");
+    }
+}
+
 TEST(PrivateProfileOnLinux, WritesInPlaceWhereNoFileCanBeMade)
 {
     const TemporaryFolder folder;
