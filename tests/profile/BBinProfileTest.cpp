@@ -1,7 +1,6 @@
 #include "core/profile/BBinProfile.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -176,27 +175,4 @@ TEST(BBinProfile, ReadsNarrowKeysAndSavesThemWide)
     EXPECT_EQ(FileBytes(folder / "p"), kWideId + Wide("[default]a\xDF") + Int(1) +
                                            Wide("[default]t") + Word(2) + Narrow("\xE4") +
                                            Wide("[default]b") + Int(2));
-}
-
-// The file was written by either platform; both write the same.
-TEST(BBinProfile, WritesTheSameFileOnEveryPlatform)
-{
-    const TemporaryFolder folder;
-    {
-        BBinProfile profile(folder.Path("p"), ProfileNew);
-        char block[300];
-        for (int i = 0; i < 300; ++i)
-            block[i] = static_cast<char>(i);
-        for (const WChar* section : {QD_W("Window"), QD_W("R\u00F6ntgen"), QD_W("\u6E2C")}) {
-            profile.SetSection(section);
-            profile.WriteInt(QD_W("Width"), -1);
-            profile.WriteDouble(QD_W("Scale"), 1.0 / 3);
-            profile.WriteString(QD_W("Title"), QD_W("Gr\u00F6\u00DFe \u20AC"));
-            profile.WriteBoolean(QD_W("Shown"), true);
-            profile.WriteMem(QD_W("State"), block, sizeof block);
-            for (int i = 0; i < 5; ++i)
-                profile.WriteInt(i, QD_W("Point"), i * i);
-        }
-    }
-    EXPECT_EQ(FileBytes(folder / "p"), FileBytes(GoldenFile("profile/settings.bin")));
 }

@@ -5,6 +5,7 @@
 #include "core/profile/OpenProfile.h"
 
 #include "tests/FileBytes.h"
+#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/ThrownError.h"
 
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <type_traits>
 
 namespace {
 
@@ -67,6 +69,30 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
     EXPECT_TRUE(read[0] == 1 && read[1] != 0);
     EXPECT_TRUE(profile.ReadMem(QD_W("Block"), read, 3));
     EXPECT_EQ(std::memcmp(read, block, 3), 0);
+}
+
+// The files were written by either platform; both write the same.
+TYPED_TEST(BProfileBaseTest, WritesTheSameFileOnEveryPlatform)
+{
+    {
+        TypeParam profile = this->Open(ProfileNew);
+        char block[300];
+        for (int i = 0; i < 300; ++i)
+            block[i] = static_cast<char>(i);
+        for (const WChar* section : {QD_W("Window"), QD_W("R\u00F6ntgen"), QD_W("\u6E2C")}) {
+            profile.SetSection(section);
+            profile.WriteInt(QD_W("Width"), -1);
+            profile.WriteDouble(QD_W("Scale"), 1.0 / 3);
+            profile.WriteString(QD_W("Title"), QD_W("Gr\u00F6\u00DFe \u20AC"));
+            profile.WriteBoolean(QD_W("Shown"), true);
+            profile.WriteMem(QD_W("State"), block, sizeof block);
+            for (int i = 0; i < 5; ++i)
+                profile.WriteInt(i, QD_W("Point"), i * i);
+        }
+    }
+    const bool isText = std::is_same_v<TypeParam, BProfile>;
+    EXPECT_EQ(FileBytes(this->m_file),
+              FileBytes(GoldenFile(isText ? "profile/text.ini" : "profile/settings.bin")));
 }
 
 TYPED_TEST(BProfileBaseTest, ForgetsDeletedKeysAndSectionsForGood)

@@ -4,7 +4,6 @@
 #include "core/base/ErrorCodes.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -150,24 +149,4 @@ TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
     EXPECT_FALSE(profile.IsValid());
     EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
     EXPECT_EQ(FileBytes(m_file), text);
-}
-
-TEST_F(BProfileFile, WritesTheSameFileOnBothPlatforms)
-{
-    BProfile profile(m_path, ProfileNew);
-    profile.SetSection(QD_W("Probe"));
-    profile.WriteString(QD_W("Name"), QD_W("\u00C4 \u03B1 \u6E2C \xD83D\xDE00 \"q\" ; x=y"));
-    for (int i = 0; i < 20; ++i)
-        profile.WriteDouble(i, QD_W("Point"), i / 7.0);
-    profile.SetSection(QD_W("State \u00DF"));
-    profile.WriteBoolean(QD_W("On"), false);
-    profile.WriteInt(QD_W("Count"), -2147483647);
-    unsigned char block[256];
-    for (int i = 0; i < 256; ++i)
-        block[i] = static_cast<unsigned char>(i);
-    profile.WriteMem(QD_W("Block"), block, sizeof block);
-    profile.SetSection(QD_W("Probe"));
-    profile.WriteString(QD_W("point3"), QD_W("'three'"));
-    profile.DeleteKey(QD_W("Point4"));
-    EXPECT_EQ(FileBytes(m_file), FileBytes(GoldenFile("profile/text.ini")));
 }
