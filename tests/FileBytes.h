@@ -36,3 +36,6 @@ inline std::string Utf16(std::string_view text, std::string_view mark = "\xFF\xF
         bytes.append({character, '\0'});
     return bytes;
 }
+
+/// A file that is kept with the tests: what the library wrote is compared with it.
+std::filesystem::path GoldenFile(const char* name);

@@ -1,4 +1,4 @@
-#include "tests/GoldenFile.h"
+#include "tests/FileBytes.h"
 
 std::filesystem::path GoldenFile(const char* name)
 {

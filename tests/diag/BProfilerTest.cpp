@@ -1,7 +1,6 @@
 #include "core/base/BString.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/diag/OpenProfiler.h"
 

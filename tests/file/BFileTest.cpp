@@ -3,7 +3,6 @@
 #include "core/base/ErrorCodes.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

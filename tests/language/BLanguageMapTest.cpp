@@ -5,7 +5,6 @@
 #include "core/platform/WideText.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeItr.h"
 
-#include "tests/GoldenFile.h"
+#include "tests/FileBytes.h"
 #include "tests/archive/ArchiveTestObjects.h"
 #include "tests/tree/TreeTestObjects.h"
 
