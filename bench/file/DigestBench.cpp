@@ -45,7 +45,7 @@ void RunOurs(benchmark::State& state, Sha1BlockFunction take)
 
 void Sizes(benchmark::internal::Benchmark* benchmark)
 {
-    benchmark->Arg(64)->Arg(16 << 10)->Arg(64 << 20);
+    benchmark->ArgName("bytes")->Arg(64)->Arg(16 << 10)->Arg(64 << 20);
 }
 
 void BM_Sha1Instructions(benchmark::State& state)

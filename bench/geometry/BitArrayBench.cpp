@@ -8,6 +8,10 @@
 #include <memory>
 #include <vector>
 
+#if defined(QD_BENCH_QT_GUI)
+# include <QImage>
+#endif
+
 namespace {
 
 constexpr int kPlanes = 8;
@@ -41,7 +45,7 @@ static void BM_BitArraySetAllBits(benchmark::State& state)
 }
 BENCHMARK(BM_BitArraySetAllBits)->Apply(Sides);
 
-static void BM_BitArraySetAllBits_StdMemset(benchmark::State& state)
+static void BM_BitArraySetAllBits_BareMemset(benchmark::State& state)
 {
     std::vector<std::uint8_t> bytes(CellCount(state));
     for (auto _ : state) {
@@ -51,7 +55,39 @@ static void BM_BitArraySetAllBits_StdMemset(benchmark::State& state)
     }
     CountBytes(state, bytes.size());
 }
-BENCHMARK(BM_BitArraySetAllBits_StdMemset)->Apply(Sides);
+BENCHMARK(BM_BitArraySetAllBits_BareMemset)->Apply(Sides);
+
+#if defined(QD_BENCH_QT_GUI)
+static void BM_BitArraySetAllBits_QImage(benchmark::State& state)
+{
+    const int side = static_cast<int>(state.range(0));
+    QImage image(side, side, QImage::Format_Grayscale8);
+    for (auto _ : state) {
+        image.fill(0xFF);
+        benchmark::DoNotOptimize(image.bits());
+        benchmark::ClobberMemory();
+    }
+    CountBytes(state, CellCount(state));
+}
+BENCHMARK(BM_BitArraySetAllBits_QImage)->Apply(Sides);
+
+// What lies outside the image becomes 0, as with ours.
+static void BM_BitArrayChangeExtent_QImage(benchmark::State& state)
+{
+    const int side = static_cast<int>(state.range(0));
+    QImage image(side, side, QImage::Format_Grayscale8);
+    image.fill(0xFF);
+    int shift = 1;
+    for (auto _ : state) {
+        image = image.copy(shift, shift, side, side);
+        benchmark::DoNotOptimize(image.bits());
+        benchmark::ClobberMemory();
+        shift = -shift;
+    }
+    CountBytes(state, CellCount(state));
+}
+BENCHMARK(BM_BitArrayChangeExtent_QImage)->Apply(Sides);
+#endif
 
 static void BM_BitArrayUnsetAllBits(benchmark::State& state)
 {
@@ -65,7 +101,7 @@ static void BM_BitArrayUnsetAllBits(benchmark::State& state)
 }
 BENCHMARK(BM_BitArrayUnsetAllBits)->Apply(Sides);
 
-static void BM_BitArrayUnsetAllBits_StdMemset(benchmark::State& state)
+static void BM_BitArrayUnsetAllBits_BareMemset(benchmark::State& state)
 {
     std::vector<std::uint8_t> bytes(CellCount(state), 1);
     for (auto _ : state) {
@@ -75,7 +111,7 @@ static void BM_BitArrayUnsetAllBits_StdMemset(benchmark::State& state)
     }
     CountBytes(state, bytes.size());
 }
-BENCHMARK(BM_BitArrayUnsetAllBits_StdMemset)->Apply(Sides);
+BENCHMARK(BM_BitArrayUnsetAllBits_BareMemset)->Apply(Sides);
 
 // Moves the window by a cell to and fro, so that every row is copied into a fresh block.
 static void BM_BitArrayChangeExtent(benchmark::State& state)
@@ -95,7 +131,7 @@ static void BM_BitArrayChangeExtent(benchmark::State& state)
 BENCHMARK(BM_BitArrayChangeExtent)->Apply(Sides);
 
 // One copy of the whole into a block that is as fresh: what the memory allows.
-static void BM_BitArrayChangeExtent_StdMemcpy(benchmark::State& state)
+static void BM_BitArrayChangeExtent_BareMemcpy(benchmark::State& state)
 {
     struct Freer {
         void operator()(void* block) const { std::free(block); }
@@ -112,4 +148,4 @@ static void BM_BitArrayChangeExtent_StdMemcpy(benchmark::State& state)
     }
     CountBytes(state, size);
 }
-BENCHMARK(BM_BitArrayChangeExtent_StdMemcpy)->Apply(Sides);
+BENCHMARK(BM_BitArrayChangeExtent_BareMemcpy)->Apply(Sides);

@@ -4,11 +4,7 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
-#include <map>
-#include <memory>
 #include <random>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -19,12 +15,18 @@
 # include <dlfcn.h>
 #endif
 
-// One of many live blocks goes, another comes; nobody touches their memory.
+// One of many live blocks goes, another comes, and its first byte is written, which must still be
+// there when the block goes.
 
 namespace {
 
 constexpr std::uint64_t kPage = 4096;
 constexpr std::uint64_t kLargestBlock = 256 * kPage;
+
+std::uint8_t Mark(std::uint64_t size)
+{
+    return static_cast<std::uint8_t>(size % 251);
+}
 
 /// Blocks of 4 KB to 1 MB, `Allocator` saying where from.
 template <class Allocator>
@@ -41,15 +43,23 @@ void Exchange(benchmark::State& state, Allocator& allocator)
         steps.emplace_back(indices(random), sizes(random));
 
     std::vector<std::pair<Block, std::uint64_t>> blocks;
+    const auto take = [&](std::uint64_t size) {
+        const Block block = allocator.Take(size);
+        *static_cast<volatile std::uint8_t*>(allocator.Start(block)) = Mark(size);
+        return std::pair(block, size);
+    };
     for (std::size_t i = 0; i < live; ++i)
-        blocks.emplace_back(allocator.Take(steps[i].second), steps[i].second);
+        blocks.push_back(take(steps[i].second));
     const auto exchange = [&](std::size_t step) {
         const auto& [index, size] = steps[step % drawn];
-        allocator.Give(blocks[index].first, blocks[index].second);
-        blocks[index] = {allocator.Take(size), size};
+        const auto [block, oldSize] = blocks[index];
+        if (*static_cast<volatile std::uint8_t*>(allocator.Start(block)) != Mark(oldSize))
+            std::abort();
+        allocator.Give(block, oldSize);
+        blocks[index] = take(size);
     };
     std::size_t step = 0;
-    while (step < drawn) // until the gaps are as they stay
+    while (step < 4 * live) // until the gaps are as they stay
         exchange(step++);
     for (auto _ : state)
         exchange(step++);
@@ -65,6 +75,7 @@ std::uint64_t FrameSize(const benchmark::State& state)
 
 struct Manager {
     static CMemoryBlock* Take(std::uint64_t size) { return QDAlloc(size); }
+    static void* Start(const CMemoryBlock* block) { return block->Start(); }
     static void Give(CMemoryBlock* block, std::uint64_t) { QDFree(block); }
 };
 
@@ -78,56 +89,8 @@ void BM_BlockExchange(benchmark::State& state)
     CMemoryBlockManager::RegisterMemoryManager(nullptr);
 }
 
-/// First fit over the gaps in an ordered map, walked from the first one.
-class MapOfGaps {
-public:
-    explicit MapOfGaps(std::uint64_t size) { m_gaps.emplace(0, size); }
-
-    std::uint64_t Take(std::uint64_t size)
-    {
-        size = (size + kPage - 1) / kPage * kPage;
-        auto gap = m_gaps.begin();
-        while (gap->second < size)
-            ++gap;
-        const auto [start, length] = *gap;
-        const auto next = m_gaps.erase(gap);
-        if (length > size)
-            m_gaps.emplace_hint(next, start + size, length - size);
-        m_blocks.emplace(start, size);
-        return start;
-    }
-    void Give(std::uint64_t start, std::uint64_t)
-    {
-        const auto block = m_blocks.find(start);
-        std::uint64_t size = block->second;
-        m_blocks.erase(block);
-        auto next = m_gaps.lower_bound(start);
-        if (next != m_gaps.end() && next->first == start + size) {
-            size += next->second;
-            next = m_gaps.erase(next);
-        }
-        if (next != m_gaps.begin()) {
-            const auto previous = std::prev(next);
-            if (previous->first + previous->second == start) {
-                previous->second += size;
-                return;
-            }
-        }
-        m_gaps.emplace_hint(next, start, size);
-    }
-
-private:
-    std::map<std::uint64_t, std::uint64_t> m_gaps; // start and size
-    std::unordered_map<std::uint64_t, std::uint64_t> m_blocks;
-};
-
-void BM_BlockExchange_StdMap(benchmark::State& state)
-{
-    MapOfGaps allocator(FrameSize(state));
-    Exchange(state, allocator);
-}
-
 struct AlignedAlloc {
+    static void* Start(void* block) { return block; }
     static void* Take(std::uint64_t size)
     {
         return std::aligned_alloc(kPage, (size + kPage - 1) / kPage * kPage);
@@ -147,11 +110,11 @@ void Sizes(benchmark::internal::Benchmark* bench)
 }
 
 BENCHMARK(BM_BlockExchange)->Apply(Sizes);
-BENCHMARK(BM_BlockExchange_StdMap)->Apply(Sizes);
 BENCHMARK(BM_BlockExchange_AlignedAlloc)->Apply(Sizes);
 
 #if defined(QD_BENCH_POSIX)
 struct Mmap {
+    static void* Start(void* block) { return block; }
     static void* Take(std::uint64_t size)
     {
         return ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -171,6 +134,7 @@ BENCHMARK(BM_BlockExchange_Mmap)->Apply(Sizes);
 class Mimalloc {
 public:
     [[nodiscard]] bool IsThere() const { return m_take != nullptr && m_give != nullptr; }
+    static void* Start(void* block) { return block; }
     void* Take(std::uint64_t size) const { return m_take(size, kPage); }
     void Give(void* block, std::uint64_t) const { m_give(block); }
 

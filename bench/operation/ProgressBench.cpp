@@ -16,7 +16,7 @@ void BM_ProgressNext(benchmark::State& state)
 }
 
 /// What any counter pays that reports every so many steps.
-void BM_ProgressNext_BareCounter(benchmark::State& state)
+void BM_ProgressNext_Counter(benchmark::State& state)
 {
     std::uint64_t stride = std::uint64_t{1} << 24;
     std::uint64_t step = 0;
@@ -28,6 +28,6 @@ void BM_ProgressNext_BareCounter(benchmark::State& state)
 }
 
 BENCHMARK(BM_ProgressNext);
-BENCHMARK(BM_ProgressNext_BareCounter);
+BENCHMARK(BM_ProgressNext_Counter);
 
 } // namespace

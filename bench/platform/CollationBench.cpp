@@ -73,8 +73,10 @@ void BM_Collate(benchmark::State& state)
     Run(state, PairOf(state),
         [](const char16_t* a, const char16_t* b) { return platform::Collate(a, b, letterCase); });
 }
-BENCHMARK(BM_Collate<ECase::Matters>)->DenseRange(0, kPairCount - 1);
-BENCHMARK(BM_Collate<ECase::Ignored>)->DenseRange(0, kPairCount - 1);
+BENCHMARK(BM_Collate<ECase::Matters>)->Name("BM_Collate")->DenseRange(0, kPairCount - 1);
+BENCHMARK(BM_Collate<ECase::Ignored>)
+    ->Name("BM_CollateIgnoringCase")
+    ->DenseRange(0, kPairCount - 1);
 
 template <ECase letterCase>
 void BM_Collate_Icu(benchmark::State& state)
@@ -84,12 +86,14 @@ void BM_Collate_Icu(benchmark::State& state)
         return ucol_strcoll(collator.get(), a, -1, b, -1);
     });
 }
-BENCHMARK(BM_Collate_Icu<ECase::Matters>)->DenseRange(0, kPairCount - 1);
-BENCHMARK(BM_Collate_Icu<ECase::Ignored>)->DenseRange(0, kPairCount - 1);
+BENCHMARK(BM_Collate_Icu<ECase::Matters>)->Name("BM_Collate_Icu")->DenseRange(0, kPairCount - 1);
+BENCHMARK(BM_Collate_Icu<ECase::Ignored>)
+    ->Name("BM_CollateIgnoringCase_Icu")
+    ->DenseRange(0, kPairCount - 1);
 
 #if defined(QD_BENCH_QT)
 // By code units, so the same work only without case and for ASCII.
-void BM_Collate_Qt(benchmark::State& state)
+void BM_CollateIgnoringCase_Qt(benchmark::State& state)
 {
     const Pair& pair = PairOf(state);
     const QString a = QString::fromStdU16String(pair.a);
@@ -97,14 +101,21 @@ void BM_Collate_Qt(benchmark::State& state)
     for (auto _ : state)
         benchmark::DoNotOptimize(a.compare(b, Qt::CaseInsensitive));
 }
-BENCHMARK(BM_Collate_Qt)->DenseRange(0, kPairCount - 1);
+BENCHMARK(BM_CollateIgnoringCase_Qt)->DenseRange(0, kPairCount - 1);
 #endif
 
 const Text kNames[] = {u"Geometry01", u"sub-nodes1", u"Maßstab 10", u"Μετρήσεις1"};
+const char* const kNameKinds[] = {"letters", "hyphen", "umlaut", "greek"};
+
+const Text& NameOf(benchmark::State& state)
+{
+    state.SetLabel(kNameKinds[state.range(0)]);
+    return kNames[state.range(0)];
+}
 
 void BM_CollationKey(benchmark::State& state)
 {
-    const Text& name = kNames[state.range(0)];
+    const Text& name = NameOf(state);
     std::string key;
     for (auto _ : state) {
         key.clear();
@@ -116,7 +127,7 @@ BENCHMARK(BM_CollationKey)->DenseRange(0, std::size(kNames) - 1);
 
 void BM_CollationKey_Icu(benchmark::State& state)
 {
-    const Text& name = kNames[state.range(0)];
+    const Text& name = NameOf(state);
     const Collator collator = OpenIcu(ECase::Matters);
     std::array<std::uint8_t, 256> key;
     for (auto _ : state) {

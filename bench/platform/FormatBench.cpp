@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+#if defined(QD_BENCH_FMT)
+# include <fmt/format.h>
+#endif
+
 namespace {
 
 template <typename Char>
@@ -76,6 +80,31 @@ static void BM_FormatNarrowName_Snprintf(benchmark::State& state)
     }
 }
 BENCHMARK(BM_FormatNarrowName_Snprintf);
+
+#if defined(QD_BENCH_FMT)
+static void BM_FormatNarrowName_Fmt(benchmark::State& state)
+{
+    char buffer[64];
+    int index = 0;
+    for (auto _ : state) {
+        fmt::format_to_n(buffer, std::size(buffer), "{}{:03}", "Point", ++index % 1000);
+        benchmark::DoNotOptimize(buffer);
+    }
+}
+BENCHMARK(BM_FormatNarrowName_Fmt);
+
+static void BM_FormatDouble_Fmt(benchmark::State& state)
+{
+    const std::vector<double> numbers = MakeNumbers();
+    char buffer[64];
+    std::size_t index = 0;
+    for (auto _ : state) {
+        fmt::format_to_n(buffer, std::size(buffer), "{:.15g}", numbers[index++ % numbers.size()]);
+        benchmark::DoNotOptimize(buffer);
+    }
+}
+BENCHMARK(BM_FormatDouble_Fmt);
+#endif
 
 static void BM_FormatDouble(benchmark::State& state)
 {

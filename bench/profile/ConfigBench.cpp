@@ -1,10 +1,13 @@
 #include "core/platform/WideText.h"
 #include "core/profile/BConfigRegistry.h"
 
+#include "bench/BenchFile.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,6 +16,9 @@
 # include <QSettings>
 # include <QString>
 # include <QTemporaryDir>
+#endif
+#if defined(QD_BENCH_SQLITE)
+# include <sqlite3.h>
 #endif
 
 // One value at a time among `values` of them in one node, in random order. Each write is through
@@ -70,6 +76,11 @@ void Fill(BConfig& config, const std::vector<WString>& names)
         config.WriteInt(name, 0);
 }
 
+void Sizes(benchmark::internal::Benchmark* bench)
+{
+    bench->ArgName("values")->Arg(10)->Arg(1'000)->Arg(10'000);
+}
+
 void BM_ConfigWrite(benchmark::State& state)
 {
     const std::vector<WString> names = Names<WString>(state.range(0));
@@ -85,8 +96,8 @@ void BM_ConfigRead(benchmark::State& state)
     BConfigRegistry config(kPath);
     Fill(config, names);
     UseInTurn(state, names, [&](const WString& name, int) {
-        int value = 0;
-        return config.ReadInt(name, value) == 0;
+        int value = -1;
+        return config.ReadInt(name, value) == 0 && value == 0;
     });
 }
 
@@ -144,8 +155,7 @@ void BM_ConfigRead_QSettings(benchmark::State& state)
     Fill(settings, names);
     UseInTurn(state, names, [&](const QString& name, int) {
         bool isNumber = false;
-        benchmark::DoNotOptimize(settings.value(name).toInt(&isNumber));
-        return isNumber;
+        return settings.value(name).toInt(&isNumber) == 0 && isNumber;
     });
 }
 
@@ -159,19 +169,98 @@ void BM_ConfigReadCurrent_QSettings(benchmark::State& state)
     UseInTurn(state, names, [&](const QString& name, int) {
         bool isNumber = false;
         settings.sync();
-        benchmark::DoNotOptimize(settings.value(name).toInt(&isNumber));
-        return isNumber;
+        return settings.value(name).toInt(&isNumber) == 0 && isNumber;
     });
 }
 
-BENCHMARK(BM_ConfigWrite_QSettings)->Arg(10)->Arg(1000)->Arg(30000)->UseRealTime();
-BENCHMARK(BM_ConfigRead_QSettings)->Arg(10)->Arg(1000)->Arg(30000)->UseRealTime();
-BENCHMARK(BM_ConfigReadCurrent_QSettings)->Arg(10)->Arg(1000)->Arg(30000)->UseRealTime();
+BENCHMARK(BM_ConfigWrite_QSettings)->Apply(Sizes)->UseRealTime();
+BENCHMARK(BM_ConfigRead_QSettings)->Apply(Sizes);
+BENCHMARK(BM_ConfigReadCurrent_QSettings)->Apply(Sizes);
 #endif
 
-BENCHMARK(BM_ConfigWrite)->Arg(10)->Arg(1000)->Arg(30000)->UseRealTime();
-BENCHMARK(BM_ConfigRead)->Arg(10)->Arg(1000)->Arg(30000)->UseRealTime();
-BENCHMARK(BM_ConfigWriteAndRead)->Arg(10)->Arg(1000)->Arg(30000)->UseRealTime();
+#if defined(QD_BENCH_SQLITE)
+
+// The database that suits best: a table by name, a log, and statements that are made once.
+class Database {
+public:
+    explicit Database(const std::vector<WString>& names)
+    {
+        if (sqlite3_open(m_file.Narrow().c_str(), &m_database) != SQLITE_OK)
+            std::abort();
+        Run("PRAGMA encoding = 'UTF-16le'; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
+            "CREATE TABLE settings (name TEXT PRIMARY KEY, value INTEGER) WITHOUT ROWID; BEGIN");
+        m_write = Prepare("INSERT OR REPLACE INTO settings VALUES (?, ?)");
+        m_read = Prepare("SELECT value FROM settings WHERE name = ?");
+        for (const WString& name : names)
+            Write(name, 0);
+        Run("COMMIT");
+    }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    ~Database()
+    {
+        sqlite3_finalize(m_write);
+        sqlite3_finalize(m_read);
+        sqlite3_close(m_database);
+    }
+
+    bool Write(const WString& name, int value)
+    {
+        sqlite3_bind_text16(m_write, 1, name.CStr(), -1, SQLITE_STATIC);
+        sqlite3_bind_int(m_write, 2, value);
+        return sqlite3_step(m_write) == SQLITE_DONE && sqlite3_reset(m_write) == SQLITE_OK;
+    }
+
+    int Read(const WString& name)
+    {
+        sqlite3_bind_text16(m_read, 1, name.CStr(), -1, SQLITE_STATIC);
+        const int value = sqlite3_step(m_read) == SQLITE_ROW ? sqlite3_column_int(m_read, 0) : -1;
+        sqlite3_reset(m_read);
+        return value;
+    }
+
+private:
+    void Run(const char* text)
+    {
+        if (sqlite3_exec(m_database, text, nullptr, nullptr, nullptr) != SQLITE_OK)
+            std::abort();
+    }
+    sqlite3_stmt* Prepare(const char* text)
+    {
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(m_database, text, -1, &statement, nullptr) != SQLITE_OK)
+            std::abort();
+        return statement;
+    }
+
+    const BenchFile m_file{"settings"};
+    sqlite3* m_database = nullptr;
+    sqlite3_stmt* m_write = nullptr;
+    sqlite3_stmt* m_read = nullptr;
+};
+
+void BM_ConfigWrite_SQLite(benchmark::State& state)
+{
+    const std::vector<WString> names = Names<WString>(state.range(0));
+    Database database(names);
+    UseInTurn(state, names,
+              [&](const WString& name, int number) { return database.Write(name, number); });
+}
+
+void BM_ConfigRead_SQLite(benchmark::State& state)
+{
+    const std::vector<WString> names = Names<WString>(state.range(0));
+    Database database(names);
+    UseInTurn(state, names, [&](const WString& name, int) { return database.Read(name) == 0; });
+}
+
+BENCHMARK(BM_ConfigWrite_SQLite)->Apply(Sizes)->UseRealTime();
+BENCHMARK(BM_ConfigRead_SQLite)->Apply(Sizes);
+#endif
+
+BENCHMARK(BM_ConfigWrite)->Apply(Sizes)->UseRealTime();
+BENCHMARK(BM_ConfigRead)->Apply(Sizes);
+BENCHMARK(BM_ConfigWriteAndRead)->Apply(Sizes)->UseRealTime();
 BENCHMARK(BM_ConfigOpen)->UseRealTime();
 
 } // namespace

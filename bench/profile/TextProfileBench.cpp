@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #if defined(QD_BENCH_GLIB)
 # include <glib.h>
@@ -27,8 +29,9 @@
 
 // One section of keys with numbers, in a UTF-16 file for the library and in UTF-8 for the others.
 // Peers read what they hold in memory; the library also makes sure each time that it is still what
-// the file holds. A write is one value put into the file, a fill begins with an empty file and asks
-// for each key with a default that is then written.
+// the file holds: one at rest, or one that was changed just now, whose time says nothing yet. A
+// write is one value put into the file. A fill begins with an empty file and asks for each key with
+// a default: the library writes it at once, peers write all of them at the end.
 
 namespace {
 
@@ -76,18 +79,35 @@ std::int64_t NextKey(benchmark::State& state, std::int64_t& round)
     return ++round * 7919 % state.range(0);
 }
 
+void ReadAll(BProfile& profile, std::int64_t count)
+{
+    for (int index = 0; index < count; ++index) {
+        if (profile.ReadInt(index, QD_W("MeasuredValue"), -1) != index)
+            std::abort();
+    }
+}
+
 void BM_TextProfileRead(benchmark::State& state)
 {
     const BenchFile file(kFileName);
     WriteWide(file, state.range(0));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the file comes to rest
     BProfile profile = Open(file);
-    profile.WriteInt(QD_W("settled"), 1);
-    const WString key = QD_W("MeasuredValue");
+    for (auto _ : state)
+        ReadAll(profile, state.range(0));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void BM_TextProfileReadYoung(benchmark::State& state)
+{
+    const BenchFile file(kFileName);
+    WriteWide(file, state.range(0));
+    BProfile profile = Open(file);
     for (auto _ : state) {
-        for (int index = 0; index < state.range(0); ++index) {
-            if (profile.ReadInt(index, key, -1) != index)
-                std::abort();
-        }
+        state.PauseTiming();
+        WriteWide(file, state.range(0));
+        state.ResumeTiming();
+        ReadAll(profile, state.range(0));
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -130,6 +150,10 @@ void BM_TextProfileFill(benchmark::State& state)
             if (profile.ReadInt(index, QD_W("MeasuredValue"), index) != index)
                 std::abort();
         }
+        state.PauseTiming();
+        BProfile stored = Open(file);
+        ReadAll(stored, state.range(0));
+        state.ResumeTiming();
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -160,6 +184,7 @@ GKeyFile* LoadKeyFile(const BenchFile& file)
     return keys;
 }
 
+// Also the peer of reading a young file: it never looks whether the file changed.
 void BM_TextProfileRead_GKeyFile(benchmark::State& state)
 {
     const BenchFile file(kFileName);
@@ -181,6 +206,23 @@ void BM_TextProfileLoad_GKeyFile(benchmark::State& state)
     WriteNarrow(file, state.range(0));
     for (auto _ : state)
         g_key_file_free(LoadKeyFile(file));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void BM_TextProfileFill_GKeyFile(benchmark::State& state)
+{
+    const BenchFile file(kFileName);
+    for (auto _ : state) {
+        GKeyFile* const keys = g_key_file_new();
+        for (std::int64_t index = 0; index < state.range(0); ++index) {
+            const std::string key = KeyName(index);
+            if (!g_key_file_has_key(keys, "Probe", key.c_str(), nullptr))
+                g_key_file_set_int64(keys, "Probe", key.c_str(), index);
+        }
+        if (!g_key_file_save_to_file(keys, file.Narrow().c_str(), nullptr))
+            std::abort();
+        g_key_file_free(keys);
+    }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
@@ -212,6 +254,25 @@ void BM_TextProfileRead_QSettings(benchmark::State& state)
             if (settings.value(QString::fromStdString(KeyName(index))).toInt() != index)
                 std::abort();
         }
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void BM_TextProfileFill_QSettings(benchmark::State& state)
+{
+    const BenchFile file(kFileName);
+    for (auto _ : state) {
+        std::filesystem::remove(file.Path());
+        QSettings settings(QString::fromStdString(file.Narrow()), QSettings::IniFormat);
+        settings.beginGroup("Probe");
+        for (std::int64_t index = 0; index < state.range(0); ++index) {
+            const QString key = QString::fromStdString(KeyName(index));
+            if (!settings.contains(key))
+                settings.setValue(key, static_cast<int>(index));
+        }
+        settings.sync();
+        if (settings.status() != QSettings::NoError)
+            std::abort();
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -260,6 +321,22 @@ void BM_TextProfileLoad_SimpleIni(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+void BM_TextProfileFill_SimpleIni(benchmark::State& state)
+{
+    const BenchFile file(kFileName);
+    for (auto _ : state) {
+        CSimpleIniA ini;
+        for (std::int64_t index = 0; index < state.range(0); ++index) {
+            const std::string key = KeyName(index);
+            if (ini.GetValue("Probe", key.c_str()) == nullptr)
+                ini.SetLongValue("Probe", key.c_str(), index);
+        }
+        if (ini.SaveFile(file.Narrow().c_str()) < 0)
+            std::abort();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 // In place, so that whoever reads meanwhile may see half of it.
 void BM_TextProfileWrite_SimpleIni(benchmark::State& state)
 {
@@ -277,23 +354,28 @@ void BM_TextProfileWrite_SimpleIni(benchmark::State& state)
 }
 #endif
 
-#define QD_SIZES RangeMultiplier(10)->Range(100, 10000)
+#define QD_SIZES ArgName("keys")->RangeMultiplier(10)->Range(100, 10000)
 BENCHMARK(BM_TextProfileRead)->QD_SIZES;
+BENCHMARK(BM_TextProfileReadYoung)->QD_SIZES;
 BENCHMARK(BM_TextProfileLoad)->QD_SIZES;
 BENCHMARK(BM_TextProfileWrite)->QD_SIZES->UseRealTime();
 BENCHMARK(BM_TextProfileWrite_BareCopy)->QD_SIZES->UseRealTime();
 BENCHMARK(BM_TextProfileFill)->QD_SIZES->UseRealTime()->Unit(benchmark::kMillisecond);
 #if defined(QD_BENCH_GLIB)
 BENCHMARK(BM_TextProfileRead_GKeyFile)->QD_SIZES;
+BENCHMARK(BM_TextProfileRead_GKeyFile)->Name("BM_TextProfileReadYoung_GKeyFile")->QD_SIZES;
+BENCHMARK(BM_TextProfileFill_GKeyFile)->QD_SIZES->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_TextProfileLoad_GKeyFile)->QD_SIZES;
 BENCHMARK(BM_TextProfileWrite_GKeyFile)->QD_SIZES->UseRealTime();
 #endif
 #if defined(QD_BENCH_QT)
 BENCHMARK(BM_TextProfileRead_QSettings)->QD_SIZES;
+BENCHMARK(BM_TextProfileFill_QSettings)->QD_SIZES->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_TextProfileWrite_QSettings)->QD_SIZES->UseRealTime();
 #endif
 #if defined(QD_BENCH_SIMPLEINI)
 BENCHMARK(BM_TextProfileRead_SimpleIni)->QD_SIZES;
+BENCHMARK(BM_TextProfileFill_SimpleIni)->QD_SIZES->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_TextProfileLoad_SimpleIni)->QD_SIZES;
 BENCHMARK(BM_TextProfileWrite_SimpleIni)->QD_SIZES->UseRealTime();
 #endif

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <list>
 #include <map>
 #include <memory>
 #include <random>
@@ -15,6 +16,9 @@
 
 #if defined(QD_BENCH_BOOST)
 # include <boost/property_tree/ptree.hpp>
+#endif
+#if defined(QD_BENCH_QT)
+# include <QObject>
 #endif
 
 // Walking, visiting and addressing trees. The peers compare texts by code units and with regard to
@@ -99,14 +103,6 @@ public:
 
 } // namespace
 
-static void BM_TreeBuildAndDestroy(benchmark::State& state)
-{
-    for (auto _ : state)
-        benchmark::DoNotOptimize(MakeTree(state.range(0), state.range(1)).Get());
-    ReportItems(state, state.range(0));
-}
-BENCHMARK(BM_TreeBuildAndDestroy)->Apply(TreeSizes)->Unit(benchmark::kMillisecond);
-
 static void BM_TreeWalk(benchmark::State& state)
 {
     const SP<BNode> root = MakeTree(state.range(0), state.range(1));
@@ -155,12 +151,48 @@ static void BM_TreeSister(benchmark::State& state)
 {
     const SP<BNode> root = MakeTree(state.range(0), state.range(0));
     for (auto _ : state) {
+        std::int64_t count = 1;
         for (const BNode* child = root->Child(0); child != nullptr; child = child->Sister())
-            benchmark::DoNotOptimize(child);
+            ++count;
+        if (count != state.range(0))
+            state.SkipWithError("not all met");
     }
     ReportItems(state, state.range(0) - 1);
 }
-BENCHMARK(BM_TreeSister)->ArgName("nodes")->Arg(1'000)->Arg(10'000)->Arg(kSiblings);
+
+/// What a node by hand might have: its children in a list, shared.
+struct PlainNode {
+    std::shared_ptr<BSmartObj> object;
+    std::list<std::shared_ptr<PlainNode>> children;
+};
+
+static PlainNode MakePlainNode(std::int64_t children)
+{
+    PlainNode root;
+    for (std::int64_t i = 0; i < children; ++i)
+        root.children.push_back(std::make_shared<PlainNode>());
+    return root;
+}
+
+static void BM_TreeSister_StdList(benchmark::State& state)
+{
+    const PlainNode root = MakePlainNode(state.range(0) - 1);
+    for (auto _ : state) {
+        std::int64_t count = 1;
+        for (const auto& child : root.children)
+            count += child->object == nullptr ? 1 : 0;
+        if (count != state.range(0))
+            state.SkipWithError("not all met");
+    }
+    ReportItems(state, state.range(0) - 1);
+}
+
+static void Siblings(benchmark::internal::Benchmark* benchmark)
+{
+    benchmark->ArgName("nodes")->Arg(1'000)->Arg(10'000)->Arg(kSiblings);
+}
+BENCHMARK(BM_TreeSister)->Apply(Siblings);
+BENCHMARK(BM_TreeSister_StdList)->Apply(Siblings);
 
 static void BM_BankCreate(benchmark::State& state)
 {
@@ -266,7 +298,37 @@ static void BM_TreeRemoveFirst(benchmark::State& state)
             root.RemoveChild(0);
     });
 }
-BENCHMARK(BM_TreeRemoveFirst)->ArgName("children")->Arg(kSiblings)->Unit(benchmark::kMillisecond);
+
+static void BM_TreeRemoveFirst_BareList(benchmark::State& state)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        PlainNode root = MakePlainNode(state.range(0));
+        state.ResumeTiming();
+        while (!root.children.empty())
+            root.children.pop_front();
+    }
+    ReportItems(state, state.range(0));
+}
+BENCHMARK(BM_TreeRemoveFirst)->Apply(Siblings)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TreeRemoveFirst_BareList)->Apply(Siblings)->Unit(benchmark::kMillisecond);
+
+#if defined(QD_BENCH_QT)
+static void BM_TreeRemoveFirst_QObject(benchmark::State& state)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        QObject root;
+        for (std::int64_t i = 0; i < state.range(0); ++i)
+            new QObject(&root);
+        state.ResumeTiming();
+        while (!root.children().isEmpty())
+            delete root.children().first();
+    }
+    ReportItems(state, state.range(0));
+}
+BENCHMARK(BM_TreeRemoveFirst_QObject)->Apply(Siblings)->Unit(benchmark::kMillisecond);
+#endif
 
 static void BM_TreeFilterFromBack(benchmark::State& state)
 {
