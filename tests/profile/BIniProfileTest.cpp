@@ -59,6 +59,7 @@ TEST_F(BIniProfileFile, ReadsAndWritesOneSection)
         EXPECT_FALSE(BIniProfile(none, QD_W("S"), true).GetSections(names));
         EXPECT_EQ(names.Count(), 0U);
     }
+    EXPECT_FALSE(std::filesystem::exists(m_folder / "none.ini"));
     profile.SetSection(QD_W("B"));
     profile.SetSection(profile.GetSection());
     EXPECT_TRUE(profile.DeleteSection(QD_W("none")));

@@ -38,6 +38,8 @@ TEST_F(BProfileFile, EachModeTreatsTheFileInItsWay)
         const BProfile kept(m_path, mode);
         EXPECT_EQ(FileBytes(m_file), mode == ProfileNew ? Utf16("") : "old");
     }
+    const BProfile deep(m_folder.Path("new\\folder\\settings.ini"), ProfileReadWrite);
+    EXPECT_EQ(FileBytes(m_folder / "new/folder/settings.ini"), Utf16(""));
     // Asking makes the file, but no folder.
     EXPECT_TRUE(BProfile(m_folder.Path("asked.ini"), ProfileReadOnly).IsValid());
     EXPECT_TRUE(fs::exists(m_folder / "asked.ini"));
