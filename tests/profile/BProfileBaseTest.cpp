@@ -5,7 +5,6 @@
 #include "core/profile/OpenProfile.h"
 
 #include "tests/FileBytes.h"
-#include "tests/GoldenFile.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/ThrownError.h"
 
