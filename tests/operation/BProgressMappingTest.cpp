@@ -70,14 +70,13 @@ TEST_F(BProgressMappingTest, SendsIncrementsThatAddUpToTheMessageCount)
         {1000, 100, 1, 1000, 100},
         {1000, 100, 1, 5000, 100}, // beyond the end
         {1000, 0, 1, 1000, 0},
-        {3, 100, 1, 3, 100},
-        {1'000'000, 7, 3, 333'334, 7},
         {49, 1, 1, 49, 1}, // 49 times 1/49.0 is less than 1
+        {1'000'000, 7, 3, 333'334, 7},
+        {10, kMost, 1, 10, kMost},
         {kMost, kMost, kMost, 1, kMost},
         {kMost / 2, kMost, kMost / 2 + 1, 1, kMost},
-        {10, kMost, 1, 10, kMost},
-        {0, 100, 1, 8, 8}, // each step is a unit
         {0, 3, 1, 8, 3},
+        {0, 100, 1, 8, 8}, // without steps each one is a unit
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(testing::Message() << (&row - cases));
