@@ -165,6 +165,24 @@ void AppendPlaces(WeightReader<WChar>& reader, std::string& key)
     }
 }
 
+/// A text of plain ASCII signs has nothing but their places, as most names. False, and nothing is
+/// appended, for another one.
+bool AppendAsciiPlaces(std::u16string_view text, std::string& key)
+{
+    const std::size_t before = key.size();
+    key.resize(before + 2 * text.size());
+    char* out = key.data() + before;
+    for (const char16_t unit : text) {
+        if (unit >= kAsciiEnd || kAscii[unit].kind != Kind::Sign) {
+            key.resize(before);
+            return false;
+        }
+        *out++ = static_cast<char>(kAscii[unit].place >> 8);
+        *out++ = static_cast<char>(kAscii[unit].place);
+    }
+    return true;
+}
+
 /// `ends` is how many ends of levels are due before a byte follows.
 template <Level level>
 void AppendWeights(WeightReader<WChar> reader, std::size_t& ends, std::string& key)
@@ -232,6 +250,8 @@ int Collate(const char* a, const char* b, ECase letterCase) noexcept
 void AppendCollationKey(const WChar* text, std::size_t length, ECase letterCase, std::string& key)
 {
     const std::u16string_view all(text, length);
+    if (letterCase == ECase::Ignored && AppendAsciiPlaces(all, key))
+        return;
     WeightReader<WChar> reader(all, letterCase);
     AppendPlaces(reader, key);
     std::size_t ends = 1;
