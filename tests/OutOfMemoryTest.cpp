@@ -3,6 +3,7 @@
 
 #include "tests/FailingAllocations.h"
 #include "tests/base/StringTesting.h"
+#include "tests/diag/OpenProfiler.h"
 #include "tests/profile/TestRegistry.h"
 #include "tests/tree/TreeTestObjects.h"
 
@@ -152,13 +153,6 @@ void CheckStrings(const String& text, const String& other, std::FILE* lines, std
             [&] { return outcome.Shown() == whole.Shown() || outcome.Shown() == before.Shown(); });
     }
 }
-
-struct ProfilerLines : BProfiler {
-    [[nodiscard]] static bool AreWhole()
-    {
-        return std::ranges::none_of(m_logEntries, &WString::IsEmpty);
-    }
-};
 
 } // namespace
 
@@ -472,7 +466,7 @@ TEST_F(OutOfMemoryTest, NothingEndsTheProcess)
             BProfiler::Stop(long1);
             BProfiler::SetLogfilePath(folder + QD_W("/"));
         },
-        &ProfilerLines::AreWhole);
+        [] { return std::ranges::none_of(OpenProfiler::m_logEntries, &WString::IsEmpty); });
     FailEachAllocation("collation", [&] {
         const WString other = QD_W("\u00e4 name that t\u00e4kes memory");
         Ask(other == long1, other.IEqual(long2), other.IIncludes(long1),
