@@ -17,13 +17,14 @@ namespace {
 // product of the page's number tells the stretch, and each GiB begins elsewhere. Higher bits of the
 // product tell where in the stretch the page begins: objects at equal distances, one in each page,
 // would stand in the same slot.
-std::uint64_t HashOf(const void* pointer) noexcept
+std::uint32_t HashOf(const void* pointer) noexcept
 {
     constexpr std::uint64_t factor = 0x9E3779B97F4A7C15u;
     const std::uint64_t address = reinterpret_cast<std::uintptr_t>(pointer);
     const std::uint64_t page = (address >> 16) * factor;
     const std::uint64_t gibibyte = (address >> 30) * factor >> 32;
-    return (((address >> 4) ^ (page >> 40)) & 0xFFF) | (page + gibibyte) << 12;
+    return static_cast<std::uint32_t>((((address >> 4) + (page >> 40)) & 0xFFF) | (page + gibibyte)
+                                                                                      << 12);
 }
 
 } // namespace
@@ -31,17 +32,17 @@ std::uint64_t HashOf(const void* pointer) noexcept
 std::uint32_t PointerMap::FindOrAdd(const void* pointer)
 {
     assert(pointer != nullptr);
-    const auto entryOf = [this](Slot slot) -> const Entry& { return m_entries[slot.place - 1]; };
-    Slot& slot = m_slots.FindOrFree(
-        HashOf(pointer), [&](Slot other) { return entryOf(other).pointer == pointer; },
-        [&](Slot other) { return HashOf(entryOf(other).pointer); });
+    const std::uint32_t hash = HashOf(pointer);
+    Slot& slot = m_slots.FindOrFree(hash, [this, pointer](const Slot& other) {
+        return m_entries[other.place - 1].pointer == pointer;
+    });
     if (!slot.IsFree())
         return slot.place - 1;
     if (m_entries.Count() >= kNone - 1)
         return kNone;
     const auto number = static_cast<std::uint32_t>(m_entries.Count());
     m_entries.Append({pointer});
-    m_slots.Fill(slot, {number + 1});
+    m_slots.Fill(slot, {number + 1, hash});
     return number;
 }
 

@@ -13,7 +13,7 @@ namespace NArchive {
 /// mention (0 is null), and which are queued.
 ///
 /// The entries stand in the order in which they were made, and a table of their numbers finds them:
-/// most slots of a table are free, and so it is not the entries that are.
+/// where many slots are free, each had better be small.
 class PointerMap {
 public:
     struct Entry {
@@ -36,10 +36,11 @@ public:
 private:
     struct Slot {
         std::uint32_t place = 0; // number of the entry + 1
+        std::uint32_t hash = 0;  // so that only the entry wanted is looked at
 
         [[nodiscard]] bool IsFree() const noexcept { return place == 0; }
-        // The pointer itself is told from another as fast as a hash of it.
-        [[nodiscard]] bool HasHash(std::uint64_t) const noexcept { return true; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
 
     Blocks<Entry> m_entries;

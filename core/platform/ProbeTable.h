@@ -26,8 +26,7 @@ namespace platform {
 ///
 ///     bool IsFree() const                 true of `Slot()`, and of no entry
 ///     bool HasHash(std::uint64_t) const   whether it may be that of the entry's key
-///     std::uint64_t Hash() const          of the entry's key, to move the entry; needless where
-///                                         each `FindOrFree` and `Reserve` is told how to find it
+///     std::uint64_t Hash() const          of the entry's key, to move the entry
 ///
 /// A hash decides by its low bits. Keys are compared by what the caller hands in, and only where
 /// `HasHash` says so: a slot that keeps its hash, or as many bits of it as have room, is told from
@@ -38,10 +37,6 @@ namespace platform {
 /// synchronised.
 template <class Slot>
 class ProbeTable {
-    struct OwnHash {
-        std::uint64_t operator()(const Slot& slot) const { return slot.Hash(); }
-    };
-
 public:
     ProbeTable() noexcept = default;
     ProbeTable(ProbeTable&& other) noexcept
@@ -78,15 +73,15 @@ public:
 
     /// The same slot, or a free one, to be filled with an entry of that hash before anything else
     /// is asked of the table.
-    template <class IsWanted, class HashOf = OwnHash>
-    [[nodiscard]] Slot& FindOrFree(std::uint64_t hash, IsWanted isWanted, HashOf hashOf = {})
+    template <class IsWanted>
+    [[nodiscard]] Slot& FindOrFree(std::uint64_t hash, IsWanted isWanted)
     {
         if (m_slotCount != 0) {
             Slot& slot = Probe(hash, isWanted);
             if (!slot.IsFree() || HasRoomFor(m_count + 1, m_slotCount))
                 return slot;
         }
-        Reserve(m_count + 1, hashOf);
+        Reserve(m_count + 1);
         return FreeSlot(hash);
     }
 
@@ -118,8 +113,7 @@ public:
     }
 
     /// Makes room for `count` entries at once; a table never shrinks, but for `Clear`.
-    template <class HashOf = OwnHash>
-    void Reserve(std::size_t count, HashOf hashOf = {})
+    void Reserve(std::size_t count)
     {
         if (HasRoomFor(count, m_slotCount))
             return;
@@ -131,7 +125,7 @@ public:
         const std::size_t oldCount = std::exchange(m_slotCount, slotCount);
         for (std::size_t i = 0; i != oldCount; ++i) {
             if (!slots[i].IsFree())
-                FreeSlot(hashOf(slots[i])) = std::move(slots[i]);
+                FreeSlot(slots[i].Hash()) = std::move(slots[i]);
         }
     }
 
