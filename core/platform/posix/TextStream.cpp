@@ -118,6 +118,7 @@ private:
     bool Fill() noexcept;
     ssize_t FetchRaw() noexcept;
     void Decode(bool isLast) noexcept;
+    void DecodePlain() noexcept;
     std::optional<UChar32> NextCharacter(bool isLast) noexcept;
     bool PassLineFeed(bool isLast, bool& isKnown) noexcept;
     void Emit(WChar unit) noexcept;
@@ -207,6 +208,8 @@ ssize_t TextReader::FetchRaw() noexcept
 void TextReader::Decode(bool isLast) noexcept
 {
     while (!m_isEnded) {
+        if (m_encoding == EEncoding::Utf16)
+            DecodePlain();
         const std::size_t begin = m_rawBegin;
         const std::optional<UChar32> character = NextCharacter(isLast);
         if (!character)
@@ -231,6 +234,22 @@ void TextReader::Decode(bool isLast) noexcept
             Emit(U16_TRAIL(*character));
         }
     }
+}
+
+// Units of UTF-16 as far as they stand for themselves, which nearly all do.
+void TextReader::DecodePlain() noexcept
+{
+    std::size_t begin = m_rawBegin, unitCount = m_outEnd / sizeof(WChar);
+    for (; m_rawEnd - begin >= sizeof(WChar); begin += sizeof(WChar)) {
+        WChar unit = 0;
+        std::memcpy(&unit, m_raw.data() + begin, sizeof unit);
+        if (unit == kReturn || unit == kEndOfText)
+            break;
+        std::memcpy(m_out.data() + unitCount * sizeof unit, &unit, sizeof unit);
+        m_ends[unitCount++] = static_cast<std::uint16_t>(begin + sizeof unit);
+    }
+    m_rawBegin = begin;
+    m_outEnd = unitCount * sizeof(WChar);
 }
 
 // Whether a line feed follows, which is then passed; unknown while its bytes are not there.
