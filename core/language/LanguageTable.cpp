@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <string_view>
 #include <utility>
 
 // Texts are asked for by the thousand while a window is built, nearly always as the program spells
@@ -23,6 +24,11 @@ std::uint32_t HashOf(View key)
 View ViewOf(const WString& text)
 {
     return {text.CStr(), text.Length()};
+}
+
+bool HasText(const WString& text, const WString& other)
+{
+    return platform::Collate(text, other, platform::ECase::Ignored) == 0;
 }
 
 bool IsPlain(View key)
@@ -58,14 +64,13 @@ bool LanguageTable::Add(Entry entry)
     const View key = ViewOf(entry.key); // stays where it is when the entry moves
     assert(!key.empty() && Find(key) == nullptr);
     // What may lack memory comes first: an entry that only the order or only the hash knew would be
-    // listed and not found. A count of 0 that stays behind says nothing.
+    // listed and not found.
     const std::uint32_t hash = HashOf(key);
     Slot& slot = m_slots.FindOrFree(hash, [](const Slot&) { return false; });
-    std::uint64_t* const plainKeys =
-        IsPlain(key) ? &m_plainKeys[CollationKey(entry.defaultText)] : nullptr;
+    const std::uint32_t plainHash = IsPlain(key) ? HashOfPlain(entry.defaultText) : 0;
     m_defaults.Insert(entry.key, entry.defaultText);
 
-    const bool isShared = plainKeys != nullptr && (*plainKeys)++ != 0;
+    const bool isShared = IsPlain(key) && AddPlain(plainHash, entry.defaultText);
     m_foreignKeys += IsAsciiKey(key) ? 0 : 1;
     m_slots.Fill(slot, {hash, static_cast<std::uint32_t>(key.size()), std::move(entry)});
     return isShared;
@@ -76,21 +81,15 @@ bool LanguageTable::Replace(const Entry& old, Entry entry)
     const View key = ViewOf(entry.key), oldKey = ViewOf(old.key);
     // As above: what may lack memory comes first, so that the old entry stays unless the new one
     // takes its place.
-    std::uint64_t* const plainKeys =
-        IsPlain(key) ? &m_plainKeys[CollationKey(entry.defaultText)] : nullptr;
-    const auto oldPlainKeys =
-        IsPlain(oldKey) ? m_plainKeys.find(CollationKey(old.defaultText)) : m_plainKeys.end();
+    const std::uint32_t plainHash = IsPlain(key) ? HashOfPlain(entry.defaultText) : 0;
+    const std::uint32_t oldPlainHash = IsPlain(oldKey) ? HashOfPlain(old.defaultText) : 0;
     auto* const item = m_defaults.Find(old.key);
     assert(item != nullptr && item->key == entry.key);
-    assert(!IsPlain(oldKey) || (oldPlainKeys != m_plainKeys.end() && oldPlainKeys->second != 0));
     assert(IsAsciiKey(oldKey) || m_foreignKeys != 0);
 
-    // Down and up before a count of 0 goes, as both may be the same one.
-    if (oldPlainKeys != m_plainKeys.end())
-        --oldPlainKeys->second;
-    const bool isShared = plainKeys != nullptr && (*plainKeys)++ != 0;
-    if (oldPlainKeys != m_plainKeys.end() && oldPlainKeys->second == 0)
-        m_plainKeys.erase(oldPlainKeys);
+    if (IsPlain(oldKey))
+        RemovePlain(oldPlainHash, old.defaultText);
+    const bool isShared = IsPlain(key) && AddPlain(plainHash, entry.defaultText);
     m_foreignKeys += IsAsciiKey(key) ? 0 : 1;
     m_foreignKeys -= IsAsciiKey(oldKey) ? 0 : 1;
     item->key = entry.key; // equal to the one before, so the order stays
@@ -107,7 +106,7 @@ void LanguageTable::RemoveAll()
 {
     m_defaults.RemoveAll();
     m_slots.Clear();
-    m_plainKeys.clear();
+    m_plainTexts.Clear();
     m_foreignKeys = 0;
 }
 
@@ -119,9 +118,34 @@ const LanguageTable::Slot* LanguageTable::FindUnits(View key) const
     });
 }
 
-const std::string& LanguageTable::CollationKey(const WString& text)
+// The hash of a text that is to be counted, and room for it.
+std::uint32_t LanguageTable::HashOfPlain(const WString& text)
 {
+    m_plainTexts.Reserve(m_plainTexts.Count() + 1);
     m_collationKey.clear();
     platform::AppendCollationKey(text, text.Length(), platform::ECase::Ignored, m_collationKey);
-    return m_collationKey;
+    return static_cast<std::uint32_t>(platform::SeededHash(std::string_view(m_collationKey)));
+}
+
+bool LanguageTable::AddPlain(std::uint32_t hash, const WString& text) noexcept
+{
+    PlainText& slot = m_plainTexts.FindOrFree(
+        hash, [&](const PlainText& known) { return HasText(known.text, text); });
+    if (slot.IsFree()) {
+        m_plainTexts.Fill(slot, {hash, 1, text});
+        return false;
+    }
+    ++slot.count;
+    return true;
+}
+
+void LanguageTable::RemovePlain(std::uint32_t hash, const WString& text) noexcept
+{
+    PlainText* const slot =
+        m_plainTexts.Find(hash, [&](const PlainText& known) { return HasText(known.text, text); });
+    assert(slot != nullptr);
+    if (slot->count > 1)
+        --slot->count;
+    else
+        m_plainTexts.Vacate(*slot);
 }

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 
 /// The entries of a language map: ordered by the collation of their keys, and found by a hash of
 /// the key's units, as nearly all keys that are asked for are spelled like the entry's.
@@ -48,13 +47,26 @@ private:
         [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
 
+    // How many plain keys have a default text, case ignored; spelled as one of them.
+    struct PlainText {
+        std::uint32_t hash = 0;
+        std::uint32_t count = 0;
+        WString text;
+
+        [[nodiscard]] bool IsFree() const noexcept { return count == 0; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
+    };
+
     [[nodiscard]] const Slot* FindUnits(View key) const;
-    [[nodiscard]] const std::string& CollationKey(const WString& text);
+    [[nodiscard]] std::uint32_t HashOfPlain(const WString& text);
+    // Counts a plain key, for which there is room; whether another one has the text.
+    bool AddPlain(std::uint32_t hash, const WString& text) noexcept;
+    void RemovePlain(std::uint32_t hash, const WString& text) noexcept;
 
     BMap<WString, WString> m_defaults;
     platform::ProbeTable<Slot> m_slots;
-    // How many plain keys have a default text, by its collation key without case.
-    std::unordered_map<std::string, std::uint64_t, platform::SeededTextHash> m_plainKeys;
+    platform::ProbeTable<PlainText> m_plainTexts;
     std::uint64_t m_foreignKeys = 0; // that hold more than ASCII
     std::string m_collationKey;      // kept for its room
 };
