@@ -1,9 +1,21 @@
 #include "core/tree/AttributeList.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <memory>
 #include <new>
-#include <utility>
+
+// Where nodes have attributes at all, most have one, and documents have millions of nodes: so one
+// takes no memory but its own. Addresses are even, hence the bit that tells a block from an
+// attribute.
+
+namespace {
+
+constexpr std::uintptr_t kBlockBit = 1;
+static_assert(alignof(BAttribute) > kBlockBit);
+
+} // namespace
 
 // The entries stand behind it, in the same piece of memory.
 struct AttributeList::Block {
@@ -25,66 +37,102 @@ struct AttributeList::Block {
     int capacity;
 };
 
-void AttributeList::BlockDeleter::operator()(Block* block) const noexcept
-{
-    block->~Block();
-    ::operator delete(block);
-}
-
 AttributeList::AttributeList(const AttributeList& other)
 {
     Reserve(other.Count());
-    for (const SP<BAttribute>& attribute : other)
-        Append(attribute);
-}
-
-AttributeList& AttributeList::operator=(AttributeList other) noexcept
-{
-    m_block = std::move(other.m_block);
-    return *this;
+    for (int i = 0; i < other.Count(); ++i)
+        Append(other.At(i));
 }
 
 int AttributeList::Count() const noexcept
 {
-    return m_block ? m_block->count : 0;
+    return IsBlock() ? AsBlock()->count : IsNull() ? 0 : 1;
 }
 
-const SP<BAttribute>* AttributeList::begin() const noexcept
+BAttribute* AttributeList::At(int index) const noexcept
 {
-    return m_block ? m_block->Entries() : nullptr;
+    assert(index >= 0 && index < Count());
+    return IsBlock() ? AsBlock()->Entries()[index].Get() : AsOnly();
 }
 
-const SP<BAttribute>* AttributeList::end() const noexcept
+int AttributeList::Find(const BAttribute* attribute) const noexcept
 {
-    return m_block ? m_block->Entries() + m_block->count : nullptr;
+    int index = 0;
+    while (index < Count() && At(index) != attribute)
+        ++index;
+    return index;
 }
 
 void AttributeList::Reserve(int capacity)
 {
-    if (capacity <= (m_block ? m_block->capacity : 0))
+    if (capacity <= (IsBlock() ? AsBlock()->capacity : 1))
         return;
     const auto size = sizeof(Block) + static_cast<std::size_t>(capacity) * sizeof(SP<BAttribute>);
-    std::unique_ptr<Block, BlockDeleter> grown(new (::operator new(size)) Block(capacity));
+    Block* const grown = new (::operator new(size)) Block(capacity);
     grown->count = Count();
-    if (m_block)
-        std::move(m_block->Entries(), m_block->Entries() + m_block->count, grown->Entries());
-    m_block = std::move(grown);
+    if (IsBlock())
+        std::move(AsBlock()->Entries(), AsBlock()->Entries() + grown->count, grown->Entries());
+    else
+        grown->Entries()[0] = AsOnly();
+    if (!IsNull())
+        Drop();
+    m_held = reinterpret_cast<std::uintptr_t>(grown) | kBlockBit;
 }
 
-void AttributeList::Append(SP<BAttribute> attribute)
+void AttributeList::Append(BAttribute* attribute)
 {
-    if (!m_block || m_block->count == m_block->capacity)
-        Reserve(2 * Count() + 1);
-    m_block->Entries()[m_block->count++] = std::move(attribute);
+    if (IsNull() && attribute != nullptr) {
+        attribute->Ref();
+        m_held = reinterpret_cast<std::uintptr_t>(attribute);
+        return;
+    }
+    if (!IsBlock() || AsBlock()->count == AsBlock()->capacity)
+        Reserve(2 * Count() + 2);
+    AsBlock()->Entries()[AsBlock()->count++] = attribute;
 }
 
 SP<BAttribute> AttributeList::RemoveAt(int index) noexcept
 {
-    assert(index >= 0 && index < Count());
-    SP<BAttribute>* const place = m_block->Entries() + index;
-    SP<BAttribute> removed = std::move(*place);
-    std::move(place + 1, m_block->Entries() + m_block->count, place);
-    if (--m_block->count == 0)
-        m_block = nullptr;
+    SP<BAttribute> removed(At(index));
+    if (!IsBlock()) {
+        Drop();
+        m_held = 0;
+        return removed;
+    }
+    SP<BAttribute>* const entries = AsBlock()->Entries();
+    std::move(entries + index + 1, entries + AsBlock()->count, entries + index);
+    entries[--AsBlock()->count] = nullptr;
+    if (AsBlock()->count == 0) {
+        Drop();
+        m_held = 0;
+    }
     return removed;
+}
+
+bool AttributeList::IsBlock() const noexcept
+{
+    return (m_held & kBlockBit) != 0;
+}
+
+AttributeList::Block* AttributeList::AsBlock() const noexcept
+{
+    assert(IsBlock());
+    return reinterpret_cast<Block*>(m_held & ~kBlockBit);
+}
+
+// Null in an empty list.
+BAttribute* AttributeList::AsOnly() const noexcept
+{
+    assert(!IsBlock());
+    return reinterpret_cast<BAttribute*>(m_held);
+}
+
+void AttributeList::Drop() noexcept
+{
+    if (!IsBlock()) {
+        AsOnly()->Unref();
+        return;
+    }
+    AsBlock()->~Block();
+    ::operator delete(AsBlock());
 }

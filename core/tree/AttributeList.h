@@ -3,12 +3,13 @@
 #include "core/base/SP.h"
 #include "core/tree/BAttribute.h"
 
-#include <memory>
+#include <cstdint>
+#include <utility>
 
 /// The attributes of a node in their order, owned; entries may be null.
 ///
-/// An empty list is one null pointer, others are one piece of memory. Entries are found and removed
-/// by their place, as a node has few of them.
+/// One pointer: null, the only attribute, or a block with several. Entries are found and removed by
+/// their place, as a node has few of them.
 ///
 /// When memory runs out, `Reserve` and `Append` throw and leave the list as it was; removing always
 /// succeeds.
@@ -16,26 +17,41 @@ class AttributeList {
 public:
     AttributeList() noexcept = default;
     AttributeList(const AttributeList& other);
-    AttributeList(AttributeList&& other) noexcept = default;
-    AttributeList& operator=(AttributeList other) noexcept;
-    ~AttributeList() = default;
+    AttributeList(AttributeList&& other) noexcept
+        : m_held(std::exchange(other.m_held, 0))
+    {}
+    AttributeList& operator=(AttributeList other) noexcept
+    {
+        std::swap(m_held, other.m_held);
+        return *this;
+    }
+    ~AttributeList()
+    {
+        if (m_held != 0)
+            Drop();
+    }
 
-    [[nodiscard]] bool IsEmpty() const noexcept { return m_block == nullptr; }
+    /// No attribute, and no room for any.
+    [[nodiscard]] bool IsNull() const noexcept { return m_held == 0; }
     [[nodiscard]] int Count() const noexcept;
-    [[nodiscard]] const SP<BAttribute>* begin() const noexcept;
-    [[nodiscard]] const SP<BAttribute>* end() const noexcept;
+    /// `index` must be in range.
+    [[nodiscard]] BAttribute* At(int index) const noexcept;
+    /// Where `attribute` stands first; `Count()` when it does not.
+    [[nodiscard]] int Find(const BAttribute* attribute) const noexcept;
 
     void Reserve(int capacity);
-    void Append(SP<BAttribute> attribute);
+    void Append(BAttribute* attribute);
     /// Hands the attribute out, so that it dies when the list is as it should be. `index` must be
     /// in range.
     SP<BAttribute> RemoveAt(int index) noexcept;
 
 private:
     struct Block;
-    struct BlockDeleter {
-        void operator()(Block* block) const noexcept;
-    };
 
-    std::unique_ptr<Block, BlockDeleter> m_block; // null while the list is empty
+    [[nodiscard]] bool IsBlock() const noexcept;
+    [[nodiscard]] Block* AsBlock() const noexcept;
+    [[nodiscard]] BAttribute* AsOnly() const noexcept;
+    void Drop() noexcept;
+
+    std::uintptr_t m_held = 0; // the address of the one or, with kBlockBit, the other
 };

@@ -133,7 +133,9 @@ void BNode::WriteData(BArchive& archive) const
     const Annotations& annotated = Annotated() != nullptr ? *Annotated() : none;
     archive << m_object.Get();
     WriteReferences(archive, m_children);
-    WriteReferences(archive, m_attributes);
+    archive << m_attributes.Count();
+    for (int i = 0; i < m_attributes.Count(); ++i)
+        archive << static_cast<const BSmartObj*>(m_attributes.At(i));
     archive << Converted<BString>(m_text);
     archive << static_cast<const BSmartObj*>(m_parent);
     archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));

@@ -3,7 +3,7 @@
 #include "core/operation/Messages.h"
 #include "core/tree/BNode.h"
 
-#include <algorithm>
+#include <memory>
 #include <utility>
 
 // Attributes and annotations of a node.
@@ -20,27 +20,24 @@ namespace {
 // What a look-up gives that finds nothing.
 constexpr int kNone = -1;
 
-template <class Is>
-int PlaceWhere(const AttributeList& attributes, Is is)
-{
-    const auto* const found = std::find_if(attributes.begin(), attributes.end(), is);
-    return found != attributes.end() ? static_cast<int>(found - attributes.begin()) : kNone;
-}
-
-int PlaceOf(const AttributeList& attributes, const BAttribute* attribute)
-{
-    return PlaceWhere(attributes, [attribute](const auto& other) { return other == attribute; });
-}
-
 int PlaceOf(const AttributeList& attributes, const WString& name)
 {
-    return PlaceWhere(attributes,
-                      [&name](const auto& other) { return other && other->Name() == name; });
+    for (int place = 0; place < attributes.Count(); ++place) {
+        const BAttribute* const attribute = attributes.At(place);
+        if (attribute != nullptr && attribute->Name() == name)
+            return place;
+    }
+    return kNone;
 }
 
 int PlaceOf(const AttributeList& attributes, int index)
 {
     return index >= 0 && index < attributes.Count() ? index : kNone;
+}
+
+int PlaceOf(const AttributeList& attributes, const BAttribute* attribute)
+{
+    return PlaceOf(attributes, attributes.Find(attribute));
 }
 
 } // namespace
@@ -51,10 +48,10 @@ bool BNode::AddAttrib(BAttribute* attribute)
         return false;
     const SP<BAttribute> added(attribute);
     SP<BAttribute> removed; // dies when nothing touches the node any more
-    const int namesake = PlaceOf(m_attributes, added->Name());
-    if (namesake != kNone && m_attributes.begin()[namesake] == added)
+    const int namesake = AttribNum() != 0 ? PlaceOf(m_attributes, added->Name()) : kNone;
+    if (namesake != kNone && m_attributes.At(namesake) == attribute)
         return false;
-    m_attributes.Append(added);
+    m_attributes.Append(attribute);
     if (namesake != kNone)
         removed = m_attributes.RemoveAt(namesake);
     Report(kMessageNodeAttributesChanged);
@@ -71,7 +68,7 @@ template <class Key>
 BAttribute* BNode::FindAttrib(const Key& key) const
 {
     const int place = PlaceOf(m_attributes, key);
-    return place != kNone ? m_attributes.begin()[place].Get() : nullptr;
+    return place != kNone ? m_attributes.At(place) : nullptr;
 }
 
 BAttribute* BNode::Attrib(int index) const

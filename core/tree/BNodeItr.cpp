@@ -2,8 +2,6 @@
 
 #include "core/tree/NodeAccess.h"
 
-#include <algorithm>
-
 // The iterators outlive changes of the tree: none keeps a place that a change could make void.
 //
 // Nodes and children need none, as a node knows its parent and its place there: the current node is
@@ -120,10 +118,10 @@ void BNodeAttribItr::Restart()
 void BNodeAttribItr::StandOn(int place)
 {
     const AttributeList& list = NodeAccess::Attributes(*m_node);
-    while (place < list.Count() && !list.begin()[place])
+    while (place < list.Count() && list.At(place) == nullptr)
         ++place;
     m_place = place;
-    m_current = place < list.Count() ? list.begin()[place] : nullptr;
+    m_current = place < list.Count() ? list.At(place) : nullptr;
 }
 
 BNodeAttribItr& BNodeAttribItr::operator++()
@@ -131,8 +129,8 @@ BNodeAttribItr& BNodeAttribItr::operator++()
     if (!m_current)
         return *this;
     const AttributeList& list = NodeAccess::Attributes(*m_node);
-    if (m_place >= list.Count() || list.begin()[m_place] != m_current)
-        m_place = static_cast<int>(std::find(list.begin(), list.end(), m_current) - list.begin());
+    if (m_place >= list.Count() || list.At(m_place) != m_current.Get())
+        m_place = list.Find(m_current.Get());
     StandOn(m_place + 1);
     return *this;
 }

@@ -72,7 +72,7 @@ thread_local BNode::Releasing* BNode::Releasing::current = nullptr;
 BNode::~BNode()
 {
     Annotations* const annotations = Annotated();
-    if (m_children.IsEmpty() && m_attributes.IsEmpty() && annotations == nullptr && !m_object)
+    if (m_children.IsEmpty() && m_attributes.IsNull() && annotations == nullptr && !m_object)
         return; // as most nodes are
     m_annotations = nullptr;
     Released held{std::move(m_object), std::move(m_attributes),

@@ -27,6 +27,7 @@ struct NodeRecord {
     int annotation = 0;
     int annotationCount = 1;            // if there is one, how often
     std::optional<int> childCount = {}; // if not as many as there are
+    std::vector<int> attributes = {};
 };
 
 std::string Reference(int index)
@@ -40,7 +41,10 @@ std::string PayloadOf(const NodeRecord& node)
     std::string bytes = Reference(node.object) + BytesOf(count);
     for (const int child : node.children)
         bytes += Reference(child);
-    bytes += BytesOf(0) + TextBytes("") + Reference(node.parent) + "\1" + BytesOf(1) + "n\0"s;
+    bytes += BytesOf(static_cast<int>(node.attributes.size()));
+    for (const int attribute : node.attributes)
+        bytes += Reference(attribute);
+    bytes += TextBytes("") + Reference(node.parent) + "\1" + BytesOf(1) + "n\0"s;
     bytes += BytesOf(node.annotation == 0 ? 0 : node.annotationCount);
     for (int i = 0; node.annotation != 0 && i < node.annotationCount; ++i)
         bytes += Reference(node.annotation);
@@ -371,6 +375,14 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     EXPECT_TRUE(root->RemoveChild(1) && root->RemoveChild(1)) << "the null entry behind a hole";
     EXPECT_EQ(root->ChildNum(), 41);
     EXPECT_NE(root->Child(1), nullptr);
+
+    PutNodes({{{}, 0, 0, 0, 1, {}, {9, 1}}}); // none there, and one that is no attribute
+    root = TakeOut("1");
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->AttribNum(), 2);
+    EXPECT_FALSE(root->Attrib(0) || root->Attrib(QD_W("t")) || BNodeAttribItr(*root));
+    EXPECT_TRUE(root->AddAttrib(new NumberAttribute(QD_W("t"), 1)) && root->RemoveAttrib(0));
+    EXPECT_EQ(BNodeAttribItr(*root).Current(), root->Attrib(1)) << "a null entry is passed over";
 
     PutNodes({{{}, 0, 0, 9}});
     root = TakeOut("1");
