@@ -227,6 +227,25 @@ TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
     CheckStrings<BString>(BString(text), BString(other), lines.get(), records.get());
 }
 
+TEST_F(OutOfMemoryTest, ADictionaryHoldsWhatWasInserted)
+{
+    BDictionary<int, int> dictionary;
+    int count = 0;
+    FailEachAllocation(
+        "Insert",
+        [&] {
+            dictionary.RemoveAll();
+            for (count = 0; count < 40; ++count)
+                dictionary.Insert(300 * count, count);
+        },
+        [&] {
+            int found = 0;
+            for (const auto& item : dictionary)
+                found += dictionary.Find(300 * item.value) == &item ? 1 : 0;
+            return found == count && dictionary.Count() == static_cast<std::uint64_t>(count);
+        });
+}
+
 TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
 {
     const WString section = QD_W("Probe"), key = QD_W("a key"), kept = QD_W("kept");

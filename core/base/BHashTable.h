@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/BKeyTraits.h"
+#include "core/platform/ObjectPages.h"
 #include "core/platform/ProbeTable.h"
 
 #include <cstddef>
@@ -20,11 +21,14 @@
 /// holds no memory. Not synchronised.
 template <class T>
 class BHashTable {
+    // The address of the next entry of a bucket, or where there is none the bucket's number, which
+    // only an entry at an end is asked for: twice the number and 1, as no address is.
+    using Link = std::uintptr_t;
+
     struct Entry {
         T item;
-        std::uint64_t bucket;
-        Entry* previous; // in the bucket
-        Entry* next;     // in the bucket
+        Link previous;
+        Link next;
     };
 
 public:
@@ -114,8 +118,13 @@ public:
         }
         const std::uint64_t number = item.Hash() % m_bucketCount;
         Bucket& bucket = BucketAt(number);
-        Entry* const entry = new Entry{std::move(item), number, bucket.last, nullptr};
-        (bucket.last != nullptr ? bucket.last->next : bucket.first) = entry;
+        const Link end = number << 1 | 1;
+        const Link previous = bucket.last != nullptr ? LinkTo(bucket.last) : end;
+        Entry* const entry = m_entries.Make(std::move(item), previous, end);
+        if (bucket.last != nullptr)
+            bucket.last->next = LinkTo(entry);
+        else
+            bucket.first = entry;
         bucket.last = entry;
         m_slots.Fill(slot, {hash, entry});
         return true;
@@ -139,18 +148,27 @@ public:
         Slot* const slot = m_slots.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
         if (slot == nullptr)
             return false;
-        // Destroyed at the very end: its destructor may use the table, and `key` may be its own.
-        const std::unique_ptr<Entry> entry(slot->entry);
+        Entry* const entry = slot->entry;
         m_slots.Vacate(*slot);
-        Bucket& bucket = BucketAt(entry->bucket);
-        (entry->previous != nullptr ? entry->previous->next : bucket.first) = entry->next;
-        (entry->next != nullptr ? entry->next->previous : bucket.last) = entry->previous;
+        Entry* const previous = EntryAt(entry->previous);
+        Entry* const next = EntryAt(entry->next);
+        if (previous != nullptr)
+            previous->next = entry->next;
+        else
+            BucketAt(BucketOf(entry->previous)).first = next;
+        if (next != nullptr)
+            next->previous = entry->previous;
+        else
+            BucketAt(BucketOf(entry->next)).last = previous;
+        // At the very end: its destructor may use the table, and `key` may be its own.
+        m_entries.Destroy(entry);
         return true;
     }
 
     void RemoveAll() noexcept
     {
         m_slots.Clear();
+        const platform::ObjectPages<Entry> entries(std::move(m_entries));
         const std::unique_ptr<std::unique_ptr<Page>[]> pages(std::move(m_pages));
         for (std::uint64_t i = 0; pages != nullptr && i < PageCount(); ++i)
             Destroy(pages[i].get());
@@ -211,7 +229,18 @@ private:
     {
         return (m_bucketCount - 1) / kPageSize + 1;
     }
-    /// The entries of `page`, which is no longer in the table and may be null.
+    [[nodiscard]] static Link LinkTo(Entry* entry) noexcept
+    {
+        return reinterpret_cast<std::uintptr_t>(entry);
+    }
+    /// Null at the end of a bucket.
+    [[nodiscard]] static Entry* EntryAt(Link link) noexcept
+    {
+        return (link & 1) == 0 ? reinterpret_cast<Entry*>(link) : nullptr;
+    }
+    [[nodiscard]] static std::uint64_t BucketOf(Link end) noexcept { return end >> 1; }
+
+    /// Ends the entries of `page`, which is no longer in the table and may be null.
     static void Destroy(const Page* page) noexcept
     {
         if (page == nullptr)
@@ -219,14 +248,15 @@ private:
         for (const Bucket& bucket : page->buckets) {
             Entry* entry = bucket.first;
             while (entry != nullptr)
-                delete std::exchange(entry, entry->next);
+                std::destroy_at(std::exchange(entry, EntryAt(entry->next)));
         }
     }
 
     [[nodiscard]] Entry* First() const noexcept { return Count() != 0 ? FirstFrom(0) : nullptr; }
     [[nodiscard]] Entry* Next(const Entry* entry) const noexcept
     {
-        return entry->next != nullptr ? entry->next : FirstFrom(entry->bucket + 1);
+        Entry* const next = EntryAt(entry->next);
+        return next != nullptr ? next : FirstFrom(BucketOf(entry->next) + 1);
     }
     /// The first entry of the first bucket from `number` on that has one.
     [[nodiscard]] Entry* FirstFrom(std::uint64_t number) const noexcept
@@ -245,10 +275,12 @@ private:
     {
         std::swap(m_bucketCount, other.m_bucketCount);
         std::swap(m_slots, other.m_slots);
+        std::swap(m_entries, other.m_entries);
         std::swap(m_pages, other.m_pages);
     }
 
     std::uint64_t m_bucketCount;
-    platform::ProbeTable<Slot> m_slots;               // finds entries by their seeded hash
+    platform::ProbeTable<Slot> m_slots; // finds entries by their seeded hash
+    platform::ObjectPages<Entry> m_entries;
     std::unique_ptr<std::unique_ptr<Page>[]> m_pages; // of buckets; a page without entries is null
 };

@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <map>
+#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -106,4 +109,38 @@ TEST(BDictionary, IteratesByBucketAndThenByInsertion)
     auto place = copy.begin();
     EXPECT_STREQ((place++)->key, "a");
     EXPECT_STREQ(place->key, "b");
+}
+
+// Keys of three buckets come and go, in the end nearly all.
+TEST(BDictionary, EntriesKeepTheirPlaceAndOrderThroughARandomHistory)
+{
+    std::mt19937 random(1);
+    BDictionary<int, int> dictionary;
+    std::map<int, std::vector<const MItem<int, int>*>> expected; // by bucket
+    const auto check = [&] {
+        auto place = dictionary.begin();
+        for (const auto& [bucket, entries] : expected) {
+            for (const auto* entry : entries) {
+                ASSERT_TRUE(place != dictionary.end() && &*place == entry);
+                ASSERT_TRUE(entry->key % 9277 == bucket && dictionary.Find(entry->key) == entry);
+                ++place;
+            }
+        }
+        ASSERT_EQ(place, dictionary.end());
+    };
+    for (int step = 0; step < 4000; ++step) {
+        const int bucket = static_cast<int>(random() % 3) * 4638; // one of them the last
+        const int key = static_cast<int>(random() % 50) * 9277 + bucket;
+        auto& entries = expected[bucket];
+        const auto* const entry = dictionary.Find(key);
+        if (step >= 3000 || random() % 3 == 0) {
+            ASSERT_EQ(dictionary.Remove(key), entry != nullptr);
+            std::erase(entries, entry);
+        } else if (entry == nullptr) {
+            EXPECT_TRUE(dictionary.Insert(key, step));
+            entries.push_back(dictionary.Find(key));
+        }
+        check();
+    }
+    EXPECT_LT(dictionary.Count(), 10u);
 }
