@@ -27,10 +27,9 @@ constexpr std::size_t kLongestValueName = 16383;
 
 RegistryName NameOf(WideView written)
 {
-    RegistryName name{written, {}};
-    name.folded.reserve(written.size());
-    for (const WChar unit : written)
-        name.folded.push_back(FoldCase(unit));
+    RegistryName name{written, WideText(written)};
+    for (WChar& unit : name.folded)
+        unit = FoldCase(unit);
     return name;
 }
 

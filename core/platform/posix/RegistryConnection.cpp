@@ -27,8 +27,9 @@
 //                     data    a text with its terminating 0, a number's bytes lowest first
 //
 // A database, as any number of processes use it at once and a write must be whole or not be. Every
-// write is a transaction that begins with the lock (`BEGIN IMMEDIATE`): one that read first and
-// asked for the lock then would fail at once if somebody else wrote in between.
+// write is a transaction that begins with the lock (one statement that writes, or `BEGIN
+// IMMEDIATE`): one that read first and asked for the lock then would fail at once if somebody else
+// wrote in between.
 namespace platform {
 
 using sqlite::Database;
@@ -155,6 +156,7 @@ RegistryConnection::RegistryConnection(Database database, const FileIdentity& fi
     , m_writeValue(Prepared("INSERT INTO registry_value (key, folded, name, type, data)"
                             " VALUES (?, ?, ?, ?, ?) ON CONFLICT (key, folded)"
                             " DO UPDATE SET type = excluded.type, data = excluded.data"))
+    , m_cache(sqlite::LogIndex(m_database.get()))
 {}
 
 std::optional<std::int64_t> RegistryConnection::FindKey(std::int64_t parent, WideView foldedName)
@@ -165,6 +167,10 @@ std::optional<std::int64_t> RegistryConnection::FindKey(std::int64_t parent, Wid
 
 bool RegistryConnection::ReadText(std::int64_t key, WideView foldedName, WideText& text)
 {
+    if (const WideText* const known = m_cache.Find(key, foldedName)) {
+        text = *known;
+        return true;
+    }
     Run run(m_readValue);
     if (!run.With(key).With(foldedName).HasRow())
         return false;
@@ -175,7 +181,25 @@ bool RegistryConnection::ReadText(std::int64_t key, WideView foldedName, WideTex
     text.resize(bytes.size() / sizeof(WChar));
     if (!text.empty())
         std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WChar));
+    m_cache.Keep(key, foldedName, text);
     return true;
+}
+
+// A transaction of its own, as every statement outside of one is; it begins with the lock, since it
+// writes.
+bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
+                                    const void* data, std::size_t size)
+{
+    const bool isWritten = Run(m_writeValue)
+                               .With(key)
+                               .With(name.folded)
+                               .With(name.written)
+                               .With(static_cast<std::int64_t>(type))
+                               .With(data, size)
+                               .IsDone();
+    if (isWritten)
+        LeaveGap();
+    return isWritten;
 }
 
 std::optional<std::int64_t> RegistryConnection::AddKey(std::int64_t parent,
@@ -184,18 +208,6 @@ std::optional<std::int64_t> RegistryConnection::AddKey(std::int64_t parent,
     Run run(m_addKey);
     const bool isAdded = run.With(parent).With(name.folded).With(name.written).HasRow();
     return isAdded ? std::optional(run.Number(0)) : std::nullopt;
-}
-
-bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
-                                    const void* data, std::size_t size)
-{
-    return Run(m_writeValue)
-        .With(key)
-        .With(name.folded)
-        .With(name.written)
-        .With(static_cast<std::int64_t>(type))
-        .With(data, size)
-        .IsDone();
 }
 
 RegistryConnection::Transaction::Transaction(RegistryConnection& connection) noexcept
@@ -214,8 +226,8 @@ bool RegistryConnection::Transaction::Commit() noexcept
     assert(m_isOpen);
     const bool isDone = Run(m_connection.m_commit).IsDone();
     m_isOpen = !isDone;
-    if (isDone && m_connection.m_leavesGaps)
-        ::sqlite3_sleep(2);
+    if (isDone)
+        m_connection.LeaveGap();
     return isDone;
 }
 
@@ -223,6 +235,12 @@ bool RegistryConnection::IsReady() const noexcept
 {
     return m_begin && m_commit && m_rollback && m_findKey && m_addKey && m_readValue &&
            m_writeValue;
+}
+
+void RegistryConnection::LeaveGap() const noexcept
+{
+    if (m_leavesGaps)
+        ::sqlite3_sleep(2);
 }
 
 Statement RegistryConnection::Prepared(const char* sql) const

@@ -3,6 +3,7 @@
 #include "core/platform/Registry.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/FileIdentity.h"
+#include "core/platform/posix/RegistryCache.h"
 #include "core/platform/posix/Sqlite.h"
 
 #include <cstddef>
@@ -37,12 +38,10 @@ public:
 
     [[nodiscard]] std::optional<std::int64_t> FindKey(std::int64_t parent, WideView foldedName);
     [[nodiscard]] bool ReadText(std::int64_t key, WideView foldedName, WideText& text);
-
-    // In a transaction.
-
-    [[nodiscard]] std::optional<std::int64_t> AddKey(std::int64_t parent, const RegistryName& name);
     [[nodiscard]] bool WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
                                   const void* data, std::size_t size);
+    /// In a transaction.
+    [[nodiscard]] std::optional<std::int64_t> AddKey(std::int64_t parent, const RegistryName& name);
 
     /// Takes back what was not committed.
     class Transaction {
@@ -64,6 +63,7 @@ private:
     RegistryConnection(sqlite::Database database, const FileIdentity& file, bool leavesGaps);
 
     [[nodiscard]] bool IsReady() const noexcept;
+    void LeaveGap() const noexcept;
     [[nodiscard]] sqlite::Statement Prepared(const char* sql) const;
 
     sqlite::Database m_database; // outlives its statements
@@ -71,6 +71,7 @@ private:
     bool m_leavesGaps; // after each write, for other processes
     sqlite::Statement m_begin, m_commit, m_rollback;
     sqlite::Statement m_findKey, m_addKey, m_readValue, m_writeValue;
+    RegistryCache m_cache;
 };
 
 } // namespace platform

@@ -51,6 +51,7 @@ private:
     [[nodiscard]] bool CanWrite(const FileIdentity& file);
     template <class Work>
     [[nodiscard]] bool Commit(Work work);
+    void LetGoUnless(bool isGood) noexcept;
     [[nodiscard]] bool Has(const Key& key);
     [[nodiscard]] std::int64_t Descend(std::int64_t key, std::span<const RegistryName>& names);
 

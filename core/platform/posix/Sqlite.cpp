@@ -79,6 +79,24 @@ bool IsReadOnly(sqlite3* database) noexcept
     return ::sqlite3_db_readonly(database, "main") != 0;
 }
 
+const void* LogIndex(sqlite3* database)
+{
+    // Without a log the system would make an index for none.
+    const Statement mode = Prepare(database, "PRAGMA journal_mode");
+    if (mode == nullptr || ::sqlite3_step(mode.get()) != SQLITE_ROW ||
+        ::sqlite3_stricmp(reinterpret_cast<const char*>(::sqlite3_column_text(mode.get(), 0)),
+                          "wal") != 0)
+        return nullptr;
+    sqlite3_file* file = nullptr;
+    if (::sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+        file == nullptr || file->pMethods == nullptr || file->pMethods->iVersion < 2)
+        return nullptr;
+    constexpr int pieceSize = 32768; // as SQLite maps it
+    volatile void* index = nullptr;
+    const int result = file->pMethods->xShmMap(file, 0, pieceSize, 0, &index);
+    return result == SQLITE_OK ? const_cast<const void*>(index) : nullptr;
+}
+
 Run::Run(const Statement& statement) noexcept
     : m_statement(statement.get())
 {}

@@ -43,6 +43,10 @@ inline constexpr int kPatienceMs = 2000;
 
 [[nodiscard]] bool IsReadOnly(sqlite3* database) noexcept;
 
+/// The beginning of the log's index, in memory that the processes share: another one after each
+/// write. Good until the database is closed; null without a log.
+[[nodiscard]] const void* LogIndex(sqlite3* database);
+
 /// One run of a statement, which is ready for the next when this ends. What is bound is borrowed.
 class Run {
 public:

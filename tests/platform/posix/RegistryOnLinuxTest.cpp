@@ -138,6 +138,32 @@ TEST_F(RegistryOnLinux, LosesNothingThatProcessesAndThreadsWrite)
     EXPECT_EQ(other.Run("PRAGMA journal_mode"), "wal");
 }
 
+TEST_F(RegistryOnLinux, SeesWhatAnotherProgramWrites)
+{
+    BConfigRegistry config(QD_W("Software\\Probe"));
+    ASSERT_EQ(config.WriteInt(QD_W("v"), 1), 0);
+    OtherProgram other(m_path);
+    const std::string set = "UPDATE registry_value SET data = ";
+    const std::pair<std::string, int> steps[] = {
+        {"", 1},
+        {set + "x'32000000'", 2}, // "2"
+        {"PRAGMA wal_checkpoint(RESTART)", 2},
+        {"BEGIN; " + set + "x'33000000'", 2},
+        {"COMMIT", 3},
+        {"BEGIN; " + set + "x'34000000'; ROLLBACK", 3},
+        {"DELETE FROM registry_value", 0},
+    };
+    for (const auto& [sql, value] : steps) {
+        SCOPED_TRACE(sql);
+        ASSERT_NE(other.Run(sql), "<error>");
+        for (int reads = 0; reads < 2; ++reads) {
+            int number = 0;
+            EXPECT_EQ(config.ReadInt(QD_W("V"), number) == 0, value != 0);
+            EXPECT_EQ(number, value);
+        }
+    }
+}
+
 TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
 {
     BConfigRegistry config(QD_W("Software\\Probe"));
