@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <string>
 #include <utility>
 
@@ -40,15 +41,14 @@ TEST(BFile, AnswersQuestionsByName)
 {
     const TemporaryFolder folder;
     WriteFileBytes(folder / "empty", "");
-    WriteFileBytes(folder / "big", "x");
-    constexpr std::uintmax_t big = (std::uintmax_t{4} << 30) + 3;
-    fs::resize_file(folder / "big", big); // sparse
+    constexpr std::int64_t big = (std::int64_t{4} << 30) + 3;
+    std::ofstream(folder / "big", std::ios::binary).seekp(big - 1).put('x'); // sparse
 
     for (const WString& none : {folder.Path("missing"), folder.Path(""), WString()})
         EXPECT_EQ(BFile::Size(none), -1);
     EXPECT_EQ(BFile::Size(nullptr), -1);
     EXPECT_EQ(BFile::Size(folder.Path("empty")), 0);
-    EXPECT_EQ(BFile::Size(folder.Path("big")), static_cast<std::int64_t>(big));
+    EXPECT_EQ(BFile::Size(folder.Path("big")), big);
 
     EXPECT_TRUE(BFile::IsDirectory(folder.Path("")));
     EXPECT_FALSE(BFile::IsDirectory(folder.Path("empty")) || BFile::IsDirectory(nullptr) ||

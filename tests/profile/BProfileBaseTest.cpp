@@ -64,8 +64,9 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
     EXPECT_EQ(profile.ReadDouble(9, QD_W("Point"), 0), 1e100);
     EXPECT_FALSE(profile.ReadMem(QD_W("Block"), read, 2)); // of another size
     EXPECT_FALSE(profile.ReadMem(QD_W("Text"), read, 3));
-    EXPECT_TRUE(profile.ReadMem(10, QD_W("Block"), read, 1));
-    EXPECT_TRUE(read[0] == 1 && read[1] != 0);
+    char one[2] = {9, 9};
+    EXPECT_TRUE(profile.ReadMem(10, QD_W("Block"), one, 1));
+    EXPECT_TRUE(one[0] == 1 && one[1] == 9);
     EXPECT_TRUE(profile.ReadMem(QD_W("Block"), read, 3));
     EXPECT_EQ(std::memcmp(read, block, 3), 0);
 }
