@@ -33,7 +33,7 @@ template <class Allocator>
 void Exchange(benchmark::State& state, Allocator& allocator)
 {
     using Block = decltype(allocator.Take(0));
-    constexpr std::size_t drawn = 1 << 16;
+    constexpr std::size_t drawn = 1 << 15;
     const auto live = static_cast<std::size_t>(state.range(0));
     std::mt19937_64 random(1);
     std::uniform_int_distribution<std::uint64_t> sizes(kPage, kLargestBlock);
@@ -59,7 +59,7 @@ void Exchange(benchmark::State& state, Allocator& allocator)
         blocks[index] = take(size);
     };
     std::size_t step = 0;
-    while (step < 4 * live) // until the gaps are as they stay
+    while (step < drawn) // until the gaps are as they stay
         exchange(step++);
     for (auto _ : state)
         exchange(step++);
