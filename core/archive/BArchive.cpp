@@ -99,13 +99,18 @@ public:
     template <class Text>
     void ReadText(Text& text, std::uint64_t length)
     {
+        if (length == 0) {
+            text.Clear();
+            return;
+        }
         BlockReader& file = loader->file;
-        if (!text.Fill(static_cast<std::size_t>(length), ' ')) {
+        const auto read = [&file, length](auto* units) {
+            return file.Read(units, length * sizeof *units);
+        };
+        if (!text.FillBy(static_cast<std::size_t>(length), read)) {
             file.Close();
             throw ArchiveFormatFault;
         }
-        if (length != 0 && !file.Read(text.Str(), length * sizeof *text.CStr()))
-            text.Clear();
     }
 
     WString path;

@@ -4,11 +4,13 @@
 #include "core/platform/Export.h"
 #include "core/platform/WChar.h"
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
+#include <utility>
 
 /// Tells `BText` what differs between the string classes; specialised beside each of them:
 ///
@@ -20,6 +22,8 @@
 ///     ReadChunk               `fgets` for `Char`
 template <class String>
 struct BTextTraits;
+
+class BArchive;
 
 /// The members that `WString` and `BString` have in common; `String` is the one or the other.
 ///
@@ -315,6 +319,23 @@ protected:
     Text m_text;
 
 private:
+    friend class BArchive; // reads texts
+
+    /// Replaces the text by `count` units, at least one, that `write` puts where it is told; the
+    /// first 0 among them ends it. Empty when `write` says no. False when memory runs out.
+    template <class Write>
+    bool FillBy(std::size_t count, Write write)
+    {
+        auto filled = Text::WithCapacity(count);
+        if (filled.IsNull())
+            return false;
+        const View units(filled.Text(), count);
+        const bool isWritten = write(filled.Writable());
+        filled.End(isWritten ? (std::min)(count, units.find(Char(0))) : 0);
+        m_text = isWritten ? std::move(filled) : Text();
+        return true;
+    }
+
     [[nodiscard]] String& Self() noexcept { return static_cast<String&>(*this); }
     [[nodiscard]] const String& Self() const noexcept { return static_cast<const String&>(*this); }
 

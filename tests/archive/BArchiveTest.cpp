@@ -93,7 +93,13 @@ public:
         ArchiveItem::UpdateAssociations(archive);
         archive.OnRefusal(
             *this, [](BSmartObj& object) { static_cast<Circular&>(object).m_links.clear(); });
+        m_self = this;
+        archive.OnRefusal(*this, LetGoOfSelf);
     }
+    static void LetGoOfSelf(BSmartObj& object) { static_cast<Circular&>(object).m_self = nullptr; }
+
+private:
+    SP<BSmartObj> m_self;
 };
 
 // Has its name in the file, so that no other class reads it.
@@ -299,6 +305,7 @@ TEST_F(BArchiveTest, WhatARecordDoesNotHoldIsLeftAsItWas)
     };
     const Case cases[] = {
         {"a text", BytesOf(2) + "a\0b\0"s + BytesOf(7), 2, 7},
+        {"a text with a 0", BytesOf(3) + "a\0\0\0b\0"s + BytesOf(7), 1, 7},
         {"a count below 0", BytesOf(-1) + BytesOf(7), 0, 7},
         {"no units", BytesOf(0) + BytesOf(7), 0, 7},
         {"a text at the end", BytesOf(2) + "a\0b\0"s, 2, 5},
@@ -544,6 +551,7 @@ TEST_F(BArchiveTest, OfARefusedCircleNothingIsLeft)
         }
         EXPECT_EQ(Acting::alive, 1) << "below the one that was given";
         good->m_links.clear();
+        Circular::LetGoOfSelf(*good);
     }
 }
 
@@ -588,6 +596,7 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
         EXPECT_TRUE(archive.Flush());
         BArchive in = Opened();
         EXPECT_EQ(Value(in, "before") + Value(in, "behind"), before + 2);
+        EXPECT_EQ(Value(in, "unwritable"), unwritable) << "under its label";
     }
 }
 
