@@ -99,7 +99,7 @@ try {
     const ScopedValue<int> nesting(m_nesting, 1);
     ++m_takeOutNumber;
     m_repeats += kRepeatsInCall;
-    const std::size_t rebuiltCount = m_rebuilt.size();
+    const std::size_t rebuiltCount = m_rebuilt.Count();
     const std::size_t doubleCount = m_doubles.size();
     m_heldFrom = rebuiltCount;
     SP<BSmartObj> object = RebuildBetween(number, archive);
@@ -109,9 +109,9 @@ try {
         m_holders.clear();
     else
         Forget(rebuiltCount, doubleCount);
-    m_heldFrom = m_rebuilt.size();
+    m_heldFrom = m_rebuilt.Count();
     assert(m_pending.empty() && m_soundCount <= m_associatedCount &&
-           m_associatedCount <= m_rebuilt.size());
+           m_associatedCount <= m_rebuilt.Count());
     return object;
 } catch (const std::bad_alloc&) {
     file.Close();
@@ -155,7 +155,7 @@ bool Loader::Verify()
 {
     if (m_isSpoiled)
         return false;
-    for (std::size_t i = 0; i < m_rebuilt.size(); ++i) { // one that is asked may add to them
+    for (std::size_t i = 0; i < m_rebuilt.Count(); ++i) { // one that is asked may add to them
         if (!Rebuilt(i)->VerifyObj())
             return false;
     }
@@ -212,8 +212,10 @@ SP<BSmartObj> Loader::Rebuild(std::uint32_t number, BArchive& archive)
         return nullptr;
     file.SetLimit(file.Position() + header.payloadSize);
     SP<BSmartObj> object = CallRead(header, archive);
-    if (object)
-        (IsNew(*object) ? m_rebuilt : m_doubles).push_back(number);
+    if (object && IsNew(*object))
+        m_rebuilt.Append(number);
+    else if (object)
+        m_doubles.push_back(number);
     record.object = std::move(object);
     return record.object;
 }
@@ -253,7 +255,7 @@ bool Loader::IsNew(const BSmartObj& object)
 {
     if (object.RefCount() <= 1)
         return true;
-    while (m_knownCount < m_rebuilt.size())
+    while (m_knownCount < m_rebuilt.Count())
         m_known.insert(Rebuilt(m_knownCount++).Get());
     return !m_known.contains(&object);
 }
@@ -266,7 +268,7 @@ bool Loader::Complete(BArchive& archive)
         UpdateAssociations(archive);
         if (m_pending.empty() && !AreSound())
             return false;
-    } while (!m_pending.empty() || m_associatedCount < m_rebuilt.size());
+    } while (!m_pending.empty() || m_associatedCount < m_rebuilt.Count());
     return true;
 }
 
@@ -285,7 +287,7 @@ void Loader::RebuildPending(BArchive& archive)
 void Loader::UpdateAssociations(BArchive& archive)
 {
     const ScopedValue<std::uint32_t> associating(m_associating, RecordDirectory::kNone);
-    while (m_associatedCount < m_rebuilt.size()) {
+    while (m_associatedCount < m_rebuilt.Count()) {
         m_associating = m_rebuilt[m_associatedCount++];
         directory[m_associating].object->UpdateAssociations(archive);
     }
@@ -325,15 +327,15 @@ void Loader::Forget(std::size_t rebuiltCount, std::size_t doubleCount)
         m_known.erase(Rebuilt(m_knownCount - 1).Get());
     for (; m_doubles.size() > doubleCount; m_doubles.pop_back())
         directory[m_doubles.back()].object = nullptr;
-    for (; m_rebuilt.size() > rebuiltCount; m_rebuilt.pop_back())
-        directory[m_rebuilt.back()].object = nullptr;
+    for (; m_rebuilt.Count() > rebuiltCount; m_rebuilt.RemoveLast())
+        Rebuilt(m_rebuilt.Count() - 1) = nullptr;
     m_associatedCount = std::min(m_associatedCount, rebuiltCount);
     m_soundCount = std::min(m_soundCount, rebuiltCount);
 }
 
 void Loader::LetGo()
 {
-    for (std::size_t i = m_heldFrom; i < m_rebuilt.size(); ++i) {
+    for (std::size_t i = m_heldFrom; i < m_rebuilt.Count(); ++i) {
         RecordDirectory::Record& record = directory[m_rebuilt[i]];
         if (const int number = std::exchange(record.letGo, std::uint8_t{0}); number != 0)
             m_letGo[static_cast<std::size_t>(number - 1)](*record.object);

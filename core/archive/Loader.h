@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/archive/Blocks.h"
 #include "core/archive/RecordDirectory.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BlockReader.h"
@@ -79,7 +80,7 @@ private:
     // Records are told by their numbers.
     std::deque<std::uint32_t> m_pending;
     // With their objects, in order of reading; an object that has several records stands here once.
-    std::vector<std::uint32_t> m_rebuilt;
+    Blocks<std::uint32_t> m_rebuilt;
     std::vector<std::uint32_t> m_doubles; // the further records of these
     std::size_t m_associatedCount = 0;    // of m_rebuilt, those told to update their associations
     std::size_t m_soundCount = 0;         // of m_rebuilt, those that passed their self-check once

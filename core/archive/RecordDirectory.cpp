@@ -36,12 +36,12 @@ std::optional<std::uint64_t> IndexOfText(std::string_view text) noexcept
 
 bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
 {
-    assert(m_count == 0);
+    assert(m_records.Count() == 0);
     m_indexLimit = reader.Left() / kSmallestRecord + 2;
     while (reader.Left() != 0) {
         const std::uint64_t position = reader.Position();
         ObjectHeader header;
-        if (!ReadObjectHeader(reader, archiveVersion, header) || m_count == kNone - 1)
+        if (!ReadObjectHeader(reader, archiveVersion, header) || m_records.Count() == kNone - 1)
             return false;
         Enter(position, header.indexText, header.label);
         reader.MoveTo(reader.Position() + header.payloadSize);
@@ -52,8 +52,8 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
 void RecordDirectory::Enter(std::uint64_t position, std::string_view indexText,
                             std::string_view label)
 {
-    const std::uint32_t number = m_count;
-    Append(position);
+    const auto number = static_cast<std::uint32_t>(m_records.Count());
+    m_records.Append({.position = position, .object = {}});
     if (!label.empty())
         m_byLabel.insert_or_assign(std::string(label), number);
     const std::optional<std::uint64_t> index = IndexOfText(indexText);
@@ -69,18 +69,6 @@ void RecordDirectory::Enter(std::uint64_t position, std::string_view indexText,
     m_byIndex[*index] = number + 1;
 }
 
-// The first block grows as it is filled, so that a small archive stays small.
-void RecordDirectory::Append(std::uint64_t position)
-{
-    if (m_count % kBlock == 0) {
-        m_blocks.emplace_back();
-        if (m_count != 0)
-            m_blocks.back().reserve(kBlock);
-    }
-    m_blocks.back().push_back({.position = position, .object = {}});
-    ++m_count;
-}
-
 // The array has a place for as many indices as the file has room for records: a good file needs no
 // more. A greater index must not make the array long, so its text goes into the hash table.
 void RecordDirectory::LeaveOrder(std::uint32_t count)
@@ -89,7 +77,7 @@ void RecordDirectory::LeaveOrder(std::uint32_t count)
         return;
     m_isInOrder = false;
     m_byIndex.resize(count + 1);
-    std::iota(m_byIndex.begin(), m_byIndex.end(), 0);
+    std::iota(m_byIndex.begin(), m_byIndex.end(), std::uint32_t{0});
 }
 
 std::uint32_t RecordDirectory::FindElsewhere(std::uint64_t index) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/archive/Blocks.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/SP.h"
 #include "core/platform/SeededHash.h"
@@ -41,33 +42,24 @@ public:
     /// The number of the record of that index, index text or label; `kNone` when there is none.
     [[nodiscard]] std::uint32_t FindIndex(std::uint64_t index) const
     {
-        return m_isInOrder && index - 1 < m_count ? static_cast<std::uint32_t>(index - 1)
-                                                  : FindElsewhere(index);
+        return m_isInOrder && index - 1 < m_records.Count() ? static_cast<std::uint32_t>(index - 1)
+                                                            : FindElsewhere(index);
     }
     [[nodiscard]] std::uint32_t FindIndexText(std::string_view text) const;
     [[nodiscard]] std::uint32_t FindLabel(std::string_view label) const;
 
-    [[nodiscard]] Record& operator[](std::uint32_t number) noexcept
-    {
-        return m_blocks[number / kBlock][number % kBlock];
-    }
+    [[nodiscard]] Record& operator[](std::uint32_t number) noexcept { return m_records[number]; }
 
 private:
     // The number of a record by a text. Seeded: a file must not choose texts that collide.
     using Texts =
         std::unordered_map<std::string, std::uint32_t, platform::SeededTextHash, std::equal_to<>>;
 
-    static constexpr std::size_t kBlock = 1024;
-
     void Enter(std::uint64_t position, std::string_view indexText, std::string_view label);
-    void Append(std::uint64_t position);
     void LeaveOrder(std::uint32_t count);
     [[nodiscard]] std::uint32_t FindElsewhere(std::uint64_t index) const;
 
-    // In blocks of kBlock, which stay where they are while the directory grows: nobody knows how
-    // many there will be.
-    std::vector<std::vector<Record>> m_blocks;
-    std::uint32_t m_count = 0;            // of the records
+    Blocks<Record> m_records;
     bool m_isInOrder = true;              // the first record has index 1, the second 2, ...
     std::vector<std::uint32_t> m_byIndex; // otherwise: number of a record + 1, or 0
     std::uint64_t m_indexLimit = 0;       // indices from here on are in m_byIndexText
