@@ -12,7 +12,7 @@ namespace {
 
 // A small archive keeps a small buffer; past the largest size the file takes the bytes.
 constexpr std::uint64_t kSmallestBuffer = 4 * 1024;
-constexpr std::uint64_t kLargestBuffer = 1024 * 1024;
+constexpr std::uint64_t kLargestBuffer = 256 * 1024;
 
 } // namespace
 

@@ -11,7 +11,7 @@
 // The pieces of an archive or a profile are a few bytes each. A call of `fread` for each takes a
 // lock and as long as all the rest of reading, and each seek throws away what the stream had
 // buffered. So small reads are copies within the block, `Read` inline up to there, and the file is
-// asked for kilobytes up to a megabyte at once. A block is never larger than what the file has: a
+// asked for 4 to 256 KiB at once. A block is never larger than what the file has: a
 // file that declares sizes it does not hold costs no memory.
 
 namespace {
@@ -19,7 +19,7 @@ namespace {
 // A reader that jumps reads little ahead; one that goes straight on doubles what it reads. To leave
 // out less than a small block is to go on: reading that much costs no more than a call.
 constexpr std::uint64_t kSmallestBlock = 4 * 1024;
-constexpr std::uint64_t kLargestBlock = 1024 * 1024;
+constexpr std::uint64_t kLargestBlock = 256 * 1024;
 
 constexpr std::uint64_t kUnknown = std::numeric_limits<std::uint64_t>::max();
 
