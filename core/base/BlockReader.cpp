@@ -11,8 +11,8 @@
 // The pieces of an archive or a profile are a few bytes each. A call of `fread` for each takes a
 // lock and as long as all the rest of reading, and each seek throws away what the stream had
 // buffered. So small reads are copies within the block, `Read` inline up to there, and the file is
-// asked for 4 to 256 KiB at once. A block is never larger than what the file has: a
-// file that declares sizes it does not hold costs no memory.
+// asked for 4 to 256 KiB at once. A block is never larger than what the file has: a file that
+// declares sizes it does not hold costs no memory.
 
 namespace {
 
@@ -48,15 +48,17 @@ void BlockReader::Close() noexcept
 {
     m_owned.reset();
     m_stream = nullptr;
-    m_size = m_position = m_limit = 0;
+    m_size = m_limit = 0;
     m_blockSize = 0;
+    MoveTo(0);
 }
 
 bool BlockReader::ReadBeyondBlock(void* out, std::uint64_t size)
 {
-    assert(m_position <= m_limit && m_limit <= m_size);
+    const std::uint64_t position = Position();
+    assert(position <= m_limit && m_limit <= m_size);
     if (size > Left()) {
-        m_position = m_limit;
+        MoveTo(m_limit);
         return false;
     }
     auto* bytes = static_cast<char*>(out);
@@ -65,16 +67,16 @@ bool BlockReader::ReadBeyondBlock(void* out, std::uint64_t size)
         if (found == nullptr)
             return false;
         std::memcpy(bytes, found, size);
-        m_position += size;
+        m_next += size;
         return true;
     }
     // Large pieces go straight to their place: first what the block has, then the rest.
-    const std::uint64_t had = InBlock();
+    const std::uint64_t had = AtHandSize();
     if (had != 0)
-        std::memcpy(bytes, m_block.get() + (m_position - m_blockStart), had);
-    if (!ReadAt(m_position + had, bytes + had, size - had))
+        std::memcpy(bytes, m_next, had);
+    if (!ReadAt(position + had, bytes + had, size - had))
         return false;
-    m_position += size;
+    MoveTo(position + size);
     return true;
 }
 
@@ -83,27 +85,29 @@ bool BlockReader::Fetch(std::uint64_t size)
 {
     if (size > Left())
         return false;
+    const std::uint64_t position = Position();
     const std::uint64_t blockEnd = m_blockStart + m_blockSize;
     const bool goesOn =
-        m_blockSize != 0 && m_position >= m_blockStart && m_position < blockEnd + kSmallestBlock;
+        m_blockSize != 0 && position >= m_blockStart && position < blockEnd + kSmallestBlock;
     m_readSize = goesOn ? std::min(2 * m_readSize, kLargestBlock) : kSmallestBlock;
-    const std::uint64_t kept = goesOn && m_position < blockEnd ? blockEnd - m_position : 0;
-    const std::uint64_t wanted = std::min(std::max(size, m_readSize), m_size - m_position);
+    const std::uint64_t kept = goesOn && position < blockEnd ? blockEnd - position : 0;
+    const std::uint64_t wanted = std::min(std::max(size, m_readSize), m_size - position);
 
     if (wanted > m_blockCapacity) {
         auto larger = std::make_unique_for_overwrite<char[]>(wanted);
         if (kept != 0)
-            std::memcpy(larger.get(), m_block.get() + (m_position - m_blockStart), kept);
+            std::memcpy(larger.get(), m_block.get() + (position - m_blockStart), kept);
         m_block = std::move(larger);
         m_blockCapacity = wanted;
     } else if (kept != 0) {
-        std::memmove(m_block.get(), m_block.get() + (m_position - m_blockStart), kept);
+        std::memmove(m_block.get(), m_block.get() + (position - m_blockStart), kept);
     }
-    m_blockStart = m_position;
+    m_blockStart = position;
     m_blockSize = kept;
-    if (wanted > kept && !ReadAt(m_position + kept, m_block.get() + kept, wanted - kept))
+    if (wanted > kept && !ReadAt(position + kept, m_block.get() + kept, wanted - kept))
         return false;
     m_blockSize = std::max(wanted, kept);
+    MoveTo(position);
     return true;
 }
 

@@ -31,30 +31,39 @@ public:
     void Close() noexcept;
 
     [[nodiscard]] std::uint64_t Size() const noexcept { return m_size; }
-    [[nodiscard]] std::uint64_t Position() const noexcept { return m_position; }
+    [[nodiscard]] std::uint64_t Position() const noexcept { return m_endPosition - AtHandSize(); }
     [[nodiscard]] std::uint64_t Limit() const noexcept { return m_limit; }
 
     /// Bytes from the position to the limit.
-    [[nodiscard]] std::uint64_t Left() const noexcept { return m_limit - m_position; }
+    [[nodiscard]] std::uint64_t Left() const noexcept { return m_limit - Position(); }
 
     /// Moves the limit, at most to the end of the file, and the position if it lies beyond.
     void SetLimit(std::uint64_t limit) noexcept
     {
+        const std::uint64_t position = Position();
         m_limit = (std::min)(limit, m_size);
-        m_position = (std::min)(m_position, m_limit);
+        MoveTo(position);
     }
 
     /// Moves the position, at most to the limit.
-    void MoveTo(std::uint64_t position) noexcept { m_position = (std::min)(position, m_limit); }
+    void MoveTo(std::uint64_t position) noexcept
+    {
+        position = (std::min)(position, m_limit);
+        const std::uint64_t end = (std::min)(m_blockStart + m_blockSize, m_limit);
+        const bool isInBlock = position >= m_blockStart && position < end;
+        m_endPosition = isInBlock ? end : position;
+        m_end = m_block.get() + (isInBlock ? end - m_blockStart : 0);
+        m_next = m_end - (m_endPosition - position);
+    }
 
     /// Copies `size` bytes to `out` and moves on; false, and nothing copied, when fewer are left.
     [[nodiscard]] bool Read(void* out, std::uint64_t size)
     {
-        if (size > InBlock())
+        if (size > AtHandSize())
             return ReadBeyondBlock(out, size);
         if (size != 0)
-            std::memcpy(out, m_block.get() + (m_position - m_blockStart), size);
-        m_position += size;
+            std::memcpy(out, m_next, size);
+        m_next += size;
         return true;
     }
 
@@ -62,27 +71,20 @@ public:
     /// when fewer are left. The position stays.
     [[nodiscard]] const char* Peek(std::uint64_t size)
     {
-        if (size > InBlock() && !Fetch(size))
-            return nullptr;
-        return m_block.get() + (m_position - m_blockStart);
+        return size <= AtHandSize() || Fetch(size) ? m_next : nullptr;
     }
 
     /// What stands in memory from the position up to the limit, maybe nothing, as long as with
     /// `Peek`: for who can tell from it how much is needed.
     [[nodiscard]] std::string_view AtHand() const noexcept
     {
-        const std::uint64_t size = InBlock();
-        return size == 0 ? std::string_view()
-                         : std::string_view(m_block.get() + (m_position - m_blockStart), size);
+        return std::string_view(m_next, AtHandSize());
     }
 
 private:
-    [[nodiscard]] std::uint64_t InBlock() const noexcept
+    [[nodiscard]] std::uint64_t AtHandSize() const noexcept
     {
-        const std::uint64_t blockEnd = m_blockStart + m_blockSize;
-        if (m_position < m_blockStart || m_position >= blockEnd)
-            return 0;
-        return (blockEnd < m_limit ? blockEnd : m_limit) - m_position;
+        return static_cast<std::uint64_t>(m_end - m_next);
     }
     [[nodiscard]] bool ReadBeyondBlock(void* out, std::uint64_t size);
     [[nodiscard]] bool Fetch(std::uint64_t size);
@@ -94,8 +96,12 @@ private:
     platform::Stream m_owned;
     std::FILE* m_stream; // m_owned, or the caller's
     std::uint64_t m_size = 0;
-    std::uint64_t m_position = 0;
     std::uint64_t m_limit = 0;
+    // What is at hand, from the position on: the position itself is told by the end, so that a read
+    // moves one pointer.
+    const char* m_next = nullptr;
+    const char* m_end = nullptr;
+    std::uint64_t m_endPosition = 0; // place in the file of `m_end`, or of a position elsewhere
 
     std::unique_ptr<char[]> m_block;
     std::uint64_t m_blockStart = 0; // place in the file of the block's first byte

@@ -234,7 +234,7 @@ TEST_F(BArchiveTest, KeepsEveryKindOfValue)
 // Some reach the file before their record is complete, whose size is then patched there.
 TEST_F(BArchiveTest, KeepsBlocksOfEverySize)
 {
-    const int sizes[] = {3'000'000, 0, 1, 4095, 4096, 4097, 50'000, 1024 * 1024, 1'048'000, 70'000};
+    const int sizes[] = {3'000'000, 0, 1, 4095, 4096, 4097, 50'000, 256 * 1024, 262'000, 70'000};
     const auto block = [](int size) {
         std::string bytes;
         for (int i = 0; i < size; ++i)
