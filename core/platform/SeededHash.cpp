@@ -9,17 +9,18 @@
 // The hash is after wyhash, final version 4 (Wang Yi, public domain): two words are multiplied and
 // the halves of the product meet in one. It takes a multiplication for 16 bytes, where SipHash
 // takes twelve additions, rotations and exclusive ors for each 8, and a dictionary asks for a hash
-// with every look-up.
+// with every look-up. The multiplications of two rows of words and of the end do not wait for one
+// another; different factors tell the rows apart.
 //
 // Its published constants are not used. A key that holds one of them makes a factor 0, after which
 // nothing that went before counts: whoever knows the constants makes keys that collide whatever
-// the seed is. All four are drawn for the process instead, and stay unknown.
+// the seed is. All are drawn for the process instead, and stay unknown.
 
 namespace platform {
 
 namespace {
 
-using Secret = std::array<std::uint64_t, 4>;
+using Secret = std::array<std::uint64_t, 6>;
 
 // Nobody can be told that the system has no random numbers; the time and the place where the
 // system loaded the program are harder to foresee than a constant.
@@ -91,11 +92,22 @@ std::uint64_t SeededHash(const void* bytes, std::size_t size) noexcept
 {
     const Secret& secret = TheSecret();
     const auto* at = static_cast<const unsigned char*>(bytes);
-    std::uint64_t seed = secret[0], a = 0, b = 0;
+    std::uint64_t one = secret[0], other = secret[1], a = 0, b = 0;
     if (size > 16) {
         std::size_t left = size;
-        for (; left > 16; left -= 16, at += 16)
-            seed = Mix(Read<std::uint64_t>(at) ^ secret[1], Read<std::uint64_t>(at + 8) ^ seed);
+        const auto mixed = [&at](std::uint64_t factor, std::uint64_t before) {
+            const std::uint64_t word = Read<std::uint64_t>(at) ^ factor;
+            at += 16;
+            return Mix(word, Read<std::uint64_t>(at - 8) ^ before);
+        };
+        for (; left > 32; left -= 32) {
+            one = mixed(secret[2], one);
+            other = mixed(secret[3], other);
+        }
+        if (left > 16) {
+            one = mixed(secret[2], one);
+            left -= 16;
+        }
         // The last 16 bytes, of which some may have been there before.
         a = Read<std::uint64_t>(at + left - 16);
         b = Read<std::uint64_t>(at + left - 8);
@@ -108,7 +120,7 @@ std::uint64_t SeededHash(const void* bytes, std::size_t size) noexcept
     } else if (size != 0) {
         a = std::uint64_t{at[0]} << 16 | std::uint64_t{at[size / 2]} << 8 | at[size - 1];
     }
-    return Mix(Mix(a ^ secret[1], b ^ seed) ^ secret[2], secret[3] ^ size);
+    return Mix(one ^ other ^ Mix(a ^ secret[4], b ^ secret[5]), secret[2] ^ size);
 }
 
 std::uint64_t SeededHash(std::uint64_t number) noexcept
