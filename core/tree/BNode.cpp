@@ -25,7 +25,7 @@
 // changes everything first and reports last, touches nothing afterwards, and holds the node where
 // it goes on.
 
-static_assert(sizeof(void*) != 8 || sizeof(BNode) <= 72, "documents have millions of nodes");
+static_assert(sizeof(void*) != 8 || sizeof(BNode) <= 80, "documents have millions of nodes");
 
 namespace {
 
@@ -286,7 +286,7 @@ BNode* BNode::Child(const WChar* path) const
 
 BNode* BNode::Sister() const
 {
-    return m_parent != nullptr ? m_parent->m_children.Next(*this) : nullptr;
+    return m_sister;
 }
 
 const char* BNode::CLASSNAME()

@@ -232,6 +232,7 @@ private:
     };
     WString m_text;
     BNode* m_parent = nullptr; // not owned
+    BNode* m_sister = nullptr; // the next child of the parent; not owned
     int m_slot = 0;            // in its parent's `m_children`
     bool m_isActive = true;
     bool m_isLocked = false;

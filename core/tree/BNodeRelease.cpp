@@ -92,8 +92,10 @@ BNode::~BNode()
 ChildList BNode::TakeChildren()
 {
     for (const SP<BNode>& child : m_children) {
-        if (child)
+        if (child) {
             child->m_parent = nullptr;
+            child->m_sister = nullptr;
+        }
     }
     return std::move(m_children);
 }

@@ -12,10 +12,11 @@
 #include <new>
 #include <utility>
 
-// The entries stand in an array of slots, in their order, and each child knows its slot: that leads
-// from a child to its sister, tells which of two children comes first, and costs a child half a
-// word. A linked list has no places to look up, and a balanced tree takes a few words for each
-// child and as many cache misses for each step.
+// The entries stand in an array of slots, in their order, and each child knows its slot: that tells
+// which of two children comes first, and costs a child half a word. A linked list has no places to
+// look up, and a balanced tree takes a few words for each child and as many cache misses for each
+// step. Walks through children are what is done most, so each child has a link to the next one as
+// well: by the slots a step is three loads, each of which waits for the one before.
 //
 // Children join at the end or behind the first one, so free slots are kept in front and behind.
 // One that leaves from the middle of a long list leaves a hole; from then on `TakenSlots` tells the
@@ -98,6 +99,16 @@ struct ChildList::Block {
         return nullptr;
     }
 
+    [[nodiscard]] BNode* NodeBefore(int slot) const noexcept
+    {
+        while (slot > front) {
+            slot = taken ? taken->Before(slot) : slot - 1;
+            if (BNode* const child = Slots()[slot].Get())
+                return child;
+        }
+        return nullptr;
+    }
+
     [[nodiscard]] bool Holds(const BNode& child) const noexcept
     {
         const int slot = NodeAccess::Slot(child);
@@ -163,12 +174,6 @@ BNode* ChildList::First() const noexcept
     return m_block ? m_block->NodeFrom(m_block->front) : nullptr;
 }
 
-BNode* ChildList::Next(const BNode& child) const noexcept
-{
-    assert(m_block && m_block->Holds(child));
-    return m_block->NodeFrom(NodeAccess::Slot(child) + 1);
-}
-
 BNode* ChildList::Find(const WChar* text) const
 {
     if (Count() >= kManyChildren) {
@@ -201,8 +206,10 @@ void ChildList::Append(SP<BNode> child)
     ++m_block->count;
     Put(m_block->end++, std::move(child));
     assert(m_block->IsSound());
-    if (appended != nullptr)
-        ChangeIndex([appended](ChildIndex& index) { index.Add(*appended); });
+    if (appended == nullptr)
+        return;
+    Link(*appended);
+    ChangeIndex([appended](ChildIndex& index) { index.Add(*appended); });
 }
 
 // The first makes way, as nothing stands before it.
@@ -220,6 +227,7 @@ void ChildList::InsertBehindFirst(SP<BNode> child)
     NodeAccess::SetSlot(*inserted, place);
     m_block->Slots()[place] = std::move(child);
     assert(m_block->IsSound());
+    Link(*inserted);
     ChangeIndex([inserted](ChildIndex& index) { index.Add(*inserted); });
 }
 
@@ -227,6 +235,7 @@ SP<BNode> ChildList::Remove(BNode& child) noexcept
 {
     assert(m_block && m_block->Holds(child));
     ChangeIndex([&child](ChildIndex& index) { index.Remove(child); });
+    Unlink(child);
     return Take(NodeAccess::Slot(child));
 }
 
@@ -282,6 +291,25 @@ void ChildList::Put(int slot, SP<BNode> child) noexcept
     m_block->Slots()[slot] = std::move(child);
     if (m_block->taken)
         m_block->taken->Take(slot);
+}
+
+// To be called when the child stands in its slot.
+void ChildList::Link(BNode& child) noexcept
+{
+    const int slot = NodeAccess::Slot(child);
+    BNode* const before = m_block->NodeBefore(slot);
+    NodeAccess::SetSister(child, before != nullptr ? NodeAccess::Sister(*before)
+                                                   : m_block->NodeFrom(slot + 1));
+    if (before != nullptr)
+        NodeAccess::SetSister(*before, &child);
+}
+
+// To be called while it still stands there.
+void ChildList::Unlink(BNode& child) noexcept
+{
+    if (BNode* const before = m_block->NodeBefore(NodeAccess::Slot(child)))
+        NodeAccess::SetSister(*before, NodeAccess::Sister(child));
+    NodeAccess::SetSister(child, nullptr);
 }
 
 SP<BNode> ChildList::Take(int slot) noexcept

@@ -11,9 +11,9 @@ class BNode;
 
 /// The children of a node in their order, owned; entries may be null.
 ///
-/// Appending, inserting, removing, and finding a child by its place, its text or the sister before
-/// it do not depend on how many there are, or only as the logarithm. An empty list is one null
-/// pointer; a child costs 8 to 12 bytes.
+/// Appending, inserting, removing, and finding a child by its place or its text do not depend on how
+/// many there are, or only as the logarithm. From a child to the next one leads a link in the node,
+/// which passes null entries over. An empty list is one null pointer; a child costs 8 to 12 bytes.
 ///
 /// When memory runs out, `Reserve`, `Append` and `InsertBehindFirst` throw and leave the list as it
 /// was; removing always succeeds. What only reads may run on many threads at once.
@@ -59,8 +59,6 @@ public:
     [[nodiscard]] BNode* At(int index) const noexcept;
     /// The first entry that is not null; null when there is none.
     [[nodiscard]] BNode* First() const noexcept;
-    /// The first behind `child` that is not null; null when there is none.
-    [[nodiscard]] BNode* Next(const BNode& child) const noexcept;
     /// The first child that is called so without regard to case; null when there is none.
     [[nodiscard]] BNode* Find(const WChar* text) const;
 
@@ -85,6 +83,8 @@ private:
     void Rebuild(int freeInFront, int freeBehind);
     void Shrink() noexcept;
     void Put(int slot, SP<BNode> child) noexcept;
+    void Link(BNode& child) noexcept;
+    void Unlink(BNode& child) noexcept;
     SP<BNode> Take(int slot) noexcept;
     void MakeHole(int slot) noexcept;
     void CloseGap(int slot) noexcept;

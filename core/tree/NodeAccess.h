@@ -19,6 +19,8 @@ struct NodeAccess {
     /// Of the node, in its parent's list.
     [[nodiscard]] static int Slot(const BNode& node) noexcept { return node.m_slot; }
     static void SetSlot(BNode& node, int slot) noexcept { node.m_slot = slot; }
+    [[nodiscard]] static BNode* Sister(const BNode& node) noexcept { return node.m_sister; }
+    static void SetSister(BNode& node, BNode* sister) noexcept { node.m_sister = sister; }
 
     [[nodiscard]] static const WString& Text(const BNode& node) noexcept { return node.m_text; }
     static void SetText(BNode& node, WString text) noexcept { node.m_text = std::move(text); }
