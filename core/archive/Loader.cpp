@@ -46,14 +46,8 @@ public:
         : m_file(file)
         , m_position(file.Position())
         , m_limit(file.Limit())
-    {
-        file.SetLimit(file.Size());
-    }
-    ~ReadingPlace()
-    {
-        m_file.SetLimit(m_limit);
-        m_file.MoveTo(m_position);
-    }
+    {}
+    ~ReadingPlace() { m_file.MoveTo(m_position, m_limit); }
     ReadingPlace(const ReadingPlace&) = delete;
     ReadingPlace& operator=(const ReadingPlace&) = delete;
 
@@ -197,7 +191,7 @@ SP<BSmartObj> Loader::RebuildBetween(std::uint32_t number, BArchive& archive)
 }
 
 // A record that cannot be read is tried once in a `TakeOut`, however many references lead to it.
-SP<BSmartObj> Loader::Rebuild(std::uint32_t number, BArchive& archive)
+const SP<BSmartObj>& Loader::Rebuild(std::uint32_t number, BArchive& archive)
 {
     assert(m_nesting != 0);
     RecordDirectory::Record& record = directory[number];
@@ -205,11 +199,10 @@ SP<BSmartObj> Loader::Rebuild(std::uint32_t number, BArchive& archive)
         return record.object;
     record.triedIn = m_takeOutNumber;
 
-    file.SetLimit(file.Size());
-    file.MoveTo(record.position);
+    file.MoveTo(record.position, file.Size());
     ObjectHeader header;
     if (!ReadObjectHeader(file, m_version, header))
-        return nullptr;
+        return record.object;
     file.SetLimit(file.Position() + header.payloadSize);
     SP<BSmartObj> object = CallRead(header, archive);
     if (object && IsNew(*object))

@@ -60,7 +60,7 @@ private:
 
     [[nodiscard]] SP<BSmartObj> TakeOutInside(std::uint32_t number, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> RebuildBetween(std::uint32_t number, BArchive& archive);
-    [[nodiscard]] SP<BSmartObj> Rebuild(std::uint32_t number, BArchive& archive);
+    [[nodiscard]] const SP<BSmartObj>& Rebuild(std::uint32_t number, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> CallRead(const ObjectHeader& header, BArchive& archive);
     [[nodiscard]] ReadFunction FindReadFunction(std::string_view className);
     [[nodiscard]] std::uint8_t NumberOf(LetGoFunction letGo);

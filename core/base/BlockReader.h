@@ -38,13 +38,14 @@ public:
     [[nodiscard]] std::uint64_t Left() const noexcept { return m_limit - Position(); }
 
     /// Moves the limit, at most to the end of the file, and the position if it lies beyond.
-    void SetLimit(std::uint64_t limit) noexcept
+    void SetLimit(std::uint64_t limit) noexcept { MoveTo(Position(), limit); }
+
+    /// Moves the limit, at most to the end of the file, and the position, at most to the limit.
+    void MoveTo(std::uint64_t position, std::uint64_t limit) noexcept
     {
-        const std::uint64_t position = Position();
         m_limit = (std::min)(limit, m_size);
         MoveTo(position);
     }
-
     /// Moves the position, at most to the limit.
     void MoveTo(std::uint64_t position) noexcept
     {
