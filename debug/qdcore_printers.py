@@ -128,7 +128,8 @@ class DictionaryPrinter(EntriesPrinter):
                 entry = buckets["buckets"][i]["first"]
                 while entry:
                     yield entry["item"]
-                    entry = entry["next"]
+                    link = entry["next"]  # odd at the end of a bucket
+                    entry = None if int(link) % 2 else link.cast(entry.type)
 
 
 class MapPrinter(EntriesPrinter):
