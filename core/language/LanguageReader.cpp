@@ -1,9 +1,11 @@
 #include "core/language/LanguageReader.h"
 
+#include "core/platform/CharClass.h"
 #include "core/platform/FileStream.h"
 
 #include <algorithm>
 #include <cassert>
+#include <cstring>
 #include <new>
 
 // Cuts a language file into lines and cells.
@@ -92,12 +94,15 @@ bool LanguageReader::Fill()
     m_begin = m_end = 0;
     // A piece may hold 0 units, so its end is the last 0, found before what was filled in here: a
     // unit that is not 0 and that no piece holds, as the function stops at it.
-    std::fill_n(m_piece, m_room, kEndOfFile);
+    static_assert(kEndOfFile == 0xFFFF);
+    std::memset(m_piece, 0xFF, static_cast<std::size_t>(m_room) * sizeof(WChar));
     const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
     const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
     if (isRead) {
-        m_end = platform::WideView(m_piece, kPieceRoom)
-                    .rfind(WChar(0), static_cast<std::size_t>(m_room) - 1);
+        const auto last = static_cast<std::size_t>(m_room) - 1;
+        m_end = platform::Length(m_piece); // mostly the only 0
+        if (m_end < last && m_piece[m_end + 1] != kEndOfFile)
+            m_end = platform::WideView(m_piece, kPieceRoom).rfind(WChar(0), last);
     } else if (isLast) {
         return false;
     }
@@ -143,8 +148,10 @@ void LanguageReader::TakePlain()
 {
     assert(m_begin <= m_end && m_end <= kPieceRoom);
     const WChar* const begin = m_piece + m_begin;
-    const WChar* const end = std::find_if(begin, static_cast<const WChar*>(m_piece + m_end),
-                                          [](WChar unit) { return unit == 0 || EndsCell(unit); });
+    // No piece holds U+FFFF.
+    const WChar* const end =
+        std::find_if(begin, static_cast<const WChar*>(m_piece + m_end),
+                     [](WChar unit) { return unit <= kLineFeed && (unit == 0 || EndsCell(unit)); });
     m_cell.append(begin, end);
     m_begin = static_cast<std::size_t>(end - m_piece);
 }

@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
@@ -162,6 +164,28 @@ private:
 
 constexpr WChar kEndMark = 0xFFFF; // what the runtime library of Windows takes for the end
 
+// Takes what the stream has at hand of a line, at most `room` units of it, where `getc_unlocked`
+// takes it byte by byte. The end mark is left to `ReadUnit`.
+int TakeBuffered([[maybe_unused]] std::FILE* stream, [[maybe_unused]] WChar* units,
+                 [[maybe_unused]] int room)
+{
+#if defined(__GLIBC__)
+    const auto size = static_cast<std::size_t>(stream->_IO_read_end - stream->_IO_read_ptr);
+    const std::size_t most = std::min(size / sizeof(WChar), static_cast<std::size_t>(room));
+    if (most == 0)
+        return 0;
+    std::memcpy(units, stream->_IO_read_ptr, most * sizeof(WChar));
+    WChar* end = std::find_if(units, units + most,
+                              [](WChar unit) { return unit == u'\n' || unit == kEndMark; });
+    if (end != units + most && *end == u'\n')
+        ++end;
+    stream->_IO_read_ptr += (end - units) * static_cast<std::ptrdiff_t>(sizeof(WChar));
+    return static_cast<int>(end - units);
+#else
+    return 0;
+#endif
+}
+
 // The end mark also when the stream ends.
 WChar ReadUnit(std::FILE* stream)
 {
@@ -226,11 +250,15 @@ bool ReadText(std::FILE* stream, WChar* buffer, int room) noexcept
     const StreamLock lock(stream);
     int length = 0;
     while (length < room - 1) {
-        const WChar unit = ReadUnit(stream);
-        if (unit == kEndMark)
-            break;
-        buffer[length++] = unit;
-        if (unit == u'\n')
+        const int taken = TakeBuffered(stream, buffer + length, room - 1 - length);
+        length += taken;
+        if (taken == 0) {
+            const WChar unit = ReadUnit(stream);
+            if (unit == kEndMark)
+                break;
+            buffer[length++] = unit;
+        }
+        if (buffer[length - 1] == u'\n')
             break;
     }
     if (length == 0)

@@ -239,8 +239,9 @@ void TextReader::Decode(bool isLast) noexcept
 // Units of UTF-16 as far as they stand for themselves, which nearly all do.
 void TextReader::DecodePlain() noexcept
 {
+    const std::size_t end = m_rawEnd;
     std::size_t begin = m_rawBegin, unitCount = m_outEnd / sizeof(WChar);
-    for (; m_rawEnd - begin >= sizeof(WChar); begin += sizeof(WChar)) {
+    for (; end - begin >= sizeof(WChar); begin += sizeof(WChar)) {
         WChar unit = 0;
         std::memcpy(&unit, m_raw.data() + begin, sizeof unit);
         if (unit == kReturn || unit == kEndOfText)
