@@ -67,11 +67,11 @@ public:
                         const char* archiveClass);
     // Of the object's entry; `kNone` when there is none left and the archive's `ThrowError` did not
     // throw.
-    std::uint32_t NumberOf(const BArchive& archive, const void* object)
+    std::uint32_t NumberOf(const BArchive& owner, const void* object)
     {
         const std::uint32_t number = objects.FindOrAdd(object);
         if (number == NArchive::PointerMap::kNone)
-            archive.ThrowError();
+            owner.ThrowError();
         return number;
     }
     // False when a record was refused and the archive's `ThrowError` did not throw.
