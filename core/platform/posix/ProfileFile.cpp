@@ -30,14 +30,16 @@
 // A program that fills a profile with its defaults would so write the file as often as it has keys.
 // But the new key stands at the end, and one `write` that stays within a page of memory keeps the
 // same promise: the kernel copies the bytes, then shows the new size, and looks only between pages
-// whether the process is to die. So a change at the end is appended but for each hundredth, which
-// begins a page, and there only to a file that has no second name (a backup may share it) and on
-// file systems that are known to write this way.
+// whether the process is to die. So a change at the end is appended, but for each hundredth or so
+// that goes on in the next page. Not to a file that has a second name, which a backup may have
+// given it, nor on file systems that are not known to write this way.
 //
 // Reading a file again for each value would cost a hundred times as much as asking whether it is
 // still the same. Its stamp tells that, but for one gap: a second change within one tick of the
 // file system's clock leaves the times as they are. So a file that changed a moment ago is read
-// again until its times have settled, and one that was just saved gets the exact time.
+// again until its times have settled, and one that was just saved gets the exact time. There is no
+// such gap on the usual file systems since Linux 6.13: what changes after somebody has looked at
+// its times gets others (multigrain timestamps).
 namespace platform {
 
 namespace {
@@ -283,9 +285,11 @@ std::optional<bool> ProfileFile::Append()
         return false;
     }
     const timespec now = GiveExactTime(file.Get());
-    m_isSettled = ::fstat(file.Get(), &status) == 0 &&
-                  Nanoseconds(status.st_mtim) == Nanoseconds(now) &&
-                  status.st_size == m_stamp.size + written;
+    const bool isExact = ::fstat(file.Get(), &status) == 0 &&
+                         Nanoseconds(status.st_mtim) == Nanoseconds(now) &&
+                         status.st_size == m_stamp.size + written;
+    // What stands before the new end is as it was read only where the stamp told so.
+    m_isSettled = m_isSettled && isExact;
     m_stamp = FileStamp(status);
     return true;
 }
