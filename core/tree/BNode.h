@@ -233,7 +233,9 @@ private:
     WString m_text;
     BNode* m_parent = nullptr; // not owned
     BNode* m_sister = nullptr; // the next child of the parent; not owned
-    int m_slot = 0;            // in its parent's `m_children`
+    // By which an index of the parent's children has it; readers that make one write it at once.
+    std::uint64_t m_textHash = 0;
+    int m_slot = 0; // in its parent's `m_children`
     bool m_isActive = true;
     bool m_isLocked = false;
     bool m_isMessageDispatcher = true; // counts on a root

@@ -59,6 +59,7 @@ void ChildIndex::Add(BNode& child)
     const WChar* text = NodeAccess::Text(child).CStr();
     const std::uint64_t hash = HashOf(text);
     Slot& slot = m_slots.FindOrFree(hash, IsCalled{text});
+    NodeAccess::SetTextHash(child, hash);
     if (slot.IsFree()) {
         m_slots.Fill(slot, {hash, &child, nullptr});
         return;
@@ -71,10 +72,13 @@ void ChildIndex::Add(BNode& child)
         slot.later->insert(std::exchange(slot.first, &child));
 }
 
+// By the hash that the child was added with: to make its key again takes longer than the rest.
 void ChildIndex::Remove(BNode& child)
 {
-    const WChar* text = NodeAccess::Text(child).CStr();
-    Slot* const slot = m_slots.Find(HashOf(text), IsCalled{text});
+    const IsCalled isCalled{NodeAccess::Text(child).CStr()};
+    Slot* const slot = m_slots.Find(NodeAccess::TextHash(child), [&](const Slot& other) {
+        return other.first == &child || isCalled(other);
+    });
     if (slot == nullptr)
         return;
     if (slot->later == nullptr) {

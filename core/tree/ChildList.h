@@ -11,9 +11,10 @@ class BNode;
 
 /// The children of a node in their order, owned; entries may be null.
 ///
-/// Appending, inserting, removing, and finding a child by its place or its text do not depend on how
-/// many there are, or only as the logarithm. From a child to the next one leads a link in the node,
-/// which passes null entries over. An empty list is one null pointer; a child costs 8 to 12 bytes.
+/// Appending, inserting, removing, and finding a child by its place or its text do not depend on
+/// how many there are, or only as the logarithm. From a child to the next one leads a link in the
+/// node, which passes null entries over. An empty list is one null pointer; a child costs 8 to 12
+/// bytes.
 ///
 /// When memory runs out, `Reserve`, `Append` and `InsertBehindFirst` throw and leave the list as it
 /// was; removing always succeeds. What only reads may run on many threads at once.

@@ -3,6 +3,7 @@
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
 
+#include <atomic>
 #include <cstdint>
 #include <utility>
 
@@ -21,6 +22,15 @@ struct NodeAccess {
     static void SetSlot(BNode& node, int slot) noexcept { node.m_slot = slot; }
     [[nodiscard]] static BNode* Sister(const BNode& node) noexcept { return node.m_sister; }
     static void SetSister(BNode& node, BNode* sister) noexcept { node.m_sister = sister; }
+
+    [[nodiscard]] static std::uint64_t TextHash(const BNode& node) noexcept
+    {
+        return node.m_textHash;
+    }
+    static void SetTextHash(BNode& node, std::uint64_t hash) noexcept
+    {
+        std::atomic_ref(node.m_textHash).store(hash, std::memory_order_relaxed);
+    }
 
     [[nodiscard]] static const WString& Text(const BNode& node) noexcept { return node.m_text; }
     static void SetText(BNode& node, WString text) noexcept { node.m_text = std::move(text); }
