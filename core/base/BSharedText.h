@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/platform/Export.h"
+#include "core/platform/OwnerCount.h"
 #include "core/platform/WChar.h"
 
 #include <algorithm>
@@ -41,7 +42,7 @@ public:
         : m_block(other.m_block)
     {
         if (m_block)
-            Count().fetch_add(1, std::memory_order_relaxed);
+            platform::AddOwner(m_block->references);
     }
     BSharedText(BSharedText&& other) noexcept
         : m_block(std::exchange(other.m_block, nullptr))
@@ -53,7 +54,7 @@ public:
     }
     ~BSharedText()
     {
-        if (m_block && (IsPrivate() || Count().fetch_sub(1, std::memory_order_acq_rel) == 1))
+        if (m_block && platform::DropOwner(m_block->references))
             BTextHeap::Free(m_block);
     }
 
@@ -72,7 +73,7 @@ public:
     /// Whether there is a block that nobody shares, so that it may be written to.
     [[nodiscard]] bool IsPrivate() const noexcept
     {
-        return m_block && Count().load(std::memory_order_acquire) == 1;
+        return m_block && std::atomic_ref(m_block->references).load(std::memory_order_acquire) == 1;
     }
     [[nodiscard]] bool SharesWith(const BSharedText& other) const noexcept
     {
@@ -221,7 +222,7 @@ private:
 
     struct Block {
         std::uint64_t sizes;         // capacity, terminating 0 not counted, and length
-        std::int32_t references;     // objects that share it; through Count() once there is one
+        std::int32_t references;     // objects that share it, changed as platform::AddOwner does
         Char text[4 / sizeof(Char)]; // capacity + 1 characters
     };
 
@@ -234,11 +235,6 @@ private:
             return capacity;
         const std::size_t step = std::bit_floor(capacity) / 8;
         return (capacity + step - 1) / step * step;
-    }
-
-    std::atomic_ref<std::int32_t> Count() const noexcept
-    {
-        return std::atomic_ref<std::int32_t>(m_block->references);
     }
 
     static constexpr Char m_empty[1] = {};
