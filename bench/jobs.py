@@ -20,6 +20,7 @@ SECTIONS = {
         Job("save, a node", "BM_TreeSave", "0.45", peak="0.9"),
         Job("build, a node", "BM_TreeBuild", "1.0"),
         Job("destroy, a node", "BM_TreeDestroy", "1.2"),
+        Job("destroy and join the heap's blocks, a node", "BM_TreeDestroyAndJoin", "1.2"),
         Job("next sister", "BM_TreeSister", "1.0"),
         Job("remove the first child", "BM_TreeRemoveFirst", "1.5 of QObject"),
     ],
@@ -55,7 +56,7 @@ SECTIONS = {
     ],
     "Languages": [
         Job("import, a line", "BM_LanguageImport", "800 ns", ".*underscores:0"),
-        Job("import, a line", "BM_LanguageImport", "800 ns", ".*underscores:1"),
+        Job("import, a line, underscores in keys", "BM_LanguageImport", "800 ns", ".*underscores:1"),
         Job("translate", "BM_LanguageTranslate", "1.1"),
     ],
     "What leads": [

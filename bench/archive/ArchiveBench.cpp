@@ -7,7 +7,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 
 #if defined(QD_BENCH_BOOST_SERIALIZATION)
@@ -66,13 +68,33 @@ void BM_TreeBuild(benchmark::State& state)
     Check<Tree>(state, ColdJob(state).Run(count, [=] { return Tree::Make(count); }));
 }
 
-template <class Tree>
-void BM_TreeDestroy(benchmark::State& state)
+using Block = std::unique_ptr<std::byte[]>;
+
+/// The job is what destroys the tree and then `after`.
+template <class Tree, class After>
+void Destroy(benchmark::State& state, After after)
 {
     const int count = static_cast<int>(state.range(0));
     auto root = Tree::Make(count);
     Check<Tree>(state, root);
-    ColdJob(state).Run(count, [&] { return root = nullptr; });
+    ColdJob(state).Run(count, [&] {
+        root = nullptr;
+        return after();
+    });
+}
+
+template <class Tree>
+void BM_TreeDestroy(benchmark::State& state)
+{
+    Destroy<Tree>(state, [] { return 0; });
+}
+
+/// The C library joins the small blocks that were given back when a large one is asked for next, or
+/// before, as the heap happens to lie: that may be three quarters of a tree's end.
+template <class Tree>
+void BM_TreeDestroyAndJoin(benchmark::State& state)
+{
+    Destroy<Tree>(state, [] { return Block(new std::byte[1 << 16]); });
 }
 
 template <class Tree>
@@ -110,7 +132,8 @@ void Once(benchmark::internal::Benchmark* bench)
 
 #define QD_BUILD(Tree, peer)                                                                       \
  BENCHMARK(BM_TreeBuild<Tree>)->Name("BM_TreeBuild" peer)->Apply(Once);                            \
- BENCHMARK(BM_TreeDestroy<Tree>)->Name("BM_TreeDestroy" peer)->Apply(Once);
+ BENCHMARK(BM_TreeDestroy<Tree>)->Name("BM_TreeDestroy" peer)->Apply(Once);                        \
+ BENCHMARK(BM_TreeDestroyAndJoin<Tree>)->Name("BM_TreeDestroyAndJoin" peer)->Apply(Once);
 #define QD_STORE(Tree, peer)                                                                       \
  BENCHMARK(BM_TreeSave<Tree>)->Name("BM_TreeSave" peer)->Apply(Once);                              \
  BENCHMARK(BM_TreeLoad<Tree>)->Name("BM_TreeLoad" peer)->Apply(Once);
