@@ -1,6 +1,11 @@
-# Runs COMMAND and compares its exit code with EXIT_CODE and its output with the file EXPECTED, line
-# ends aside.
-execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output RESULT_VARIABLE result)
+# Runs COMMAND and compares its exit code with EXIT_CODE and its output, the errors behind the rest,
+# with the file EXPECTED, line ends aside.
+set(ENV{WINEDEBUG} -all) # where COMMAND runs under Wine, that says nothing of its own
+execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output ERROR_VARIABLE errors
+                RESULT_VARIABLE result)
+if(NOT errors STREQUAL "")
+    string(APPEND output "--- errors\n${errors}")
+endif()
 file(READ ${EXPECTED} expected)
 string(REPLACE "\r\n" "\n" output "${output}")
 if(NOT result EQUAL EXIT_CODE)

@@ -81,33 +81,85 @@ bool IsWhole(const BVariant& value, std::uint64_t start, BlockReader& file)
     return isSame;
 }
 
-// False where the profile's own reader stops.
-template <class Text>
-bool InspectRecord(BlockReader& file, Report& report)
+class BinaryProfileInspector {
+public:
+    BinaryProfileInspector(BlockReader& file, Report& report)
+        : m_file(file)
+        , m_report(report)
+        , m_values(report.NewCut())
+    {}
+
+    // False where the profile's own reader stops.
+    template <class Text>
+    bool InspectRecord();
+
+    void End()
+    {
+        m_values.End("  ", "values");
+        m_report.Line() << m_sections << " sections, " << m_count << " values\n";
+    }
+
+private:
+    // Gives the key in it.
+    WString EnterSection(const WString& mappedKey);
+
+    BlockReader& m_file;
+    Report& m_report;
+    Cut m_values; // of the section at hand
+    WString m_section;
+    std::uint64_t m_sections = 0;
+    std::uint64_t m_count = 0;
+};
+
+// A key in the file is "[section]key"; those of a section stand together. One without a section is
+// shown as it is.
+WString BinaryProfileInspector::EnterSection(const WString& mappedKey)
 {
-    const std::uint64_t start = file.Position();
-    VariantSource source(file);
+    const platform::WideView mapped(mappedKey.CStr());
+    const std::size_t end = mapped.find(WChar(']'));
+    const bool hasSection = mapped.starts_with(WChar('[')) && end != platform::WideView::npos;
+    const WString section(platform::WideText(mapped.substr(0, hasSection ? end + 1 : 0)).c_str());
+    if (m_sections == 0 ||
+        platform::WideView(section.CStr()) != platform::WideView(m_section.CStr())) {
+        m_values.End("  ", "values");
+        m_values = m_report.NewCut();
+        m_section = section;
+        ++m_sections;
+        m_report.Line() << "section "
+                        << Quoted(hasSection ? mapped.substr(1, end - 1) : platform::WideView())
+                        << '\n';
+    }
+    return platform::WideText(mapped.substr(hasSection ? end + 1 : 0)).c_str();
+}
+
+template <class Text>
+bool BinaryProfileInspector::InspectRecord()
+{
+    const std::uint64_t start = m_file.Position();
+    VariantSource source(m_file);
     Text key;
     if (!source.ReadText(key)) {
-        report.DamageAt(start) << "no whole key; what follows is not read\n";
+        m_report.DamageAt(start) << "no whole key; what follows is not read\n";
         return false;
     }
     if (key.IsEmpty()) {
-        report.DamageAt(start) << "an empty key; what follows is not read\n";
+        m_report.DamageAt(start) << "an empty key; what follows is not read\n";
         return false;
     }
-    const std::uint64_t valueStart = file.Position();
+    const std::uint64_t valueStart = m_file.Position();
     const SP<BVariant> value = LoadVariant(source);
-    report.Line() << "at " << start << ": " << Quoted(std::basic_string_view(key.CStr()));
+    const WString shownKey = EnterSection(WString(key));
+    if (m_values.Shows() || !value)
+        m_report.Line() << "  at " << start << ": " << Quoted(platform::WideView(shownKey.CStr()))
+                        << ' ' << (value ? ValueText(*value) : "?") << '\n';
     if (!value) {
-        report.Line() << '\n';
-        report.DamageAt(valueStart) << "no value of a known type; the whole profile reads as "
-                                       "empty\n";
+        m_report.DamageAt(valueStart) << "no value of a known type; the whole profile reads as "
+                                         "empty\n";
         return false;
     }
-    report.Line() << ' ' << ValueText(*value) << '\n';
-    if (!IsWhole(*value, valueStart, file))
-        report.DamageAt(valueStart) << "the value is not as it was written\n";
+    ++m_count;
+    if (!IsWhole(*value, valueStart, m_file))
+        m_report.DamageAt(valueStart) << "the value is not as it was written\n";
     return true;
 }
 
@@ -123,9 +175,9 @@ void InspectBinaryProfile(BlockReader& file, Report& report)
         return;
     }
     report.Line() << "binary profile with " << (isAnsi ? "narrow" : "wide") << " keys\n";
-    std::uint64_t count = 0;
+    BinaryProfileInspector inspector(file, report);
     while (file.Left() != 0 &&
-           (isAnsi ? InspectRecord<BString>(file, report) : InspectRecord<WString>(file, report)))
-        ++count;
-    report.Line() << count << " values\n";
+           (isAnsi ? inspector.InspectRecord<BString>() : inspector.InspectRecord<WString>())) {
+    }
+    inspector.End();
 }

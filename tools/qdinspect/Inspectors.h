@@ -17,3 +17,6 @@ void InspectTextProfile(const platform::WideText& text, Report& report);
 
 /// Entries, and what the language map has against them.
 void InspectLanguageFile(const WChar* path, Report& report);
+
+/// Runs, and the steps of each with the time between them.
+void InspectLog(platform::WideView text, Report& report);

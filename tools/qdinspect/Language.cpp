@@ -20,6 +20,7 @@
 
 namespace {
 
+using platform::WideText;
 using platform::WideView;
 
 const char* Meaning(int code)
@@ -47,6 +48,50 @@ bool HoldsEntries(const BArray<WString>& cells)
     });
 }
 
+// The placeholders of `WString::Printf` in a text, one behind the other, without width and flags: a
+// translation that has others makes the program read what is not there. The flag " " is left out,
+// as "100 % dense" is no placeholder.
+WideText Placeholders(WideView text)
+{
+    WideText found;
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+        if (text[i] != '%')
+            continue;
+        if (text[++i] == '%')
+            continue;
+        std::size_t end = text.find_first_not_of(QD_W("0123456789+-#.*"), i);
+        const std::size_t size = end;
+        end = std::min(text.find_first_not_of(QD_W("hlLwI64"), end), text.size());
+        if (end == text.size() ||
+            WideView(QD_W("sSdiuxXofeEgGcCp")).find(text[end]) == WideView::npos)
+            continue;
+        found += '%';
+        found += text.substr(size, end - size);
+        found += text[end] == 'i' ? WChar('d') : text[end]; // they mean the same
+        i = end;
+    }
+    return found;
+}
+
+// What is no fault of the file, and yet not meant so.
+void TellSuspicion(const BArray<WString>& cells, std::uint64_t line, Report& report)
+{
+    const WideView standard(cells[1].CStr());
+    const WideView translation(cells[2].CStr());
+    if (standard.empty())
+        report.SuspicionInLine(line) << Cell(cells[0]) << " has no default text\n";
+    if (translation.empty()) {
+        report.SuspicionInLine(line) << Cell(cells[0]) << " has no translation\n";
+        return;
+    }
+    const WideText expected = Placeholders(standard);
+    const WideText placeholders = Placeholders(translation);
+    if (expected != placeholders)
+        report.SuspicionInLine(line)
+            << Cell(cells[0]) << " has the placeholders " << Quoted(expected) << " in one text and "
+            << Quoted(placeholders) << " in the other\n";
+}
+
 } // namespace
 
 void InspectLanguageFile(const WChar* path, Report& report)
@@ -56,6 +101,7 @@ void InspectLanguageFile(const WChar* path, Report& report)
     LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
     const SP<BLanguageMap> map = new BLanguageMap;
     BArray<WString> cells;
+    Cut shown = report.NewCut();
     std::uint64_t entries = 0;
     std::uint64_t untranslated = 0;
     for (std::uint64_t line = 1; reader.ReadLine(cells, 3); ++line) {
@@ -63,13 +109,16 @@ void InspectLanguageFile(const WChar* path, Report& report)
             continue; // a comment, or nothing
         ++entries;
         untranslated += cells[2].IsEmpty() ? 1 : 0;
-        report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1]) << ' '
-                      << Cell(cells[2]) << '\n';
+        if (shown.Shows())
+            report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1])
+                          << ' ' << Cell(cells[2]) << '\n';
         // Without overwriting, so that the second entry of a key is told.
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
             report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";
         if (HoldsEntries(cells))
             report.DamageInLine(line) << "a quote that nothing closes holds further entries\n";
+        TellSuspicion(cells, line, report);
     }
+    shown.End("", "entries");
     report.Line() << entries << " entries, " << untranslated << " without a translation\n";
 }

@@ -1,34 +1,33 @@
-// `qdinspect FILE [KIND]` prints what a file of the library holds, without the program that wrote
-// it, and where it is damaged. The content tells its kind unless KIND names it: "archive",
-// "language", "binary" or "text" (the two kinds of profiles).
+// qdinspect shows what a file of the library holds, without the program that wrote it, and where it
+// is damaged. The content tells its kind, unless the caller does.
 //
 // It is for files that a program does not open any more, so it trusts nothing in them, and goes on
 // behind what is damaged as far as the format lets it.
 //
-// The exit code is 0 for a whole file, 1 for a damaged one, 2 when there is nothing to inspect.
+// `show` prints what the file holds with the damage where it stands; `check` reads all the same and
+// tells the damage alone, as messages, for a script that wants an answer and no picture; `lint`
+// adds what a translator is to see.
 
-#include "core/archive/Encoding.h"
 #include "core/base/BlockReader.h"
-#include "core/platform/ByteOrderMark.h"
-#include "core/platform/CodePage.h"
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
-#include <bit>
-#include <cstring>
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <string_view>
+#include <map>
+#include <string>
+#include <vector>
 
 namespace {
 
 using platform::WideText;
-
-enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile };
 
 constexpr int kWhole = 0;
 constexpr int kDamaged = 1;
@@ -37,118 +36,154 @@ constexpr int kNothing = 2;
 // Bytes; a text is taken into memory as a whole, other files piece by piece.
 constexpr std::uint64_t kLargestText = 1u << 30;
 
-bool BeginsWith(BlockReader& file, std::string_view bytes)
-{
-    const char* const start = file.Peek(bytes.size());
-    return start != nullptr && std::memcmp(start, bytes.data(), bytes.size()) == 0;
-}
+constexpr const char* kExamples = R"(
+Examples:
+  qdinspect part.qda                 what an archive holds: its records and its tree of nodes
+  qdinspect --all german.lng         each entry of a language file, with what is wrong with it
+  qdinspect check settings.bin       nothing but the damage, on the standard error output
+  qdinspect lint german.lng          for a script: fails where texts or placeholders are missing
+  qdinspect show --kind text a.ini   takes the file for a text profile whatever it looks like
 
-bool IsUnicode(BlockReader& file)
-{
-    return BeginsWith(file, platform::kUtf16Mark);
-}
+Kinds of files: archive, binary (profile), text (profile), language, log (of the profiler).
+Exit codes: 0 whole, 1 damaged (lint: or suspicious), 2 there is nothing to inspect.
+)";
 
-// UTF-16LE with a byte-order mark, else 8-bit text. An odd last byte is dropped.
-WideText ReadText(BlockReader& file)
-{
-    static_assert(std::endian::native == std::endian::little, "units are read as they stand");
-    const std::uint64_t size = file.Size();
-    const bool isUnicode = IsUnicode(file);
-    const char* const bytes = size <= kLargestText ? file.Peek(size) : nullptr;
-    if (size == 0 || bytes == nullptr)
-        return {};
-    WideText text;
-    if (isUnicode) {
-        text.resize(size / sizeof(WChar) - 1);
-        std::memcpy(text.data(), bytes + sizeof(WChar), text.size() * sizeof(WChar));
-    } else {
-        text.resize(size);
-        text.resize(platform::AnsiToWide(bytes, size, text.data(), text.size()));
-    }
-    return text;
-}
+enum class ECommand { Show, Check, Lint };
 
-// The first line that begins like an entry or like a section tells.
-EKind KindOfText(const WideText& text, bool isUnicode)
-{
-    for (std::size_t line = 0; line < text.size();) {
-        if (text[line] == '$')
-            return EKind::Language;
-        if (text[line] == '[')
-            return EKind::TextProfile;
-        const std::size_t end = text.find(WChar('\n'), line);
-        line = end == WideText::npos ? text.size() : end + 1;
-    }
-    // A new profile is an empty text.
-    return isUnicode && text.empty() ? EKind::TextProfile : EKind::Unknown;
-}
+struct Options {
+    std::string path;
+    EKind kind = EKind::Unknown; // by the content
+    bool showsAll = false;
+    ECommand command = ECommand::Show;
+};
 
-// The kinds with a mark of their own come first: a text may be any bytes.
-EKind KindOf(BlockReader& file)
+int Nothing(const Options& options, const std::string& why)
 {
-    if (BeginsWith(file, "\x06LAi") || BeginsWith(file, "\x05LAY"))
-        return EKind::BinaryProfile;
-    if (NArchive::EndOfText(file, 0))
-        return EKind::Archive;
-    if (BeginsWith(file, std::string(platform::kUtf8Mark) + '$'))
-        return EKind::Language;
-    return KindOfText(ReadText(file), IsUnicode(file));
-}
-
-EKind KindNamed(std::string_view name)
-{
-    if (name == "archive")
-        return EKind::Archive;
-    if (name == "language")
-        return EKind::Language;
-    if (name == "binary")
-        return EKind::BinaryProfile;
-    return name == "text" ? EKind::TextProfile : EKind::Unknown;
-}
-
-int Nothing(const char* why)
-{
-    std::cout << why << '\n';
+    std::cerr << options.path << ": " << why << '\n';
     return kNothing;
 }
 
-int Inspect(const WideText& path, std::string_view kindName)
+bool IsText(EKind kind)
 {
-    BlockReader file(platform::OpenStream(path.c_str(), QD_W("rb")));
-    if (!file.IsGood())
-        return Nothing("The file cannot be opened.");
-    const EKind kind = kindName.empty() ? KindOf(file) : KindNamed(kindName);
-    if (!file.IsGood())
-        return Nothing("The file cannot be read.");
-    if (kind == EKind::TextProfile && file.Size() > kLargestText)
-        return Nothing("The file is too large for a text profile.");
-    Report report(std::cout);
+    return kind == EKind::Language || kind == EKind::TextProfile || kind == EKind::Log;
+}
+
+void InspectAs(EKind kind, BlockReader& file, const WideText& path, Report& report)
+{
     switch (kind) {
     case EKind::Archive: InspectArchive(file, report); break;
     // By its path: the language map's own reader takes a text stream.
     case EKind::Language: InspectLanguageFile(path.c_str(), report); break;
     case EKind::BinaryProfile: InspectBinaryProfile(file, report); break;
-    case EKind::TextProfile: InspectTextProfile(ReadText(file), report); break;
-    case EKind::Unknown: return Nothing("The file is of no kind that is known here.");
+    case EKind::TextProfile: InspectTextProfile(ReadText(file, kLargestText), report); break;
+    case EKind::Log: InspectLog(ReadText(file, kLargestText), report); break;
+    case EKind::Unknown: break;
     }
     // A cut in the middle of a unit, which the readers of texts pass over.
-    const bool isText = kind == EKind::Language || (kind == EKind::TextProfile && IsUnicode(file));
-    if (isText && file.Size() % sizeof(WChar) != 0)
+    file.MoveTo(0);
+    if (IsText(kind) && HasUtf16Mark(file) && file.Size() % sizeof(WChar) != 0)
         report.DamageAt(file.Size() - 1) << "half a character\n";
-    std::cout << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
-    return report.IsWhole() ? kWhole : kDamaged;
+}
+
+int Inspect(ECommand command, EKind kind, BlockReader& file, const WideText& path, bool showsAll)
+{
+    std::ostream silent(nullptr);
+    std::ostream& out = command == ECommand::Show ? std::cout : silent;
+    std::ostream& messages = command == ECommand::Show ? std::cout : std::cerr;
+    Report report(out, messages, command == ECommand::Check ? silent : messages, showsAll);
+    InspectAs(kind, file, path, report);
+    messages << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
+    const bool isFine = report.IsWhole() && (command != ECommand::Lint || !report.IsSuspicious());
+    return isFine ? kWhole : kDamaged;
+}
+
+int Inspect(const Options& options)
+{
+    const std::filesystem::path path(options.path);
+    if (std::filesystem::is_directory(path))
+        return Nothing(options, "it is a folder");
+    const auto widePath = path.string<WChar>();
+    BlockReader file(platform::OpenStream(widePath.c_str(), QD_W("rb")));
+    if (!file.IsGood())
+        return Nothing(options, "the file cannot be opened");
+    const EKind kind = options.kind != EKind::Unknown ? options.kind : KindOf(file);
+    const std::string otherwise = kind == EKind::Unknown ? WhatElse(file) : std::string();
+    if (!file.IsGood())
+        return Nothing(options, "the file cannot be read");
+    if (kind == EKind::Unknown)
+        return Nothing(options, "no kind that I know" +
+                                    (otherwise.empty() ? otherwise : "; it is " + otherwise));
+    if (options.command == ECommand::Lint && kind != EKind::Language)
+        return Nothing(options, "it is no language file");
+    if (IsText(kind) && file.Size() > kLargestText)
+        return Nothing(options, "the file is too large for a text");
+    return Inspect(options.command, kind, file, widePath, options.showsAll);
+}
+
+void AddFileOptions(CLI::App& command, Options& options)
+{
+    static const std::map<std::string, EKind> kinds = {{"archive", EKind::Archive},
+                                                       {"binary", EKind::BinaryProfile},
+                                                       {"text", EKind::TextProfile},
+                                                       {"language", EKind::Language},
+                                                       {"log", EKind::Log}};
+    command.add_option("FILE", options.path, "The file to inspect")->required();
+    command.add_option("--kind", options.kind, "Take the file for one of this kind")
+        ->transform(CLI::CheckedTransformer(kinds).description(""))
+        ->option_text("archive|binary|text|language|log");
+}
+
+// `show` is the command when none is named.
+std::vector<std::string> Arguments(const CLI::App& app, int argc, char** argv)
+{
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    const bool isNamed = arguments.empty() ||
+                         std::ranges::any_of(app.get_subcommands(nullptr),
+                                             [&](const CLI::App* command) {
+                                                 return command->get_name() == arguments.front();
+                                             }) ||
+                         app.get_option_no_throw(arguments.front()) != nullptr;
+    if (!isNamed)
+        arguments.insert(arguments.begin(), "show");
+    std::ranges::reverse(arguments); // as CLI11 takes them
+    return arguments;
+}
+
+int Run(int argc, char** argv)
+{
+    Options options;
+    CLI::App app("Shows what a file of qdcore holds and where it is damaged.", "qdinspect");
+    app.footer(kExamples);
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "qdinspect " QD_INSPECT_VERSION);
+    CLI::App& show = *app.add_subcommand("show", "Print what the file holds (the default)");
+    AddFileOptions(show, options);
+    show.add_flag("--all", options.showsAll, "Print long lists whole");
+    CLI::App& check = *app.add_subcommand("check", "Print the damage alone, as messages");
+    AddFileOptions(check, options);
+    CLI::App& lint = *app.add_subcommand(
+        "lint", "Print what is wrong or suspicious in a language file, as messages");
+    AddFileOptions(lint, options);
+    try {
+        app.parse(Arguments(app, argc, argv));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kNothing;
+    }
+    if (check.parsed())
+        options.command = ECommand::Check;
+    else if (lint.parsed())
+        options.command = ECommand::Lint;
+    // Such as missing memory: that says nothing of the file.
+    try {
+        return Inspect(options);
+    } catch (const std::exception& failure) {
+        return Nothing(options, failure.what());
+    }
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc < 2 || argc > 3)
-        return Nothing("qdinspect FILE [archive|language|binary|text]");
-    // Such as missing memory: that says nothing of the file.
-    try {
-        return Inspect(std::filesystem::path(argv[1]).string<WChar>(), argc == 3 ? argv[2] : "");
-    } catch (const std::exception& failure) {
-        return Nothing(failure.what());
-    }
+    return Run(argc, argv);
 }

@@ -3,6 +3,7 @@
 #include "core/platform/CodePage.h"
 
 #include <charconv>
+#include <limits>
 #include <ostream>
 
 // How findings and texts are printed.
@@ -62,18 +63,39 @@ void AppendUtf8(std::string& out, char32_t character)
         out += static_cast<char>(0x80u | (character >> 6 * i & 0x3Fu));
 }
 
+// Entries of a list that are shown.
+constexpr std::uint64_t kShownEntries = 20;
+
 } // namespace
+
+void Cut::End(const char* indent, const char* entries)
+{
+    if (m_count > m_most)
+        m_report->Line() << indent << "... " << m_count - m_most << " more " << entries
+                         << " (--all shows them)\n";
+}
+
+Cut Report::NewCut()
+{
+    return {*this, m_showsAll ? (std::numeric_limits<std::uint64_t>::max)() : kShownEntries};
+}
 
 std::ostream& Report::DamageAt(std::uint64_t position)
 {
     m_isWhole = false;
-    return m_out << "DAMAGED at byte " << position << ": ";
+    return m_damage << "DAMAGED at byte " << position << ": ";
 }
 
 std::ostream& Report::DamageInLine(std::uint64_t number)
 {
     m_isWhole = false;
-    return m_out << "DAMAGED in line " << number << ": ";
+    return m_damage << "DAMAGED in line " << number << ": ";
+}
+
+std::ostream& Report::SuspicionInLine(std::uint64_t number)
+{
+    m_isSuspicious = true;
+    return m_suspicion << "SUSPICIOUS in line " << number << ": ";
 }
 
 std::string Quoted(platform::WideView text)

@@ -7,23 +7,59 @@
 #include <string>
 #include <string_view>
 
-/// What an inspection tells: prints line by line, and remembers whether there was damage.
+class Report;
+
+/// Cuts a list where it gets long: counts its entries, and tells at the end how many are not shown.
+class Cut {
+public:
+    /// Whether the next entry is shown.
+    [[nodiscard]] bool Shows() noexcept { return m_count++ < m_most; }
+    /// Whether the entry that was asked for last is, for its further lines.
+    [[nodiscard]] bool IsShown() const noexcept { return m_count <= m_most; }
+    void End(const char* indent, const char* entries);
+
+private:
+    friend Report;
+    Cut(Report& report, std::uint64_t most)
+        : m_report(&report)
+        , m_most(most)
+    {}
+
+    Report* m_report;
+    std::uint64_t m_most;
+    std::uint64_t m_count = 0;
+};
+
+/// What an inspection tells: prints line by line, and remembers whether there was damage. What the
+/// file holds goes to one stream, its damage and what is suspicious in it to the same or to others.
 class Report {
 public:
-    explicit Report(std::ostream& out)
+    Report(std::ostream& out, std::ostream& damage, std::ostream& suspicion, bool showsAll)
         : m_out(out)
+        , m_damage(damage)
+        , m_suspicion(suspicion)
+        , m_showsAll(showsAll)
     {}
 
     [[nodiscard]] std::ostream& Line() { return m_out; }
+    [[nodiscard]] Cut NewCut();
     /// Begins a line that tells what is damaged at that byte, or in that line, of the file.
     [[nodiscard]] std::ostream& DamageAt(std::uint64_t position);
     [[nodiscard]] std::ostream& DamageInLine(std::uint64_t number);
 
+    /// The same for what programs read well, but nobody can have meant.
+    [[nodiscard]] std::ostream& SuspicionInLine(std::uint64_t number);
+
     [[nodiscard]] bool IsWhole() const noexcept { return m_isWhole; }
+    [[nodiscard]] bool IsSuspicious() const noexcept { return m_isSuspicious; }
 
 private:
     std::ostream& m_out;
+    std::ostream& m_damage;
+    std::ostream& m_suspicion;
+    bool m_showsAll;
     bool m_isWhole = true;
+    bool m_isSuspicious = false;
 };
 
 /// A text as a report shows it: UTF-8 in quotes, with escapes for what a terminal does not print as

@@ -4,9 +4,12 @@
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
+#include <charconv>
 #include <cstdint>
 #include <ostream>
 #include <set>
+#include <string>
+#include <string_view>
 
 // A text profile's file, line by line.
 //
@@ -38,10 +41,50 @@ WideText Folded(WideView name)
     return folded;
 }
 
+// Bytes as `ProfileUpdate::SetBlock` writes them: two digits each, and their sum as a last one.
+bool IsBlock(std::string_view digits)
+{
+    unsigned int sum = 0;
+    unsigned int last = 0;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        const auto end = digits.data() + i + 2;
+        if (std::from_chars(digits.data() + i, end, last, 16).ptr != end)
+            return false;
+        sum += last;
+    }
+    return digits.size() > 2 && digits.size() % 2 == 0 && (sum - last) % 256 == last;
+}
+
+template <class Number>
+bool IsNumber(std::string_view text)
+{
+    Number number;
+    const char* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end;
+}
+
+// The value as a text with the type that it was probably written with.
+std::string ValueText(WideView value)
+{
+    const std::string quoted = Quoted(value);
+    const std::string_view text = std::string_view(quoted).substr(1, quoted.size() - 2);
+    if (IsNumber<std::int32_t>(text))
+        return "int " + std::string(text);
+    if (IsBlock(text))
+        return "block of " + std::to_string(text.size() / 2 - 1) + " bytes: " + std::string(text);
+    if (IsNumber<double>(text))
+        return "double " + std::string(text);
+    if (text == "TRUE" || text == "FALSE")
+        return "bool " + std::string(text);
+    return "text " + quoted;
+}
+
 class TextProfileInspector {
 public:
     explicit TextProfileInspector(Report& report)
         : m_report(report)
+        , m_shown(report.NewCut())
     {}
 
     void InspectLine(WideView line)
@@ -58,12 +101,18 @@ public:
             InspectKey(line);
     }
 
-    void End() { m_report.Line() << m_sections.size() << " sections, " << m_keyCount << " keys\n"; }
+    void End()
+    {
+        m_shown.End("  ", "keys");
+        m_report.Line() << m_sections.size() << " sections, " << m_keyCount << " keys\n";
+    }
 
 private:
     void InspectSection(WideView line)
     {
         m_keys.clear();
+        m_shown.End("  ", "keys");
+        m_shown = m_report.NewCut();
         const std::size_t end = line.rfind(']');
         const WideView name = Trimmed(line.substr(1, end == WideView::npos ? end : end - 1));
         m_report.Line() << "line " << m_line << ": section " << Quoted(name) << '\n';
@@ -82,13 +131,15 @@ private:
             return;
         }
         ++m_keyCount;
-        m_report.Line() << "line " << m_line << ": " << Quoted(key) << " = "
-                        << Quoted(Trimmed(line.substr(equals + 1))) << '\n';
+        if (m_shown.Shows())
+            m_report.Line() << "  line " << m_line << ": " << Quoted(key) << " = "
+                            << ValueText(Trimmed(line.substr(equals + 1))) << '\n';
         if (!m_keys.insert(Folded(key)).second)
             m_report.DamageInLine(m_line) << "the key is there already; the first counts\n";
     }
 
     Report& m_report;
+    Cut m_shown; // keys of the section at hand
     std::set<WideText> m_sections;
     std::set<WideText> m_keys; // of the section at hand
     std::uint64_t m_line = 0;

@@ -1,0 +1,205 @@
+#include "tools/qdinspect/FileKind.h"
+
+#include "core/archive/Encoding.h"
+#include "core/base/BlockReader.h"
+#include "core/language/BLanguageMap.h"
+#include "core/platform/ByteOrderMark.h"
+#include "core/platform/CodePage.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <string_view>
+
+// How a file's kind is told.
+//
+// Only binary profiles have a mark of their own. An archive begins with a short name and another
+// one; texts are told by their first line that means something. Nearly any bytes are an 8-bit text,
+// so one without a byte-order mark must look like a text up to that line: a program that somewhere
+// holds a line that begins with a bracket is no profile.
+
+namespace {
+
+using platform::WideText;
+using platform::WideView;
+
+constexpr std::uint64_t kLongestName = 1024;   // bytes of an archive's document class
+constexpr std::uint64_t kTextBytes = 1u << 20; // of a text that are looked at
+
+std::string_view Beginning(BlockReader& file, std::uint64_t size)
+{
+    size = std::min(size, file.Size());
+    const char* const bytes = file.Peek(size);
+    return bytes == nullptr ? std::string_view() : std::string_view(bytes, size);
+}
+
+bool IsControl(WChar unit)
+{
+    return (unit < 0x20 && unit != '\t' && unit != '\r' && unit != '\f') || unit == 0x7F;
+}
+
+bool IsControlByte(char byte)
+{
+    return IsControl(static_cast<unsigned char>(byte));
+}
+
+// The document class is a name, and behind its version another name follows, as far as the file
+// goes.
+bool IsArchive(BlockReader& file)
+{
+    const std::optional<std::uint64_t> end = NArchive::EndOfText(file, 0);
+    if (!end || *end > kLongestName + NArchive::kTagAndLengthSize)
+        return false;
+    const std::string_view name = NArchive::TextAt(file.Peek(*end));
+    const std::uint64_t next = *end + sizeof(int); // behind the version
+    const std::string_view bytes = Beginning(file, next + 1);
+    return std::ranges::none_of(name, IsControlByte) &&
+           (bytes.size() <= next || bytes[next] == NArchive::kTextTag);
+}
+
+// "9:05:00", a tab, "Start", a tab.
+bool IsLogStart(WideView line)
+{
+    const std::size_t tab = line.find(WChar('\t'));
+    if (tab == WideView::npos || !line.substr(tab).starts_with(QD_W("\tStart\t")))
+        return false;
+    const WideView time = line.substr(0, tab);
+    return std::ranges::count(time, WChar(':')) == 2 &&
+           time.find_first_not_of(QD_W("0123456789:")) == WideView::npos;
+}
+
+bool IsEntry(WideView line)
+{
+    return line.size() > 1 && line[0] == '$' && BLanguageMap::IsAlNumUnderscore(line[1]) &&
+           line.find(WChar('\t')) != WideView::npos;
+}
+
+bool IsSection(WideView line, bool isMarked)
+{
+    if (!line.starts_with(WChar('[')) || (!isMarked && line.starts_with(QD_W("[["))))
+        return false;
+    const std::size_t last = line.find_last_not_of(QD_W(" \t\r"));
+    return isMarked || line[last] == ']'; // a marked text is one, and may be damaged
+}
+
+// Unknown where the line tells nothing.
+EKind KindOfLine(WideView line, bool isMarked)
+{
+    if (IsEntry(line))
+        return EKind::Language;
+    if (IsLogStart(line))
+        return EKind::Log;
+    return IsSection(line, isMarked) ? EKind::TextProfile : EKind::Unknown;
+}
+
+EKind KindOfText(WideView text, bool isMarked)
+{
+    while (!text.empty()) {
+        const std::size_t end = text.find(WChar('\n'));
+        const WideView line = text.substr(0, end);
+        if (!isMarked && std::ranges::any_of(line, IsControl))
+            return EKind::Unknown;
+        if (const EKind kind = KindOfLine(line, isMarked); kind != EKind::Unknown)
+            return kind;
+        text.remove_prefix(end == WideView::npos ? text.size() : end + 1);
+    }
+    return EKind::Unknown;
+}
+
+EKind KindOfText(BlockReader& file)
+{
+    const std::string_view mark = platform::MarkAt(Beginning(file, 3));
+    const WideText text = ReadText(file, kTextBytes);
+    const WideView units = text;
+    // The library's readers of profiles and logs know no mark of UTF-8, that of language files
+    // knows no text without a mark.
+    if (mark == platform::kUtf8Mark) {
+        const EKind kind = KindOfText(units.substr(std::min(mark.size(), units.size())), true);
+        return kind == EKind::Language ? kind : EKind::Unknown;
+    }
+    if (mark == platform::kUtf16Mark)
+        return text.empty() ? EKind::TextProfile : KindOfText(units, true); // a new one is empty
+    const EKind kind = KindOfText(units, false);
+    return mark.empty() && kind == EKind::TextProfile ? kind : EKind::Unknown;
+}
+
+bool LooksLikeText(BlockReader& file)
+{
+    const std::string_view bytes = Beginning(file, kTextBytes);
+    return std::ranges::none_of(bytes, [](char c) { return c != '\n' && IsControlByte(c); });
+}
+
+} // namespace
+
+EKind KindOf(BlockReader& file)
+{
+    const std::string_view mark = Beginning(file, 4);
+    if (mark == "\x06LAi" || mark == "\x05LAY")
+        return EKind::BinaryProfile;
+    return IsArchive(file) ? EKind::Archive : KindOfText(file);
+}
+
+std::string WhatElse(BlockReader& file)
+{
+    struct Magic {
+        std::string_view bytes;
+        const char* name;
+    };
+    static constexpr Magic magics[] = {
+        {"\x7F"
+         "ELF",
+         "a program or library (ELF)"},
+        {"MZ", "a program or library (Windows)"},
+        {"PK\x03\x04", "a zip archive"},
+        {"\x1F\x8B", "compressed (gzip)"},
+        {"\x89PNG", "a picture (PNG)"},
+        {"\xFF\xD8\xFF", "a picture (JPEG)"},
+        {"%PDF-", "a document (PDF)"},
+        {"SQLite format 3", "a database (SQLite), as the registry is off Windows"},
+        {"REGEDIT4", "an export of the registry"},
+        {"<?xml", "XML"},
+        {platform::kUtf16BigMark, "a text in UTF-16 with the bytes of each unit swapped"},
+    };
+    if (file.Size() == 0)
+        return "an empty file";
+    const std::string_view bytes = Beginning(file, 16);
+    for (const Magic& magic : magics) {
+        if (bytes.starts_with(magic.bytes))
+            return magic.name;
+    }
+    const std::string_view mark = platform::MarkAt(bytes);
+    if (mark.empty() && !LooksLikeText(file))
+        return {};
+    const WideText text = ReadText(file, kTextBytes);
+    const bool isUtf8 = mark == platform::kUtf8Mark;
+    switch (KindOfText(WideView(text).substr(isUtf8 ? mark.size() : 0), false)) {
+    case EKind::Language:
+        return "a language file without a byte-order mark: programs find no entry in it until it "
+               "is saved as UTF-16LE or UTF-8 with one";
+    case EKind::TextProfile:
+        return "a profile in UTF-8 with a byte-order mark: programs do not see its first section";
+    case EKind::Log: return "a profiler's log in another encoding than UTF-16LE";
+    default: return "a text";
+    }
+}
+
+bool HasUtf16Mark(BlockReader& file)
+{
+    return platform::MarkAt(Beginning(file, 2)) == platform::kUtf16Mark;
+}
+
+WideText ReadText(BlockReader& file, std::uint64_t mostBytes)
+{
+    static_assert(std::endian::native == std::endian::little, "units are read as they stand");
+    const bool isUnicode = HasUtf16Mark(file);
+    const std::string_view bytes = Beginning(file, mostBytes);
+    WideText text;
+    if (isUnicode) {
+        text.resize(bytes.size() / sizeof(WChar) - 1);
+        std::memcpy(text.data(), bytes.data() + sizeof(WChar), text.size() * sizeof(WChar));
+    } else {
+        text.resize(bytes.size());
+        text.resize(platform::AnsiToWide(bytes.data(), bytes.size(), text.data(), text.size()));
+    }
+    return text;
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "core/platform/WideText.h"
+
+#include <cstdint>
+#include <string>
+
+class BlockReader;
+
+enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile, Log };
+
+/// Of which kind a file is, by its content. What is damaged is still of its kind as long as its
+/// beginning tells it.
+[[nodiscard]] EKind KindOf(BlockReader& file);
+
+/// What a file of no known kind is instead, where that is easily told: "a program (ELF)", say.
+/// Empty otherwise.
+[[nodiscard]] std::string WhatElse(BlockReader& file);
+
+[[nodiscard]] bool HasUtf16Mark(BlockReader& file);
+
+/// At most the first `mostBytes` of a text as the library reads it, without its mark: UTF-16LE or,
+/// without a mark, in the ANSI code page. An odd last byte is dropped.
+[[nodiscard]] platform::WideText ReadText(BlockReader& file, std::uint64_t mostBytes);
