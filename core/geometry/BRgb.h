@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform/Export.h" // asks for C++20
+
 #include <algorithm>
 #include <type_traits>
 

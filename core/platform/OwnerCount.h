@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform/Export.h" // asks for C++20
+
 #include <atomic>
 #include <cstdint>
 #if __has_include(<sys/single_threaded.h>)

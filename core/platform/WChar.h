@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform/Export.h"
+
 #include <cstddef>
 
 /// `WChar` is the code unit of every wide text: UTF-16 on each platform, and exactly the platform's
