@@ -7,7 +7,9 @@ add_library(qd_options INTERFACE)
 target_compile_features(qd_options INTERFACE cxx_std_20)
 set_target_properties(qd_options PROPERTIES EXPORT_NAME options)
 
-if(MSVC)
+if(NOT PROJECT_IS_TOP_LEVEL)
+    # What another project builds has that project's warnings.
+elseif(MSVC)
     target_compile_options(qd_options INTERFACE
         $<BUILD_INTERFACE:/utf-8 /permissive- /W4 $<$<BOOL:${QD_WERROR}>:/WX>>)
 else()
