@@ -73,3 +73,4 @@
 #include "core/tree/BVisitor.h"
 #include "core/units/BUnit.h"
 #include "core/units/BUnitSystem.h"
+#include "qdcore/Version.h"

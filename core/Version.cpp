@@ -1,0 +1,6 @@
+#include "qdcore/Version.h"
+
+int QDVersion() noexcept
+{
+    return QD_VERSION;
+}
