@@ -1,7 +1,7 @@
 #include "core/archive/BArchive.h"
-#include "core/archive/Encoding.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
+#include "core/tree/NodePayload.h"
 
 #include <cstring>
 #include <new>
@@ -9,26 +9,15 @@
 #include <typeinfo>
 #include <utility>
 
-// A node's payload, version 2 (the primitives are in BArchive.cpp):
-//
-//   object        reference
-//   children      4-byte count, a reference each
-//   attributes    4-byte count, a reference each
-//   narrow text   BString: the text in the ANSI code page
-//   parent        reference; written for older programs, ignored on reading
-//   flags         1 byte: bit 0 active, bit 1 locked
-//   text          WString; from version 1 on, before that the narrow text is the text
-//   annotations   4-byte count, a reference each; from version 2 on
-//
 // A reference may lead to a record that is not read yet, so reading takes two steps: `Read` keeps
 // the indices, and `UpdateAssociations` turns them into objects. They are kept in memory of the
 // archive, as a node with lists for them would carry these all its life.
 
 namespace {
 
-constexpr int kPayloadVersion = 2;
-constexpr char kActiveFlag = 1;
-constexpr char kLockedFlag = 2;
+using NNode::kActiveFlag;
+using NNode::kLockedFlag;
+using NNode::kPayloadVersion;
 
 template <typename List>
 void WriteReferences(BArchive& archive, const List& list)
@@ -54,13 +43,6 @@ BNode* AsNode(BSmartObj* object)
     if (object != nullptr && typeid(*object) == typeid(BNode)) // nearly always, and much cheaper
         return static_cast<BNode*>(object);
     return dynamic_cast<BNode*>(object);
-}
-
-std::uint64_t ReadReference(BArchive& archive)
-{
-    void* index = nullptr;
-    archive >> index;
-    return reinterpret_cast<std::uintptr_t>(index);
 }
 
 // What `Read` keeps of a record: numbers, seven bits a byte, the lowest first (LEB128). All nodes
@@ -104,27 +86,6 @@ private:
     const char* m_next;
 };
 
-void ReadObject(BArchive& archive, Packer& loading)
-{
-    const std::uint64_t index = ReadReference(archive);
-    loading.Put(index);
-    archive.TakeOutLater(index);
-}
-
-void ReadObjects(BArchive& archive, Packer& loading)
-{
-    int count = 0;
-    archive >> count;
-    if (count < 0)
-        count = 0;
-    if (static_cast<std::uint64_t>(count) >
-        archive.BytesLeft() / NArchive::ReferenceSize(archive.Version()))
-        throw ArchiveFormatFault;
-    loading.Put(static_cast<std::uint64_t>(count));
-    for (; count > 0; --count)
-        ReadObject(archive, loading);
-}
-
 } // namespace
 
 void BNode::WriteData(BArchive& archive) const
@@ -157,30 +118,35 @@ void BNode::ReadData(BArchive& archive)
 
 void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 {
-    Packer loading;
-    ReadObject(archive, loading);
-    ReadObjects(archive, loading); // children
-    ReadObjects(archive, loading); // attributes
-    const bool isNarrow = nodeVersion < 1;
-    BString narrowText;
-    if (isNarrow)
-        archive >> narrowText;
-    else
-        archive.SkipText();
-    static_cast<void>(ReadReference(archive)); // the parent: the list that names the node decides
-    char flags = kActiveFlag;
-    archive >> flags;
-    m_isActive = (flags & kActiveFlag) != 0;
-    m_isLocked = (flags & kLockedFlag) != 0;
-    if (isNarrow)
-        m_text = Converted<WString>(narrowText);
-    else
-        archive >> m_text;
-    if (nodeVersion >= kPayloadVersion)
-        ReadObjects(archive, loading); // annotations
-    else
-        loading.Put(0);
-    const std::string& bytes = loading.Bytes();
+    // Has the objects read, and keeps their indices.
+    struct Target {
+        BNode& node;
+        BArchive& archive;
+        Packer loading;
+
+        void Object(std::uint64_t index)
+        {
+            loading.Put(index);
+            archive.TakeOutLater(index);
+        }
+        void List(int, std::uint32_t count) { loading.Put(count); }
+        void Entry(std::uint64_t index) { Object(index); }
+        void Flags(char flags)
+        {
+            node.m_isActive = (flags & kActiveFlag) != 0;
+            node.m_isLocked = (flags & kLockedFlag) != 0;
+        }
+        void NarrowText(BArchive& source)
+        {
+            BString narrowText;
+            source >> narrowText;
+            node.m_text = Converted<WString>(narrowText);
+        }
+        void Text(BArchive& source) { source >> node.m_text; }
+    };
+    Target target{*this, archive, {}};
+    NNode::ReadPayload(archive, nodeVersion, target);
+    const std::string& bytes = target.loading.Bytes();
     SetLoading(
         static_cast<char*>(std::memcpy(archive.Scratch(bytes.size()), bytes.data(), bytes.size())));
 }

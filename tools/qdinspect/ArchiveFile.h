@@ -1,0 +1,86 @@
+#pragma once
+
+#include "core/archive/ObjectHeader.h"
+#include "core/archive/RecordDirectory.h"
+#include "core/platform/WideText.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+class BlockReader;
+
+/// What the record of a node tells. References are indices, 0 for none.
+struct NodeFields {
+    enum EList { Children, Attributes, Annotations, ListCount };
+
+    std::uint64_t object = 0;
+    std::vector<std::uint64_t> lists[ListCount];
+    platform::WideText text; // the beginning of a long one
+    bool isTextCut = false;
+    bool isActive = true;
+    bool isLocked = false;
+};
+
+/// A record without its payload.
+struct RecordHead {
+    std::uint64_t position = 0; // in the file, of the object header
+    std::string indexText;
+    std::string label;
+    std::string className;
+    int version = 0;
+    std::uint64_t payload = 0; // where it begins
+    std::uint64_t payloadSize = 0;
+
+    [[nodiscard]] bool IsNode() const { return Is("class BNode"); }
+    [[nodiscard]] bool IsBitArray() const { return Is("class BBitArray"); }
+    [[nodiscard]] bool Is(std::string_view name) const;
+};
+
+/// The records of an archive's file, read when they are asked for: in memory is only where each
+/// begins. The reader stays the caller's and outlives this.
+class ArchiveFile {
+public:
+    static constexpr std::uint32_t kNone = NArchive::RecordDirectory::kNone;
+
+    /// The records from the reader's position on, up to the first that is broken.
+    ArchiveFile(BlockReader& file, int formatVersion);
+
+    /// The number of the record with that index; `kNone` when there is none.
+    [[nodiscard]] std::uint32_t Find(std::uint64_t index) { return m_directory.FindIndex(index); }
+    [[nodiscard]] std::uint32_t FindText(std::string_view indexText) const
+    {
+        return m_directory.FindIndexText(indexText);
+    }
+
+    [[nodiscard]] std::uint32_t FindLabel(std::string_view label) const
+    {
+        return m_directory.FindLabel(label);
+    }
+
+    /// Reads the head at the reader's position and moves to its payload. False where it is broken;
+    /// what could be read of it is told all the same.
+    [[nodiscard]] bool ReadHead(RecordHead& head);
+    /// That of a record that was found.
+    [[nodiscard]] RecordHead Head(std::uint32_t number);
+
+    /// What a node's record holds; none when it ends early. The record of a class that is derived
+    /// from `BNode` begins with a node's payload; where an unknown class has what reads like one,
+    /// it is taken for that.
+    [[nodiscard]] std::optional<NodeFields> Node(const RecordHead& head);
+
+    /// Some cells of a bit array, line by line, "#" where a bit of the cell is set, at most
+    /// `width` x `height` of them; the extent stands before that. Empty when the record ends early.
+    [[nodiscard]] std::vector<std::string> Picture(const RecordHead& head);
+
+    [[nodiscard]] BlockReader& File() noexcept { return m_file; }
+
+private:
+    BlockReader& m_file;
+    int m_formatVersion;
+    NArchive::RecordDirectory m_directory;
+};
+
+/// An index as files and programs write it.
+[[nodiscard]] std::string IndexText(std::uint64_t index);
