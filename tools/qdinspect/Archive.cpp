@@ -1,22 +1,24 @@
 #include "core/archive/Encoding.h"
-#include "core/archive/ObjectHeader.h"
-#include "core/archive/RecordDirectory.h"
 #include "core/base/BlockReader.h"
 
+#include "tools/qdinspect/ArchiveFile.h"
+#include "tools/qdinspect/ArchiveTree.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
-// An archive's file as a list of its records.
+// An archive's file: its header, the table of its records, and the tree of its nodes.
 //
-// `BArchive` itself is of no use here: it wants to know the document's class beforehand, and gives
-// nothing of a file that has one broken record. So the file's header is read here, and each
-// object's by the function that builds the archive's directory. Payloads belong to classes that
-// are not known here, and are passed over.
+// The records are gone through once, in the order of the file. What is kept of each is a few bytes,
+// so that an archive of millions of records, whatever they hold, takes little memory: whose child
+// it is and how many records refer to it. The tree is then read from the file as it is printed.
 
 namespace {
 
@@ -73,18 +75,199 @@ bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
     return true;
 }
 
-void TellBrokenRecord(const BlockReader& file, std::uint64_t start,
-                      const NArchive::ObjectHeader& header, Report& report)
+class RecordInspector {
+public:
+    RecordInspector(ArchiveFile& archive, Report& report)
+        : m_archive(archive)
+        , m_report(report)
+        , m_shown(report.NewCut())
+    {}
+
+    void InspectAll();
+    [[nodiscard]] RecordUses Uses() && { return std::move(m_uses); }
+
+private:
+    struct ClassCount {
+        std::uint64_t records = 0;
+        std::uint64_t bytes = 0;
+    };
+
+    void TellBroken(const RecordHead& head);
+    void ShowRecord(const RecordHead& head);
+    void CheckRecord(const RecordHead& head);
+    void CheckNode(const RecordHead& head);
+    void CheckChildren(const RecordHead& head, const std::vector<std::uint64_t>& children);
+    void CheckCircles();
+    void TellLost(const RecordHead& head, const std::vector<std::uint64_t>& lost);
+    void End();
+
+    ArchiveFile& m_archive;
+    Report& m_report;
+    Cut m_shown;
+    RecordUses m_uses;
+    std::uint32_t m_count = 0;
+    std::map<std::pair<std::string, int>, ClassCount> m_classes; // by name and version
+};
+
+void RecordInspector::InspectAll()
 {
-    if (!file.IsGood()) {
-        report.DamageAt(start) << "the file cannot be read\n";
-    } else if (file.Position() == start) {
-        report.DamageAt(start) << "no whole object header\n";
-    } else {
-        report.DamageAt(start) << "object " << Quoted(header.indexText) << " of class "
-                               << Quoted(header.className) << " wants " << header.payloadSize
-                               << " bytes, " << file.Left() << " are left\n";
+    BlockReader& file = m_archive.File();
+    RecordHead head;
+    while (file.Left() != 0) { // until one is broken: nothing tells where the next begins
+        if (!m_archive.ReadHead(head)) {
+            TellBroken(head);
+            break;
+        }
+        m_uses.Add(m_count + 1);
+        ShowRecord(head);
+        CheckRecord(head);
+        ++m_count;
+        file.MoveTo(head.payload + head.payloadSize);
     }
+    m_uses.Cut(m_count);
+    CheckCircles();
+    End();
+}
+
+void RecordInspector::TellBroken(const RecordHead& head)
+{
+    const BlockReader& file = m_archive.File();
+    if (!file.IsGood()) {
+        m_report.DamageAt(head.position) << "the file cannot be read\n";
+    } else if (head.payload == 0) {
+        m_report.DamageAt(head.position)
+            << "no whole object header behind " << m_count << " whole records\n";
+    } else {
+        m_report.DamageAt(head.position)
+            << "object " << Quoted(head.indexText) << " of class " << Quoted(head.className)
+            << " wants " << head.payloadSize << " bytes, " << file.Left() << " are left behind "
+            << m_count << " whole records\n";
+    }
+}
+
+void RecordInspector::ShowRecord(const RecordHead& head)
+{
+    ClassCount& count = m_classes[{head.className, head.version}];
+    ++count.records;
+    count.bytes += head.payloadSize;
+    if (!m_shown.Shows())
+        return;
+    m_report.Line() << "at " << head.position << ": object " << Quoted(head.indexText)
+                    << " of class " << Quoted(head.className) << " version " << head.version << ", "
+                    << head.payloadSize << " bytes";
+    if (!head.label.empty())
+        m_report.Line() << ", label " << Quoted(head.label);
+    m_report.Line() << '\n';
+}
+
+void RecordInspector::CheckRecord(const RecordHead& head)
+{
+    if (!NArchive::IndexOfText(head.indexText))
+        m_report.DamageAt(head.position) << Quoted(head.indexText) << " is no index\n";
+    if (m_archive.FindText(head.indexText) != m_count)
+        m_report.DamageAt(head.position)
+            << "a later record is object " << Quoted(head.indexText) << ", too, and counts\n";
+    if (!head.label.empty() && m_archive.FindLabel(head.label) != m_count)
+        m_report.DamageAt(head.position)
+            << "a later record has the label " << Quoted(head.label) << ", too, and counts\n";
+    if (head.IsBitArray() && m_archive.Picture(head).empty())
+        m_report.DamageAt(head.payload)
+            << "the record of object " << Quoted(head.indexText) << " holds no whole bit array\n";
+    else if (!head.IsBitArray())
+        CheckNode(head);
+}
+
+void RecordInspector::CheckNode(const RecordHead& head)
+{
+    const std::optional<NodeFields> node = m_archive.Node(head);
+    if (!node) {
+        if (head.IsNode())
+            m_report.DamageAt(head.payload)
+                << "the record of object " << Quoted(head.indexText) << " holds no whole node\n";
+        return;
+    }
+    m_uses.isNode[m_count] = true;
+    std::vector<std::uint64_t> lost;
+    const auto refer = [&](std::uint64_t index) {
+        if (index == 0)
+            return;
+        const std::uint32_t number = m_archive.Find(index);
+        if (number == ArchiveFile::kNone) {
+            lost.push_back(index);
+            return;
+        }
+        m_uses.Add(number + 1);
+        ++m_uses.references[number];
+    };
+    refer(node->object);
+    for (const std::vector<std::uint64_t>& list : node->lists)
+        std::ranges::for_each(list, refer);
+    TellLost(head, lost);
+    CheckChildren(head, node->lists[NodeFields::Children]);
+}
+
+void RecordInspector::TellLost(const RecordHead& head, const std::vector<std::uint64_t>& lost)
+{
+    constexpr std::size_t most = 5;
+    if (lost.empty())
+        return;
+    std::ostream& line = m_report.DamageAt(head.payload);
+    line << "object " << Quoted(head.indexText) << " refers to " << lost.size()
+         << " without a record:";
+    for (std::size_t i = 0; i < std::min(lost.size(), most); ++i)
+        line << (i == 0 ? " " : ", ") << Quoted(IndexText(lost[i]));
+    line << (lost.size() > most ? ", ...\n" : "\n");
+}
+
+// The child list decides: who stands in two refuses itself when the document is read.
+void RecordInspector::CheckChildren(const RecordHead& head,
+                                    const std::vector<std::uint64_t>& children)
+{
+    for (const std::uint64_t index : children) {
+        const std::uint32_t number = index == 0 ? ArchiveFile::kNone : m_archive.Find(index);
+        if (number == ArchiveFile::kNone)
+            continue;
+        std::uint32_t& parent = m_uses.parents[number];
+        if (parent != ArchiveFile::kNone)
+            m_report.DamageAt(head.payload)
+                << "object " << Quoted(IndexText(index)) << " is a child of "
+                << Quoted(head.indexText) << ", and of another node or twice\n";
+        else
+            parent = m_count;
+    }
+}
+
+// Goes up from each node; a way that comes back to itself is a circle.
+void RecordInspector::CheckCircles()
+{
+    std::vector<std::uint32_t> passedFrom(m_count, ArchiveFile::kNone);
+    for (std::uint32_t start = 0; start < m_count; ++start) {
+        std::uint32_t node = start;
+        while (node != ArchiveFile::kNone && passedFrom[node] == ArchiveFile::kNone) {
+            passedFrom[node] = start;
+            node = m_uses.parents[node];
+        }
+        if (node == ArchiveFile::kNone || passedFrom[node] != start)
+            continue;
+        const RecordHead head = m_archive.Head(node);
+        m_report.DamageAt(head.payload)
+            << "object " << Quoted(head.indexText) << " stands below itself\n";
+        m_uses.parents[node] = ArchiveFile::kNone; // so that it is shown, and what is below it
+    }
+}
+
+void RecordInspector::End()
+{
+    m_shown.End("", "records");
+    m_report.Line() << m_count << " whole records\n";
+    Cut shown = m_report.NewCut();
+    for (const auto& [nameAndVersion, count] : m_classes) {
+        if (shown.Shows())
+            m_report.Line() << "class " << Quoted(nameAndVersion.first) << " version "
+                            << nameAndVersion.second << ": " << count.records << " records, "
+                            << count.bytes << " bytes\n";
+    }
+    shown.End("", "classes");
 }
 
 } // namespace
@@ -95,23 +278,9 @@ void InspectArchive(BlockReader& file, Report& report)
     FileHeader document;
     if (!InspectHeader(file, document, report))
         return;
-    std::uint64_t count = 0;
-    for (; file.Left() != 0; ++count) { // until one is broken: nothing tells where the next begins
-        const std::uint64_t start = file.Position();
-        NArchive::ObjectHeader header;
-        if (!NArchive::ReadObjectHeader(file, document.formatVersion, header)) {
-            TellBrokenRecord(file, start, header, report);
-            break;
-        }
-        report.Line() << "at " << start << ": object " << Quoted(header.indexText) << " of class "
-                      << Quoted(header.className) << " version " << header.version << ", "
-                      << header.payloadSize << " bytes";
-        if (!header.label.empty())
-            report.Line() << ", label " << Quoted(header.label);
-        report.Line() << '\n';
-        if (!NArchive::IndexOfText(header.indexText))
-            report.DamageAt(start) << Quoted(header.indexText) << " is no index\n";
-        file.MoveTo(file.Position() + header.payloadSize);
-    }
-    report.Line() << count << " whole records\n";
+    ArchiveFile archive(file, document.formatVersion);
+    RecordInspector inspector(archive, report);
+    inspector.InspectAll();
+    if (report.IsShown() && file.IsGood())
+        ShowTrees(archive, std::move(inspector).Uses(), report);
 }

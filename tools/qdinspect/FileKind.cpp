@@ -24,7 +24,7 @@ using platform::WideText;
 using platform::WideView;
 
 constexpr std::uint64_t kLongestName = 1024;   // bytes of an archive's document class
-constexpr std::uint64_t kTextBytes = 1u << 20; // of a text that are looked at
+constexpr std::uint64_t kTextBytes = 1u << 20; // of a text, that are looked at
 
 std::string_view Beginning(BlockReader& file, std::uint64_t size)
 {
@@ -95,15 +95,23 @@ EKind KindOfLine(WideView line, bool isMarked)
 EKind KindOfText(WideView text, bool isMarked)
 {
     while (!text.empty()) {
-        const std::size_t end = text.find(WChar('\n'));
-        const WideView line = text.substr(0, end);
+        const WideView line = TakeLine(text);
         if (!isMarked && std::ranges::any_of(line, IsControl))
             return EKind::Unknown;
         if (const EKind kind = KindOfLine(line, isMarked); kind != EKind::Unknown)
             return kind;
-        text.remove_prefix(end == WideView::npos ? text.size() : end + 1);
     }
     return EKind::Unknown;
+}
+
+// UTF-16LE without its mark, which the reader of language files takes, too.
+bool IsUnmarkedLanguage(std::string_view bytes)
+{
+    if (bytes.size() < sizeof(WChar) || bytes[0] == 0 || bytes[1] != 0)
+        return false;
+    WideText text(bytes.size() / sizeof(WChar), 0);
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WChar));
+    return KindOfText(text, false) == EKind::Language;
 }
 
 EKind KindOfText(BlockReader& file)
@@ -112,13 +120,15 @@ EKind KindOfText(BlockReader& file)
     const WideText text = ReadText(file, kTextBytes);
     const WideView units = text;
     // The library's readers of profiles and logs know no mark of UTF-8, that of language files
-    // knows no text without a mark.
+    // knows no 8-bit text.
     if (mark == platform::kUtf8Mark) {
         const EKind kind = KindOfText(units.substr(std::min(mark.size(), units.size())), true);
         return kind == EKind::Language ? kind : EKind::Unknown;
     }
     if (mark == platform::kUtf16Mark)
         return text.empty() ? EKind::TextProfile : KindOfText(units, true); // a new one is empty
+    if (IsUnmarkedLanguage(Beginning(file, kTextBytes)))
+        return EKind::Language;
     const EKind kind = KindOfText(units, false);
     return mark.empty() && kind == EKind::TextProfile ? kind : EKind::Unknown;
 }
@@ -183,9 +193,23 @@ std::string WhatElse(BlockReader& file)
     }
 }
 
+WideView TakeLine(WideView& text)
+{
+    const std::size_t end = std::min(text.find_first_of(QD_W("\r\n")), text.size());
+    const WideView line = text.substr(0, end);
+    text.remove_prefix(end);
+    text.remove_prefix(text.starts_with(QD_W("\r\n")) ? 2 : text.empty() ? 0 : 1);
+    return line;
+}
+
 bool HasUtf16Mark(BlockReader& file)
 {
     return platform::MarkAt(Beginning(file, 2)) == platform::kUtf16Mark;
+}
+
+bool HasUtf8Mark(BlockReader& file)
+{
+    return platform::MarkAt(Beginning(file, 3)) == platform::kUtf8Mark;
 }
 
 WideText ReadText(BlockReader& file, std::uint64_t mostBytes)

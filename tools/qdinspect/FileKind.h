@@ -17,7 +17,11 @@ enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile, Log }
 /// Empty otherwise.
 [[nodiscard]] std::string WhatElse(BlockReader& file);
 
+/// Takes the first line off a text, without its end: CR LF, LF or CR.
+[[nodiscard]] platform::WideView TakeLine(platform::WideView& text);
+
 [[nodiscard]] bool HasUtf16Mark(BlockReader& file);
+[[nodiscard]] bool HasUtf8Mark(BlockReader& file);
 
 /// At most the first `mostBytes` of a text as the library reads it, without its mark: UTF-16LE or,
 /// without a mark, in the ANSI code page. An odd last byte is dropped.

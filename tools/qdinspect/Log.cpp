@@ -1,5 +1,6 @@
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
@@ -133,13 +134,7 @@ void InspectLog(WideView text, Report& report)
 {
     report.Line() << "profiler's log\n";
     LogInspector inspector(report);
-    while (!text.empty()) {
-        const std::size_t end = text.find(WChar('\n'));
-        WideView line = text.substr(0, end);
-        if (line.ends_with(WChar('\r')))
-            line.remove_suffix(1);
-        inspector.InspectLine(line);
-        text.remove_prefix(end == WideView::npos ? text.size() : end + 1);
-    }
+    while (!text.empty())
+        inspector.InspectLine(TakeLine(text));
     inspector.End();
 }

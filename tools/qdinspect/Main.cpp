@@ -81,7 +81,8 @@ void InspectAs(EKind kind, BlockReader& file, const WideText& path, Report& repo
     }
     // A cut in the middle of a unit, which the readers of texts pass over.
     file.MoveTo(0);
-    if (IsText(kind) && HasUtf16Mark(file) && file.Size() % sizeof(WChar) != 0)
+    const bool isWide = kind == EKind::Language ? !HasUtf8Mark(file) : HasUtf16Mark(file);
+    if (IsText(kind) && isWide && file.Size() % sizeof(WChar) != 0)
         report.DamageAt(file.Size() - 1) << "half a character\n";
 }
 

@@ -80,6 +80,11 @@ Cut Report::NewCut()
     return {*this, m_showsAll ? (std::numeric_limits<std::uint64_t>::max)() : kShownEntries};
 }
 
+bool Report::IsShown() const
+{
+    return m_out.good();
+}
+
 std::ostream& Report::DamageAt(std::uint64_t position)
 {
     m_isWhole = false;

@@ -43,6 +43,9 @@ public:
 
     [[nodiscard]] std::ostream& Line() { return m_out; }
     [[nodiscard]] Cut NewCut();
+    [[nodiscard]] bool ShowsAll() const noexcept { return m_showsAll; }
+    /// Whether what the file holds is printed at all.
+    [[nodiscard]] bool IsShown() const;
     /// Begins a line that tells what is damaged at that byte, or in that line, of the file.
     [[nodiscard]] std::ostream& DamageAt(std::uint64_t position);
     [[nodiscard]] std::ostream& DamageInLine(std::uint64_t number);

@@ -1,6 +1,7 @@
 #include "core/platform/CharClass.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
@@ -152,10 +153,7 @@ void InspectTextProfile(const WideText& text, Report& report)
 {
     report.Line() << "text profile\n";
     TextProfileInspector inspector(report);
-    for (WideView rest = text; !rest.empty();) {
-        const std::size_t end = rest.find(WChar('\n'));
-        inspector.InspectLine(rest.substr(0, end));
-        rest.remove_prefix(end == WideView::npos ? rest.size() : end + 1);
-    }
+    for (WideView rest = text; !rest.empty();)
+        inspector.InspectLine(TakeLine(rest));
     inspector.End();
 }
