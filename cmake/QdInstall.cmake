@@ -28,3 +28,16 @@ foreach(name qdcore qdcore-support)
     configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endforeach()
+
+# The debuggers. gdb reads by itself what stands beside the library under the library's name and
+# "-gdb.py", where its user trusts the folder, or in a folder of its own for the system's libraries.
+if(WIN32)
+    set(printers ${CMAKE_INSTALL_BINDIR})
+elseif(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(printers ${CMAKE_INSTALL_DATADIR}/gdb/auto-load/usr/${CMAKE_INSTALL_LIBDIR})
+else()
+    set(printers ${CMAKE_INSTALL_LIBDIR})
+endif()
+install(FILES debug/qdcore_printers.py DESTINATION ${printers}
+        RENAME $<TARGET_FILE_NAME:qdcore>-gdb.py COMPONENT development)
+install(FILES debug/qdcore.natvis DESTINATION ${CMAKE_INSTALL_DATADIR}/qdcore COMPONENT development)

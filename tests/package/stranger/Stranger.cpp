@@ -37,16 +37,16 @@ public:
     unsigned int m_message = 0;
 };
 
-static bool SaveAndLoad()
+static bool SaveAndLoad(const WString& path)
 {
     RegisterArchiveCallback(BSmartObj::ClassName(typeid(PlaneNode)), &PlaneNode::Read);
     const SP<PlaneNode> plane(new PlaneNode);
     plane->SetText(QD_W("Plane"));
     plane->m_flatness = 0.25;
-    if (!SaveArchive(QD_W("part.qda"), "class Part", 1,
+    if (!SaveArchive(path, "class Part", 1,
                      [&](BArchive& archive) { archive.Insert(plane.Get(), "plane"); }))
         return false;
-    BArchive archive(QD_W("part.qda"), BArchive::ModeRead, "class Part", 1);
+    BArchive archive(path, BArchive::ModeRead, "class Part", 1);
     const SP<BSmartObj> object = archive.TakeOut("plane");
     const auto* loaded = dynamic_cast<PlaneNode*>(object.Get());
     return loaded != nullptr && loaded->m_flatness == 0.25 && loaded->GetText() == QD_W("Plane");
@@ -72,7 +72,7 @@ static bool Send()
 int main()
 {
     const bool version = QDVersion() == QD_VERSION;
-    const bool loaded = SaveAndLoad(), caught = Catch(), sent = Send();
+    const bool loaded = SaveAndLoad(QD_W("part.qda")), caught = Catch(), sent = Send();
     std::printf("%s: version %d, loaded %d, caught %d, sent %d\n", QD_VERSION_TEXT, version, loaded,
                 caught, sent);
     return version && loaded && caught && sent ? 0 : 1;
