@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -66,6 +67,12 @@ bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
     }
     report.Line() << "written by " << Quoted(header.archiveClass) << " version "
                   << header.formatVersion << '\n';
+    if (JsonExport* const entries = report.Export()) {
+        entries->Property("document", {{"class", Utf8(header.documentClass)},
+                                       {"version", header.documentVersion}});
+        entries->Property(
+            "archive", {{"class", Utf8(header.archiveClass)}, {"version", header.formatVersion}});
+    }
     const bool isKnown = header.archiveClass == "class BArchive" ||
                          header.archiveClass == "BArchive"; // without the keyword in old files
     if (!isKnown || header.formatVersion < kOldestFormat || header.formatVersion > kNewestFormat) {
@@ -73,6 +80,47 @@ bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
         return false;
     }
     return true;
+}
+
+Json References(const std::vector<std::uint64_t>& list)
+{
+    Json references = Json::array();
+    for (const std::uint64_t index : list)
+        references.push_back(IndexText(index));
+    return references;
+}
+
+Json NodeEntry(const NodeFields& node)
+{
+    Json entry = {{"text", Utf8(platform::WideView(node.text))},
+                  {"active", node.isActive},
+                  {"locked", node.isLocked},
+                  {"children", References(node.lists[NodeFields::Children])},
+                  {"attributes", References(node.lists[NodeFields::Attributes])},
+                  {"annotations", References(node.lists[NodeFields::Annotations])}};
+    if (node.object != 0)
+        entry["object"] = IndexText(node.object);
+    if (node.isTextCut)
+        entry["textIsCut"] = true;
+    return entry;
+}
+
+// Objects are told by their index texts, as in the file: the entries stand in the order of the
+// records, and a tree may be deeper than readers of JSON like.
+Json RecordEntry(ArchiveFile& archive, const RecordHead& head)
+{
+    Json entry = {{"index", Utf8(head.indexText)},
+                  {"at", head.position},
+                  {"class", Utf8(head.className)},
+                  {"version", head.version},
+                  {"bytes", head.payloadSize}};
+    if (!head.label.empty())
+        entry["label"] = Utf8(head.label);
+    if (head.IsBitArray())
+        entry["picture"] = archive.Picture(head);
+    else if (const std::optional<NodeFields> node = archive.Node(head))
+        entry["node"] = NodeEntry(*node);
+    return entry;
 }
 
 class RecordInspector {
@@ -121,6 +169,8 @@ void RecordInspector::InspectAll()
         m_uses.Add(m_count + 1);
         ShowRecord(head);
         CheckRecord(head);
+        if (JsonExport* const entries = m_report.Export())
+            entries->Entry(RecordEntry(m_archive, head));
         ++m_count;
         file.MoveTo(head.payload + head.payloadSize);
     }

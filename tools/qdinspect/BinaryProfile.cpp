@@ -10,7 +10,9 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <ostream>
+#include <set>
 #include <string>
 
 // A binary profile's file, value by value.
@@ -31,19 +33,27 @@ std::string NumberText(double value)
     return {text, std::to_chars(text, text + sizeof text, value).ptr};
 }
 
+// The first `size` bytes of a block.
+std::string Hex(const BVarMemBlock& block, std::uint32_t size, const char* separator)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    const auto* const bytes = static_cast<const unsigned char*>(block.Data());
+    std::string text;
+    for (std::uint32_t i = 0; i < size; ++i) {
+        text += i == 0 ? "" : separator;
+        text += digits[bytes[i] >> 4];
+        text += digits[bytes[i] & 15];
+    }
+    return text;
+}
+
 // The first bytes stand for a block.
 std::string BlockText(const BVarMemBlock& block)
 {
     constexpr std::uint32_t most = 16;
-    constexpr char digits[] = "0123456789abcdef";
-    const auto* const bytes = static_cast<const unsigned char*>(block.Data());
     std::string text = std::to_string(block.Size());
-    text += " bytes";
-    for (std::uint32_t i = 0; i < std::min(block.Size(), most); ++i) {
-        text += i == 0 ? ": " : " ";
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 15];
-    }
+    text += block.Size() == 0 ? " bytes" : " bytes: ";
+    text += Hex(block, std::min(block.Size(), most), " ");
     if (block.Size() > most)
         text += " ...";
     return text;
@@ -64,6 +74,23 @@ std::string ValueText(const BVariant& value)
     if (const auto* wide = dynamic_cast<const TVariant<WString>*>(&value))
         return "text " + Quoted(platform::WideView(wide->Value().CStr()));
     return "value";
+}
+
+Json ValueEntry(const BVariant& value)
+{
+    if (const auto* number = dynamic_cast<const TVariant<int>*>(&value))
+        return {{"type", "int"}, {"value", number->Value()}};
+    if (const auto* narrow = dynamic_cast<const TVariant<BString>*>(&value))
+        return {{"type", "narrow text"}, {"value", Utf8(narrow->Value().CStr())}};
+    if (const auto* real = dynamic_cast<const TVariant<double>*>(&value))
+        return {{"type", "double"}, {"value", real->Value()}}; // null for what JSON has no number
+    if (const auto* block = dynamic_cast<const BVarMemBlock*>(&value))
+        return {{"type", "block"}, {"value", Hex(*block, block->Size(), "")}};
+    if (const auto* truth = dynamic_cast<const TVariant<bool>*>(&value))
+        return {{"type", "bool"}, {"value", truth->Value()}};
+    if (const auto* wide = dynamic_cast<const TVariant<WString>*>(&value))
+        return {{"type", "text"}, {"value", Utf8(platform::WideView(wide->Value().CStr()))}};
+    return Json::object();
 }
 
 // A value is whole when the bytes from `start` to the reader's position are those that it writes.
@@ -96,38 +123,41 @@ public:
     void End()
     {
         m_values.End("  ", "values");
-        m_report.Line() << m_sections << " sections, " << m_count << " values\n";
+        m_report.Line() << m_sections.size() << " sections, " << m_count << " values\n";
     }
 
 private:
     // Gives the key in it.
     WString EnterSection(const WString& mappedKey);
+    [[nodiscard]] platform::WideView SectionName() const
+    {
+        const platform::WideView name(m_section.CStr()); // with its brackets
+        return name.empty() ? name : name.substr(1, name.size() - 2);
+    }
 
     BlockReader& m_file;
     Report& m_report;
     Cut m_values; // of the section at hand
     WString m_section;
-    std::uint64_t m_sections = 0;
+    std::set<platform::WideText> m_sections;
     std::uint64_t m_count = 0;
 };
 
-// A key in the file is "[section]key"; those of a section stand together. One without a section is
-// shown as it is.
+// A key in the file is "[section]key". Those of a section mostly stand together; where one comes
+// back, so does its heading. A key without a section is shown as it is.
 WString BinaryProfileInspector::EnterSection(const WString& mappedKey)
 {
     const platform::WideView mapped(mappedKey.CStr());
     const std::size_t end = mapped.find(WChar(']'));
     const bool hasSection = mapped.starts_with(WChar('[')) && end != platform::WideView::npos;
     const WString section(platform::WideText(mapped.substr(0, hasSection ? end + 1 : 0)).c_str());
-    if (m_sections == 0 ||
+    if (m_sections.empty() ||
         platform::WideView(section.CStr()) != platform::WideView(m_section.CStr())) {
         m_values.End("  ", "values");
         m_values = m_report.NewCut();
         m_section = section;
-        ++m_sections;
-        m_report.Line() << "section "
-                        << Quoted(hasSection ? mapped.substr(1, end - 1) : platform::WideView())
-                        << '\n';
+        m_sections.insert(section.CStr());
+        m_report.Line() << "section " << Quoted(SectionName()) << '\n';
     }
     return platform::WideText(mapped.substr(hasSection ? end + 1 : 0)).c_str();
 }
@@ -152,6 +182,13 @@ bool BinaryProfileInspector::InspectRecord()
     if (m_values.Shows() || !value)
         m_report.Line() << "  at " << start << ": " << Quoted(platform::WideView(shownKey.CStr()))
                         << ' ' << (value ? ValueText(*value) : "?") << '\n';
+    if (JsonExport* const entries = m_report.Export(); entries != nullptr && value) {
+        Json entry = {{"at", start},
+                      {"section", Utf8(SectionName())},
+                      {"key", Utf8(platform::WideView(shownKey.CStr()))}};
+        entry.update(ValueEntry(*value));
+        entries->Entry(entry);
+    }
     if (!value) {
         m_report.DamageAt(valueStart) << "no value of a known type; the whole profile reads as "
                                          "empty\n";
@@ -174,6 +211,8 @@ void InspectBinaryProfile(BlockReader& file, Report& report)
         report.DamageAt(0) << "no format id of a binary profile\n";
         return;
     }
+    if (JsonExport* const entries = report.Export())
+        entries->Property("keys", isAnsi ? "narrow" : "wide");
     report.Line() << "binary profile with " << (isAnsi ? "narrow" : "wide") << " keys\n";
     BinaryProfileInspector inspector(file, report);
     while (file.Left() != 0 &&

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 // A language file, entry by entry.
@@ -112,6 +113,11 @@ void InspectLanguageFile(const WChar* path, Report& report)
         if (shown.Shows())
             report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1])
                           << ' ' << Cell(cells[2]) << '\n';
+        if (JsonExport* const entriesOut = report.Export())
+            entriesOut->Entry({{"line", line},
+                               {"key", Utf8(WideView(cells[0].CStr()))},
+                               {"default", Utf8(WideView(cells[1].CStr()))},
+                               {"translation", Utf8(WideView(cells[2].CStr()))}});
         // Without overwriting, so that the second entry of a key is told.
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
             report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";

@@ -22,6 +22,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -42,13 +43,14 @@ Examples:
   qdinspect --all german.lng         each entry of a language file, with what is wrong with it
   qdinspect check settings.bin       nothing but the damage, on the standard error output
   qdinspect lint german.lng          for a script: fails where texts or placeholders are missing
+  qdinspect export --json part.qda   all of it for another program, long texts of nodes cut
   qdinspect show --kind text a.ini   takes the file for a text profile whatever it looks like
 
 Kinds of files: archive, binary (profile), text (profile), language, log (of the profiler).
 Exit codes: 0 whole, 1 damaged (lint: or suspicious), 2 there is nothing to inspect.
 )";
 
-enum class ECommand { Show, Check, Lint };
+enum class ECommand { Show, Check, Lint, Export };
 
 struct Options {
     std::string path;
@@ -86,14 +88,37 @@ void InspectAs(EKind kind, BlockReader& file, const WideText& path, Report& repo
         report.DamageAt(file.Size() - 1) << "half a character\n";
 }
 
+const std::map<std::string, EKind>& Kinds()
+{
+    static const std::map<std::string, EKind> kinds = {{"archive", EKind::Archive},
+                                                       {"binary", EKind::BinaryProfile},
+                                                       {"text", EKind::TextProfile},
+                                                       {"language", EKind::Language},
+                                                       {"log", EKind::Log}};
+    return kinds;
+}
+
+std::string NameOf(EKind kind)
+{
+    return std::ranges::find(Kinds(), kind, [](const auto& entry) { return entry.second; })->first;
+}
+
 int Inspect(ECommand command, EKind kind, BlockReader& file, const WideText& path, bool showsAll)
 {
     std::ostream silent(nullptr);
     std::ostream& out = command == ECommand::Show ? std::cout : silent;
     std::ostream& messages = command == ECommand::Show ? std::cout : std::cerr;
     Report report(out, messages, command == ECommand::Check ? silent : messages, showsAll);
+    JsonExport entries(std::cout);
+    if (command == ECommand::Export) {
+        report.ExportTo(entries);
+        entries.Property("kind", NameOf(kind));
+    }
     InspectAs(kind, file, path, report);
-    messages << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
+    if (command == ECommand::Export)
+        entries.End(report);
+    if (command != ECommand::Export)
+        messages << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
     const bool isFine = report.IsWhole() && (command != ECommand::Lint || !report.IsSuspicious());
     return isFine ? kWhole : kDamaged;
 }
@@ -123,14 +148,9 @@ int Inspect(const Options& options)
 
 void AddFileOptions(CLI::App& command, Options& options)
 {
-    static const std::map<std::string, EKind> kinds = {{"archive", EKind::Archive},
-                                                       {"binary", EKind::BinaryProfile},
-                                                       {"text", EKind::TextProfile},
-                                                       {"language", EKind::Language},
-                                                       {"log", EKind::Log}};
     command.add_option("FILE", options.path, "The file to inspect")->required();
     command.add_option("--kind", options.kind, "Take the file for one of this kind")
-        ->transform(CLI::CheckedTransformer(kinds).description(""))
+        ->transform(CLI::CheckedTransformer(Kinds()).description(""))
         ->option_text("archive|binary|text|language|log");
 }
 
@@ -165,6 +185,13 @@ int Run(int argc, char** argv)
     CLI::App& lint = *app.add_subcommand(
         "lint", "Print what is wrong or suspicious in a language file, as messages");
     AddFileOptions(lint, options);
+    CLI::App& exportCommand =
+        *app.add_subcommand("export", "Write what the file holds for other programs");
+    AddFileOptions(exportCommand, options);
+    exportCommand
+        .add_flag(
+            "--json", [](std::int64_t) {}, "As JSON, to the standard output")
+        ->required();
     try {
         app.parse(Arguments(app, argc, argv));
     } catch (const CLI::ParseError& error) {
@@ -174,6 +201,8 @@ int Run(int argc, char** argv)
         options.command = ECommand::Check;
     else if (lint.parsed())
         options.command = ECommand::Lint;
+    else if (exportCommand.parsed())
+        options.command = ECommand::Export;
     // Such as missing memory: that says nothing of the file.
     try {
         return Inspect(options);

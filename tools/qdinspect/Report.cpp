@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 // How findings and texts are printed.
@@ -63,10 +64,58 @@ void AppendUtf8(std::string& out, char32_t character)
         out += static_cast<char>(0x80u | (character >> 6 * i & 0x3Fu));
 }
 
+// A pair is one character; half of one stays by itself.
+char32_t TakeCharacter(platform::WideView text, std::size_t& i)
+{
+    const auto unit = static_cast<char32_t>(text[i++]);
+    if (!IsLead(unit) || i == text.size() || !IsTrail(static_cast<char32_t>(text[i])))
+        return unit;
+    return 0x10000 + ((unit - 0xD800) << 10) + (static_cast<char32_t>(text[i++]) - 0xDC00);
+}
+
+platform::WideText Wide(std::string_view text)
+{
+    platform::WideText units(text.size(), 0);
+    units.resize(platform::AnsiToWide(text.data(), text.size(), units.data(), units.size()));
+    return units;
+}
+
 // Entries of a list that are shown.
 constexpr std::uint64_t kShownEntries = 20;
 
 } // namespace
+
+void JsonExport::Property(const char* name, const Json& value)
+{
+    m_out << (m_hasProperties ? ",\n" : "{\n") << Json(name).dump() << ": " << value.dump();
+    m_hasProperties = true;
+}
+
+void JsonExport::BeginEntries()
+{
+    m_out << (m_hasProperties ? ",\n" : "{\n") << "\"entries\": [";
+}
+
+void JsonExport::Entry(const Json& entry)
+{
+    if (!m_hasEntries)
+        BeginEntries();
+    m_out << (m_hasEntries ? ",\n" : "\n") << entry.dump();
+    m_hasEntries = true;
+}
+
+void JsonExport::End(const Report& report)
+{
+    if (!m_hasEntries)
+        BeginEntries();
+    Json damage = Json::array();
+    Json suspicious = Json::array();
+    for (const Finding& finding : report.Findings())
+        (finding.isDamage ? damage : suspicious)
+            .push_back({{finding.unit, finding.number}, {"what", finding.text}});
+    m_out << "\n],\n\"damage\": " << damage.dump() << ",\n\"suspicious\": " << suspicious.dump()
+          << ",\n\"whole\": " << (report.IsWhole() ? "true" : "false") << "\n}\n";
+}
 
 void Cut::End(const char* indent, const char* entries)
 {
@@ -85,33 +134,46 @@ bool Report::IsShown() const
     return m_out.good();
 }
 
+std::ostream& Report::Tell(bool isDamage, const char* unit, std::uint64_t number)
+{
+    (isDamage ? m_isWhole : m_isSuspicious) = !isDamage;
+    if (m_export != nullptr) {
+        m_findings.push_back({unit, number, isDamage, {}});
+        return m_texts;
+    }
+    return (isDamage ? m_damage << "DAMAGED" : m_suspicion << "SUSPICIOUS")
+           << (unit[0] == 'b' ? " at " : " in ") << unit << ' ' << number << ": ";
+}
+
 std::ostream& Report::DamageAt(std::uint64_t position)
 {
-    m_isWhole = false;
-    return m_damage << "DAMAGED at byte " << position << ": ";
+    return Tell(true, "byte", position);
 }
 
 std::ostream& Report::DamageInLine(std::uint64_t number)
 {
-    m_isWhole = false;
-    return m_damage << "DAMAGED in line " << number << ": ";
+    return Tell(true, "line", number);
 }
 
 std::ostream& Report::SuspicionInLine(std::uint64_t number)
 {
-    m_isSuspicious = true;
-    return m_suspicion << "SUSPICIOUS in line " << number << ": ";
+    return Tell(false, "line", number);
+}
+
+std::vector<Finding> Report::Findings() const
+{
+    std::vector<Finding> findings = m_findings;
+    std::istringstream texts(m_texts.str());
+    for (Finding& finding : findings)
+        std::getline(texts, finding.text);
+    return findings;
 }
 
 std::string Quoted(platform::WideView text)
 {
     std::string out = "\"";
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        // A pair is one character; half of one stays by itself, and is escaped.
-        char32_t character = static_cast<char32_t>(text[i]);
-        if (IsLead(character) && i + 1 < text.size() && IsTrail(static_cast<char32_t>(text[i + 1])))
-            character = 0x10000 + ((character - 0xD800) << 10) +
-                        (static_cast<char32_t>(text[++i]) - 0xDC00);
+    for (std::size_t i = 0; i < text.size();) {
+        const char32_t character = TakeCharacter(text, i);
         if (IsEscaped(character)) {
             AppendEscape(out, character);
             continue;
@@ -126,7 +188,20 @@ std::string Quoted(platform::WideView text)
 
 std::string Quoted(std::string_view text)
 {
-    platform::WideText units(text.size(), 0);
-    units.resize(platform::AnsiToWide(text.data(), text.size(), units.data(), units.size()));
-    return Quoted(platform::WideView(units));
+    return Quoted(platform::WideView(Wide(text)));
+}
+
+std::string Utf8(platform::WideView text)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size();) {
+        const char32_t character = TakeCharacter(text, i);
+        AppendUtf8(out, IsLead(character) || IsTrail(character) ? U'\uFFFD' : character);
+    }
+    return out;
+}
+
+std::string Utf8(std::string_view text)
+{
+    return Utf8(platform::WideView(Wide(text)));
 }

@@ -4,10 +4,46 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <nlohmann/json_fwd.hpp>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class Report;
+
+/// Fields stay in the order in which they are set.
+using Json = nlohmann::ordered_json;
+
+/// Writes a file's content as JSON, entry by entry, so that no more than one is in memory:
+///
+///     {"kind": "log", ..., "entries": [...], "damage": [...], "suspicious": [...], "whole": true}
+class JsonExport {
+public:
+    explicit JsonExport(std::ostream& out)
+        : m_out(out)
+    {}
+
+    /// A field of the file; before the first entry.
+    void Property(const char* name, const Json& value);
+    void Entry(const Json& entry);
+    void End(const Report& report);
+
+private:
+    void BeginEntries();
+
+    std::ostream& m_out;
+    bool m_hasProperties = false;
+    bool m_hasEntries = false;
+};
+
+/// What is wrong at a byte or in a line.
+struct Finding {
+    const char* unit; // "byte" or "line"
+    std::uint64_t number;
+    bool isDamage;
+    std::string text;
+};
 
 /// Cuts a list where it gets long: counts its entries, and tells at the end how many are not shown.
 class Cut {
@@ -41,6 +77,12 @@ public:
         , m_showsAll(showsAll)
     {}
 
+    /// Has the content written as entries instead of lines, and keeps what is wrong for its end.
+    void ExportTo(JsonExport& entries) { m_export = &entries; }
+    /// Null where nobody wants entries.
+    [[nodiscard]] JsonExport* Export() const noexcept { return m_export; }
+    [[nodiscard]] std::vector<Finding> Findings() const;
+
     [[nodiscard]] std::ostream& Line() { return m_out; }
     [[nodiscard]] Cut NewCut();
     [[nodiscard]] bool ShowsAll() const noexcept { return m_showsAll; }
@@ -57,12 +99,17 @@ public:
     [[nodiscard]] bool IsSuspicious() const noexcept { return m_isSuspicious; }
 
 private:
+    [[nodiscard]] std::ostream& Tell(bool isDamage, const char* unit, std::uint64_t number);
+
     std::ostream& m_out;
     std::ostream& m_damage;
     std::ostream& m_suspicion;
     bool m_showsAll;
     bool m_isWhole = true;
     bool m_isSuspicious = false;
+    JsonExport* m_export = nullptr;
+    std::vector<Finding> m_findings; // for the export; their texts, a line each, are in m_texts
+    std::ostringstream m_texts;
 };
 
 /// A text as a report shows it: UTF-8 in quotes, with escapes for what a terminal does not print as
@@ -70,3 +117,7 @@ private:
 [[nodiscard]] std::string Quoted(platform::WideView text);
 /// A text in the ANSI code page.
 [[nodiscard]] std::string Quoted(std::string_view text);
+
+/// A text as it is, in UTF-8. Half of a surrogate pair becomes U+FFFD.
+[[nodiscard]] std::string Utf8(platform::WideView text);
+[[nodiscard]] std::string Utf8(std::string_view text);

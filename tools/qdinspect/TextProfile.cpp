@@ -7,6 +7,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <set>
 #include <string>
@@ -65,20 +66,16 @@ bool IsNumber(std::string_view text)
     return read.ec == std::errc() && read.ptr == end;
 }
 
-// The value as a text with the type that it was probably written with.
-std::string ValueText(WideView value)
+// The type that the value was probably written with.
+const char* TypeOf(std::string_view value)
 {
-    const std::string quoted = Quoted(value);
-    const std::string_view text = std::string_view(quoted).substr(1, quoted.size() - 2);
-    if (IsNumber<std::int32_t>(text))
-        return "int " + std::string(text);
-    if (IsBlock(text))
-        return "block of " + std::to_string(text.size() / 2 - 1) + " bytes: " + std::string(text);
-    if (IsNumber<double>(text))
-        return "double " + std::string(text);
-    if (text == "TRUE" || text == "FALSE")
-        return "bool " + std::string(text);
-    return "text " + quoted;
+    if (IsNumber<std::int32_t>(value))
+        return "int";
+    if (IsBlock(value))
+        return "block";
+    if (IsNumber<double>(value))
+        return "double";
+    return value == "TRUE" || value == "FALSE" ? "bool" : "text";
 }
 
 class TextProfileInspector {
@@ -116,6 +113,7 @@ private:
         m_shown = m_report.NewCut();
         const std::size_t end = line.rfind(']');
         const WideView name = Trimmed(line.substr(1, end == WideView::npos ? end : end - 1));
+        m_section = name;
         m_report.Line() << "line " << m_line << ": section " << Quoted(name) << '\n';
         if (end == WideView::npos)
             m_report.DamageInLine(m_line) << "no bracket ends the name of the section\n";
@@ -132,16 +130,30 @@ private:
             return;
         }
         ++m_keyCount;
-        if (m_shown.Shows())
-            m_report.Line() << "  line " << m_line << ": " << Quoted(key) << " = "
-                            << ValueText(Trimmed(line.substr(equals + 1))) << '\n';
+        ShowValue(key, Trimmed(line.substr(equals + 1)));
         if (!m_keys.insert(Folded(key)).second)
             m_report.DamageInLine(m_line) << "the key is there already; the first counts\n";
+    }
+
+    void ShowValue(WideView key, WideView value)
+    {
+        const std::string text = Utf8(value);
+        const std::string_view type = TypeOf(text);
+        if (m_shown.Shows())
+            m_report.Line() << "  line " << m_line << ": " << Quoted(key) << " = " << type << ' '
+                            << (type == "text" ? Quoted(value) : text) << '\n';
+        if (JsonExport* const entries = m_report.Export())
+            entries->Entry({{"line", m_line},
+                            {"section", Utf8(m_section)},
+                            {"key", Utf8(key)},
+                            {"type", type},
+                            {"value", text}});
     }
 
     Report& m_report;
     Cut m_shown; // keys of the section at hand
     std::set<WideText> m_sections;
+    WideText m_section;
     std::set<WideText> m_keys; // of the section at hand
     std::uint64_t m_line = 0;
     std::uint64_t m_keyCount = 0;
