@@ -1,8 +1,16 @@
-# Runs COMMAND and compares its exit code with EXIT_CODE and its output, the errors behind the rest,
+# Runs COMMAND, and then THEN if it is given, which makes something of the file NEW, and compares its exit code with EXIT_CODE and its output, the errors behind the rest,
 # with the file EXPECTED, line ends aside.
 set(ENV{WINEDEBUG} -all) # where COMMAND runs under Wine, that says nothing of its own
+if(NEW)
+    file(REMOVE ${NEW})
+endif()
 execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output ERROR_VARIABLE errors
                 RESULT_VARIABLE result)
+if(THEN)
+    execute_process(COMMAND ${THEN} OUTPUT_VARIABLE more ERROR_VARIABLE errors
+                    RESULT_VARIABLE result)
+    string(APPEND output "${more}")
+endif()
 if(NOT errors STREQUAL "")
     string(APPEND output "--- errors\n${errors}")
 endif()

@@ -26,13 +26,6 @@ namespace {
 constexpr int kOldestFormat = 2;
 constexpr int kNewestFormat = 8;
 
-struct FileHeader {
-    std::string documentClass;
-    int documentVersion = 0;
-    std::string archiveClass;
-    int formatVersion = 0;
-};
-
 std::optional<std::string> ReadText(BlockReader& file)
 {
     const std::optional<std::uint64_t> size = NArchive::EndOfText(file, 0);
@@ -51,6 +44,8 @@ bool ReadPart(BlockReader& file, std::string& className, int& version)
     className = std::move(*text);
     return file.Read(&version, sizeof version);
 }
+
+} // namespace
 
 bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
 {
@@ -81,6 +76,8 @@ bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
     }
     return true;
 }
+
+namespace {
 
 Json References(const std::vector<std::uint64_t>& list)
 {
@@ -129,6 +126,7 @@ public:
         : m_archive(archive)
         , m_report(report)
         , m_shown(report.NewCut())
+        , m_lost(report.NewCut())
     {}
 
     void InspectAll();
@@ -141,6 +139,7 @@ private:
     };
 
     void TellBroken(const RecordHead& head);
+    void TellFurther(const RecordHead& broken);
     void ShowRecord(const RecordHead& head);
     void CheckRecord(const RecordHead& head);
     void CheckNode(const RecordHead& head);
@@ -152,6 +151,7 @@ private:
     ArchiveFile& m_archive;
     Report& m_report;
     Cut m_shown;
+    Cut m_lost; // those that refer to records that are not there
     RecordUses m_uses;
     std::uint32_t m_count = 0;
     std::map<std::pair<std::string, int>, ClassCount> m_classes; // by name and version
@@ -164,6 +164,7 @@ void RecordInspector::InspectAll()
     while (file.Left() != 0) { // until one is broken: nothing tells where the next begins
         if (!m_archive.ReadHead(head)) {
             TellBroken(head);
+            TellFurther(head);
             break;
         }
         m_uses.Add(m_count + 1);
@@ -181,7 +182,7 @@ void RecordInspector::InspectAll()
 
 void RecordInspector::TellBroken(const RecordHead& head)
 {
-    const BlockReader& file = m_archive.File();
+    BlockReader& file = m_archive.File();
     if (!file.IsGood()) {
         m_report.DamageAt(head.position) << "the file cannot be read\n";
     } else if (head.payload == 0) {
@@ -193,6 +194,21 @@ void RecordInspector::TellBroken(const RecordHead& head)
             << " wants " << head.payloadSize << " bytes, " << file.Left() << " are left behind "
             << m_count << " whole records\n";
     }
+}
+
+// What could be recovered behind a broken record.
+void RecordInspector::TellFurther(const RecordHead& broken)
+{
+    BlockReader& file = m_archive.File();
+    file.MoveTo(broken.position + 1);
+    m_archive.FindNextRecord();
+    const std::uint64_t start = file.Position();
+    std::uint64_t count = 0;
+    for (RecordHead head; file.Left() != 0 && m_archive.ReadHead(head); ++count)
+        file.MoveTo(head.payload + head.payloadSize);
+    if (count != 0)
+        m_report.DamageAt(start) << "here the records go on with " << count
+                                 << " more, which programs do not find\n";
 }
 
 void RecordInspector::ShowRecord(const RecordHead& head)
@@ -214,9 +230,11 @@ void RecordInspector::CheckRecord(const RecordHead& head)
 {
     if (!NArchive::IndexOfText(head.indexText))
         m_report.DamageAt(head.position) << Quoted(head.indexText) << " is no index\n";
-    if (m_archive.FindText(head.indexText) != m_count)
+    if (m_archive.FindText(head.indexText) != m_count) {
         m_report.DamageAt(head.position)
             << "a later record is object " << Quoted(head.indexText) << ", too, and counts\n";
+        return; // nothing leads to this one
+    }
     if (!head.label.empty() && m_archive.FindLabel(head.label) != m_count)
         m_report.DamageAt(head.position)
             << "a later record has the label " << Quoted(head.label) << ", too, and counts\n";
@@ -259,7 +277,7 @@ void RecordInspector::CheckNode(const RecordHead& head)
 void RecordInspector::TellLost(const RecordHead& head, const std::vector<std::uint64_t>& lost)
 {
     constexpr std::size_t most = 5;
-    if (lost.empty())
+    if (lost.empty() || !m_lost.Shows())
         return;
     std::ostream& line = m_report.DamageAt(head.payload);
     line << "object " << Quoted(head.indexText) << " refers to " << lost.size()
@@ -309,6 +327,7 @@ void RecordInspector::CheckCircles()
 void RecordInspector::End()
 {
     m_shown.End("", "records");
+    m_lost.End("", "objects that refer to lost ones");
     m_report.Line() << m_count << " whole records\n";
     Cut shown = m_report.NewCut();
     for (const auto& [nameAndVersion, count] : m_classes) {
@@ -322,6 +341,13 @@ void RecordInspector::End()
 
 } // namespace
 
+RecordUses SurveyRecords(ArchiveFile& archive, Report& report)
+{
+    RecordInspector inspector(archive, report);
+    inspector.InspectAll();
+    return std::move(inspector).Uses();
+}
+
 void InspectArchive(BlockReader& file, Report& report)
 {
     report.Line() << "archive\n";
@@ -329,8 +355,7 @@ void InspectArchive(BlockReader& file, Report& report)
     if (!InspectHeader(file, document, report))
         return;
     ArchiveFile archive(file, document.formatVersion);
-    RecordInspector inspector(archive, report);
-    inspector.InspectAll();
+    RecordUses uses = SurveyRecords(archive, report);
     if (report.IsShown() && file.IsGood())
-        ShowTrees(archive, std::move(inspector).Uses(), report);
+        ShowTrees(archive, std::move(uses), report);
 }

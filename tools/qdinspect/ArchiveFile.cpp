@@ -89,18 +89,33 @@ private:
 };
 
 struct NodeTarget {
+    NodeTarget(const BlockReader& reader, int formatVersion)
+        : file(reader)
+        , referenceSize(NArchive::ReferenceSize(formatVersion))
+    {}
+
+    const BlockReader& file;
+    std::uint64_t referenceSize;
     NodeFields node;
     WideText narrowText;
     std::vector<std::uint64_t>* list = nullptr;
     char flags = 0;
 
-    void Object(std::uint64_t index) { node.object = index; }
+    void Object(std::uint64_t index)
+    {
+        node.object = index;
+        node.places.push_back(file.Position() - referenceSize);
+    }
     void List(int which, std::uint32_t count)
     {
         list = &node.lists[which];
         list->reserve(count);
     }
-    void Entry(std::uint64_t index) { list->push_back(index); }
+    void Entry(std::uint64_t index)
+    {
+        list->push_back(index);
+        node.places.push_back(file.Position() - referenceSize);
+    }
     void Flags(char read)
     {
         flags = read;
@@ -156,7 +171,7 @@ RecordHead ArchiveFile::Head(std::uint32_t number)
 std::optional<NodeFields> ArchiveFile::Node(const RecordHead& head)
 {
     const bool isNode = head.IsNode();
-    NodeTarget target;
+    NodeTarget target(m_file, m_formatVersion);
     bool isWhole = true;
     m_file.MoveTo(head.payload, head.payload + head.payloadSize);
     try {
@@ -219,6 +234,41 @@ std::vector<std::string> ArchiveFile::Picture(const RecordHead& head)
     }
     m_file.MoveTo(head.payload);
     return lines;
+}
+
+// With texts of the lengths that names have, so that the search takes no more than a look at each
+// place.
+bool ArchiveFile::BeginsRecord(std::uint64_t position)
+{
+    constexpr std::uint64_t longestHead = 4096; // bytes
+    m_file.MoveTo(position, position + longestHead);
+    NArchive::ObjectHeader header;
+    static_cast<void>(NArchive::ReadObjectHeader(m_file, m_formatVersion, header));
+    const std::uint64_t payload = m_file.Position();
+    const auto isVisible = [](char byte) { return byte >= ' ' || byte < 0; };
+    return payload != position && NArchive::IndexOfText(header.indexText) &&
+           !header.className.empty() && std::ranges::all_of(header.className, isVisible) &&
+           header.payloadSize <= m_file.Size() - payload;
+}
+
+void ArchiveFile::FindNextRecord()
+{
+    constexpr std::string_view hexadecimal = "0123456789abcdef";
+    for (std::uint64_t position = m_file.Position();; ++position) {
+        m_file.MoveTo(position, m_file.Size());
+        // Tag, length of the index text, its first digit.
+        constexpr std::uint64_t size = NArchive::kTagAndLengthSize + 1;
+        const char* const bytes = m_file.Peek(size);
+        if (bytes == nullptr)
+            break;
+        if (*bytes != NArchive::kTextTag || hexadecimal.find(bytes[size - 1]) == hexadecimal.npos)
+            continue;
+        const bool isRecord = BeginsRecord(position);
+        m_file.MoveTo(position, m_file.Size());
+        if (isRecord)
+            return;
+    }
+    m_file.MoveTo(m_file.Size());
 }
 
 std::string IndexText(std::uint64_t index)

@@ -11,13 +11,22 @@
 
 class BlockReader;
 
+/// What stands in front of the records.
+struct FileHeader {
+    std::string documentClass;
+    int documentVersion = 0;
+    std::string archiveClass;
+    int formatVersion = 0;
+};
+
 /// What the record of a node tells. References are indices, 0 for none.
 struct NodeFields {
     enum EList { Children, Attributes, Annotations, ListCount };
 
     std::uint64_t object = 0;
     std::vector<std::uint64_t> lists[ListCount];
-    platform::WideText text; // the beginning of a long one
+    platform::WideText text;           // the beginning of a long one
+    std::vector<std::uint64_t> places; // in the file: of the object's reference, then of the lists'
     bool isTextCut = false;
     bool isActive = true;
     bool isLocked = false;
@@ -74,9 +83,16 @@ public:
     /// `width` x `height` of them; the extent stands before that. Empty when the record ends early.
     [[nodiscard]] std::vector<std::string> Picture(const RecordHead& head);
 
+    /// Goes on searching at the reader's position for a place where a record begins, for what lies
+    /// behind a broken one, and moves there; to the end of the file where there is none.
+    void FindNextRecord();
+
+    [[nodiscard]] int FormatVersion() const noexcept { return m_formatVersion; }
     [[nodiscard]] BlockReader& File() noexcept { return m_file; }
 
 private:
+    [[nodiscard]] bool BeginsRecord(std::uint64_t position);
+
     BlockReader& m_file;
     int m_formatVersion;
     NArchive::RecordDirectory m_directory;

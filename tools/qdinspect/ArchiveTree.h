@@ -30,5 +30,11 @@ struct RecordUses {
     }
 };
 
+/// Reads the header of an archive's file. False where no records can be behind it.
+[[nodiscard]] bool InspectHeader(BlockReader& file, FileHeader& header, Report& report);
+
+/// Goes through the records from the reader's position on.
+[[nodiscard]] RecordUses SurveyRecords(ArchiveFile& archive, Report& report);
+
 /// Prints the trees of nodes, each with what it holds, and the labelled objects that no node holds.
 void ShowTrees(ArchiveFile& archive, RecordUses uses, Report& report);

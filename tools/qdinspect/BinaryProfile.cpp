@@ -4,6 +4,7 @@
 #include "core/profile/VariantBytes.h"
 
 #include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/NewFile.h"
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
@@ -219,4 +220,45 @@ void InspectBinaryProfile(BlockReader& file, Report& report)
            (isAnsi ? inspector.InspectRecord<BString>() : inspector.InspectRecord<WString>())) {
     }
     inspector.End();
+}
+
+// As the profile writes them, so with wide keys. Values that are not as they were written are left
+// out, and what is behind the first record that cannot be read.
+bool RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
+                          std::ostream& messages)
+{
+    std::uint32_t formatId = 0;
+    if (!file.Read(&formatId, sizeof formatId))
+        return false;
+    NewFile out(newPath);
+    out.WriteNumber(kUnicodeFormatId);
+    std::uint64_t count = 0;
+    VariantSource source(file);
+    BString narrowKey;
+    WString key;
+    while (file.Left() != 0) {
+        const bool isKey =
+            formatId == kAnsiFormatId ? source.ReadText(narrowKey) : source.ReadText(key);
+        if (formatId == kAnsiFormatId)
+            key = WString(narrowKey);
+        const std::uint64_t start = file.Position();
+        const SP<BVariant> value = isKey && !key.IsEmpty() ? LoadVariant(source) : nullptr;
+        if (!value)
+            break;
+        if (!IsWhole(*value, start, file)) {
+            messages << Quoted(platform::WideView(key.CStr())) << " is lost\n";
+            continue;
+        }
+        VariantBytes bytes;
+        bytes.AppendText(key);
+        bytes.Append(value->Type());
+        value->AppendValue(bytes);
+        out.Write({bytes.Data(), bytes.Size()});
+        ++count;
+    }
+    messages << count << " values\n";
+    if (!out.Close() || !file.IsGood())
+        return false;
+    out.Keep();
+    return true;
 }

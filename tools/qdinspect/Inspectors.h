@@ -2,6 +2,8 @@
 
 #include "core/platform/WideText.h"
 
+#include <iosfwd>
+
 class BlockReader;
 class Report;
 
@@ -20,3 +22,10 @@ void InspectLanguageFile(const WChar* path, Report& report);
 
 /// Runs, and the steps of each with the time between them.
 void InspectLog(platform::WideView text, Report& report);
+
+/// Writes what is whole in an archive or a binary profile into a new file, and tells in lines what
+/// was left out. False, and there is no new file, where that cannot be done.
+[[nodiscard]] bool RecoverArchive(BlockReader& file, const platform::WideText& newPath,
+                                  std::ostream& messages);
+[[nodiscard]] bool RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
+                                        std::ostream& messages);

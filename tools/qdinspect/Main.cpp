@@ -44,16 +44,19 @@ Examples:
   qdinspect check settings.bin       nothing but the damage, on the standard error output
   qdinspect lint german.lng          for a script: fails where texts or placeholders are missing
   qdinspect export --json part.qda   all of it for another program, long texts of nodes cut
+  qdinspect recover bad.qda new.qda  the whole records of a damaged archive; children of nodes that
+                                     are lost stand below a node "recovered"
   qdinspect show --kind text a.ini   takes the file for a text profile whatever it looks like
 
 Kinds of files: archive, binary (profile), text (profile), language, log (of the profiler).
 Exit codes: 0 whole, 1 damaged (lint: or suspicious), 2 there is nothing to inspect.
 )";
 
-enum class ECommand { Show, Check, Lint, Export };
+enum class ECommand { Show, Check, Lint, Export, Recover };
 
 struct Options {
     std::string path;
+    std::string newPath;         // to recover to
     EKind kind = EKind::Unknown; // by the content
     bool showsAll = false;
     ECommand command = ECommand::Show;
@@ -123,6 +126,21 @@ int Inspect(ECommand command, EKind kind, BlockReader& file, const WideText& pat
     return isFine ? kWhole : kDamaged;
 }
 
+int Recover(const Options& options, EKind kind, BlockReader& file)
+{
+    const std::filesystem::path newPath(options.newPath);
+    for (const char* const ending : {"", ".part"}) { // the second while it is being made
+        if (std::filesystem::exists(std::filesystem::path(options.newPath + ending)))
+            return Nothing(options, options.newPath + ending + " exists already");
+    }
+    const auto path = newPath.string<WChar>();
+    if (kind != EKind::Archive && kind != EKind::BinaryProfile)
+        return Nothing(options, "only archives and binary profiles can be recovered");
+    const bool isDone = kind == EKind::Archive ? RecoverArchive(file, path, std::cout)
+                                               : RecoverBinaryProfile(file, path, std::cout);
+    return isDone ? kWhole : Nothing(options, "nothing was recovered");
+}
+
 int Inspect(const Options& options)
 {
     const std::filesystem::path path(options.path);
@@ -141,6 +159,8 @@ int Inspect(const Options& options)
                                     (otherwise.empty() ? otherwise : "; it is " + otherwise));
     if (options.command == ECommand::Lint && kind != EKind::Language)
         return Nothing(options, "it is no language file");
+    if (options.command == ECommand::Recover)
+        return Recover(options, kind, file);
     if (IsText(kind) && file.Size() > kLargestText)
         return Nothing(options, "the file is too large for a text");
     return Inspect(options.command, kind, file, widePath, options.showsAll);
@@ -192,6 +212,10 @@ int Run(int argc, char** argv)
         .add_flag(
             "--json", [](std::int64_t) {}, "As JSON, to the standard output")
         ->required();
+    CLI::App& recover = *app.add_subcommand("recover", "Write what is whole into a new file");
+    AddFileOptions(recover, options);
+    recover.add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
+        ->required();
     try {
         app.parse(Arguments(app, argc, argv));
     } catch (const CLI::ParseError& error) {
@@ -203,6 +227,8 @@ int Run(int argc, char** argv)
         options.command = ECommand::Lint;
     else if (exportCommand.parsed())
         options.command = ECommand::Export;
+    else if (recover.parsed())
+        options.command = ECommand::Recover;
     // Such as missing memory: that says nothing of the file.
     try {
         return Inspect(options);

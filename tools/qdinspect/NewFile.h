@@ -1,0 +1,37 @@
+#pragma once
+
+#include "core/platform/FileStream.h"
+#include "core/platform/WideText.h"
+
+#include <cstdint>
+#include <string_view>
+
+class BlockReader;
+
+/// A file that comes into being piece by piece, and is removed again unless it is kept.
+class NewFile {
+public:
+    explicit NewFile(const platform::WideText& path);
+    ~NewFile();
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    void Write(std::string_view bytes);
+    template <class Number>
+    void WriteNumber(Number number)
+    {
+        Write({reinterpret_cast<const char*>(&number), sizeof number});
+    }
+    /// What stands in `file` from its position to `end`.
+    void Copy(BlockReader& file, std::uint64_t end);
+
+    /// Closes the file. False when a part of it could not be written.
+    [[nodiscard]] bool Close();
+    void Keep() noexcept { m_isThere = false; }
+
+private:
+    platform::WideText m_path;
+    platform::Stream m_stream;
+    bool m_isThere; // and goes with the object
+    bool m_isGood;
+};
