@@ -1,4 +1,6 @@
-"""Shows the library's strings, pointers, containers and errors in gdb as what they hold.
+"""Shows the library's strings, pointers, containers, nodes and errors in gdb as what they hold.
+
+gdb loads it by itself where it stands beside the library; what cannot be read is told, not raised.
 
     (gdb) source debug/qdcore_printers.py
     (gdb) print name
@@ -16,6 +18,47 @@ def pointer_in(owner, target):
 
 def plural(count, noun):
     return f"{count} {noun}" if count == 1 else f"{count} {noun}s"
+
+
+# What gdb raises for memory that is not there and for classes without debug information, and what
+# follows from values that make no sense: a variable may be printed before it is constructed.
+UNREADABLE = (gdb.error, LookupError, RuntimeError, TypeError, ValueError)
+
+
+def guarded(printer):
+    """A printer that tells what `printer` fails for."""
+
+    class Guarded(printer):
+        def __init__(self, value):
+            self.fault = None
+            try:
+                super().__init__(value)
+            except UNREADABLE as fault:
+                self.fault = fault
+
+        def to_string(self):
+            try:
+                if self.fault is None:
+                    return super().to_string()
+            except UNREADABLE as fault:
+                self.fault = fault
+            return f"<not readable: {self.fault}>"
+
+        def display_hint(self):
+            return super().display_hint() if self.fault is None and hasattr(printer, "display_hint") else None
+
+    if hasattr(printer, "children"):
+
+        def children(self):
+            try:
+                for name, child in printer.children(self) if self.fault is None else ():
+                    child.fetch_lazy()  # here, as gdb itself would give up
+                    yield name, child
+            except UNREADABLE as fault:
+                yield "not readable", str(fault)
+
+        Guarded.children = children
+    return Guarded
 
 
 class TextPrinter:
@@ -36,8 +79,45 @@ class TextPrinter:
         return "string" if self.block else None
 
 
+def text_of(value):
+    """A WString as Python's text."""
+    block = value["m_text"]["m_block"]
+    text = block["text"]
+    return text.address.cast(text.type.target().pointer()).string("utf-16") if block else ""
+
+
+def path_of(node):
+    """From the root, as `BBank` writes it; the upper part is left out of a very long one."""
+    names = []
+    while node.address and len(names) < 100:
+        names.append(text_of(node["m_text"]))
+        parent = node["m_parent"]
+        if not parent:
+            return "/" + "/".join(reversed(names))
+        node = parent.dereference()
+    return ".../" + "/".join(reversed(names))
+
+
+class NodePrinter:
+    """BNode: its path, and what it holds."""
+
+    def __init__(self, value):
+        self.value = value
+
+    def to_string(self):
+        return path_of(self.value) + ("" if self.value["m_isActive"] else " (inactive)")
+
+    def children(self):
+        if self.value["m_object"]["m_object"]:
+            yield "object", self.value["m_object"]
+
+
+def is_node(type_):
+    return type_.name == "BNode" or any(is_node(field.type) for field in type_.fields() if field.is_base_class)
+
+
 class SmartPointerPrinter:
-    """SP: the class of the object, who shares it and where it is."""
+    """SP: the class of the object, the path of a node, who shares it and where it is."""
 
     def __init__(self, value):
         self.object = value["m_object"]
@@ -47,6 +127,9 @@ class SmartPointerPrinter:
             return "null"
         name = str(self.object.dynamic_type.target())
         try:
+            if is_node(self.object.dynamic_type.target()):
+                node = self.object.cast(self.object.dynamic_type).dereference()
+                name += " " + path_of(node)
             references = int(self.object["m_refCount"])
         except gdb.error:  # a library without debug information keeps the fields to itself
             return name
@@ -160,12 +243,25 @@ class MapPrinter(EntriesPrinter):
         return node["_M_parent"]
 
 
+# Of core/base/ErrorCodes.h; other numbers are the application's.
+ERRORS = {
+    0: "no error",
+    13004: "nobody executes commands",
+    25021: "no memory left",
+    25070: "stopped by the user",
+    31825: "a file was not written",
+    32767: "see argument 0",
+    32987: "no short path",
+}
+
+
 class ErrorPrinter:
     def __init__(self, value):
         self.value = value
 
     def to_string(self):
-        return f"error {int(self.value['m_code'])}"
+        code = int(self.value["m_code"])
+        return f"error {code}" + (f" ({ERRORS[code]})" if code in ERRORS else "")
 
     def children(self):
         arguments = self.value["m_arguments"]
@@ -183,9 +279,10 @@ def printers():
         ("DList", "^DList<.*>$", ListPrinter),
         ("BDictionary", "^(BDictionary|BHashTable)<.*>$", DictionaryPrinter),
         ("BMap", "^BMap<.*>$", MapPrinter),
+        ("BNode", "^BNode$", NodePrinter),
         ("BError", "^BError$", ErrorPrinter),
     ):
-        collection.add_printer(name, pattern, printer)
+        collection.add_printer(name, pattern, guarded(printer))
     return collection
 
 

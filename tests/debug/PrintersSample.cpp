@@ -6,14 +6,23 @@
 #include "core/base/BMap.h"
 #include "core/base/BString.h"
 #include "core/base/DList.h"
+#include "core/base/ErrorCodes.h"
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/tree/BNode.h"
 
+#include <cstring>
+
 extern "C" void Look(const void*) {}
+
+class PlaneNode : public BNode {};
 
 int main()
 {
+    const SP<BNode> part = new BNode;
+    part->SetText(QD_W("Part"));
+    alignas(BArray<WString>) unsigned char raw[sizeof(BArray<WString>)];
+    std::memset(raw, 1, sizeof raw);
     struct Sample {
         WString noText;
         WString wide = QD_W("Fl\u00E4che \u03B1 \U0001F600");
@@ -29,7 +38,14 @@ int main()
         BDictionary<int, BString> dictionary;
         BMap<int, WString> map;
         BError error{7, QD_W("$IDS_Hint"), nullptr, QD_W("part"), nullptr};
+        BError stopped{kErrorUserBreak};
+        SP<BNode> plane = new PlaneNode;
+        BNode* inTree = plane.Get();
+        const BArray<WString>* notConstructed = nullptr;
     } sample;
+    sample.plane->SetText(QD_W("Fl\u00E4che"));
+    part->AddChild(sample.plane.Get(), -1);
+    sample.notConstructed = reinterpret_cast<const BArray<WString>*>(raw);
     sample.array.Append(QD_W("a"));
     sample.array.Append(QD_W("b"));
     sample.list.AddTail(0.5);
