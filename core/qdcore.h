@@ -73,4 +73,5 @@
 #include "core/tree/BVisitor.h"
 #include "core/units/BUnit.h"
 #include "core/units/BUnitSystem.h"
+
 #include "qdcore/Version.h"
