@@ -62,7 +62,7 @@ bool InspectHeader(BlockReader& file, FileHeader& header, Report& report)
     }
     report.Line() << "written by " << Quoted(header.archiveClass) << " version "
                   << header.formatVersion << '\n';
-    if (JsonExport* const entries = report.Export()) {
+    if (EntrySink* const entries = report.Export()) {
         entries->Property("document", {{"class", Utf8(header.documentClass)},
                                        {"version", header.documentVersion}});
         entries->Property(
@@ -170,7 +170,7 @@ void RecordInspector::InspectAll()
         m_uses.Add(m_count + 1);
         ShowRecord(head);
         CheckRecord(head);
-        if (JsonExport* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.Export())
             entries->Entry(RecordEntry(m_archive, head));
         ++m_count;
         file.MoveTo(head.payload + head.payloadSize);

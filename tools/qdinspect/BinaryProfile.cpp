@@ -183,7 +183,7 @@ bool BinaryProfileInspector::InspectRecord()
     if (m_values.Shows() || !value)
         m_report.Line() << "  at " << start << ": " << Quoted(platform::WideView(shownKey.CStr()))
                         << ' ' << (value ? ValueText(*value) : "?") << '\n';
-    if (JsonExport* const entries = m_report.Export(); entries != nullptr && value) {
+    if (EntrySink* const entries = m_report.Export(); entries != nullptr && value) {
         Json entry = {{"at", start},
                       {"section", Utf8(SectionName())},
                       {"key", Utf8(platform::WideView(shownKey.CStr()))}};
@@ -212,7 +212,7 @@ void InspectBinaryProfile(BlockReader& file, Report& report)
         report.DamageAt(0) << "no format id of a binary profile\n";
         return;
     }
-    if (JsonExport* const entries = report.Export())
+    if (EntrySink* const entries = report.Export())
         entries->Property("keys", isAnsi ? "narrow" : "wide");
     report.Line() << "binary profile with " << (isAnsi ? "narrow" : "wide") << " keys\n";
     BinaryProfileInspector inspector(file, report);

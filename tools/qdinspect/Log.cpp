@@ -97,7 +97,7 @@ private:
         EndRun();
         ++m_runs;
         m_last = 0;
-        if (JsonExport* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.Export())
             entries->Entry(
                 {{"line", m_line}, {"start", Utf8(line.time)}, {"text", Utf8(line.text)}});
         m_report.Line() << Ascii(line.time) << ' ' << Quoted(line.text) << '\n';
@@ -115,7 +115,7 @@ private:
         if (m_steps.Shows())
             m_report.Line() << "  " << Padded(ms) << " ms  " << (ms < m_last ? "" : "+")
                             << ms - m_last << "  " << Quoted(line.text) << '\n';
-        if (JsonExport* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.Export())
             entries->Entry({{"line", m_line}, {"ms", ms}, {"text", Utf8(line.text)}});
         m_last = ms;
     }

@@ -12,6 +12,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/Diff.h"
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
@@ -46,13 +47,14 @@ Examples:
   qdinspect export --json part.qda   all of it for another program, long texts of nodes cut
   qdinspect recover bad.qda new.qda  the whole records of a damaged archive; children of nodes that
                                      are lost stand below a node "recovered"
+  qdinspect diff old.ini new.ini     keys that came, went or changed, in whatever order they stand
   qdinspect show --kind text a.ini   takes the file for a text profile whatever it looks like
 
 Kinds of files: archive, binary (profile), text (profile), language, log (of the profiler).
-Exit codes: 0 whole, 1 damaged (lint: or suspicious), 2 there is nothing to inspect.
+Exit codes: 0 whole, 1 damaged (lint: or suspicious; diff: different), 2 there is nothing to inspect.
 )";
 
-enum class ECommand { Show, Check, Lint, Export, Recover };
+enum class ECommand { Show, Check, Lint, Export, Recover, Diff };
 
 struct Options {
     std::string path;
@@ -141,6 +143,30 @@ int Recover(const Options& options, EKind kind, BlockReader& file)
     return isDone ? kWhole : Nothing(options, "nothing was recovered");
 }
 
+// The kind of the second file is that of the first.
+int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& path)
+{
+    if (kind == EKind::Archive || kind == EKind::Log)
+        return Nothing(options, "only profiles and language files can be compared");
+    const auto otherPath = std::filesystem::path(options.newPath).string<WChar>();
+    BlockReader other(platform::OpenStream(otherPath.c_str(), QD_W("rb")));
+    if (!other.IsGood())
+        return Nothing(options, options.newPath + " cannot be opened");
+    if (options.kind == EKind::Unknown && KindOf(other) != kind)
+        return Nothing(options, options.newPath + " is of another kind");
+    std::ostream silent(nullptr);
+    KeyedEntries before;
+    KeyedEntries after;
+    Report beforeReport(silent, silent, silent, true);
+    beforeReport.ExportTo(before);
+    InspectAs(kind, file, path, beforeReport);
+    Report afterReport(silent, silent, silent, true);
+    afterReport.ExportTo(after);
+    other.MoveTo(0);
+    InspectAs(kind, other, otherPath, afterReport);
+    return before.TellDifferences(after, std::cout) ? kDamaged : kWhole;
+}
+
 int Inspect(const Options& options)
 {
     const std::filesystem::path path(options.path);
@@ -161,6 +187,8 @@ int Inspect(const Options& options)
         return Nothing(options, "it is no language file");
     if (options.command == ECommand::Recover)
         return Recover(options, kind, file);
+    if (options.command == ECommand::Diff)
+        return Diff(options, kind, file, widePath);
     if (IsText(kind) && file.Size() > kLargestText)
         return Nothing(options, "the file is too large for a text");
     return Inspect(options.command, kind, file, widePath, options.showsAll);
@@ -216,6 +244,10 @@ int Run(int argc, char** argv)
     AddFileOptions(recover, options);
     recover.add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
         ->required();
+    CLI::App& diff = *app.add_subcommand(
+        "diff", "Print the entries that differ in two profiles or language files");
+    AddFileOptions(diff, options);
+    diff.add_option("OTHER", options.newPath, "The file to compare with")->required();
     try {
         app.parse(Arguments(app, argc, argv));
     } catch (const CLI::ParseError& error) {
@@ -229,6 +261,8 @@ int Run(int argc, char** argv)
         options.command = ECommand::Export;
     else if (recover.parsed())
         options.command = ECommand::Recover;
+    else if (diff.parsed())
+        options.command = ECommand::Diff;
     // Such as missing memory: that says nothing of the file.
     try {
         return Inspect(options);

@@ -15,18 +15,30 @@ class Report;
 /// Fields stay in the order in which they are set.
 using Json = nlohmann::ordered_json;
 
+/// Takes a file's content entry by entry.
+class EntrySink {
+public:
+    EntrySink() = default;
+    virtual ~EntrySink() = default;
+    EntrySink(const EntrySink&) = delete;
+    EntrySink& operator=(const EntrySink&) = delete;
+
+    /// A field of the file; before the first entry.
+    virtual void Property(const char* name, const Json& value) = 0;
+    virtual void Entry(const Json& entry) = 0;
+};
+
 /// Writes a file's content as JSON, entry by entry, so that no more than one is in memory:
 ///
 ///     {"kind": "log", ..., "entries": [...], "damage": [...], "suspicious": [...], "whole": true}
-class JsonExport {
+class JsonExport : public EntrySink {
 public:
     explicit JsonExport(std::ostream& out)
         : m_out(out)
     {}
 
-    /// A field of the file; before the first entry.
-    void Property(const char* name, const Json& value);
-    void Entry(const Json& entry);
+    void Property(const char* name, const Json& value) override;
+    void Entry(const Json& entry) override;
     void End(const Report& report);
 
 private:
@@ -78,9 +90,9 @@ public:
     {}
 
     /// Has the content written as entries instead of lines, and keeps what is wrong for its end.
-    void ExportTo(JsonExport& entries) { m_export = &entries; }
+    void ExportTo(EntrySink& entries) { m_export = &entries; }
     /// Null where nobody wants entries.
-    [[nodiscard]] JsonExport* Export() const noexcept { return m_export; }
+    [[nodiscard]] EntrySink* Export() const noexcept { return m_export; }
     [[nodiscard]] std::vector<Finding> Findings() const;
 
     [[nodiscard]] std::ostream& Line() { return m_out; }
@@ -107,7 +119,7 @@ private:
     bool m_showsAll;
     bool m_isWhole = true;
     bool m_isSuspicious = false;
-    JsonExport* m_export = nullptr;
+    EntrySink* m_export = nullptr;
     std::vector<Finding> m_findings; // for the export; their texts, a line each, are in m_texts
     std::ostringstream m_texts;
 };

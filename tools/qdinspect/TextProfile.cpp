@@ -117,7 +117,8 @@ private:
         m_report.Line() << "line " << m_line << ": section " << Quoted(name) << '\n';
         if (end == WideView::npos)
             m_report.DamageInLine(m_line) << "no bracket ends the name of the section\n";
-        if (!m_sections.insert(Folded(name)).second)
+        m_sectionCounts = m_sections.insert(Folded(name)).second;
+        if (!m_sectionCounts)
             m_report.DamageInLine(m_line) << "the section is there already; the first counts\n";
     }
 
@@ -130,31 +131,34 @@ private:
             return;
         }
         ++m_keyCount;
-        ShowValue(key, Trimmed(line.substr(equals + 1)));
-        if (!m_keys.insert(Folded(key)).second)
+        const bool isFirst = m_keys.insert(Folded(key)).second;
+        ShowValue(key, Trimmed(line.substr(equals + 1)), isFirst && m_sectionCounts);
+        if (!isFirst)
             m_report.DamageInLine(m_line) << "the key is there already; the first counts\n";
     }
 
-    void ShowValue(WideView key, WideView value)
+    void ShowValue(WideView key, WideView value, bool counts)
     {
         const std::string text = Utf8(value);
         const std::string_view type = TypeOf(text);
         if (m_shown.Shows())
             m_report.Line() << "  line " << m_line << ": " << Quoted(key) << " = " << type << ' '
                             << (type == "text" ? Quoted(value) : text) << '\n';
-        if (JsonExport* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.Export())
             entries->Entry({{"line", m_line},
                             {"section", Utf8(m_section)},
                             {"key", Utf8(key)},
                             {"type", type},
-                            {"value", text}});
+                            {"value", text},
+                            {"counts", counts}});
     }
 
     Report& m_report;
     Cut m_shown; // keys of the section at hand
     std::set<WideText> m_sections;
     WideText m_section;
-    std::set<WideText> m_keys; // of the section at hand
+    bool m_sectionCounts = true; // it is the first of its name
+    std::set<WideText> m_keys;   // of the section at hand
     std::uint64_t m_line = 0;
     std::uint64_t m_keyCount = 0;
 };
