@@ -31,6 +31,14 @@ bool Fails() noexcept
     return true;
 }
 
+void* New(std::size_t size)
+{
+    void* const block = std::malloc(size != 0 ? size : 1);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+
 } // namespace
 
 extern "C" {
@@ -54,13 +62,27 @@ void* __wrap_realloc(void* block, std::size_t size)
 }
 }
 
-// The runtime library's other forms end in this one; a sanitizer's do not and never fail.
 void* operator new(std::size_t size)
 {
-    void* const block = std::malloc(size != 0 ? size : 1);
-    if (block == nullptr)
-        throw std::bad_alloc();
-    return block;
+    return New(size);
+}
+
+void* operator new[](std::size_t size)
+{
+    return New(size);
+}
+
+// Not left to the others, as a sanitizer brings its own.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+try {
+    return New(size);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
+{
+    return operator new(size, tag);
 }
 
 void operator delete(void* block) noexcept
@@ -69,6 +91,16 @@ void operator delete(void* block) noexcept
 }
 
 void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
 {
     std::free(block);
 }
