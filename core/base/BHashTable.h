@@ -17,8 +17,9 @@
 ///
 /// Finding an entry takes the same time whatever the keys and however many share a bucket. An entry
 /// stays where it is until it is removed, so references and iterators to it stay good as long.
-/// Entries are destroyed after they have left the table, so a destructor may use it. An empty table
-/// holds no memory. Not synchronised.
+/// Entries are destroyed after they have left the table, so a destructor may use it. A table that
+/// never held anything takes no memory; the memory of removed entries serves the next ones, and
+/// goes when the last entry does. Not synchronised.
 template <class T>
 class BHashTable {
     // The address of the next entry of a bucket, or where there is none the bucket's number, which

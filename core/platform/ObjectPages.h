@@ -19,7 +19,7 @@ class ObjectPages {
 public:
     ObjectPages() noexcept = default;
     ObjectPages(ObjectPages&& other) noexcept
-        : m_state(std::exchange(other.m_state, State()))
+        : m_state(std::exchange(other.m_state, nullptr))
     {}
     ObjectPages& operator=(ObjectPages&& other) noexcept
     {
@@ -29,33 +29,41 @@ public:
     }
     ~ObjectPages()
     {
-        while (m_state.page != nullptr)
-            delete[] std::exchange(m_state.page, m_state.page->link);
+        if (m_state != nullptr)
+            Release(m_state);
     }
 
     /// A new object, `T{parts...}`. What throws leaves everything as it was.
     template <class... Parts>
     [[nodiscard]] T* Make(Parts&&... parts)
     {
-        if (m_state.left == nullptr && m_state.unused == m_state.end)
-            AddPage();
-        Place*& source = m_state.left != nullptr ? m_state.left : m_state.unused;
-        Place* const next = m_state.left != nullptr ? source->link : source + 1;
-        T* const made = ::new (static_cast<void*>(source)) T{std::forward<Parts>(parts)...};
-        source = next;
-        ++m_state.count;
-        return made;
+        if (m_state == nullptr)
+            m_state = new State;
+        State& state = *m_state;
+        if (state.left == nullptr && state.unused == state.end)
+            state.AddPage();
+        // Off the list before the object is made in it: over the link, and maybe in vain.
+        Place* const place =
+            state.left != nullptr ? std::exchange(state.left, state.left->link) : state.unused++;
+        ++state.count;
+        try {
+            return ::new (static_cast<void*>(place)) T{std::forward<Parts>(parts)...};
+        } catch (...) {
+            TakeBack(state, place);
+            throw;
+        }
     }
 
-    /// Its destructor may make and destroy others.
+    /// Its destructor may make and destroy others, and end, move or assign these pages: those that
+    /// it stands in stay until it has returned.
     void Destroy(T* object) noexcept
     {
-        assert(m_state.count != 0);
+        State* const state = m_state;
+        assert(state->count != 0);
+        ++state->holders;
         std::destroy_at(object);
-        if (--m_state.count == 0)
-            *this = ObjectPages();
-        else
-            m_state.left = ::new (static_cast<void*>(object)) Place{m_state.left};
+        TakeBack(*state, object);
+        Release(state);
     }
 
 private:
@@ -63,26 +71,51 @@ private:
         Place* link; // from a place without an object to the next, from a page to the one before
         alignas(T) std::byte object[sizeof(T)];
     };
+    // Apart from the owner, as a destructor that is under way may outlast it.
     struct State {
         Place* page = nullptr;   // the newest; its first place holds the link alone
         Place* left = nullptr;   // by objects that were destroyed
         Place* unused = nullptr; // from here to `end` nothing was made yet
         Place* end = nullptr;
-        std::size_t count = 0; // of objects
+        std::size_t count = 0;   // of objects
+        std::size_t holders = 1; // the owner and each `Destroy` that is under way
+
+        State() noexcept = default;
+        State(const State&) = delete;
+        State& operator=(const State&) = delete;
+        ~State() { DropPages(); }
+
+        // Pages grow with the number of objects, so that a few cost little.
+        void AddPage()
+        {
+            constexpr std::size_t fewest = 7, most = 1023;
+            const std::size_t room = (std::clamp)(count, fewest, most);
+            Place* const added = new Place[room + 1];
+            added->link = std::exchange(page, added);
+            unused = added + 1;
+            end = unused + room;
+        }
+        void DropPages() noexcept
+        {
+            while (page != nullptr)
+                delete[] std::exchange(page, page->link);
+            left = unused = end = nullptr;
+        }
     };
 
-    // Pages grow with the number of objects, so that a few cost little.
-    void AddPage()
+    static void TakeBack(State& state, void* place) noexcept
     {
-        constexpr std::size_t fewest = 7, most = 1023;
-        const std::size_t count = (std::clamp)(m_state.count, fewest, most);
-        Place* const page = new Place[count + 1];
-        page->link = std::exchange(m_state.page, page);
-        m_state.unused = page + 1;
-        m_state.end = m_state.unused + count;
+        state.left = ::new (place) Place{state.left};
+        if (--state.count == 0)
+            state.DropPages();
+    }
+    static void Release(State* state) noexcept
+    {
+        if (--state->holders == 0)
+            delete state;
     }
 
-    State m_state;
+    State* m_state = nullptr;
 };
 
 } // namespace platform

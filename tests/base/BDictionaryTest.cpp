@@ -3,11 +3,14 @@
 #include "core/base/BSmartObj.h"
 #include "core/base/SP.h"
 
+#include "tests/LifeCount.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <map>
+#include <new>
 #include <random>
 #include <string>
 #include <type_traits>
@@ -143,4 +146,49 @@ TEST(BDictionary, EntriesKeepTheirPlaceAndOrderThroughARandomHistory)
         check();
     }
     EXPECT_LT(dictionary.Count(), 10u);
+}
+
+TEST(BDictionary, StaysWholeWhenAnEntryCannotBeMadeOrReplacesIt)
+{
+    static int copiesLeft;
+    copiesLeft = 1000;
+    struct Copied {
+        Copied() = default;
+        Copied(const Copied& other)
+            : text(other.text)
+        {
+            if (--copiesLeft < 0)
+                throw std::bad_alloc();
+        }
+        Copied& operator=(const Copied&) = default;
+        ~Copied() = default;
+        std::string text = "as long as a text that needs memory of its own";
+    };
+    BDictionary<int, Copied> dictionary;
+    const Copied value;
+    for (int key = 0; key < 3; ++key)
+        dictionary.Insert(key, value);
+    dictionary.Remove(1);
+    bool isMade = false;
+    for (int copies = 0; !isMade; ++copies) {
+        copiesLeft = copies;
+        try {
+            isMade = dictionary.Insert(4, value);
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ(dictionary.Find(4), nullptr);
+        }
+    }
+    copiesLeft = 1000;
+    for (int key = 5; key < 9; ++key)
+        dictionary.Insert(key, value);
+    for (const auto& entry : dictionary)
+        EXPECT_EQ(entry.value.text, value.text);
+    EXPECT_EQ(dictionary.Count(), 7u);
+
+    using Objects = BDictionary<int, SP<BSmartObj>>;
+    Objects objects;
+    objects.Insert(1, new Curious([&] { objects = Objects(); }));
+    objects.Insert(2, nullptr);
+    objects.Remove(1);
+    EXPECT_EQ(objects.Count(), 0u);
 }
