@@ -50,7 +50,7 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
                                const std::function<const WChar*()>& next);
 
 /// `fgetws`: units up to and with the next line feed, at most `room` - 1 of them (`room` being 2 or
-/// more), terminated. False at the end of the stream with nothing read, or on an error. The stream
+/// more), terminated; the buffer stays as it was behind that. False at the end of the stream with nothing read, or on an error. The stream
 /// is one of the Unicode text modes, or opened binary on UTF-16LE text.
 ///
 /// Intended: U+FFFF, which the runtime library takes for its end mark, ends a piece like a line

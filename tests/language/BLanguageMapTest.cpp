@@ -284,6 +284,8 @@ TEST_F(LanguageFile, KeepsWhatIsGoodOfABrokenFile)
         {"U+FFFF first", kMark + Units(QD_W("\xFFFF\xFFFF")) + good, 1, QD_W("$A"), QD_W("Hallo")},
         {"zeros", kMark + units("$A\t\tx" + std::string(300, 0) + "y\r\n") + later, 2, QD_W("$A"),
          QD_W("xy")},
+        {"zero behind other lines", kMark + later + units("$A\t\tx" + std::string(1, 0) + "y\r\n"),
+         2, QD_W("$A"), QD_W("xy")},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);

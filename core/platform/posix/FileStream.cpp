@@ -165,22 +165,24 @@ private:
 constexpr WChar kEndMark = 0xFFFF; // what the runtime library of Windows takes for the end
 
 // Takes what the stream has at hand of a line, at most `room` units of it, where `getc_unlocked`
-// takes it byte by byte. The end mark is left to `ReadUnit`.
+// takes it byte by byte. The end mark is left to `ReadUnit`. What the stream has at hand may begin
+// at an odd address, and nothing is written behind what is taken.
 int TakeBuffered([[maybe_unused]] std::FILE* stream, [[maybe_unused]] WChar* units,
                  [[maybe_unused]] int room)
 {
 #if defined(__GLIBC__)
     const auto size = static_cast<std::size_t>(stream->_IO_read_end - stream->_IO_read_ptr);
     const std::size_t most = std::min(size / sizeof(WChar), static_cast<std::size_t>(room));
-    if (most == 0)
-        return 0;
-    std::memcpy(units, stream->_IO_read_ptr, most * sizeof(WChar));
-    WChar* end = std::find_if(units, units + most,
-                              [](WChar unit) { return unit == u'\n' || unit == kEndMark; });
-    if (end != units + most && *end == u'\n')
-        ++end;
-    stream->_IO_read_ptr += (end - units) * static_cast<std::ptrdiff_t>(sizeof(WChar));
-    return static_cast<int>(end - units);
+    const char* next = stream->_IO_read_ptr;
+    std::size_t taken = 0;
+    for (WChar unit = 0; taken != most && unit != u'\n'; next += sizeof unit) {
+        std::memcpy(&unit, next, sizeof unit);
+        if (unit == kEndMark)
+            break;
+        units[taken++] = unit;
+    }
+    stream->_IO_read_ptr += taken * sizeof(WChar);
+    return static_cast<int>(taken);
 #else
     return 0;
 #endif
