@@ -3,6 +3,7 @@
 #include "core/platform/SeededHash.h"
 
 #include <cstring>
+#include <new>
 #include <utility>
 
 // Most of the time of a read goes into two locks of the file, taken and given back, though hardly
@@ -40,8 +41,8 @@ const WideText* RegistryCache::Find(std::int64_t key, WideView foldedName)
     return slot != nullptr ? &slot->value->text : nullptr;
 }
 
-void RegistryCache::Keep(std::int64_t key, WideView foldedName, const WideText& text)
-{
+void RegistryCache::Keep(std::int64_t key, WideView foldedName, const WideText& text) noexcept
+try {
     constexpr std::size_t most = 8 << 20; // a registry of settings has much less
     const std::size_t size =
         sizeof(Slot) + sizeof(Value) + (foldedName.size() + text.size()) * sizeof(WChar);
@@ -59,6 +60,8 @@ void RegistryCache::Keep(std::int64_t key, WideView foldedName, const WideText& 
         return;
     m_values.Fill(slot, {hash, std::move(value)});
     m_size += size;
+} catch (const std::bad_alloc&) {
+    // What was read is read all the same.
 }
 
 bool RegistryCache::IsCurrent() const noexcept

@@ -22,7 +22,7 @@ public:
     /// The text of the value, null when it has to be read; good until the next call.
     [[nodiscard]] const WideText* Find(std::int64_t key, WideView foldedName);
     /// Keeps what was read since `Find` gave null, unless somebody has written since.
-    void Keep(std::int64_t key, WideView foldedName, const WideText& text);
+    void Keep(std::int64_t key, WideView foldedName, const WideText& text) noexcept;
 
 private:
     // The header of the index, which stands there twice.
