@@ -24,6 +24,10 @@
 // the slots are free. As an array is made with room for half as many entries again, moving them
 // costs each change a constant share.
 //
+// A list from a damaged document may hold null entries, among which the child before another one
+// would be looked for slot by slot. From the first of them on, a second `TakenSlots` tells the
+// places of the children alone.
+//
 // What readers may do on many threads at once includes the first look-up by text, which makes the
 // index: hence `Published`, and not a plain pointer.
 
@@ -92,21 +96,27 @@ struct ChildList::Block {
     }
     [[nodiscard]] BNode* NodeFrom(int slot) const noexcept
     {
-        for (slot = From(slot); slot < end; slot = From(slot + 1)) {
-            if (BNode* const child = Slots()[slot].Get())
-                return child;
-        }
-        return nullptr;
+        const TakenSlots* const places = nodes ? nodes.get() : taken.get();
+        const int last = nodes && count != nulls ? nodes->At(count - nulls - 1) : end - 1;
+        if (count == nulls || slot > last)
+            return nullptr;
+        return Slots()[places != nullptr ? places->From(slot) : slot].Get();
     }
-
     [[nodiscard]] BNode* NodeBefore(int slot) const noexcept
     {
-        while (slot > front) {
-            slot = taken ? taken->Before(slot) : slot - 1;
-            if (BNode* const child = Slots()[slot].Get())
-                return child;
-        }
-        return nullptr;
+        const TakenSlots* const places = nodes ? nodes.get() : taken.get();
+        const int first = nodes && count != nulls ? nodes->At(0) : front;
+        if (count == nulls || slot <= first)
+            return nullptr;
+        return Slots()[places != nullptr ? places->Before(slot) : slot - 1].Get();
+    }
+    // For a block with null entries, `slot` holding a child or no longer.
+    void TellNode(int slot, bool isThere) noexcept
+    {
+        if (nodes && isThere)
+            nodes->Take(slot);
+        else if (nodes)
+            nodes->Free(slot);
     }
 
     [[nodiscard]] bool Holds(const BNode& child) const noexcept
@@ -124,7 +134,9 @@ struct ChildList::Block {
     int capacity;
     int front = 0;                     // slot of the first entry
     int end = 0;                       // slot behind the last entry
+    int nulls = 0;                     // entries that are null
     std::unique_ptr<TakenSlots> taken; // null when every slot between `front` and `end` is
+    std::unique_ptr<TakenSlots> nodes; // slots with a child; null as long as no entry is
     Published<ChildIndex> byText;      // made when children are looked up where they are many
 };
 
@@ -203,11 +215,15 @@ void ChildList::Append(SP<BNode> child)
     if (!m_block || m_block->end == m_block->capacity)
         Rebuild(0, Count() / 2 + 1);
     BNode* const appended = child.Get();
+    if (appended == nullptr && !m_block->nodes)
+        m_block->nodes = PlacesOfNodes();
     ++m_block->count;
     Put(m_block->end++, std::move(child));
     assert(m_block->IsSound());
-    if (appended == nullptr)
+    if (appended == nullptr) {
+        ++m_block->nulls;
         return;
+    }
     Link(*appended);
     ChangeIndex([appended](ChildIndex& index) { index.Add(*appended); });
 }
@@ -223,9 +239,12 @@ void ChildList::InsertBehindFirst(SP<BNode> child)
     BNode* const inserted = child.Get();
     const int place = m_block->front--;
     ++m_block->count;
+    const bool wasNode = m_block->Slots()[place].Get() != nullptr;
     Put(m_block->front, std::exchange(m_block->Slots()[place], nullptr));
     NodeAccess::SetSlot(*inserted, place);
     m_block->Slots()[place] = std::move(child);
+    if (!wasNode)
+        m_block->TellNode(place, true);
     assert(m_block->IsSound());
     Link(*inserted);
     ChangeIndex([inserted](ChildIndex& index) { index.Add(*inserted); });
@@ -255,6 +274,16 @@ void ChildList::Rename(BNode& child, WString text) noexcept
     ChangeIndex([&child](ChildIndex& index) { index.Add(child); });
 }
 
+std::unique_ptr<TakenSlots> ChildList::PlacesOfNodes() const
+{
+    auto nodes = std::make_unique<TakenSlots>(m_block->capacity, 0, 0);
+    for (const SP<BNode>& child : *this) {
+        if (child)
+            nodes->Take(NodeAccess::Slot(*child));
+    }
+    return nodes;
+}
+
 // Moves the entries, which keep their order, to an array without holes.
 void ChildList::Rebuild(int freeInFront, int freeBehind)
 {
@@ -263,10 +292,15 @@ void ChildList::Rebuild(int freeInFront, int freeBehind)
     block->front = freeInFront;
     block->end = freeInFront;
     if (m_block) {
+        block->nulls = m_block->nulls;
+        if (block->nulls != 0)
+            block->nodes = std::make_unique<TakenSlots>(block->capacity, 0, 0);
         for (int slot = m_block->front; slot < m_block->end; slot = m_block->From(slot + 1)) {
             SP<BNode>& child = m_block->Slots()[slot];
             if (child && slot != block->end)
                 NodeAccess::SetSlot(*child, block->end);
+            if (child)
+                block->TellNode(block->end, true);
             block->Slots()[block->end++] = std::move(child);
         }
         block->byText.TakeOver(m_block->byText);
@@ -286,8 +320,10 @@ void ChildList::Shrink() noexcept
 // Into a free slot at one of the ends, which `front` and `end` include already.
 void ChildList::Put(int slot, SP<BNode> child) noexcept
 {
-    if (child)
+    if (child) {
         NodeAccess::SetSlot(*child, slot);
+        m_block->TellNode(slot, true);
+    }
     m_block->Slots()[slot] = std::move(child);
     if (m_block->taken)
         m_block->taken->Take(slot);
@@ -321,6 +357,10 @@ SP<BNode> ChildList::Take(int slot) noexcept
         return taken;
     }
     --m_block->count;
+    if (taken)
+        m_block->TellNode(slot, false);
+    else
+        --m_block->nulls;
     if (m_block->taken)
         m_block->taken->Free(slot);
     if (slot == m_block->front)
@@ -355,8 +395,11 @@ void ChildList::CloseGap(int slot) noexcept
     SP<BNode>* const slots = m_block->Slots();
     for (--m_block->end; slot < m_block->end; ++slot) {
         slots[slot] = std::move(slots[slot + 1]);
-        if (slots[slot])
+        if (slots[slot]) {
             NodeAccess::SetSlot(*slots[slot], slot);
+            m_block->TellNode(slot, true);
+            m_block->TellNode(slot + 1, false);
+        }
     }
 }
 

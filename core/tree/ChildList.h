@@ -8,6 +8,7 @@
 #include <memory>
 
 class BNode;
+class TakenSlots;
 
 /// The children of a node in their order, owned; entries may be null.
 ///
@@ -81,6 +82,7 @@ private:
     };
     using BlockOwner = std::unique_ptr<Block, BlockDeleter>;
 
+    [[nodiscard]] std::unique_ptr<TakenSlots> PlacesOfNodes() const;
     void Rebuild(int freeInFront, int freeBehind);
     void Shrink() noexcept;
     void Put(int slot, SP<BNode> child) noexcept;
