@@ -84,6 +84,7 @@ TEST(BBinProfileOnLinux, KeepsAFileThatItCouldNotOpen)
     const std::string before = FileBytes(folder / "p");
     {
         Reading profile(folder.Path("p"), ProfileReadWrite);
+        EXPECT_TRUE(profile.Read());
         {
             const ResourceLimit noMoreFiles(RLIMIT_NOFILE, 0);
             EXPECT_TRUE(profile.Read());
