@@ -35,7 +35,8 @@ public:
     [[nodiscard]] bool Mend(BlockReader& part, NewFile& out);
 
 private:
-    void CopyRecord(ArchiveFile& archive, const RecordHead& head, NewFile& out);
+    // False for one that is not whole.
+    [[nodiscard]] bool CopyRecord(ArchiveFile& archive, const RecordHead& head, NewFile& out);
     void FindFaults(ArchiveFile& archive, std::uint64_t start, const RecordUses& uses);
     void FindFaults(ArchiveFile& archive, const NodeFields& node, std::uint32_t number,
                     const RecordUses& uses);
@@ -76,8 +77,11 @@ bool ArchiveRecovery::CopyWholeRecords(NewFile& out)
     RecordHead head;
     while (m_file.Left() != 0 && m_file.IsGood()) {
         if (archive.ReadHead(head)) {
-            CopyRecord(archive, head, out);
-            m_file.MoveTo(head.payload + head.payloadSize);
+            // What is damaged may be the size, and the next record stand before its end.
+            const bool isCopied = CopyRecord(archive, head, out);
+            m_file.MoveTo(isCopied ? head.payload + head.payloadSize : head.payload);
+            if (!isCopied)
+                archive.FindNextRecord();
             continue;
         }
         m_hasLost = true;
@@ -91,7 +95,7 @@ bool ArchiveRecovery::CopyWholeRecords(NewFile& out)
     return m_file.IsGood();
 }
 
-void ArchiveRecovery::CopyRecord(ArchiveFile& archive, const RecordHead& head, NewFile& out)
+bool ArchiveRecovery::CopyRecord(ArchiveFile& archive, const RecordHead& head, NewFile& out)
 {
     const std::optional<std::uint64_t> index = NArchive::IndexOfText(head.indexText);
     const bool isBroken = !index || (head.IsNode() && !archive.Node(head)) ||
@@ -102,12 +106,13 @@ void ArchiveRecovery::CopyRecord(ArchiveFile& archive, const RecordHead& head, N
         m_hasLost = true;
         if (m_lostLabel.empty())
             m_lostLabel = head.label;
-        return;
+        return false;
     }
     m_lastIndex = std::max(m_lastIndex, *index);
     ++m_copied;
     m_file.MoveTo(head.position);
     out.Copy(m_file, head.payload + head.payloadSize);
+    return true;
 }
 
 bool ArchiveRecovery::Mend(BlockReader& part, NewFile& out)
