@@ -50,8 +50,9 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
                                const std::function<const WChar*()>& next);
 
 /// `fgetws`: units up to and with the next line feed, at most `room` - 1 of them (`room` being 2 or
-/// more), terminated; the buffer stays as it was behind that. False at the end of the stream with nothing read, or on an error. The stream
-/// is one of the Unicode text modes, or opened binary on UTF-16LE text.
+/// more), terminated; the buffer stays as it was behind that. False at the end of the stream with
+/// nothing read, or on an error. The stream is one of the Unicode text modes, or opened binary on
+/// UTF-16LE text.
 ///
 /// Intended: U+FFFF, which the runtime library takes for its end mark, ends a piece like a line
 /// feed and is dropped; it gives false when nothing stands before it.
