@@ -233,7 +233,8 @@ private:
         constexpr std::size_t small = 1024; // below it a block has no room to spare
         if (capacity < small)
             return capacity;
-        const std::size_t step = std::bit_floor(capacity) / 8;
+        const std::size_t step = std::bit_floor(capacity) / 8; // 128 or more
+        // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): it does not know `bit_floor`
         return (capacity + step - 1) / step * step;
     }
 

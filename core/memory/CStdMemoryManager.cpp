@@ -73,6 +73,7 @@ struct CStdMemoryManager::Blocks {
     }
     void Remove(CStdMemoryBlock& block)
     {
+        assert(block.m_link != nullptr);
         *block.m_link = block.m_next;
         if (block.m_next != nullptr)
             block.m_next->m_link = block.m_link;

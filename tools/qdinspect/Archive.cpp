@@ -238,11 +238,12 @@ void RecordInspector::CheckRecord(const RecordHead& head)
     if (!head.label.empty() && m_archive.FindLabel(head.label) != m_count)
         m_report.DamageAt(head.position)
             << "a later record has the label " << Quoted(head.label) << ", too, and counts\n";
-    if (head.IsBitArray() && m_archive.Picture(head).empty())
+    if (head.IsBitArray() && m_archive.Picture(head).empty()) {
         m_report.DamageAt(head.payload)
             << "the record of object " << Quoted(head.indexText) << " holds no whole bit array\n";
-    else if (!head.IsBitArray())
+    } else if (!head.IsBitArray()) {
         CheckNode(head);
+    }
 }
 
 void RecordInspector::CheckNode(const RecordHead& head)
@@ -296,12 +297,13 @@ void RecordInspector::CheckChildren(const RecordHead& head,
         if (number == ArchiveFile::kNone)
             continue;
         std::uint32_t& parent = m_uses.parents[number];
-        if (parent != ArchiveFile::kNone)
+        if (parent != ArchiveFile::kNone) {
             m_report.DamageAt(head.payload)
                 << "object " << Quoted(IndexText(index)) << " is a child of "
                 << Quoted(head.indexText) << ", and of another node or twice\n";
-        else
+        } else {
             parent = m_count;
+        }
     }
 }
 
@@ -331,10 +333,11 @@ void RecordInspector::End()
     m_report.Line() << m_count << " whole records\n";
     Cut shown = m_report.NewCut();
     for (const auto& [nameAndVersion, count] : m_classes) {
-        if (shown.Shows())
+        if (shown.Shows()) {
             m_report.Line() << "class " << Quoted(nameAndVersion.first) << " version "
                             << nameAndVersion.second << ": " << count.records << " records, "
                             << count.bytes << " bytes\n";
+        }
     }
     shown.End("", "classes");
 }

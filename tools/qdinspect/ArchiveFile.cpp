@@ -188,10 +188,11 @@ std::optional<NodeFields> ArchiveFile::Node(const RecordHead& head)
     constexpr char known = NNode::kActiveFlag | NNode::kLockedFlag;
     bool isLikely = (target.flags & ~known) == 0 &&
                     (target.node.object == 0 || Find(target.node.object) != kNone);
-    for (const std::vector<std::uint64_t>& list : target.node.lists)
+    for (const std::vector<std::uint64_t>& list : target.node.lists) {
         isLikely = isLikely && std::ranges::all_of(list, [this](std::uint64_t index) {
                        return index == 0 || Find(index) != kNone;
                    });
+    }
     return isLikely ? std::optional(std::move(target.node)) : std::nullopt;
 }
 

@@ -87,10 +87,11 @@ void TellSuspicion(const BArray<WString>& cells, std::uint64_t line, Report& rep
     }
     const WideText expected = Placeholders(standard);
     const WideText placeholders = Placeholders(translation);
-    if (expected != placeholders)
+    if (expected != placeholders) {
         report.SuspicionInLine(line)
             << Cell(cells[0]) << " has the placeholders " << Quoted(expected) << " in one text and "
             << Quoted(placeholders) << " in the other\n";
+    }
 }
 
 } // namespace
@@ -113,11 +114,12 @@ void InspectLanguageFile(const WChar* path, Report& report)
         if (shown.Shows())
             report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1])
                           << ' ' << Cell(cells[2]) << '\n';
-        if (EntrySink* const entriesOut = report.Export())
+        if (EntrySink* const entriesOut = report.Export()) {
             entriesOut->Entry({{"line", line},
                                {"key", Utf8(WideView(cells[0].CStr()))},
                                {"default", Utf8(WideView(cells[1].CStr()))},
                                {"translation", Utf8(WideView(cells[2].CStr()))}});
+        }
         // Without overwriting, so that the second entry of a key is told.
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
             report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";

@@ -76,13 +76,14 @@ public:
         if (line.empty())
             return;
         const std::optional<LogLine> parsed = Parse(line);
-        if (!parsed)
+        if (!parsed) {
             m_report.SuspicionInLine(m_line)
                 << Quoted(line) << " is no line of a log, or the text before it goes on\n";
-        else if (parsed->ms)
+        } else if (parsed->ms) {
             InspectStep(*parsed);
-        else
+        } else {
             InspectStart(*parsed);
+        }
     }
 
     void End()
