@@ -59,7 +59,7 @@ TEST(CharClass, KnowsUnicodeButSurrogatesOnlyAsHalves)
     for (const auto& [unit, classes] : cases)
         EXPECT_EQ(ClassesOf(unit), classes) << static_cast<unsigned>(unit);
     // Vowel signs of two scripts and numerals count as letters, others do not.
-    for (const unsigned unit : {0x0E31, 0x0E34, 0x1885, 0x1886, 0x2160, 0x0E48, 0x093E}) {
+    for (const unsigned unit : {0x0E31U, 0x0E34U, 0x1885U, 0x1886U, 0x2160U, 0x0E48U, 0x093EU}) {
         const char* const classes = unit == 0x0E48 || unit == 0x093E ? "" : "apn";
         EXPECT_TRUE(!kIsOffWindows || ClassesOf(static_cast<WChar>(unit)) == classes) << unit;
     }
