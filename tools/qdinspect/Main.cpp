@@ -222,6 +222,7 @@ int Run(int argc, char** argv)
 {
     Options options;
     CLI::App app("Shows what a file of qdcore holds and where it is damaged.", "qdinspect");
+    app.allow_windows_style_options(false); // "/" begins a path there, too
     app.footer(kExamples);
     app.require_subcommand(1);
     app.set_version_flag("--version", "qdinspect " QD_INSPECT_VERSION);
