@@ -9,8 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <optional>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -124,12 +127,14 @@ protected:
         Prepared::Register();
     }
 
-    // An archive of nodes with the index texts "1", "2", ... (up to 9).
+    // An archive of nodes with the index texts "1", "2", ...
     void PutNodes(const std::vector<NodeRecord>& nodes)
     {
         std::string bytes = HeaderBytes("class Doc", 7);
-        for (int index = 0; const NodeRecord& node : nodes)
-            bytes += RecordBytes(std::to_string(++index), "", "class BNode", 2, PayloadOf(node));
+        for (std::uint64_t index = 0; const NodeRecord& node : nodes) {
+            const std::string text = BSmartObj::Id(++index).CStr();
+            bytes += RecordBytes(text, "", "class BNode", 2, PayloadOf(node));
+        }
         Put(bytes);
     }
 
@@ -254,6 +259,45 @@ TEST_F(BNodeArchiveTest, GraphsThatAreNoTreesAreRefused)
         EXPECT_EQ(node->AnnotationNum(), c.nodes[0].annotation != 0 ? 1 : 0);
         EXPECT_TRUE(node->Parent() == nullptr || node->Parent() == node->GetObj());
         node->Clear(); // breaks the circles
+    }
+}
+
+TEST_F(BNodeArchiveTest, NullEntriesKeepTheirPlacesThroughARandomHistory)
+{
+    constexpr int kEntries = 200;
+    std::vector<NodeRecord> records(1);
+    for (int entry = 0; entry < kEntries; ++entry) {
+        const bool isNode = entry % 5 == 3;
+        records[0].children.push_back(isNode ? static_cast<int>(records.size()) + 1 : 0);
+        if (isNode)
+            records.push_back({{}, 1});
+    }
+    PutNodes(records);
+    const SP<BNode> root = TakeOut("1");
+    ASSERT_TRUE(root && root->ChildNum() == kEntries);
+    std::vector<const BNode*> expected;
+    for (int entry = 0; entry < kEntries; ++entry)
+        expected.push_back(root->Child(entry));
+    std::mt19937 random(1);
+    while (!expected.empty()) {
+        const auto place = static_cast<std::ptrdiff_t>(random() % expected.size());
+        if (random() % 4 == 0) {
+            const bool isBehindFirst = random() % 2 == 0;
+            const SP<BNode> child(new BNode);
+            ASSERT_TRUE(root->AddChild(child.Get(), isBehindFirst ? 0 : -1));
+            expected.insert(isBehindFirst ? expected.begin() + 1 : expected.end(), child.Get());
+        } else {
+            static_cast<void>(root->RemoveChild(static_cast<int>(place)));
+            expected.erase(expected.begin() + place);
+        }
+        ASSERT_EQ(root->ChildNum(), static_cast<int>(expected.size()));
+        const BNode* next = nullptr;
+        for (auto i = static_cast<int>(expected.size()); i-- > 0;) {
+            const BNode* const child = root->Child(i);
+            ASSERT_EQ(child, expected[static_cast<std::size_t>(i)]);
+            ASSERT_TRUE(child == nullptr || child->Sister() == next);
+            next = child != nullptr ? child : next;
+        }
     }
 }
 
