@@ -19,7 +19,7 @@
 # include <QVariant>
 #endif
 #if defined(QD_BENCH_SQLITE)
-# include <sqlite3.h>
+# include "bench/profile/BenchDatabase.h"
 
 # include <unordered_map>
 # include <variant>
@@ -211,7 +211,8 @@ public:
     {
         if (sqlite3_open(path.c_str(), &m_database) != SQLITE_OK)
             std::abort();
-        Run("CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value) WITHOUT ROWID");
+        RunSql(m_database,
+               "CREATE TABLE IF NOT EXISTS settings(name TEXT PRIMARY KEY, value) WITHOUT ROWID");
     }
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -219,8 +220,8 @@ public:
 
     void Save(std::int64_t count)
     {
-        Run("BEGIN; DELETE FROM settings");
-        sqlite3_stmt* insert = Prepare("INSERT INTO settings VALUES(?, ?)");
+        RunSql(m_database, "BEGIN; DELETE FROM settings");
+        sqlite3_stmt* insert = PrepareSql(m_database, "INSERT INTO settings VALUES(?, ?)");
         const char block[kBlockSize] = {};
         for (std::int64_t index = 0; index < count; ++index) {
             const std::string name = MappedKey(index);
@@ -237,7 +238,7 @@ public:
             sqlite3_reset(insert);
         }
         sqlite3_finalize(insert);
-        Run("COMMIT");
+        RunSql(m_database, "COMMIT");
     }
 
     using Values = std::unordered_map<std::string, std::variant<std::int64_t, double, std::string>>;
@@ -245,7 +246,7 @@ public:
     Values Load()
     {
         Values values;
-        sqlite3_stmt* select = Prepare("SELECT name, value FROM settings");
+        sqlite3_stmt* select = PrepareSql(m_database, "SELECT name, value FROM settings");
         while (sqlite3_step(select) == SQLITE_ROW)
             values.emplace(Bytes(select, 0), Value(select));
         sqlite3_finalize(select);
@@ -253,19 +254,6 @@ public:
     }
 
 private:
-    void Run(const char* text)
-    {
-        if (sqlite3_exec(m_database, text, nullptr, nullptr, nullptr) != SQLITE_OK)
-            std::abort();
-    }
-    sqlite3_stmt* Prepare(const char* text)
-    {
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(m_database, text, -1, &statement, nullptr) != SQLITE_OK)
-            std::abort();
-        return statement;
-    }
-
     static std::string Bytes(sqlite3_stmt* row, int column)
     {
         const auto* const start = static_cast<const char*>(sqlite3_column_blob(row, column));

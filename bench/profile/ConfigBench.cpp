@@ -18,7 +18,7 @@
 # include <QTemporaryDir>
 #endif
 #if defined(QD_BENCH_SQLITE)
-# include <sqlite3.h>
+# include "bench/profile/BenchDatabase.h"
 #endif
 
 // One value at a time among `values` of them in one node, in random order. Each write is through
@@ -187,13 +187,15 @@ public:
     {
         if (sqlite3_open(m_file.Narrow().c_str(), &m_database) != SQLITE_OK)
             std::abort();
-        Run("PRAGMA encoding = 'UTF-16le'; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
+        RunSql(
+            m_database,
+            "PRAGMA encoding = 'UTF-16le'; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
             "CREATE TABLE settings (name TEXT PRIMARY KEY, value INTEGER) WITHOUT ROWID; BEGIN");
-        m_write = Prepare("INSERT OR REPLACE INTO settings VALUES (?, ?)");
-        m_read = Prepare("SELECT value FROM settings WHERE name = ?");
+        m_write = PrepareSql(m_database, "INSERT OR REPLACE INTO settings VALUES (?, ?)");
+        m_read = PrepareSql(m_database, "SELECT value FROM settings WHERE name = ?");
         for (const WString& name : names)
             Write(name, 0);
-        Run("COMMIT");
+        RunSql(m_database, "COMMIT");
     }
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -220,19 +222,6 @@ public:
     }
 
 private:
-    void Run(const char* text)
-    {
-        if (sqlite3_exec(m_database, text, nullptr, nullptr, nullptr) != SQLITE_OK)
-            std::abort();
-    }
-    sqlite3_stmt* Prepare(const char* text)
-    {
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(m_database, text, -1, &statement, nullptr) != SQLITE_OK)
-            std::abort();
-        return statement;
-    }
-
     const BenchFile m_file{"settings"};
     sqlite3* m_database = nullptr;
     sqlite3_stmt* m_write = nullptr;
