@@ -137,7 +137,8 @@ class Finder:
             for branch in children[1:]:
                 self.statement(branch)
         elif kind == Kind.CONDITIONAL_OPERATOR:
-            self.condition(children[0], b"true", b"false")
+            if self.place(children[0]) != self.place(cursor):  # the same where a macro makes both
+                self.condition(children[0], b"true", b"false")
         elif kind == Kind.WHILE_STMT:
             self.condition(children[0], b"false")
             self.statement(children[-1])
