@@ -12,20 +12,18 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/CommandLine.h"
 #include "tools/qdinspect/Diff.h"
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Report.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -37,32 +35,6 @@ constexpr int kNothing = 2;
 
 // Bytes; a text is taken into memory as a whole, other files piece by piece.
 constexpr std::uint64_t kLargestText = 1u << 30;
-
-constexpr const char* kExamples = R"(
-Examples:
-  qdinspect part.qda                 what an archive holds: its records and its tree of nodes
-  qdinspect --all german.lng         each entry of a language file, with what is wrong with it
-  qdinspect check settings.bin       nothing but the damage, on the standard error output
-  qdinspect lint german.lng          for a script: fails where texts or placeholders are missing
-  qdinspect export --json part.qda   all of it for another program, long texts of nodes cut
-  qdinspect recover bad.qda new.qda  the whole records of a damaged archive; children of nodes that
-                                     are lost stand below a node "recovered"
-  qdinspect diff old.ini new.ini     keys that came, went or changed, in whatever order they stand
-  qdinspect show --kind text a.ini   takes the file for a text profile whatever it looks like
-
-Kinds of files: archive, binary (profile), text (profile), language, log (of the profiler).
-Exit codes: 0 whole, 1 damaged (lint: or suspicious; diff: different), 2 there is nothing to inspect.
-)";
-
-enum class ECommand { Show, Check, Lint, Export, Recover, Diff };
-
-struct Options {
-    std::string path;
-    std::string newPath;         // to recover to
-    EKind kind = EKind::Unknown; // by the content
-    bool showsAll = false;
-    ECommand command = ECommand::Show;
-};
 
 int Nothing(const Options& options, const std::string& why)
 {
@@ -91,16 +63,6 @@ void InspectAs(EKind kind, BlockReader& file, const WideText& path, Report& repo
     const bool isWide = kind == EKind::Language ? !HasUtf8Mark(file) : HasUtf16Mark(file);
     if (IsText(kind) && isWide && file.Size() % sizeof(WChar) != 0)
         report.DamageAt(file.Size() - 1) << "half a character\n";
-}
-
-const std::map<std::string, EKind>& Kinds()
-{
-    static const std::map<std::string, EKind> kinds = {{"archive", EKind::Archive},
-                                                       {"binary", EKind::BinaryProfile},
-                                                       {"text", EKind::TextProfile},
-                                                       {"language", EKind::Language},
-                                                       {"log", EKind::Log}};
-    return kinds;
 }
 
 std::string NameOf(EKind kind)
@@ -194,76 +156,16 @@ int Inspect(const Options& options)
     return Inspect(options.command, kind, file, widePath, options.showsAll);
 }
 
-void AddFileOptions(CLI::App& command, Options& options)
-{
-    command.add_option("FILE", options.path, "The file to inspect")->required();
-    command.add_option("--kind", options.kind, "Take the file for one of this kind")
-        ->transform(CLI::CheckedTransformer(Kinds()).description(""))
-        ->option_text("archive|binary|text|language|log");
-}
-
-// `show` is the command when none is named.
-std::vector<std::string> Arguments(const CLI::App& app, int argc, char** argv)
-{
-    std::vector<std::string> arguments(argv + 1, argv + argc);
-    const bool isNamed = arguments.empty() ||
-                         std::ranges::any_of(app.get_subcommands(nullptr),
-                                             [&](const CLI::App* command) {
-                                                 return command->get_name() == arguments.front();
-                                             }) ||
-                         app.get_option_no_throw(arguments.front()) != nullptr;
-    if (!isNamed)
-        arguments.insert(arguments.begin(), "show");
-    std::ranges::reverse(arguments); // as CLI11 takes them
-    return arguments;
-}
-
 int Run(int argc, char** argv)
 {
     Options options;
-    CLI::App app("Shows what a file of qdcore holds and where it is damaged.", "qdinspect");
-    app.allow_windows_style_options(false); // "/" begins a path there, too
-    app.footer(kExamples);
-    app.require_subcommand(1);
-    app.set_version_flag("--version", "qdinspect " QD_INSPECT_VERSION);
-    CLI::App& show = *app.add_subcommand("show", "Print what the file holds (the default)");
-    AddFileOptions(show, options);
-    show.add_flag("--all", options.showsAll, "Print long lists whole");
-    CLI::App& check = *app.add_subcommand("check", "Print the damage alone, as messages");
-    AddFileOptions(check, options);
-    CLI::App& lint = *app.add_subcommand(
-        "lint", "Print what is wrong or suspicious in a language file, as messages");
-    AddFileOptions(lint, options);
-    CLI::App& exportCommand =
-        *app.add_subcommand("export", "Write what the file holds for other programs");
-    AddFileOptions(exportCommand, options);
-    exportCommand
-        .add_flag(
-            "--json", [](std::int64_t) {}, "As JSON, to the standard output")
-        ->required();
-    CLI::App& recover = *app.add_subcommand("recover", "Write what is whole into a new file");
-    AddFileOptions(recover, options);
-    recover.add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
-        ->required();
-    CLI::App& diff = *app.add_subcommand(
-        "diff", "Print the entries that differ in two profiles or language files");
-    AddFileOptions(diff, options);
-    diff.add_option("OTHER", options.newPath, "The file to compare with")->required();
+    CLI::App app;
+    DescribeCommands(app, options);
     try {
-        app.parse(Arguments(app, argc, argv));
+        app.parse(ArgumentsFor(app, {argv + 1, argv + argc}));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kNothing;
     }
-    if (check.parsed())
-        options.command = ECommand::Check;
-    else if (lint.parsed())
-        options.command = ECommand::Lint;
-    else if (exportCommand.parsed())
-        options.command = ECommand::Export;
-    else if (recover.parsed())
-        options.command = ECommand::Recover;
-    else if (diff.parsed())
-        options.command = ECommand::Diff;
     // Such as missing memory: that says nothing of the file.
     try {
         return Inspect(options);

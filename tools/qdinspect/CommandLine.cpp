@@ -1,0 +1,134 @@
+#include "tools/qdinspect/CommandLine.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+// The commands, their options and their examples: the one description that parses the command line
+// and prints the help.
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  qdinspect part.qda
+      what an archive holds: its records and its tree of nodes
+  qdinspect check settings.bin
+      nothing but the damage, on the standard error output
+  qdinspect recover bad.qda new.qda
+      the whole records of a damaged archive
+  qdinspect show --help
+      the options of a command, and more examples
+
+Kinds of files:
+  archive, binary (profile), text (profile), language, log (of the profiler);
+  the content tells which, unless --kind does
+
+Exit codes:
+  0 whole, 1 damaged (lint: or suspicious; diff: different),
+  2 there is nothing to inspect
+)";
+
+constexpr const char* kShowExamples = R"(Examples:
+  qdinspect part.qda
+      records, classes and the tree of an archive's nodes, long lists cut
+  qdinspect --all german.lng
+      each entry of a language file, with what is wrong with it
+  qdinspect show --kind text a.ini
+      takes the file for a text profile whatever it looks like
+)";
+
+constexpr const char* kCheckExamples = R"(Examples:
+  qdinspect check settings.bin
+      nothing but the damage, on the standard error output
+  qdinspect check part.qda 2>/dev/null && cp part.qda /backup
+      for a script, that goes by the exit code
+)";
+
+constexpr const char* kLintExamples = R"(Examples:
+  qdinspect lint german.lng
+      fails where texts are missing or placeholders differ
+)";
+
+constexpr const char* kExportExamples = R"(Examples:
+  qdinspect export --json part.qda > part.json
+      all of it for another program, long texts of nodes cut
+)";
+
+constexpr const char* kRecoverExamples = R"(Examples:
+  qdinspect recover bad.qda new.qda
+      children of nodes that are lost stand below a node "recovered"
+)";
+
+constexpr const char* kDiffExamples = R"(Examples:
+  qdinspect diff old.ini new.ini
+      keys that came, went or changed, in whatever order they stand
+)";
+
+CLI::App& AddCommand(CLI::App& app, Options& options, ECommand which, const char* name,
+                     const char* description, const char* examples)
+{
+    CLI::App& command = *app.add_subcommand(name, description);
+    command.footer(examples);
+    command.callback([&options, which] { options.command = which; });
+    command.add_option("FILE", options.path, "The file to inspect")->required();
+    command.add_option("--kind", options.kind, "Take the file for one of this kind")
+        ->transform(CLI::CheckedTransformer(Kinds()).description(""))
+        ->option_text("archive|binary|text|language|log");
+    return command;
+}
+
+} // namespace
+
+const std::map<std::string, EKind>& Kinds()
+{
+    static const std::map<std::string, EKind> kinds = {{"archive", EKind::Archive},
+                                                       {"binary", EKind::BinaryProfile},
+                                                       {"text", EKind::TextProfile},
+                                                       {"language", EKind::Language},
+                                                       {"log", EKind::Log}};
+    return kinds;
+}
+
+void DescribeCommands(CLI::App& app, Options& options)
+{
+    app.name("qdinspect");
+    app.description("Shows what a file of qdcore holds and where it is damaged.");
+    app.allow_windows_style_options(false); // "/" begins a path there, too
+    app.footer(kFooter);
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "qdinspect " QD_INSPECT_VERSION);
+    const auto add = [&](ECommand which, const char* name, const char* description,
+                         const char* examples) -> CLI::App& {
+        return AddCommand(app, options, which, name, description, examples);
+    };
+    add(ECommand::Show, "show", "Print what the file holds (the default)", kShowExamples)
+        .add_flag("--all", options.showsAll, "Print long lists whole");
+    add(ECommand::Check, "check", "Print the damage alone, as messages", kCheckExamples);
+    add(ECommand::Lint, "lint", "Print what is wrong or suspicious in a language file, as messages",
+        kLintExamples);
+    add(ECommand::Export, "export", "Write what the file holds for other programs", kExportExamples)
+        .add_flag(
+            "--json", [](std::int64_t) {}, "As JSON, to the standard output")
+        ->required();
+    add(ECommand::Recover, "recover", "Write what is whole into a new file", kRecoverExamples)
+        .add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
+        ->required();
+    add(ECommand::Diff, "diff", "Print the entries that differ in two profiles or language files",
+        kDiffExamples)
+        .add_option("OTHER", options.newPath, "The file to compare with")
+        ->required();
+}
+
+std::vector<std::string> ArgumentsFor(const CLI::App& app, std::vector<std::string> arguments)
+{
+    const auto isCommand = [&](const CLI::App* command) {
+        return command->get_name() == arguments.front();
+    };
+    const bool isNamed = arguments.empty() ||
+                         std::ranges::any_of(app.get_subcommands(nullptr), isCommand) ||
+                         app.get_option_no_throw(arguments.front()) != nullptr;
+    if (!isNamed)
+        arguments.insert(arguments.begin(), "show");
+    std::ranges::reverse(arguments); // as CLI11 takes them
+    return arguments;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "tools/qdinspect/FileKind.h"
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <string>
+#include <vector>
+
+enum class ECommand { Show, Check, Lint, Export, Recover, Diff };
+
+/// What the caller asks for.
+struct Options {
+    std::string path;
+    std::string newPath;         // to write to, or to compare with
+    EKind kind = EKind::Unknown; // by the content
+    bool showsAll = false;
+    ECommand command = ECommand::Show;
+};
+
+/// The kinds of files by the names that the command line has for them.
+[[nodiscard]] const std::map<std::string, EKind>& Kinds();
+
+/// Tells `app` all that the command line may hold; parsing then fills `options`.
+void DescribeCommands(CLI::App& app, Options& options);
+
+/// The arguments as `app` parses them: `show` is the command when none is named.
+[[nodiscard]] std::vector<std::string> ArgumentsFor(const CLI::App& app,
+                                                    std::vector<std::string> arguments);
