@@ -113,10 +113,12 @@ Json RecordEntry(ArchiveFile& archive, const RecordHead& head)
                   {"bytes", head.payloadSize}};
     if (!head.label.empty())
         entry["label"] = Utf8(head.label);
-    if (head.IsBitArray())
-        entry["picture"] = archive.Picture(head);
-    else if (const std::optional<NodeFields> node = archive.Node(head))
+    if (head.IsBitArray()) {
+        const std::optional<BitPicture> picture = archive.Picture(head);
+        entry["picture"] = picture ? picture->Lines() : std::vector<std::string>();
+    } else if (const std::optional<NodeFields> node = archive.Node(head)) {
         entry["node"] = NodeEntry(*node);
+    }
     return entry;
 }
 
@@ -238,7 +240,7 @@ void RecordInspector::CheckRecord(const RecordHead& head)
     if (!head.label.empty() && m_archive.FindLabel(head.label) != m_count)
         m_report.DamageAt(head.position)
             << "a later record has the label " << Quoted(head.label) << ", too, and counts\n";
-    if (head.IsBitArray() && m_archive.Picture(head).empty()) {
+    if (head.IsBitArray() && !m_archive.Picture(head)) {
         m_report.DamageAt(head.payload)
             << "the record of object " << Quoted(head.indexText) << " holds no whole bit array\n";
     } else if (!head.IsBitArray()) {

@@ -196,45 +196,58 @@ std::optional<NodeFields> ArchiveFile::Node(const RecordHead& head)
     return isLikely ? std::optional(std::move(target.node)) : std::nullopt;
 }
 
-std::vector<std::string> ArchiveFile::Picture(const RecordHead& head)
+std::vector<std::string> BitPicture::Lines() const
 {
-    constexpr std::int64_t most[] = {64, 16}; // columns, rows
-    constexpr std::int64_t mostBytes = 64;    // of a cell
-    std::int32_t extent[3] = {};              // width, height, bytes of a cell
+    std::vector<std::string> lines = {std::to_string(width) + " x " + std::to_string(height) +
+                                      " cells of " + std::to_string(cellSize) + " bytes"};
+    for (std::int64_t row = 0; row < rows; ++row) {
+        std::string line;
+        for (std::int64_t column = 0; column < columns; ++column) {
+            const bool isSet = Cell(row, column).find_first_not_of('\0') != std::string_view::npos;
+            line += isSet ? '#' : '.';
+        }
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::optional<BitPicture> ArchiveFile::Picture(const RecordHead& head, std::int64_t mostColumns,
+                                               std::int64_t mostRows)
+{
+    std::int32_t extent[3] = {}; // width, height, bytes of a cell
     m_file.MoveTo(head.payload, head.payload + head.payloadSize);
     const bool isRead = m_file.Read(extent, sizeof extent);
     const std::uint64_t data = m_file.Position();
     const std::uint64_t left = m_file.Left();
     m_file.MoveTo(head.payload, m_file.Size());
     if (!isRead || extent[2] < 0)
-        return {};
+        return std::nullopt;
+    BitPicture picture;
+    picture.width = extent[0];
+    picture.height = extent[1];
+    picture.cellSize = extent[2];
+    if (left == 0 || extent[2] == 0) // an array without data has written none
+        return picture;
     const std::int64_t width = std::max(extent[0], 0);
     const std::int64_t height = std::max(extent[1], 0);
-    std::vector<std::string> lines = {std::to_string(extent[0]) + " x " +
-                                      std::to_string(extent[1]) + " cells of " +
-                                      std::to_string(extent[2]) + " bytes"};
-    if (left == 0 || extent[2] == 0) // an array without data has written none
-        return lines;
     const auto cellSize = static_cast<std::uint64_t>(extent[2]);
     if (height != 0 && static_cast<std::uint64_t>(width * height) > left / cellSize)
-        return {};
-    const std::int64_t rows = std::min(height, most[1]);
-    const std::int64_t columns = std::min(width, most[0]);
-    for (std::int64_t row = 0; row < rows; ++row) {
-        std::string line;
-        for (std::int64_t column = 0; column < columns; ++column) {
-            const std::int64_t cell = row * height / rows * width + column * width / columns;
-            char bytes[mostBytes] = {};
-            m_file.MoveTo(data + static_cast<std::uint64_t>(cell) * cellSize);
-            const bool isCellRead =
-                m_file.Read(bytes, std::min<std::uint64_t>(cellSize, mostBytes));
-            const bool isSet = std::ranges::any_of(bytes, [](char byte) { return byte != 0; });
-            line += isCellRead && isSet ? '#' : '.';
+        return std::nullopt;
+    picture.rows = std::min(height, mostRows);
+    picture.columns = std::min(width, mostColumns);
+    std::string cell(picture.TakenSize(), '\0');
+    for (std::int64_t row = 0; row < picture.rows; ++row) {
+        for (std::int64_t column = 0; column < picture.columns; ++column) {
+            const std::int64_t number =
+                row * height / picture.rows * width + column * width / picture.columns;
+            m_file.MoveTo(data + static_cast<std::uint64_t>(number) * cellSize);
+            if (!m_file.Read(cell.data(), cell.size()))
+                cell.assign(cell.size(), '\0');
+            picture.bytes += cell;
         }
-        lines.push_back(line);
     }
     m_file.MoveTo(head.payload);
-    return lines;
+    return picture;
 }
 
 // With texts of the lengths that names have, so that the search takes no more than a look at each

@@ -4,9 +4,11 @@
 #include "core/archive/RecordDirectory.h"
 #include "core/platform/WideText.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class BlockReader;
@@ -47,6 +49,31 @@ struct RecordHead {
     [[nodiscard]] bool Is(std::string_view name) const;
 };
 
+/// Cells of a bit array that stand for all, if these are many: evenly chosen columns of rows.
+struct BitPicture {
+    static constexpr std::uint64_t kMostBytes = 64; // of a cell; further ones are not looked at
+
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t cellSize = 0; // bytes
+    std::int64_t columns = 0;
+    std::int64_t rows = 0;
+    std::string bytes; // row by row, of each cell at most `kMostBytes`
+
+    [[nodiscard]] std::uint64_t TakenSize() const
+    {
+        return (std::min)(static_cast<std::uint64_t>(cellSize), kMostBytes);
+    }
+    /// The bytes of a cell that was chosen.
+    [[nodiscard]] std::string_view Cell(std::int64_t row, std::int64_t column) const
+    {
+        const auto number = static_cast<std::uint64_t>(row * columns + column);
+        return std::string_view(bytes).substr(number * TakenSize(), TakenSize());
+    }
+    /// Line by line, "#" where a bit of the cell is set; the extent stands before that.
+    [[nodiscard]] std::vector<std::string> Lines() const;
+};
+
 /// The records of an archive's file, read when they are asked for: in memory is only where each
 /// begins. The reader stays the caller's and outlives this.
 class ArchiveFile {
@@ -79,9 +106,10 @@ public:
     /// it is taken for that.
     [[nodiscard]] std::optional<NodeFields> Node(const RecordHead& head);
 
-    /// Some cells of a bit array, line by line, "#" where a bit of the cell is set, at most
-    /// `width` x `height` of them; the extent stands before that. Empty when the record ends early.
-    [[nodiscard]] std::vector<std::string> Picture(const RecordHead& head);
+    /// Cells of a bit array, at most so many columns and rows. None when the record ends early.
+    [[nodiscard]] std::optional<BitPicture> Picture(const RecordHead& head,
+                                                    std::int64_t mostColumns = 64,
+                                                    std::int64_t mostRows = 16);
 
     /// Goes on searching at the reader's position for a place where a record begins, for what lies
     /// behind a broken one, and moves there; to the end of the file where there is none.

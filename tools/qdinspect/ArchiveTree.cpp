@@ -4,13 +4,12 @@
 
 #include <algorithm>
 #include <ostream>
-#include <string>
 #include <utility>
 
 // The trees of an archive, from its nodes that are nobody's child.
 //
-// Records are read as they are printed, in a loop: a document may be a line of a million nodes. A
-// node that was printed is not printed again, whatever a file says of children.
+// Records are read as they are told, in a loop: a document may be a line of a million nodes. A node
+// that was told is not told again, whatever a file says of children.
 
 namespace {
 
@@ -19,25 +18,17 @@ using platform::WideView;
 constexpr std::uint64_t kShownNodes = 200; // where not all are wanted
 constexpr std::uint64_t kIndents = 32;     // deeper nodes have their depth in front
 
-std::string Indent(std::uint64_t depth)
-{
-    std::string indent(2 * std::min(depth, kIndents), ' ');
-    if (depth > kIndents)
-        indent.append("[").append(std::to_string(depth)).append("] ");
-    return indent;
-}
-
-class TreePrinter {
+class TreeWalk {
 public:
-    TreePrinter(ArchiveFile& archive, RecordUses uses, Report& report)
+    TreeWalk(ArchiveFile& archive, RecordUses uses, TreeSink& sink)
         : m_archive(archive)
         , m_uses(std::move(uses))
-        , m_report(report)
+        , m_sink(sink)
+        , m_most(sink.MostShown())
         , m_isShown(m_uses.isNode.size())
-        , m_nodesLeft(report.ShowsAll() ? m_uses.isNode.size() : kShownNodes)
     {}
 
-    void ShowAll();
+    void TellAll();
 
 private:
     struct Level {
@@ -45,23 +36,138 @@ private:
         std::uint64_t depth;
         std::vector<std::uint64_t> children;
         std::size_t next;
-        Cut shown;
+        std::size_t end; // of those that are told
     };
 
-    void ShowTree(std::uint32_t root);
-    void EndLevel(Level& level);
-    // What the node holds stands below it.
-    [[nodiscard]] Level ShowNode(std::uint32_t number, std::uint64_t depth);
-    void ShowHeld(const char* role, std::uint64_t index, const std::string& indent);
-    void ShowLoose();
-    [[nodiscard]] std::string Shared(std::uint32_t number) const;
+    [[nodiscard]] TreeRecord Record(std::uint32_t number);
+    [[nodiscard]] TreeRecord RecordOf(std::uint64_t index);
+    void TellTree(std::uint32_t root);
+    void EndLevel(const Level& level);
+    [[nodiscard]] Level TellNode(std::uint32_t number, std::uint64_t depth);
+    void TellHeld(const NodeFields& node, std::uint64_t depth);
+    void TellLoose();
 
     ArchiveFile& m_archive;
     RecordUses m_uses;
-    Report& m_report;
+    TreeSink& m_sink;
+    TreeSink::Limits m_most;
     std::vector<bool> m_isShown;
-    std::uint64_t m_nodesLeft;
+    std::uint64_t m_shownNodes = 0;
 };
+
+TreeRecord TreeWalk::Record(std::uint32_t number)
+{
+    TreeRecord record = {number, 0, m_archive.Head(number), {}, m_uses.references[number]};
+    if (m_uses.isNode[number])
+        record.node = m_archive.Node(record.head).value_or(NodeFields());
+    return record;
+}
+
+TreeRecord TreeWalk::RecordOf(std::uint64_t index)
+{
+    const std::uint32_t number = index == 0 ? ArchiveFile::kNone : m_archive.Find(index);
+    TreeRecord record =
+        number == ArchiveFile::kNone ? TreeRecord{number, 0, {}, {}, 0} : Record(number);
+    record.index = index;
+    return record;
+}
+
+void TreeWalk::TellAll()
+{
+    const auto count = static_cast<std::uint32_t>(m_uses.isNode.size());
+    std::uint64_t nodes = 0;
+    std::uint64_t roots = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        nodes += m_uses.isNode[i] ? 1 : 0;
+        if (m_uses.isNode[i] && m_uses.parents[i] == ArchiveFile::kNone && roots++ < m_most.entries)
+            TellTree(i);
+    }
+    if (roots > m_most.entries)
+        m_sink.LeftOut(roots - m_most.entries, 0);
+    m_sink.EndTrees(nodes, m_shownNodes);
+    TellLoose();
+}
+
+void TreeWalk::TellTree(std::uint32_t root)
+{
+    if (m_shownNodes == m_most.nodes)
+        return;
+    std::vector<Level> levels;
+    levels.push_back(TellNode(root, 0));
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == level.end || m_shownNodes == m_most.nodes) {
+            EndLevel(level);
+            levels.pop_back();
+            continue;
+        }
+        const std::uint64_t index = level.children[level.next++];
+        const std::uint32_t number = index == 0 ? ArchiveFile::kNone : m_archive.Find(index);
+        const std::uint64_t depth = level.depth + 1;
+        if (number == ArchiveFile::kNone || !m_uses.isNode[number]) {
+            m_sink.NoNode(index, depth);
+            continue;
+        }
+        if (m_isShown[number] || m_uses.parents[number] != level.node)
+            continue; // it stands elsewhere
+        // A level that is through makes room: a line of nodes is one level at a time.
+        if (level.next == level.children.size())
+            levels.pop_back();
+        levels.push_back(TellNode(number, depth));
+    }
+}
+
+void TreeWalk::EndLevel(const Level& level)
+{
+    if (const std::size_t left = level.children.size() - level.next; left != 0)
+        m_sink.LeftOut(left, level.depth + 1);
+}
+
+TreeWalk::Level TreeWalk::TellNode(std::uint32_t number, std::uint64_t depth)
+{
+    m_isShown[number] = true;
+    ++m_shownNodes;
+    TreeRecord record = Record(number);
+    m_sink.Node(record, depth);
+    TellHeld(*record.node, depth);
+    std::vector<std::uint64_t>& children = record.node->lists[NodeFields::Children];
+    const std::size_t end = std::min<std::uint64_t>(children.size(), m_most.entries);
+    return {number, depth, std::move(children), 0, end};
+}
+
+void TreeWalk::TellHeld(const NodeFields& node, std::uint64_t depth)
+{
+    if (node.object != 0)
+        m_sink.Held("object", RecordOf(node.object), depth);
+    const std::pair<NodeFields::EList, const char*> roles[] = {
+        {NodeFields::Attributes, "attribute"}, {NodeFields::Annotations, "annotation"}};
+    for (const auto& [which, role] : roles) {
+        const std::vector<std::uint64_t>& list = node.lists[which];
+        for (std::size_t i = 0; i < std::min<std::uint64_t>(list.size(), m_most.entries); ++i)
+            m_sink.Held(role, RecordOf(list[i]), depth);
+        if (list.size() > m_most.entries)
+            m_sink.HeldLeftOut(list.size() - m_most.entries, role, depth);
+    }
+}
+
+// By their label, or through an object of a class that is not known here.
+void TreeWalk::TellLoose()
+{
+    std::uint64_t count = 0;
+    for (std::uint32_t i = 0; i < m_uses.isNode.size(); ++i) {
+        if (!m_uses.isNode[i] && m_uses.references[i] == 0 && count++ < m_most.entries)
+            m_sink.Loose(Record(i));
+    }
+    m_sink.EndLoose(count - std::min(count, m_most.entries));
+}
+
+std::string Indent(std::uint64_t depth)
+{
+    std::string indent(2 * std::min(depth, kIndents), ' ');
+    if (depth > kIndents)
+        indent.append("[").append(std::to_string(depth)).append("] ");
+    return indent;
+}
 
 std::string NodeText(const NodeFields& node)
 {
@@ -73,147 +179,112 @@ std::string NodeText(const NodeFields& node)
     return text;
 }
 
-void TreePrinter::ShowAll()
+std::string ObjectText(const RecordHead& head)
 {
-    const auto count = static_cast<std::uint32_t>(m_uses.isNode.size());
-    std::uint64_t nodes = 0;
-    std::uint64_t shown = 0;
-    Cut roots = m_report.NewCut();
-    for (std::uint32_t i = 0; i < count; ++i) {
-        nodes += m_uses.isNode[i] ? 1 : 0;
-        if (m_uses.isNode[i] && m_uses.parents[i] == ArchiveFile::kNone && roots.Shows())
-            ShowTree(i);
+    return Quoted(head.className) + " version " + std::to_string(head.version) + ", " +
+           std::to_string(head.payloadSize) + " bytes (" + head.indexText + ')';
+}
+
+std::string Label(const RecordHead& head)
+{
+    return head.label.empty() ? std::string() : " label " + Quoted(head.label);
+}
+
+class TreePrinter : public TreeSink {
+public:
+    TreePrinter(ArchiveFile& archive, Report& report)
+        : m_archive(archive)
+        , m_report(report)
+    {}
+
+    [[nodiscard]] Limits MostShown() const override
+    {
+        return {m_report.MostShown(), m_report.ShowsAll() ? m_report.MostShown() : kShownNodes};
     }
-    roots.End("", "trees");
-    shown = static_cast<std::uint64_t>(std::ranges::count(m_isShown, true));
-    if (nodes != 0)
-        m_report.Line() << nodes << " nodes";
-    if (shown < nodes)
-        m_report.Line() << ", of which " << shown << " are shown (--all shows the others)";
-    if (nodes != 0)
-        m_report.Line() << '\n';
-    ShowLoose();
-}
 
-void TreePrinter::ShowTree(std::uint32_t root)
-{
-    if (m_nodesLeft == 0)
-        return;
-    std::vector<Level> levels;
-    levels.push_back(ShowNode(root, 0));
-    while (!levels.empty()) {
-        Level& level = levels.back();
-        if (level.next == level.children.size() || m_nodesLeft == 0) {
-            EndLevel(level);
-            levels.pop_back();
-            continue;
-        }
-        const std::uint64_t index = level.children[level.next++];
-        const std::uint32_t number = index == 0 ? ArchiveFile::kNone : m_archive.Find(index);
-        const bool isShown = level.shown.Shows();
-        if (!isShown)
-            continue;
-        const std::uint64_t depth = level.depth + 1;
-        if (number == ArchiveFile::kNone || !m_uses.isNode[number]) {
-            m_report.Line() << Indent(depth) << "- no node (" << IndexText(index) << ")\n";
-            continue;
-        }
-        if (m_isShown[number] || m_uses.parents[number] != level.node)
-            continue; // it stands elsewhere
-        // A level that is through makes room: a line of nodes is one level at a time.
-        if (level.next == level.children.size()) {
-            EndLevel(level);
-            levels.pop_back();
-        }
-        levels.push_back(ShowNode(number, depth));
+    void Node(const TreeRecord& node, std::uint64_t depth) override
+    {
+        std::ostream& line = m_report.Line();
+        line << Indent(depth) << "- " << NodeText(*node.node) << " (" << node.head.indexText << ')';
+        if (!node.head.IsNode())
+            line << " of class " << Quoted(node.head.className) << " version " << node.head.version;
+        line << Label(node.head) << '\n';
     }
-}
 
-void TreePrinter::EndLevel(Level& level)
-{
-    level.shown.End(Indent(level.depth + 1).c_str(), "children");
-}
+    void Held(const char* role, const TreeRecord& held, std::uint64_t depth) override;
 
-TreePrinter::Level TreePrinter::ShowNode(std::uint32_t number, std::uint64_t depth)
-{
-    m_isShown[number] = true;
-    --m_nodesLeft;
-    const RecordHead head = m_archive.Head(number);
-    NodeFields node = m_archive.Node(head).value_or(NodeFields());
-    const std::string indent = Indent(depth);
-    m_report.Line() << indent << "- " << NodeText(node) << " (" << head.indexText << ')';
-    if (!head.IsNode())
-        m_report.Line() << " of class " << Quoted(head.className) << " version " << head.version;
-    if (!head.label.empty())
-        m_report.Line() << " label " << Quoted(head.label);
-    m_report.Line() << '\n';
-    if (node.object != 0)
-        ShowHeld("object", node.object, indent + "    ");
-    const std::pair<NodeFields::EList, const char*> lists[] = {
-        {NodeFields::Attributes, "attribute"}, {NodeFields::Annotations, "annotation"}};
-    for (const auto& [list, role] : lists) {
-        Cut shown = m_report.NewCut();
-        for (const std::uint64_t index : node.lists[list]) {
-            if (shown.Shows())
-                ShowHeld(role, index, indent + "    ");
-        }
-        shown.End((indent + "    ").c_str(), role);
+    void NoNode(std::uint64_t index, std::uint64_t depth) override
+    {
+        m_report.Line() << Indent(depth) << "- no node (" << IndexText(index) << ")\n";
     }
-    return {number, depth, std::move(node.lists[NodeFields::Children]), 0, m_report.NewCut()};
-}
 
-std::string TreePrinter::Shared(std::uint32_t number) const
-{
-    const std::uint32_t count = m_uses.references[number];
-    return count > 1 ? ", shared by " + std::to_string(count) : std::string();
-}
+    void HeldLeftOut(std::uint64_t count, const char* role, std::uint64_t depth) override
+    {
+        m_report.TellCut(Indent(depth) + "    ", count, role);
+    }
 
-void TreePrinter::ShowHeld(const char* role, std::uint64_t index, const std::string& indent)
+    void LeftOut(std::uint64_t count, std::uint64_t depth) override
+    {
+        m_report.TellCut(Indent(depth), count, depth == 0 ? "trees" : "children");
+    }
+
+    void EndTrees(std::uint64_t nodes, std::uint64_t shownNodes) override
+    {
+        if (nodes != 0)
+            m_report.Line() << nodes << " nodes";
+        if (shownNodes < nodes)
+            m_report.Line() << ", of which " << shownNodes << " are shown (--all shows the others)";
+        if (nodes != 0)
+            m_report.Line() << '\n';
+    }
+
+    void Loose(const TreeRecord& record) override
+    {
+        m_report.Line() << "held by no node: " << ObjectText(record.head) << Label(record.head)
+                        << '\n';
+    }
+
+    void EndLoose(std::uint64_t leftOut) override
+    {
+        if (leftOut != 0)
+            m_report.TellCut("", leftOut, "objects that no node holds");
+    }
+
+private:
+    ArchiveFile& m_archive;
+    Report& m_report;
+};
+
+void TreePrinter::Held(const char* role, const TreeRecord& held, std::uint64_t depth)
 {
+    const std::string indent = Indent(depth) + "    ";
     m_report.Line() << indent << role << ": ";
-    const std::uint32_t number = index == 0 ? ArchiveFile::kNone : m_archive.Find(index);
-    if (number == ArchiveFile::kNone) {
-        m_report.Line() << "nothing (" << IndexText(index) << ")\n";
+    if (held.number == ArchiveFile::kNone) {
+        m_report.Line() << "nothing (" << IndexText(held.index) << ")\n";
         return;
     }
-    const RecordHead head = m_archive.Head(number);
-    if (m_uses.isNode[number]) {
-        const std::optional<NodeFields> node = m_archive.Node(head);
-        m_report.Line() << "node " << NodeText(node.value_or(NodeFields())) << " ("
-                        << head.indexText << ')' << Shared(number) << '\n';
-        return;
-    }
-    m_report.Line() << Quoted(head.className) << " version " << head.version << ", "
-                    << head.payloadSize << " bytes (" << head.indexText << ')' << Shared(number)
-                    << '\n';
-    if (head.IsBitArray()) {
-        for (const std::string& line : m_archive.Picture(head))
-            m_report.Line() << indent << "  " << line << '\n';
-    }
-}
-
-// Objects that are in the document though no node holds them: by their label, or through an object
-// of a class that is not known here.
-void TreePrinter::ShowLoose()
-{
-    Cut shown = m_report.NewCut();
-    for (std::uint32_t i = 0; i < m_uses.isNode.size(); ++i) {
-        if (m_uses.isNode[i] || m_uses.references[i] != 0 || !shown.Shows())
-            continue;
-        const RecordHead head = m_archive.Head(i);
-        m_report.Line() << "held by no node: " << Quoted(head.className) << " version "
-                        << head.version << ", " << head.payloadSize << " bytes (" << head.indexText
-                        << ')';
-        if (!head.label.empty())
-            m_report.Line() << " label " << Quoted(head.label);
-        m_report.Line() << '\n';
-    }
-    shown.End("", "objects that no node holds");
+    if (held.node)
+        m_report.Line() << "node " << NodeText(*held.node) << " (" << held.head.indexText << ')';
+    else
+        m_report.Line() << ObjectText(held.head);
+    if (held.references > 1)
+        m_report.Line() << ", shared by " << held.references;
+    m_report.Line() << '\n';
+    const std::optional<BitPicture> picture =
+        held.head.IsBitArray() ? m_archive.Picture(held.head) : std::nullopt;
+    for (const std::string& line : picture ? picture->Lines() : std::vector<std::string>())
+        m_report.Line() << indent << "  " << line << '\n';
 }
 
 } // namespace
 
+void WalkTrees(ArchiveFile& archive, RecordUses uses, TreeSink& sink)
+{
+    TreeWalk(archive, std::move(uses), sink).TellAll();
+}
+
 void ShowTrees(ArchiveFile& archive, RecordUses uses, Report& report)
 {
-    TreePrinter(archive, std::move(uses), report).ShowAll();
+    TreePrinter printer(archive, report);
+    WalkTrees(archive, std::move(uses), printer);
 }

@@ -99,7 +99,7 @@ bool ArchiveRecovery::CopyRecord(ArchiveFile& archive, const RecordHead& head, N
 {
     const std::optional<std::uint64_t> index = NArchive::IndexOfText(head.indexText);
     const bool isBroken = !index || (head.IsNode() && !archive.Node(head)) ||
-                          (head.IsBitArray() && archive.Picture(head).empty());
+                          (head.IsBitArray() && !archive.Picture(head));
     if (isBroken) {
         m_messages << "object " << Quoted(head.indexText) << " of class " << Quoted(head.className)
                    << " at byte " << head.position << " is lost\n";

@@ -36,21 +36,6 @@ constexpr bool IsEscaped(char32_t character)
            (character & 0xFFFE) == 0xFFFE;
 }
 
-void AppendEscape(std::string& out, char32_t character)
-{
-    switch (character) {
-    case U'\n': out += "\\n"; return;
-    case U'\r': out += "\\r"; return;
-    case U'\t': out += "\\t"; return;
-    default: break;
-    }
-    char digits[8];
-    const auto value = static_cast<std::uint32_t>(character);
-    out += "\\x{";
-    out.append(digits, std::to_chars(digits, digits + sizeof digits, value, 16).ptr);
-    out += '}';
-}
-
 void AppendUtf8(std::string& out, char32_t character)
 {
     if (character < 0x80) {
@@ -80,8 +65,7 @@ platform::WideText Wide(std::string_view text)
     return units;
 }
 
-// Entries of a list that are shown.
-constexpr std::uint64_t kShownEntries = 20;
+constexpr std::uint64_t kShownEntries = 20; // of a list where not all are wanted
 
 } // namespace
 
@@ -120,13 +104,22 @@ void JsonExport::End(const Report& report)
 void Cut::End(const char* indent, const char* entries)
 {
     if (m_count > m_most)
-        m_report->Line() << indent << "... " << m_count - m_most << " more " << entries
-                         << " (--all shows them)\n";
+        m_report->TellCut(indent, m_count - m_most, entries);
 }
 
 Cut Report::NewCut()
 {
-    return {*this, m_showsAll ? (std::numeric_limits<std::uint64_t>::max)() : kShownEntries};
+    return {*this, MostShown()};
+}
+
+std::uint64_t Report::MostShown() const noexcept
+{
+    return m_showsAll ? (std::numeric_limits<std::uint64_t>::max)() : kShownEntries;
+}
+
+void Report::TellCut(const std::string& indent, std::uint64_t count, const char* entries)
+{
+    Line() << indent << "... " << count << " more " << entries << " (--all shows them)\n";
 }
 
 bool Report::IsShown() const
@@ -169,13 +162,29 @@ std::vector<Finding> Report::Findings() const
     return findings;
 }
 
+std::string EscapeOf(char32_t character)
+{
+    switch (character) {
+    case U'\n': return "\\n";
+    case U'\r': return "\\r";
+    case U'\t': return "\\t";
+    default: break;
+    }
+    if (!IsEscaped(character))
+        return {};
+    char digits[8];
+    const auto value = static_cast<std::uint32_t>(character);
+    char* const end = std::to_chars(digits, digits + sizeof digits, value, 16).ptr;
+    return "\\x{" + std::string(digits, end) + '}';
+}
+
 std::string Quoted(platform::WideView text)
 {
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size();) {
         const char32_t character = TakeCharacter(text, i);
-        if (IsEscaped(character)) {
-            AppendEscape(out, character);
+        if (const std::string escape = EscapeOf(character); !escape.empty()) {
+            out += escape;
             continue;
         }
         // So that an escape is told from a text that reads like one.

@@ -97,6 +97,9 @@ public:
 
     [[nodiscard]] std::ostream& Line() { return m_out; }
     [[nodiscard]] Cut NewCut();
+    /// Entries of a list that are shown.
+    [[nodiscard]] std::uint64_t MostShown() const noexcept;
+    void TellCut(const std::string& indent, std::uint64_t count, const char* entries);
     [[nodiscard]] bool ShowsAll() const noexcept { return m_showsAll; }
     /// Whether what the file holds is printed at all.
     [[nodiscard]] bool IsShown() const;
@@ -129,6 +132,10 @@ private:
 [[nodiscard]] std::string Quoted(platform::WideView text);
 /// A text in the ANSI code page.
 [[nodiscard]] std::string Quoted(std::string_view text);
+
+/// What stands there for a character that a terminal or a page would not show as it is; empty for
+/// all others.
+[[nodiscard]] std::string EscapeOf(char32_t character);
 
 /// A text as it is, in UTF-8. Half of a surrogate pair becomes U+FFFD.
 [[nodiscard]] std::string Utf8(platform::WideView text);
