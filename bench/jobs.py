@@ -46,6 +46,7 @@ SECTIONS = {
     ],
     "Large blocks": [
         Job("free, allocate and touch", "BM_BlockExchange", "1.3"),
+        Job("allocate and fill, a block", "BM_BlockFill", "1.0"),
     ],
     "Settings": [
         Job("text profile at rest: read a key", "BM_TextProfileRead", "900 ns"),

@@ -9,6 +9,9 @@
 #include <vector>
 
 #if defined(QD_BENCH_POSIX)
+# include "bench/ColdJob.h"
+
+# include <cstring>
 # include <sys/mman.h>
 #endif
 #if defined(QD_BENCH_MIMALLOC)
@@ -16,7 +19,8 @@
 #endif
 
 // One of many live blocks goes, another comes, and its first byte is written, which must still be
-// there when the block goes.
+// there when the block goes. Or blocks are taken from a fresh process and filled, as measurements
+// are when they come in.
 
 namespace {
 
@@ -68,6 +72,32 @@ void Exchange(benchmark::State& state, Allocator& allocator)
     state.SetItemsProcessed(state.iterations());
 }
 
+#if defined(QD_BENCH_POSIX)
+template <class Allocator>
+void Fill(benchmark::State& state, Allocator& allocator)
+{
+    std::mt19937_64 random(1);
+    std::uniform_int_distribution<std::uint64_t> drawn(kPage, kLargestBlock);
+    std::vector<std::uint64_t> sizes(static_cast<std::size_t>(state.range(0)));
+    for (std::uint64_t& size : sizes)
+        size = drawn(random);
+    const auto blocks = ColdJob(state).Run(state.range(0), [&] {
+        std::vector<decltype(allocator.Take(0))> taken;
+        for (const std::uint64_t size : sizes) {
+            taken.push_back(allocator.Take(size));
+            std::memset(allocator.Start(taken.back()), Mark(size), size);
+        }
+        return taken;
+    });
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        const auto* const bytes = static_cast<const std::uint8_t*>(allocator.Start(blocks[i]));
+        if (bytes[0] != Mark(sizes[i]) || bytes[sizes[i] - 1] != Mark(sizes[i]))
+            std::abort();
+        allocator.Give(blocks[i], sizes[i]);
+    }
+}
+#endif
+
 std::uint64_t FrameSize(const benchmark::State& state)
 {
     return static_cast<std::uint64_t>(state.range(0)) * kLargestBlock;
@@ -79,14 +109,20 @@ struct Manager {
     static void Give(CMemoryBlock* block, std::uint64_t) { QDFree(block); }
 };
 
-void BM_BlockExchange(benchmark::State& state)
+template <class Job>
+void WithManager(const benchmark::State& state, Job job)
 {
     CStdMemoryManager manager;
     manager.Init(FrameSize(state), FrameSize(state));
     CMemoryBlockManager::RegisterMemoryManager(&manager);
     Manager allocator;
-    Exchange(state, allocator);
+    job(allocator);
     CMemoryBlockManager::RegisterMemoryManager(nullptr);
+}
+
+void BM_BlockExchange(benchmark::State& state)
+{
+    WithManager(state, [&](Manager& allocator) { Exchange(state, allocator); });
 }
 
 struct AlignedAlloc {
@@ -113,6 +149,25 @@ BENCHMARK(BM_BlockExchange)->Apply(Sizes);
 BENCHMARK(BM_BlockExchange_AlignedAlloc)->Apply(Sizes);
 
 #if defined(QD_BENCH_POSIX)
+void BM_BlockFill(benchmark::State& state)
+{
+    WithManager(state, [&](Manager& allocator) { Fill(state, allocator); });
+}
+
+void BM_BlockFill_AlignedAlloc(benchmark::State& state)
+{
+    AlignedAlloc allocator;
+    Fill(state, allocator);
+}
+
+void FillSizes(benchmark::internal::Benchmark* bench)
+{
+    bench->ArgName("blocks")->Arg(10)->Arg(100)->Arg(1'000)->Iterations(1);
+}
+
+BENCHMARK(BM_BlockFill)->Apply(FillSizes);
+BENCHMARK(BM_BlockFill_AlignedAlloc)->Apply(FillSizes);
+
 struct Mmap {
     static void* Start(void* block) { return block; }
     static void* Take(std::uint64_t size)
@@ -128,6 +183,13 @@ void BM_BlockExchange_Mmap(benchmark::State& state)
     Exchange(state, allocator);
 }
 BENCHMARK(BM_BlockExchange_Mmap)->Apply(Sizes);
+
+void BM_BlockFill_Mmap(benchmark::State& state)
+{
+    Mmap allocator;
+    Fill(state, allocator);
+}
+BENCHMARK(BM_BlockFill_Mmap)->Apply(FillSizes);
 #endif
 
 #if defined(QD_BENCH_MIMALLOC)
@@ -160,6 +222,16 @@ void BM_BlockExchange_Mimalloc(benchmark::State& state)
         state.SkipWithError("mimalloc cannot be loaded");
 }
 BENCHMARK(BM_BlockExchange_Mimalloc)->Apply(Sizes);
+
+void BM_BlockFill_Mimalloc(benchmark::State& state)
+{
+    Mimalloc allocator;
+    if (allocator.IsThere())
+        Fill(state, allocator);
+    else
+        state.SkipWithError("mimalloc cannot be loaded");
+}
+BENCHMARK(BM_BlockFill_Mimalloc)->Apply(FillSizes);
 #endif
 
 } // namespace
