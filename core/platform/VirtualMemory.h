@@ -12,7 +12,9 @@ enum class MemoryPlacement { Anywhere, FromTheTop };
 
 /// Reserves and commits `size` bytes, rounded up to pages: zeroed, readable and writable. Null when
 /// the system refuses, as it does for size 0; `LastErrorText` then says why. Where the system
-/// always places from the top of the address space, `placement` changes nothing.
+/// always places from the top of the address space, `placement` changes nothing. The system puts
+/// memory behind the range where it is touched, a page or, off Windows, up to some megabytes at
+/// once.
 [[nodiscard]] void* CommitMemory(std::uint64_t size, MemoryPlacement placement) noexcept;
 
 /// Gives back a whole range of `CommitMemory`, with the size that was asked for.
