@@ -11,7 +11,9 @@
 //
 // A search goes down from the root: left as long as a gap there is large enough, as the first one
 // is wanted. A treap, as it keeps its balance by rotations that touch a node and its parent, so
-// that the largest gap of a subtree is told again for those two alone.
+// that the largest gap of a subtree is told again for those two alone. Each node knows that of both
+// its subtrees, so that nobody looks at a child whose way he does not go: with many blocks, each
+// look is for a line of memory that the processor has not got.
 namespace {
 
 /// xorshift32, Marsaglia, J. Stat. Softw. 8 (2003), 14.
@@ -43,11 +45,11 @@ void GapTree::RemoveFrame(Place& end) noexcept
 
 GapTree::Place* GapTree::FindGap(std::uint64_t size) const noexcept
 {
-    if (m_root == nullptr || m_root->m_largestGap < size)
+    if (m_root == nullptr || m_root->LargestGap() < size)
         return nullptr;
     Place* place = m_root;
     for (;;) {
-        if (place->m_left != nullptr && place->m_left->m_largestGap >= size)
+        if (place->m_largestLeft >= size)
             place = place->m_left;
         else if (place->m_gap >= size)
             return place;
@@ -63,7 +65,7 @@ void GapTree::Insert(Place& place, std::uint64_t size, Place& next) noexcept
     place.m_size = size;
     place.m_gap = 0;
     next.m_gap -= size;
-    UpdateUpwards(&next);
+    TellAbove(next, next.LargestGap());
     if (next.m_left == nullptr) {
         Link(place, &next, next.m_left);
         return;
@@ -89,7 +91,7 @@ void GapTree::Remove(Place& place) noexcept
     Unlink(place);
     next->m_gap += place.m_gap + place.m_size;
     place.m_size = 0;
-    UpdateUpwards(next);
+    TellAbove(*next, next->LargestGap());
 }
 
 /// Hangs `place` on as a leaf and balances the tree.
@@ -98,9 +100,9 @@ void GapTree::Link(Place& place, Place* parent, Place*& link) noexcept
     link = &place;
     place.m_parent = parent;
     place.m_left = place.m_right = nullptr;
+    place.m_largestLeft = place.m_largestRight = 0;
     place.m_priority = NextRandom(m_random);
-    place.m_largestGap = place.m_gap;
-    UpdateUpwards(parent);
+    TellAbove(place, place.m_gap);
     while (place.m_parent != nullptr && place.m_parent->m_priority < place.m_priority)
         Raise(place);
 }
@@ -110,27 +112,29 @@ void GapTree::Unlink(Place& place) noexcept
     while (place.m_left != nullptr && place.m_right != nullptr)
         Raise(place.m_left->m_priority > place.m_right->m_priority ? *place.m_left
                                                                    : *place.m_right);
+    TellAbove(place, std::max(place.m_largestLeft, place.m_largestRight));
     Place* const child = place.m_left != nullptr ? place.m_left : place.m_right;
     LinkTo(place) = child;
     if (child != nullptr)
         child->m_parent = place.m_parent;
-    UpdateUpwards(place.m_parent);
 }
 
 /// Changes places with the parent, the order staying as it is.
 void GapTree::Raise(Place& place) noexcept
 {
     Place& parent = *place.m_parent;
-    Place*& inner = parent.m_left == &place ? place.m_right : place.m_left;
-    (parent.m_left == &place ? parent.m_left : parent.m_right) = inner;
+    const bool isLeft = parent.m_left == &place;
+    Place*& inner = isLeft ? place.m_right : place.m_left;
+    std::uint64_t& largestInner = isLeft ? place.m_largestRight : place.m_largestLeft;
+    (isLeft ? parent.m_left : parent.m_right) = inner;
+    (isLeft ? parent.m_largestLeft : parent.m_largestRight) = largestInner;
     if (inner != nullptr)
         inner->m_parent = &parent;
-    inner = &parent;
     LinkTo(parent) = &place;
+    inner = &parent;
+    largestInner = parent.LargestGap();
     place.m_parent = parent.m_parent;
     parent.m_parent = &place;
-    place.m_largestGap = parent.m_largestGap;
-    Update(parent);
 }
 
 /// The link that leads to `place`.
@@ -141,20 +145,16 @@ GapTree::Place*& GapTree::LinkTo(Place& place) noexcept
     return place.m_parent->m_left == &place ? place.m_parent->m_left : place.m_parent->m_right;
 }
 
-/// Tells `place`, whose gap or children changed, and those above it whom that concerns.
-void GapTree::UpdateUpwards(Place* place) noexcept
+/// Tells those above `place` whom it concerns that `largest` is the largest gap from there on.
+void GapTree::TellAbove(const Place& place, std::uint64_t largest) noexcept
 {
-    while (place != nullptr && Update(*place))
-        place = place->m_parent;
-}
-
-/// Whether that changed the largest gap.
-bool GapTree::Update(Place& place) noexcept
-{
-    std::uint64_t largest = place.m_gap;
-    if (place.m_left != nullptr)
-        largest = std::max(largest, place.m_left->m_largestGap);
-    if (place.m_right != nullptr)
-        largest = std::max(largest, place.m_right->m_largestGap);
-    return std::exchange(place.m_largestGap, largest) != largest;
+    const Place* child = &place;
+    for (Place* parent = child->m_parent; parent != nullptr; parent = parent->m_parent) {
+        std::uint64_t& told =
+            parent->m_left == child ? parent->m_largestLeft : parent->m_largestRight;
+        if (std::exchange(told, largest) == largest)
+            return;
+        child = parent;
+        largest = parent->LargestGap();
+    }
 }

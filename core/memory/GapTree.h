@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 /// Finds room first fit: the first gap in a row of places that is large enough, whatever their
@@ -10,7 +11,7 @@
 /// knows the gap in front of it, which begins where the place before ends.
 ///
 /// A treap (Seidel and Aragon, Algorithmica 16 (1996), 464) in which each node knows the largest
-/// gap of its subtree. The nodes belong to the caller, who keeps them where they are while they
+/// gaps of its subtrees. The nodes belong to the caller, who keeps them where they are while they
 /// are in the tree. Not synchronised.
 class GapTree {
 public:
@@ -27,10 +28,17 @@ public:
     private:
         friend class GapTree;
 
+        /// Of this and all below it.
+        [[nodiscard]] std::uint64_t LargestGap() const noexcept
+        {
+            return (std::max)((std::max)(m_largestLeft, m_largestRight), m_gap);
+        }
+
         char* m_start = nullptr;
         std::uint64_t m_size = 0;
         std::uint64_t m_gap = 0;
-        std::uint64_t m_largestGap = 0; // of this subtree
+        std::uint64_t m_largestLeft = 0; // gap there
+        std::uint64_t m_largestRight = 0;
         Place* m_parent = nullptr;
         Place* m_left = nullptr;
         Place* m_right = nullptr;
@@ -54,8 +62,7 @@ private:
     void Unlink(Place& place) noexcept;
     void Raise(Place& place) noexcept;
     [[nodiscard]] Place*& LinkTo(Place& place) noexcept;
-    static void UpdateUpwards(Place* place) noexcept;
-    static bool Update(Place& place) noexcept;
+    static void TellAbove(const Place& place, std::uint64_t largest) noexcept;
 
     Place* m_root = nullptr;
     std::uint32_t m_random = 2463534242;
