@@ -273,12 +273,12 @@ public:
     /// as it was.
     void Printf(const Char* format, ...);
 
-    /// A copy with "\n", "\t", "\r", "\\" and "\x" with two hexadecimal digits, those of the low
+    /// A copy with `\n`, `\t`, `\r`, `\\` and `\x` with two hexadecimal digits, those of the low
     /// byte, for all that cannot be printed: a UTF-16 unit above 255 loses its high byte, and no
     /// byte above 127 is printed.
     [[nodiscard]] String Printable() const;
-    /// The inverse in place. "\x" without two digits is dropped with the two units behind it, a
-    /// backslash before another unit stays, and "\x00" ends the text.
+    /// The inverse in place. `\x` without two digits is dropped with the two units behind it, a
+    /// backslash before another unit stays, and `\x00` ends the text.
     void ResolveEsc();
 
     // Files

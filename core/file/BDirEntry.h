@@ -30,10 +30,10 @@ public:
     void ChangeExtension(const WString& extension);
     /// Replaces the last element.
     /// Intended: a path without a directory gets a separator all the same: "a.doc" becomes
-    /// "\x.txt".
+    /// `\x.txt`.
     void ChangeName(WString name);
     /// Removes the last element with the separator before it, or with both of a doubled one. False
-    /// when there is none, for a root ("c:\", "\\?\c:\"), and for a path above 260 units.
+    /// when there is none, for a root (`c:\`, `\\?\c:\`), and for a path above 260 units.
     bool RemoveFileSpec();
     /// The parent directory: a copy with `RemoveFileSpec()` applied.
     [[nodiscard]] BDirEntry GetPath() const;
