@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the code in README.md and docs/*.md is code of examples/guides.
+"""Checks that the code in README.md and docs/*.md is code of examples/guides or examples/peers.
 
 Indentation, blank lines and includes aside.
 """
@@ -10,7 +10,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
-GUIDES = sorted((ROOT / "examples/guides").glob("*.cpp"))
+GUIDES = sorted([*(ROOT / "examples/guides").glob("*.cpp"), *(ROOT / "examples/peers").glob("*.cpp")])
 BLOCK = re.compile(r"^```cpp\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 

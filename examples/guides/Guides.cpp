@@ -17,8 +17,11 @@ int main()
     ShowDocuments(folder);
     ShowTrees();
     ShowSettings(folder);
+    ShowSettingsDialogue(folder);
     ShowOperations();
     ShowTexts();
+    ShowTranslation(folder);
+    ShowComingFrom(folder);
     std::filesystem::remove_all(path);
     return 0;
 }

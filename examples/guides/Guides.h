@@ -9,5 +9,8 @@ void ShowReadme(const WString& folder);
 void ShowDocuments(const WString& folder);
 void ShowTrees();
 void ShowSettings(const WString& folder);
+void ShowSettingsDialogue(const WString& folder);
 void ShowOperations();
 void ShowTexts();
+void ShowTranslation(const WString& folder);
+void ShowComingFrom(const WString& folder);
