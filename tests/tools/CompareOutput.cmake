@@ -1,15 +1,20 @@
-# Runs COMMAND, and then THEN if it is given, which makes something of the file NEW, and compares its exit code with EXIT_CODE and its output, the errors behind the rest,
-# with the file EXPECTED, line ends aside.
+# Runs COMMAND and compares its exit code with EXIT_CODE; then THEN if it is given, which shows what
+# COMMAND made, the whole file NEW. Compares their output, the errors behind the rest, with the file
+# EXPECTED, line ends aside.
 set(ENV{WINEDEBUG} -all) # where COMMAND runs under Wine, that says nothing of its own
 if(NEW)
     file(REMOVE ${NEW})
 endif()
 execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE output ERROR_VARIABLE errors
                 RESULT_VARIABLE result)
-if(THEN)
-    execute_process(COMMAND ${THEN} OUTPUT_VARIABLE more ERROR_VARIABLE errors
-                    RESULT_VARIABLE result)
+if(THEN AND result EQUAL EXIT_CODE)
+    execute_process(COMMAND ${THEN} OUTPUT_VARIABLE more ERROR_VARIABLE errors_then
+                    RESULT_VARIABLE result_then)
     string(APPEND output "${more}")
+    string(APPEND errors "${errors_then}")
+    if(NOT result_then EQUAL 0)
+        set(result "0, but then ${result_then}")
+    endif()
 endif()
 if(NOT errors STREQUAL "")
     string(APPEND output "--- errors\n${errors}")

@@ -1,6 +1,6 @@
+#include "tools/qdinspect/BinaryProfile.h"
+
 #include "core/base/BlockReader.h"
-#include "core/platform/WideText.h"
-#include "core/profile/BVariant.h"
 #include "core/profile/VariantBytes.h"
 
 #include "tools/qdinspect/Inspectors.h"
@@ -26,13 +26,6 @@ namespace {
 
 constexpr std::uint32_t kAnsiFormatId = 0x59414C05;
 constexpr std::uint32_t kUnicodeFormatId = 0x69414C06;
-
-// As many digits as it takes to read the same number again.
-std::string NumberText(double value)
-{
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, value).ptr};
-}
 
 // The first `size` bytes of a block.
 std::string Hex(const BVarMemBlock& block, std::uint32_t size, const char* separator)
@@ -109,6 +102,51 @@ bool IsWhole(const BVariant& value, std::uint64_t start, BlockReader& file)
     return isSame;
 }
 
+} // namespace
+
+std::string NumberText(double value)
+{
+    char text[32];
+    return {text, std::to_chars(text, text + sizeof text, value).ptr};
+}
+
+// A key without a section is one as it is.
+std::pair<platform::WideView, platform::WideView> SplitKey(platform::WideView mapped)
+{
+    const std::size_t end = mapped.find(WChar(']'));
+    const bool hasSection = mapped.starts_with(WChar('[')) && end != platform::WideView::npos;
+    const std::size_t key = hasSection ? end + 1 : 0;
+    return {mapped.substr(0, key), mapped.substr(key)};
+}
+
+BinaryRecords::BinaryRecords(BlockReader& file)
+    : m_file(file)
+{
+    std::uint32_t formatId = 0;
+    const bool isRead = file.Read(&formatId, sizeof formatId);
+    m_hasNarrowKeys = formatId == kAnsiFormatId;
+    m_isProfile = isRead && (m_hasNarrowKeys || formatId == kUnicodeFormatId);
+}
+
+bool BinaryRecords::Next(BinaryRecord& record)
+{
+    record.position = m_file.Position();
+    VariantSource source(m_file);
+    BString narrowKey;
+    const bool isKey = m_file.Left() != 0 &&
+                       (m_hasNarrowKeys ? source.ReadText(narrowKey) : source.ReadText(record.key));
+    if (m_hasNarrowKeys)
+        record.key = WString(narrowKey);
+    if (!isKey || record.key.IsEmpty())
+        return false;
+    const std::uint64_t start = m_file.Position();
+    record.value = LoadVariant(source);
+    record.isWhole = record.value && IsWhole(*record.value, start, m_file);
+    return static_cast<bool>(record.value);
+}
+
+namespace {
+
 class BinaryProfileInspector {
 public:
     BinaryProfileInspector(BlockReader& file, Report& report)
@@ -145,22 +183,18 @@ private:
 };
 
 // A key in the file is "[section]key". Those of a section mostly stand together; where one comes
-// back, so does its heading. A key without a section is shown as it is.
+// back, so does its heading.
 WString BinaryProfileInspector::EnterSection(const WString& mappedKey)
 {
-    const platform::WideView mapped(mappedKey.CStr());
-    const std::size_t end = mapped.find(WChar(']'));
-    const bool hasSection = mapped.starts_with(WChar('[')) && end != platform::WideView::npos;
-    const WString section(platform::WideText(mapped.substr(0, hasSection ? end + 1 : 0)).c_str());
-    if (m_sections.empty() ||
-        platform::WideView(section.CStr()) != platform::WideView(m_section.CStr())) {
+    const auto [section, key] = SplitKey(platform::WideView(mappedKey.CStr()));
+    if (m_sections.empty() || section != platform::WideView(m_section.CStr())) {
         m_values.End("  ", "values");
         m_values = m_report.NewCut();
-        m_section = section;
-        m_sections.insert(section.CStr());
+        m_section = platform::WideText(section).c_str();
+        m_sections.insert(platform::WideText(section));
         m_report.Line() << "section " << Quoted(SectionName()) << '\n';
     }
-    return platform::WideText(mapped.substr(hasSection ? end + 1 : 0)).c_str();
+    return platform::WideText(key).c_str();
 }
 
 template <class Text>
@@ -224,41 +258,35 @@ void InspectBinaryProfile(BlockReader& file, Report& report)
 
 // As the profile writes them, so with wide keys. Values that are not as they were written are left
 // out, and what is behind the first record that cannot be read.
-bool RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
-                          std::ostream& messages)
+EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
+                              std::ostream& out, std::ostream& losses)
 {
-    std::uint32_t formatId = 0;
-    if (!file.Read(&formatId, sizeof formatId))
-        return false;
-    NewFile out(newPath);
-    out.WriteNumber(kUnicodeFormatId);
+    BinaryRecords records(file);
+    NewFile newFile(newPath);
+    newFile.WriteNumber(kUnicodeFormatId);
     std::uint64_t count = 0;
-    VariantSource source(file);
-    BString narrowKey;
-    WString key;
-    while (file.Left() != 0) {
-        const bool isKey =
-            formatId == kAnsiFormatId ? source.ReadText(narrowKey) : source.ReadText(key);
-        if (formatId == kAnsiFormatId)
-            key = WString(narrowKey);
-        const std::uint64_t start = file.Position();
-        const SP<BVariant> value = isKey && !key.IsEmpty() ? LoadVariant(source) : nullptr;
-        if (!value)
-            break;
-        if (!IsWhole(*value, start, file)) {
-            messages << Quoted(platform::WideView(key.CStr())) << " is lost\n";
+    std::uint64_t lost = 0;
+    BinaryRecord record;
+    while (records.Next(record)) {
+        if (!record.isWhole) {
+            losses << Quoted(platform::WideView(record.key.CStr())) << " is lost\n";
+            ++lost;
             continue;
         }
         VariantBytes bytes;
-        bytes.AppendText(key);
-        bytes.Append(value->Type());
-        value->AppendValue(bytes);
-        out.Write({bytes.Data(), bytes.Size()});
+        bytes.AppendText(record.key);
+        bytes.Append(record.value->Type());
+        record.value->AppendValue(bytes);
+        newFile.Write({bytes.Data(), bytes.Size()});
         ++count;
     }
-    messages << count << " values\n";
-    if (!out.Close() || !file.IsGood())
-        return false;
-    out.Keep();
-    return true;
+    if (record.position < file.Size()) {
+        losses << "bytes " << record.position << " to " << file.Size() << " are lost\n";
+        ++lost;
+    }
+    out << count << " values\n";
+    if (!records.IsProfile() || !newFile.Close() || !file.IsGood())
+        return EOutcome::Failed;
+    newFile.Keep();
+    return lost == 0 ? EOutcome::Whole : EOutcome::Lossy;
 }

@@ -16,6 +16,8 @@ constexpr const char* kFooter = R"(Examples:
       nothing but the damage, on the standard error output
   qdinspect recover bad.qda new.qda
       the whole records of a damaged archive
+  qdinspect convert --to text settings.bin settings.ini
+      a binary profile as a text profile
   qdinspect show --help
       the options of a command, and more examples
 
@@ -24,7 +26,7 @@ Kinds of files:
   the content tells which, unless --kind does
 
 Exit codes:
-  0 whole, 1 damaged (lint: or suspicious; diff: different),
+  0 whole, 1 damaged (lint: or suspicious; diff: different; convert: not all),
   2 there is nothing to inspect
 )";
 
@@ -59,6 +61,22 @@ constexpr const char* kRecoverExamples = R"(Examples:
       children of nodes that are lost stand below a node "recovered"
 )";
 
+constexpr const char* kConvertExamples = R"(Examples:
+  qdinspect convert old.bin new.bin
+      a binary profile with narrow keys as one with wide keys
+  qdinspect convert --to text settings.bin settings.ini
+      a binary profile as a text profile, which an editor opens
+  qdinspect convert --to binary settings.ini settings.bin
+      and back: a value that is the text of a number, a truth or a block becomes one
+  qdinspect convert --encoding utf-8 old.lng new.lng
+      a text as UTF-16, which programs read whatever the code page
+
+What the new format does not hold is told on the standard error output.
+
+Exit codes:
+  0 all is converted, 1 the new file lacks something, 2 there is no new file
+)";
+
 constexpr const char* kDiffExamples = R"(Examples:
   qdinspect diff old.ini new.ini
       keys that came, went or changed, in whatever order they stand
@@ -75,6 +93,29 @@ CLI::App& AddCommand(CLI::App& app, Options& options, ECommand which, const char
         ->transform(CLI::CheckedTransformer(Kinds()).description(""))
         ->option_text("archive|binary|text|language|log");
     return command;
+}
+
+void AddConversion(CLI::App& command, Options& options)
+{
+    using Profiles = std::map<std::string, EKind>;
+    using Encodings = std::map<std::string, EEncoding>;
+    const Profiles profiles = {{"binary", EKind::BinaryProfile}, {"text", EKind::TextProfile}};
+    const Encodings encodings = {{"ansi", EEncoding::Ansi}, {"utf-8", EEncoding::Utf8}};
+    command.add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
+        ->required();
+    command
+        .add_option("--to", options.newKind,
+                    "The other kind of profile; without it a binary profile gets wide keys, and a "
+                    "text becomes UTF-16")
+        ->transform(CLI::CheckedTransformer(profiles).description(""))
+        ->option_text("binary|text");
+    command
+        .add_option("--encoding", options.encoding,
+                    "What a text without a byte-order mark is written in; otherwise a profile is "
+                    "in the ANSI code page, as programs read it, and a language file in UTF-8 "
+                    "where it can be")
+        ->transform(CLI::CheckedTransformer(encodings).description(""))
+        ->option_text("ansi|utf-8");
 }
 
 } // namespace
@@ -113,6 +154,9 @@ void DescribeCommands(CLI::App& app, Options& options)
     add(ECommand::Recover, "recover", "Write what is whole into a new file", kRecoverExamples)
         .add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
         ->required();
+    CLI::App& convert =
+        add(ECommand::Convert, "convert", "Write a file in another format", kConvertExamples);
+    AddConversion(convert, options);
     add(ECommand::Diff, "diff", "Print the entries that differ in two profiles or language files",
         kDiffExamples)
         .add_option("OTHER", options.newPath, "The file to compare with")

@@ -4,16 +4,19 @@
 
 #include <CLI/CLI.hpp>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
-enum class ECommand { Show, Check, Lint, Export, Recover, Diff };
+enum class ECommand { Show, Check, Lint, Export, Recover, Convert, Diff };
 
 /// What the caller asks for.
 struct Options {
     std::string path;
-    std::string newPath;         // to write to, or to compare with
-    EKind kind = EKind::Unknown; // by the content
+    std::string newPath;               // to write to, or to compare with
+    EKind kind = EKind::Unknown;       // by the content
+    EKind newKind = EKind::Unknown;    // to convert to: the same
+    std::optional<EEncoding> encoding; // to convert from: by the content
     bool showsAll = false;
     ECommand command = ECommand::Show;
 };

@@ -6,6 +6,8 @@
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/CodePage.h"
 
+#include "tools/qdinspect/Report.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -149,6 +151,13 @@ EKind KindOf(BlockReader& file)
     return IsArchive(file) ? EKind::Archive : KindOfText(file);
 }
 
+EKind KindInAnyEncoding(BlockReader& file)
+{
+    const WideText text = ReadText(file, kTextBytes);
+    const WideView units = text;
+    return KindOfText(HasUtf8Mark(file) ? units.substr(platform::kUtf8Mark.size()) : units, false);
+}
+
 std::string WhatElse(BlockReader& file)
 {
     struct Magic {
@@ -177,12 +186,9 @@ std::string WhatElse(BlockReader& file)
         if (bytes.starts_with(magic.bytes))
             return magic.name;
     }
-    const std::string_view mark = platform::MarkAt(bytes);
-    if (mark.empty() && !LooksLikeText(file))
+    if (platform::MarkAt(bytes).empty() && !LooksLikeText(file))
         return {};
-    const WideText text = ReadText(file, kTextBytes);
-    const bool isUtf8 = mark == platform::kUtf8Mark;
-    switch (KindOfText(WideView(text).substr(isUtf8 ? mark.size() : 0), false)) {
+    switch (KindInAnyEncoding(file)) {
     case EKind::Language:
         return "a language file without a byte-order mark: programs find no entry in it until it "
                "is saved as UTF-16LE or UTF-8 with one";
@@ -200,6 +206,22 @@ WideView TakeLine(WideView& text)
     text.remove_prefix(end);
     text.remove_prefix(text.starts_with(QD_W("\r\n")) ? 2 : text.empty() ? 0 : 1);
     return line;
+}
+
+EEncoding EncodingOf(BlockReader& file, EKind kind)
+{
+    if (HasUtf16Mark(file))
+        return EEncoding::Utf16;
+    if (HasUtf8Mark(file))
+        return EEncoding::Utf8;
+    if (kind != EKind::Language)
+        return EEncoding::Ansi;
+    const std::string_view bytes = Beginning(file, kTextBytes);
+    if (IsUnmarkedLanguage(bytes))
+        return EEncoding::Utf16Unmarked;
+    std::uint64_t faults = 0;
+    static_cast<void>(FromUtf8(bytes, faults));
+    return faults == 0 ? EEncoding::Utf8 : EEncoding::Ansi;
 }
 
 bool HasUtf16Mark(BlockReader& file)

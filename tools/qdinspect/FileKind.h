@@ -13,12 +13,21 @@ enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile, Log }
 /// beginning tells it.
 [[nodiscard]] EKind KindOf(BlockReader& file);
 
+/// Of which kind a text would be if programs read its encoding. Unknown for anything else.
+[[nodiscard]] EKind KindInAnyEncoding(BlockReader& file);
+
 /// What a file of no known kind is instead, where that is easily told: "a program (ELF)", say.
 /// Empty otherwise.
 [[nodiscard]] std::string WhatElse(BlockReader& file);
 
 /// Takes the first line off a text, without its end: CR LF, LF or CR.
 [[nodiscard]] platform::WideView TakeLine(platform::WideView& text);
+
+enum class EEncoding { Utf16, Utf16Unmarked, Utf8, Ansi };
+
+/// What a text is probably written in. Without a mark a profile is one of the ANSI code page, as
+/// programs take it; a language file, which they do not read then, may be UTF-8 as well.
+[[nodiscard]] EEncoding EncodingOf(BlockReader& file, EKind kind);
 
 [[nodiscard]] bool HasUtf16Mark(BlockReader& file);
 [[nodiscard]] bool HasUtf8Mark(BlockReader& file);

@@ -23,9 +23,11 @@ void InspectLanguageFile(const WChar* path, Report& report);
 /// Runs, and the steps of each with the time between them.
 void InspectLog(platform::WideView text, Report& report);
 
-/// Writes what is whole in an archive or a binary profile into a new file, and tells in lines what
-/// was left out. False, and there is no new file, where that cannot be done.
-[[nodiscard]] bool RecoverArchive(BlockReader& file, const platform::WideText& newPath,
-                                  std::ostream& messages);
-[[nodiscard]] bool RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
-                                        std::ostream& messages);
+/// What became of a new file. It is there unless that failed.
+enum class EOutcome { Whole, Lossy, Failed };
+
+/// Writes what is whole in a file into a new one of its kind, and tells in lines what was left out.
+[[nodiscard]] EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,
+                                      std::ostream& messages);
+[[nodiscard]] EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
+                                            std::ostream& out, std::ostream& losses);

@@ -12,7 +12,9 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/BinaryProfile.h"
 #include "tools/qdinspect/CommandLine.h"
+#include "tools/qdinspect/Convert.h"
 #include "tools/qdinspect/Diff.h"
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
@@ -90,19 +92,80 @@ int Inspect(ECommand command, EKind kind, BlockReader& file, const WideText& pat
     return isFine ? kWhole : kDamaged;
 }
 
+// Why a new file cannot be made there; empty where it can.
+std::string Hindrance(const std::string& newPath)
+{
+    for (const char* const ending : {"", ".part"}) { // the second while an archive is being made
+        if (std::filesystem::exists(std::filesystem::path(newPath + ending)))
+            return newPath + ending + " exists already";
+    }
+    return {};
+}
+
+// As the system looks elsewhere for a text profile whose path is not.
+WideText Absolute(const std::string& path)
+{
+    return std::filesystem::absolute(std::filesystem::path(path)).string<WChar>();
+}
+
 int Recover(const Options& options, EKind kind, BlockReader& file)
 {
-    const std::filesystem::path newPath(options.newPath);
-    for (const char* const ending : {"", ".part"}) { // the second while it is being made
-        if (std::filesystem::exists(std::filesystem::path(options.newPath + ending)))
-            return Nothing(options, options.newPath + ending + " exists already");
-    }
-    const auto path = newPath.string<WChar>();
+    if (const std::string hindrance = Hindrance(options.newPath); !hindrance.empty())
+        return Nothing(options, hindrance);
+    const auto path = std::filesystem::path(options.newPath).string<WChar>();
     if (kind != EKind::Archive && kind != EKind::BinaryProfile)
         return Nothing(options, "only archives and binary profiles can be recovered");
-    const bool isDone = kind == EKind::Archive ? RecoverArchive(file, path, std::cout)
-                                               : RecoverBinaryProfile(file, path, std::cout);
-    return isDone ? kWhole : Nothing(options, "nothing was recovered");
+    const EOutcome outcome = kind == EKind::Archive
+                                 ? RecoverArchive(file, path, std::cout)
+                                 : RecoverBinaryProfile(file, path, std::cout, std::cout);
+    return outcome != EOutcome::Failed ? kWhole : Nothing(options, "nothing was recovered");
+}
+
+// Why a file cannot be converted as is wanted; empty where it can. The kind may be that of a text
+// in an encoding that programs do not read.
+std::string Obstacle(const Options& options, EKind kind, EEncoding encoding, BlockReader& file)
+{
+    const bool isProfile = kind == EKind::BinaryProfile || kind == EKind::TextProfile;
+    if (kind == EKind::Archive)
+        return "there is one format of archives alone";
+    if (options.newKind != EKind::Unknown && !isProfile)
+        return "only profiles become profiles";
+    if (kind == EKind::BinaryProfile) {
+        const bool isOld = BinaryRecords(file).HasNarrowKeys();
+        file.MoveTo(0);
+        return isOld || options.newKind == EKind::TextProfile ? "" : "it has wide keys already";
+    }
+    if (options.newKind == EKind::BinaryProfile)
+        return encoding == EEncoding::Utf8 ? "convert it to UTF-16 first" : "";
+    return encoding == EEncoding::Utf16 ? "it is UTF-16 already" : "";
+}
+
+EOutcome ConvertTo(const WideText& newPath, const Options& options, EKind kind, EEncoding encoding,
+                   BlockReader& file)
+{
+    if (kind == EKind::BinaryProfile)
+        return options.newKind == EKind::TextProfile
+                   ? ConvertToTextProfile(file, newPath, std::cout, std::cerr)
+                   : RecoverBinaryProfile(file, newPath, std::cout, std::cerr);
+    const WideText text = encoding == EEncoding::Utf8 ? WideText() : ReadText(file, kLargestText);
+    return options.newKind == EKind::BinaryProfile
+               ? ConvertToBinaryProfile(Absolute(options.path), text, newPath, std::cout, std::cerr)
+               : ConvertToUtf16(file, encoding, newPath, std::cerr);
+}
+
+int Convert(const Options& options, EKind kind, BlockReader& file)
+{
+    const EEncoding found = EncodingOf(file, kind);
+    const EEncoding encoding = found == EEncoding::Utf16 ? found : options.encoding.value_or(found);
+    const std::string obstacle = Obstacle(options, kind, encoding, file);
+    if (const std::string why = obstacle.empty() ? Hindrance(options.newPath) : obstacle;
+        !why.empty())
+        return Nothing(options, why);
+    switch (ConvertTo(Absolute(options.newPath), options, kind, encoding, file)) {
+    case EOutcome::Whole: return kWhole;
+    case EOutcome::Lossy: return kDamaged;
+    default: return Nothing(options, options.newPath + " cannot be written");
+    }
 }
 
 // The kind of the second file is that of the first.
@@ -138,7 +201,9 @@ int Inspect(const Options& options)
     BlockReader file(platform::OpenStream(widePath.c_str(), QD_W("rb")));
     if (!file.IsGood())
         return Nothing(options, "the file cannot be opened");
-    const EKind kind = options.kind != EKind::Unknown ? options.kind : KindOf(file);
+    EKind kind = options.kind != EKind::Unknown ? options.kind : KindOf(file);
+    if (kind == EKind::Unknown && options.command == ECommand::Convert)
+        kind = KindInAnyEncoding(file);
     const std::string otherwise = kind == EKind::Unknown ? WhatElse(file) : std::string();
     if (!file.IsGood())
         return Nothing(options, "the file cannot be read");
@@ -147,12 +212,14 @@ int Inspect(const Options& options)
                                     (otherwise.empty() ? otherwise : "; it is " + otherwise));
     if (options.command == ECommand::Lint && kind != EKind::Language)
         return Nothing(options, "it is no language file");
-    if (options.command == ECommand::Recover)
-        return Recover(options, kind, file);
     if (options.command == ECommand::Diff)
         return Diff(options, kind, file, widePath);
     if (IsText(kind) && file.Size() > kLargestText)
         return Nothing(options, "the file is too large for a text");
+    if (options.command == ECommand::Recover)
+        return Recover(options, kind, file);
+    if (options.command == ECommand::Convert)
+        return Convert(options, kind, file);
     return Inspect(options.command, kind, file, widePath, options.showsAll);
 }
 

@@ -242,18 +242,19 @@ void ArchiveRecovery::WriteRecoveredNode(NewFile& out) const
 
 } // namespace
 
-bool RecoverArchive(BlockReader& file, const platform::WideText& newPath, std::ostream& messages)
+EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,
+                        std::ostream& messages)
 {
     ArchiveRecovery recovery(file, messages);
     const platform::WideText partPath = newPath + QD_W(".part");
     NewFile part(partPath);
     if (!recovery.CopyWholeRecords(part) || !part.Close())
-        return false;
+        return EOutcome::Failed;
     BlockReader copied(platform::OpenStream(partPath.c_str(), QD_W("rb")));
     NewFile out(newPath);
     if (!copied.IsGood() || !recovery.Mend(copied, out) || !out.Close())
-        return false;
+        return EOutcome::Failed;
     copied.Close(); // before the part is removed
     out.Keep();
-    return true;
+    return EOutcome::Whole;
 }

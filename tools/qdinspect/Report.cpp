@@ -2,6 +2,7 @@
 
 #include "core/platform/CodePage.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -63,6 +64,15 @@ platform::WideText Wide(std::string_view text)
     platform::WideText units(text.size(), 0);
     units.resize(platform::AnsiToWide(text.data(), text.size(), units.data(), units.size()));
     return units;
+}
+
+void AppendUnits(platform::WideText& out, char32_t character)
+{
+    if (character >= 0x10000) {
+        out += static_cast<WChar>(0xD7C0 + (character >> 10));
+        character = 0xDC00 | (character & 0x3FF);
+    }
+    out += static_cast<WChar>(character);
 }
 
 constexpr std::uint64_t kShownEntries = 20; // of a list where not all are wanted
@@ -213,4 +223,31 @@ std::string Utf8(platform::WideView text)
 std::string Utf8(std::string_view text)
 {
     return Utf8(platform::WideView(Wide(text)));
+}
+
+platform::WideText FromUtf8(std::string_view bytes, std::uint64_t& faults)
+{
+    constexpr char32_t least[] = {0, 0x80, 0x800, 0x10000}; // by the count of trailing bytes
+    platform::WideText text;
+    text.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size();) {
+        const auto lead = static_cast<unsigned char>(bytes[i]);
+        const std::size_t trailing = lead < 0xC0 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+        const std::size_t end = i + 1 + trailing;
+        char32_t character = trailing == 0 ? lead : lead & (0x3Fu >> trailing);
+        std::size_t next = i + 1;
+        for (; next < (std::min)(end, bytes.size()) && (bytes[next] & 0xC0) == 0x80; ++next)
+            character = character << 6 | (bytes[next] & 0x3Fu);
+        const bool isWhole = next == end && character >= least[trailing] && character < 0x110000 &&
+                             !IsLead(character) && !IsTrail(character) &&
+                             (trailing != 0 || lead < 0x80);
+        if (!isWhole) {
+            ++faults;
+            character = U'\uFFFD';
+            next = i + 1;
+        }
+        AppendUnits(text, character);
+        i = next;
+    }
+    return text;
 }

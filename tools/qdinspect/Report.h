@@ -140,3 +140,6 @@ private:
 /// A text as it is, in UTF-8. Half of a surrogate pair becomes U+FFFD.
 [[nodiscard]] std::string Utf8(platform::WideView text);
 [[nodiscard]] std::string Utf8(std::string_view text);
+
+/// A text from UTF-8. Each byte that is part of no character becomes U+FFFD and adds to `faults`.
+[[nodiscard]] platform::WideText FromUtf8(std::string_view bytes, std::uint64_t& faults);

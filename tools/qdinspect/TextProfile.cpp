@@ -1,5 +1,6 @@
+#include "tools/qdinspect/TextProfile.h"
+
 #include "core/platform/CharClass.h"
-#include "core/platform/WideText.h"
 
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
@@ -34,15 +35,6 @@ WideView Trimmed(WideView text)
     return text;
 }
 
-// Names go without regard to case: of ASCII here, which is that of nearly all of them.
-WideText Folded(WideView name)
-{
-    WideText folded(name);
-    for (WChar& unit : folded)
-        unit = platform::ToLower(unit);
-    return folded;
-}
-
 // Bytes as `ProfileUpdate::SetBlock` writes them: two digits each, and their sum as a last one.
 bool IsBlock(std::string_view digits)
 {
@@ -66,7 +58,36 @@ bool IsNumber(std::string_view text)
     return read.ec == std::errc() && read.ptr == end;
 }
 
-// The type that the value was probably written with.
+} // namespace
+
+TextLine ParseLine(WideView line)
+{
+    line = Trimmed(line);
+    if (line.empty())
+        return {};
+    if (line.front() == ';')
+        return {TextLine::Comment, line, {}, true};
+    if (line.front() == '[') {
+        const std::size_t end = line.rfind(']');
+        const bool isClosed = end != WideView::npos;
+        const WideView name = Trimmed(line.substr(1, isClosed ? end - 1 : end));
+        return {TextLine::Section, name, {}, isClosed};
+    }
+    const std::size_t equals = line.find(WChar('='));
+    const WideView key = Trimmed(line.substr(0, equals));
+    if (equals == WideView::npos || key.empty())
+        return {TextLine::Other, line, {}, true};
+    return {TextLine::Key, key, Trimmed(line.substr(equals + 1)), true};
+}
+
+WideText Folded(WideView name)
+{
+    WideText folded(name);
+    for (WChar& unit : folded)
+        unit = platform::ToLower(unit);
+    return folded;
+}
+
 const char* TypeOf(std::string_view value)
 {
     if (IsNumber<std::int32_t>(value))
@@ -78,6 +99,8 @@ const char* TypeOf(std::string_view value)
     return value == "TRUE" || value == "FALSE" ? "bool" : "text";
 }
 
+namespace {
+
 class TextProfileInspector {
 public:
     explicit TextProfileInspector(Report& report)
@@ -88,15 +111,17 @@ public:
     void InspectLine(WideView line)
     {
         ++m_line;
-        line = Trimmed(line);
         if (line.find(WChar(0)) != WideView::npos)
             m_report.DamageInLine(m_line) << "a zero in the text\n";
-        if (line.empty() || line.front() == ';')
-            return;
-        if (line.front() == '[')
-            InspectSection(line);
-        else
-            InspectKey(line);
+        const TextLine parsed = ParseLine(line);
+        switch (parsed.kind) {
+        case TextLine::Section: InspectSection(parsed); break;
+        case TextLine::Key: InspectKey(parsed); break;
+        case TextLine::Other:
+            m_report.DamageInLine(m_line) << Quoted(parsed.name) << " is no key with a value\n";
+            break;
+        default: break;
+        }
     }
 
     void End()
@@ -106,33 +131,25 @@ public:
     }
 
 private:
-    void InspectSection(WideView line)
+    void InspectSection(const TextLine& line)
     {
         m_keys.clear();
         m_shown.End("  ", "keys");
         m_shown = m_report.NewCut();
-        const std::size_t end = line.rfind(']');
-        const WideView name = Trimmed(line.substr(1, end == WideView::npos ? end : end - 1));
-        m_section = name;
-        m_report.Line() << "line " << m_line << ": section " << Quoted(name) << '\n';
-        if (end == WideView::npos)
+        m_section = line.name;
+        m_report.Line() << "line " << m_line << ": section " << Quoted(line.name) << '\n';
+        if (!line.isClosed)
             m_report.DamageInLine(m_line) << "no bracket ends the name of the section\n";
-        m_sectionCounts = m_sections.insert(Folded(name)).second;
+        m_sectionCounts = m_sections.insert(Folded(line.name)).second;
         if (!m_sectionCounts)
             m_report.DamageInLine(m_line) << "the section is there already; the first counts\n";
     }
 
-    void InspectKey(WideView line)
+    void InspectKey(const TextLine& line)
     {
-        const std::size_t equals = line.find(WChar('='));
-        const WideView key = Trimmed(line.substr(0, equals));
-        if (equals == WideView::npos || key.empty()) {
-            m_report.DamageInLine(m_line) << Quoted(line) << " is no key with a value\n";
-            return;
-        }
         ++m_keyCount;
-        const bool isFirst = m_keys.insert(Folded(key)).second;
-        ShowValue(key, Trimmed(line.substr(equals + 1)), isFirst && m_sectionCounts);
+        const bool isFirst = m_keys.insert(Folded(line.name)).second;
+        ShowValue(line.name, line.value, isFirst && m_sectionCounts);
         if (!isFirst)
             m_report.DamageInLine(m_line) << "the key is there already; the first counts\n";
     }
