@@ -1,5 +1,6 @@
 #include "core/base/BString.h"
 
+#include "core/base/WString.h"
 #include "core/base/text/Units.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/ScanText.h"
@@ -47,6 +48,35 @@ BString& BString::operator=(const char* text)
 bool BString::Convert(int& value) const noexcept
 {
     return platform::ScanInt(CStr(), value) || platform::ScanHex(CStr(), value);
+}
+
+BString BString::FromUtf8(std::string_view text, bool* isWhole)
+{
+    const WString wide = WString::FromUtf8(text, isWhole);
+    BString narrow = wide.AsString();
+    if (isWhole)
+        *isWhole = *isWhole && NText::SameUnits(WString(narrow).AsView(), wide.AsView());
+    return narrow;
+}
+
+BString BString::FromUtf8(std::u8string_view text, bool* isWhole)
+{
+    return FromUtf8(std::string_view(reinterpret_cast<const char*>(text.data()), text.size()),
+                    isWhole);
+}
+
+BString BString::FromUtf8(const char* text, bool* isWhole)
+{
+    return FromUtf8(NText::Measured(text), isWhole);
+}
+
+std::string BString::AsUtf8(bool* isWhole) const
+{
+    const WString wide(*this);
+    std::string bytes = wide.AsUtf8(isWhole);
+    if (isWhole)
+        *isWhole = *isWhole && NText::SameUnits(wide.AsString().AsView(), AsView());
+    return bytes;
 }
 
 BString operator+(const BString& a, const BString& b)

@@ -7,6 +7,8 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
+#include <string>
 #include <string_view>
 
 class BString;
@@ -51,6 +53,16 @@ public:
     /// fails.
     [[nodiscard]] bool Convert(int& value) const noexcept;
 
+    /// Conversion from UTF-8 to the ANSI code page: look-alikes or "?" for what it lacks and for
+    /// what is no character. The text ends at its first 0. `isWhole`, unless it is null, tells
+    /// whether all was kept; it is false, and the string empty, when memory runs out.
+    [[nodiscard]] static BString FromUtf8(std::string_view text, bool* isWhole = nullptr);
+    [[nodiscard]] static BString FromUtf8(std::u8string_view text, bool* isWhole = nullptr);
+    [[nodiscard]] static BString FromUtf8(const char* text, bool* isWhole = nullptr);
+    /// Conversion from the ANSI code page. `isWhole` is false, too, for bytes that mean nothing
+    /// there, which become what the code page chooses.
+    [[nodiscard]] std::string AsUtf8(bool* isWhole = nullptr) const;
+
 private:
     friend QD_CORE_API BString operator+(const BString& a, const BString& b);
     friend QD_CORE_API BString operator+(const BString& a, const char* b);
@@ -66,3 +78,8 @@ template <std::same_as<char> Character>
 BString operator+(const BString& text, Character character) = delete;
 template <std::same_as<char> Character>
 BString operator+(Character character, const BString& text) = delete;
+
+template <>
+struct std::hash<BString> {
+    std::size_t operator()(const BString& text) const { return text.Hash(); }
+};

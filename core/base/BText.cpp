@@ -13,6 +13,7 @@
 #include "core/base/text/Escapes.h"
 #include "core/base/text/Files.h"
 #include "core/base/text/Format.h"
+#include "core/base/text/Hash.h"
 #include "core/base/text/Numbers.h"
 #include "core/base/text/Pieces.h"
 #include "core/base/text/Replace.h"

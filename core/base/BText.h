@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <iosfwd>
 #include <string_view>
 #include <utility>
 
@@ -69,6 +70,8 @@ public:
     {
         return m_text.IsNull() ? nullptr : m_text.Text() + position;
     }
+    /// The units as they stand, for the standard library; good until the string changes.
+    [[nodiscard]] std::basic_string_view<Char> AsView() const noexcept { return Own(); }
     /// The text for writing within its length, no longer shared; good until the string is copied or
     /// changes. Null when memory runs out.
     [[nodiscard]] Char* Str();
@@ -142,6 +145,10 @@ public:
     {
         return a.CmpText(b) <=> 0;
     }
+
+    /// For `std::hash`: the same for texts that are equal by `==`, and another one in each process.
+    /// Throws `std::bad_alloc`, alone of the members: another hash would be a wrong one.
+    [[nodiscard]] std::size_t Hash() const;
 
     // Search
 
@@ -280,6 +287,18 @@ public:
     /// The inverse in place. `\x` without two digits is dropped with the two units behind it, a
     /// backslash before another unit stays, and `\x00` ends the text.
     void ResolveEsc();
+
+    /// Writes the text as UTF-8, also one of the ANSI code page, with what `AsUtf8` loses; that of
+    /// a `BString` byte by byte goes through `CStr()`. The stream fails when memory runs out.
+    template <class Traits>
+    friend std::basic_ostream<char, Traits>& operator<<(std::basic_ostream<char, Traits>& out,
+                                                        const String& text)
+    {
+        const auto bytes = text.AsUtf8();
+        if (bytes.empty() && !text.IsEmpty())
+            out.setstate(std::basic_ostream<char, Traits>::failbit);
+        return out << std::basic_string_view<char, Traits>(bytes.data(), bytes.size());
+    }
 
     // Files
 

@@ -5,17 +5,56 @@
 #include "core/platform/CodePage.h"
 #include "core/platform/FileStream.h"
 #include "core/platform/ScanText.h"
+#include "core/platform/Unicode.h"
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <span>
 #include <utility>
 
-// What `WString` has beyond the members of `BText`: the way from and to narrow text, and byte
-// images.
+// What `WString` has beyond the members of `BText`: the way from and to narrow text and the other
+// forms of Unicode, and byte images.
 //
 // A conversion goes straight into the string's own block, which is made as large as the result can
 // become: to ask for the size first would be to convert twice.
+
+namespace {
+
+// Tells who wants to know it whether a conversion kept all.
+void Tell(bool* isWhole, bool isKept) noexcept
+{
+    if (isWhole)
+        *isWhole = isKept;
+}
+
+// A text ends at its first 0.
+template <class Unit>
+std::basic_string_view<Unit> UpToZero(std::basic_string_view<Unit> text) noexcept
+{
+    return text.substr(0, text.find(Unit(0)));
+}
+
+template <class Unit>
+std::basic_string<Unit> UnitsOf(platform::WideView text, bool* isWhole)
+{
+    bool isKept = true;
+    std::basic_string<Unit> units;
+    try {
+        units.resize(text.size()); // no text has more characters
+    } catch (const std::bad_alloc&) {
+        Tell(isWhole, false);
+        return {};
+    }
+    Unit* end = units.data();
+    for (std::size_t i = 0; i < text.size();)
+        end = platform::PutCharacter(platform::TakeCharacter(text, i, isKept), end);
+    units.resize(static_cast<std::size_t>(end - units.data()));
+    Tell(isWhole, isKept);
+    return units;
+}
+
+} // namespace
 
 // What is compared without regard to case are units, halves of surrogate pairs included.
 bool BTextTraits<WString>::CanCutAnywhere(std::basic_string_view<WChar>) noexcept
@@ -132,6 +171,92 @@ char WString::AsChar(WChar unit) noexcept
 {
     char bytes[8]; // a unit may have several, and is then no char
     return platform::WideToAnsi(&unit, 1, bytes, sizeof bytes) == 1 ? bytes[0] : '?';
+}
+
+template <class Write>
+WString WString::Made(std::size_t most, bool isKept, bool* isWhole, Write write)
+{
+    WString made;
+    if (most != 0 && made.m_text.SetCapacity(most)) {
+        const std::size_t length = write(made.m_text.Writable(), isKept);
+        // What the estimate was too large by is given back: Chinese takes a third of its bytes.
+        if (length < most)
+            made.m_text.SetCapacity(length);
+        made.m_text.End(length);
+    } else if (most != 0) {
+        isKept = false;
+    }
+    Tell(isWhole, isKept);
+    return made;
+}
+
+template <class Unit>
+WString WString::FromUnits(std::basic_string_view<Unit> units, bool* isWhole)
+{
+    const auto text = UpToZero(units);
+    constexpr std::size_t most = sizeof(Unit) / sizeof(WChar); // units that a unit becomes
+    return Made(most * text.size(), text.size() == units.size(), isWhole,
+                [text](WChar* out, bool& isKept) {
+                    WChar* end = out;
+                    for (std::size_t i = 0; i < text.size();)
+                        end = platform::PutCharacter(platform::TakeCharacter(text, i, isKept), end);
+                    return static_cast<std::size_t>(end - out);
+                });
+}
+
+WString WString::FromUtf8(std::string_view bytes, bool* isWhole)
+{
+    const std::string_view text = UpToZero(bytes);
+    return Made(
+        text.size(), text.size() == bytes.size(), isWhole,
+        [text](WChar* out, bool& isKept) { return platform::Utf8ToWide(text, out, isKept); });
+}
+
+WString WString::FromUtf8(std::u8string_view text, bool* isWhole)
+{
+    return FromUtf8(std::string_view(reinterpret_cast<const char*>(text.data()), text.size()),
+                    isWhole);
+}
+
+WString WString::FromUtf8(const char* text, bool* isWhole)
+{
+    return FromUtf8(NText::Measured(text), isWhole);
+}
+
+std::string WString::AsUtf8(bool* isWhole) const
+{
+    const View own = Own();
+    std::string bytes;
+    try {
+        bytes.resize(platform::Utf8Room(own));
+    } catch (const std::bad_alloc&) {
+        Tell(isWhole, false);
+        return {};
+    }
+    bool isKept = true;
+    bytes.resize(platform::WideToUtf8(own, bytes.data(), isKept));
+    Tell(isWhole, isKept);
+    return bytes;
+}
+
+WString WString::FromUtf16(std::u16string_view text, bool* isWhole)
+{
+    return FromUnits(text, isWhole);
+}
+
+std::u16string WString::AsUtf16(bool* isWhole) const
+{
+    return UnitsOf<char16_t>(Own(), isWhole);
+}
+
+WString WString::FromWide(std::wstring_view text, bool* isWhole)
+{
+    return FromUnits(text, isWhole);
+}
+
+std::wstring WString::AsWide(bool* isWhole) const
+{
+    return UnitsOf<wchar_t>(Own(), isWhole);
 }
 
 WString operator+(const WString& a, const WString& b)

@@ -7,6 +7,8 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
+#include <string>
 #include <string_view>
 
 class BString;
@@ -35,7 +37,8 @@ struct BTextTraits<WString> {
 ///     trimming, case  TrimLeft TrimRight Erase...Chars ToUpper ToLower Upper Lower
 ///     classes, lines  IsAlpha IsDigit IsPrint IsAlphaNum IsCharSet CountLines
 ///     numbers         AtoI AtoF Convert ItoA FromInt
-///     formatting      Printf Printable ResolveEsc
+///     formatting      Printf Printable ResolveEsc, << to a std::ostream
+///     standard        AsView Hash, and here FromUtf8 AsUtf8 FromUtf16 AsUtf16 FromWide AsWide
 ///     files           FRead FWrite ReadLn
 ///
 ///     WString path = folder + QD_W("\\") + name;
@@ -77,7 +80,32 @@ public:
     [[nodiscard]] BString AsString() const;
     [[nodiscard]] static char AsChar(WChar unit) noexcept;
 
+    // Unicode. What is no character becomes U+FFFD, the mark of replacement: half of a surrogate
+    // pair, in a `FromUtf8` each longest beginning of a character that does not go on, else each
+    // byte. `isWhole`, unless it is null, tells whether all was kept; it is false, and the result
+    // empty, when memory runs out. A `WString` ends at the first 0 of what it is made from, and
+    // what stood behind that is not kept either. Paths: see `core/file/StdPath.h`.
+
+    [[nodiscard]] static WString FromUtf8(std::string_view text, bool* isWhole = nullptr);
+    [[nodiscard]] static WString FromUtf8(std::u8string_view text, bool* isWhole = nullptr);
+    [[nodiscard]] static WString FromUtf8(const char* text, bool* isWhole = nullptr);
+    [[nodiscard]] std::string AsUtf8(bool* isWhole = nullptr) const;
+
+    [[nodiscard]] static WString FromUtf16(std::u16string_view text, bool* isWhole = nullptr);
+    [[nodiscard]] std::u16string AsUtf16(bool* isWhole = nullptr) const;
+
+    /// `wchar_t` is UTF-16 where it has two bytes, as on Windows, and a whole character (UTF-32)
+    /// where it has four.
+    [[nodiscard]] static WString FromWide(std::wstring_view text, bool* isWhole = nullptr);
+    [[nodiscard]] std::wstring AsWide(bool* isWhole = nullptr) const;
+
 private:
+    // A text of at most `most` units, which `write` writes; it tells their count.
+    template <class Write>
+    static WString Made(std::size_t most, bool isKept, bool* isWhole, Write write);
+    template <class Unit>
+    static WString FromUnits(std::basic_string_view<Unit> units, bool* isWhole);
+
     friend QD_CORE_API WString operator+(const WString& a, const WString& b);
     friend QD_CORE_API WString operator+(const WString& a, const WChar* b);
     friend QD_CORE_API WString operator+(const WChar* a, const WString& b);
@@ -92,3 +120,8 @@ template <std::same_as<WChar> Unit>
 WString operator+(const WString& text, Unit unit) = delete;
 template <std::same_as<WChar> Unit>
 WString operator+(Unit unit, const WString& text) = delete;
+
+template <>
+struct std::hash<WString> {
+    std::size_t operator()(const WString& text) const { return text.Hash(); }
+};

@@ -4,7 +4,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iomanip>
 #include <limits>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <unordered_map>
 #include <utility>
 
 using namespace string_testing;
@@ -28,6 +33,114 @@ TEST(WString, ConvertsThroughTheAnsiCodePage)
         EXPECT_EQ(none.CStr(0), nullptr);
     EXPECT_EQ(WString::AsChar(0xE9), '\xE9');
     EXPECT_EQ(WString::AsChar(0x65E5), '?');
+}
+
+TEST(WString, TakesUtf8AndMarksEachPieceThatIsNone)
+{
+    const std::string mark = "\xEF\xBF\xBD", every = "A\xC3\xA4\xE6\xB5\x8B\xF0\x9F\x98\x80";
+    struct Case {
+        std::string bytes, kept; // equal where all is kept
+    };
+    const std::string four = mark + mark + mark + mark;
+    const Case cases[] = {
+        {"", ""},
+        {every + "12345678" + every, every + "12345678" + every},
+        {mark, mark},
+        {"\xEF\xBB\xBFx\xF4\x8F\xBF\xBF", "\xEF\xBB\xBFx\xF4\x8F\xBF\xBF"},
+        // The examples of Unicode 15.0, tables 3-8 to 3-11.
+        {"\xC0\xAF\xE0\x80\xBF\xF0\x81\x82"
+         "A",
+         four + four + "A"},
+        {"\xED\xA0\x80\xED\xBF\xBF\xED\xAF"
+         "A",
+         four + four + "A"},
+        {"\xF4\x91\x92\x93\xFF"
+         "A\x80\xBF"
+         "B",
+         four + mark + "A" + mark + mark + "B"},
+        {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF"
+         "A",
+         four + "A"},
+        {"12345678\xE6\xB5", "12345678" + mark},
+        {std::string("ab\0cd", 5), "ab"},
+    };
+    for (const auto& [bytes, kept] : cases) {
+        bool isWhole = false;
+        const WString text = WString::FromUtf8(bytes, &isWhole);
+        EXPECT_EQ(text.AsUtf8(), kept);
+        EXPECT_EQ(isWhole, bytes == kept) << kept;
+    }
+    EXPECT_EQ(WString::FromUtf8(every).AsView(), QD_W("A\u00E4\u6D4B\U0001F600"));
+    EXPECT_EQ(WString::FromUtf8(u8"\u00E4").GetAt(0), 0xE4);
+    EXPECT_TRUE(WString::FromUtf8(nullptr).IsEmpty());
+}
+
+TEST(WString, TakesAndGivesTheOtherFormsOfUnicode)
+{
+    const std::u16string pair = u"A\U0001F600",
+                         halves = {'A', 0xDE00, 0xD83D, 0xD83D, 0xDE00, 0xD83D};
+    const std::u16string marked = u"A\uFFFD\uFFFD\U0001F600\uFFFD";
+    for (const auto& [given, kept] : {std::pair{pair, pair}, {halves, marked}, {u"", u""}}) {
+        bool isWhole = false, isWholeOut = false;
+        const WString text = WString::FromUtf16(given, &isWhole);
+        EXPECT_EQ(text.AsUtf16(&isWholeOut), kept);
+        EXPECT_TRUE(isWhole == (given == kept) && isWholeOut);
+        const WString raw(WString(std::basic_string<WChar>(given.begin(), given.end()).c_str()));
+        EXPECT_EQ(raw.AsUtf16(&isWholeOut), kept);
+        EXPECT_EQ(isWholeOut, isWhole);
+        EXPECT_EQ(raw.AsUtf8(&isWholeOut), text.AsUtf8());
+        EXPECT_EQ(isWholeOut, isWhole);
+        EXPECT_EQ(raw.AsWide(&isWholeOut), text.AsWide());
+        EXPECT_EQ(isWholeOut, isWhole);
+    }
+    bool isWhole = false;
+    EXPECT_EQ(WString::FromWide(L"\u00E4\U0001F600", &isWhole).AsUtf16(), u"\u00E4\U0001F600");
+    EXPECT_EQ(WString(QD_W("\U0001F600")).AsWide(), L"\U0001F600");
+    EXPECT_TRUE(isWhole);
+    for (const wchar_t bad : {wchar_t(0xD83D), wchar_t(0x110000), wchar_t(-1)}) {
+        if (bad == 0 || bad == 0xFFFF)
+            continue; // where a wchar_t has two bytes, these are others
+        EXPECT_EQ(WString::FromWide({&bad, 1}, &isWhole).GetAt(0), 0xFFFD);
+        EXPECT_FALSE(isWhole);
+    }
+    EXPECT_EQ(WString::FromUtf16({u"a\0b", 3}, &isWhole).Length(), 1U);
+    EXPECT_FALSE(isWhole);
+}
+
+TEST(BString, TakesUtf8AsFarAsTheAnsiCodePageHasIt)
+{
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"a\xC3\xA4\xE2\x82\xAC", "a\xE4\x80", true},
+        {"\xCE\xB1", "a", false},
+        {"\xE6\x97\xA5", "?", false},
+        {"\xC3", "?", false}};
+    for (const auto& [bytes, narrow, isKept] : cases) {
+        bool isWhole = !isKept;
+        const BString text = BString::FromUtf8(bytes, &isWhole);
+        EXPECT_EQ(Plain(text), narrow);
+        EXPECT_EQ(isWhole, isKept);
+        EXPECT_EQ(text.AsUtf8(&isWhole), isKept ? bytes : narrow);
+        EXPECT_TRUE(isWhole);
+    }
+}
+
+TEST(WString, GoesToAStreamAsUtf8AndIntoTheStandardTables)
+{
+    std::ostringstream out;
+    out << WString(QD_W("\u00E4")) << BString("\xE4") << std::setw(3) << WString(QD_W("x"));
+    EXPECT_EQ(out.str(), "\xC3\xA4\xC3\xA4  x");
+    EXPECT_EQ(testing::PrintToString(WString(QD_W("\u00E4"))), "\xC3\xA4");
+
+    std::unordered_map<WString, int> wide = {
+        {QD_W("Stra\u00DFe"), 1}, {QD_W("a"), 2}, {WString(), 3}};
+    EXPECT_EQ(wide[QD_W("Strasse")], 1); // equal by the collation
+    EXPECT_EQ(wide[QD_W("")], 3);
+    EXPECT_EQ(wide.count(QD_W("A")), 0U);
+    std::unordered_map<BString, int> narrow = {{BString("Stra\xDF"
+                                                        "e"),
+                                                1}};
+    EXPECT_EQ(narrow[BString("Strasse")], 1);
+    EXPECT_NE(WString(QD_W("a")).Hash(), WString(QD_W("b")).Hash());
 }
 
 TEST(WString, ComparesByTheUsersCollation)
