@@ -225,6 +225,20 @@ TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
     ASSERT_TRUE(BString(longLine).FWrite(records.get()));
     lines = platform::OpenStream(m_path, QD_W("rb"));
     CheckStrings<BString>(BString(text), BString(other), lines.get(), records.get());
+
+    const std::string bytes = longLine.AsUtf8();
+    bool isWhole = false, isSame = false;
+    FailEachAllocation(
+        "Unicode",
+        [&] {
+            const WString wide = WString::FromUtf8(bytes, &isWhole);
+            isSame = isWhole == (wide.Length() == longLine.Length()) && (isWhole || wide.IsEmpty());
+            const std::u16string units = longLine.AsUtf16(&isWhole);
+            isSame = isSame && units.size() == (isWhole ? longLine.Length() : 0);
+            const std::string out = longLine.AsUtf8(&isWhole);
+            isSame = isSame && (isWhole ? out == bytes : out.empty());
+        },
+        [&] { return isSame; });
 }
 
 TEST_F(OutOfMemoryTest, ADictionaryHoldsWhatWasInserted)
@@ -293,6 +307,7 @@ TEST_F(OutOfMemoryTest, AnIniProfileKeepsWhatItHeld)
             const BIniProfile profile(m_path, section, true);
             isWritten = profile.Write(key, value);
             profile.Write(kept, value.CStr());
+            profile.Write(kept, "a value that takes memory");
             profile.Write(kept + kept, 0.5);
             BArray<WString> sections;
             Ask(profile.GetInt(kept + key, 5), profile.GetSections(sections));

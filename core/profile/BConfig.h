@@ -4,6 +4,7 @@
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
+#include "core/profile/Overloads.h"
 
 /// A node of a configuration tree: named texts, and children with texts of their own.
 ///
@@ -40,4 +41,9 @@ public:
     virtual int ReadBool(WString name, bool& value) const;
     /// "True" or "False".
     virtual int WriteBool(WString name, bool value);
+
+    /// Not this: the number would be cut. As a text it is whole:
+    /// `WriteString(name, WString::FromInt(value))`.
+    template <NProfile::IsWiderThanInt T>
+    int WriteInt(WString name, T value) = delete;
 };

@@ -4,6 +4,7 @@
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
 #include "core/profile/IProfile.h"
+#include "core/profile/Overloads.h"
 
 #include <cstddef>
 
@@ -26,6 +27,9 @@ public:
     ~BIniProfile() override;
 
     bool WriteInt(const WString& key, int value) const;
+    /// Not this: the number would be cut. `Write` takes it whole.
+    template <NProfile::IsWiderThanInt T>
+    bool WriteInt(const WString& key, T value) const = delete;
     /// Intended: numbers are clamped to -2147483645 to 2147483645, three short of an int's range.
     int GetInt(const WString& key, int defaultValue) const;
 

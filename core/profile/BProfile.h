@@ -41,11 +41,13 @@ public:
     WString GetSection() override;
     bool WriteString(int index, WString key, WString value) override;
     bool WriteString(WString key, WString value) override;
+    using BProfileBase::WriteInt;
     bool WriteInt(int index, WString key, int value) override;
     bool WriteInt(WString key, int value) override;
     /// 15 significant digits.
     bool WriteDouble(int index, WString key, double value) override;
     bool WriteDouble(WString key, double value) override;
+    using BProfileBase::WriteMem;
     bool WriteMem(int index, WString key, void* data, unsigned int size) override;
     bool WriteMem(WString key, void* data, unsigned int size) override;
     bool WriteBoolean(WString key, bool value) override;

@@ -3,6 +3,9 @@
 #include "core/base/BSmartObj.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
+#include "core/profile/Overloads.h"
+
+#include <utility>
 
 /// A settings file of sections that hold named values: `BProfile` as text, `BBinProfile` as typed
 /// binary values. `OpenProfile` opens whichever a file is.
@@ -54,6 +57,26 @@ public:
     /// Deletes the current section with its keys.
     virtual void DeleteSection() = 0;
     [[nodiscard]] virtual bool ExistsSection(WString section) const = 0;
+
+    /// Not this: the number would be cut. As a text it is whole:
+    /// `WriteString(key, WString::FromInt(value))`.
+    template <NProfile::IsWiderThanInt T>
+    bool WriteInt(WString key, T value) = delete;
+    template <NProfile::IsWiderThanInt T>
+    bool WriteInt(int index, WString key, T value) = delete;
+    /// A size, as `sizeof` gives it. False for 4 GiB or more.
+    template <NProfile::IsWiderThanInt T>
+    bool WriteMem(int index, WString key, void* data, T size)
+    {
+        return std::in_range<unsigned int>(size) &&
+               WriteMem(index, key, data, static_cast<unsigned int>(size));
+    }
+    template <NProfile::IsWiderThanInt T>
+    bool WriteMem(WString key, void* data, T size)
+    {
+        return std::in_range<unsigned int>(size) &&
+               WriteMem(key, data, static_cast<unsigned int>(size));
+    }
 
 protected:
     /// Member `index` of a family of keys: "Point" and 3 give "Point3".

@@ -1,5 +1,6 @@
 #include "core/profile/IProfile.h"
 
+#include "core/base/BString.h"
 #include "core/platform/CharClass.h"
 #include "core/platform/Path.h"
 #include "core/platform/ScanText.h"
@@ -12,7 +13,10 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <type_traits>
 #include <typeinfo>
+#include <utility>
 
 // All readers come down to `Read(key, WString&)`, all writers to `WriteKeyImpl`, by way of virtual
 // functions: a derived class that keeps other texts, or keeps them elsewhere, overrides one of
@@ -55,6 +59,53 @@ bool ReadTimeStamp(const WChar* text, platform::TimeStamp& stamp)
            ReadField(text, stamp.year, QD_W(' ')) && ReadField(text, stamp.hour, QD_W(':')) &&
            ReadField(text, stamp.minute, QD_W(':')) && ReadField(text, stamp.second, QD_W('.')) &&
            ReadField(text, stamp.millisecond, QD_W(' '));
+}
+
+// A text in another type of unit than ours is converted; ours is taken as it stands.
+template <class Unit>
+WString OwnUnits(const Unit* text)
+{
+    if constexpr (std::is_same_v<Unit, WChar>)
+        return text;
+    else if constexpr (std::is_same_v<Unit, char16_t>)
+        return WString::FromUtf16(text);
+    else
+        return WString::FromWide(text);
+}
+
+// A number of 64 bits that has no text as an int.
+template <class Whole>
+WString WholeText(Whole value)
+{
+    WString text;
+    text.Printf(std::is_signed_v<Whole> ? QD_W("%I64d") : QD_W("%I64u"), value);
+    return Made(text);
+}
+
+enum class ELarge { None, Read, TooLarge };
+
+// Reads the number that the text begins with when an int does not hold it.
+template <class Whole>
+ELarge ReadLarge(const WChar* text, Whole& value)
+{
+    SkipBlanks(text);
+    const bool isNegative = *text == QD_W('-');
+    std::uint64_t number = 0;
+    for (text += isNegative || *text == QD_W('+'); *text >= QD_W('0') && *text <= QD_W('9');
+         ++text) {
+        const auto digit = static_cast<std::uint64_t>(*text - QD_W('0'));
+        if (number > ((std::numeric_limits<std::uint64_t>::max)() - digit) / 10)
+            return ELarge::TooLarge;
+        number = number * 10 + digit;
+    }
+    constexpr std::uint64_t mostOfInt = std::numeric_limits<int>::max();
+    if (number <= mostOfInt + isNegative)
+        return ELarge::None;
+    constexpr auto most = static_cast<std::uint64_t>((std::numeric_limits<Whole>::max)());
+    if (isNegative ? std::is_unsigned_v<Whole> || number > most + 1 : number > most)
+        return ELarge::TooLarge;
+    value = static_cast<Whole>(isNegative ? 0 - number : number);
+    return ELarge::Read;
 }
 
 } // namespace
@@ -171,14 +222,19 @@ bool IProfile::Write(const WString& key, bool value) const
     return WriteString(key, Store().Convert(value));
 }
 
-// Cut on Linux, too, where it has 64 bits: the file may be read on Windows.
+// Intended: a number of 32 bits has the text of the int, also on Linux, where an unsigned long has
+// 64: the file may be read on Windows.
 bool IProfile::Write(const WString& key, unsigned long value) const
 {
+    if (!std::in_range<std::uint32_t>(value))
+        return Write(key, static_cast<unsigned long long>(value));
     return Write(key, static_cast<int>(value));
 }
 
 bool IProfile::Write(const WString& key, long value) const
 {
+    if (!std::in_range<int>(value))
+        return Write(key, static_cast<long long>(value));
     return Write(key, static_cast<int>(value));
 }
 
@@ -423,7 +479,36 @@ WString IProfile::Convert(int value)
 
 bool IProfile::Write(const WString& key, const WChar* value) const
 {
-    return Write(key, value != nullptr ? MadeOf(value) : WString());
+    return Write(key, TextOf(value));
+}
+
+bool IProfile::Write(const WString& key, const BString& value) const
+{
+    return Write(key, TextOf(value.CStr()));
+}
+
+bool IProfile::Write(const WString& key, long long value) const
+{
+    if (std::in_range<int>(value))
+        return Write(key, static_cast<int>(value));
+    return Write(key, WholeText(value));
+}
+
+bool IProfile::Write(const WString& key, unsigned long long value) const
+{
+    if (std::in_range<std::uint32_t>(value))
+        return Write(key, static_cast<unsigned long>(value));
+    return Write(key, WholeText(value));
+}
+
+bool IProfile::Read(const WString& key, std::int64_t& value) const
+{
+    return ReadWhole(key, value);
+}
+
+bool IProfile::Read(const WString& key, std::uint64_t& value) const
+{
+    return ReadWhole(key, value);
 }
 
 void IProfile::Found(const WString& key, const WString& text) const
@@ -460,6 +545,50 @@ template <class Value>
 WString IProfile::DefaultText(Value value) const
 {
     return WriteMissingKey() ? Store().Convert(value) : WString();
+}
+
+WString IProfile::TextOf(const char* text)
+{
+    return text != nullptr && *text != 0 ? Made(WString(BString(text))) : WString();
+}
+
+WString IProfile::TextOf(const char8_t* text)
+{
+    return text != nullptr && *text != 0 ? Made(WString::FromUtf8(text)) : WString();
+}
+
+WString IProfile::TextOf(const char16_t* text)
+{
+    return text != nullptr && *text != 0 ? Made(OwnUnits(text)) : WString();
+}
+
+WString IProfile::TextOf(const wchar_t* text)
+{
+    return text != nullptr && *text != 0 ? Made(OwnUnits(text)) : WString();
+}
+
+// What an int does not hold is read here, as it was written; the rest by way of the int, whose text
+// may be another one in a derived class.
+template <class Whole>
+bool IProfile::ReadWhole(const WString& key, Whole& value) const
+{
+    using Small = std::conditional_t<std::is_signed_v<Whole>, int, std::uint32_t>;
+    WString text;
+    if (WriteMissingKey())
+        text = std::in_range<Small>(value) ? Store().Convert(static_cast<int>(value))
+                                           : WholeText(value);
+    if (!Read(key, text))
+        return false;
+    switch (ReadLarge(text, value)) {
+    case ELarge::Read: return true;
+    case ELarge::TooLarge: return false;
+    case ELarge::None: break;
+    }
+    int number = 0;
+    if (!Convert(text, number))
+        return false;
+    value = static_cast<Small>(number);
+    return true;
 }
 
 // Intended: out of bounds the value stays, other than with an int, which is clamped.

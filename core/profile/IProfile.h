@@ -6,10 +6,14 @@
 #include "core/platform/Export.h"
 #include "core/platform/Types.h"
 #include "core/platform/WChar.h"
+#include "core/profile/Overloads.h"
 #include "core/profile/PendingDefaults.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
+
+class BString;
 
 /// A settings store of sections that hold named texts, and the typed values that those texts stand
 /// for. A store derives from it and supplies the primitives: `GetAllKeys`, `GetString`,
@@ -81,7 +85,8 @@ public:
     /// "07/04/2018 13:05:09.250", month first; the day of the week is not written.
     virtual bool Write(const WString& key, const _SYSTEMTIME& value) const;
     virtual bool Write(const WString& key, bool value) const;
-    /// Cut to 32 bits.
+    /// As the `int` of the same 32 bits. Off Windows a `long` has 64: a number that takes more than
+    /// 32 is written whole, for `Read(key, std::int64_t&)`.
     virtual bool Write(const WString& key, unsigned long value) const;
     virtual bool Write(const WString& key, long value) const;
     virtual bool Write(const WString& key, int value) const;
@@ -145,8 +150,28 @@ protected:
     [[nodiscard]] virtual WString Convert(int value);
 
 public:
-    /// A text, which without this would count as true.
+    /// A text, which without these would count as true; null is an empty one. Narrow text is of the
+    /// ANSI code page, UTF-8 if of `char8_t`.
     bool Write(const WString& key, const WChar* value) const;
+    bool Write(const WString& key, const BString& value) const;
+    template <NProfile::IsTextUnit Unit>
+    bool Write(const WString& key, const Unit* value) const
+    {
+        return Write(key, TextOf(value));
+    }
+    bool Write(const WString& key, std::nullptr_t) const { return Write(key, WString()); }
+    /// Not this: no other pointer counts as true either.
+    template <class T>
+    requires(!NProfile::IsTextUnit<std::remove_cv_t<T>>) bool Write(const WString& key,
+                                                                    T* value) const = delete;
+
+    /// 64 bits: numbers that a `long` of 32 holds are written as that, others whole.
+    bool Write(const WString& key, long long value) const;
+    bool Write(const WString& key, unsigned long long value) const;
+    /// A number that either of these wrote, or another writer of integers. False, and `value`
+    /// stays, when the text begins with none or with one too large.
+    bool Read(const WString& key, std::int64_t& value) const;
+    bool Read(const WString& key, std::uint64_t& value) const;
 
 protected:
     /// Tells the text that the store holds under `key` of the current section, empty for none: what
@@ -167,6 +192,12 @@ private:
     /// missing and missing keys are written; else empty, and not made.
     template <class Value>
     [[nodiscard]] WString DefaultText(Value value) const;
+    [[nodiscard]] static WString TextOf(const char* text);
+    [[nodiscard]] static WString TextOf(const char8_t* text);
+    [[nodiscard]] static WString TextOf(const char16_t* text);
+    [[nodiscard]] static WString TextOf(const wchar_t* text);
+    template <class Whole>
+    bool ReadWhole(const WString& key, Whole& value) const;
     template <class Integer>
     bool ReadInteger(const WString& key, Integer& value, int min, int max) const;
     [[nodiscard]] IProfile& Store() const noexcept;

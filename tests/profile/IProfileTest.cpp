@@ -1,13 +1,18 @@
 #include "core/profile/IProfile.h"
 
 #include "core/base/BString.h"
+#include "core/profile/BBinProfile.h"
+#include "core/profile/BConfigRegistry.h"
 #include "core/profile/BIniProfile.h"
+#include "core/profile/BProfile.h"
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <limits>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -79,6 +84,90 @@ TEST_F(IProfileTest, ClampsAnIntToItsBoundsAndLeavesTheOtherIntegers)
     }
     Open(false).Write(QD_W("k"), 4294967295UL);
     EXPECT_EQ(Text(), "-1");
+}
+
+// What a writer of ints would cut is refused where it is written.
+template <class Profile, class T>
+concept TakesInt = requires(Profile profile, T value)
+{
+    profile.WriteInt(QD_W("k"), value);
+};
+template <class Profile, class T>
+concept Takes = requires(Profile profile, T value)
+{
+    profile.Write(QD_W("k"), value);
+};
+template <class Profile>
+constexpr bool kTakesIntsAlone =
+    TakesInt<Profile, int>&& TakesInt<Profile, unsigned short> &&
+    !TakesInt<Profile, std::int64_t> && !TakesInt<Profile, std::size_t>;
+static_assert(kTakesIntsAlone<BProfile> && kTakesIntsAlone<BBinProfile> &&
+              kTakesIntsAlone<BIniProfile> && kTakesIntsAlone<BConfigRegistry>);
+static_assert(!Takes<IProfile&, void*> && !Takes<BIniProfile, const int*>);
+
+TEST_F(IProfileTest, WritesATextOfEachKindAsText)
+{
+    const BIniProfile store = Open(false);
+    char narrow[] = "a\xE4";
+    WString wide = QD_W("a\u00E4");
+    const IProfile& base = store;
+    const std::function<bool()> writers[] = {
+        [&] { return store.Write(QD_W("k"), "a\xE4"); },
+        [&] { return store.Write(QD_W("k"), narrow); },
+        [&] { return store.Write(QD_W("k"), BString(narrow)); },
+        [&] { return base.Write(QD_W("k"), wide.Str()); },
+        [&] { return base.Write(QD_W("k"), QD_W("a\u00E4")); },
+        [&] { return base.Write(QD_W("k"), L"a\u00E4"); },
+        [&] { return base.Write(QD_W("k"), u"a\u00E4"); },
+        [&] { return base.Write(QD_W("k"), u8"a\u00E4"); },
+    };
+    for (const auto& write : writers) {
+        Put("other");
+        EXPECT_TRUE(write());
+        EXPECT_EQ(Text(), "a\xE4");
+    }
+    EXPECT_TRUE(store.Write(QD_W("k"), nullptr) &&
+                store.Write(QD_W("k"), static_cast<char*>(nullptr)));
+    EXPECT_EQ(Text(), "");
+}
+
+TEST_F(IProfileTest, KeepsNumbersOf64BitsWhole)
+{
+    const BIniProfile store = Open(true);
+    const auto keeps = [&](auto number, const char* text) {
+        for (const bool isDefault : {false, true}) {
+            auto value = isDefault ? number : decltype(number)(1);
+            Put("");
+            if (isDefault)
+                EXPECT_FALSE(store.Read(QD_W("k"), value)); // which writes it
+            else
+                EXPECT_TRUE(store.Write(QD_W("k"), number));
+            EXPECT_EQ(Text(), text);
+            EXPECT_TRUE(store.Read(QD_W("k"), value));
+            EXPECT_EQ(value, number);
+        }
+    };
+    using Signed = std::int64_t;
+    using Unsigned = std::uint64_t;
+    keeps(Signed(-7), "-7");
+    keeps(Signed(2147483647), "2147483647");
+    keeps(Signed(2147483648), "2147483648");
+    keeps(Signed(-2147483648), "-2147483648");
+    keeps(Signed(-2147483649), "-2147483649");
+    keeps(std::numeric_limits<Signed>::min(), "-9223372036854775808");
+    keeps(Unsigned(5), "5");
+    keeps(Unsigned(4294967295), "-1"); // as those of 32 bits always were
+    keeps(Unsigned(4294967296), "4294967296");
+    keeps(std::numeric_limits<Unsigned>::max(), "18446744073709551615");
+    store.Write(QD_W("k"), 5000000000LL);
+    EXPECT_EQ(Text(), "5000000000");
+    for (const char* const bad : {"18446744073709551616", "-9223372036854775809", "none"}) {
+        Signed number = 1;
+        Unsigned natural = 1;
+        Put(bad);
+        EXPECT_FALSE(store.Read(QD_W("k"), number) || store.Read(QD_W("k"), natural)) << bad;
+        EXPECT_TRUE(number == 1 && natural == 1);
+    }
 }
 
 TEST_F(IProfileTest, WritesADefaultForAMissingKeyWhenAskedTo)
@@ -218,12 +307,8 @@ TEST_F(IProfileTest, GivesDerivedStoresItsParts)
     EXPECT_EQ(FileBytes(m_folder / "p.ini"), "[s]\r\nk=default\r\n");
     EXPECT_TRUE(store.Write(QD_W("k"), static_cast<const WChar*>(nullptr)));
     EXPECT_EQ(Text(), "");
-    class Storeless : public IProfile {
-        BArray<WString> GetAllKeys() override { return BArray<WString>(); }
-    };
-    Storeless none;
-    EXPECT_FALSE(none.WriteMem(QD_W("k"), &number, 1) || none.ReadMem(QD_W("k"), &number, 1) ||
-                 none.WriteString(QD_W("k"), QD_W("v")));
+    EXPECT_FALSE(store.IProfile::WriteMem(QD_W("k"), &number, 1)) << "not without a store";
+    EXPECT_FALSE(store.IProfile::ReadMem(QD_W("k"), &number, 1));
 }
 
 TEST_F(IProfileTest, FindsSubProfilesBesideItself)
