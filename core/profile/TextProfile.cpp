@@ -32,8 +32,6 @@ bool MakeFolder(const WString& path)
 // system's own functions do not do it either.
 bool MakeEmptyFile(const WString& path)
 {
-    if (!MakeFolder(path))
-        return false;
     constexpr std::string_view mark = platform::kUtf16Mark;
     platform::FileReplacement file(path, platform::FileReplacement::ESync::No);
     return file.Stream() != nullptr &&

@@ -39,9 +39,8 @@ LockState& LockState::operator=(const LockState& other)
 {
     if (this == &other)
         return *this;
-    // What this lock was held as ends; its holders hold what the other one's do.
-    if (HasOwner())
-        m_slimLock.UnlockExclusive();
+    // What this lock was held as ends, if it was; its holders hold what the other one's do.
+    m_slimLock.UnlockExclusive();
     m_noReaders = other.EventToShare();
     m_noOwner = other.m_noOwner;
     TakeStateOf(other);

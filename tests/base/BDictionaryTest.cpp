@@ -75,6 +75,7 @@ TEST(BDictionary, KeepsOneEntryForEachKey)
     EXPECT_EQ(dictionary.Count(), 2u);
     ASSERT_NE(dictionary.Find("a"), nullptr);
     EXPECT_EQ(dictionary.Find("a")->value, 3);
+    EXPECT_LT(dictionary.Find("A"), dictionary.Find("a") + 4) << "not on a page of its own";
 
     EXPECT_TRUE(dictionary.Insert(BString(), 4));
     EXPECT_FALSE(dictionary.Insert("", 5)) << "no text is the empty text";

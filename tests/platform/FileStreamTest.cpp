@@ -186,7 +186,7 @@ TEST_F(FileStream, BuffersWhatIsWritten)
 TEST_F(FileStream, GoesBackAndForthInOneText)
 {
     // "l" reads a line, "2" two units of it at most, "w" writes "T\r\n", "^" goes to the start, "4"
-    // four bytes behind it, "$" to the end, and "." stays there to turn from one to the other.
+    // four bytes behind it, "+" a byte on, "$" to the end; "." stays, to turn to the other.
     struct Case {
         const WChar* mode;
         std::string before;
@@ -202,6 +202,7 @@ TEST_F(FileStream, GoesBackAndForthInOneText)
          QD_W("\x00EF\x00BB\x00BFx\n|y\r\n|\x00E4\rz!!"), ""},
         {QD_W("r+"), "on\r\ntw\r\nthree\r\n", "l.w.l4ll", QD_W("on\n|three\n|T\r\n|three\n|"),
          "on\r\nT\r\r\nthree\r\n"},
+        {QD_W("r+"), "on\r\ntw\r\nthree\r\n", "l+l", QD_W("on\n|w\n|"), ""},
         {QD_W("w+t"), "old", "ww^lll", QD_W("T\r\n|T\r\n|!"), "T\r\r\nT\r\r\n"},
         {QD_W("a+"), "x\r\n", "w^ll", QD_W("x\n|T\r\n|"), "x\r\nT\r\r\n"},
         // The end is met with the last line, unless that has a line end.
@@ -237,6 +238,7 @@ TEST_F(FileStream, GoesBackAndForthInOneText)
                 break;
             case '^': std::rewind(stream.get()); break;
             case '4': std::fseek(stream.get(), 4, SEEK_SET); break;
+            case '+': std::fseek(stream.get(), 1, SEEK_CUR); break;
             case '$': std::fseek(stream.get(), 0, SEEK_END); break;
             default: std::fseek(stream.get(), 0, SEEK_CUR);
             }

@@ -31,11 +31,11 @@ TEST(PathRules, TakeEachStyleApart)
     const std::string volume = "Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\";
     // clang-format off
     const Case cases[] = {
-        {"", shell, "", "", ""}, {"c:\\d\\a.b.doc", shell, "a.b.doc", ".doc", "c:\\d"},
-        {"c:\\d.e\\a", shell, "a", "", "c:\\d.e"}, {"a.b c", shell, "a.b c", "", ""},
+        {"", shell, "", "", ""}, {"a:\\d\\a.b.doc", shell, "a.b.doc", ".doc", "a:\\d"},
+        {"z:\\d.e\\a", shell, "a", "", "z:\\d.e"}, {"a.b c", shell, "a.b c", "", ""},
         {"a.", shell, "a.", ".", ""}, {"d\\a\\", shell, "a\\", "", "d\\a"},
-        {"c:\\", shell, "c:\\", "", "c:\\"}, {"\\a", shell, "a", "", "\\"},
-        {"c:a", shell, "a", "", "c:"}, {"1:a", shell, "a", "", ""},
+        {"A:\\", shell, "A:\\", "", "A:\\"}, {"\\a", shell, "a", "", "\\"},
+        {"Z:a", shell, "a", "", "Z:"}, {"1:a", shell, "a", "", ""},
         {"c:\\\\d", shell, "d", "", "c:\\"}, {"c:\\d\\\\a", shell, "a", "", "c:\\d"},
         {"c:\\d\\a\\\\", shell, "a\\\\", "", "c:\\d\\a"},
         {"c:\\d\\\\\\a", shell, "a", "", "c:\\d\\"}, {"c:/d\\a", shell, "a", "", "c:/d"},

@@ -88,8 +88,8 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
     protected:
         WString GetString(const WString& key, const WString& defaultValue) override
         {
-            if (key == QD_W("own")) // and tells nobody
-                return WString();
+            if (key == QD_W("own") || key == QD_W("odd")) // and tells nobody
+                return key == QD_W("own") ? WString() : key;
             WString text = BIniProfile::GetString(key, WString());
             if (text.IsEmpty())
                 text = BIniProfile::GetString(QD_W("base"), WString());
@@ -114,7 +114,7 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
         Coded profile(m_path, QD_W("S"), true);
         profile.beforeRead = beforeRead;
         profile.beforeWrite = beforeWrite;
-        for (const WChar* key : {QD_W("bad"), QD_W("missing")})
+        for (const WChar* key : {QD_W("bad"), QD_W("missing"), QD_W("odd")})
             EXPECT_EQ(profile.GetInt(key, 7), 7);
         double number = 0.5;
         EXPECT_FALSE(profile.Read(QD_W("none"), number));
@@ -124,9 +124,9 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
         const std::string own = *beforeWrite == 0 ? "own=~t\r\n" : "own=~5\r\n";
         EXPECT_EQ(FileBytes(m_file), (*beforeRead == 0 && *beforeWrite == 0
                                           ? "[S]\r\nbase=~x\r\nbad=~7\r\ntext=~t\r\nlast=~t\r\n"
-                                            "missing=~7\r\nnone=~0.5\r\n"
+                                            "missing=~7\r\nodd=~7\r\nnone=~0.5\r\n"
                                           : "[S]\r\nbase=~x\r\nbad=~5\r\ntext=~5\r\nlast=~t\r\n"
-                                            "missing=~5\r\nnone=~5\r\n") +
+                                            "missing=~5\r\nodd=~7\r\nnone=~5\r\n") +
                                          own);
         EXPECT_TRUE(profile.Write(QD_W("missing"), 8)); // no default
         profile.beforeRead = WString();

@@ -49,6 +49,7 @@ TEST(BVariant, WritesTheBytesFromWhichItWasReadUnlessTheyAreDamaged)
         {"\x04\0\0\0\x01\0\0\0\xFF\xFF\xFF\xFFx"s, noBlock},
         {"\x04\0\0\0\x02\0\0\0\xFD\xFF\xFF\xFFx"s, noBlock},
         {"\x04\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0x"s, noBlock},
+        {"\x06\0\0\0\xFF\xFF\xFF\xFF\0\0\0\0x"s, noText}, // does not ask for that much memory
     };
     for (const auto& [bytes, saved] : damaged)
         EXPECT_EQ(loaded(bytes).first, saved) << testing::PrintToString(bytes);
@@ -61,7 +62,7 @@ TEST(BVariant, WritesTheBytesFromWhichItWasReadUnlessTheyAreDamaged)
     TVariant<double> number(1);
     text.LoadValue(nothing.get()), block.LoadValue(nothing.get()), number.LoadValue(nothing.get());
     EXPECT_TRUE(text.Value().IsEmpty() && block.Size() == 0 && number.Value() == 1);
-    EXPECT_EQ(BVarMemBlock(nullptr, 1).Size(), 0U);
+    EXPECT_TRUE(BVarMemBlock(nullptr, 1).Size() == 0 && BVarMemBlock("", 0).Data() == nullptr);
     EXPECT_FALSE(LoadVariant(static_cast<std::FILE*>(nullptr)));
     number.Save(nullptr);
 }

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string_view>
 #include <thread>
@@ -140,6 +141,8 @@ TYPED_TEST(Lock, LetsOthersInAfterTheLastLockOfAWriterAndOfAReader)
         const BAutoLockW guard(lock);
         value = 3;
     });
+    for (int i = 0; i < 5; ++i) // each waits a while, and the writer with it
+        EXPECT_FALSE(lock.TryLockW());
     EXPECT_EQ(value, 2);
     lock.UnlockR();
     writer.join();
@@ -149,28 +152,36 @@ TYPED_TEST(Lock, LetsOthersInAfterTheLastLockOfAWriterAndOfAReader)
 TYPED_TEST(Lock, LetsASecondReaderInWhileTheFirstWaits)
 {
     const TypeParam lock;
-    const TypeParam sibling = lock; // tells by the event that they share whether a reader came
     lock.LockW();
-    std::atomic<bool> isInside = false;
+    std::atomic<bool> isInside = false, isWritten = false;
+    std::thread writer([&] {
+        const BAutoLockW guard(lock);
+        isWritten = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(10)); // by then the writer waits
     std::thread first([&] {
         lock.LockR();
         isInside = true;
     });
-    while (sibling.TryLockW())
-        sibling.UnlockW();
+    for (bool isReaderKnown = false; !isReaderKnown;) { // by the event that a copy shares
+        const TypeParam copy = lock;
+        copy.UnlockW();
+        isReaderKnown = !IsFree(copy);
+    }
     const TypeParam copy = lock; // the one who waits here does not come to it
     OnOtherThread([&] {
         EXPECT_FALSE(lock.TryLockR());
         lock.LockR();
+        lock.UnlockR();
     });
     EXPECT_FALSE(isInside) << "the first waits for the writer";
     lock.UnlockW();
     first.join();
-    EXPECT_FALSE(IsFree(lock));
-    lock.UnlockR();
-    lock.UnlockR();
-    EXPECT_TRUE(IsFree(lock));
     copy.UnlockW();
+    EXPECT_FALSE(IsFree(lock) || IsFree(copy) || isWritten) << "the reader came first";
+    lock.UnlockR();
+    writer.join();
+    EXPECT_TRUE(IsFree(lock) && IsFree(copy));
     copy.LockR();
     EXPECT_FALSE(IsFree(copy));
 }
@@ -223,9 +234,14 @@ TYPED_TEST(Lock, KeepsTheWritersOfItsCopiesWaitingUntilItEnds)
 TEST(BSyncableSmartObj, TellsItsCopiesOfAReaderThatATryLetIn)
 {
     const BSyncableSmartObj lock;
-    const BSyncableSmartObj copy = lock;
-    EXPECT_TRUE(lock.TryLockR());
-    EXPECT_TRUE(lock.TryLockR());
+    BSyncableSmartObj former = lock, copy;
+    lock.LockR();
+    former = BSyncableSmartObj();
+    lock.UnlockR();
+    copy = lock;
+    EXPECT_TRUE(IsFree(copy)) << "there was none to be told";
+    EXPECT_TRUE(lock.TryLockR() && lock.TryLockR());
+    const BSyncableSmartObj third = copy; // changes nothing for the others
     for (int i = 0; i < 2; ++i) {
         EXPECT_FALSE(copy.TryLockW());
         lock.UnlockR();

@@ -32,8 +32,9 @@ bool Converts(std::u16string_view wide, std::string_view ansi, std::u16string_vi
         platform::WideToAnsi(wide.data(), wide.size(), bytes.data(), bytes.size()) == size;
     bytes.resize(size);
 
-    std::u16string units(bytes.size(), u'.');
+    std::u16string units;
     std::thread([&] { // another thread has a converter of its own
+        units.resize(platform::AnsiToWide(bytes.data(), bytes.size(), nullptr, 0));
         units.resize(platform::AnsiToWide(bytes.data(), bytes.size(), units.data(), units.size()));
     })
         .join();

@@ -147,7 +147,11 @@ TEST(PrivateProfileOnLinux, WhoForkedMeanwhileHoldsNoLock)
     pid_t child = 0;
     {
         const platform::ProfileUpdate update(path);
-        child = StartProcess([] { return ::pause() != 0; });
+        child = StartProcess([&] { // which stands somewhere else
+            return ::chdir("/") == 0 && Set(path, u"S", u"k", u"2") && ::pause() != 0;
+        });
+        ::usleep(20'000);
+        EXPECT_FALSE(fs::exists(folder / "p.ini")) << "it waits";
     }
     EXPECT_TRUE(Set(path, u"S", u"k", u"1"));
     ::kill(child, SIGKILL);

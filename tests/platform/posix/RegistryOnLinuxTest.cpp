@@ -143,6 +143,7 @@ TEST_F(RegistryOnLinux, SeesWhatAnotherProgramWrites)
     BConfigRegistry config(QD_W("Software\\Probe"));
     ASSERT_EQ(config.WriteInt(QD_W("v"), 1), 0);
     OtherProgram other(m_path);
+    EXPECT_EQ(other.Run("SELECT length(data) FROM registry_value"), "4"); // two units
     const std::string set = "UPDATE registry_value SET data = ";
     const std::pair<std::string, int> steps[] = {
         {"", 1},
@@ -162,6 +163,8 @@ TEST_F(RegistryOnLinux, SeesWhatAnotherProgramWrites)
             EXPECT_EQ(number, value);
         }
     }
+    other.Run("CREATE TRIGGER no INSERT ON registry_key BEGIN SELECT RAISE(FAIL, ''); END");
+    EXPECT_THROW(config.Child(QD_W("new")), BError);
 }
 
 TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
@@ -289,6 +292,7 @@ TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)
     EXPECT_TRUE(fs::exists(named) && !fs::exists(config));
     EXPECT_TRUE(Gives(0, nullptr, config.c_str(), home.c_str()));
     EXPECT_TRUE(fs::exists(config + "/qd.core/registry.db") && !fs::exists(home));
+    EXPECT_EQ(fs::status(config).permissions(), fs::perms::owner_all);
     EXPECT_TRUE(Gives(0, "", "relative", home.c_str()));
     EXPECT_TRUE(fs::exists(home + "/.config/qd.core/registry.db"));
     EXPECT_TRUE(Gives(kErrorGeneral, nullptr, nullptr, nullptr));

@@ -63,13 +63,14 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
     const TemporaryFolder folder;
     BBinProfile(folder.Path("p"), ProfileNew).WriteInt(QD_W("a"), 1);
     const std::string before = FileBytes(folder / "p");
-    for (const rlim_t size : {0U, 100'000U}) { // it is known at the end, and earlier
+    for (const rlim_t size : {0U, 100'000U, 1'000'000U}) { // fails at the end, earlier, not at all
+        EXPECT_EQ(FileBytes(folder / "p"), before);
         const ResourceLimit limit(RLIMIT_FSIZE, size);
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
         for (int i = 0; i < 10'000; ++i)
             profile.WriteInt(i, QD_W("key"), i);
     }
-    EXPECT_EQ(FileBytes(folder / "p"), before);
+    EXPECT_EQ(BBinProfile(folder.Path("p"), ProfileReadOnly).ReadInt(9'999, QD_W("key"), 0), 9'999);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
 }
 
