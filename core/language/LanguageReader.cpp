@@ -99,10 +99,10 @@ bool LanguageReader::Fill()
     const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
     const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
     if (isRead) {
-        const auto last = static_cast<std::size_t>(m_room) - 1;
-        m_end = platform::Length(m_piece); // mostly the only 0
-        if (m_end < last && m_piece[m_end + 1] != kEndOfFile)
-            m_end = platform::WideView(m_piece, kPieceRoom).rfind(WChar(0), last);
+        const std::size_t firstZero = platform::Length(m_piece); // mostly the only one
+        const WChar* const behind =
+            std::find(m_piece + firstZero + 1, m_piece + m_room, kEndOfFile);
+        m_end = static_cast<std::size_t>(behind - m_piece) - 1;
     } else if (isLast) {
         return false;
     }
