@@ -29,8 +29,7 @@ WString BDirEntry::GetBase() const
 
 WString BDirEntry::GetExtension() const
 {
-    const std::size_t dot = platform::FindExtension(m_path);
-    return m_path.GetAt(dot) == 0 ? WString() : m_path.Sub(dot + 1);
+    return m_path.Sub(platform::FindExtension(m_path) + 1); // empty where there is no dot
 }
 
 WString BDirEntry::CutExtension()
