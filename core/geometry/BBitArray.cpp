@@ -156,14 +156,12 @@ const char* BBitArray::CLASSNAME()
 
 void BBitArray::SetAllBits() noexcept
 {
-    if (m_data)
-        std::memset(m_data, 0xFF, DataSize());
+    std::fill_n(m_data, DataSize(), std::uint8_t{0xFF});
 }
 
 void BBitArray::UnsetAllBits() noexcept
 {
-    if (m_data)
-        std::memset(m_data, 0, DataSize());
+    std::fill_n(m_data, DataSize(), std::uint8_t{0});
 }
 
 std::uint64_t BBitArray::DataSize() const noexcept
