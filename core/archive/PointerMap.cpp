@@ -23,8 +23,9 @@ std::uint32_t HashOf(const void* pointer) noexcept
     const std::uint64_t address = reinterpret_cast<std::uintptr_t>(pointer);
     const std::uint64_t page = (address >> 16) * factor;
     const std::uint64_t gibibyte = (address >> 30) * factor >> 32;
-    return static_cast<std::uint32_t>((((address >> 4) + (page >> 40)) & 0xFFF) | (page + gibibyte)
-                                                                                      << 12);
+    const std::uint64_t stretch = page + gibibyte;
+    const std::uint64_t slot = (address >> 4) + (page >> 40);
+    return static_cast<std::uint32_t>(stretch << 12 | (slot & 0xFFF));
 }
 
 } // namespace
