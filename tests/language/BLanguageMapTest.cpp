@@ -83,8 +83,9 @@ TEST(BLanguageMap, ChecksEntriesInAFixedOrder)
 TEST(BLanguageMap, FindsAndOrdersKeysByCollation)
 {
     BLanguageMap map;
-    for (const WChar* const key : {QD_W("$b"), QD_W("$Stra\u00DFe"), QD_W("$B"), QD_W("$a_1")})
-        EXPECT_EQ(map.Add(key, key, QD_W("text"), false, false),
+    for (const WChar* const key :
+         {QD_W("$b"), QD_W("$Stra\u00DFe"), QD_W("$B"), QD_W("$a_1"), QD_W("$a_1")})
+        EXPECT_EQ(map.Add(key, key, QD_W("text"), true, false),
                   key[1] == 'B' ? kErrorLanguageTextTwice : 0);
     EXPECT_TRUE(map.Includes(QD_W("$Strasse")));
     EXPECT_TRUE(map.Includes(QD_W("$a_1\u00AD")));
@@ -160,7 +161,6 @@ TEST(BLanguageMap, TranslatesTextsBackToTheirKeys)
         {QD_W("weiter"), QD_W("$"), LanguageCurrent, 1, QD_W("$Go")},
         {QD_W("weiter"), QD_W("$gO"), LanguageCurrent, 1, QD_W("$Go_On")},
         {QD_W("weiter"), QD_W("$G"), LanguageCurrent, 0, QD_W("(as before)")},
-        {QD_W("weiter"), QD_W(""), LanguageDefault, 0, QD_W("(as before)")},
         {QD_W("NEXT"), QD_W(""), LanguageDefault, 2, QD_W("$Dlg_Go,$Go_On")},
         {QD_W("NEXT"), QD_W(""), static_cast<ELanguage>(2), 0, QD_W("(as before)")},
     };

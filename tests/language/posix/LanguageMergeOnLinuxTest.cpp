@@ -3,33 +3,39 @@
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/platform/posix/SystemCalls.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <string>
 
 namespace fs = std::filesystem;
 
-TEST(LanguageMergeOnLinux, TranslationsThatCannotBeReadAreNotLost)
+TEST(LanguageMergeOnLinux, WhatCannotBeReadAsAWholeIsNotLost)
 {
     const TemporaryFolder folder;
-    fs::create_directory(folder / "master");
+    WriteFileBytes(folder / "x.lng", Utf16("$A\tx\tx\r\n$B\tx\t" + std::string(3000, 'x')));
     fs::create_directory(folder / "translated");
-    for (const char* name : {"loop.lng", "fault.lng"})
-        WriteFileBytes(folder / "master" / name, Utf16("$A\tHello\r\n"));
-    fs::create_symlink("loop.lng", folder / "translated/loop.lng");
-    fs::create_symlink("/proc/self/mem", folder / "translated/fault.lng"); // opens, but reads not
+    fs::create_symlink("x.lng", folder / "translated/x.lng"); // leads to itself
     int newEntries = 0;
-    const auto merge = [&](const WChar* name) {
-        return BLanguageMap::MergeMapFile(folder.Path("master"), folder.Path("translated"),
-                                          folder.Path("translated"), name, newEntries);
+    const auto merge = [&](const WString& translated) {
+        return BLanguageMap::MergeMapFile(folder.Path(""), translated, translated, u"x.lng",
+                                          newEntries);
     };
-    EXPECT_EQ(merge(u"loop.lng"), kErrorLanguageFile);
-    EXPECT_EQ(merge(u"fault.lng"), kErrorLanguageFile);
-    EXPECT_EQ(newEntries, 0);
-    for (const char* name : {"translated/loop.lng", "translated/fault.lng"})
-        EXPECT_TRUE(fs::is_symlink(folder / name)) << name;
+    EXPECT_EQ(merge(folder.Path("translated")), kErrorLanguageFile);
+    EXPECT_TRUE(fs::is_symlink(folder / "translated/x.lng"));
+
     BLanguageMap map;
-    EXPECT_EQ(map.ImportMapFile(folder.Path("translated/fault.lng"), nullptr, false, true),
-              kErrorLanguageFile);
+    SystemCalls disk;
+    disk.Fail("read", EIO, 1); // within $B
+    EXPECT_EQ(map.ImportMapFile(folder.Path("x.lng"), nullptr, false, true), kErrorLanguageFile);
+    EXPECT_TRUE(map.Includes(u"$A") && !map.Includes(u"$B"));
+    disk.Fail("read", EIO, 1);
+    EXPECT_EQ(merge(folder.Path("none")), kErrorLanguageFile);
+    disk.Fail("readdir", EIO, 4); // behind both names, "." and ".."
+    EXPECT_EQ(map.ImportMapFiles(folder.Path(""), u"*.lng", nullptr, true), kErrorLanguageFile);
+    EXPECT_FALSE(map.Includes(u"$B"));
+    EXPECT_EQ(newEntries, 0);
 }

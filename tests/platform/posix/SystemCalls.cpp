@@ -1,6 +1,7 @@
 #include "tests/platform/posix/SystemCalls.h"
 
 #include <cerrno>
+#include <dirent.h>
 #include <sys/types.h>
 
 // The linker turns the library's calls into calls of these (`--wrap`).
@@ -9,6 +10,8 @@ int __real_fsync(int file);
 int __real_fchmod(int file, mode_t mode);
 int __real_flock(int file, int operation);
 int __real_rename(const char* from, const char* to);
+ssize_t __real_read(int file, void* buffer, std::size_t size);
+dirent* __real_readdir(DIR* directory);
 std::uint32_t __real__ZN8platform9TickCountEv();
 
 int __wrap_fsync(int file)
@@ -31,6 +34,16 @@ int __wrap_rename(const char* from, const char* to)
     return SystemCalls::Make("rename", [=] { return __real_rename(from, to); });
 }
 
+ssize_t __wrap_read(int file, void* buffer, std::size_t size)
+{
+    return SystemCalls::Fails("read") ? -1 : __real_read(file, buffer, size);
+}
+
+dirent* __wrap_readdir(DIR* directory)
+{
+    return SystemCalls::Fails("readdir") ? nullptr : __real_readdir(directory);
+}
+
 // platform::TickCount
 std::uint32_t __wrap__ZN8platform9TickCountEv()
 {
@@ -40,15 +53,18 @@ std::uint32_t __wrap__ZN8platform9TickCountEv()
 
 int SystemCalls::Make(const char* name, const std::function<int()>& call)
 {
-    if (s_current == nullptr)
-        return call();
-    s_current->m_made += std::string(name) + ' ';
-    if (s_current->m_failing == name) {
-        s_current->m_failing.clear();
-        errno = s_current->m_error;
-        return -1;
-    }
-    return call();
+    if (s_current != nullptr)
+        s_current->m_made += std::string(name) + ' ';
+    return Fails(name) ? -1 : call();
+}
+
+bool SystemCalls::Fails(const char* name)
+{
+    if (s_current == nullptr || s_current->m_failing != name || s_current->m_before-- != 0)
+        return false;
+    s_current->m_failing.clear();
+    errno = s_current->m_error;
+    return true;
 }
 
 std::uint32_t SystemCalls::TickCount()

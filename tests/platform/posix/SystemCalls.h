@@ -5,8 +5,8 @@
 #include <string>
 
 /// Watches the calls of this program on Linux that put a file in place or lock one, while it lives:
-/// `fsync`, `fchmod`, `rename` and `flock`. Time passes faster meanwhile: a second from one look at
-/// the clock to the next, for those who wait.
+/// `fsync`, `fchmod`, `rename` and `flock`; also `read` and `readdir`, which it does not tell. Time
+/// passes faster meanwhile: a second from one look at the clock to the next, for those who wait.
 class SystemCalls {
 public:
     SystemCalls() { s_current = this; }
@@ -16,22 +16,24 @@ public:
 
     /// The calls so far: "fsync rename fsync ".
     [[nodiscard]] std::string Made() const { return m_made; }
-    /// The next call of `name` fails with `error`.
-    void Fail(const std::string& name, int error)
+    /// The call of `name` behind the next `before` ones fails with `error`.
+    void Fail(const std::string& name, int error, int before = 0)
     {
         m_failing = name;
         m_error = error;
+        m_before = before;
     }
 
     // What the library's calls become.
 
     static int Make(const char* name, const std::function<int()>& call);
+    static bool Fails(const char* name); // in `errno`
     static std::uint32_t TickCount();
 
 private:
     static inline SystemCalls* s_current = nullptr;
 
     std::string m_made, m_failing;
-    int m_error = 0; // of what fails
+    int m_error = 0, m_before = 0; // of what fails
     std::uint32_t m_seconds = 0;
 };
