@@ -68,6 +68,9 @@ TEST(BProfiler, AStartEndsTheRunThatIsOpen)
     OpenProfiler::Uninitialize();
     EXPECT_FALSE(profiler.m_initialized || profiler.m_swatch.IsRunning());
     EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
+    BProfiler::Start(QD_W("third"));
+    OpenProfiler::Initialize();
+    EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
 }
 
 TEST(BProfiler, LogsToTheFileOfTheDay)
@@ -90,6 +93,8 @@ TEST(BProfiler, LogsToTheFileOfTheDay)
     std::filesystem::current_path(formerFolder);
     EXPECT_TRUE(hasFileOfToday());
     EXPECT_EQ(profiler.m_logEntries.Count(), 0u);
+    BProfiler::SetLogfilePath(WString());
+    EXPECT_TRUE(profiler.m_logfilePath.IsEmpty());
 }
 
 TEST(BProfiler, AppendsRunsAndKeepsWhatItCannotWrite)

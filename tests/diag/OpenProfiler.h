@@ -16,6 +16,7 @@ public:
         Stop(WString());
     }
 
+    using BProfiler::Initialize;
     using BProfiler::m_initialized;
     using BProfiler::m_logEntries;
     using BProfiler::m_logfilePath;

@@ -33,7 +33,6 @@ TEST(Sha1, GivesThePublishedDigestsByEitherWay)
         {std::string(55, 'a'), "c1c8bbdc22796e28c0e15163d20899b65621d65a"},
         {std::string(56, 'a'), "c2db330f6083854c99d4b5bfb6e8f29f201be699"},
         {std::string(64, 'a'), "0098ba824b5c16427bd7a1122a5a442a25ec644d"},
-        {std::string(120, 'a'), "f34c1488385346a55709ba056ddd08280dd4c6d6"},
     };
     for (const auto& [message, digest] : cases) {
         SCOPED_TRACE(message.size());

@@ -161,12 +161,13 @@ protected:
 TEST_F(BBitArrayRecord, HoldsExtentAndBytes)
 {
     EXPECT_TRUE(Written(Numbered(9)).ends_with(kPayload));
-    const SP<BBitArray> array = Read();
-    ASSERT_TRUE(array);
+    const SP<BBitArray> array = Read(), smallest = Read("\1\0\0\0\1\0\0\0\1\0\0\0\7"sv);
+    ASSERT_TRUE(array && smallest);
     EXPECT_EQ(array->Width(), 3);
     EXPECT_EQ(array->Height(), 2);
     EXPECT_EQ(array->Planes(), 16);
     EXPECT_EQ(Digits(*array), "112233445566");
+    EXPECT_EQ(Digits(*smallest), "7");
 }
 
 TEST_F(BBitArrayRecord, GivesNothingWhenItHoldsLessThanItDeclares)

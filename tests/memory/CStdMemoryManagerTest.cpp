@@ -14,6 +14,7 @@
 
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -77,8 +78,11 @@ TEST_F(MemoryManager, ReportsWhatChangesTheMemoryInUse)
     EXPECT_EQ(copy.Start(), block->Start());
     manager.FreeMemoryBlock(&copy);
     manager.FreeMemoryBlock(nullptr);
-    CStdMemoryManager other;
-    other.FreeMemoryBlock(block.Get());
+    auto other = std::make_unique<CStdMemoryManager>();
+    const SP<CStdMemoryBlock> left = dynamic_cast<CStdMemoryBlock*>(other->MemoryBlockAlloc(0));
+    other->FreeMemoryBlock(block.Get());
+    other.reset();
+    EXPECT_EQ(left->RefCount(), 1) << "its manager has ended";
     EXPECT_EQ(manager.MemoryInUse(), page);
     EXPECT_EQ(Posted(), 0U);
     manager.FreeMemoryBlock(block.Get());
