@@ -90,7 +90,7 @@ public:
         if (m_block->sizes & kUnmeasured)
             return BTextHeap::Measure(m_block->text);
         const auto length = static_cast<std::size_t>(m_block->sizes >> kLengthShift);
-        assert(m_block->text[length] == 0 && (length == 0 || m_block->text[length - 1] != 0));
+        assert(Text()[length] == 0 && (length == 0 || Text()[length - 1] != 0));
         return length;
     }
     /// The text for writing by who then calls `End`. There must be a private block.

@@ -204,6 +204,8 @@ int main(int count, char** arguments)
             ++failures;
         }
     }
-    std::printf("%d texts\n", shared.statusTexts.load());
+    std::printf("%lld steps\n",
+                static_cast<long long>(shared.writesUnderLock + shared.writesUnderObject +
+                                       shared.statusTexts));
     return failures != 0;
 }

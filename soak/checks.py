@@ -1,0 +1,42 @@
+"""What soak.py runs: each check with what it proves, and what it found."""
+
+import dataclasses
+import pathlib
+from typing import Callable
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+
+@dataclasses.dataclass(frozen=True)
+class Check:
+    name: str
+    unit: str  # of what it counts
+    promise: str  # what holds when it finds nothing
+    command: Callable  # (seconds, seed): the words of a command
+    preset: str = "linux"
+    targets: tuple = ()  # of the preset; all when empty
+    mended: tuple = ()  # faults that it found, each with a test that keeps it away
+
+
+def program(name, preset="linux"):
+    """A program that takes seconds and a seed itself."""
+    return lambda seconds, seed: [f"build/{preset}/bin/{name}", f"{seconds:.1f}", str(seed)]
+
+
+def fuzz_target(name):
+    """A libFuzzer target, with what it found so far and its seeds."""
+    return lambda seconds, seed: ["soak/fuzz.sh", name, str(max(1, round(seconds))), str(seed)]
+
+
+CHECKS = [
+    *(Check(f"fuzz-{name}", "runs", promise, fuzz_target(name), preset="linux-fuzz") for name, promise in (
+        ("archive", "no archive crashes, hangs, leaks, or takes memory out of proportion to its size"),
+        ("binprofile", "the same for binary profiles"),
+        ("language", "the same for language files"),
+        ("string", "the same for texts that hold numbers, and for operations on texts"),
+        ("format", "the same for format strings"),
+        ("profiletext", "the same for text profiles"),
+    )),
+    Check("parallel", "steps", "threads that share locks, an operation, progress and a dispatcher lose nothing and race"
+          " nowhere", program("parallel_soak", "linux-tsan"), preset="linux-tsan", targets=("parallel_soak",)),
+]

@@ -1,0 +1,122 @@
+#!/usr/bin/env python3
+"""Runs the checks of checks.py for hours, and says in docs/reliability.md what they reached.
+
+    soak.py [HOURS] [CHECK...] [--seed N] [--short]
+
+A check is a program that is called with seconds and a seed, ends about then, prints as its last line how much it
+did ("51200 reads"), and fails when it found a fault. Each gets its share of the time (a quarter of an hour for all
+when no HOURS are told), in slices of a minute, so that a run that is cut off loses a minute at most: the next one
+goes on with the next seed. What a faulty slice printed stands in build/soak/faults, named by check and seed:
+`soak.py 0.01 CHECK --seed N` does the same again. --short is for CI: a slice of a few seconds each, from seed 1 on;
+it leaves the page alone.
+"""
+
+import argparse
+import json
+import pathlib
+import re
+import subprocess
+import sys
+import time
+
+from checks import CHECKS, ROOT
+
+WORK = ROOT / "build/soak"
+STATE = WORK / "state.json"
+PAGE = ROOT / "docs/reliability.md"
+SLICE, SHORT_SLICE = 60, 3  # seconds
+MANY = 5  # faults, after which a check is left for this run: mostly they are one
+PATIENCE = 300  # seconds that a slice may take longer than it was told
+COUNT = re.compile(r"^(\d+) (\w[\w ]*)$", re.MULTILINE)
+
+
+def run_slice(check, seconds, seed):
+    """(count, seconds taken, what it printed when it found a fault)"""
+    start = time.monotonic()
+    try:
+        done = subprocess.run(check.command(seconds, seed), cwd=ROOT, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True, errors="replace", timeout=seconds + PATIENCE)
+        output, failed = done.stdout, done.returncode != 0
+    except subprocess.TimeoutExpired as expired:
+        output, failed = (expired.stdout or b"").decode(errors="replace") + "\nhangs\n", True
+    counts = COUNT.findall(output)
+    if not counts:
+        failed = True
+    return int(counts[-1][0]) if counts else 0, time.monotonic() - start, output if failed else ""
+
+
+def run_check(check, budget, seed, state, is_short):
+    """True when no fault was found."""
+    kept = state.setdefault(check.name, {"count": 0, "seconds": 0.0, "longest": 0.0, "faults": 0, "seed": 1})
+    fixed, taken, count, faults = seed is not None, 0.0, 0, 0
+    seed = seed if fixed else 1 if is_short else kept["seed"]
+    while taken < budget and faults < MANY:
+        done, seconds, fault = run_slice(check, min(SLICE, budget - taken), seed)
+        taken, count = taken + seconds, count + done
+        if fault:
+            faults += 1
+            file = WORK / "faults" / f"{check.name}-{seed}.txt"
+            file.parent.mkdir(parents=True, exist_ok=True)
+            file.write_text(fault)
+            print(f"{check.name}: FAULT with seed {seed}, see {file.relative_to(ROOT)}", flush=True)
+        seed += 1
+        if not is_short:
+            kept["count"] += done
+            kept["seconds"] += seconds
+            kept["longest"] = max(kept["longest"], taken)
+            kept["faults"] += bool(fault)
+            if not fixed:
+                kept["seed"] = seed
+            STATE.write_text(json.dumps(state, indent=1))
+    print(f"{check.name}: {count:,} {check.unit} in {taken:.0f} s, {faults} faults", flush=True)
+    return faults == 0
+
+
+def page(state):
+    rows = ["| check | reached | time | longest run | open faults | what is promised |", "|---|---|---|---|---|---|"]
+    for check in CHECKS:
+        kept = state.get(check.name)
+        reached = "not yet | | |" if not kept else (
+            f"{kept['count']:,} {check.unit} | {hours(kept['seconds'])} | {hours(kept['longest'])} | {kept['faults']}")
+        rows.append(f"| {check.name} | {reached} | {check.promise} |")
+    found = [f"- **{check.name}**: {fault}" for check in CHECKS for fault in check.mended]
+    return "\n".join([
+        "# Reliability", "",
+        "Made by `./dev soak`; not to be edited. What each check does stands in `soak/checks.py`, and how to run it",
+        "in `soak/soak.py`. Counts and times add up over the runs on one machine.", "",
+        *rows, "", "## Found by these checks, and mended", "", *(found or ["Nothing yet."]), ""])
+
+
+def hours(seconds):
+    return f"{seconds / 3600:.1f} h" if seconds >= 3600 else f"{seconds / 60:.0f} min"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
+    parser.add_argument("words", nargs="*", metavar="HOURS or CHECK")
+    parser.add_argument("--seed", type=int)
+    parser.add_argument("--short", action="store_true")
+    options = parser.parse_args()
+    numbers = [float(word) for word in options.words if re.fullmatch(r"[\d.]+", word)]
+    names = [word for word in options.words if not re.fullmatch(r"[\d.]+", word)]
+    if unknown := set(names) - {check.name for check in CHECKS}:
+        sys.exit(f"no such check: {', '.join(sorted(unknown))}; there are "
+                 + ", ".join(check.name for check in CHECKS))
+    chosen = [check for check in CHECKS if check.name in names or not names]
+    for preset, targets in sorted({(check.preset, check.targets) for check in chosen}):
+        for command in (["cmake", "--preset", preset, "--log-level=ERROR"],
+                        ["cmake", "--build", "--preset", preset, *(["--target", *targets] if targets else [])]):
+            subprocess.run(command, cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+    WORK.mkdir(parents=True, exist_ok=True)
+    state = json.loads(STATE.read_text()) if STATE.exists() else {}
+    share = (numbers[0] if numbers else 0.25) * 3600 / len(chosen)
+    whole = True
+    for check in chosen:
+        whole &= run_check(check, SHORT_SLICE if options.short else share, options.seed, state, options.short)
+    if not options.short:
+        PAGE.write_text(page(state))
+    return not whole
+
+
+if __name__ == "__main__":
+    sys.exit(main())
