@@ -172,7 +172,7 @@ void RecordInspector::InspectAll()
         m_uses.Add(m_count + 1);
         ShowRecord(head);
         CheckRecord(head);
-        if (EntrySink* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.NextEntry())
             entries->Entry(RecordEntry(m_archive, head));
         ++m_count;
         file.MoveTo(head.payload + head.payloadSize);
@@ -342,6 +342,10 @@ void RecordInspector::End()
         }
     }
     shown.End("", "classes");
+    EntrySink* const entries = m_report.Export();
+    for (auto count = m_classes.begin(); entries != nullptr && count != m_classes.end(); ++count)
+        entries->ClassOfRecords(Utf8(count->first.first), count->first.second,
+                                count->second.records, count->second.bytes);
 }
 
 } // namespace
@@ -361,6 +365,10 @@ void InspectArchive(BlockReader& file, Report& report)
         return;
     ArchiveFile archive(file, document.formatVersion);
     RecordUses uses = SurveyRecords(archive, report);
-    if (report.IsShown() && file.IsGood())
+    if (!file.IsGood())
+        return;
+    if (report.IsShown())
         ShowTrees(archive, std::move(uses), report);
+    else if (TreeSink* const trees = report.Export() ? report.Export()->Trees(archive) : nullptr)
+        WalkTrees(archive, std::move(uses), *trees);
 }

@@ -217,7 +217,7 @@ bool BinaryProfileInspector::InspectRecord()
     if (m_values.Shows() || !value)
         m_report.Line() << "  at " << start << ": " << Quoted(platform::WideView(shownKey.CStr()))
                         << ' ' << (value ? ValueText(*value) : "?") << '\n';
-    if (EntrySink* const entries = m_report.Export(); entries != nullptr && value) {
+    if (EntrySink* const entries = value ? m_report.NextEntry() : nullptr) {
         Json entry = {{"at", start},
                       {"section", Utf8(SectionName())},
                       {"key", Utf8(platform::WideView(shownKey.CStr()))}};

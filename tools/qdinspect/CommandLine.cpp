@@ -54,6 +54,12 @@ constexpr const char* kLintExamples = R"(Examples:
 constexpr const char* kExportExamples = R"(Examples:
   qdinspect export --json part.qda > part.json
       all of it for another program, long texts of nodes cut
+  qdinspect export --html part.qda > part.html
+      a page for a browser that needs no other file, with a tree of nodes that
+      can be searched and pictures of bit planes; it holds the first 10000 nodes,
+      records, keys, entries or steps and tells how many are left out
+  qdinspect export --html --all part.qda > part.html
+      all of them: of a million nodes browsers make gigabytes
 )";
 
 constexpr const char* kRecoverExamples = R"(Examples:
@@ -147,10 +153,14 @@ void DescribeCommands(CLI::App& app, Options& options)
     add(ECommand::Check, "check", "Print the damage alone, as messages", kCheckExamples);
     add(ECommand::Lint, "lint", "Print what is wrong or suspicious in a language file, as messages",
         kLintExamples);
-    add(ECommand::Export, "export", "Write what the file holds for other programs", kExportExamples)
-        .add_flag(
-            "--json", [](std::int64_t) {}, "As JSON, to the standard output")
-        ->required();
+    CLI::App& exporting = add(ECommand::Export, "export",
+                              "Write what the file holds to the standard output", kExportExamples);
+    exporting.add_flag("--all", options.showsAll, "Write long lists whole, as --json does anyway");
+    CLI::Option_group& format = *exporting.add_option_group("Format");
+    format.require_option(1);
+    format.add_flag(
+        "--json", [](std::int64_t) {}, "As JSON, for other programs");
+    format.add_flag("--html", options.asPage, "As a page for a browser");
     add(ECommand::Recover, "recover", "Write what is whole into a new file", kRecoverExamples)
         .add_option("NEWFILE", options.newPath, "The file to write; it must not exist")
         ->required();

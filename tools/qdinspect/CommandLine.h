@@ -18,6 +18,7 @@ struct Options {
     EKind newKind = EKind::Unknown;    // to convert to: the same
     std::optional<EEncoding> encoding; // to convert from: by the content
     bool showsAll = false;
+    bool asPage = false; // not as JSON
     ECommand command = ECommand::Show;
 };
 

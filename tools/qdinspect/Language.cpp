@@ -114,7 +114,7 @@ void InspectLanguageFile(const WChar* path, Report& report)
         if (shown.Shows())
             report.Line() << "line " << line << ": " << Cell(cells[0]) << ' ' << Cell(cells[1])
                           << ' ' << Cell(cells[2]) << '\n';
-        if (EntrySink* const entriesOut = report.Export()) {
+        if (EntrySink* const entriesOut = report.NextEntry()) {
             entriesOut->Entry({{"line", line},
                                {"key", Utf8(WideView(cells[0].CStr()))},
                                {"default", Utf8(WideView(cells[1].CStr()))},

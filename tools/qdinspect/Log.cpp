@@ -98,7 +98,7 @@ private:
         EndRun();
         ++m_runs;
         m_last = 0;
-        if (EntrySink* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.NextEntry())
             entries->Entry(
                 {{"line", m_line}, {"start", Utf8(line.time)}, {"text", Utf8(line.text)}});
         m_report.Line() << Ascii(line.time) << ' ' << Quoted(line.text) << '\n';
@@ -116,7 +116,7 @@ private:
         if (m_steps.Shows())
             m_report.Line() << "  " << Padded(ms) << " ms  " << (ms < m_last ? "" : "+")
                             << ms - m_last << "  " << Quoted(line.text) << '\n';
-        if (EntrySink* const entries = m_report.Export())
+        if (EntrySink* const entries = m_report.NextEntry())
             entries->Entry({{"line", m_line}, {"ms", ms}, {"text", Utf8(line.text)}});
         m_last = ms;
     }

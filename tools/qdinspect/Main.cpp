@@ -18,6 +18,7 @@
 #include "tools/qdinspect/Diff.h"
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/Page.h"
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
@@ -30,6 +31,7 @@
 namespace {
 
 using platform::WideText;
+using platform::WideView;
 
 constexpr int kWhole = 0;
 constexpr int kDamaged = 1;
@@ -106,6 +108,28 @@ std::string Hindrance(const std::string& newPath)
 WideText Absolute(const std::string& path)
 {
     return std::filesystem::absolute(std::filesystem::path(path)).string<WChar>();
+}
+
+// Reads the file twice: the page begins with what is wrong.
+int ExportPage(const Options& options, EKind kind, BlockReader& file, const WideText& path)
+{
+    std::ostream silent(nullptr);
+    PageSurvey survey;
+    Report first(silent, silent, silent, options.showsAll);
+    first.ExportTo(survey);
+    InspectAs(kind, file, path, first);
+    const auto name = std::filesystem::path(path).filename().string<WChar>();
+    const PageSubject subject = {.name = Utf8(WideView(name)),
+                                 .kind = kind,
+                                 .findings = first.Findings(),
+                                 .isWhole = first.IsWhole(),
+                                 .showsAll = options.showsAll};
+    Page page(std::cout, subject, survey);
+    Report second(silent, silent, silent, options.showsAll);
+    second.ExportTo(page);
+    InspectAs(kind, file, path, second);
+    page.End();
+    return first.IsWhole() ? kWhole : kDamaged;
 }
 
 int Recover(const Options& options, EKind kind, BlockReader& file)
@@ -220,6 +244,8 @@ int Inspect(const Options& options)
         return Recover(options, kind, file);
     if (options.command == ECommand::Convert)
         return Convert(options, kind, file);
+    if (options.command == ECommand::Export && options.asPage)
+        return ExportPage(options, kind, file, widePath);
     return Inspect(options.command, kind, file, widePath, options.showsAll);
 }
 

@@ -10,7 +10,9 @@
 #include <string_view>
 #include <vector>
 
+class ArchiveFile;
 class Report;
+class TreeSink;
 
 /// Fields stay in the order in which they are set.
 using Json = nlohmann::ordered_json;
@@ -25,7 +27,15 @@ public:
 
     /// A field of the file; before the first entry.
     virtual void Property(const char* name, const Json& value) = 0;
+    /// Whether the next entry is to be made; one that is not counts all the same.
+    [[nodiscard]] virtual bool WantsEntry() { return true; }
     virtual void Entry(const Json& entry) = 0;
+    /// Records of an archive, behind its entries.
+    virtual void ClassOfRecords(const std::string& /*name*/, int /*version*/,
+                                std::uint64_t /*records*/, std::uint64_t /*bytes*/)
+    {}
+    /// What takes the trees of an archive behind its entries; null where they are not wanted.
+    [[nodiscard]] virtual TreeSink* Trees(ArchiveFile&) { return nullptr; }
 };
 
 /// Writes a file's content as JSON, entry by entry, so that no more than one is in memory:
@@ -93,6 +103,11 @@ public:
     void ExportTo(EntrySink& entries) { m_export = &entries; }
     /// Null where nobody wants entries.
     [[nodiscard]] EntrySink* Export() const noexcept { return m_export; }
+    /// The same where the next entry is wanted.
+    [[nodiscard]] EntrySink* NextEntry() const
+    {
+        return m_export != nullptr && m_export->WantsEntry() ? m_export : nullptr;
+    }
     [[nodiscard]] std::vector<Finding> Findings() const;
 
     [[nodiscard]] std::ostream& Line() { return m_out; }

@@ -161,7 +161,7 @@ private:
         if (m_shown.Shows())
             m_report.Line() << "  line " << m_line << ": " << Quoted(key) << " = " << type << ' '
                             << (type == "text" ? Quoted(value) : text) << '\n';
-        if (EntrySink* const entries = m_report.Export()) {
+        if (EntrySink* const entries = m_report.NextEntry()) {
             entries->Entry({{"line", m_line},
                             {"section", Utf8(m_section)},
                             {"key", Utf8(key)},
