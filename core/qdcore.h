@@ -7,6 +7,7 @@
 #include "core/base/BDictionary.h"
 #include "core/base/BError.h"
 #include "core/base/BMap.h"
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BString.h"
 #include "core/base/ClassRegistry.h"

@@ -30,9 +30,52 @@ WideText ToWide(const std::string& text)
 
 } // namespace
 
-WideText LastErrorText()
+int LastErrorCode() noexcept
 {
-    const int code = errno;
+    return errno;
+}
+
+void SetLastErrorCode(int code) noexcept
+{
+    errno = code;
+}
+
+EFailure FailureOf(int code) noexcept
+{
+    switch (code) {
+    case 0: return EFailure::None;
+    case ENOENT:
+    case ENOTDIR: return EFailure::Missing;
+    case EACCES:
+    case EPERM:
+    case EROFS: return EFailure::Denied;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG: return EFailure::NoRoom;
+    case ENOMEM: return EFailure::NoMemory;
+    case EAGAIN:
+    case EBUSY:
+    case ETXTBSY: return EFailure::InUse;
+    default: return EFailure::Other;
+    }
+}
+
+int CodeOf(EFailure failure) noexcept
+{
+    switch (failure) {
+    case EFailure::None: return 0;
+    case EFailure::Missing: return ENOENT;
+    case EFailure::Denied: return EACCES;
+    case EFailure::NoRoom: return ENOSPC;
+    case EFailure::NoMemory: return ENOMEM;
+    case EFailure::InUse: return EBUSY;
+    case EFailure::Other: break;
+    }
+    return EIO;
+}
+
+WideText ErrorText(int code)
+{
     return ToWide(std::system_category().message(code));
 }
 
