@@ -14,9 +14,11 @@
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // An archive's file, little-endian, without padding:
 //
@@ -46,6 +48,43 @@ namespace {
 constexpr int kFormatVersion = 8;
 constexpr int kOldestReadable = 2;
 
+struct FileHeader {
+    std::string docClass;
+    int docVersion = 0;
+    std::string archiveClass;
+    int formatVersion = 0;
+};
+
+BProblem OtherName(EProblem code, const std::string& found, const std::string& wanted)
+{
+    return {.code = code,
+            .name = WString(BString(found.c_str())),
+            .detail = WString(BString(wanted.c_str()))};
+}
+
+// What is wrong with the header of a file, which ends at `position`.
+BProblem FaultOf(const FileHeader& file, const FileHeader& wanted, std::uint64_t position)
+{
+    const bool isDocument = file.docClass == wanted.docClass;
+    if (file.formatVersion == 0) {
+        return isDocument ? BProblem{.code = EProblem::Damaged, .position = position}
+                          : BProblem{.code = EProblem::OtherKind, .name = QD_W("archive")};
+    }
+    if (!isDocument)
+        return OtherName(EProblem::OtherDocument, file.docClass, wanted.docClass);
+    if (file.archiveClass != wanted.archiveClass)
+        return OtherName(EProblem::OtherArchive, file.archiveClass, wanted.archiveClass);
+    if (file.docVersion < wanted.docVersion)
+        return {.code = EProblem::OldDocument,
+                .number = file.docVersion,
+                .detail = WString::FromInt(wanted.docVersion)};
+    if (file.formatVersion > kFormatVersion)
+        return {.code = EProblem::NewerFormat, .number = file.formatVersion};
+    if (file.formatVersion < kOldestReadable)
+        return {.code = EProblem::Damaged, .position = position - sizeof file.formatVersion};
+    return {};
+}
+
 } // namespace
 
 class BArchive::Impl {
@@ -54,6 +93,8 @@ public:
         : path(archivePath)
         , mode(archiveMode)
     {
+        if (path.IsEmpty() && archivePath != nullptr && *archivePath != 0)
+            throw std::bad_alloc(); // a text that gets no memory is empty
         if (mode == ModeWrite)
             saver = std::make_unique<NArchive::Saver>(path.CStr(), objects);
         else
@@ -63,8 +104,7 @@ public:
     void WriteFileHeader(BArchive& archive, const BString& docClass, int docVersion,
                          const char* archiveClass);
     // Leaves the loader without a file when the archive is not what was asked for.
-    void ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
-                        const char* archiveClass);
+    void ReadFileHeader(BArchive& archive, FileHeader wanted);
     // Of the object's entry; `kNone` when there is none left and the archive's `ThrowError` did not
     // throw.
     std::uint32_t NumberOf(const BArchive& owner, const void* object)
@@ -108,7 +148,7 @@ public:
             return file.Read(units, length * sizeof *units);
         };
         if (!text.FillBy(static_cast<std::size_t>(length), read)) {
-            file.Close();
+            loader->Fail({.code = EProblem::Memory});
             throw ArchiveFormatFault;
         }
     }
@@ -130,37 +170,31 @@ void BArchive::Impl::WriteFileHeader(BArchive& archive, const BString& docClass,
     archive << kFormatVersion;
 }
 
-void BArchive::Impl::ReadFileHeader(BArchive& archive, const BString& docClass, int docVersion,
-                                    const char* archiveClass)
+void BArchive::Impl::ReadFileHeader(BArchive& archive, FileHeader wanted)
 {
-    BString fileClass;
-    BString fileArchive;
-    int fileVersion = 0;
-    int formatVersion = 0;
-    bool accepted = loader->file.IsGood();
+    if (!loader->file.IsGood())
+        return;
+    FileHeader header;
+    BString docClass, archiveClass;
     try {
-        archive >> fileClass >> fileVersion >> fileArchive >> formatVersion;
-    } catch (ARCHIVE_EXCEPTION) {
-        accepted = false;
+        archive >> docClass >> header.docVersion >> archiveClass >> header.formatVersion;
+    } catch (ARCHIVE_EXCEPTION) { // the format's version, which stands last, is none
     }
-    std::string documentClass(docClass.CStr());
-    std::string fileDocumentClass(fileClass.CStr());
-    std::string fileArchiveClass(fileArchive.CStr());
-    if (!fileDocumentClass.starts_with(
-            NArchive::kClassKeyword)) { // written before names had the keyword
-        documentClass = NArchive::WithKeyword(documentClass);
-        fileDocumentClass = NArchive::WithKeyword(fileDocumentClass);
-        fileArchiveClass = NArchive::WithKeyword(fileArchiveClass);
+    header.docClass = docClass.CStr();
+    header.archiveClass = archiveClass.CStr();
+    if (!header.docClass.starts_with(NArchive::kClassKeyword)) { // written before names had it
+        header.docClass = NArchive::WithKeyword(header.docClass);
+        header.archiveClass = NArchive::WithKeyword(header.archiveClass);
+        wanted.docClass = NArchive::WithKeyword(wanted.docClass);
     }
-    accepted = accepted && fileDocumentClass == documentClass && fileArchiveClass == archiveClass &&
-               fileVersion >= docVersion && formatVersion >= kOldestReadable &&
-               formatVersion <= kFormatVersion;
-    if (!accepted) {
-        loader->file.Close();
+    if (!loader->file.IsGood()) // it failed, which is told
+        return;
+    if (BProblem fault = FaultOf(header, wanted, loader->file.Position())) {
+        loader->Fail(std::move(fault));
         return;
     }
-    version = formatVersion;
-    loader->Open(formatVersion);
+    version = header.formatVersion;
+    loader->Open(version);
 }
 
 // The way out goes one way: from here to the object, from the object through the archive's
@@ -169,12 +203,21 @@ void BArchive::Impl::ReadFileHeader(BArchive& archive, const BString& docClass, 
 // goes on.
 bool BArchive::Impl::WriteQueued(BArchive& archive)
 {
+    saver->ClearProblem();
     while (saver->MayBeginRecord()) {
         NArchive::Saver::Record record(*saver);
-        const BSmartObj& object = record.Object();
-        object.WritePrefix(archive, record.Label());
-        record.BeginPayload();
-        object.WriteData(archive);
+        try {
+            const BSmartObj& object = record.Object();
+            object.WritePrefix(archive, record.Label());
+            record.BeginPayload();
+            object.WriteData(archive);
+        } catch (const std::bad_alloc&) {
+            saver->TellUnwritten(EProblem::Memory);
+            throw;
+        } catch (...) {
+            saver->TellUnwritten(EProblem::ObjectUnwritten);
+            throw;
+        }
         if (!record.End(archive.Version())) {
             archive.ThrowError();
             return false;
@@ -195,7 +238,7 @@ BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersio
     if (m_impl->saver)
         m_impl->WriteFileHeader(*this, docClass, docVersion, name);
     else
-        m_impl->ReadFileHeader(*this, docClass, docVersion, name);
+        m_impl->ReadFileHeader(*this, {docClass.CStr(), docVersion, name, kFormatVersion});
 }
 
 BArchive::~BArchive()
@@ -227,6 +270,14 @@ bool BArchive::Flush()
 const char* BArchive::CLASSNAME()
 {
     return platform::TypeName(typeid(BArchive));
+}
+
+BProblem BArchive::Problem() const
+{
+    BProblem problem = m_impl->saver ? m_impl->saver->Problem() : m_impl->loader->problem;
+    if (problem)
+        problem.path = m_impl->path;
+    return problem;
 }
 
 bool BArchive::IsGood() const noexcept

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BString.h"
 #include "core/base/SP.h"
@@ -114,6 +115,13 @@ public:
     virtual bool Flush();
 
     [[nodiscard]] static const char* CLASSNAME();
+
+    /// Why the last operation that opened the file, wrote it or took an object out failed; none
+    /// after one that was sound, asked at any time. A `TakeOut` that gives an object though others
+    /// that it should have come with cannot be rebuilt, as their class is not registered, say,
+    /// tells the first of those. What made the archive lose its file, or refuse what it holds,
+    /// stays.
+    [[nodiscard]] BProblem Problem() const;
 
     /// A file is open and none of its reads or writes has failed.
     [[nodiscard]] bool IsGood() const noexcept;

@@ -4,7 +4,9 @@
 #include "core/archive/Encoding.h"
 #include "core/archive/ObjectHeader.h"
 #include "core/archive/ScopedValue.h"
+#include "core/base/BString.h"
 #include "core/base/ClassRegistry.h"
+#include "core/base/WString.h"
 #include "core/platform/FileStream.h"
 #include "core/platform/Stack.h"
 
@@ -13,6 +15,7 @@
 #include <cstddef>
 #include <limits>
 #include <new>
+#include <optional>
 #include <utility>
 
 // How a graph of objects comes out of a file.
@@ -39,6 +42,14 @@ constexpr int kNestingForAll = 64;
 constexpr std::size_t kRepeatsOfObject = 16;
 constexpr std::size_t kRepeatsInCall = 64;
 
+// From the ANSI code page; empty where there is no memory for it.
+WString Widened(std::string_view text) noexcept
+try {
+    return WString(BString(std::string(text).c_str()));
+} catch (const std::bad_alloc&) {
+    return {};
+}
+
 // Remembers where a reader stands, and goes back there.
 class ReadingPlace {
 public:
@@ -63,7 +74,10 @@ namespace NArchive {
 
 Loader::Loader(const WChar* path)
     : file(platform::OpenStream(path, QD_W("rb")))
-{}
+{
+    if (!file.IsGood())
+        problem = BProblem::OfSystem(file.Failure().value_or(0));
+}
 
 Loader::~Loader()
 {
@@ -71,11 +85,23 @@ Loader::~Loader()
     LetGo();
 }
 
+void Loader::Fail(BProblem reason)
+{
+    if (problem)
+        reason.detail = problem.Text();
+    problem = std::move(reason);
+    file.Close();
+}
+
 void Loader::Open(int version)
 {
     m_version = version;
-    if (!directory.Build(file, version))
-        file.Close();
+    if (directory.Build(file, version))
+        return;
+    if (file.IsGood())
+        Fail({.code = EProblem::Damaged, .position = file.Position()});
+    else
+        TellFileFailure();
 }
 
 SP<BSmartObj> Loader::TakeOut(std::string_view label, BArchive& archive)
@@ -84,12 +110,14 @@ try {
     if (number == RecordDirectory::kNone)
         number = directory.FindIndexText(label);
     if (number == RecordDirectory::kNone)
-        return nullptr;
+        return TakeOutNothing(label);
     if (m_nesting != 0)
         return TakeOutInside(number, archive);
     if (m_isSpoiled)
         return nullptr;
 
+    if (problem)
+        problem = {};
     const ScopedValue<int> nesting(m_nesting, 1);
     ++m_takeOutNumber;
     m_repeats += kRepeatsInCall;
@@ -99,6 +127,8 @@ try {
     SP<BSmartObj> object = RebuildBetween(number, archive);
     if (!Complete(archive) || !file.IsGood()) // of a file that failed parts are missing
         object = nullptr;
+    if (!file.IsGood())
+        TellFileFailure();
     if (object)
         m_holders.clear();
     else
@@ -108,11 +138,21 @@ try {
            m_associatedCount <= m_rebuilt.Count());
     return object;
 } catch (const std::bad_alloc&) {
-    file.Close();
+    Fail({.code = EProblem::Memory});
     return nullptr;
 } catch (...) {
-    file.Close(); // parts are missing: what is there must never pass for the whole
+    // Parts are missing: what is there must never pass for the whole.
+    Fail({.code = EProblem::ObjectUnread});
     throw;
+}
+
+// A `Read` that looks whether there is another object is answered, and nothing is wrong; nor does
+// the question change why there are none at all any more.
+SP<BSmartObj> Loader::TakeOutNothing(std::string_view label)
+{
+    if (m_nesting == 0 && !m_isSpoiled)
+        problem = {.code = EProblem::NoSuchObject, .name = Widened(label)};
+    return nullptr;
 }
 
 // From inside `Read`, `UpdateAssociations` or `VerifyObj`; what the object refers to comes when the
@@ -121,7 +161,7 @@ try {
 SP<BSmartObj> Loader::TakeOutInside(std::uint32_t number, BArchive& archive)
 {
     if (m_nesting >= kNestingForAll && platform::IsStackShort()) {
-        file.Close();
+        Fail({.code = EProblem::TooDeep});
         return nullptr;
     }
     const ScopedValue<int> nesting(m_nesting, m_nesting + 1);
@@ -150,8 +190,10 @@ bool Loader::Verify()
     if (m_isSpoiled)
         return false;
     for (std::size_t i = 0; i < m_rebuilt.Count(); ++i) { // one that is asked may add to them
-        if (!Rebuilt(i)->VerifyObj())
+        if (!Rebuilt(i)->VerifyObj()) {
+            TellRefusal(i);
             return false;
+        }
     }
     return true;
 }
@@ -201,10 +243,10 @@ const SP<BSmartObj>& Loader::Rebuild(std::uint32_t number, BArchive& archive)
 
     file.MoveTo(record.position, file.Size());
     ObjectHeader header;
-    if (!ReadObjectHeader(file, m_version, header))
+    if (!ReadObjectHeader(file, m_version, header)) // it was whole when the archive was opened
         return record.object;
     file.SetLimit(file.Position() + header.payloadSize);
-    SP<BSmartObj> object = CallRead(header, archive);
+    SP<BSmartObj> object = CallRead(number, header, archive);
     if (object && IsNew(*object))
         m_rebuilt.Append(number);
     else if (object)
@@ -213,16 +255,70 @@ const SP<BSmartObj>& Loader::Rebuild(std::uint32_t number, BArchive& archive)
     return record.object;
 }
 
-SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive)
+SP<BSmartObj> Loader::CallRead(std::uint32_t number, const ObjectHeader& header, BArchive& archive)
 {
     const ReadFunction read = FindReadFunction(header.className);
-    if (read == nullptr)
-        return nullptr;
-    try {
-        return read(archive, header.version);
-    } catch (ARCHIVE_EXCEPTION) {
+    if (read == nullptr) {
+        LeaveOut(EProblem::UnknownClass, number);
         return nullptr;
     }
+    try {
+        SP<BSmartObj> object = read(archive, header.version);
+        if (!object)
+            LeaveOut(EProblem::ObjectUnread, number);
+        return object;
+    } catch (ARCHIVE_EXCEPTION) {
+        LeaveOut(EProblem::Damaged, number);
+        return nullptr;
+    }
+}
+
+// What a problem tells of a record: its class and its index, from its header.
+BProblem Loader::OfRecord(EProblem code, std::uint32_t number) noexcept
+{
+    BProblem told{.code = code, .position = directory[number].position};
+    const ReadingPlace former(file);
+    try {
+        file.MoveTo(told.position, file.Size());
+        if (ObjectHeader header; ReadObjectHeader(file, m_version, header)) {
+            told.number = static_cast<std::int64_t>(IndexOfText(header.indexText).value_or(0));
+            told.name = Widened(header.className);
+        }
+    } catch (const std::bad_alloc&) { // then without them
+    }
+    return told;
+}
+
+// Of several objects that are missing from now on the first is told: it may be what the others are
+// missing for. Of a file that failed that is told.
+void Loader::LeaveOut(EProblem code, std::uint32_t number)
+{
+    if (problem || !file.IsGood())
+        return;
+    const std::uint64_t position = file.Position();
+    problem = OfRecord(code, number);
+    if (code == EProblem::Damaged) // where the reading of it ended
+        problem.position = position;
+}
+
+// Where the file fails of itself, and not because somebody here let go of it.
+void Loader::TellFileFailure()
+{
+    const std::optional<int> failure = file.Failure();
+    if (!failure || m_isFailureTold)
+        return;
+    m_isFailureTold = true;
+    Fail(*failure != 0 ? BProblem::OfSystem(*failure) : BProblem{.code = EProblem::Damaged});
+}
+
+void Loader::TellRefusal(std::size_t place)
+{
+    if (!file.IsGood()) // which is told
+        return;
+    BProblem refusal = OfRecord(EProblem::ObjectRefused, m_rebuilt[place]);
+    if (problem)
+        refusal.detail = problem.Text(); // what was left out may be what it lacks
+    problem = std::move(refusal);
 }
 
 // A document has many objects of few classes, mostly some of one class in a row. What was not found
@@ -294,15 +390,19 @@ bool Loader::AreSound()
     const std::size_t formerCount = m_soundCount;
     for (; m_soundCount < m_associatedCount; ++m_soundCount, m_repeats += kRepeatsOfObject) {
         m_isSpoiled = !Rebuilt(m_soundCount)->VerifyObj();
-        if (m_isSpoiled)
+        if (m_isSpoiled) {
+            TellRefusal(m_soundCount);
             return false;
+        }
     }
     const std::size_t repeats = std::min(m_repeats, formerCount);
     for (std::size_t i = 0; i < repeats; ++i) {
         if (m_nextAsked >= formerCount)
             m_nextAsked = 0;
-        if (!Rebuilt(m_nextAsked)->VerifyObj())
+        if (!Rebuilt(m_nextAsked)->VerifyObj()) {
+            TellRefusal(m_nextAsked);
             return false;
+        }
         ++m_nextAsked;
         --m_repeats;
     }

@@ -2,6 +2,7 @@
 
 #include "core/archive/Blocks.h"
 #include "core/archive/RecordDirectory.h"
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BlockReader.h"
 #include "core/base/SP.h"
@@ -34,6 +35,10 @@ public:
     Loader(const Loader&) = delete;
     Loader& operator=(const Loader&) = delete;
 
+    /// Closes the file, which is not what it should be or of which parts are missing from now on.
+    /// What was left out before may be the reason, and is told with it.
+    void Fail(BProblem reason);
+
     /// Reads the directory from the reader's position on; closes the file when it is broken.
     void Open(int version);
 
@@ -47,6 +52,8 @@ public:
 
     RecordDirectory directory;
     BlockReader file;
+    /// Why the last `TakeOut` gave null, or what it left out; without the path.
+    BProblem problem;
 
 private:
     using ReadFunction = SP<BSmartObj> (*)(BArchive&, int);
@@ -58,10 +65,16 @@ private:
         LetGoFunction letGo;
     };
 
+    [[nodiscard]] SP<BSmartObj> TakeOutNothing(std::string_view label);
     [[nodiscard]] SP<BSmartObj> TakeOutInside(std::uint32_t number, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> RebuildBetween(std::uint32_t number, BArchive& archive);
     [[nodiscard]] const SP<BSmartObj>& Rebuild(std::uint32_t number, BArchive& archive);
-    [[nodiscard]] SP<BSmartObj> CallRead(const ObjectHeader& header, BArchive& archive);
+    [[nodiscard]] SP<BSmartObj> CallRead(std::uint32_t number, const ObjectHeader& header,
+                                         BArchive& archive);
+    [[nodiscard]] BProblem OfRecord(EProblem code, std::uint32_t number) noexcept;
+    void LeaveOut(EProblem code, std::uint32_t number);
+    void TellFileFailure();
+    void TellRefusal(std::size_t place);
     [[nodiscard]] ReadFunction FindReadFunction(std::string_view className);
     [[nodiscard]] std::uint8_t NumberOf(LetGoFunction letGo);
     [[nodiscard]] bool IsNew(const BSmartObj& object);
@@ -88,6 +101,7 @@ private:
     std::size_t m_repeats = 0;            // self-checks that may be repeated so far
     std::unordered_set<const BSmartObj*> m_known; // of the first of m_rebuilt: see IsNew
     std::size_t m_knownCount = 0;
+    bool m_isFailureTold = false;
     bool m_isSpoiled = false; // a new object said that it is not sound
     // What hangs on the success of the `TakeOut` at hand. Objects ask for it when they update their
     // associations, nearly all of them with one function, so that a number in the record, that of

@@ -41,8 +41,10 @@ bool RecordDirectory::Build(BlockReader& reader, int archiveVersion)
     while (reader.Left() != 0) {
         const std::uint64_t position = reader.Position();
         ObjectHeader header;
-        if (!ReadObjectHeader(reader, archiveVersion, header) || m_records.Count() == kNone - 1)
+        if (!ReadObjectHeader(reader, archiveVersion, header) || m_records.Count() == kNone - 1) {
+            reader.MoveTo(position);
             return false;
+        }
         Enter(position, header.indexText, header.label);
         reader.MoveTo(reader.Position() + header.payloadSize);
     }

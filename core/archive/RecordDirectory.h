@@ -36,7 +36,8 @@ public:
     static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
 
     /// Enters every record from the reader's position to its limit. False when they do not end
-    /// there exactly. Of two records with one label or index, the later counts.
+    /// there exactly; the reader is then at the one that is broken. Of two records with one label
+    /// or index, the later counts.
     [[nodiscard]] bool Build(BlockReader& reader, int archiveVersion);
 
     /// The number of the record of that index, index text or label; `kNone` when there is none.

@@ -1,5 +1,7 @@
 #include "core/archive/RecordWriter.h"
 
+#include "core/platform/SystemError.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstdio>
@@ -23,6 +25,8 @@ RecordWriter::RecordWriter(platform::Stream stream)
 {
     if (m_stream)
         std::setvbuf(m_stream.get(), nullptr, _IONBF, 0); // the gathered bytes are the buffer
+    else
+        Fail();
 }
 
 void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
@@ -62,12 +66,12 @@ void RecordWriter::Patch(std::uint64_t position, const void* bytes, std::uint64_
     if (!m_stream)
         return;
     if (!platform::Seek(m_stream.get(), position)) {
-        m_stream.reset();
+        Fail();
         return;
     }
     WriteToFile(bytes, size);
     if (m_stream && !platform::Seek(m_stream.get(), m_bufferStart))
-        m_stream.reset();
+        Fail();
 }
 
 void RecordWriter::TakeBack(std::uint64_t position) noexcept
@@ -80,7 +84,7 @@ void RecordWriter::TakeBack(std::uint64_t position) noexcept
     m_used = 0;
     m_bufferStart = position;
     if (m_stream && !platform::Truncate(m_stream.get(), position))
-        m_stream.reset();
+        Fail();
 }
 
 bool RecordWriter::Flush()
@@ -97,7 +101,13 @@ bool RecordWriter::Flush()
 void RecordWriter::WriteToFile(const void* bytes, std::uint64_t size)
 {
     if (std::fwrite(bytes, 1, size, m_stream.get()) != size)
-        m_stream.reset();
+        Fail();
+}
+
+void RecordWriter::Fail() noexcept
+{
+    m_error = platform::LastErrorCode();
+    m_stream.reset();
 }
 
 } // namespace NArchive

@@ -22,6 +22,9 @@ public:
 
     [[nodiscard]] bool IsGood() const noexcept { return m_stream != nullptr; }
 
+    /// What the system said when the file failed; 0 as long as it is good.
+    [[nodiscard]] int Error() const noexcept { return m_error; }
+
     void Write(const void* bytes, std::uint64_t size)
     {
         if (size <= m_capacity - m_used) {
@@ -48,11 +51,13 @@ public:
 private:
     void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
     void WriteToFile(const void* bytes, std::uint64_t size);
+    void Fail() noexcept;
 
     platform::Stream m_stream;
     std::unique_ptr<char[]> m_buffer;
     std::uint64_t m_capacity = 0;
     std::uint64_t m_used = 0;
+    int m_error = 0;
     std::uint64_t m_bufferStart = 0; // place in the file of the buffer's first byte
 };
 

@@ -68,6 +68,19 @@ void Saver::Keep(const char* label, std::size_t place)
     }
 }
 
+BProblem Saver::Problem() const
+{
+    return file.IsGood() ? m_problem : BProblem::OfSystem(file.Error());
+}
+
+void Saver::TellUnwritten(EProblem code) noexcept
+{
+    assert(m_isWriting);
+    PointerMap::Entry& entry = m_objects[m_queue[m_writtenCount]];
+    const char* const name = ObjectOf(entry).ArchiveName();
+    m_problem = {.code = code, .number = entry.index, .name = WString(BString(name))};
+}
+
 bool Saver::MayBeginRecord() const noexcept
 {
     return !m_isWriting && m_writtenCount < m_queue.Count() && file.IsGood();

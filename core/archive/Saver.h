@@ -3,6 +3,7 @@
 #include "core/archive/Blocks.h"
 #include "core/archive/PointerMap.h"
 #include "core/archive/RecordWriter.h"
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/BString.h"
 #include "core/platform/SeededHash.h"
@@ -69,6 +70,12 @@ public:
         bool m_isEnded = false;
     };
 
+    /// Why the file is not good, or else an object could not be written; without the path.
+    [[nodiscard]] BProblem Problem() const;
+    /// For the object whose record is being written.
+    void TellUnwritten(EProblem code) noexcept;
+    void ClearProblem() noexcept { m_problem = {}; }
+
     RecordWriter file;
 
 private:
@@ -86,6 +93,7 @@ private:
     std::size_t m_writtenCount = 0;
     bool m_isWriting = false; // the record of the first that waits
     std::unordered_set<std::string, platform::SeededTextHash, std::equal_to<>> m_labels;
+    BProblem m_problem;                // of an object
     std::deque<Label> m_waitingLabels; // of those that wait
 };
 

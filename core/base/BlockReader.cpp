@@ -1,5 +1,7 @@
 #include "core/base/BlockReader.h"
 
+#include "core/platform/SystemError.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cstdio>
@@ -118,9 +120,18 @@ bool BlockReader::ReadAt(std::uint64_t position, char* out, std::uint64_t size)
                        std::fread(out, 1, size, m_stream) == size;
     m_streamPosition = position + size;
     // One failure is for good: what a second try would read is not what stands at the place.
-    if (!there)
-        Close();
+    if (!there) {
+        const bool hasEnded = m_stream != nullptr && std::feof(m_stream) != 0;
+        Fail(hasEnded ? 0 : platform::LastErrorCode());
+    }
     return there;
+}
+
+void BlockReader::Fail(int error) noexcept
+{
+    if (!m_failure)
+        m_failure = error;
+    Close();
 }
 
 void BlockReader::Measure()
@@ -128,6 +139,6 @@ void BlockReader::Measure()
     const std::optional<std::uint64_t> size =
         m_stream != nullptr ? platform::FileSize(m_stream) : std::nullopt;
     if (!size)
-        Close();
+        Fail(platform::LastErrorCode());
     m_size = m_limit = size.value_or(0);
 }

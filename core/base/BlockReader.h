@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 /// Reads a file whose content is not trusted: in large blocks, and never past a limit.
@@ -25,6 +26,10 @@ public:
 
     /// A file is open and none of its reads has failed. A read past the limit is no failure.
     [[nodiscard]] bool IsGood() const noexcept { return m_stream != nullptr; }
+
+    /// What the system said of the read that failed: `IsGood` is false since then. 0 when the file
+    /// ended before the size that it had; none when no read failed.
+    [[nodiscard]] std::optional<int> Failure() const noexcept { return m_failure; }
 
     /// Lets go of the file, and closes one that was taken over; the reader is not good from then
     /// on.
@@ -94,6 +99,8 @@ private:
     /// Of `m_stream`, which is let go of when its size cannot be told.
     void Measure();
 
+    void Fail(int error) noexcept;
+
     platform::Stream m_owned;
     std::FILE* m_stream; // m_owned, or the caller's
     std::uint64_t m_size = 0;
@@ -108,6 +115,7 @@ private:
     std::uint64_t m_blockStart = 0; // place in the file of the block's first byte
     std::uint64_t m_blockSize = 0;  // bytes of the file in the block
     std::uint64_t m_blockCapacity = 0;
-    std::uint64_t m_readSize;       // bytes to read ahead next time
+    std::uint64_t m_readSize; // bytes to read ahead next time
+    std::optional<int> m_failure;
     std::uint64_t m_streamPosition; // where the stream itself stands; the greatest if unknown
 };

@@ -463,8 +463,11 @@ TEST_F(BArchiveTest, DamageIsRefusedOrLeavesTheWholeObjects)
         Put(bytes);
         BArchive archive = Opened();
         good += archive.IsGood() ? 1 : 0;
+        EXPECT_NE(archive.IsGood(), static_cast<bool>(archive.Problem()));
         for (const char* name : {"no such", "first", "third", "1", "2", "3"}) {
-            if (const auto item = TakeOutAs<ArchiveItem>(archive, name))
+            const auto item = TakeOutAs<ArchiveItem>(archive, name);
+            EXPECT_TRUE(item || !archive.Problem().Text().IsEmpty());
+            if (item)
                 item->m_links.clear(); // the graph may be a circle
         }
     };
@@ -476,6 +479,77 @@ TEST_F(BArchiveTest, DamageIsRefusedOrLeavesTheWholeObjects)
             tryOut(std::string(whole).replace(at, damage.size(), damage));
     }
     EXPECT_LT(good, 450) << "the header and the chain of records are checked";
+}
+
+TEST_F(BArchiveTest, TellsWhatIsWrong)
+{
+    const int start = static_cast<int>(kHeader.size());
+    const auto at = [&](int position) { return std::to_string(start + position); };
+    const std::string item = ItemRecord("1", "a", ItemBytes(1));
+    const std::string acting = BSmartObj::ClassName(typeid(Acting));
+    const std::string ofNobody = RecordBytes("2", "", "class Nobody", 0, "");
+    const std::string unsound = ItemRecord("1", "a", ItemBytes(ArchiveItem::kUnsound));
+    struct Case {
+        std::string bytes;
+        EProblem code;
+        std::string text;
+        bool isGiven = false; // the object under "a"
+    };
+    const Case cases[] = {
+        {kHeader + item, EProblem::None, "", true},
+        {"", EProblem::OtherKind, "no archive"},
+        {"Some text", EProblem::OtherKind, "no archive"},
+        {kHeader.substr(0, 30), EProblem::Damaged, "damaged at byte 18"},
+        {HeaderBytes("class Other", 7) + item, EProblem::OtherDocument,
+         "a document of \"class Other\", not of \"class Doc\""},
+        {HeaderBytes("class Doc", 7, "class Own"), EProblem::OtherArchive,
+         "written by \"class Own\", not by \"class BArchive\""},
+        {HeaderBytes("class Doc", 0), EProblem::OldDocument,
+         "version 0 of its document, older than 7"},
+        {HeaderBytes("class Doc", 7, "class BArchive", 9), EProblem::NewerFormat,
+         "format 9, which is newer than this program"},
+        {HeaderBytes("class Doc", 7, "class BArchive", 1), EProblem::Damaged,
+         "damaged at byte " + at(-4)},
+        {kHeader + item.substr(0, 30), EProblem::Damaged, "damaged at byte " + at(0)},
+        {kHeader + item + "S", EProblem::Damaged, "damaged at byte " + at(54)},
+        {kHeader + ofNobody, EProblem::NoSuchObject, "no object \"a\""},
+        {kHeader + RecordBytes("f", "a", "class Nobody", 0, ""), EProblem::UnknownClass,
+         "object 15 at byte " + at(0) + " is of \"class Nobody\", which is not registered"},
+        {kHeader + ItemRecord("1", "a", ItemBytes(1, {2})) + ofNobody, EProblem::UnknownClass,
+         "object 2 at byte " + at(62) + " is of \"class Nobody\", which is not registered", true},
+        {kHeader + ItemRecord("1", "a", BytesOf(1) + BytesOf(-5)), EProblem::Damaged,
+         "damaged at byte " + at(54) + ", in object 1 of \"class ArchiveItem\""},
+        {kHeader + RecordBytes("1", "a", acting, 0, ""), EProblem::ObjectUnread,
+         "an object (1 of \"" + acting + "\" at byte " + at(0) + ") cannot be read"},
+        {kHeader + unsound, EProblem::ObjectRefused,
+         "object 1 of \"class ArchiveItem\" refuses itself"},
+        {kHeader + ItemRecord("1", "a", ItemBytes(ArchiveItem::kUnsound, {2})) + ofNobody,
+         EProblem::ObjectRefused,
+         "object 1 of \"class ArchiveItem\" refuses itself; object 2 at byte " + at(62) +
+             " is of \"class Nobody\", which is not registered"},
+    };
+    Acting::read = [](BArchive&, int) { return SP<BSmartObj>(); };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        Put(c.bytes);
+        BArchive archive = Opened();
+        EXPECT_EQ(archive.TakeOut("a") != nullptr, c.isGiven);
+        const BProblem problem = archive.Problem();
+        EXPECT_EQ(problem.code, c.code);
+        const WString text(BString(c.text.c_str()));
+        EXPECT_EQ(problem.Text(), text.IsEmpty() ? text : m_path + QD_W(": ") + text)
+            << problem.Text().AsString().CStr();
+    }
+    Put(kHeader + item);
+    BArchive archive = Opened();
+    EXPECT_FALSE(archive.TakeOut("b"));
+    EXPECT_TRUE(archive.Problem());
+    EXPECT_TRUE(archive.TakeOut("a"));
+    EXPECT_FALSE(archive.Problem()) << "what is sound clears it";
+    EXPECT_EQ(BArchive(m_folder.Path("absent"), BArchive::ModeRead, "", 0).Problem().code,
+              EProblem::NotThere);
+    EXPECT_EQ(BArchive(m_folder.Path("no/such"), BArchive::ModeWrite, "", 0).Problem().code,
+              EProblem::NotThere);
 }
 
 TEST_F(BArchiveTest, AnObjectThatCannotBeReadIsNullAndTriedOnceInACall)
@@ -572,6 +646,7 @@ TEST_F(BArchiveTest, AFileThatIsCutWhileItIsReadGivesNoHalfObjects)
     std::filesystem::resize_file(m_folder / "a.qda", bytes.size() / 2);
     EXPECT_EQ(archive.TakeOut("root"), nullptr);
     EXPECT_FALSE(archive.IsGood());
+    EXPECT_EQ(archive.Problem().Text(), m_path + QD_W(": damaged"));
 }
 
 TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
@@ -596,8 +671,11 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
         EXPECT_EQ(ThrownCode([&] { archive.Flush(); }), 4711);
         EXPECT_TRUE(archive.IsGood());
         EXPECT_EQ(ThrownCode([&] { archive.Flush(); }), 4711) << "it stays queued";
+        EXPECT_EQ(archive.Problem().code, EProblem::ObjectUnwritten);
+        EXPECT_EQ(archive.Problem().number, 2);
         fails = false;
         EXPECT_TRUE(archive.Flush());
+        EXPECT_FALSE(archive.Problem());
         BArchive in = Opened();
         EXPECT_EQ(Value(in, "before") + Value(in, "behind"), before + 2);
         EXPECT_EQ(Value(in, "unwritable"), unwritable) << "under its label";
@@ -681,6 +759,7 @@ TEST_F(BArchiveTest, TakingOutWhileReadingGivesTheWholeOrNull)
             object = static_cast<Acting*>(object.Get())->m_links[0];
         EXPECT_EQ(depth, archive.IsGood() ? length : 0);
         EXPECT_TRUE(archive.IsGood() || length > 1000);
+        EXPECT_EQ(archive.Problem().code, archive.IsGood() ? EProblem::None : EProblem::TooDeep);
         EXPECT_TRUE(archive.IsGood() || !archive.TakeOut("x999")) << "nor a part of it later";
     }
 }
