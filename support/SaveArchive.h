@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/archive/BArchive.h"
+#include "core/base/BProblem.h"
 #include "core/base/BString.h"
 #include "core/base/WString.h"
 
@@ -20,5 +21,8 @@
 ///
 ///     SaveArchive(path, "class Document", 3,
 ///                 [&](BArchive& archive) { archive.Insert(root.Get(), "root"); });
+///
+/// `problem`, which may be null, is told why it failed, also when something is thrown.
 [[nodiscard]] bool SaveArchive(const WString& path, BString docClass, int docVersion,
-                               const std::function<void(BArchive&)>& insert);
+                               const std::function<void(BArchive&)>& insert,
+                               BProblem* problem = nullptr);

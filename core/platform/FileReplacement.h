@@ -21,6 +21,8 @@ namespace platform {
 /// content wherever the file system can tell. A crash or an error of the disk during that copy
 /// leaves part of the new content over part of the old one.
 ///
+/// When there is no stream, and when `Commit` fails, the system's last error says why.
+///
 /// With `ESync::No` nothing waits for the disk: cheap, and safe unless the power fails.
 ///
 ///     FileReplacement replacement(path);

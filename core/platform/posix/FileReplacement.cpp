@@ -113,8 +113,10 @@ Descriptor CreateSibling(const std::string& folder, const std::string& target,
 
 bool IsRefused(const std::string& target, const struct stat& original)
 {
-    return (original.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0 ||
-           ::access(target.c_str(), W_OK) != 0;
+    const bool isReadOnly = (original.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+    if (isReadOnly)
+        errno = EACCES;
+    return isReadOnly || ::access(target.c_str(), W_OK) != 0;
 }
 
 // What is no file (EINVAL, as a pipe) or cannot be written (EROFS) has nothing to synchronise.
@@ -211,7 +213,9 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
         file =
             CreateSibling(state.folder, state.target, isThere ? &original : nullptr, state.draft);
     state.isBeside = file.IsOpen();
-    if (!state.isBeside && isThere && !S_ISDIR(original.st_mode))
+    if (isThere && S_ISDIR(original.st_mode))
+        errno = EISDIR;
+    else if (!state.isBeside && isThere)
         file = CreateDraft(TemporaryFolder(), 0600, state.draft);
     state.stream = StreamOn(std::move(file), "w+");
 }

@@ -116,8 +116,12 @@ Stream StreamOn(Handle file)
 bool IsRefused(const std::wstring& target)
 {
     const DWORD attributes = ::GetFileAttributesW(target.c_str());
-    return attributes == INVALID_FILE_ATTRIBUTES ||
-           (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0;
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return true;
+    const bool isRefused = (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) != 0;
+    if (isRefused)
+        ::SetLastError(ERROR_ACCESS_DENIED);
+    return isRefused;
 }
 
 bool SyncFile(int file)
