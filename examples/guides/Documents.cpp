@@ -2,6 +2,8 @@
 
 #include "core/archive/BArchive.h"
 #include "core/base/BArray.h"
+#include "core/base/BProblem.h"
+#include "core/base/BString.h"
 #include "core/base/ClassRegistry.h"
 #include "core/tree/BNode.h"
 #include "support/SaveArchive.h"
@@ -10,6 +12,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 
 /// The tip of a probe; several probes may share one.
 class ProbeTip : public BSmartObj {
@@ -138,6 +141,19 @@ SP<Probe> LoadProbe(const WString& path)
     return SP<Probe>(dynamic_cast<Probe*>(object.Get())); // null: no such file, or damaged
 }
 
+SP<Probe> OpenProbe(const WString& path)
+{
+    BArchive archive(path, BArchive::ModeRead, "class ProbeDocument", 1);
+    const SP<BSmartObj> object = archive.TakeOut("probe");
+    if (BProblem problem = archive.Problem()) { // also where only a part is missing
+        problem.path.Clear();                   // the user has just chosen it
+        std::printf("The probe did not load: %s.\n", problem.Text().AsString().CStr());
+        if (problem.code == EProblem::NewerFormat)
+            std::puts("Please update the program.");
+    }
+    return SP<Probe>(dynamic_cast<Probe*>(object.Get()));
+}
+
 static void ShowProbe(const WString& path)
 {
     RegisterProbeClasses();
@@ -167,8 +183,18 @@ static void ShowPlane(const WString& path)
                     loaded->m_pointCount, loaded->m_flatness, loaded->ChildNum());
 }
 
+// Of another document, and of one that lost its end.
+static void ShowProblems(const WString& folder)
+{
+    OpenProbe(folder + QD_W("plane.qda"));
+    const WString path = folder + QD_W("probe.qda");
+    std::filesystem::resize_file(path.CStr(), 100);
+    OpenProbe(path);
+}
+
 void ShowDocuments(const WString& folder)
 {
     ShowProbe(folder + QD_W("probe.qda"));
     ShowPlane(folder + QD_W("plane.qda"));
+    ShowProblems(folder);
 }
