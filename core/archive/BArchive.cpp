@@ -436,8 +436,7 @@ BArchive& BArchive::operator<<(const BSmartObj* object)
     if (object != nullptr) {
         const std::uint32_t number = m_impl->NumberOf(*this, object);
         index = m_impl->objects.Mention(number);
-        // The record is written from the object as it is then.
-        m_impl->saver->Insert(const_cast<BSmartObj&>(*object), number, nullptr);
+        m_impl->saver->Insert(*object, number); // its record is written from it as it is then
     }
     if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t))
         m_impl->Write(static_cast<std::uint32_t>(index));

@@ -3,20 +3,42 @@
 #include "core/archive/BArchive.h"
 #include "core/base/BlockReader.h"
 
-#include <cstring>
 #include <limits>
+#include <utility>
 
 namespace NArchive {
 
-void WriteText(BArchive& archive, std::string_view text)
+void FieldWriter::PutText(std::string_view text)
 {
     if (text.size() > std::numeric_limits<std::uint32_t>::max())
-        archive.ThrowError();
+        m_archive.ThrowError();
     char tagAndLength[kTagAndLengthSize] = {kTextTag};
     const auto length = static_cast<std::uint32_t>(text.size());
     std::memcpy(tagAndLength + 1, &length, sizeof length);
-    archive.WriteMemoryBlock(tagAndLength, sizeof tagAndLength);
-    archive.WriteMemoryBlock(text.data(), text.size());
+    Put(tagAndLength, sizeof tagAndLength);
+    Put(text.data(), text.size());
+}
+
+void FieldWriter::HandOver()
+{
+    m_archive.WriteMemoryBlock(m_bytes, std::exchange(m_used, 0));
+}
+
+// False where the bytes are too many for any room and have gone to the archive.
+bool FieldWriter::MakeRoom(const void* bytes, std::uint64_t size)
+{
+    HandOver();
+    if (size <= sizeof m_bytes)
+        return true;
+    m_archive.WriteMemoryBlock(bytes, size);
+    return false;
+}
+
+void WriteText(BArchive& archive, std::string_view text)
+{
+    FieldWriter fields(archive);
+    fields.PutText(text);
+    fields.HandOver();
 }
 
 std::optional<std::uint64_t> EndOfText(BlockReader& reader, std::uint64_t offset)

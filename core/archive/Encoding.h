@@ -18,7 +18,37 @@ namespace NArchive {
 inline constexpr char kTextTag = 'S';
 inline constexpr std::uint64_t kTagAndLengthSize = 5;
 
-/// `ThrowError()` where 32 bits do not hold the text's length.
+/// Gathers short fields and hands them to an archive in one piece, as handing one over takes longer
+/// than writing it. Longer ones pass through.
+class FieldWriter {
+public:
+    explicit FieldWriter(BArchive& archive) noexcept
+        : m_archive(archive)
+    {}
+    FieldWriter(const FieldWriter&) = delete;
+    FieldWriter& operator=(const FieldWriter&) = delete;
+
+    void Put(const void* bytes, std::uint64_t size)
+    {
+        if (size > sizeof m_bytes - m_used && !MakeRoom(bytes, size))
+            return;
+        if (size != 0)
+            std::memcpy(m_bytes + m_used, bytes, size);
+        m_used += size;
+    }
+    /// `ThrowError()` where 32 bits do not hold the text's length.
+    void PutText(std::string_view text);
+    /// To be called at the end.
+    void HandOver();
+
+private:
+    [[nodiscard]] bool MakeRoom(const void* bytes, std::uint64_t size);
+
+    BArchive& m_archive;
+    std::uint64_t m_used = 0;
+    char m_bytes[192]; // an object header with names of a usual length
+};
+
 void WriteText(BArchive& archive, std::string_view text);
 
 /// Where the narrow text that begins `offset` bytes behind the reader's position ends, counted from

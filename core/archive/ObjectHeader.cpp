@@ -124,12 +124,15 @@ void BSmartObj::WritePrefix(BArchive& archive, BString label) const
     char digits[16];
     const unsigned int index = archive.MapPointerToIndex(this);
     const char* end = std::to_chars(digits, digits + sizeof digits, index, 16).ptr;
-    NArchive::WriteText(archive, std::string_view(digits, static_cast<std::size_t>(end - digits)));
-    archive << label;
+    NArchive::FieldWriter fields(archive);
+    fields.PutText({digits, static_cast<std::size_t>(end - digits)});
+    fields.PutText({label.CStr(), label.Length()});
     const char* name = ArchiveName();
-    NArchive::WriteText(archive, name == nullptr ? std::string_view() : std::string_view(name));
-    archive << Version();
-    archive.WriteMemoryBlock(kSizePlaceholder, WrittenSizeBytes(archive.Version()));
+    fields.PutText(name == nullptr ? std::string_view() : std::string_view(name));
+    const int version = Version();
+    fields.Put(&version, sizeof version);
+    fields.Put(kSizePlaceholder, WrittenSizeBytes(archive.Version()));
+    fields.HandOver();
 }
 
 bool BSmartObj::ReadPrefix(BArchive& archive, BString& indexText, BString& label,

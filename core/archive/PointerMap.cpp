@@ -47,15 +47,4 @@ std::uint32_t PointerMap::FindOrAdd(const void* pointer)
     return number;
 }
 
-// There are as many entries as indices at least, so 32 bits hold the next.
-std::uint32_t PointerMap::Mention(std::uint32_t number) noexcept
-{
-    if (number == kNone)
-        return 0;
-    Entry& entry = m_entries[number];
-    if (entry.index == 0)
-        entry.index = ++m_lastIndex;
-    return entry.index;
-}
-
 } // namespace NArchive

@@ -55,13 +55,8 @@ void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
     m_used += size;
 }
 
-void RecordWriter::Patch(std::uint64_t position, const void* bytes, std::uint64_t size)
+void RecordWriter::PatchFile(std::uint64_t position, const void* bytes, std::uint64_t size)
 {
-    assert(position <= Position() && size <= Position() - position);
-    if (position >= m_bufferStart) {
-        std::memcpy(m_buffer.get() + (position - m_bufferStart), bytes, size);
-        return;
-    }
     Flush();
     if (!m_stream)
         return;

@@ -2,6 +2,7 @@
 
 #include "core/platform/FileStream.h"
 
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -40,7 +41,14 @@ public:
     [[nodiscard]] std::uint64_t Position() const noexcept { return m_bufferStart + m_used; }
 
     /// Overwrites bytes that were written before `Position()`.
-    void Patch(std::uint64_t position, const void* bytes, std::uint64_t size);
+    void Patch(std::uint64_t position, const void* bytes, std::uint64_t size)
+    {
+        assert(position <= Position() && size <= Position() - position);
+        if (position >= m_bufferStart)
+            std::memcpy(m_buffer.get() + (position - m_bufferStart), bytes, size);
+        else
+            PatchFile(position, bytes, size);
+    }
 
     /// Takes back all that was written from `position` on.
     void TakeBack(std::uint64_t position) noexcept;
@@ -50,6 +58,7 @@ public:
 
 private:
     void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
+    void PatchFile(std::uint64_t position, const void* bytes, std::uint64_t size);
     void WriteToFile(const void* bytes, std::uint64_t size);
     void Fail() noexcept;
 

@@ -32,26 +32,23 @@ Saver::~Saver()
 
 // The queue keeps a reference to every object, also to those that have their records: an address
 // must not come back as that of another object, which would get the first one's index.
-void Saver::Insert(BSmartObj& object, std::uint32_t number, const char* label)
+void Saver::Insert(const BSmartObj& object, std::uint32_t number, const char* label)
 {
-    if (number == PointerMap::kNone)
+    if (label == nullptr || *label == '\0') {
+        Insert(object, number);
         return;
-    const bool labelled = label != nullptr && *label != '\0';
-    PointerMap::Entry& entry = m_objects[number];
-    if (entry.queued || (labelled && m_labels.contains(label)))
+    }
+    if (number == PointerMap::kNone || m_objects[number].queued || m_labels.contains(label))
         return;
     const std::size_t place = m_queue.Count();
     m_queue.Append(number);
     try {
-        if (labelled)
-            Keep(label, place);
+        Keep(label, place);
     } catch (...) {
         m_queue.RemoveLast(); // or a second try would find the object queued
         throw;
     }
-    entry.pointer = &object;
-    entry.queued = true;
-    object.Ref();
+    Hold(object, number);
 }
 
 void Saver::Keep(const char* label, std::size_t place)
@@ -75,15 +72,10 @@ BProblem Saver::Problem() const
 
 void Saver::TellUnwritten(EProblem code) noexcept
 {
-    assert(m_isWriting);
-    PointerMap::Entry& entry = m_objects[m_queue[m_writtenCount]];
-    const char* const name = ObjectOf(entry).ArchiveName();
-    m_problem = {.code = code, .number = entry.index, .name = WString(BString(name))};
-}
-
-bool Saver::MayBeginRecord() const noexcept
-{
-    return !m_isWriting && m_writtenCount < m_queue.Count() && file.IsGood();
+    assert(m_current != nullptr);
+    const std::uint32_t index = m_objects[m_currentNumber].index;
+    const char* const name = m_current->ArchiveName();
+    m_problem = {.code = code, .number = index, .name = WString(BString(name))};
 }
 
 Saver::Record::Record(Saver& saver)
@@ -91,7 +83,8 @@ Saver::Record::Record(Saver& saver)
     , m_start(saver.file.Position())
 {
     assert(saver.MayBeginRecord());
-    saver.m_isWriting = true;
+    saver.m_currentNumber = saver.m_queue[saver.m_writtenCount];
+    saver.m_current = &ObjectOf(saver.m_objects[saver.m_currentNumber]);
 }
 
 Saver::Record::~Record()
@@ -101,12 +94,7 @@ Saver::Record::~Record()
     else if (m_saver.CurrentHasLabel())
         m_saver.m_waitingLabels.pop_front();
     m_saver.m_writtenCount += m_isEnded ? 1 : 0;
-    m_saver.m_isWriting = false;
-}
-
-const BSmartObj& Saver::Record::Object() const noexcept
-{
-    return ObjectOf(m_saver.m_objects[m_saver.m_queue[m_saver.m_writtenCount]]);
+    m_saver.m_current = nullptr;
 }
 
 BString Saver::Record::Label() const
@@ -117,11 +105,6 @@ BString Saver::Record::Label() const
 bool Saver::CurrentHasLabel() const noexcept
 {
     return !m_waitingLabels.empty() && m_waitingLabels.front().place == m_writtenCount;
-}
-
-void Saver::Record::BeginPayload() noexcept
-{
-    m_payloadStart = m_saver.file.Position();
 }
 
 bool Saver::Record::End(int archiveVersion)

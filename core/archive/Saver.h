@@ -32,17 +32,27 @@ public:
 
     /// Queues `object`, of which `number` is the entry, unless it is queued already or another has
     /// the label, which may be null. `PointerMap::kNone` is ignored.
-    void Insert(BSmartObj& object, std::uint32_t number, const char* label);
+    void Insert(const BSmartObj& object, std::uint32_t number, const char* label);
+    /// The same without a label.
+    void Insert(const BSmartObj& object, std::uint32_t number)
+    {
+        if (number == PointerMap::kNone || m_objects[number].queued)
+            return;
+        m_queue.Append(number);
+        Hold(object, number);
+    }
 
     /// An object waits, the file is good and no record is being written.
-    [[nodiscard]] bool MayBeginRecord() const noexcept;
+    [[nodiscard]] bool MayBeginRecord() const noexcept
+    {
+        return m_current == nullptr && m_writtenCount < m_queue.Count() && file.IsGood();
+    }
 
-    /// The number of `pointer` if it is the object whose record is being written, so that its index
-    /// needs no look-up; `PointerMap::kNone` otherwise.
+    /// The number of `pointer`, which is not null, if it is the object whose record is being
+    /// written, so that its index needs no look-up; `PointerMap::kNone` otherwise.
     [[nodiscard]] std::uint32_t NumberIfCurrent(const void* pointer) noexcept
     {
-        const std::uint32_t number = m_isWriting ? m_queue[m_writtenCount] : PointerMap::kNone;
-        return m_isWriting && m_objects[number].pointer == pointer ? number : PointerMap::kNone;
+        return m_current == pointer ? m_currentNumber : PointerMap::kNone;
     }
 
     /// The record of the object that waits longest, for as long as it is being written. Unless it
@@ -55,10 +65,10 @@ public:
         Record(const Record&) = delete;
         Record& operator=(const Record&) = delete;
 
-        [[nodiscard]] const BSmartObj& Object() const noexcept;
+        [[nodiscard]] const BSmartObj& Object() const noexcept { return *m_saver.m_current; }
         [[nodiscard]] BString Label() const;
         /// To be called when the object header is written.
-        void BeginPayload() noexcept;
+        void BeginPayload() noexcept { m_payloadStart = m_saver.file.Position(); }
         /// To be called when the payload is written. False, and the record is not ended, where the
         /// header has no room for its size.
         [[nodiscard]] bool End(int archiveVersion);
@@ -84,6 +94,13 @@ private:
         BString text;
     };
 
+    void Hold(const BSmartObj& object, std::uint32_t number) noexcept
+    {
+        PointerMap::Entry& entry = m_objects[number];
+        entry.pointer = &object;
+        entry.queued = true;
+        object.Ref();
+    }
     void Keep(const char* label, std::size_t place);
     [[nodiscard]] bool CurrentHasLabel() const noexcept;
 
@@ -91,7 +108,8 @@ private:
     // Numbers of entries, in order of insertion, the written ones first.
     Blocks<std::uint32_t> m_queue;
     std::size_t m_writtenCount = 0;
-    bool m_isWriting = false; // the record of the first that waits
+    const BSmartObj* m_current = nullptr; // the first that waits, while its record is written
+    std::uint32_t m_currentNumber = 0;    // of its entry
     std::unordered_set<std::string, platform::SeededTextHash, std::equal_to<>> m_labels;
     BProblem m_problem;                // of an object
     std::deque<Label> m_waitingLabels; // of those that wait

@@ -1,4 +1,6 @@
 #include "core/archive/BArchive.h"
+#include "core/archive/Encoding.h"
+#include "core/platform/CodePage.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
 #include "core/tree/NodePayload.h"
@@ -35,6 +37,17 @@ To Converted(const From& text)
     if (converted.IsEmpty() && !text.IsEmpty())
         throw std::bad_alloc();
     return converted;
+}
+
+// A name without a block of the heap, where it is no longer than names are.
+void WriteNarrow(BArchive& archive, const WString& text)
+{
+    char bytes[128];
+    const std::size_t size = platform::WideToAnsi(text.CStr(), text.Length(), bytes, sizeof bytes);
+    if (size > sizeof bytes || (size == 0 && !text.IsEmpty()))
+        archive << Converted<BString>(text);
+    else
+        NArchive::WriteText(archive, {bytes, size});
 }
 
 // Null for an object that is no node.
@@ -97,7 +110,7 @@ void BNode::WriteData(BArchive& archive) const
     archive << m_attributes.Count();
     for (int i = 0; i < m_attributes.Count(); ++i)
         archive << static_cast<const BSmartObj*>(m_attributes.At(i));
-    archive << Converted<BString>(m_text);
+    WriteNarrow(archive, m_text);
     archive << static_cast<const BSmartObj*>(m_parent);
     archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
     archive << m_text;

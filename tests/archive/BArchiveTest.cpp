@@ -863,22 +863,27 @@ TEST_F(BArchiveTest, ADerivedArchiveHasItsOwnName)
 
 TEST_F(BArchiveTest, ReadPrefixReadsWhatWritePrefixWrote)
 {
-    Acting::write = [](const Acting& item, BArchive& archive) {
-        item.WritePrefix(archive, "inner");
+    std::string written;
+    Acting::write = [&](const Acting& item, BArchive& archive) {
+        item.WritePrefix(archive, written.c_str());
     };
-    Acting::read = [](BArchive& archive, int) {
+    Acting::read = [&](BArchive& archive, int) {
         BString id, label, className;
         int version = 0;
         std::uint64_t size = 0;
         EXPECT_TRUE(BSmartObj::ReadPrefix(archive, id, label, className, version, size));
         EXPECT_EQ(id, "1");
-        EXPECT_EQ(label, "inner");
+        EXPECT_EQ(label, written.c_str());
         EXPECT_EQ(className, BSmartObj::ClassName(typeid(Acting)));
         EXPECT_EQ(version, 3);
         EXPECT_EQ(size, 0xEAEAEAEAEAEAEAEAU) << "the archive patches those of records";
         EXPECT_FALSE(BSmartObj::ReadPrefix(archive, id, label, className, version, size));
         return SP<BSmartObj>(new Acting);
     };
-    Written([](BArchive& archive) { archive.Insert(new Acting, "p"); });
-    EXPECT_TRUE(Opened().TakeOut("p"));
+    for (const std::size_t length : {0u, 5u, 181u, 182u, 192u, 193u, 5000u}) {
+        SCOPED_TRACE(length);
+        written.assign(length, 'l');
+        Written([](BArchive& archive) { archive.Insert(new Acting, "p"); });
+        EXPECT_TRUE(Opened().TakeOut("p"));
+    }
 }

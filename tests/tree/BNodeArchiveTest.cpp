@@ -201,6 +201,25 @@ TEST_F(BNodeArchiveTest, IsWrittenAndReadTheSameOnEachPlatform)
     EXPECT_TRUE(Written(write, kDocClass, kDocVersion) == kept);
 }
 
+TEST_F(BNodeArchiveTest, TextsOfAnyLengthStandInBothEncodings)
+{
+    for (const int length : {0, 1, 127, 128, 129, 5000}) {
+        SCOPED_TRACE(length);
+        const SP<BNode> node(new BNode);
+        WString text;
+        text.Fill(static_cast<std::size_t>(length), QD_W('\u20AC'));
+        node->SetText(text);
+        const std::string file =
+            Written([&](BArchive& archive) { archive.Insert(node.Get(), "n"); });
+        const std::string narrow(static_cast<std::size_t>(length), '\x80');
+        EXPECT_TRUE(file.find(Reference(0) + BytesOf(0) + BytesOf(0) + TextBytes(narrow) +
+                              Reference(0) + "\1" + BytesOf(length)) != std::string::npos);
+        const SP<BNode> read = TakeOut("n");
+        ASSERT_TRUE(read);
+        EXPECT_EQ(read->GetText(), text);
+    }
+}
+
 TEST_F(BNodeArchiveTest, OlderPayloadsHaveNarrowTextAndNoAnnotations)
 {
     for (const int version : {0, 1}) {
