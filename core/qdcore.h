@@ -24,6 +24,7 @@
 #include "core/file/BFile.h"
 #include "core/file/BGuid.h"
 #include "core/file/BSha1.h"
+#include "core/file/StdPath.h"
 #include "core/geometry/B2DArrayBase.h"
 #include "core/geometry/BBitArray.h"
 #include "core/geometry/BFColor.h"

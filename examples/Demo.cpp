@@ -12,6 +12,7 @@
 
 #include "core/base/BString.h"
 #include "core/diag/BStopWatch.h"
+#include "core/file/StdPath.h"
 #include "core/operation/BMessageReceiver.h"
 #include "core/tree/BNodeItr.h"
 #include "support/BThreadDispatcher.h"
@@ -123,7 +124,7 @@ int main(int argc, char** argv)
         return RunComputation(millions * 1'000'000);
     if (arguments.size() < 2)
         return Usage();
-    const WString file(std::filesystem::path(arguments[1]).string<WChar>().c_str());
+    const WString file = QDFromStdPath(arguments[1]);
     RegisterDocumentClasses();
     if (command == "save")
         return Save(file);

@@ -2,6 +2,7 @@
 
 #include "core/base/BString.h"
 #include "core/base/ErrorCodes.h"
+#include "core/file/StdPath.h"
 #include "core/language/BLanguageMap.h"
 #include "core/tree/BNodeItr.h"
 #include "core/units/BUnitSystem.h"
@@ -67,8 +68,7 @@ bool SwitchLanguage(std::string_view name)
         std::filesystem::path(QD_LANGUAGE_FOLDER) / (std::string(name) + ".lng");
     SP<BLanguageMap> map = new BLanguageMap;
     WString log;
-    if (map->ImportMapFile(WString(file.string<WChar>().c_str()), &log, false, true) !=
-        kErrorNone) {
+    if (map->ImportMapFile(QDFromStdPath(file), &log, false, true) != kErrorNone) {
         PrintLine(log);
         return false;
     }
@@ -102,10 +102,7 @@ void PrintLine(const WString& text)
 {
     const SP<BLanguageMap> map = BLanguageMap::Instance();
     const WString shown = map ? map->TranslateExt(text) : text;
-    // Through a path, as the standard library converts UTF-16 nowhere else without a locale.
-    const std::u8string bytes = std::filesystem::path(shown.CStr()).u8string();
-    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-    std::puts("");
+    std::puts(shown.AsUtf8().c_str());
 }
 
 void PrintTree(BNode& root)

@@ -3,6 +3,7 @@
 #include "core/platform/WideText.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 
 /// Paths taken apart and put together as the shell of Windows does it; off Windows by the rules of
@@ -30,5 +31,10 @@ inline constexpr std::size_t kPathRoom = 260;
 /// What a path that the library puts together has between `path` and a name: the separator that
 /// `path` uses already, "\" if none; on Windows always "\".
 [[nodiscard]] WChar SeparatorFor(const WChar* path) noexcept;
+
+/// A path as the standard library has it, and back: of the same file, and on Windows of the same
+/// units. Off Windows by the rules of `NativePath.h`, whatever the locale.
+[[nodiscard]] std::filesystem::path ToStdPath(WideView path);
+[[nodiscard]] WideText FromStdPath(const std::filesystem::path& path);
 
 } // namespace platform

@@ -3,7 +3,7 @@
 
 #include "examples/guides/Guides.h"
 
-#include "core/base/WString.h"
+#include "core/file/StdPath.h"
 
 #include <filesystem>
 
@@ -12,7 +12,7 @@ int main()
     const std::filesystem::path path = std::filesystem::current_path() / "qdguides-files";
     std::filesystem::remove_all(path);
     std::filesystem::create_directory(path);
-    const WString folder((path / "").string<WChar>().c_str()); // with a separator behind it
+    const WString folder = QDFromStdPath(path / ""); // with a separator behind it
     ShowReadme(folder);
     ShowDocuments(folder);
     ShowTrees();

@@ -7,6 +7,9 @@
 #include "examples/guides/Guides.h"
 
 #include <cstdio>
+#include <iostream>
+#include <string>
+#include <unordered_map>
 
 /// "Housing.stl: 3 scans, 0.05 mm"
 WString Caption(const WString& file, int scans, double deviation)
@@ -39,11 +42,23 @@ static void ShowComparisons()
                 static_cast<int>(narrow.Length()));
 }
 
+static void ShowUnicode()
+{
+    bool isWhole = false;
+    const WString name = WString::FromUtf8("M\xC3\xBCller \xF0\x9F", &isWhole); // cut by someone
+    const std::string bytes = name.AsUtf8();                                    // ends with U+FFFD
+    const std::unordered_map<WString, int> scans = {{QD_W("Stra\u00DFe"), 3}};
+    const int found = scans.at(QD_W("Strasse")); // equal, so one key
+    std::cout << name << ": " << found << '\n';  // UTF-8
+    std::cout << (isWhole ? "whole" : "not whole") << ", " << bytes.size() << " bytes" << std::endl;
+}
+
 void ShowTexts()
 {
     std::puts(Caption(QD_W("Housing.stl"), 3, 0.05).AsString());
     std::printf("Sum: %g\n", Sum(QD_W("3;4;x;5")));
     ShowComparisons();
+    ShowUnicode();
 
     BLanguageMap map;
     map.Add(QD_W("$IDS_Scans"), QD_W("scans"), QD_W("Aufnahmen"), false, false);

@@ -35,6 +35,24 @@ constexpr bool IsEscapedByte(UChar32 character)
            character == kByteEscape + '\\';
 }
 
+struct NativeBytes {
+    char bytes[U8_MAX_LENGTH];
+    std::size_t count;
+};
+
+// The native bytes of the character at `i`, behind which `i` is moved.
+NativeBytes TakeBytes(WideView units, std::size_t& i) noexcept
+{
+    UChar32 character = 0;
+    U16_NEXT(units, i, units.size(), character);
+    NativeBytes taken = {};
+    if (IsEscapedByte(character))
+        taken.bytes[taken.count++] = static_cast<char>(character - kByteEscape);
+    else
+        U8_APPEND_UNSAFE(taken.bytes, taken.count, character == '\\' ? '/' : character);
+    return taken;
+}
+
 } // namespace
 
 NativePath::NativePath(const WChar* path) noexcept
@@ -42,23 +60,22 @@ NativePath::NativePath(const WChar* path) noexcept
     const WideView units(path);
     std::size_t length = 0;
     for (std::size_t i = 0; i < units.size() && length < PATH_MAX;) {
-        UChar32 character = 0;
-        U16_NEXT(units, i, units.size(), character);
-        char bytes[U8_MAX_LENGTH];
-        std::size_t count = 0;
-        if (IsEscapedByte(character))
-            bytes[count++] = static_cast<char>(character - kByteEscape);
-        else
-            U8_APPEND_UNSAFE(bytes, count, character == '\\' ? '/' : character);
-        for (std::size_t at = 0; at < count && length < PATH_MAX; ++at)
-            m_text[length++] = bytes[at];
+        const NativeBytes taken = TakeBytes(units, i);
+        for (std::size_t at = 0; at < taken.count && length < PATH_MAX; ++at)
+            m_text[length++] = taken.bytes[at];
     }
     m_text[length] = '\0';
 }
 
-std::string ToNativePath(const WChar* path)
+std::string ToNativePath(WideView path)
 {
-    return std::string(NativePath(path));
+    std::string text;
+    text.reserve(path.size());
+    for (std::size_t i = 0; i < path.size();) {
+        const NativeBytes taken = TakeBytes(path, i);
+        text.append(taken.bytes, taken.count);
+    }
+    return text;
 }
 
 WideText FromNativePath(std::string_view path)

@@ -29,8 +29,8 @@ private:
     char m_text[PATH_MAX + 1];
 };
 
-/// The same as a text.
-[[nodiscard]] std::string ToNativePath(const WChar* path);
+/// The same as a text, however long.
+[[nodiscard]] std::string ToNativePath(WideView path);
 
 [[nodiscard]] WideText FromNativePath(std::string_view path);
 

@@ -1,6 +1,7 @@
 #include "core/platform/Path.h"
 
 #include "core/platform/PathRules.h"
+#include "core/platform/posix/NativePath.h"
 
 namespace platform {
 
@@ -27,6 +28,16 @@ std::optional<WideText> CombinePaths(const WChar* folder, const WChar* path)
 WChar SeparatorFor(const WChar* path) noexcept
 {
     return SeparatorOf(path);
+}
+
+std::filesystem::path ToStdPath(WideView path)
+{
+    return ToNativePath(path);
+}
+
+WideText FromStdPath(const std::filesystem::path& path)
+{
+    return FromNativePath(path.native());
 }
 
 } // namespace platform

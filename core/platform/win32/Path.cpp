@@ -39,4 +39,14 @@ WChar SeparatorFor(const WChar*) noexcept
     return L'\\';
 }
 
+std::filesystem::path ToStdPath(WideView path)
+{
+    return path;
+}
+
+WideText FromStdPath(const std::filesystem::path& path)
+{
+    return path.native();
+}
+
 } // namespace platform
