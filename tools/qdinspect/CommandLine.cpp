@@ -48,7 +48,16 @@ constexpr const char* kCheckExamples = R"(Examples:
 
 constexpr const char* kLintExamples = R"(Examples:
   qdinspect lint german.lng
-      fails where texts are missing or placeholders differ
+      fails where a text is missing, an entry stands twice, or placeholders
+      (%s, %d) differ between default text and translation
+  qdinspect lint --sources src --sources plugins german.lng
+      also entries that no source names as "$Key", and keys without an entry;
+      "$Key_" stands for all keys that begin so
+
+A line for each, "german.lng:3: what", on the standard output.
+
+Exit codes:
+  0 nothing, 1 something, 2 not to be inspected
 )";
 
 constexpr const char* kExportExamples = R"(Examples:
@@ -65,6 +74,8 @@ constexpr const char* kExportExamples = R"(Examples:
 constexpr const char* kRecoverExamples = R"(Examples:
   qdinspect recover bad.qda new.qda
       children of nodes that are lost stand below a node "recovered"
+  qdinspect recover --kind text bad.ini new.ini
+      the lines that can be read, as UTF-16, where the beginning tells no kind any more
 )";
 
 constexpr const char* kConvertExamples = R"(Examples:
@@ -151,8 +162,12 @@ void DescribeCommands(CLI::App& app, Options& options)
     add(ECommand::Show, "show", "Print what the file holds (the default)", kShowExamples)
         .add_flag("--all", options.showsAll, "Print long lists whole");
     add(ECommand::Check, "check", "Print the damage alone, as messages", kCheckExamples);
-    add(ECommand::Lint, "lint", "Print what is wrong or suspicious in a language file, as messages",
-        kLintExamples);
+    add(ECommand::Lint, "lint", "Print what is wrong or suspicious in a language file, for a CI",
+        kLintExamples)
+        .add_option("--sources", options.sources,
+                    "Look in the files of this folder for the keys that programs use")
+        ->option_text("DIR")
+        ->allow_extra_args(false);
     CLI::App& exporting = add(ECommand::Export, "export",
                               "Write what the file holds to the standard output", kExportExamples);
     exporting.add_flag("--all", options.showsAll, "Write long lists whole, as --json does anyway");

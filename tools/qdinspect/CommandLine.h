@@ -15,6 +15,7 @@ struct Options {
     std::string path;
     std::string newPath;               // to write to, or to compare with
     EKind kind = EKind::Unknown;       // by the content
+    std::vector<std::string> sources;  // folders to look for keys in
     EKind newKind = EKind::Unknown;    // to convert to: the same
     std::optional<EEncoding> encoding; // to convert from: by the content
     bool showsAll = false;

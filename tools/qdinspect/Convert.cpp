@@ -1,8 +1,6 @@
 #include "tools/qdinspect/Convert.h"
 
 #include "core/base/BlockReader.h"
-#include "core/platform/ByteOrderMark.h"
-#include "core/platform/CodePage.h"
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BProfile.h"
 
@@ -12,7 +10,6 @@
 #include "tools/qdinspect/TextProfile.h"
 
 #include <algorithm>
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -395,51 +392,11 @@ EOutcome ConvertToBinaryProfile(const WideText& path, WideView text, const WideT
     return binary.Write() ? profile.Keep(conversion.Lost()) : EOutcome::Failed;
 }
 
-namespace {
-
-// The first byte that the text does not give back.
-std::size_t FirstLost(std::string_view bytes, WideView text)
-{
-    std::string readBack(text.size() * platform::kMostAnsiBytesPerUnit, '\0');
-    readBack.resize(
-        platform::WideToAnsi(text.data(), text.size(), readBack.data(), readBack.size()));
-    const auto differs = std::ranges::mismatch(bytes, readBack).in1;
-    return static_cast<std::size_t>(differs - bytes.begin());
-}
-
-} // namespace
-
 EOutcome ConvertToUtf16(BlockReader& file, EEncoding encoding, const WideText& newPath,
                         std::ostream& losses)
 {
-    static_assert(std::endian::native == std::endian::little, "units are written as they stand");
-    std::uint64_t lost = 0;
-    const char* const begin = file.Peek(file.Size());
-    if (begin == nullptr)
-        return EOutcome::Failed;
-    const std::string_view bytes(begin, file.Size());
-    WideText text;
-    if (encoding == EEncoding::Utf8) {
-        text = FromUtf8(bytes.substr(HasUtf8Mark(file) ? 3 : 0), lost);
-        if (lost != 0)
-            losses << lost << " bytes are no UTF-8\n";
-    } else if (encoding == EEncoding::Utf16Unmarked) {
-        text.resize(bytes.size() / sizeof(WChar));
-        std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WChar));
-        lost = bytes.size() % sizeof(WChar);
-    } else {
-        text = ReadText(file, file.Size());
-        const std::size_t first = FirstLost(bytes, text);
-        if (first < bytes.size()) {
-            losses << "byte " << first << " is no character of the code page, and perhaps others\n";
-            ++lost;
-        }
-    }
-    NewFile out(newPath);
-    out.Write(platform::kUtf16Mark);
-    out.Write({reinterpret_cast<const char*>(text.data()), text.size() * sizeof(WChar)});
-    if (!out.Close() || !file.IsGood())
-        return EOutcome::Failed;
-    out.Keep();
-    return lost == 0 ? EOutcome::Whole : EOutcome::Lossy;
+    const DecodedText text = Decode(file, encoding);
+    if (!text.loss.empty())
+        losses << text.loss << '\n';
+    return WriteUtf16(text.text, newPath, text.loss.empty() ? EOutcome::Whole : EOutcome::Lossy);
 }

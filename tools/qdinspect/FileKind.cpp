@@ -135,12 +135,6 @@ EKind KindOfText(BlockReader& file)
     return mark.empty() && kind == EKind::TextProfile ? kind : EKind::Unknown;
 }
 
-bool LooksLikeText(BlockReader& file)
-{
-    const std::string_view bytes = Beginning(file, kTextBytes);
-    return std::ranges::none_of(bytes, [](char c) { return c != '\n' && IsControlByte(c); });
-}
-
 } // namespace
 
 EKind KindOf(BlockReader& file)
@@ -149,6 +143,13 @@ EKind KindOf(BlockReader& file)
     if (mark == "\x06LAi" || mark == "\x05LAY")
         return EKind::BinaryProfile;
     return IsArchive(file) ? EKind::Archive : KindOfText(file);
+}
+
+bool LooksLikeText(BlockReader& file)
+{
+    const std::string_view bytes = Beginning(file, kTextBytes);
+    return !platform::MarkAt(bytes).empty() ||
+           std::ranges::none_of(bytes, [](char c) { return c != '\n' && IsControlByte(c); });
 }
 
 EKind KindInAnyEncoding(BlockReader& file)
@@ -186,7 +187,7 @@ std::string WhatElse(BlockReader& file)
         if (bytes.starts_with(magic.bytes))
             return magic.name;
     }
-    if (platform::MarkAt(bytes).empty() && !LooksLikeText(file))
+    if (!LooksLikeText(file))
         return {};
     switch (KindInAnyEncoding(file)) {
     case EKind::Language:
@@ -197,6 +198,50 @@ std::string WhatElse(BlockReader& file)
     case EKind::Log: return "a profiler's log in another encoding than UTF-16LE";
     default: return "a text";
     }
+}
+
+namespace {
+
+// The first byte that the text does not give back.
+std::size_t FirstLost(std::string_view bytes, WideView text)
+{
+    std::string readBack(text.size() * platform::kMostAnsiBytesPerUnit, '\0');
+    readBack.resize(
+        platform::WideToAnsi(text.data(), text.size(), readBack.data(), readBack.size()));
+    const auto differs = std::ranges::mismatch(bytes, readBack).in1;
+    return static_cast<std::size_t>(differs - bytes.begin());
+}
+
+} // namespace
+
+DecodedText Decode(BlockReader& file, EEncoding encoding)
+{
+    DecodedText decoded;
+    const std::string_view bytes = Beginning(file, file.Size());
+    std::uint64_t faults = 0;
+    switch (encoding) {
+    case EEncoding::Utf8:
+        decoded.text =
+            FromUtf8(bytes.substr(HasUtf8Mark(file) ? platform::kUtf8Mark.size() : 0), faults);
+        if (faults != 0)
+            decoded.loss = std::to_string(faults) + " bytes are no UTF-8";
+        break;
+    case EEncoding::Utf16Unmarked:
+        decoded.text.resize(bytes.size() / sizeof(WChar));
+        std::memcpy(decoded.text.data(), bytes.data(), decoded.text.size() * sizeof(WChar));
+        break;
+    case EEncoding::Utf16: decoded.text = ReadText(file, file.Size()); break;
+    case EEncoding::Ansi:
+        decoded.text = ReadText(file, file.Size());
+        if (const std::size_t first = FirstLost(bytes, decoded.text); first < bytes.size())
+            decoded.loss = "byte " + std::to_string(first) +
+                           " is no character of the code page, and perhaps others";
+        break;
+    }
+    const bool isWide = encoding == EEncoding::Utf16 || encoding == EEncoding::Utf16Unmarked;
+    if (isWide && bytes.size() % sizeof(WChar) != 0)
+        decoded.loss = "the last byte is half a character";
+    return decoded;
 }
 
 WideView TakeLine(WideView& text)

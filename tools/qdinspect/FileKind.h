@@ -32,6 +32,17 @@ enum class EEncoding { Utf16, Utf16Unmarked, Utf8, Ansi };
 [[nodiscard]] bool HasUtf16Mark(BlockReader& file);
 [[nodiscard]] bool HasUtf8Mark(BlockReader& file);
 
+/// Whether the first part of a file has a mark of a text, or no byte that a text has not.
+[[nodiscard]] bool LooksLikeText(BlockReader& file);
+
+struct DecodedText {
+    platform::WideText text; // without its mark
+    std::string loss;        // what of the bytes is no character; empty for most
+};
+
+/// All of a text.
+[[nodiscard]] DecodedText Decode(BlockReader& file, EEncoding encoding);
+
 /// At most the first `mostBytes` of a text as the library reads it, without its mark: UTF-16LE or,
 /// without a mark, in the ANSI code page. An odd last byte is dropped.
 [[nodiscard]] platform::WideText ReadText(BlockReader& file, std::uint64_t mostBytes);

@@ -17,8 +17,9 @@ void InspectArchive(BlockReader& file, Report& report);
 void InspectBinaryProfile(BlockReader& file, Report& report);
 void InspectTextProfile(const platform::WideText& text, Report& report);
 
-/// Entries, and what the language map has against them.
-void InspectLanguageFile(const WChar* path, Report& report);
+/// Entries, and what the language map has against them. By its path, too: the library's reader
+/// takes a text stream.
+void InspectLanguageFile(BlockReader& file, const platform::WideText& path, Report& report);
 
 /// Runs, and the steps of each with the time between them.
 void InspectLog(platform::WideView text, Report& report);
@@ -31,3 +32,7 @@ enum class EOutcome { Whole, Lossy, Failed };
                                       std::ostream& messages);
 [[nodiscard]] EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
                                             std::ostream& out, std::ostream& losses);
+[[nodiscard]] EOutcome RecoverTextProfile(BlockReader& file, const platform::WideText& newPath,
+                                          std::ostream& messages);
+[[nodiscard]] EOutcome RecoverLanguageFile(BlockReader& file, const platform::WideText& newPath,
+                                           std::ostream& messages);

@@ -1,11 +1,9 @@
 #include "core/base/BArray.h"
 #include "core/base/ErrorCodes.h"
 #include "core/language/BLanguageMap.h"
-#include "core/language/LanguageReader.h"
-#include "core/platform/FileStream.h"
-#include "core/platform/WideText.h"
 
 #include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/LanguageText.h"
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
@@ -96,19 +94,17 @@ void TellSuspicion(const BArray<WString>& cells, std::uint64_t line, Report& rep
 
 } // namespace
 
-void InspectLanguageFile(const WChar* path, Report& report)
+void InspectLanguageFile(BlockReader& file, const WideText& path, Report& report)
 {
     report.Line() << "language file\n";
-    const platform::Stream stream = platform::OpenStream(path, QD_W("r,ccs=UTF-16LE"));
-    LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
+    LanguageEntries reader(file, path);
     const SP<BLanguageMap> map = new BLanguageMap;
-    BArray<WString> cells;
     Cut shown = report.NewCut();
     std::uint64_t entries = 0;
     std::uint64_t untranslated = 0;
-    for (std::uint64_t line = 1; reader.ReadLine(cells, 3); ++line) {
-        if (cells[0].GetAt(0) != '$')
-            continue; // a comment, or nothing
+    while (reader.Next()) {
+        const BArray<WString>& cells = reader.Cells();
+        const std::uint64_t line = reader.Line();
         ++entries;
         untranslated += cells[2].IsEmpty() ? 1 : 0;
         if (shown.Shows())
@@ -122,11 +118,14 @@ void InspectLanguageFile(const WChar* path, Report& report)
         }
         // Without overwriting, so that the second entry of a key is told.
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)
-            report.DamageInLine(line) << Meaning(code) << " (" << code << ")\n";
+            report.DamageInLine(line)
+                << Cell(cells[0]) << ": " << Meaning(code) << " (" << code << ")\n";
         if (HoldsEntries(cells))
             report.DamageInLine(line) << "a quote that nothing closes holds further entries\n";
         TellSuspicion(cells, line, report);
     }
     shown.End("", "entries");
+    if (entries == 0)
+        report.SuspicionInLine(1) << "no entry is found in the file\n";
     report.Line() << entries << " entries, " << untranslated << " without a translation\n";
 }

@@ -18,7 +18,9 @@
 #include "tools/qdinspect/Diff.h"
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
+#include "tools/qdinspect/Lint.h"
 #include "tools/qdinspect/Page.h"
+#include "tools/qdinspect/Paths.h"
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
@@ -55,8 +57,7 @@ void InspectAs(EKind kind, BlockReader& file, const WideText& path, Report& repo
 {
     switch (kind) {
     case EKind::Archive: InspectArchive(file, report); break;
-    // By its path: the language map's own reader takes a text stream.
-    case EKind::Language: InspectLanguageFile(path.c_str(), report); break;
+    case EKind::Language: InspectLanguageFile(file, path, report); break;
     case EKind::BinaryProfile: InspectBinaryProfile(file, report); break;
     case EKind::TextProfile: InspectTextProfile(ReadText(file, kLargestText), report); break;
     case EKind::Log: InspectLog(ReadText(file, kLargestText), report); break;
@@ -90,15 +91,25 @@ int Inspect(ECommand command, EKind kind, BlockReader& file, const WideText& pat
         entries.End(report);
     if (command != ECommand::Export)
         messages << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
-    const bool isFine = report.IsWhole() && (command != ECommand::Lint || !report.IsSuspicious());
-    return isFine ? kWhole : kDamaged;
+    return report.IsWhole() ? kWhole : kDamaged;
+}
+
+int Lint(const Options& options, BlockReader& file, const WideText& path)
+{
+    std::ostream silent(nullptr);
+    Report report(silent, std::cout, std::cout, true);
+    report.TellIn(options.path);
+    InspectAs(EKind::Language, file, path, report);
+    if (!options.sources.empty())
+        LintSources(file, path, options.sources, report);
+    return report.IsWhole() && !report.IsSuspicious() ? kWhole : kDamaged;
 }
 
 // Why a new file cannot be made there; empty where it can.
 std::string Hindrance(const std::string& newPath)
 {
     for (const char* const ending : {"", ".part"}) { // the second while an archive is being made
-        if (std::filesystem::exists(std::filesystem::path(newPath + ending)))
+        if (std::filesystem::exists(PathOf(newPath + ending)))
             return newPath + ending + " exists already";
     }
     return {};
@@ -107,7 +118,7 @@ std::string Hindrance(const std::string& newPath)
 // As the system looks elsewhere for a text profile whose path is not.
 WideText Absolute(const std::string& path)
 {
-    return std::filesystem::absolute(std::filesystem::path(path)).string<WChar>();
+    return std::filesystem::absolute(PathOf(path)).string<WChar>();
 }
 
 // Reads the file twice: the page begins with what is wrong.
@@ -136,12 +147,17 @@ int Recover(const Options& options, EKind kind, BlockReader& file)
 {
     if (const std::string hindrance = Hindrance(options.newPath); !hindrance.empty())
         return Nothing(options, hindrance);
-    const auto path = std::filesystem::path(options.newPath).string<WChar>();
-    if (kind != EKind::Archive && kind != EKind::BinaryProfile)
-        return Nothing(options, "only archives and binary profiles can be recovered");
-    const EOutcome outcome = kind == EKind::Archive
-                                 ? RecoverArchive(file, path, std::cout)
-                                 : RecoverBinaryProfile(file, path, std::cout, std::cout);
+    EOutcome outcome = EOutcome::Failed;
+    const auto path = PathOf(options.newPath).string<WChar>();
+    switch (kind) {
+    case EKind::Archive: outcome = RecoverArchive(file, path, std::cout); break;
+    case EKind::BinaryProfile:
+        outcome = RecoverBinaryProfile(file, path, std::cout, std::cout);
+        break;
+    case EKind::TextProfile: outcome = RecoverTextProfile(file, path, std::cout); break;
+    case EKind::Language: outcome = RecoverLanguageFile(file, path, std::cout); break;
+    default: return Nothing(options, "a log holds nothing that wants to be recovered");
+    }
     return outcome != EOutcome::Failed ? kWhole : Nothing(options, "nothing was recovered");
 }
 
@@ -197,7 +213,7 @@ int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& 
 {
     if (kind == EKind::Archive || kind == EKind::Log)
         return Nothing(options, "only profiles and language files can be compared");
-    const auto otherPath = std::filesystem::path(options.newPath).string<WChar>();
+    const auto otherPath = PathOf(options.newPath).string<WChar>();
     BlockReader other(platform::OpenStream(otherPath.c_str(), QD_W("rb")));
     if (!other.IsGood())
         return Nothing(options, options.newPath + " cannot be opened");
@@ -218,7 +234,7 @@ int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& 
 
 int Inspect(const Options& options)
 {
-    const std::filesystem::path path(options.path);
+    const std::filesystem::path path = PathOf(options.path);
     if (std::filesystem::is_directory(path))
         return Nothing(options, "it is a folder");
     const auto widePath = path.string<WChar>();
@@ -246,6 +262,8 @@ int Inspect(const Options& options)
         return Convert(options, kind, file);
     if (options.command == ECommand::Export && options.asPage)
         return ExportPage(options, kind, file, widePath);
+    if (options.command == ECommand::Lint)
+        return Lint(options, file, widePath);
     return Inspect(options.command, kind, file, widePath, options.showsAll);
 }
 

@@ -1,8 +1,10 @@
 #include "tools/qdinspect/NewFile.h"
 
 #include "core/base/BlockReader.h"
+#include "core/platform/ByteOrderMark.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -28,6 +30,13 @@ void NewFile::Write(std::string_view bytes)
         m_isGood && std::fwrite(bytes.data(), 1, bytes.size(), m_stream.get()) == bytes.size();
 }
 
+void NewFile::WriteText(platform::WideView text)
+{
+    static_assert(std::endian::native == std::endian::little, "units are written as they stand");
+    Write(platform::kUtf16Mark);
+    Write({reinterpret_cast<const char*>(text.data()), text.size() * sizeof(WChar)});
+}
+
 void NewFile::Copy(BlockReader& file, std::uint64_t end)
 {
     constexpr std::uint64_t piece = 1u << 16; // bytes
@@ -46,4 +55,14 @@ bool NewFile::Close()
     const bool isWritten = m_isGood && std::fflush(m_stream.get()) == 0;
     m_stream.reset();
     return isWritten;
+}
+
+EOutcome WriteUtf16(platform::WideView text, const platform::WideText& newPath, EOutcome outcome)
+{
+    NewFile out(newPath);
+    out.WriteText(text);
+    if (!out.Close())
+        return EOutcome::Failed;
+    out.Keep();
+    return outcome;
 }

@@ -3,6 +3,8 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/Inspectors.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -22,6 +24,8 @@ public:
     {
         Write({reinterpret_cast<const char*>(&number), sizeof number});
     }
+    /// A text as UTF-16LE with its mark; all of the file.
+    void WriteText(platform::WideView text);
     /// What stands in `file` from its position to `end`.
     void Copy(BlockReader& file, std::uint64_t end);
 
@@ -35,3 +39,7 @@ private:
     bool m_isThere; // and goes with the object
     bool m_isGood;
 };
+
+/// Writes a text as UTF-16LE with its mark. The outcome, unless that fails.
+[[nodiscard]] EOutcome WriteUtf16(platform::WideView text, const platform::WideText& newPath,
+                                  EOutcome outcome);

@@ -144,6 +144,9 @@ std::ostream& Report::Tell(bool isDamage, const char* unit, std::uint64_t number
         m_findings.push_back({unit, number, isDamage, {}});
         return m_texts;
     }
+    if (!m_path.empty())
+        return (isDamage ? m_damage : m_suspicion)
+               << m_path << (unit[0] == 'b' ? ": byte " : ":") << number << ": ";
     return (isDamage ? m_damage << "DAMAGED" : m_suspicion << "SUSPICIOUS")
            << (unit[0] == 'b' ? " at " : " in ") << unit << ' ' << number << ": ";
 }
@@ -161,6 +164,12 @@ std::ostream& Report::DamageInLine(std::uint64_t number)
 std::ostream& Report::SuspicionInLine(std::uint64_t number)
 {
     return Tell(false, "line", number);
+}
+
+std::ostream& Report::SuspicionIn(const std::string& path, std::uint64_t line)
+{
+    m_isSuspicious = true;
+    return m_suspicion << path << ':' << line << ": ";
 }
 
 std::vector<Finding> Report::Findings() const

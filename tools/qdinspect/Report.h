@@ -101,6 +101,8 @@ public:
 
     /// Has the content written as entries instead of lines, and keeps what is wrong for its end.
     void ExportTo(EntrySink& entries) { m_export = &entries; }
+    /// Has what is wrong told for other programs: "german.lng:3: ".
+    void TellIn(const std::string& path) { m_path = path; }
     /// Null where nobody wants entries.
     [[nodiscard]] EntrySink* Export() const noexcept { return m_export; }
     /// The same where the next entry is wanted.
@@ -124,6 +126,8 @@ public:
 
     /// The same for what programs read well, but nobody can have meant.
     [[nodiscard]] std::ostream& SuspicionInLine(std::uint64_t number);
+    /// In another file.
+    [[nodiscard]] std::ostream& SuspicionIn(const std::string& path, std::uint64_t line);
 
     [[nodiscard]] bool IsWhole() const noexcept { return m_isWhole; }
     [[nodiscard]] bool IsSuspicious() const noexcept { return m_isSuspicious; }
@@ -134,6 +138,7 @@ private:
     std::ostream& m_out;
     std::ostream& m_damage;
     std::ostream& m_suspicion;
+    std::string m_path; // empty unless it stands before what is wrong
     bool m_showsAll;
     bool m_isWhole = true;
     bool m_isSuspicious = false;
