@@ -117,7 +117,7 @@ void Event::Sleep(const Count& readers) const
 
 bool Event::WaitFor(std::uint32_t timeoutMs, const Count& readers) const
 {
-    if (m_state->IsOpen() && readers <= 0)
+    if (IsOver(readers))
         return true;
     return Own().Wait(readers, [timeoutMs](auto& woken, auto& lock, auto isOver) {
         return woken.wait_for(lock, std::chrono::milliseconds(timeoutMs), isOver);

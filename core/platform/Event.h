@@ -33,10 +33,15 @@ public:
         if (m_state->waiters.load() != 0)
             Wake();
     }
-    /// Waits until the event is signalled, if it is shared, and no reader is counted.
+    /// Whether the event is signalled, if it is shared, and no reader is counted.
+    [[nodiscard]] bool IsOver(const Count& readers) const noexcept
+    {
+        return m_state->IsOpen() && readers <= 0;
+    }
+    /// Waits until that is so.
     void Wait(const Count& readers) const
     {
-        if (!m_state->IsOpen() || readers > 0)
+        if (!IsOver(readers))
             Sleep(readers);
     }
     /// False when it did not come to that within `timeoutMs`.

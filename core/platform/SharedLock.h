@@ -16,6 +16,8 @@ public:
 
     void LockShared() noexcept;
     void LockExclusive() noexcept;
+    /// The same only while it is free, nobody sleeps and it costs no call; false otherwise.
+    [[nodiscard]] bool TakeFree() noexcept;
     void UnlockShared() noexcept;
     void UnlockExclusive() noexcept;
     /// Without waiting: false when it is held otherwise, or someone is in the midst of taking it.
@@ -61,10 +63,15 @@ inline bool SharedLock::IsExclusive() const noexcept
     return (m_state.load() & kExclusive) != 0;
 }
 
-inline void SharedLock::LockExclusive() noexcept
+inline bool SharedLock::TakeFree() noexcept
 {
     std::uint32_t free = 0;
-    if (!m_state.compare_exchange_strong(free, kExclusive))
+    return m_state.compare_exchange_strong(free, kExclusive);
+}
+
+inline void SharedLock::LockExclusive() noexcept
+{
+    if (!TakeFree())
         LockExclusiveBesides();
 }
 

@@ -17,6 +17,9 @@ namespace platform {
 /// come again.
 [[nodiscard]] std::uint32_t CurrentThreadId() noexcept;
 
+/// The same, or 0 on a thread that did not ask for its id so far: without a call.
+[[nodiscard]] std::uint32_t KnownThreadId() noexcept;
+
 #if !defined(_WIN32)
 
 // 0 until it is asked for. Locks ask often.
@@ -27,6 +30,11 @@ std::uint32_t AskThreadId() noexcept;
 inline std::uint32_t CurrentThreadId() noexcept
 {
     return t_threadId != 0 ? t_threadId : AskThreadId();
+}
+
+inline std::uint32_t KnownThreadId() noexcept
+{
+    return t_threadId;
 }
 
 #endif

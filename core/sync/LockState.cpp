@@ -65,16 +65,28 @@ void LockState::LockR()
 
 void LockState::LockW()
 {
+    // All that is rarer stands elsewhere, so that this needs no place on the stack: what it would
+    // store there has to reach the cache before each locked instruction.
+    const std::uint32_t thread = platform::KnownThreadId();
+    if (thread == 0 || HasOwner() || !m_noReaders.IsOver(m_readers) || !m_slimLock.TakeFree())
+        return LockWBesides(false);
+    if (m_readers > 0)
+        return LockWBesides(true);
+    BecomeWriter(thread);
+}
+
+void LockState::LockWBesides(bool hasSlimLock)
+{
     if (TryNestW())
         return;
-    for (;;) {
+    while (!hasSlimLock || m_readers > 0) {
+        if (hasSlimLock)
+            m_slimLock.UnlockExclusive(); // a reader came meanwhile
         m_noReaders.Wait(m_readers);
         m_slimLock.LockExclusive();
-        if (m_readers <= 0)
-            break;
-        m_slimLock.UnlockExclusive(); // a reader came meanwhile
+        hasSlimLock = true;
     }
-    BecomeWriter();
+    BecomeWriter(platform::CurrentThreadId());
 }
 
 void LockState::UnlockR()
@@ -98,14 +110,18 @@ void LockState::UnlockW()
 {
     if (IsOwner() && ChangeWrites(-1) != 0)
         return;
-    if (m_writerReads > 0) {
-        m_writerReads.fetch_add(1); // Intended: the header says how the writer makes up for it
-        throw 1;
-    }
+    if (m_writerReads > 0)
+        RefuseUnlockW();
     // Intended: a thread that is not the writer ends the writer's lock and leaves its depth as it
     // was.
     m_owner.store(m_noOwner, std::memory_order_release);
     m_slimLock.UnlockExclusive();
+}
+
+void LockState::RefuseUnlockW()
+{
+    m_writerReads.fetch_add(1); // Intended: the header says how the writer makes up for it
+    throw 1;
 }
 
 bool LockState::TryNestR()
@@ -158,7 +174,7 @@ bool LockState::TryEnterW()
         m_slimLock.UnlockExclusive();
         return false;
     }
-    BecomeWriter();
+    BecomeWriter(platform::CurrentThreadId());
     return true;
 }
 
@@ -185,12 +201,12 @@ bool LockState::HasOwner() const noexcept
 bool LockState::IsOwner() const noexcept
 {
     const std::uint32_t owner = m_owner;
-    return owner != m_noOwner && owner == platform::CurrentThreadId();
+    return owner != m_noOwner && owner == platform::KnownThreadId(); // the owner knows its id
 }
 
-void LockState::BecomeWriter()
+void LockState::BecomeWriter(std::uint32_t thread) noexcept
 {
-    m_owner.store(platform::CurrentThreadId(), std::memory_order_relaxed);
+    m_owner.store(thread, std::memory_order_relaxed);
     ChangeWrites(1);
 }
 

@@ -37,13 +37,16 @@ public:
     [[nodiscard]] bool TryEnterW();
 
 private:
+    /// When it is not free, or the slim lock was taken and there are readers.
+    void LockWBesides(bool hasSlimLock);
+    [[noreturn]] void RefuseUnlockW();
     /// That there are readers, by the event.
     void TellCopies();
     /// For the first reader, who is counted already.
     void EnterFirst();
     [[nodiscard]] bool HasOwner() const noexcept;
     [[nodiscard]] bool IsOwner() const noexcept;
-    void BecomeWriter();
+    void BecomeWriter(std::uint32_t thread) noexcept;
     void JoinCrowd() const noexcept;
     /// The depth after the change; on the writer's thread.
     std::int64_t ChangeWrites(std::int64_t change) noexcept;

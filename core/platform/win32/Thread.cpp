@@ -9,4 +9,9 @@ std::uint32_t CurrentThreadId() noexcept
     return ::GetCurrentThreadId();
 }
 
+std::uint32_t KnownThreadId() noexcept
+{
+    return ::GetCurrentThreadId();
+}
+
 } // namespace platform
