@@ -11,7 +11,8 @@
 # define QD_TELLS_OF_SECOND_THREAD 0
 #endif
 
-/// Counts of owners that may share an object or a text on different threads.
+/// Counts of owners that may share an object or a text on different threads, and of holders of a
+/// lock.
 ///
 /// A locked instruction costs as much as some twenty others, and most programs that build or load a
 /// document have one thread. So it is left out while there is no second thread, as
@@ -29,6 +30,17 @@ namespace platform {
 #else
     return false;
 #endif
+}
+
+/// Adds `change` to a count that other threads change, too, and gives what it was: a locked
+/// instruction in the one order of all such steps, none while there is no second thread.
+inline std::int64_t AddTo(std::atomic<std::int64_t>& count, std::int64_t change) noexcept
+{
+    if (!IsOnlyThread())
+        return count.fetch_add(change);
+    const std::int64_t before = count.load(std::memory_order_relaxed);
+    count.store(before + change, std::memory_order_relaxed);
+    return before;
 }
 
 inline void AddOwner(std::int32_t& count) noexcept

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform/OwnerCount.h"
+
 #include <atomic>
 #include <cstdint>
 
@@ -31,6 +33,8 @@ private:
 #if defined(_WIN32)
     alignas(8) std::uint32_t m_state[4] = {}; // a slim lock, and how it is held
 #else
+    /// From the state `from` to `to`; false when it was another.
+    bool Change(std::uint32_t from, std::uint32_t to, std::memory_order order) noexcept;
     // When somebody else has it, too, or sleeps.
     void LockSharedBesides() noexcept;
     void LockExclusiveBesides() noexcept;
@@ -50,11 +54,20 @@ private:
 
 #if !defined(_WIN32)
 
+inline bool SharedLock::Change(std::uint32_t from, std::uint32_t to,
+                               std::memory_order order) noexcept
+{
+    if (!IsOnlyThread())
+        return m_state.compare_exchange_strong(from, to, order, std::memory_order_relaxed);
+    if (m_state.load(std::memory_order_relaxed) != from)
+        return false;
+    m_state.store(to, std::memory_order_relaxed);
+    return true;
+}
+
 inline void SharedLock::LockShared() noexcept
 {
-    std::uint32_t free = 0;
-    if (!m_state.compare_exchange_strong(free, kShare, std::memory_order_acquire,
-                                         std::memory_order_relaxed))
+    if (!Change(0, kShare, std::memory_order_acquire))
         LockSharedBesides();
 }
 
@@ -65,8 +78,7 @@ inline bool SharedLock::IsExclusive() const noexcept
 
 inline bool SharedLock::TakeFree() noexcept
 {
-    std::uint32_t free = 0;
-    return m_state.compare_exchange_strong(free, kExclusive);
+    return Change(0, kExclusive, std::memory_order_seq_cst);
 }
 
 inline void SharedLock::LockExclusive() noexcept
@@ -77,17 +89,13 @@ inline void SharedLock::LockExclusive() noexcept
 
 inline void SharedLock::UnlockShared() noexcept
 {
-    std::uint32_t held = kShare;
-    if (!m_state.compare_exchange_strong(held, 0, std::memory_order_release,
-                                         std::memory_order_relaxed))
+    if (!Change(kShare, 0, std::memory_order_release))
         UnlockSharedBesides();
 }
 
 inline void SharedLock::UnlockExclusive() noexcept
 {
-    std::uint32_t held = kExclusive;
-    if (!m_state.compare_exchange_strong(held, 0, std::memory_order_release,
-                                         std::memory_order_relaxed))
+    if (!Change(kExclusive, 0, std::memory_order_release))
         UnlockExclusiveBesides();
 }
 

@@ -1,5 +1,6 @@
 #include "core/sync/LockState.h"
 
+#include "core/platform/OwnerCount.h"
 #include "core/platform/Thread.h"
 
 #include <cassert>
@@ -56,7 +57,7 @@ void LockState::LockR()
 {
     if (TryNestR())
         return;
-    if (m_readers.fetch_add(1) != 0) {
+    if (platform::AddTo(m_readers, 1) != 0) {
         JoinCrowd();
         return;
     }
@@ -98,7 +99,7 @@ void LockState::UnlockR()
     }
     // Intended: a count below zero is not asserted. One lock too many that is given back takes the
     // next reader's, as the header says.
-    if (m_readers.fetch_sub(1) != 1)
+    if (platform::AddTo(m_readers, -1) != 1)
         return;
     if (m_noReaders.IsShared())
         m_noReaders.Set();

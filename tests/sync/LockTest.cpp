@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <thread>
@@ -117,6 +118,25 @@ TYPED_TEST(Lock, IsFreeOnceAllIsGivenBack)
         const TypeParam lock;
         Play(lock, steps);
         EXPECT_EQ(IsFree(lock), isFree) << steps;
+    }
+}
+
+TYPED_TEST(Lock, HoldsAgainstTheFirstThreadThatStarts)
+{
+    const std::pair<const char*, bool> cases[] = {
+        {"R", false},
+        {"W", false},
+        {"RRrrWRrw", true},
+        {"rwR", true}, // given back without having been taken
+    };
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process that had no thread so far
+    for (const auto& [steps, isFree] : cases) {
+        const auto play = [&, steps = steps, isFree = isFree] {
+            const TypeParam lock;
+            Play(lock, steps);
+            std::_Exit(IsFree(lock) == isFree ? 0 : 1);
+        };
+        EXPECT_EXIT(play(), testing::ExitedWithCode(0), "") << steps;
     }
 }
 

@@ -5,6 +5,11 @@
 // it, and a crowd of readers shares one hold that the last of them gives back. Its release when
 // nobody holds it is undefined, too; here it changes nothing, as the locks above promise.
 //
+// While there is no second thread, the same changes of the word are plain steps. Between the
+// question for one and the last of those steps none can come: only this thread could start it. One
+// that comes later, also while the lock is held, finds in the word what it would find otherwise,
+// for starting a thread orders memory.
+//
 // An exclusive hold is taken with sequential consistency: who takes it looks at a count of readers
 // afterwards, and they look here after they have counted.
 //
