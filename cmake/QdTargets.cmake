@@ -26,3 +26,14 @@ if(QD_SANITIZE)
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(qd_options INTERFACE -fsanitize=${QD_SANITIZE})
 endif()
+
+# What an attacker finds harder: the stack and known buffers are watched, calls and returns checked
+# where the processor can, and nothing of the loaded library can be both written and run.
+if(NOT QD_SANITIZE AND PROJECT_IS_TOP_LEVEL AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    target_compile_options(qd_options INTERFACE
+        "$<BUILD_INTERFACE:-fstack-protector-strong>"
+        $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:$<BUILD_INTERFACE:-fcf-protection>>
+        "$<BUILD_INTERFACE:$<$<NOT:$<CONFIG:Debug,None,>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>>")
+    target_link_options(qd_options INTERFACE
+        "$<BUILD_INTERFACE:LINKER:-z,relro,-z,now,-z,noexecstack>")
+endif()
