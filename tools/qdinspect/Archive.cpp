@@ -173,7 +173,7 @@ void RecordInspector::InspectAll()
         ShowRecord(head);
         CheckRecord(head);
         if (EntrySink* const entries = m_report.NextEntry())
-            entries->Entry(RecordEntry(m_archive, head));
+            entries->Entry(RecordEntry(m_archive, head), head.payload + head.payloadSize);
         ++m_count;
         file.MoveTo(head.payload + head.payloadSize);
     }

@@ -222,7 +222,7 @@ bool BinaryProfileInspector::InspectRecord()
                       {"section", Utf8(SectionName())},
                       {"key", Utf8(platform::WideView(shownKey.CStr()))}};
         entry.update(ValueEntry(*value));
-        entries->Entry(entry);
+        entries->Entry(entry, m_file.Position());
     }
     if (!value) {
         m_report.DamageAt(valueStart) << "no value of a known type; the whole profile reads as "

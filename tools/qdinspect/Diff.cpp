@@ -19,7 +19,7 @@ std::string Folded(std::string name, bool isFolded)
 
 } // namespace
 
-void KeyedEntries::Entry(const Json& entry)
+void KeyedEntries::Entry(const Json& entry, std::uint64_t)
 {
     if (entry.contains("counts") && !entry["counts"].get<bool>())
         return;

@@ -11,7 +11,7 @@ class KeyedEntries : public EntrySink {
 public:
     void Property(const char*, const Json&) override {}
     /// Of two entries with one key the later counts, unless the entry says otherwise.
-    void Entry(const Json& entry) override;
+    void Entry(const Json& entry, std::uint64_t end) override;
 
     /// Prints what differs, a line a key: "-" was only there before, "+" is only there now. False
     /// when nothing does.

@@ -114,7 +114,8 @@ void InspectLanguageFile(BlockReader& file, const WideText& path, Report& report
             entriesOut->Entry({{"line", line},
                                {"key", Utf8(WideView(cells[0].CStr()))},
                                {"default", Utf8(WideView(cells[1].CStr()))},
-                               {"translation", Utf8(WideView(cells[2].CStr()))}});
+                               {"translation", Utf8(WideView(cells[2].CStr()))}},
+                              line + 1);
         }
         // Without overwriting, so that the second entry of a key is told.
         if (const int code = map->Add(cells[0], cells[1], cells[2], false, true); code != 0)

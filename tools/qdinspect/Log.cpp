@@ -100,7 +100,8 @@ private:
         m_last = 0;
         if (EntrySink* const entries = m_report.NextEntry())
             entries->Entry(
-                {{"line", m_line}, {"start", Utf8(line.time)}, {"text", Utf8(line.text)}});
+                {{"line", m_line}, {"start", Utf8(line.time)}, {"text", Utf8(line.text)}},
+                m_line + 1);
         m_report.Line() << Ascii(line.time) << ' ' << Quoted(line.text) << '\n';
     }
 
@@ -117,7 +118,7 @@ private:
             m_report.Line() << "  " << Padded(ms) << " ms  " << (ms < m_last ? "" : "+")
                             << ms - m_last << "  " << Quoted(line.text) << '\n';
         if (EntrySink* const entries = m_report.NextEntry())
-            entries->Entry({{"line", m_line}, {"ms", ms}, {"text", Utf8(line.text)}});
+            entries->Entry({{"line", m_line}, {"ms", ms}, {"text", Utf8(line.text)}}, m_line + 1);
         m_last = ms;
     }
 

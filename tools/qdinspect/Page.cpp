@@ -120,12 +120,6 @@ std::string PropertyText(const Json& value)
     return value.at("class").get<std::string>() + ", version " + value.at("version").dump();
 }
 
-// Where an entry is, as findings tell it.
-std::uint64_t PositionOf(const Json& entry)
-{
-    return entry.at(entry.contains("at") ? "at" : "line").get<std::uint64_t>();
-}
-
 } // namespace
 
 void PageSurvey::Property(const char* name, const Json& value)
@@ -153,37 +147,23 @@ Page::Page(std::ostream& out, const PageSubject& subject, const PageSurvey& surv
 
 Page::~Page() = default;
 
-// The first that is left out is still asked for: the last that is written ends where it begins.
 bool Page::WantsEntry()
 {
-    const bool isWanted = m_left != 0 || m_entry != nullptr;
-    m_leftOut += isWanted ? 0 : 1;
+    const bool isWanted = m_left != 0;
+    if (isWanted)
+        --m_left;
+    else
+        ++m_leftOut;
     return isWanted;
 }
 
-void Page::Entry(const Json& entry)
+void Page::Entry(const Json& entry, std::uint64_t end)
 {
-    WriteEntry(PositionOf(entry));
-    if (m_left == 0) {
-        ++m_leftOut;
-        return;
-    }
-    --m_left;
-    m_entry = std::make_unique<Json>(entry);
-}
-
-// With the findings from its position up to the next one's; of texts, in its line.
-void Page::WriteEntry(std::uint64_t nextPosition)
-{
-    if (m_entry == nullptr)
-        return;
-    const std::unique_ptr<Json> entry = std::move(m_entry);
-    const std::uint64_t position = PositionOf(*entry);
-    const std::uint64_t end = entry->contains("at") ? nextPosition : position + 1;
+    const std::uint64_t start = entry.at(entry.contains("at") ? "at" : "line").get<std::uint64_t>();
     const auto number = [](const Finding* finding) { return finding->number; };
-    const auto first = std::ranges::lower_bound(m_findings, position, {}, number);
+    const auto first = std::ranges::lower_bound(m_findings, start, {}, number);
     const auto last = std::ranges::lower_bound(m_findings, end, {}, number);
-    m_part->Entry(*entry, first < last ? PagePart::Findings(first, last) : PagePart::Findings());
+    m_part->Entry(entry, PagePart::Findings(first, last));
 }
 
 void Page::EndEntries()
@@ -191,7 +171,6 @@ void Page::EndEntries()
     if (!m_hasEntries)
         return;
     m_hasEntries = false;
-    WriteEntry((std::numeric_limits<std::uint64_t>::max)());
     m_part->EndEntries(m_leftOut);
 }
 
@@ -221,9 +200,14 @@ void BeginRow(std::ostream& out, const PagePart::Findings& findings)
 
 void WriteNotes(std::ostream& out, const PagePart::Findings& findings)
 {
-    for (const Finding* const finding : findings)
-        out << "<p class=\"note " << (finding->isDamage ? "damage" : "suspicious") << "\" id=\""
-            << finding->unit[0] << finding->number << "\">" << Html(finding->text) << "</p>";
+    const Finding* last = nullptr;
+    for (const Finding* const finding : findings) {
+        out << "<p class=\"note " << (finding->isDamage ? "damage" : "suspicious") << '"';
+        if (last == nullptr || last->number != finding->number)
+            out << " id=\"" << finding->unit[0] << finding->number << '"';
+        out << '>' << Html(finding->text) << "</p>";
+        last = finding;
+    }
 }
 
 void WriteLeftOut(std::ostream& out, std::uint64_t count, const char* entries)

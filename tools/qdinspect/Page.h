@@ -27,7 +27,7 @@ public:
         ++entries;
         return false;
     }
-    void Entry(const Json&) override {}
+    void Entry(const Json&, std::uint64_t) override {}
     void ClassOfRecords(const std::string& name, int version, std::uint64_t records,
                         std::uint64_t bytes) override
     {
@@ -58,20 +58,18 @@ public:
 
     void Property(const char*, const Json&) override {}
     [[nodiscard]] bool WantsEntry() override;
-    void Entry(const Json& entry) override;
+    void Entry(const Json& entry, std::uint64_t end) override;
     [[nodiscard]] TreeSink* Trees(ArchiveFile& archive) override;
     void End();
 
 private:
     void EndEntries();
-    void WriteEntry(std::uint64_t nextPosition);
 
     std::ostream& m_out;
     const PageSubject& m_subject;
     std::vector<const Finding*> m_findings; // by their numbers
     std::uint64_t m_left;                   // entries that are still written
     std::uint64_t m_leftOut = 0;
-    std::unique_ptr<Json> m_entry; // the last, until it is known where the next one begins
     std::unique_ptr<PagePart> m_part;
     bool m_hasEntries = true; // may have more
 };

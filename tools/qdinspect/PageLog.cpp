@@ -162,11 +162,11 @@ void LogPart::WriteTicks(double total)
 
 void LogPart::WriteSteps(double longest)
 {
-    m_out
-        << "<div class=\"scroll\">\n<table>\n<thead><tr><th scope=\"col\" class=\"number\">ms</th>"
-           "<th scope=\"col\" class=\"number\">Between</th>"
-           "<th scope=\"col\" class=\"between optional\"><span class=\"quiet\">Share</span></th>"
-           "<th scope=\"col\">Step</th></tr></thead>\n<tbody>\n";
+    m_out << "<div class=\"scroll\">\n<table class=\"steps\">\n<thead><tr><th scope=\"col\" "
+             "class=\"number\">ms</th>"
+             "<th scope=\"col\" class=\"number\">Between</th>"
+             "<th scope=\"col\" class=\"between optional\"><span class=\"quiet\">Share</span></th>"
+             "<th scope=\"col\">Step</th></tr></thead>\n<tbody>\n";
     for (const Step& step : m_steps) {
         m_out << step.begin << "<td class=\"number\">" << Number(step.ms)
               << "</td><td class=\"number\">" << (step.between < 0 ? "" : "+")

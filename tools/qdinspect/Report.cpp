@@ -90,7 +90,7 @@ void JsonExport::BeginEntries()
     m_out << (m_hasProperties ? ",\n" : "{\n") << "\"entries\": [";
 }
 
-void JsonExport::Entry(const Json& entry)
+void JsonExport::Entry(const Json& entry, std::uint64_t)
 {
     if (!m_hasEntries)
         BeginEntries();

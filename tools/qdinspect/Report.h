@@ -29,7 +29,8 @@ public:
     virtual void Property(const char* name, const Json& value) = 0;
     /// Whether the next entry is to be made; one that is not counts all the same.
     [[nodiscard]] virtual bool WantsEntry() { return true; }
-    virtual void Entry(const Json& entry) = 0;
+    /// `end` is the byte, or the line, behind it.
+    virtual void Entry(const Json& entry, std::uint64_t end) = 0;
     /// Records of an archive, behind its entries.
     virtual void ClassOfRecords(const std::string& /*name*/, int /*version*/,
                                 std::uint64_t /*records*/, std::uint64_t /*bytes*/)
@@ -48,7 +49,7 @@ public:
     {}
 
     void Property(const char* name, const Json& value) override;
-    void Entry(const Json& entry) override;
+    void Entry(const Json& entry, std::uint64_t end) override;
     void End(const Report& report);
 
 private:

@@ -167,7 +167,8 @@ private:
                             {"key", Utf8(key)},
                             {"type", type},
                             {"value", text},
-                            {"counts", counts}});
+                            {"counts", counts}},
+                           m_line + 1);
         }
     }
 
