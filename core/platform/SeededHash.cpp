@@ -1,10 +1,10 @@
 #include "core/platform/SeededHash.h"
 
+#include "core/platform/Random.h"
+
 #include <array>
 #include <chrono>
 #include <cstring>
-#include <exception>
-#include <random>
 
 // The hash is after wyhash, final version 4 (Wang Yi, public domain): two words are multiplied and
 // the halves of the product meet in one. It takes a multiplication for 16 bytes, where SipHash
@@ -24,17 +24,14 @@ using Secret = std::array<std::uint64_t, 6>;
 
 // Nobody can be told that the system has no random numbers; the time and the place where the
 // system loaded the program are harder to foresee than a constant.
-std::uint64_t RandomWord() noexcept
+void FillFromTimeAndPlace(Secret& secret) noexcept
 {
-    try {
-        std::random_device device;
-        return std::uint64_t{device()} << 32 | device();
-    } catch (const std::exception&) {
-        static const char here = 0;
-        static std::uint64_t last = reinterpret_cast<std::uintptr_t>(&here);
+    static const char here = 0;
+    std::uint64_t last = reinterpret_cast<std::uintptr_t>(&here);
+    for (std::uint64_t& word : secret) {
         const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
         last = (last ^ static_cast<std::uint64_t>(now)) * 6364136223846793005 + 1442695040888963407;
-        return last;
+        word = last;
     }
 }
 
@@ -42,8 +39,10 @@ const Secret& TheSecret() noexcept
 {
     static const Secret secret = [] {
         Secret drawn;
+        if (!FillRandom(drawn.data(), sizeof drawn))
+            FillFromTimeAndPlace(drawn);
         for (std::uint64_t& word : drawn)
-            word = RandomWord() | 1; // an even factor loses bits
+            word |= 1; // an even factor loses bits
         return drawn;
     }();
     return secret;

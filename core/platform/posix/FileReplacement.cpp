@@ -1,15 +1,16 @@
 #include "core/platform/FileReplacement.h"
 
 #include "core/platform/FileStream.h"
+#include "core/platform/Random.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/NativePath.h"
 #include "core/platform/posix/OpenFile.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <optional>
-#include <random>
 #include <string>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -63,9 +64,10 @@ std::string TemporaryFolder()
 Descriptor CreateDraft(const std::string& folder, mode_t mode, std::string& draft)
 {
     constexpr int attempts = 100;
-    std::random_device random;
+    std::uint32_t number = 0; // from here on, also where the system has no random one
+    static_cast<void>(FillRandom(&number, sizeof number));
     for (int i = 0; i < attempts; ++i) {
-        draft = folder + ".qd" + std::to_string(random()) + ".tmp";
+        draft = folder + ".qd" + std::to_string(number++) + ".tmp";
         Descriptor file(::open(draft.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (file.IsOpen())
             return file;

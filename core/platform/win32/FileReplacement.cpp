@@ -1,6 +1,7 @@
 #include "core/platform/FileReplacement.h"
 
 #include "core/platform/FileStream.h"
+#include "core/platform/Random.h"
 #include "core/platform/win32/Handle.h"
 
 #include <windows.h>
@@ -8,7 +9,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <io.h>
-#include <random>
 #include <string>
 
 // As on the other platform: a draft beside the file, synchronised before it is moved over it, so
@@ -87,9 +87,10 @@ Handle Open(const std::wstring& path, DWORD disposition)
 Handle CreateDraft(const std::wstring& folder, std::wstring& draft)
 {
     constexpr int attempts = 100;
-    std::random_device random;
+    std::uint32_t number = 0; // from here on, also where the system has no random one
+    static_cast<void>(FillRandom(&number, sizeof number));
     for (int i = 0; i < attempts; ++i) {
-        draft = folder + L"qd" + std::to_wstring(random()) + L".tmp";
+        draft = folder + L"qd" + std::to_wstring(number++) + L".tmp";
         Handle file = Open(draft, CREATE_NEW);
         if (file.IsOpen())
             return file;
