@@ -60,11 +60,19 @@ char* PutUtf8(char32_t character, char* out) noexcept
         *out++ = static_cast<char>(character);
         return out;
     }
-    const int trailing = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-    const std::uint32_t lead = 0xFF00u >> (trailing + 1) & 0xFFu; // a one for each byte
-    *out++ = static_cast<char>(lead | character >> 6 * trailing);
-    for (int i = trailing - 1; i >= 0; --i)
-        *out++ = static_cast<char>(0x80u | (character >> 6 * i & 0x3Fu));
+    const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(byte); };
+    if (character < 0x800) {
+        put(0xC0 | character >> 6);
+    } else {
+        if (character < 0x10000) {
+            put(0xE0 | character >> 12);
+        } else {
+            put(0xF0 | character >> 18);
+            put(0x80 | (character >> 12 & 0x3F));
+        }
+        put(0x80 | (character >> 6 & 0x3F));
+    }
+    put(0x80 | (character & 0x3F));
     return out;
 }
 

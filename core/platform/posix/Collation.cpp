@@ -165,21 +165,42 @@ void AppendPlaces(WeightReader<WChar>& reader, std::string& key)
     }
 }
 
-/// A text of plain ASCII signs has nothing but their places, as most names. False, and nothing is
-/// appended, for another one.
-bool AppendAsciiPlaces(std::u16string_view text, std::string& key)
+/// The forms of a text of plain ASCII signs, of which the last `AppendWeights` leaves out as well.
+void AppendAsciiForms(std::u16string_view text, std::string& key)
+{
+    key.append(2, 1); // the ends of places and marks
+    std::size_t end = key.size();
+    for (const char16_t unit : text) {
+        const std::uint8_t form = kAscii[unit].form;
+        if (form != 0)
+            key.push_back(static_cast<char>(form));
+        if (form > kPlain)
+            end = key.size();
+    }
+    key.resize(end);
+}
+
+/// A text of plain ASCII signs has nothing but their places and, where case matters, their forms,
+/// as most names. False, and nothing is appended, for another one.
+bool AppendAscii(std::u16string_view text, ECase letterCase, std::string& key)
 {
     const std::size_t before = key.size();
+    const bool isForms = letterCase == ECase::Matters;
+    key.reserve(before + 2 * text.size() + (isForms ? 2 + text.size() : 0));
     key.resize(before + 2 * text.size());
     char* out = key.data() + before;
+    bool hasForms = false;
     for (const char16_t unit : text) {
         if (unit >= kAsciiEnd || kAscii[unit].kind != Kind::Sign) {
             key.resize(before);
             return false;
         }
+        hasForms = hasForms || kAscii[unit].form > kPlain;
         *out++ = static_cast<char>(kAscii[unit].place >> 8);
         *out++ = static_cast<char>(kAscii[unit].place);
     }
+    if (isForms && hasForms)
+        AppendAsciiForms(text, key);
     return true;
 }
 
@@ -250,7 +271,7 @@ int Collate(const char* a, const char* b, ECase letterCase) noexcept
 void AppendCollationKey(const WChar* text, std::size_t length, ECase letterCase, std::string& key)
 {
     const std::u16string_view all(text, length);
-    if (letterCase == ECase::Ignored && AppendAsciiPlaces(all, key))
+    if (AppendAscii(all, letterCase, key))
         return;
     WeightReader<WChar> reader(all, letterCase);
     AppendPlaces(reader, key);
