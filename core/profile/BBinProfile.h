@@ -47,6 +47,7 @@ public:
     using BProfileBase::WriteMem;
     bool WriteMem(int index, WString key, void* data, unsigned int size) override;
     bool WriteMem(WString key, void* data, unsigned int size) override;
+    using BProfileBase::WriteBoolean;
     bool WriteBoolean(WString key, bool value) override;
     WString ReadString(int index, WString key, WString defaultValue) override;
     WString ReadString(WString key, WString defaultValue) override;

@@ -50,6 +50,7 @@ public:
     using BProfileBase::WriteMem;
     bool WriteMem(int index, WString key, void* data, unsigned int size) override;
     bool WriteMem(WString key, void* data, unsigned int size) override;
+    using BProfileBase::WriteBoolean;
     bool WriteBoolean(WString key, bool value) override;
     /// Intended: the default is written over a value that is empty, but not for a missing key.
     WString ReadString(int index, WString key, WString defaultValue) override;

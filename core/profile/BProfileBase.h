@@ -78,6 +78,10 @@ public:
                WriteMem(key, data, static_cast<unsigned int>(size));
     }
 
+    /// Not this: no pointer, such as a text, counts as true.
+    template <class T>
+    bool WriteBoolean(WString key, T* value) = delete;
+
 protected:
     /// Member `index` of a family of keys: "Point" and 3 give "Point3".
     [[nodiscard]] static WString IndexedKey(const WString& key, int index);

@@ -45,6 +45,7 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
         EXPECT_TRUE(profile.WriteDouble(QD_W("Double"), 0.1));
         EXPECT_TRUE(profile.WriteBoolean(QD_W("True"), true));
         EXPECT_TRUE(profile.WriteBoolean(QD_W("False"), false));
+        EXPECT_FALSE(profile.WriteMem(QD_W("Block"), block, std::uint64_t{1} << 32));
         EXPECT_TRUE(profile.WriteMem(QD_W("Block"), block, 3));
         EXPECT_TRUE(profile.WriteString(-7, QD_W("Text"), QD_W("b")));
         EXPECT_TRUE(profile.WriteInt(8, QD_W("Point"), 8));

@@ -103,6 +103,17 @@ constexpr bool kTakesIntsAlone =
     !TakesInt<Profile, std::int64_t> && !TakesInt<Profile, std::size_t>;
 static_assert(kTakesIntsAlone<BProfile> && kTakesIntsAlone<BBinProfile> &&
               kTakesIntsAlone<BIniProfile> && kTakesIntsAlone<BConfigRegistry>);
+template <class Profile>
+concept TakesTextAsTruth = requires(Profile profile)
+{
+    profile.WriteBoolean(QD_W("k"), "text");
+}
+|| requires(Profile profile)
+{
+    profile.WriteBool(QD_W("k"), QD_W("text"));
+};
+static_assert(!TakesTextAsTruth<BProfile> && !TakesTextAsTruth<BBinProfile> &&
+              !TakesTextAsTruth<BConfigRegistry>);
 static_assert(!Takes<IProfile&, void*> && !Takes<BIniProfile, const int*>);
 
 TEST_F(IProfileTest, WritesATextOfEachKindAsText)
