@@ -39,6 +39,11 @@ void SharedLock::LockExclusive() noexcept
     state.isExclusive = true;
 }
 
+bool SharedLock::TakeFree() noexcept
+{
+    return TryLockExclusive();
+}
+
 void SharedLock::UnlockShared() noexcept
 {
     State& state = StateOf(m_state);
