@@ -18,7 +18,7 @@ public:
 
     void LockShared() noexcept;
     void LockExclusive() noexcept;
-    /// The same only while it is free, nobody sleeps and it costs no call; false otherwise.
+    /// The same only while it is free, and nobody waits for it; false otherwise.
     [[nodiscard]] bool TakeFree() noexcept;
     void UnlockShared() noexcept;
     void UnlockExclusive() noexcept;
