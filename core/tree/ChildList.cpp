@@ -30,9 +30,13 @@
 //
 // What readers may do on many threads at once includes the first look-up by text, which makes the
 // index: hence `Published`, and not a plain pointer.
+//
+// Most lists are short, without holes or null entries, and never looked through by text: what the
+// others need stands in `Extras`.
 
 namespace {
 
+constexpr int kFewest = 2;        // slots: a block of the heap has room for both or none
 constexpr int kShort = 32;        // slots, among which a gap is closed at once
 constexpr int kManyChildren = 16; // from here on an index of the texts pays
 
@@ -47,7 +51,7 @@ public:
 
     [[nodiscard]] T* Get() const noexcept { return m_made.load(std::memory_order_acquire); }
     template <class Make>
-    [[nodiscard]] T& GetOrMake(Make make)
+    T& GetOrMake(Make make)
     {
         T* present = Get();
         if (present == nullptr) {
@@ -65,6 +69,14 @@ private:
 };
 
 } // namespace
+
+// What few lists need, so that the others do without its memory.
+struct ChildList::Extras {
+    int nulls = 0;                     // entries that are null
+    std::unique_ptr<TakenSlots> taken; // null when every slot between the ends is
+    std::unique_ptr<TakenSlots> nodes; // slots with a child; null as long as no entry is
+    Published<ChildIndex> byText;      // made when children are looked up where they are many
+};
 
 // The slots stand behind it, in the same piece of memory.
 struct ChildList::Block {
@@ -89,34 +101,69 @@ struct ChildList::Block {
     {
         return reinterpret_cast<const SP<BNode>*>(this + 1);
     }
+    [[nodiscard]] Extras& MakeExtras()
+    {
+        return extras.GetOrMake([] { return std::make_unique<Extras>(); });
+    }
+    [[nodiscard]] TakenSlots* Taken() const noexcept
+    {
+        const Extras* const known = extras.Get();
+        return known != nullptr ? known->taken.get() : nullptr;
+    }
+    [[nodiscard]] TakenSlots* Nodes() const noexcept
+    {
+        const Extras* const known = extras.Get();
+        return known != nullptr ? known->nodes.get() : nullptr;
+    }
+    [[nodiscard]] int NodeCount() const noexcept
+    {
+        const Extras* const known = extras.Get();
+        return known != nullptr ? count - known->nulls : count;
+    }
     // The slot of the next entry from `slot` on, `end` when there is none.
     [[nodiscard]] int From(int slot) const noexcept
     {
-        return slot < end && taken ? taken->From(slot) : slot;
+        const TakenSlots* const taken = slot < end ? Taken() : nullptr;
+        return taken != nullptr ? taken->From(slot) : slot;
     }
     [[nodiscard]] BNode* NodeFrom(int slot) const noexcept
     {
-        const TakenSlots* const places = nodes ? nodes.get() : taken.get();
-        const int last = nodes && count != nulls ? nodes->At(count - nulls - 1) : end - 1;
-        if (count == nulls || slot > last)
+        const TakenSlots* const nodes = Nodes();
+        const TakenSlots* const places = nodes != nullptr ? nodes : Taken();
+        const int there = NodeCount();
+        const int last = nodes != nullptr && there != 0 ? nodes->At(there - 1) : end - 1;
+        if (there == 0 || slot > last)
             return nullptr;
         return Slots()[places != nullptr ? places->From(slot) : slot].Get();
     }
     [[nodiscard]] BNode* NodeBefore(int slot) const noexcept
     {
-        const TakenSlots* const places = nodes ? nodes.get() : taken.get();
-        const int first = nodes && count != nulls ? nodes->At(0) : front;
-        if (count == nulls || slot <= first)
+        const TakenSlots* const nodes = Nodes();
+        const TakenSlots* const places = nodes != nullptr ? nodes : Taken();
+        const int there = NodeCount();
+        const int first = nodes != nullptr && there != 0 ? nodes->At(0) : front;
+        if (there == 0 || slot <= first)
             return nullptr;
         return Slots()[places != nullptr ? places->Before(slot) : slot - 1].Get();
     }
     // For a block with null entries, `slot` holding a child or no longer.
     void TellNode(int slot, bool isThere) noexcept
     {
-        if (nodes && isThere)
+        TakenSlots* const nodes = Nodes();
+        if (nodes != nullptr && isThere)
             nodes->Take(slot);
-        else if (nodes)
+        else if (nodes != nullptr)
             nodes->Free(slot);
+    }
+
+    // Behind the last entry, where there is room and all entries are children without holes.
+    void PutLast(SP<BNode>&& child) noexcept
+    {
+        SP<BNode>* const slot = Slots() + end;
+        if (end != front)
+            NodeAccess::SetSister(*slot[-1], child.Get());
+        NodeAccess::SetSlot(*child, end++);
+        *slot = std::move(child);
     }
 
     [[nodiscard]] bool Holds(const BNode& child) const noexcept
@@ -127,17 +174,14 @@ struct ChildList::Block {
     [[nodiscard]] bool IsSound() const noexcept
     {
         const bool fits = front >= 0 && end <= capacity && count > 0;
-        return fits && (taken ? count <= end - front : count == end - front);
+        return fits && (Taken() != nullptr ? count <= end - front : count == end - front);
     }
 
     int count = 0;
     int capacity;
-    int front = 0;                     // slot of the first entry
-    int end = 0;                       // slot behind the last entry
-    int nulls = 0;                     // entries that are null
-    std::unique_ptr<TakenSlots> taken; // null when every slot between `front` and `end` is
-    std::unique_ptr<TakenSlots> nodes; // slots with a child; null as long as no entry is
-    Published<ChildIndex> byText;      // made when children are looked up where they are many
+    int front = 0; // slot of the first entry
+    int end = 0;   // slot behind the last entry
+    Published<Extras> extras;
 };
 
 void ChildList::BlockDeleter::operator()(Block* block) const noexcept
@@ -177,8 +221,13 @@ BNode* ChildList::At(int index) const noexcept
 {
     if (index < 0 || index >= Count())
         return nullptr;
-    const int slot = m_block->taken ? m_block->taken->At(index) : m_block->front + index;
-    return m_block->Slots()[slot].Get();
+    return m_block->Slots()[SlotOf(index)].Get();
+}
+
+int ChildList::SlotOf(int index) const noexcept
+{
+    const TakenSlots* const taken = m_block->Taken();
+    return taken != nullptr ? taken->At(index) : m_block->front + index;
 }
 
 BNode* ChildList::First() const noexcept
@@ -190,7 +239,8 @@ BNode* ChildList::Find(const WChar* text) const
 {
     if (Count() >= kManyChildren) {
         try {
-            return m_block->byText.GetOrMake([this] { return std::make_unique<ChildIndex>(*this); })
+            return m_block->MakeExtras()
+                .byText.GetOrMake([this] { return std::make_unique<ChildIndex>(*this); })
                 .Find(text);
         } catch (const std::bad_alloc&) {
             // Without memory for the index there is still the slow way.
@@ -213,19 +263,33 @@ void ChildList::Reserve(int further)
 void ChildList::Append(SP<BNode> child)
 {
     if (!m_block || m_block->end == m_block->capacity)
-        Rebuild(0, Count() / 2 + 1);
-    BNode* const appended = child.Get();
-    if (appended == nullptr && !m_block->nodes)
-        m_block->nodes = PlacesOfNodes();
-    ++m_block->count;
-    Put(m_block->end++, std::move(child));
-    assert(m_block->IsSound());
-    if (appended == nullptr) {
-        ++m_block->nulls;
+        Rebuild(0, std::max(kFewest, Count() / 2 + 1));
+    if (!child) {
+        AppendNull();
         return;
     }
+    BNode* const appended = child.Get();
+    ++m_block->count;
+    if (m_block->extras.Get() == nullptr) { // as nearly always, and then this is all
+        m_block->PutLast(std::move(child));
+        return;
+    }
+    Put(m_block->end++, std::move(child));
+    assert(m_block->IsSound());
     Link(*appended);
     ChangeIndex([appended](ChildIndex& index) { index.Add(*appended); });
+}
+
+// There is room for it.
+void ChildList::AppendNull()
+{
+    Extras& extras = m_block->MakeExtras();
+    if (!extras.nodes)
+        extras.nodes = PlacesOfNodes();
+    ++m_block->count;
+    ++extras.nulls;
+    Put(m_block->end++, nullptr);
+    assert(m_block->IsSound());
 }
 
 // The first makes way, as nothing stands before it.
@@ -263,7 +327,7 @@ SP<BNode> ChildList::RemoveAt(int index) noexcept
     assert(index >= 0 && index < Count());
     if (BNode* const child = At(index))
         return Remove(*child);
-    return Take(m_block->taken ? m_block->taken->At(index) : m_block->front + index);
+    return Take(SlotOf(index));
 }
 
 void ChildList::Rename(BNode& child, WString text) noexcept
@@ -292,18 +356,22 @@ void ChildList::Rebuild(int freeInFront, int freeBehind)
     block->front = freeInFront;
     block->end = freeInFront;
     if (m_block) {
-        block->nulls = m_block->nulls;
-        if (block->nulls != 0)
-            block->nodes = std::make_unique<TakenSlots>(block->capacity, 0, 0);
+        std::unique_ptr<TakenSlots> nodes;
+        if (m_block->NodeCount() != m_block->count)
+            nodes = std::make_unique<TakenSlots>(block->capacity, 0, 0);
         for (int slot = m_block->front; slot < m_block->end; slot = m_block->From(slot + 1)) {
             SP<BNode>& child = m_block->Slots()[slot];
             if (child && slot != block->end)
                 NodeAccess::SetSlot(*child, block->end);
-            if (child)
-                block->TellNode(block->end, true);
+            if (child && nodes)
+                nodes->Take(block->end);
             block->Slots()[block->end++] = std::move(child);
         }
-        block->byText.TakeOver(m_block->byText);
+        block->extras.TakeOver(m_block->extras);
+        if (Extras* const extras = block->extras.Get()) {
+            extras->taken = nullptr;
+            extras->nodes = std::move(nodes);
+        }
     }
     m_block = std::move(block);
 }
@@ -325,8 +393,8 @@ void ChildList::Put(int slot, SP<BNode> child) noexcept
         m_block->TellNode(slot, true);
     }
     m_block->Slots()[slot] = std::move(child);
-    if (m_block->taken)
-        m_block->taken->Take(slot);
+    if (TakenSlots* const taken = m_block->Taken())
+        taken->Take(slot);
 }
 
 // To be called when the child stands in its slot.
@@ -357,17 +425,18 @@ SP<BNode> ChildList::Take(int slot) noexcept
         return taken;
     }
     --m_block->count;
+    TakenSlots* const places = m_block->Taken();
     if (taken)
         m_block->TellNode(slot, false);
     else
-        --m_block->nulls;
-    if (m_block->taken)
-        m_block->taken->Free(slot);
+        --m_block->extras.Get()->nulls;
+    if (places != nullptr)
+        places->Free(slot);
     if (slot == m_block->front)
         m_block->front = m_block->From(slot + 1);
     else if (slot + 1 == m_block->end)
-        m_block->end = m_block->taken ? m_block->taken->Before(slot) + 1 : slot;
-    else if (!m_block->taken)
+        m_block->end = places != nullptr ? places->Before(slot) + 1 : slot;
+    else if (places == nullptr)
         MakeHole(slot);
     assert(m_block->IsSound());
     if (m_block->capacity > kShort && m_block->count < m_block->capacity / 4)
@@ -379,9 +448,10 @@ void ChildList::MakeHole(int slot) noexcept
 {
     if (m_block->capacity > kShort) {
         try {
-            m_block->taken =
+            Extras& extras = m_block->MakeExtras();
+            extras.taken =
                 std::make_unique<TakenSlots>(m_block->capacity, m_block->front, m_block->end);
-            m_block->taken->Free(slot);
+            extras.taken->Free(slot);
             return;
         } catch (const std::bad_alloc&) { // removing must succeed
         }
@@ -407,12 +477,13 @@ void ChildList::CloseGap(int slot) noexcept
 template <class Change>
 void ChildList::ChangeIndex(Change change) noexcept
 {
-    ChildIndex* const index = m_block->byText.Get();
+    Extras* const extras = m_block->extras.Get();
+    ChildIndex* const index = extras != nullptr ? extras->byText.Get() : nullptr;
     if (index == nullptr)
         return;
     try {
         change(*index);
     } catch (const std::bad_alloc&) {
-        m_block->byText.Drop();
+        extras->byText.Drop();
     }
 }

@@ -21,6 +21,7 @@ class TakenSlots;
 /// was; removing always succeeds. What only reads may run on many threads at once.
 class ChildList {
     struct Block;
+    struct Extras;
 
 public:
     /// Steps through the entries, null ones included.
@@ -82,7 +83,9 @@ private:
     };
     using BlockOwner = std::unique_ptr<Block, BlockDeleter>;
 
+    [[nodiscard]] int SlotOf(int index) const noexcept;
     [[nodiscard]] std::unique_ptr<TakenSlots> PlacesOfNodes() const;
+    void AppendNull();
     void Rebuild(int freeInFront, int freeBehind);
     void Shrink() noexcept;
     void Put(int slot, SP<BNode> child) noexcept;
