@@ -6,7 +6,7 @@
 
 void* BTextHeap::Resize(void* block, std::size_t size) noexcept
 {
-    return std::realloc(block, size);
+    return block != nullptr ? std::realloc(block, size) : std::malloc(size);
 }
 
 void BTextHeap::Free(void* block) noexcept

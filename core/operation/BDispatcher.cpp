@@ -1,28 +1,25 @@
 #include "core/operation/BDispatcher.h"
 
+#include "core/operation/Registered.h"
 #include "core/platform/Thread.h"
 
 #include <utility>
 
-namespace {
-
 // Holds one reference. A plain pointer, so that no dispatcher of an application is destroyed among
 // the static objects of this library, when the threads that it waits for are gone already.
-constinit BDispatcher* g_instance = nullptr;
-
-} // namespace
+constinit BDispatcher* NOperation::g_dispatcher = nullptr;
 
 BDispatcher::~BDispatcher() = default;
 
 void BDispatcher::RegisterDispatcher(SP<BDispatcher> dispatcher)
 {
     BSmartObj::Ref(dispatcher.Get());
-    BSmartObj::Unref(std::exchange(g_instance, dispatcher.Get()));
+    BSmartObj::Unref(std::exchange(NOperation::g_dispatcher, dispatcher.Get()));
 }
 
 SP<BDispatcher> BDispatcher::Instance()
 {
-    return g_instance;
+    return NOperation::g_dispatcher;
 }
 
 bool BDispatcher::DispatcherSend(unsigned int message, std::uint64_t first, std::uint64_t second)

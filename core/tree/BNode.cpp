@@ -2,6 +2,7 @@
 
 #include "core/operation/BDispatcher.h"
 #include "core/operation/Messages.h"
+#include "core/operation/Registered.h"
 #include "core/platform/WideText.h"
 #include "core/tree/BNodeBeside.h"
 #include "core/tree/BNodeItr.h"
@@ -356,6 +357,6 @@ void BNode::Report(unsigned int code) const
 // The constructor comes here, too, where the node is a plain one still and answers for itself.
 void BNode::SendMsg(unsigned int code, std::uint64_t first, std::uint64_t second) const
 {
-    if (BDispatcher::Instance() && IsMessageDispatcher())
+    if (NOperation::g_dispatcher != nullptr && IsMessageDispatcher())
         BDispatcher::DispatcherSend(code, first, second);
 }
