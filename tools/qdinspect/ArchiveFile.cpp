@@ -177,6 +177,7 @@ std::optional<NodeFields> ArchiveFile::Node(const RecordHead& head)
     try {
         PayloadReader source(m_file, m_formatVersion);
         NNode::ReadPayload(source, isNode ? head.version : NNode::kPayloadVersion, target);
+        target.node.end = m_file.Position();
     } catch (ARCHIVE_EXCEPTION) {
         isWhole = false;
     }

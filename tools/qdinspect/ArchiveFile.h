@@ -29,6 +29,7 @@ struct NodeFields {
     std::vector<std::uint64_t> lists[ListCount];
     platform::WideText text;           // the beginning of a long one
     std::vector<std::uint64_t> places; // in the file: of the object's reference, then of the lists'
+    std::uint64_t end = 0;             // in the file, behind what the class `BNode` has written
     bool isTextCut = false;
     bool isActive = true;
     bool isLocked = false;

@@ -97,6 +97,11 @@ Exit codes:
 constexpr const char* kDiffExamples = R"(Examples:
   qdinspect diff old.ini new.ini
       keys that came, went or changed, in whatever order they stand
+  qdinspect diff old.qda new.qda
+      nodes by their path, with their flags and the objects that they hold, whose
+      payloads are compared byte by byte; long texts by their first 1000 units
+  qdinspect diff slow.log fast.log
+      steps of each run, with the time since the step before
 )";
 
 CLI::App& AddCommand(CLI::App& app, Options& options, ECommand which, const char* name,
@@ -182,8 +187,7 @@ void DescribeCommands(CLI::App& app, Options& options)
     CLI::App& convert =
         add(ECommand::Convert, "convert", "Write a file in another format", kConvertExamples);
     AddConversion(convert, options);
-    add(ECommand::Diff, "diff", "Print the entries that differ in two profiles or language files",
-        kDiffExamples)
+    add(ECommand::Diff, "diff", "Print what differs in two files of a kind", kDiffExamples)
         .add_option("OTHER", options.newPath, "The file to compare with")
         ->required();
 }

@@ -12,6 +12,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/ArchiveDiff.h"
 #include "tools/qdinspect/BinaryProfile.h"
 #include "tools/qdinspect/CommandLine.h"
 #include "tools/qdinspect/Convert.h"
@@ -19,6 +20,7 @@
 #include "tools/qdinspect/FileKind.h"
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Lint.h"
+#include "tools/qdinspect/LogDiff.h"
 #include "tools/qdinspect/Page.h"
 #include "tools/qdinspect/Paths.h"
 #include "tools/qdinspect/Report.h"
@@ -28,6 +30,7 @@
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 namespace {
@@ -208,28 +211,45 @@ int Convert(const Options& options, EKind kind, BlockReader& file)
     }
 }
 
+void TakeEntries(EKind kind, BlockReader& file, const WideText& path, EntrySink& entries)
+{
+    std::ostream silent(nullptr);
+    Report report(silent, silent, silent, true);
+    report.ExportTo(entries);
+    InspectAs(kind, file, path, report);
+}
+
+template <class Entries>
+bool DiffEntries(EKind kind, BlockReader& file, const WideText& path, BlockReader& other,
+                 const WideText& otherPath)
+{
+    Entries before;
+    Entries now;
+    TakeEntries(kind, file, path, before);
+    TakeEntries(kind, other, otherPath, now);
+    return before.TellDifferences(now, std::cout);
+}
+
 // The kind of the second file is that of the first.
 int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& path)
 {
-    if (kind == EKind::Archive || kind == EKind::Log)
-        return Nothing(options, "only profiles and language files can be compared");
     const auto otherPath = PathOf(options.newPath).string<WChar>();
     BlockReader other(platform::OpenStream(otherPath.c_str(), QD_W("rb")));
     if (!other.IsGood())
         return Nothing(options, options.newPath + " cannot be opened");
     if (options.kind == EKind::Unknown && KindOf(other) != kind)
         return Nothing(options, options.newPath + " is of another kind");
-    std::ostream silent(nullptr);
-    KeyedEntries before;
-    KeyedEntries after;
-    Report beforeReport(silent, silent, silent, true);
-    beforeReport.ExportTo(before);
-    InspectAs(kind, file, path, beforeReport);
-    Report afterReport(silent, silent, silent, true);
-    afterReport.ExportTo(after);
     other.MoveTo(0);
-    InspectAs(kind, other, otherPath, afterReport);
-    return before.TellDifferences(after, std::cout) ? kDamaged : kWhole;
+    std::optional<bool> differs;
+    if (kind == EKind::Archive)
+        differs = TellArchiveDifferences(file, other, std::cout);
+    else if (kind == EKind::Log)
+        differs = DiffEntries<LoggedRuns>(kind, file, path, other, otherPath);
+    else
+        differs = DiffEntries<KeyedEntries>(kind, file, path, other, otherPath);
+    if (!differs)
+        return Nothing(options, "one of the two has no records that can be compared");
+    return *differs ? kDamaged : kWhole;
 }
 
 int Inspect(const Options& options)
