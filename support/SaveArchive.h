@@ -16,8 +16,12 @@
 /// permissions, and a symbolic link keeps leading to it. Where nothing can be made beside the file
 /// or moved over it, the complete archive is copied over it: a full disk then still leaves the old
 /// document wherever the file system can reserve room, a crash during that copy leaves a damaged
-/// one. A process that dies meanwhile leaves its unfinished file there, ".qd" or "qd" and a number
-/// with the extension ".tmp".
+/// one.
+///
+/// A process that dies meanwhile leaves its unfinished file there, ".qd" or "qd" and a number with
+/// the extension ".tmp". The next save under this path removes it, and never that of a process that
+/// lives, also one that is stopped. It stays on network file systems (off Windows), when more than
+/// 32 processes saved the file at that time, and when who saves next may not write it.
 ///
 ///     SaveArchive(path, "class Document", 3,
 ///                 [&](BArchive& archive) { archive.Insert(root.Get(), "root"); });

@@ -21,6 +21,12 @@ namespace platform {
 /// content wherever the file system can tell. A crash or an error of the disk during that copy
 /// leaves part of the new content over part of the old one.
 ///
+/// The draft of a process that dies stays beside the file, called ".qd", on Windows "qd", a number
+/// and ".tmp", until the next replacement of the file is made. One whose owner lives, or a process
+/// forked from it, is never removed, nor is one of another machine: it is held by a lock, which the
+/// system gives back. On network file systems (off Windows), beyond 32 at a time, and where the
+/// next writer may not open it, what the dead left stays.
+///
 /// When there is no stream, and when `Commit` fails, the system's last error says why.
 ///
 /// With `ESync::No` nothing waits for the disk: cheap, and safe unless the power fails.

@@ -26,7 +26,8 @@ class BVariant;
 ///
 /// The old file is whole until the new one is complete. A save that fails is silent and leaves the
 /// old file. Only where no file can be made beside it or moved over it, the new content is copied
-/// over the old one, and a crash during that copy leaves a damaged file.
+/// over the old one, and a crash during that copy leaves a damaged file. What a process
+/// leaves beside it that died in a save goes with the next one, but on network file systems.
 class QD_CORE_API BBinProfile : public BProfileBase {
 public:
     BBinProfile(WString path, EProfileMode mode);

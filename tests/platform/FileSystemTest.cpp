@@ -31,6 +31,25 @@ TEST(FileSystem, ReplacesAFileOnlyByWhatIsComplete)
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
 }
 
+TEST(FileSystem, ASaveRemovesTheDraftsThatNobodyHolds)
+{
+    using platform::FileReplacement;
+    const TemporaryFolder folder;
+    const WString path = folder.Path("settings");
+    const platform::WideText left = FileReplacement(path).Path();
+    WriteFileBytes(left, "half");
+    FileReplacement living(path);
+    EXPECT_EQ(living.Path(), left); // which was free
+    const platform::WideText second = FileReplacement(path).Path();
+    WriteFileBytes(second, "half");
+    EXPECT_TRUE(FileReplacement(path).Commit());
+    EXPECT_FALSE(std::filesystem::exists(second));
+    EXPECT_TRUE(living.Commit());
+    WriteFileBytes(second, "half");
+    EXPECT_NE(FileReplacement(path).Stream(), nullptr); // also without a save
+    EXPECT_FALSE(std::filesystem::exists(second));
+}
+
 TEST(FileSystem, AloneMeansAlone)
 {
     const TemporaryFolder folder;

@@ -23,4 +23,8 @@ struct FileIdentity {
 /// same as no file.
 [[nodiscard]] std::optional<FileIdentity> FileAt(const std::string& location) noexcept;
 
+/// Whether the file system there is one of this machine alone, so that all who see its files see
+/// the same locks and share memory. False also when that cannot be told.
+[[nodiscard]] bool IsOnThisMachine(const std::string& location) noexcept;
+
 } // namespace platform

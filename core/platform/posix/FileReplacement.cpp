@@ -1,17 +1,17 @@
 #include "core/platform/FileReplacement.h"
 
 #include "core/platform/FileStream.h"
-#include "core/platform/Random.h"
 #include "core/platform/posix/Descriptor.h"
+#include "core/platform/posix/Draft.h"
 #include "core/platform/posix/NativePath.h"
 #include "core/platform/posix/OpenFile.h"
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -26,8 +26,8 @@
 //
 // The draft stands in the same folder, as a rename does not cross file systems. It gets owner,
 // rights and access list of the old file before the rename: afterwards would be too late for
-// whoever opens it in between, and one that cannot have them is not used. Its name is random rather
-// than fixed: two savers, or one that died, are not in the way.
+// whoever opens it in between, and one that cannot have them is not used. Savers of one file have
+// drafts of their own, and take away those of savers that died (see Draft.cpp).
 //
 // Only where there can be no draft beside the file, or it cannot be moved, is the old content
 // written over, from a complete draft elsewhere and with its room reserved: a full disk is known
@@ -35,24 +35,20 @@
 namespace platform {
 
 struct FileReplacement::State {
-    State() = default;
-    ~State()
-    {
-        if (!draft.empty())
-            ::unlink(draft.c_str());
-    }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-
-    platform::Stream stream;
-    std::string target; // no link
-    std::string folder; // of the target
-    std::string draft;  // empty: there is none, or it was moved
+    Draft draft;
+    platform::Stream stream; // on the draft
+    std::string target;      // no link
+    std::string folder;      // of the target
     bool isBeside = false;
     ESync sync = ESync::Yes;
 };
 
 namespace {
+
+Descriptor Duplicate(const Descriptor& file)
+{
+    return Descriptor(::fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
+}
 
 // What cannot be written beside the file gathers here.
 std::string TemporaryFolder()
@@ -61,21 +57,9 @@ std::string TemporaryFolder()
     return std::string(folder != nullptr && *folder == '/' ? folder : "/tmp") + '/';
 }
 
-Descriptor CreateDraft(const std::string& folder, mode_t mode, std::string& draft)
+std::string_view NameOf(const std::string& path)
 {
-    constexpr int attempts = 100;
-    std::uint32_t number = 0; // from here on, also where the system has no random one
-    static_cast<void>(FillRandom(&number, sizeof number));
-    for (int i = 0; i < attempts; ++i) {
-        draft = folder + ".qd" + std::to_string(number++) + ".tmp";
-        Descriptor file(::open(draft.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-        if (file.IsOpen())
-            return file;
-        if (errno != EEXIST)
-            break;
-    }
-    draft.clear();
-    return {};
+    return std::string_view(path).substr(path.rfind('/') + 1);
 }
 
 bool CopyAccessList(const std::string& from, int to)
@@ -100,17 +84,16 @@ bool CopyPermissions(const std::string& from, const struct stat& original, int t
     return ::fchmod(to, original.st_mode & 07777) == 0 && CopyAccessList(from, to);
 }
 
-// An empty file beside the target with its permissions; none when there can be none.
-Descriptor CreateSibling(const std::string& folder, const std::string& target,
-                         const struct stat* original, std::string& draft)
+// Makes the draft beside the target, with its permissions; false when there can be none.
+bool MakeSibling(Draft& draft, const std::string& folder, const std::string& target,
+                 const struct stat* original)
 {
-    Descriptor file = CreateDraft(folder, original != nullptr ? 0600 : 0666, draft);
-    if (file.IsOpen() && original != nullptr && !CopyPermissions(target, *original, file.Get())) {
-        ::unlink(draft.c_str());
-        draft.clear();
-        return {};
-    }
-    return file;
+    if (!draft.Make(folder, NameOf(target), original != nullptr ? 0600 : 0666))
+        return false;
+    if (original == nullptr || CopyPermissions(target, *original, draft.File().Get()))
+        return true;
+    draft.Remove();
+    return false;
 }
 
 bool IsRefused(const std::string& target, const struct stat& original)
@@ -180,14 +163,13 @@ bool HasToStay(int error)
     return error == EBUSY || error == EXDEV;
 }
 
-bool MoveOver(const std::string& target, const std::string& folder, std::string& draft,
+bool MoveOver(const std::string& target, const std::string& folder, Draft& draft,
               bool isSynchronised)
 {
-    if (::rename(draft.c_str(), target.c_str()) != 0) {
-        const Stream stream(HasToStay(errno) ? std::fopen(draft.c_str(), "re") : nullptr);
+    if (!draft.MoveTo(target)) {
+        const Stream stream(HasToStay(errno) ? std::fopen(draft.Path().c_str(), "re") : nullptr);
         return stream && WriteOver(target, stream.get(), isSynchronised);
     }
-    draft.clear();
     if (isSynchronised)
         SyncFolder(folder);
     return true;
@@ -210,16 +192,15 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     // What the system fails to look at may be there.
     if (isThere ? IsRefused(state.target, original) : !IsMissing(errno))
         return;
-    Descriptor file;
-    if (!isThere || S_ISREG(original.st_mode)) // what is no file would become one
-        file =
-            CreateSibling(state.folder, state.target, isThere ? &original : nullptr, state.draft);
-    state.isBeside = file.IsOpen();
-    if (isThere && S_ISDIR(original.st_mode))
+    Draft& draft = state.draft;
+    state.isBeside = (!isThere || S_ISREG(original.st_mode)) && // what is no file would become one
+                     MakeSibling(draft, state.folder, state.target, isThere ? &original : nullptr);
+    if (isThere && S_ISDIR(original.st_mode)) {
         errno = EISDIR;
-    else if (!state.isBeside && isThere)
-        file = CreateDraft(TemporaryFolder(), 0600, state.draft);
-    state.stream = StreamOn(std::move(file), "w+");
+        return;
+    }
+    if (state.isBeside || (isThere && draft.Make(TemporaryFolder(), NameOf(state.target), 0600)))
+        state.stream = StreamOn(Duplicate(draft.File()), "w+");
 }
 
 FileReplacement::~FileReplacement() = default;
@@ -231,7 +212,7 @@ std::FILE* FileReplacement::Stream() const noexcept
 
 WideText FileReplacement::Path() const
 {
-    return m_state->stream ? FromNativePath(m_state->draft) : WideText();
+    return m_state->stream ? FromNativePath(m_state->draft.Path()) : WideText();
 }
 
 bool FileReplacement::Commit() noexcept
@@ -243,7 +224,8 @@ bool FileReplacement::Commit() noexcept
     const bool isSynchronised = state.sync == ESync::Yes;
     const bool isReady = state.isBeside ? !isSynchronised || SyncFile(::fileno(stream))
                                         : WriteOver(state.target, stream, isSynchronised);
-    // Closed in any case, and before the move: it may be the first to tell of a failed write.
+    // Closed in any case, and before the move: it may be the first to tell of a failed write. The
+    // draft stays open, and so held, until it is moved.
     return std::fclose(state.stream.release()) == 0 && isReady &&
            (!state.isBeside || MoveOver(state.target, state.folder, state.draft, isSynchronised));
 }

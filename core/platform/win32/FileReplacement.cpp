@@ -1,7 +1,7 @@
 #include "core/platform/FileReplacement.h"
 
 #include "core/platform/FileStream.h"
-#include "core/platform/Random.h"
+#include "core/platform/win32/Draft.h"
 #include "core/platform/win32/Handle.h"
 
 #include <windows.h>
@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <string>
+#include <string_view>
 
 // As on the other platform: a draft beside the file, synchronised before it is moved over it, so
 // that the file holds the old or the new content at any moment. What differs: `ReplaceFileW` keeps
@@ -20,19 +21,9 @@
 namespace platform {
 
 struct FileReplacement::State {
-    State() = default;
-    ~State()
-    {
-        stream.reset();
-        if (!draft.empty())
-            ::DeleteFileW(draft.c_str());
-    }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-
-    platform::Stream stream;
-    std::wstring target; // no link
-    std::wstring draft;  // empty: there is none, or it was moved
+    Draft draft;
+    platform::Stream stream; // on the draft, which cannot be removed before
+    std::wstring target;     // no link
     bool isBeside = false;
     bool isThere = false;
     ESync sync = ESync::Yes;
@@ -68,6 +59,11 @@ std::wstring FolderOf(const std::wstring& path)
     return path.substr(0, path.find_last_of(L"/\\:") + 1);
 }
 
+std::wstring_view NameOf(const std::wstring& path)
+{
+    return std::wstring_view(path).substr(path.find_last_of(L"/\\:") + 1);
+}
+
 // What cannot be written beside the file gathers here.
 std::wstring TemporaryFolder()
 {
@@ -76,29 +72,11 @@ std::wstring TemporaryFolder()
     return folder;
 }
 
-// Shared, so that the new content can be written by name.
-Handle Open(const std::wstring& path, DWORD disposition)
+Handle OpenTarget(const std::wstring& path)
 {
     return Handle(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                 FILE_ATTRIBUTE_NORMAL, nullptr));
-}
-
-Handle CreateDraft(const std::wstring& folder, std::wstring& draft)
-{
-    constexpr int attempts = 100;
-    std::uint32_t number = 0; // from here on, also where the system has no random one
-    static_cast<void>(FillRandom(&number, sizeof number));
-    for (int i = 0; i < attempts; ++i) {
-        draft = folder + L"qd" + std::to_wstring(number++) + L".tmp";
-        Handle file = Open(draft, CREATE_NEW);
-        if (file.IsOpen())
-            return file;
-        if (::GetLastError() != ERROR_FILE_EXISTS)
-            break;
-    }
-    draft.clear();
-    return {};
 }
 
 Stream StreamOn(Handle file)
@@ -147,7 +125,7 @@ bool Copy(std::int64_t begin, std::FILE* from, std::FILE* to)
 // systems make a file longer without having the room.
 bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised)
 {
-    const Stream stream = StreamOn(Open(target, OPEN_EXISTING));
+    const Stream stream = StreamOn(OpenTarget(target));
     if (!stream || std::setvbuf(stream.get(), nullptr, _IONBF, 0) != 0)
         return false;
     const int file = _fileno(stream.get());
@@ -175,16 +153,16 @@ bool IsInUse(DWORD error)
 }
 
 // Whoever has the old file open keeps it in place, mostly for moments.
-bool MoveOver(const std::wstring& target, bool isThere, std::wstring& draft)
+bool MoveOver(const std::wstring& target, bool isThere, Draft& draft)
 {
     constexpr int attempts = 100;
     constexpr DWORD pauseMs = 20;
-    for (int i = 0; !TryToMoveOver(target, isThere, draft); ++i) {
+    for (int i = 0; !TryToMoveOver(target, isThere, draft.Path()); ++i) {
         if (i == attempts || !IsInUse(::GetLastError()))
             return false;
         ::Sleep(pauseMs);
     }
-    draft.clear();
+    draft.Release();
     return true;
 }
 
@@ -203,10 +181,10 @@ FileReplacement::FileReplacement(const WChar* path, ESync sync)
     state.target = state.isThere ? ResolveLinks(path, attributes) : path;
     if (state.target.empty() || (state.isThere && IsRefused(state.target)))
         return;
-    Handle file = CreateDraft(FolderOf(state.target), state.draft);
+    Handle file = state.draft.Make(FolderOf(state.target), NameOf(state.target));
     state.isBeside = file.IsOpen();
-    if (!state.isBeside && state.isThere && Open(state.target, OPEN_EXISTING).IsOpen())
-        file = CreateDraft(TemporaryFolder(), state.draft);
+    if (!state.isBeside && state.isThere && OpenTarget(state.target).IsOpen())
+        file = state.draft.Make(TemporaryFolder(), NameOf(state.target));
     if (file.IsOpen())
         state.stream = StreamOn(std::move(file));
 }
@@ -220,7 +198,7 @@ std::FILE* FileReplacement::Stream() const noexcept
 
 WideText FileReplacement::Path() const
 {
-    return m_state->stream ? m_state->draft : WideText();
+    return m_state->stream ? m_state->draft.Path() : WideText();
 }
 
 bool FileReplacement::Commit() noexcept

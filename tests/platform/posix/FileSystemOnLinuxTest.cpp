@@ -4,6 +4,7 @@
 #include "core/platform/posix/NativePath.h"
 
 #include "tests/FileBytes.h"
+#include "tests/Process.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
 #include "tests/platform/posix/SystemCalls.h"
@@ -12,10 +13,12 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <list>
 #include <set>
 #include <string>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <thread>
 #include <tuple>
 #include <unistd.h>
 #include <utility>
@@ -205,4 +208,43 @@ TEST(FileSystemOnLinux, WritesOverWhatCannotBeReplacedUnlessTheDiskIsFull)
         }
     }
     EXPECT_EQ(Found(folder, "*"), (std::set<std::string>{".", "..", "file"})); // no draft
+}
+
+TEST(FileSystemOnLinux, TheNextSaverOfAFileRemovesTheDraftsOfDeadOnes)
+{
+    const TemporaryFolder folder;
+    const auto leave = [&](const char* name, int count) {
+        return Held(StartProcess([&]() -> bool {
+            std::list<Replacement> unfinished;
+            bool isMade = true;
+            for (int i = 0; i < count; ++i)
+                isMade &= unfinished.emplace_back(folder.Path(name)).Stream() != nullptr;
+            ::_exit(isMade ? 0 : 1); // nothing is cleaned up
+        }));
+    };
+    Replacement living(folder.Path("file"));
+    std::fputs("late", living.Stream());
+    EXPECT_TRUE(leave("file", 31) && leave("other", 2));
+    EXPECT_EQ(Found(folder, ".qd*_*.tmp").size(), 34u);
+    EXPECT_TRUE(Replace(folder.Path("file"), "new"));
+    EXPECT_EQ(Found(folder, ".qd*.tmp").size(), 3u); // of the living one, and of the other file
+    EXPECT_TRUE(living.Commit());
+    EXPECT_EQ(FileBytes(folder / "file"), "late");
+    EXPECT_TRUE(Replace(folder.Path("other"), ""));
+    EXPECT_TRUE(leave("file", 35)); // more than have names of the file
+    EXPECT_TRUE(Replace(folder.Path("file"), "new"));
+    EXPECT_EQ(Found(folder, "*").size(), 2u + 2u + 3u);
+}
+
+TEST(FileSystemOnLinux, SaversOfOneFileTakeNoDraftFromEachOther)
+{
+    const TemporaryFolder folder;
+    const auto save = [&] {
+        for (int i = 0; i < 50; ++i)
+            EXPECT_TRUE(Replace(folder.Path("file"), "new", Replacement::ESync::No));
+    };
+    std::thread threads[] = {std::thread(save), std::thread(save), std::thread(save)};
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(Found(folder, "*"), (std::set<std::string>{".", "..", "file"}));
 }
