@@ -12,6 +12,7 @@
 /// in which they were reserved, gaps in the order of their addresses. A block costs no system call
 /// as long as a frame has room, and finding its place hardly depends on how many there are.
 ///
+/// The system puts memory behind a frame where it is touched, off Windows mostly 2 MiB at a time.
 /// An empty frame is kept for the next block as long as the reserved memory stays within
 /// 1,673,741,824 bytes. Every change of the memory in use is posted to the dispatcher as
 /// `kMessageMemoryInUseChanged`.
