@@ -16,7 +16,7 @@ class Job(NamedTuple):
 STD_MAP = "1.0 of StdUnorderedMap"
 SECTIONS = {
     "Trees": [
-        Job("load, a node", "BM_TreeLoad", "1.0", peak="1.0"),
+        Job("load, a node", "BM_TreeLoad", "1.0 of QDataStream", peak="1.0"),
         Job("save, a node", "BM_TreeSave", "0.45", peak="0.9"),
         Job("build, a node", "BM_TreeBuild", "1.0"),
         Job("destroy, a node", "BM_TreeDestroy", "1.2"),

@@ -2,6 +2,7 @@
 
 #include "bench/BenchFile.h"
 #include "bench/ColdJob.h"
+#include "bench/archive/HandPeer.h"
 #include "bench/archive/PeerTree.h"
 #include "bench/archive/TreeWorkload.h"
 
@@ -51,6 +52,20 @@ struct OwnTree {
 
 private:
     static WString Wide(const std::filesystem::path& path) { return path.string<WChar>().c_str(); }
+};
+
+/// The library's file, read by hand.
+struct OwnFileTree {
+    static SP<BNode> Make(int count) { return OwnTree::Make(count); }
+    static void Save(const std::filesystem::path& path, const SP<BNode>& root)
+    {
+        OwnTree::Save(path, root);
+    }
+    static std::shared_ptr<PeerNode> Load(const std::filesystem::path& path)
+    {
+        return HandPeer::Load(path);
+    }
+    static TreeSum Sum(const std::shared_ptr<PeerNode>& root) { return PeerTree::Sum(root); }
 };
 
 /// Takes the tree so that it ends when the benchmark does.
@@ -141,6 +156,7 @@ void Once(benchmark::internal::Benchmark* bench)
 QD_BUILD(OwnTree, "")
 QD_BUILD(PeerTree, "_StdSharedPtr")
 QD_STORE(OwnTree, "")
+BENCHMARK(BM_TreeLoad<OwnFileTree>)->Name("BM_TreeLoad_UncheckedByHand")->Apply(Once);
 #if defined(QD_BENCH_BOOST_SERIALIZATION)
 QD_STORE(BoostPeer, "_BoostSerialization")
 #endif
