@@ -243,15 +243,22 @@ class MapPrinter(EntriesPrinter):
         return node["_M_parent"]
 
 
-# Of core/base/ErrorCodes.h; other numbers are the application's.
+# The table of core/base/BError.cpp; other numbers are the application's.
 ERRORS = {
-    0: "no error",
-    13004: "nobody executes commands",
-    25021: "no memory left",
-    25070: "stopped by the user",
-    31825: "a file was not written",
-    32767: "see argument 0",
-    32987: "no short path",
+    (0, ""): "no error",
+    (32767, "$IDS_ErrorHint16"): "an archive could not be read or written",
+    (32767, "$IDS_ErrorHint61"): "a profile that is read only was to be changed",
+    (25021, ""): "a memory manager has no memory left",
+    (25021, "$IDS_ErrorHint26"): "a block is not of this memory manager",
+    (25070, ""): "stopped by the user",
+    (31825, ""): "a file was not written",
+    (32987, ""): "there is nothing at the path, or it has no short name",
+    (13004, ""): "nobody executes commands",
+    (7356, ""): "a key is not valid",
+    (7357, ""): "a key lacks a text",
+    (7358, ""): "two keys have one text",
+    (7359, ""): "a key is there already",
+    (7360, ""): "lines of a language file have faults",
 }
 
 
@@ -261,7 +268,8 @@ class ErrorPrinter:
 
     def to_string(self):
         code = int(self.value["m_code"])
-        return f"error {code}" + (f" ({ERRORS[code]})" if code in ERRORS else "")
+        text = ERRORS.get((code, text_of(self.value["m_arguments"][0])), ERRORS.get((code, "")))
+        return f"error {code}" + (f" ({text})" if text else "")
 
     def children(self):
         arguments = self.value["m_arguments"]

@@ -34,6 +34,10 @@ public:
     /// Throws an error of `code` with this object's arguments, unless `code` is 0.
     virtual void Check(int code) const;
 
+    /// What the code and the arguments say, a sentence in English for a log or a debugger; of an
+    /// application's codes the number. Empty when there is no memory for it.
+    [[nodiscard]] WString Text() const noexcept;
+
     /// The same argument of an error that is const.
     [[nodiscard]] WString Argument(int index) const;
 

@@ -42,7 +42,7 @@ constexpr Wording kWordings[] = {
     {EProblem::ObjectRefused, QD_W("object[ %#] of \"%n\" refuses itself[; %d]")},
     {EProblem::TooDeep, QD_W("objects are nested deeper than the stack reaches")},
     {EProblem::ObjectUnwritten, QD_W("object[ %#] of \"%n\" cannot be written")},
-    {EProblem::NoValue, QD_W("no value under \"%n\"[ in section \"%d\"]")},
+    {EProblem::NoValue, QD_W("no value[ under \"%n\"][ in section \"%d\"]")},
     {EProblem::OtherValue, QD_W("no such value under \"%n\"[ in section \"%d\"]")},
     {EProblem::OutOfRange, QD_W("%= under \"%n\"[ in section \"%d\"] is out of range")},
     {EProblem::KeyInvalid, QD_W("line %@: \"%n\" is no key")},

@@ -73,6 +73,22 @@ TEST(BError, ChecksResultsByThrowingFailures)
     EXPECT_EQ(ofError.Argument(0), QD_W("F"));
 }
 
+TEST(BError, SpeaksOfItsCodeAndItsArguments)
+{
+    const auto text = [](int code, const WChar* first, const WChar* second) {
+        return BError(code, first, nullptr, second, nullptr).Text();
+    };
+    EXPECT_EQ(text(0, nullptr, nullptr), QD_W("no error"));
+    EXPECT_EQ(text(7, nullptr, nullptr), QD_W("error 7"));
+    EXPECT_EQ(text(7, QD_W("$A"), QD_W("b")), QD_W("error 7: $A, b"));
+    EXPECT_EQ(text(kErrorGeneral, QD_W("$IDS_ErrorHint16"), QD_W("p")),
+              QD_W("an archive could not be read or written: p"));
+    EXPECT_EQ(text(kErrorGeneral, QD_W("Sizet_int"), nullptr), QD_W("error 32767: Sizet_int"));
+    EXPECT_EQ(text(kErrorMemory, QD_W("no more"), nullptr),
+              QD_W("a memory manager has no memory left: no more"));
+    EXPECT_EQ(Late(kErrorUserBreak).Text(), QD_W("stopped by the user: own, own, own, own"));
+}
+
 TEST(ErrorCodes, HaveTheNumbersThatApplicationsWereBuiltWith)
 {
     const std::pair<int, int> cases[] = {{kErrorNone, 0},

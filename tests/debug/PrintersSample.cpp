@@ -39,6 +39,7 @@ int main()
         BMap<int, WString> map;
         BError error{7, QD_W("$IDS_Hint"), nullptr, QD_W("part"), nullptr};
         BError stopped{kErrorUserBreak};
+        BError unread{kErrorGeneral, QD_W("$IDS_ErrorHint16"), nullptr, nullptr, nullptr};
         SP<BNode> plane = new PlaneNode;
         BNode* inTree = plane.Get();
         const BArray<WString>* notConstructed = nullptr;
