@@ -10,6 +10,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/FileSystem.h"
 #include "core/platform/FormatText.h"
+#include "core/platform/SystemError.h"
 #include "core/platform/WideText.h"
 
 #include <algorithm>
@@ -147,15 +148,36 @@ bool IsTorn(std::FILE* stream)
     return std::ferror(stream) != 0;
 }
 
+// What is known is the first problem of a call; further ones do not change it. `problem` is none
+// as long as nothing is wrong.
+int Fail(BProblem& problem, int code, BProblem reason, const WString& path)
+{
+    if (!problem) {
+        problem = std::move(reason);
+        problem.path = path;
+    }
+    return code;
+}
+
+// Of the line of a file for which `Add` gave `code`.
+BProblem ProblemOfLine(int code, std::int64_t line, const WString& key)
+{
+    const EProblem problem = code == kErrorLanguageKeyInvalid    ? EProblem::KeyInvalid
+                             : code == kErrorLanguageKeyTwice    ? EProblem::KeyTwice
+                             : code == kErrorLanguageTextMissing ? EProblem::TextMissing
+                                                                 : EProblem::TextTwice;
+    return {.code = problem, .position = static_cast<std::uint64_t>(line), .name = key};
+}
+
 // `log`, which may be null, gathers the text: appending to a WString measures what is there.
 int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwrite,
-               bool fillMissing)
+               bool fillMissing, BProblem& problem)
 {
     if (log != nullptr)
         log->append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
     const platform::Stream stream = platform::OpenStream(path, kReadMode);
     if (!stream)
-        return kErrorLanguageFile;
+        return Fail(problem, kErrorLanguageFile, BProblem::OfSystem(), path);
     int result = kErrorNone;
     std::int64_t line = 0, entries = 0;
     LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
@@ -170,13 +192,14 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
             continue;
         if (log != nullptr)
             LogFault(*log, line, code, cells);
-        result = kErrorLanguageLines;
+        result = Fail(problem, kErrorLanguageLines, ProblemOfLine(code, line, cells[0]), path);
     }
+    const BProblem atEnd = BProblem::OfSystem();
     if (log != nullptr) {
         AppendNumber(*log, entries);
         *log += QD_W(" entries loaded\n\n");
     }
-    return IsTorn(stream.get()) ? kErrorLanguageFile : result;
+    return IsTorn(stream.get()) ? Fail(problem, kErrorLanguageFile, atEnd, path) : result;
 }
 
 // `text` as a text stream of UTF-16LE writes it; by hand, as a replacement is a binary stream on
@@ -224,6 +247,16 @@ std::vector<WideText> FindNames(const WString& directory, const WString& pattern
         return order != 0 ? order < 0 : a < b;
     });
     return names;
+}
+
+// Why there are none, as the system's last error says where it is more than that none matches.
+BProblem NoNames(const WString& directory, const WString& pattern)
+{
+    BProblem problem = BProblem::OfSystem();
+    if (problem.systemError == 0)
+        problem.code = EProblem::NotThere;
+    problem.path = Join(directory, pattern).c_str();
+    return problem;
 }
 
 // Calls `handle` for each name; the last result that is not 0.
@@ -416,8 +449,10 @@ bool BLanguageMap::HasPrefix(WString key, WString prefix)
 int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool fillMissing)
 {
     WideText text;
+    BProblem problem;
     const int result =
-        ImportFile(*this, path, log != nullptr ? &text : nullptr, overwrite, fillMissing);
+        ImportFile(*this, path, log != nullptr ? &text : nullptr, overwrite, fillMissing, problem);
+    m_problem = std::move(problem);
     if (log != nullptr)
         log->Append(text.c_str());
     return result;
@@ -426,17 +461,35 @@ int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool
 int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* log, bool overwrite)
 {
     WideText text;
-    const int result = ForEachName(FindNames(directory, pattern), [&](const WString& name) {
+    BProblem problem;
+    platform::SetLastErrorCode(0);
+    const std::vector<WideText> names = FindNames(directory, pattern);
+    if (names.empty())
+        problem = NoNames(directory, pattern);
+    const int result = ForEachName(names, [&](const WString& name) {
         return ImportFile(*this, Join(directory, name).c_str(), log != nullptr ? &text : nullptr,
-                          overwrite, true);
+                          overwrite, true, problem);
     });
+    m_problem = std::move(problem);
     if (log != nullptr)
         log->Append(text.c_str());
     return result;
 }
 
+BProblem BLanguageMap::Problem() const
+{
+    return m_problem;
+}
+
 int BLanguageMap::ExportMapFile(WString path) const
 {
+    BProblem ignored;
+    return ExportMapFile(std::move(path), ignored);
+}
+
+int BLanguageMap::ExportMapFile(WString path, BProblem& problem) const
+{
+    problem = {};
     WideText lines;
     for (const auto& item : m_table->Defaults()) {
         lines.append(item.key).append(QD_W("\t"));
@@ -445,20 +498,34 @@ int BLanguageMap::ExportMapFile(WString path) const
         AppendCell(lines, m_table->Find(ViewOf(item.key))->text);
         lines += '\n';
     }
-    return WriteUtf16File(path, lines) ? kErrorNone : kErrorLanguageFile;
+    if (WriteUtf16File(path, lines))
+        return kErrorNone;
+    return Fail(problem, kErrorLanguageFile, BProblem::OfSystem(), path);
 }
 
 int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
                                const WString& outputDirectory, const WString& fileName,
                                int& newEntries)
 {
-    platform::Stream stream =
-        platform::OpenStream(Join(masterDirectory, fileName).c_str(), kReadMode);
+    BProblem ignored;
+    return MergeMapFile(masterDirectory, translationDirectory, outputDirectory, fileName,
+                        newEntries, ignored);
+}
+
+int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
+                               const WString& outputDirectory, const WString& fileName,
+                               int& newEntries, BProblem& problem)
+{
+    problem = {};
+    const WideText master = Join(masterDirectory, fileName);
+    platform::Stream stream = platform::OpenStream(master.c_str(), kReadMode);
     if (!stream)
-        return kErrorLanguageFile;
+        return Fail(problem, kErrorLanguageFile, BProblem::OfSystem(), master.c_str());
     BLanguageMap translations;
-    if (!ImportTranslations(translations, Join(translationDirectory, fileName).c_str()))
+    if (!ImportTranslations(translations, Join(translationDirectory, fileName).c_str())) {
+        problem = translations.Problem();
         return kErrorLanguageFile;
+    }
 
     WideText lines;
     int added = 0;
@@ -469,10 +536,11 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
         lines += '\n';
     }
     if (IsTorn(stream.get()))
-        return kErrorLanguageFile;
+        return Fail(problem, kErrorLanguageFile, BProblem::OfSystem(), master.c_str());
     stream.reset(); // the output may be the same file
-    if (!WriteUtf16File(Join(outputDirectory, fileName).c_str(), lines))
-        return kErrorLanguageOutput;
+    const WideText output = Join(outputDirectory, fileName);
+    if (!WriteUtf16File(output.c_str(), lines))
+        return Fail(problem, kErrorLanguageOutput, BProblem::OfSystem(), output.c_str());
     newEntries += added;
     return kErrorNone;
 }

@@ -2,6 +2,7 @@
 
 #include "core/base/BArray.h"
 #include "core/base/BMap.h"
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/SP.h"
 #include "core/base/WString.h"
@@ -124,10 +125,15 @@ public:
     /// texts. The last result that is not `kErrorNone`; `kErrorLanguageFile` when no file matches,
     /// or the system fails to list them all, and then none is imported.
     int ImportMapFiles(WString directory, WString pattern, WString* log, bool overwrite);
+    /// What was wrong first in the last import: the file, or line `position` of it with its key.
+    /// None after one that gave `kErrorNone`. Not for `Add`, which tells by its code.
+    [[nodiscard]] BProblem Problem() const;
     /// Writes a language file, which reads back as this map. `kErrorLanguageFile` when it cannot be
     /// written; the old file is then still there, as it is until the new one is complete. U+FFFF is
     /// left out.
     int ExportMapFile(WString path) const;
+    /// The same, and tells why.
+    int ExportMapFile(WString path, BProblem& problem) const;
 
     /// Brings a translated file up to date with a changed master file: writes the master's lines
     /// with the translations that the translated file has. The directories may be the same.
@@ -142,6 +148,10 @@ public:
     static int MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
                             const WString& outputDirectory, const WString& fileName,
                             int& newEntries);
+    /// The same, and tells why.
+    static int MergeMapFile(const WString& masterDirectory, const WString& translationDirectory,
+                            const WString& outputDirectory, const WString& fileName,
+                            int& newEntries, BProblem& problem);
     /// The same for the files of the master directory that match `pattern`. The last result that is
     /// not `kErrorNone`; `kErrorLanguageFile` when none matches, or the system fails to list them
     /// all, and then none is merged.
@@ -171,4 +181,5 @@ private:
     bool m_isTestMode = false;
     LanguageTable* m_table; // owned
     WString m_currentLanguage;
+    BProblem m_problem; // of the last import
 };

@@ -253,6 +253,7 @@ TEST_F(LanguageFile, IsImportedWithALog)
                                  QD_W("\nLine 3 : Error 7356 [$A-1] [b] []\n")
                                      QD_W("Line 5 : Error 7359 [$A] [Bye] [Tsch\n]\n")
                                          QD_W("4 entries loaded\n\n"));
+    EXPECT_EQ(map.Problem().Text(), m_path + QD_W(": line 3: \"$A-1\" is no key"));
     EXPECT_EQ(TextOf(map, QD_W("$A")), QD_W("Hallo"));
     EXPECT_EQ(TextOf(map, QD_W("$B")), QD_W("Only"));
     EXPECT_EQ(map.ImportMapFile(m_path, nullptr, true, false), kErrorLanguageLines);
@@ -262,6 +263,7 @@ TEST_F(LanguageFile, IsImportedWithALog)
     for (const WString& missing : {WString(), m_folder.Path("none.lng"), m_folder.Path(".")}) {
         log.Clear();
         EXPECT_EQ(map.ImportMapFile(missing, &log, true, true), kErrorLanguageFile);
+        EXPECT_TRUE(map.Problem());
         EXPECT_EQ(WideText(log), QD_W("Import Language File ") + WideText(missing) + QD_W("\n"));
     }
 }
@@ -321,8 +323,21 @@ TEST_F(LanguageFile, IsImportedWithAllThatMatchInOrderOfTheirNames)
     EXPECT_EQ(map.StdDefaultMap().Count(), 2u);
     EXPECT_EQ(log.GetTokenCount('\n'), 8u);
     EXPECT_EQ(map.ImportMapFiles(directory, QD_W("B.*"), nullptr, false), kErrorLanguageLines);
+    EXPECT_EQ(map.Problem().code, EProblem::KeyTwice);
+    EXPECT_EQ(map.Problem().name, QD_W("$A"));
     EXPECT_EQ(map.ImportMapFiles(directory, QD_W("?.txt"), nullptr, false), kErrorNone);
+    EXPECT_FALSE(map.Problem());
     EXPECT_EQ(map.ImportMapFiles(directory, QD_W("*.none"), &log, false), kErrorLanguageFile);
+    EXPECT_EQ(map.Problem().code, EProblem::NotThere);
+
+    map.SetReportMissingTranslations(true);
+    Put("d.txt", QD_W("$C\tc\n$D\tc\n"));
+    EXPECT_EQ(map.ImportMapFile(m_folder.Path("d.txt"), nullptr, true, false), kErrorLanguageLines);
+    EXPECT_EQ(map.Problem().code, EProblem::TextTwice);
+    EXPECT_EQ(map.Problem().position, 2U);
+    Put("d.txt", QD_W("$E\n"));
+    EXPECT_EQ(map.ImportMapFile(m_folder.Path("d.txt"), nullptr, true, true), kErrorLanguageLines);
+    EXPECT_EQ(map.Problem().Text(), m_folder.Path("d.txt") + QD_W(": line 1: \"$E\" lacks a text"));
 }
 
 TEST_F(LanguageFile, IsWrittenAlikeOnEveryPlatformAndReadsBack)
