@@ -13,6 +13,7 @@
 BStopWatch BProfiler::m_swatch;
 BArray<WString> BProfiler::m_logEntries;
 WString BProfiler::m_logfilePath;
+BProblem BProfiler::m_problem;
 bool BProfiler::m_running = false;
 bool BProfiler::m_initialized = false;
 
@@ -54,6 +55,13 @@ bool AppendLines(const WString& path, const BArray<WString>& lines)
     });
 }
 
+BProblem OfSystem(const WString& path)
+{
+    BProblem problem = BProblem::OfSystem();
+    problem.path = path;
+    return problem;
+}
+
 } // namespace
 
 void BProfiler::SetLogfilePath(WString directory)
@@ -62,8 +70,10 @@ void BProfiler::SetLogfilePath(WString directory)
         m_logfilePath.Clear();
         return;
     }
-    if (!platform::PathExists(directory))
-        static_cast<void>(platform::MakeDirectories(platform::FullPath(directory).c_str()));
+    m_problem = platform::PathExists(directory) ||
+                        platform::MakeDirectories(platform::FullPath(directory).c_str())
+                    ? BProblem()
+                    : OfSystem(directory);
     // Named now and not when a run ends: a process that runs past midnight goes on with its file.
     const platform::CalendarTime today = platform::LocalTime();
     WString name;
@@ -89,6 +99,11 @@ void BProfiler::Stop(WString text)
 {
     if (m_running)
         Log(StateStop, std::move(text));
+}
+
+BProblem BProfiler::Problem()
+{
+    return m_problem;
 }
 
 void BProfiler::Initialize()
@@ -122,6 +137,12 @@ void BProfiler::Log(State state, WString text)
     m_swatch.Stop();
     m_running = false;
     // Lines that were not written stay for the next stop.
-    if (!m_logfilePath.IsEmpty() && AppendLines(m_logfilePath, m_logEntries))
-        m_logEntries.RemoveAll();
+    if (m_logfilePath.IsEmpty())
+        return;
+    if (!AppendLines(m_logfilePath, m_logEntries)) {
+        m_problem = OfSystem(m_logfilePath);
+        return;
+    }
+    m_problem = {};
+    m_logEntries.RemoveAll();
 }

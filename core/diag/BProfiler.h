@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/BArray.h"
+#include "core/base/BProblem.h"
 #include "core/base/WString.h"
 #include "core/diag/BStopWatch.h"
 #include "core/platform/Export.h"
@@ -37,6 +38,10 @@ public:
     /// Ends the run and writes it to the file. Nothing happens when none is open.
     static void Stop(WString text);
 
+    /// Why the last `Stop` could not write, or the last `SetLogfilePath` not make its directory;
+    /// the next that can clears it.
+    [[nodiscard]] static BProblem Problem();
+
 protected:
     BProfiler() = default;
 
@@ -47,6 +52,7 @@ protected:
     static BStopWatch m_swatch;
     static BArray<WString> m_logEntries; // lines that are not written yet
     static WString m_logfilePath;        // empty: nothing is written
-    static bool m_running;               // a run is open
+    static BProblem m_problem;
+    static bool m_running; // a run is open
     static bool m_initialized;
 };

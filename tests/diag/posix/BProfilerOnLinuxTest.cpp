@@ -19,6 +19,7 @@ TEST(BProfilerOnLinux, LosesNoLineOnAFullDisk)
             const ResourceLimit limit(RLIMIT_FSIZE, room);
             profiler.Run(u"first run");
             profiler.Run(u"second run");
+            EXPECT_TRUE(!BProfiler::Problem() || BProfiler::Problem().code == EProblem::NoRoom);
             EXPECT_TRUE(full.starts_with(FileBytes(folder / "day.log")));
         }
         profiler.Run(u"third run");
