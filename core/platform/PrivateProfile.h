@@ -51,7 +51,8 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 /// locked; in one that may be written but not read, an empty file ".qd.lock", which stays there.
 /// Users of whom only some may read the folder do not wait for each other.
 ///
-/// What a writer answers tells whether the file holds the change; it is false when the others let
+/// What a writer answers tells whether the file holds the change; the system's last error says why
+/// it does not. It is false when the others let
 /// the profile go for no 10 seconds, and when the file could not be read, which then stays as it
 /// is. Off Windows readers see the old content or the new one also when the process dies (not when
 /// the power fails): a change replaces the file whole, or adds to its end in one step that nobody

@@ -9,6 +9,7 @@
 #include "core/platform/WChar.h"
 #include "core/profile/BVariant.h"
 #include "core/profile/MadeText.h"
+#include "core/profile/TextProfile.h"
 
 #include <cstdint>
 #include <cstring>
@@ -52,10 +53,9 @@ BBinProfile::BBinProfile(WString path, EProfileMode mode)
 
 BBinProfile::~BBinProfile()
 {
-    if (!m_modified || m_mode == ProfileReadOnly)
-        return;
     try {
-        BBinProfile::Write();
+        if (m_modified && m_mode != ProfileReadOnly)
+            BBinProfile::Write();
     } catch (const std::exception&) {
         // A save that fails is silent.
     }
@@ -170,8 +170,12 @@ bool BBinProfile::ReadMem(int index, WString key, void* data, unsigned int size)
 bool BBinProfile::ReadMem(WString key, void* data, unsigned int size)
 {
     const auto* const found = Find<BVarMemBlock>(key);
-    if (found == nullptr || found->Size() != size)
+    if (found == nullptr)
         return false;
+    if (found->Size() != size) {
+        TellValue(m_valueProblem, EProblem::OtherValue, m_section, key);
+        return false;
+    }
     if (size != 0)
         std::memcpy(data, found->Data(), size);
     return true;
@@ -225,28 +229,53 @@ WString BBinProfile::Section(WString mappedKey)
     return mappedKey.SubCh(1, QD_W(']'));
 }
 
+bool BBinProfile::Save()
+{
+    if (!m_modified || m_mode == ProfileReadOnly)
+        return true;
+    m_modified = !Write();
+    return !m_modified;
+}
+
+BProblem BBinProfile::Problem() const
+{
+    BProblem problem = m_problem ? m_problem : m_valueProblem;
+    if (problem)
+        problem.path = m_path;
+    return problem;
+}
+
 bool BBinProfile::Read()
 try {
     m_isUnread = false;
+    m_problem = {};
     BFile file(m_path, QD_W("rb"));
     if (file == nullptr) {
+        const BProblem reason = BProblem::OfSystem();
         // A file that is missing is an empty profile; one that cannot be opened is none.
         m_isUnread = platform::Presence(m_path) != platform::EPresence::Missing;
+        if (m_isUnread || m_mode == ProfileReadOnly)
+            m_problem = reason;
         return true;
     }
     std::uint32_t formatId = 0;
     const bool hasId = std::fread(&formatId, sizeof formatId, 1, file) == 1;
     m_isUnread = !hasId && std::ferror(file) != 0;
-    if (m_isUnread)
+    if (m_isUnread) {
+        m_problem = BProblem::OfSystem();
         return true;
+    }
     m_valid = hasId && (formatId == kAnsiFormatId || formatId == kUnicodeFormatId);
-    if (!m_valid)
+    if (!m_valid) {
+        m_problem = {.code = EProblem::OtherKind, .name = QD_W("binary profile")};
         return false;
+    }
     // Virtual for a derived class that reads again; the constructor reaches this class's own.
     return formatId == kAnsiFormatId ? ReadAnsiFormat(file) : ReadUnicodeFormat(file);
 } catch (const std::bad_alloc&) {
     // What was read so far would pass for all.
     m_isUnread = true;
+    m_problem = {.code = EProblem::Memory};
     return true;
 }
 
@@ -268,7 +297,7 @@ bool BBinProfile::Write() const
     platform::FileReplacement replacement(m_path);
     std::FILE* const stream = replacement.Stream();
     if (stream == nullptr)
-        return false;
+        return Tell(m_problem, false);
     VariantBytes bytes;
     bytes.Append(kUnicodeFormatId);
     for (const auto& item : m_values) {
@@ -276,9 +305,9 @@ bool BBinProfile::Write() const
         bytes.Append(item.value->Type());
         item.value->AppendValue(bytes);
         if (bytes.Size() >= pieceSize && !bytes.MoveTo(stream))
-            return false;
+            return Tell(m_problem, false);
     }
-    return bytes.MoveTo(stream) && replacement.Commit();
+    return Tell(m_problem, bytes.MoveTo(stream) && replacement.Commit());
 }
 
 void BBinProfile::CheckMode() const
@@ -294,14 +323,25 @@ bool BBinProfile::ReadRecords(BFile& file)
     BlockReader reader(*static_cast<std::FILE*>(file));
     reader.MoveTo(sizeof kUnicodeFormatId);
     VariantSource source(reader);
-    bool isKnown = true;
-    for (Text key; isKnown && source.ReadText(key) && !key.IsEmpty();) {
+    bool isKnown = true, isWhole = true;
+    std::uint64_t start = 0; // of the record at hand
+    while (isKnown && isWhole) {
+        start = reader.Position();
+        Text key;
+        isWhole = start == reader.Size() || source.ReadText(key);
+        if (key.IsEmpty())
+            break;
         SP<BVariant> value = LoadVariant(source);
         isKnown = static_cast<bool>(value);
+        isWhole = !source.IsCut();
         if (isKnown)
             m_values.Insert({std::move(key), std::move(value)});
     }
     m_isUnread = !reader.IsGood();
+    if (m_isUnread)
+        m_problem = BProblem::OfSystem(reader.Failure().value_or(0));
+    else if (!isKnown || !isWhole)
+        m_problem = {.code = EProblem::Damaged, .position = start};
     if (!isKnown && !m_isUnread)
         m_values.RemoveAll();
     return isKnown || m_isUnread;
@@ -320,5 +360,12 @@ template <class Variant>
 const Variant* BBinProfile::Find(const WString& key)
 {
     const auto* const item = m_values.Find(MapKey(key));
-    return item != nullptr ? dynamic_cast<const Variant*>(item->value.Get()) : nullptr;
+    const auto* const value =
+        item != nullptr ? dynamic_cast<const Variant*>(item->value.Get()) : nullptr;
+    if (value == nullptr)
+        TellValue(m_valueProblem, item != nullptr ? EProblem::OtherValue : EProblem::NoValue,
+                  m_section, key);
+    else if (m_valueProblem)
+        m_valueProblem = {};
+    return value;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/BDictionary.h"
+#include "core/base/BProblem.h"
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
@@ -25,9 +26,10 @@ class BVariant;
 /// lose what was not read.
 ///
 /// The old file is whole until the new one is complete. A save that fails is silent and leaves the
-/// old file. Only where no file can be made beside it or moved over it, the new content is copied
-/// over the old one, and a crash during that copy leaves a damaged file. What a process
-/// leaves beside it that died in a save goes with the next one, but on network file systems.
+/// old file; `Save` tells. Only where no file can be made beside it or moved over it, the new
+/// content is copied over the old one, and a crash during that copy leaves a damaged file. What a
+/// process leaves beside it that died in a save goes with the next one, but on network file
+/// systems.
 class QD_CORE_API BBinProfile : public BProfileBase {
 public:
     BBinProfile(WString path, EProfileMode mode);
@@ -62,6 +64,15 @@ public:
     void DeleteKey(WString key) override;
     void DeleteSection() override;
     bool ExistsSection(WString section) const override;
+
+    /// Saves what was changed, as the destructor does, but tells: false when the old file stays,
+    /// and the changes are still to be saved.
+    bool Save();
+
+    /// Why the file was not read as a whole, or not saved; else why the last reader gave the
+    /// default. A file that is missing is a problem only where it could but be read. None after a
+    /// `Save`, or a reader, that was sound.
+    [[nodiscard]] BProblem Problem() const;
 
 protected:
     // The order of the virtual functions is part of the interface.
@@ -99,5 +110,7 @@ private:
     EProfileMode m_mode;
     bool m_modified = false;
     bool m_valid = true;
-    bool m_isUnread = false; // the file is there, but the system did not give all of it
+    mutable BProblem m_problem; // of the file
+    BProblem m_valueProblem;    // of the last reader
+    bool m_isUnread = false;    // the file is there, but the system did not give all of it
 };

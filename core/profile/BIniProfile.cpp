@@ -75,22 +75,27 @@ bool BIniProfile::GetSections(BArray<WString>& out) const
 
 bool BIniProfile::WriteMem(const WString& key, void* data, std::size_t size) const
 {
-    return platform::ProfileUpdate(Path()).SetBlock(GetSection(), key, data, BlockSize(size));
+    return TellWritten(
+        platform::ProfileUpdate(Path()).SetBlock(GetSection(), key, data, BlockSize(size)));
 }
 
 bool BIniProfile::ReadMem(const WString& key, void* data, std::size_t size) const
 {
-    return platform::ReadProfileBlock(Path(), GetSection(), key, data, BlockSize(size));
+    const bool isRead =
+        platform::ReadProfileBlock(Path(), GetSection(), key, data, BlockSize(size));
+    TellRead(isRead ? EProblem::None : EProblem::NoValue, key);
+    return isRead;
 }
 
 void BIniProfile::DeleteKeyImpl(const WString& key) const
 {
-    static_cast<void>(platform::ProfileUpdate(Path()).SetText(GetSection(), key, nullptr));
+    TellWritten(platform::ProfileUpdate(Path()).SetText(GetSection(), key, nullptr));
 }
 
 bool BIniProfile::WriteKeyImpl(const WString& key, const WString& value) const
 {
-    return WriteTextProfile(Path(), GetSection(), key, value, Replaced(key)) == kErrorNone;
+    return TellWritten(WriteTextProfile(Path(), GetSection(), key, value, Replaced(key)) ==
+                       kErrorNone);
 }
 
 WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
@@ -115,7 +120,7 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
 
 bool BIniProfile::DeleteSectionImpl(const WString& section) const
 {
-    return platform::ProfileUpdate(Path()).RemoveSection(section);
+    return TellWritten(platform::ProfileUpdate(Path()).RemoveSection(section));
 }
 
 BArray<WString> BIniProfile::GetAllKeys()

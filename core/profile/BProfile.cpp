@@ -47,7 +47,7 @@ BProfile::BProfile(WString path, EProfileMode mode)
 {
     // Made beforehand, as the system would make one in the ANSI code page, which loses texts.
     if (m_mode != ProfileReadOnly)
-        MakeTextProfile(m_path, m_mode == ProfileNew);
+        Tell(m_problem, MakeTextProfile(m_path, m_mode == ProfileNew));
 }
 
 BProfile::BProfile(const BProfile& other) = default;
@@ -65,7 +65,7 @@ int BProfile::WriteString(const WString& path, const WString& section, const WSt
 
 bool BProfile::IsValid() const
 {
-    return BFile().OpenShared(m_path, QD_W("a+b")); // may be read and written
+    return Tell(m_problem, BFile().OpenShared(m_path, QD_W("a+b"))); // to read and write
 }
 
 void BProfile::SetSection(WString section)
@@ -88,7 +88,7 @@ bool BProfile::WriteString(WString key, WString value)
     CheckMode();
     // Where this is a reader's default on its way: what the reader found, which alone it replaces.
     const WString* const replaced = WriteBack::Replaced(m_defaults, m_section, key);
-    return WriteTextProfile(m_path, m_section, key, value, replaced) == kErrorNone;
+    return Tell(m_problem, WriteTextProfile(m_path, m_section, key, value, replaced) == kErrorNone);
 }
 
 bool BProfile::WriteInt(int index, WString key, int value)
@@ -119,7 +119,7 @@ bool BProfile::WriteMem(int index, WString key, void* data, unsigned int size)
 bool BProfile::WriteMem(WString key, void* data, unsigned int size)
 {
     CheckMode();
-    return platform::ProfileUpdate(m_path).SetBlock(m_section, key, data, size);
+    return Tell(m_problem, platform::ProfileUpdate(m_path).SetBlock(m_section, key, data, size));
 }
 
 bool BProfile::WriteBoolean(WString key, bool value)
@@ -137,8 +137,14 @@ WString BProfile::ReadString(WString key, WString defaultValue)
     const ProfileBuffer text(0, [&](WChar* buffer, std::size_t room) {
         return platform::ReadProfileText(m_path, m_section, key, defaultValue, buffer, room);
     });
-    if (*text.Text() != 0)
+    if (*text.Text() != 0) {
+        TellRead(platform::WideView(text.Text()) == platform::WideView(defaultValue)
+                     ? EProblem::NoValue
+                     : EProblem::None,
+                 key); // looked at when asked
         return Made(text.Text());
+    }
+    TellRead(EProblem::NoValue, key);
     // Empty: the key is there without a text, or there is neither key nor default.
     const WString nothing;
     const WriteBack writeBack(m_defaults, m_section, key, nothing);
@@ -157,6 +163,7 @@ int BProfile::ReadInt(WString key, int defaultValue)
     WChar text[256];
     ReadShort(key, text, std::size(text));
     if (*text == 0) {
+        TellRead(EProblem::NoValue, key);
         const WriteBack writeBack(m_defaults, m_section, key, WString());
         if (m_mode != ProfileReadOnly)
             WriteInt(key, defaultValue);
@@ -164,7 +171,9 @@ int BProfile::ReadInt(WString key, int defaultValue)
     }
     const WChar* rest = text;
     int value = defaultValue;
-    return platform::ReadInt(rest, value) ? value : defaultValue;
+    const bool isNumber = platform::ReadInt(rest, value);
+    TellRead(isNumber ? EProblem::None : EProblem::OtherValue, key);
+    return isNumber ? value : defaultValue;
 }
 
 double BProfile::ReadDouble(int index, WString key, double defaultValue)
@@ -177,13 +186,15 @@ double BProfile::ReadDouble(WString key, double defaultValue)
     WChar text[128];
     ReadShort(key, text, std::size(text));
     if (*text == 0) {
+        TellRead(EProblem::NoValue, key);
         const WriteBack writeBack(m_defaults, m_section, key, WString());
         if (m_mode != ProfileReadOnly)
             WriteDouble(key, defaultValue);
         return defaultValue;
     }
     double value = defaultValue; // kept when there is no number; what follows one does not matter
-    static_cast<void>(platform::ScanDouble(text, value));
+    const bool isNumber = platform::ScanDouble(text, value);
+    TellRead(isNumber ? EProblem::None : EProblem::OtherValue, key);
     return value;
 }
 
@@ -194,7 +205,12 @@ bool BProfile::ReadMem(int index, WString key, void* data, unsigned int size)
 
 bool BProfile::ReadMem(WString key, void* data, unsigned int size)
 {
-    return platform::ReadProfileBlock(m_path, m_section, key, data, size);
+    const bool isRead = platform::ReadProfileBlock(m_path, m_section, key, data, size);
+    WChar text[2] = {};
+    if (!isRead)
+        ReadShort(key, text, std::size(text));
+    TellRead(isRead ? EProblem::None : *text != 0 ? EProblem::OtherValue : EProblem::NoValue, key);
+    return isRead;
 }
 
 bool BProfile::ReadBoolean(WString key, bool defaultValue)
@@ -202,8 +218,11 @@ bool BProfile::ReadBoolean(WString key, bool defaultValue)
     WChar text[256];
     ReadShort(key, text, std::size(text));
     // Any other text is false, and stays in the file.
-    if (*text != 0)
+    if (*text != 0) {
+        TellRead(EProblem::None, key);
         return MadeOf(text).IEqual(QD_W("TRUE"));
+    }
+    TellRead(EProblem::NoValue, key);
     const WriteBack writeBack(m_defaults, m_section, key, WString());
     if (m_mode != ProfileReadOnly)
         WriteBoolean(key, defaultValue);
@@ -213,13 +232,13 @@ bool BProfile::ReadBoolean(WString key, bool defaultValue)
 void BProfile::DeleteKey(WString key)
 {
     CheckMode();
-    static_cast<void>(platform::ProfileUpdate(m_path).SetText(m_section, key, nullptr));
+    Tell(m_problem, platform::ProfileUpdate(m_path).SetText(m_section, key, nullptr));
 }
 
 void BProfile::DeleteSection()
 {
     CheckMode();
-    static_cast<void>(platform::ProfileUpdate(m_path).RemoveSection(m_section));
+    Tell(m_problem, platform::ProfileUpdate(m_path).RemoveSection(m_section));
 }
 
 bool BProfile::ExistsSection(WString section) const
@@ -227,6 +246,16 @@ bool BProfile::ExistsSection(WString section) const
     constexpr std::size_t room = 1024; // any text of it will do
     WChar buffer[room];
     return platform::ReadProfileSection(m_path, section, buffer, room) > 0;
+}
+
+BProblem BProfile::Problem() const
+{
+    const BProblem problem = Explained(m_problem, m_path);
+    WChar text[2] = {};
+    if (problem.code == EProblem::NoValue)
+        platform::ReadProfileText(m_path, problem.detail, problem.name, QD_W(""), text,
+                                  std::size(text));
+    return *text == 0 ? problem : BProblem(); // which is the default's text
 }
 
 void BProfile::CheckMode() const
@@ -239,4 +268,12 @@ void BProfile::CheckMode() const
 void BProfile::ReadShort(const WString& key, WChar* text, std::size_t room) const
 {
     platform::ReadProfileText(m_path, m_section, key, QD_W(""), text, room);
+}
+
+void BProfile::TellRead(EProblem code, const WString& key) const
+{
+    if (code != EProblem::None)
+        TellValue(m_problem, code, m_section, key);
+    else if (m_problem)
+        m_problem = {};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/base/BProblem.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
 #include "core/profile/BProfileBase.h"
@@ -23,8 +24,8 @@
 /// it, readers give their defaults, and writers change nothing and are false.
 class QD_CORE_API BProfile : public BProfileBase {
 public:
-    /// `ProfileNew` and `ProfileReadWrite` make the file. That this fails is not told: the file
-    /// stays what it was, and each writer makes a missing one.
+    /// `ProfileNew` and `ProfileReadWrite` make the file. Only `Problem` tells that this fails: the
+    /// file stays what it was, and each writer makes a missing one.
     BProfile(WString path, EProfileMode mode);
     BProfile(const BProfile& other);
     BProfile& operator=(const BProfile& other);
@@ -68,13 +69,19 @@ public:
     /// Whether the section has any lines but comments.
     bool ExistsSection(WString section) const override;
 
+    /// Why the last operation failed that wrote, or why a reader gave the default and could not
+    /// write it; none after one that was sound.
+    [[nodiscard]] BProblem Problem() const;
+
 private:
     void CheckMode() const;
     /// The start of the value under `key`, up to `room` - 1 units; empty when there is none.
     void ReadShort(const WString& key, WChar* text, std::size_t room) const;
+    void TellRead(EProblem code, const WString& key) const;
 
     WString m_path;
     WString m_section;
     EProfileMode m_mode;
     PendingDefaults m_defaults;
+    mutable BProblem m_problem;
 };

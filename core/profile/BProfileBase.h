@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
@@ -57,6 +58,9 @@ public:
     /// Deletes the current section with its keys.
     virtual void DeleteSection() = 0;
     [[nodiscard]] virtual bool ExistsSection(WString section) const = 0;
+
+    /// What the `Problem` of a `BProfile` or `BBinProfile` tells; none of another class.
+    [[nodiscard]] BProblem Problem() const;
 
     /// Not this: the number would be cut. As a text it is whole:
     /// `WriteString(key, WString::FromInt(value))`.

@@ -6,7 +6,9 @@
 #include "core/platform/ScanText.h"
 #include "core/platform/SystemTime.h"
 #include "core/platform/WideText.h"
+#include "core/profile/BIniProfile.h"
 #include "core/profile/MadeText.h"
+#include "core/profile/TextProfile.h"
 #include "core/profile/WriteBack.h"
 
 #include <algorithm>
@@ -186,6 +188,7 @@ bool IProfile::LoadSection(const WString& section, BArray<WString>* keys) const
     const BArray<WString> found = Store().GetAllKeys();
     if (keys != nullptr)
         *keys = found;
+    TellRead(found.Count() != 0 ? EProblem::None : EProblem::NoValue, WString());
     return found.Count() != 0;
 }
 
@@ -258,7 +261,7 @@ bool IProfile::Read(const WString& key, _SYSTEMTIME& value) const
 {
     WString text;
     platform::TimeStamp stamp = {};
-    const bool isRead = Read(key, text) && ReadTimeStamp(text, stamp);
+    const bool isRead = Read(key, text) && IsUsable(key, ReadTimeStamp(text, stamp));
     platform::SetTime(value, isRead ? stamp : kNoTime);
     return isRead;
 }
@@ -267,7 +270,7 @@ bool IProfile::Read(const WString& key, _SYSTEMTIME& value) const
 bool IProfile::Read(const WString& key, bool& value) const
 {
     WString text = DefaultText(value);
-    return Read(key, text) && Convert(text, value);
+    return Read(key, text) && IsUsable(key, Convert(text, value));
 }
 
 bool IProfile::Read(const WString& key, unsigned char& value, int min, int max) const
@@ -311,11 +314,13 @@ bool IProfile::Read(const WString& key, int& value, int min, int max) const
     if (!Convert(text, number)) {
         // The bad text is replaced, as long as it is still that one.
         writeBack.Begin(text);
-        if (WriteMissingKey())
-            Write(key, value);
+        if (!WriteMissingKey() || Write(key, value))
+            TellRead(EProblem::OtherValue, key);
         return false;
     }
     value = number < min ? min : number > max ? max : number;
+    if (value != number)
+        TellRead(EProblem::OutOfRange, key, number);
     return value == number;
 }
 
@@ -339,8 +344,8 @@ bool IProfile::Read(const WString& key, float& value) const
     if (Convert(text, value))
         return true;
     writeBack.Begin(text);
-    if (WriteMissingKey())
-        Write(key, widened);
+    if (!WriteMissingKey() || Write(key, widened))
+        TellRead(EProblem::OtherValue, key);
     return false;
 }
 
@@ -350,16 +355,19 @@ bool IProfile::Read(const WString& key, WString& value) const
     const WString text = Store().GetString(key, WString());
     if (!text.IsEmpty()) {
         value = text;
+        TellRead(EProblem::None, key);
         return true;
     }
     writeBack.Begin(text);
-    if (WriteMissingKey() && !value.IsEmpty())
-        Write(key, value);
+    // A default that cannot be written is what is told.
+    if (!WriteMissingKey() || value.IsEmpty() || Write(key, value))
+        TellRead(EProblem::NoValue, key);
     return false;
 }
 
 bool IProfile::WriteString(const WString& key, const WString& value) const
 {
+    TellRead(EProblem::None, key); // unless the store tells
     return WriteKeyImpl(key, value);
 }
 
@@ -394,11 +402,11 @@ bool IProfile::ReadHex(const WString& key, unsigned long& value, int digits) con
     const std::size_t length = text.Length();
     if (length <= prefixLength || digits < 0 ||
         length - prefixLength > static_cast<std::size_t>(digits))
-        return false;
+        return IsUsable(key, false);
     const WChar* end = nullptr;
     const unsigned long number = platform::ParseHex(text, end);
     if (*end != 0 && !platform::IsSpace(*end))
-        return false;
+        return IsUsable(key, false);
     value = number;
     return true;
 }
@@ -511,6 +519,37 @@ bool IProfile::Read(const WString& key, std::uint64_t& value) const
     return ReadWhole(key, value);
 }
 
+BProblem IProfile::Problem() const
+{
+    const WString path = Store().GetPath();
+    if (dynamic_cast<const BIniProfile*>(this) != nullptr)
+        return Explained(m_problem, path);
+    BProblem problem = m_problem; // of a store whose path may be no file's
+    if (problem)
+        problem.path = path;
+    return problem;
+}
+
+bool IProfile::TellWritten(bool isWritten) const
+{
+    return Tell(m_problem, isWritten);
+}
+
+void IProfile::TellRead(EProblem code, const WString& key, int number) const
+{
+    if (code != EProblem::None)
+        TellValue(m_problem, code, m_section, key, number);
+    else if (m_problem)
+        m_problem = {};
+}
+
+bool IProfile::IsUsable(const WString& key, bool isValue) const
+{
+    if (!isValue)
+        TellRead(EProblem::OtherValue, key);
+    return isValue;
+}
+
 void IProfile::Found(const WString& key, const WString& text) const
 {
     WriteBack::Found(m_defaults, m_section, key, text);
@@ -581,11 +620,11 @@ bool IProfile::ReadWhole(const WString& key, Whole& value) const
         return false;
     switch (ReadLarge(text, value)) {
     case ELarge::Read: return true;
-    case ELarge::TooLarge: return false;
+    case ELarge::TooLarge: return IsUsable(key, false);
     case ELarge::None: break;
     }
     int number = 0;
-    if (!Convert(text, number))
+    if (!IsUsable(key, Convert(text, number)))
         return false;
     value = static_cast<Small>(number);
     return true;

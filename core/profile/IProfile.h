@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/BArray.h"
+#include "core/base/BProblem.h"
 #include "core/base/BSmartObj.h"
 #include "core/base/WString.h"
 #include "core/platform/Export.h"
@@ -173,7 +174,17 @@ public:
     bool Read(const WString& key, std::int64_t& value) const;
     bool Read(const WString& key, std::uint64_t& value) const;
 
+    /// Why the last reader or writer failed, whichever overload; none after one that was sound, and
+    /// after one of a store that does not tell.
+    [[nodiscard]] BProblem Problem() const;
+
 protected:
+    /// For a store: keeps as the problem what the system's last error says, or none where
+    /// `isWritten`. Its answer.
+    bool TellWritten(bool isWritten) const;
+    /// Keeps what is wrong with the value under `key` of the current section, or `None`.
+    void TellRead(EProblem code, const WString& key, int number = 0) const;
+
     /// Tells the text that the store holds under `key` of the current section, empty for none: what
     /// `GetString` reads there, whatever a derived one makes of it.
     void Found(const WString& key, const WString& text) const;
@@ -200,6 +211,8 @@ private:
     bool ReadWhole(const WString& key, Whole& value) const;
     template <class Integer>
     bool ReadInteger(const WString& key, Integer& value, int min, int max) const;
+    /// For a text that stands for a value or not. Its answer.
+    bool IsUsable(const WString& key, bool isValue) const;
     [[nodiscard]] IProfile& Store() const noexcept;
 
     WString m_path;
@@ -207,4 +220,5 @@ private:
     ETypes m_type = TypeNone;
     bool m_writeMissingKey = false;
     mutable PendingDefaults m_defaults;
+    mutable BProblem m_problem;
 };

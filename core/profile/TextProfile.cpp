@@ -46,14 +46,15 @@ bool IsMissing(const WString& path)
 
 } // namespace
 
-void MakeTextProfile(const WString& path, bool isNew)
+bool MakeTextProfile(const WString& path, bool isNew)
 {
-    if ((!isNew && !IsMissing(path)) || !MakeFolder(path))
-        return;
+    if (!isNew && !IsMissing(path))
+        return true;
+    if (!MakeFolder(path))
+        return false;
     const platform::ProfileUpdate update(path);
     // Another process may have made it, and written to it, meanwhile.
-    if (update.IsLocked() && (isNew || IsMissing(path)))
-        MakeEmptyFile(path);
+    return update.IsLocked() && ((!isNew && !IsMissing(path)) || MakeEmptyFile(path));
 }
 
 int WriteTextProfile(const WString& path, const WString& section, const WString& key,
@@ -73,4 +74,33 @@ int WriteTextProfile(const WString& path, const WString& section, const WString&
     const bool isWritten = replaced != nullptr ? update.ExchangeText(section, key, *replaced, value)
                                                : update.SetText(section, key, value);
     return isWritten ? kErrorNone : kErrorFileNotWritten;
+}
+
+bool Tell(BProblem& problem, bool isDone)
+{
+    if (!isDone)
+        problem = BProblem::OfSystem();
+    else if (problem)
+        problem = {};
+    return isDone;
+}
+
+void TellValue(BProblem& problem, EProblem code, const WString& section, const WString& key,
+               std::int64_t number)
+{
+    problem.code = code;
+    problem.systemError = 0;
+    problem.number = number;
+    problem.name = key;
+    problem.detail = section;
+}
+
+BProblem Explained(const BProblem& problem, const WString& path)
+{
+    BProblem explained = problem;
+    if (problem.code == EProblem::NoValue && !BFile().OpenShared(path, QD_W("rb")))
+        explained = BProblem::OfSystem();
+    if (explained)
+        explained.path = path;
+    return explained;
 }

@@ -91,5 +91,6 @@ bool VariantSource::Has(std::uint64_t size)
     if (size <= m_reader.Left())
         return true;
     m_reader.MoveTo(m_reader.Limit());
+    m_isCut = true;
     return false;
 }

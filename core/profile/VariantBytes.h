@@ -54,7 +54,14 @@ public:
         : m_reader(reader)
     {}
 
-    [[nodiscard]] bool Read(void* out, std::uint64_t size) { return m_reader.Read(out, size); }
+    [[nodiscard]] bool Read(void* out, std::uint64_t size)
+    {
+        const bool isRead = m_reader.Read(out, size);
+        m_isCut = m_isCut || !isRead;
+        return isRead;
+    }
+    /// Whether anything was not there as a whole.
+    [[nodiscard]] bool IsCut() const noexcept { return m_isCut; }
     /// Reads a text record; false when there is none, and when its text is cut short or does not
     /// end with a 0. The text is then empty, or what it was.
     [[nodiscard]] bool ReadText(BString& text);
@@ -64,4 +71,5 @@ public:
 
 private:
     BlockReader& m_reader;
+    bool m_isCut = false;
 };

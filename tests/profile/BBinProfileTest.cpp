@@ -160,6 +160,52 @@ TEST(BBinProfile, ReadsWhatADamagedFileStillHolds)
     }
 }
 
+TEST(BBinProfile, TellsWhatIsWrongWithItsFile)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p");
+    BBinProfile made(path, ProfileReadWrite);
+    EXPECT_FALSE(made.Problem()) << "it is made";
+    EXPECT_TRUE(made.Save()) << "nothing to save";
+    EXPECT_FALSE(std::filesystem::exists(folder / "p"));
+    made.WriteInt(QD_W("a"), 1);
+    EXPECT_TRUE(made.Save());
+    const std::string whole = FileBytes(folder / "p");
+    made.WriteInt(QD_W("b"), 1);
+    std::filesystem::remove(folder / "p");
+    std::filesystem::create_directory(folder / "p");
+    EXPECT_FALSE(made.Save());
+    EXPECT_TRUE(made.Problem());
+    std::filesystem::remove(folder / "p");
+    EXPECT_TRUE(made.Save()) << "the changes were kept";
+    EXPECT_FALSE(made.Problem());
+    EXPECT_GT(FileBytes(folder / "p").size(), whole.size());
+
+    struct Case {
+        std::string bytes;
+        const WChar* text;
+    };
+    const Case cases[] = {
+        {whole, QD_W("")},
+        {"[default]", QD_W(": no binary profile")},
+        {whole.substr(0, 3), QD_W(": no binary profile")},
+        {whole.substr(0, 4), QD_W("")},
+        {whole.substr(0, 6), QD_W(": damaged at byte 4")},
+        {whole.substr(0, whole.size() - 6), QD_W(": damaged at byte 4")},
+        {whole.substr(0, whole.size() - 1), QD_W(": damaged at byte 4")},
+        {whole + "x", nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        WriteFileBytes(folder / "p", c.bytes);
+        const BBinProfile profile(path, ProfileReadOnly);
+        WString expected = c.text != nullptr ? c.text : QD_W(": damaged at byte ");
+        if (c.text == nullptr)
+            expected += WString::FromInt(static_cast<int>(whole.size()));
+        EXPECT_EQ(profile.Problem().Text(), expected.IsEmpty() ? expected : path + expected);
+    }
+}
+
 TEST(BBinProfile, ReadsNarrowKeysAndSavesThemWide)
 {
     const TemporaryFolder folder;

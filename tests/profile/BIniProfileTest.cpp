@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -133,6 +134,55 @@ TEST_F(BIniProfileFile, ADefaultGoesThroughItsOwnWriterAndReplacesNothingThatCam
         EXPECT_EQ(profile.GetInt(QD_W("missing"), 7), 8);
         profile.Init();
         EXPECT_FALSE(profile.WriteMissingKey());
+    }
+}
+
+TEST_F(BIniProfileFile, TellsWhyAReaderOrAWriterFailed)
+{
+    const BIniProfile profile(m_path, QD_W("s"), false);
+    int number = 0;
+    bool truth = false;
+    float real = 0;
+    unsigned short hex = 0;
+    _SYSTEMTIME time = {};
+    EXPECT_FALSE(profile.Read(QD_W("n"), number, 1, 9));
+    EXPECT_EQ(profile.Problem().code, EProblem::NotThere);
+    WriteFileBytes(m_file, "[s]\r\nn=10\r\ntext=abc\r\n");
+    EXPECT_TRUE(profile.Read(QD_W("n"), number, 1, 10));
+    EXPECT_FALSE(profile.Problem());
+    struct Case {
+        std::function<bool()> read;
+        EProblem code;
+        const WChar* text;
+    };
+    const Case cases[] = {
+        {[&] { return profile.Read(QD_W("n"), number, -2, 0); }, EProblem::OutOfRange,
+         QD_W("10 under \"n\" in section \"s\" is out of range")},
+        {[&] { return profile.Read(QD_W("none"), real); }, EProblem::NoValue,
+         QD_W("no value under \"none\" in section \"s\"")},
+        {[&] { return profile.ReadMem(QD_W("none"), &real, 4); }, EProblem::NoValue,
+         QD_W("no value under \"none\" in section \"s\"")},
+        {[&] { return profile.Read(QD_W("text"), number, 1, 9); }, EProblem::OtherValue, nullptr},
+        {[&] { return profile.Read(QD_W("text"), real); }, EProblem::OtherValue, nullptr},
+        {[&] { return profile.Read(QD_W("text"), truth); }, EProblem::OtherValue, nullptr},
+        {[&] { return profile.Read(QD_W("text"), time); }, EProblem::OtherValue, nullptr},
+        {[&] { return profile.ReadHex(QD_W("n"), hex); }, EProblem::OtherValue, nullptr},
+        {[&] { return profile.LoadSection(QD_W("t"), nullptr); }, EProblem::NoValue,
+         QD_W("no value in section \"t\"")},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        EXPECT_FALSE(c.read());
+        EXPECT_EQ(profile.Problem().code, c.code);
+        EXPECT_TRUE(c.text == nullptr || profile.Problem().Text() == m_path + QD_W(": ") + c.text);
+        profile.SetSection(QD_W("s"));
+        EXPECT_TRUE(profile.Read(QD_W("n"), number, 1, 10));
+        EXPECT_FALSE(profile.Problem());
+    }
+    const BIniProfile below(m_path + QD_W("/below.ini"), QD_W("s"), true);
+    for (const bool isWriter : {true, false}) {
+        EXPECT_FALSE(isWriter ? below.Write(QD_W("n"), 1) : below.Read(QD_W("n"), number, 1, 9));
+        EXPECT_TRUE(below.Problem().systemError != 0);
     }
 }
 

@@ -153,6 +153,52 @@ TYPED_TEST(BProfileBaseTest, ThrowsBeforeItWritesWhenItMayOnlyRead)
     EXPECT_EQ(FileBytes(this->m_file), bytes);
 }
 
+TYPED_TEST(BProfileBaseTest, TellsWhyAReaderGaveItsDefault)
+{
+    TypeParam missing = this->Open(ProfileReadOnly);
+    EXPECT_EQ(missing.ReadInt(QD_W("w"), 1), 1);
+    EXPECT_EQ(missing.Problem().code, EProblem::NotThere);
+    this->Open(ProfileReadWrite).WriteString(QD_W("text"), QD_W("a"));
+
+    TypeParam profile = this->Open(ProfileReadOnly);
+    EXPECT_FALSE(profile.Problem());
+    int block = 0;
+    const std::function<void()> missed[] = {
+        [&] { EXPECT_EQ(profile.ReadInt(QD_W("w"), 1), 1); },
+        [&] { EXPECT_EQ(profile.ReadDouble(QD_W("w"), 1), 1); },
+        [&] { EXPECT_EQ(profile.ReadString(QD_W("w"), QD_W("b")), QD_W("b")); },
+        [&] { EXPECT_EQ(profile.ReadString(QD_W("w"), QD_W("")), QD_W("")); },
+        [&] { EXPECT_TRUE(profile.ReadBoolean(QD_W("w"), true)); },
+        [&] { EXPECT_FALSE(profile.ReadMem(QD_W("w"), &block, sizeof block)); },
+    };
+    const std::function<void()> others[] = {
+        [&] { EXPECT_EQ(profile.ReadInt(QD_W("text"), 1), 1); },
+        [&] { EXPECT_EQ(profile.ReadDouble(QD_W("text"), 1), 1); },
+        [&] { EXPECT_FALSE(profile.ReadMem(QD_W("text"), &block, sizeof block)); },
+    };
+    const BProfileBase& base = profile;
+    const auto isSoundAgain = [&] {
+        EXPECT_EQ(profile.ReadString(QD_W("text"), QD_W("a")), QD_W("a"));
+        return !base.Problem();
+    };
+    for (const auto& read : missed) {
+        read();
+        EXPECT_EQ(base.Problem().Text(),
+                  this->m_path + QD_W(": no value under \"w\" in section \"default\""));
+        EXPECT_TRUE(isSoundAgain());
+    }
+    for (const auto& read : others) {
+        read();
+        EXPECT_EQ(base.Problem().Text(),
+                  this->m_path + QD_W(": no such value under \"text\" in section \"default\""));
+        EXPECT_TRUE(isSoundAgain());
+    }
+    TypeParam filled = this->Open(ProfileReadWrite);
+    EXPECT_TRUE(filled.WriteInt(QD_W("w"), filled.ReadInt(QD_W("w"), 1)));
+    EXPECT_EQ(filled.ReadInt(QD_W("w"), 0), 1);
+    EXPECT_FALSE(filled.Problem());
+}
+
 TEST(OpenProfile, GoesByWhatAFileHolds)
 {
     const TemporaryFolder folder;

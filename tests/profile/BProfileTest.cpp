@@ -147,8 +147,11 @@ TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
     const WString below = m_folder.Path("settings.ini/below.ini");
     EXPECT_EQ(BProfile::WriteString(below, QD_W("S"), QD_W("k"), QD_W("v")), kErrorFileNotWritten);
     BProfile profile(below, ProfileNew);
+    EXPECT_NE(profile.Problem().systemError, 0);
     EXPECT_FALSE(profile.WriteInt(QD_W("k"), 1));
+    EXPECT_NE(profile.Problem().systemError, 0);
     EXPECT_FALSE(profile.IsValid());
+    EXPECT_EQ(profile.Problem().code, EProblem::NotThere);
     EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
     EXPECT_EQ(FileBytes(m_file), text);
 }

@@ -7,6 +7,7 @@
 #include "core/platform/posix/ProfileCache.h"
 #include "core/platform/posix/ProfileLock.h"
 
+#include <cerrno>
 #include <list>
 #include <mutex>
 #include <new>
@@ -83,6 +84,7 @@ try {
     files.Keep(taken);
     return true;
 } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
     return false;
 }
 
@@ -163,7 +165,7 @@ ProfileUpdate::ProfileUpdate(const WChar* path) noexcept
         if (state->lock.IsHeld())
             m_state = std::move(state);
     } catch (const std::bad_alloc&) {
-        // nothing can be written then
+        errno = ENOMEM; // nothing can be written then
     }
 }
 
@@ -196,6 +198,7 @@ try {
     return SetText(section, key,
                    EncodeBlock(static_cast<const unsigned char*>(data), size).c_str());
 } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
     return false;
 }
 

@@ -213,9 +213,13 @@ ProfileFile::ELoad ProfileFile::Load()
     if (!file.IsOpen())
         return IsMissing(errno) ? ELoad::Missing : ELoad::Failed;
     struct stat before = {}, after = {};
-    if (::fstat(file.Get(), &before) != 0 || !S_ISREG(before.st_mode) ||
-        before.st_size > static_cast<off_t>(IniText<char>::kMostUnits))
+    if (::fstat(file.Get(), &before) != 0)
         return ELoad::Failed;
+    if (!S_ISREG(before.st_mode) ||
+        before.st_size > static_cast<off_t>(IniText<char>::kMostUnits)) {
+        errno = S_ISDIR(before.st_mode) ? EISDIR : S_ISREG(before.st_mode) ? EFBIG : EINVAL;
+        return ELoad::Failed;
+    }
     std::optional<std::string> bytes =
         ReadAll(file.Get(), static_cast<std::size_t>(before.st_size));
     if (!bytes || ::fstat(file.Get(), &after) != 0)
@@ -249,8 +253,10 @@ void ProfileFile::Parse(std::string bytes)
 std::optional<std::string> ProfileFile::Bytes(std::size_t from) const
 {
     const auto length = [](const auto& text) { return text.Whole().size(); };
-    if (std::visit(length, m_text) > IniText<char>::kMostUnits)
+    if (std::visit(length, m_text) > IniText<char>::kMostUnits) {
+        errno = EFBIG;
         return std::nullopt;
+    }
     if (m_encoding == EEncoding::Ansi)
         return std::get<0>(m_text).Whole().substr(from);
     WideText units = std::get<1>(m_text).Whole().substr(from);
@@ -282,6 +288,8 @@ std::optional<bool> ProfileFile::Append()
     if (written != static_cast<ssize_t>(tail->size())) {
         // What a full disk took of it goes again.
         [[maybe_unused]] const int isCut = written > 0 ? ::ftruncate(file.Get(), m_stamp.size) : 0;
+        if (written > 0)
+            errno = ENOSPC;
         return false;
     }
     const timespec now = GiveExactTime(file.Get());

@@ -82,8 +82,10 @@ ProfileUpdate::ProfileUpdate(const WChar* path) noexcept
         state->isOwner = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
         if (result != WAIT_TIMEOUT)
             m_state = std::move(state);
+        else
+            ::SetLastError(ERROR_BUSY);
     } catch (const std::bad_alloc&) {
-        // nothing can be written then
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY); // nothing can be written then
     }
 }
 

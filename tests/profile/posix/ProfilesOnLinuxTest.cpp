@@ -33,7 +33,9 @@ TEST(BProfileOnLinux, NothingReplacesAFileThatCannotBeRead)
             BProfile profile(folder.Path(name), ProfileReadWrite);
             return ::access((folder / "unread.ini").c_str(), R_OK) == 0 || // nobody's superior
                    (!profile.WriteInt(u"k", 3) && profile.ReadInt(u"k", 4) == 4 &&
-                    !profile.WriteString(u"k", u"\u6E2C"));
+                    profile.Problem().code == EProblem::NoPermission &&
+                    !profile.WriteString(u"k", u"\u6E2C") &&
+                    profile.Problem().code == EProblem::NoPermission);
         })) << name;
     }
     EXPECT_TRUE(HoldsForNobody([&] {
@@ -54,7 +56,9 @@ TEST(BProfileOnLinux, AValueThatNeedsUnicodeIsWrittenWholeOrNotAtAll)
     const std::string text = "[default]\r\nk=1\r\n" + std::string(100'000, ';');
     WriteFileBytes(folder / "p.ini", text);
     const ResourceLimit limit(RLIMIT_FSIZE, 150'000);
-    EXPECT_FALSE(BProfile(folder.Path("p.ini"), ProfileReadWrite).WriteString(u"k", u"\u6E2C"));
+    BProfile profile(folder.Path("p.ini"), ProfileReadWrite);
+    EXPECT_FALSE(profile.WriteString(u"k", u"\u6E2C"));
+    EXPECT_EQ(profile.Problem().code, EProblem::NoRoom);
     EXPECT_EQ(FileBytes(folder / "p.ini"), text);
 }
 
@@ -69,6 +73,9 @@ TEST(BBinProfileOnLinux, KeepsTheOldFileWhenTheDiskIsFull)
         BBinProfile profile(folder.Path("p"), ProfileReadWrite);
         for (int i = 0; i < 10'000; ++i)
             profile.WriteInt(i, QD_W("key"), i);
+        const bool isSaved = profile.Save();
+        EXPECT_EQ(isSaved, size == 1'000'000U);
+        EXPECT_EQ(profile.Problem().code, isSaved ? EProblem::None : EProblem::NoRoom);
     }
     EXPECT_EQ(BBinProfile(folder.Path("p"), ProfileReadOnly).ReadInt(9'999, QD_W("key"), 0), 9'999);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
@@ -91,6 +98,8 @@ TEST(BBinProfileOnLinux, KeepsAFileThatItCouldNotOpen)
             EXPECT_TRUE(profile.Read());
         }
         EXPECT_TRUE(profile.IsValid());
+        EXPECT_EQ(profile.Problem().Text(),
+                  folder.Path("p") + u": the system failed (Too many open files)");
         EXPECT_FALSE(profile.WriteInt(QD_W("b"), 2));
         profile.DeleteKey(QD_W("a")); // it was read before
         EXPECT_FALSE(profile.Write());
@@ -104,7 +113,9 @@ TEST(BBinProfileOnLinux, KeepsAFileWhoseReadFails)
     // This file opens, and each read at its start is an error.
     const TemporaryFolder folder;
     std::filesystem::create_symlink("/proc/self/mem", folder / "p");
-    EXPECT_EQ(OpenProfile(folder.Path("p")), nullptr);
+    BProblem problem;
+    EXPECT_EQ(OpenProfile(folder.Path("p"), problem), nullptr);
+    EXPECT_EQ(problem.code, EProblem::System);
     BBinProfile profile(folder.Path("p"), ProfileReadWrite);
     EXPECT_TRUE(profile.IsValid());
     EXPECT_FALSE(profile.WriteString(QD_W("b"), QD_W("2")));
