@@ -3,7 +3,6 @@
 #include "core/archive/BArchive.h"
 #include "core/base/BArray.h"
 #include "core/base/BProblem.h"
-#include "core/base/BString.h"
 #include "core/base/ClassRegistry.h"
 #include "core/tree/BNode.h"
 #include "support/SaveArchive.h"
@@ -147,7 +146,7 @@ SP<Probe> OpenProbe(const WString& path)
     const SP<BSmartObj> object = archive.TakeOut("probe");
     if (BProblem problem = archive.Problem()) { // also where only a part is missing
         problem.path.Clear();                   // the user has just chosen it
-        std::printf("The probe did not load: %s.\n", problem.Text().AsString().CStr());
+        std::printf("The probe did not load: %s.\n", problem.Text().AsUtf8().c_str());
         if (problem.code == EProblem::NewerFormat)
             std::puts("Please update the program.");
     }

@@ -19,7 +19,7 @@ int main()
     ShowSettings(folder);
     ShowSettingsDialogue(folder);
     ShowOperations();
-    ShowTexts();
+    ShowTexts(folder);
     ShowTranslation(folder);
     ShowComingFrom(folder);
     std::filesystem::remove_all(path);

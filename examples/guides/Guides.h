@@ -11,6 +11,6 @@ void ShowTrees();
 void ShowSettings(const WString& folder);
 void ShowSettingsDialogue(const WString& folder);
 void ShowOperations();
-void ShowTexts();
+void ShowTexts(const WString& folder);
 void ShowTranslation(const WString& folder);
 void ShowComingFrom(const WString& folder);

@@ -1,6 +1,6 @@
 // The code of docs/settings.md.
 
-#include "core/base/BString.h"
+#include "core/base/BProblem.h"
 #include "core/base/ErrorCodes.h"
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BConfig.h"
@@ -32,6 +32,16 @@ void SaveView(const WString& path, const double (&matrix)[6])
     for (int i = 0; i < 6; ++i)
         profile.WriteDouble(i, QD_W("Matrix"), matrix[i]); // Matrix0 to Matrix5, every bit kept
 } // written when the profile is destroyed
+
+bool SaveZoom(const WString& path, double zoom)
+{
+    BBinProfile profile(path, ProfileReadWrite);
+    profile.WriteDouble(QD_W("Zoom"), zoom);
+    if (profile.Save())
+        return true;
+    std::printf("%s\n", profile.Problem().Text().AsUtf8().c_str());
+    return false;
+}
 
 double ReadFirstOfView(const WString& path)
 {
@@ -75,6 +85,12 @@ void ShowSettings(const WString& folder)
     SaveView(binary, {0.1, 0, 0, 0, 1, 0});
     std::printf("The view begins with %.17g, that of a file without one with %g.\n",
                 ReadFirstOfView(binary), ReadFirstOfView(text));
+    std::puts(SaveZoom(binary, 1.5) ? "The zoom was saved." : "The zoom was lost.");
+    BProfile reading(text, ProfileReadOnly);
+    static_cast<void>(reading.ReadInt(QD_W("Depth"), 3));
+    BProblem problem = reading.Problem();
+    problem.path.Clear();
+    std::printf("Depth: %s\n", problem.Text().AsUtf8().c_str());
     const SP<BConfig> config = new EmptyConfig;
     std::printf("Without a registry there are %d recent files.\n", ReadRecentCount(*config));
 }

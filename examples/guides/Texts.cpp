@@ -1,6 +1,8 @@
 // The code of docs/texts.md.
 
+#include "core/base/BProblem.h"
 #include "core/base/BString.h"
+#include "core/base/ErrorCodes.h"
 #include "core/base/WString.h"
 #include "core/language/BLanguageMap.h"
 
@@ -53,7 +55,24 @@ static void ShowUnicode()
     std::cout << (isWhole ? "whole" : "not whole") << ", " << bytes.size() << " bytes" << std::endl;
 }
 
-void ShowTexts()
+void Import(BLanguageMap& map, const WString& path)
+{
+    if (map.ImportMapFile(path, nullptr, false, true) == kErrorNone)
+        return;
+    BProblem problem = map.Problem();
+    problem.path.Clear();
+    std::printf("%s\n", problem.Text().AsUtf8().c_str());
+}
+
+static void ShowFault(const WString& path)
+{
+    BLanguageMap map;
+    map.Add(QD_W("$IDS_Scans"), QD_W("scans"), QD_W("Aufnahmen"), false, false);
+    map.ExportMapFile(path);
+    Import(map, path);
+}
+
+void ShowTexts(const WString& folder)
 {
     std::puts(Caption(QD_W("Housing.stl"), 3, 0.05).AsString());
     std::printf("Sum: %g\n", Sum(QD_W("3;4;x;5")));
@@ -64,4 +83,5 @@ void ShowTexts()
     map.Add(QD_W("$IDS_Scans"), QD_W("scans"), QD_W("Aufnahmen"), false, false);
     const WString shown = map.TranslateExt(QD_W("3 $IDS_Scans")); // "3 Aufnahmen"
     std::puts(shown.AsString());
+    ShowFault(folder + QD_W("texts.lng"));
 }
