@@ -22,6 +22,14 @@ constexpr int kDeepest = 64; // destructors of nodes that may run inside one ano
 
 // What a destroyed node held, let go of from the end to the beginning.
 struct BNode::Released {
+    void LetGo() noexcept
+    {
+        children = ChildList();
+        annotations = nullptr;
+        attributes = AttributeList();
+        object = nullptr;
+    }
+
     SP<BSmartObj> object;
     AttributeList attributes;
     std::unique_ptr<Annotations> annotations;
@@ -42,9 +50,7 @@ struct BNode::Releasing {
         if (depth >= kDeepest && PutAside(held))
             return;
         ++depth;
-        {
-            const Released dying = std::move(held);
-        }
+        held.LetGo();
         --depth;
     }
     // Without memory it goes deeper, which mostly ends well.
@@ -67,7 +73,8 @@ struct BNode::Releasing {
     }
 };
 
-thread_local BNode::Releasing* BNode::Releasing::current = nullptr;
+// Said here as well, or the compiler forgets it and calls for the variable.
+QD_QUICK_THREAD_LOCAL thread_local BNode::Releasing* BNode::Releasing::current = nullptr;
 
 BNode::~BNode()
 {
