@@ -246,29 +246,30 @@ const SP<BSmartObj>& Loader::Rebuild(std::uint32_t number, BArchive& archive)
     if (!ReadObjectHeader(file, m_version, header)) // it was whole when the archive was opened
         return record.object;
     file.SetLimit(file.Position() + header.payloadSize);
-    SP<BSmartObj> object = CallRead(number, header, archive);
+    EProblem fault = EProblem::ObjectUnread;
+    SP<BSmartObj> object = CallRead(header, archive, fault);
     if (object && IsNew(*object))
         m_rebuilt.Append(number);
     else if (object)
         m_doubles.push_back(number);
+    else
+        LeaveOut(fault, number);
     record.object = std::move(object);
     return record.object;
 }
 
-SP<BSmartObj> Loader::CallRead(std::uint32_t number, const ObjectHeader& header, BArchive& archive)
+// `fault` becomes why it gives null, unless that is the class's own doing.
+SP<BSmartObj> Loader::CallRead(const ObjectHeader& header, BArchive& archive, EProblem& fault)
 {
     const ReadFunction read = FindReadFunction(header.className);
     if (read == nullptr) {
-        LeaveOut(EProblem::UnknownClass, number);
+        fault = EProblem::UnknownClass;
         return nullptr;
     }
     try {
-        SP<BSmartObj> object = read(archive, header.version);
-        if (!object)
-            LeaveOut(EProblem::ObjectUnread, number);
-        return object;
+        return read(archive, header.version);
     } catch (ARCHIVE_EXCEPTION) {
-        LeaveOut(EProblem::Damaged, number);
+        fault = EProblem::Damaged;
         return nullptr;
     }
 }

@@ -69,8 +69,8 @@ private:
     [[nodiscard]] SP<BSmartObj> TakeOutInside(std::uint32_t number, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> RebuildBetween(std::uint32_t number, BArchive& archive);
     [[nodiscard]] const SP<BSmartObj>& Rebuild(std::uint32_t number, BArchive& archive);
-    [[nodiscard]] SP<BSmartObj> CallRead(std::uint32_t number, const ObjectHeader& header,
-                                         BArchive& archive);
+    [[nodiscard]] SP<BSmartObj> CallRead(const ObjectHeader& header, BArchive& archive,
+                                         EProblem& fault);
     [[nodiscard]] BProblem OfRecord(EProblem code, std::uint32_t number) noexcept;
     void LeaveOut(EProblem code, std::uint32_t number);
     void TellFileFailure();
