@@ -169,6 +169,7 @@ void RecordInspector::InspectAll()
             TellFurther(head);
             break;
         }
+        m_report.TellProgress(head.position, file.Size());
         m_uses.Add(m_count + 1);
         ShowRecord(head);
         CheckRecord(head);

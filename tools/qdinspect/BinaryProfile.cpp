@@ -201,6 +201,7 @@ template <class Text>
 bool BinaryProfileInspector::InspectRecord()
 {
     const std::uint64_t start = m_file.Position();
+    m_report.TellProgress(start, m_file.Size());
     VariantSource source(m_file);
     Text key;
     if (!source.ReadText(key)) {

@@ -113,8 +113,22 @@ CLI::App& AddCommand(CLI::App& app, Options& options, ECommand which, const char
     command.add_option("FILE", options.path, "The file to inspect")->required();
     command.add_option("--kind", options.kind, "Take the file for one of this kind")
         ->transform(CLI::CheckedTransformer(Kinds()).description(""))
-        ->option_text("archive|binary|text|language|log");
+        ->type_name("archive|binary|text|language|log");
     return command;
+}
+
+void AddColour(CLI::App& command, Options& options)
+{
+    using Colours = std::map<std::string, EColour>;
+    const Colours colours = {
+        {"auto", EColour::Auto}, {"always", EColour::Always}, {"never", EColour::Never}};
+    command
+        .add_option(
+            "--color", options.colour,
+            "Whether what is wrong is coloured; otherwise on a terminal, unless NO_COLOR is "
+            "set in the environment")
+        ->transform(CLI::CheckedTransformer(colours).description(""))
+        ->type_name("auto|always|never");
 }
 
 void AddConversion(CLI::App& command, Options& options)
@@ -130,14 +144,14 @@ void AddConversion(CLI::App& command, Options& options)
                     "The other kind of profile; without it a binary profile gets wide keys, and a "
                     "text becomes UTF-16")
         ->transform(CLI::CheckedTransformer(profiles).description(""))
-        ->option_text("binary|text");
+        ->type_name("binary|text");
     command
         .add_option("--encoding", options.encoding,
                     "What a text without a byte-order mark is written in; otherwise a profile is "
                     "in the ANSI code page, as programs read it, and a language file in UTF-8 "
                     "where it can be")
         ->transform(CLI::CheckedTransformer(encodings).description(""))
-        ->option_text("ansi|utf-8");
+        ->type_name("ansi|utf-8");
 }
 
 } // namespace
@@ -164,14 +178,17 @@ void DescribeCommands(CLI::App& app, Options& options)
                          const char* examples) -> CLI::App& {
         return AddCommand(app, options, which, name, description, examples);
     };
-    add(ECommand::Show, "show", "Print what the file holds (the default)", kShowExamples)
-        .add_flag("--all", options.showsAll, "Print long lists whole");
-    add(ECommand::Check, "check", "Print the damage alone, as messages", kCheckExamples);
+    CLI::App& show =
+        add(ECommand::Show, "show", "Print what the file holds (the default)", kShowExamples);
+    show.add_flag("--all", options.showsAll, "Print long lists whole");
+    AddColour(show, options);
+    AddColour(add(ECommand::Check, "check", "Print the damage alone, as messages", kCheckExamples),
+              options);
     add(ECommand::Lint, "lint", "Print what is wrong or suspicious in a language file, for a CI",
         kLintExamples)
         .add_option("--sources", options.sources,
                     "Look in the files of this folder for the keys that programs use")
-        ->option_text("DIR")
+        ->type_name("DIR")
         ->allow_extra_args(false);
     CLI::App& exporting = add(ECommand::Export, "export",
                               "Write what the file holds to the standard output", kExportExamples);

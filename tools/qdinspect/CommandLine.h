@@ -10,6 +10,8 @@
 
 enum class ECommand { Show, Check, Lint, Export, Recover, Convert, Diff };
 
+enum class EColour { Auto, Always, Never };
+
 /// What the caller asks for.
 struct Options {
     std::string path;
@@ -20,6 +22,8 @@ struct Options {
     std::optional<EEncoding> encoding; // to convert from: by the content
     bool showsAll = false;
     bool asPage = false; // not as JSON
+    EColour colour = EColour::Auto;
+    bool hasColours = false; // what comes of it where the output goes
     ECommand command = ECommand::Show;
 };
 

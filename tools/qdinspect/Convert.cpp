@@ -1,6 +1,7 @@
 #include "tools/qdinspect/Convert.h"
 
 #include "core/base/BlockReader.h"
+#include "core/file/StdPath.h"
 #include "core/profile/BBinProfile.h"
 #include "core/profile/BProfile.h"
 
@@ -53,7 +54,7 @@ public:
     {
         std::error_code ignored;
         if (!m_isKept)
-            std::filesystem::remove(std::filesystem::path(m_path), ignored);
+            std::filesystem::remove(QDToStdPath(m_path.c_str()), ignored);
     }
     NewProfile(const NewProfile&) = delete;
     NewProfile& operator=(const NewProfile&) = delete;

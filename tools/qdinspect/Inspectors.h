@@ -5,6 +5,7 @@
 #include <iosfwd>
 
 class BlockReader;
+class Progress;
 class Report;
 
 // Each inspector prints what a file holds, without the classes or the program that wrote it, and
@@ -29,7 +30,7 @@ enum class EOutcome { Whole, Lossy, Failed };
 
 /// Writes what is whole in a file into a new one of its kind, and tells in lines what was left out.
 [[nodiscard]] EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,
-                                      std::ostream& messages);
+                                      std::ostream& messages, Progress& progress);
 [[nodiscard]] EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
                                             std::ostream& out, std::ostream& losses);
 [[nodiscard]] EOutcome RecoverTextProfile(BlockReader& file, const platform::WideText& newPath,

@@ -74,7 +74,7 @@ void SourceKeys::Search(const std::filesystem::path& folder)
 
 void SourceKeys::SearchFile(const std::filesystem::path& path)
 {
-    BlockReader file(platform::OpenStream(path.string<WChar>().c_str(), QD_W("rb")));
+    BlockReader file(platform::OpenStream(WideOf(path).c_str(), QD_W("rb")));
     if (!file.IsGood() || file.Size() > kLargestSource || !LooksLikeText(file) ||
         KindOf(file) == EKind::Language || KindInAnyEncoding(file) == EKind::Language)
         return;

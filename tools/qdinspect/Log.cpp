@@ -142,7 +142,9 @@ void InspectLog(WideView text, Report& report)
 {
     report.Line() << "profiler's log\n";
     LogInspector inspector(report);
-    while (!text.empty())
-        inspector.InspectLine(TakeLine(text));
+    for (WideView rest = text; !rest.empty();) {
+        report.TellProgress(text.size() - rest.size(), text.size());
+        inspector.InspectLine(TakeLine(rest));
+    }
     inspector.End();
 }

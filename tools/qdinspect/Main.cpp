@@ -15,6 +15,7 @@
 #include "tools/qdinspect/ArchiveDiff.h"
 #include "tools/qdinspect/BinaryProfile.h"
 #include "tools/qdinspect/CommandLine.h"
+#include "tools/qdinspect/Console.h"
 #include "tools/qdinspect/Convert.h"
 #include "tools/qdinspect/Diff.h"
 #include "tools/qdinspect/FileKind.h"
@@ -23,15 +24,19 @@
 #include "tools/qdinspect/LogDiff.h"
 #include "tools/qdinspect/Page.h"
 #include "tools/qdinspect/Paths.h"
+#include "tools/qdinspect/Progress.h"
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -78,22 +83,33 @@ std::string NameOf(EKind kind)
     return std::ranges::find(Kinds(), kind, [](const auto& entry) { return entry.second; })->first;
 }
 
-int Inspect(ECommand command, EKind kind, BlockReader& file, const WideText& path, bool showsAll)
+int Inspect(const Options& options, EKind kind, BlockReader& file, const WideText& path,
+            Progress& progress)
+{
+    const bool shows = options.command == ECommand::Show;
+    std::ostream silent(nullptr);
+    std::ostream& messages = shows ? std::cout : std::cerr;
+    Report report(shows ? std::cout : silent, messages, shows ? messages : silent,
+                  options.showsAll);
+    if (options.hasColours)
+        report.UseColours();
+    report.ShowProgressOn(progress);
+    InspectAs(kind, file, path, report);
+    report.TellWhole();
+    return report.IsWhole() ? kWhole : kDamaged;
+}
+
+int ExportJson(const Options& options, EKind kind, BlockReader& file, const WideText& path,
+               Progress& progress)
 {
     std::ostream silent(nullptr);
-    std::ostream& out = command == ECommand::Show ? std::cout : silent;
-    std::ostream& messages = command == ECommand::Show ? std::cout : std::cerr;
-    Report report(out, messages, command == ECommand::Check ? silent : messages, showsAll);
+    Report report(silent, silent, silent, options.showsAll);
     JsonExport entries(std::cout);
-    if (command == ECommand::Export) {
-        report.ExportTo(entries);
-        entries.Property("kind", NameOf(kind));
-    }
+    report.ExportTo(entries);
+    report.ShowProgressOn(progress);
+    entries.Property("kind", NameOf(kind));
     InspectAs(kind, file, path, report);
-    if (command == ECommand::Export)
-        entries.End(report);
-    if (command != ECommand::Export)
-        messages << (report.IsWhole() ? "The file is whole.\n" : "The file is damaged.\n");
+    entries.End(report);
     return report.IsWhole() ? kWhole : kDamaged;
 }
 
@@ -121,18 +137,20 @@ std::string Hindrance(const std::string& newPath)
 // As the system looks elsewhere for a text profile whose path is not.
 WideText Absolute(const std::string& path)
 {
-    return std::filesystem::absolute(PathOf(path)).string<WChar>();
+    return WideOf(std::filesystem::absolute(PathOf(path)));
 }
 
 // Reads the file twice: the page begins with what is wrong.
-int ExportPage(const Options& options, EKind kind, BlockReader& file, const WideText& path)
+int ExportPage(const Options& options, EKind kind, BlockReader& file, const WideText& path,
+               Progress& progress)
 {
     std::ostream silent(nullptr);
     PageSurvey survey;
     Report first(silent, silent, silent, options.showsAll);
     first.ExportTo(survey);
+    first.ShowProgressOn(progress);
     InspectAs(kind, file, path, first);
-    const auto name = std::filesystem::path(path).filename().string<WChar>();
+    const auto name = WideOf(QDToStdPath(path.c_str()).filename());
     const PageSubject subject = {.name = Utf8(WideView(name)),
                                  .kind = kind,
                                  .findings = first.Findings(),
@@ -146,14 +164,14 @@ int ExportPage(const Options& options, EKind kind, BlockReader& file, const Wide
     return first.IsWhole() ? kWhole : kDamaged;
 }
 
-int Recover(const Options& options, EKind kind, BlockReader& file)
+int Recover(const Options& options, EKind kind, BlockReader& file, Progress& progress)
 {
     if (const std::string hindrance = Hindrance(options.newPath); !hindrance.empty())
         return Nothing(options, hindrance);
     EOutcome outcome = EOutcome::Failed;
-    const auto path = PathOf(options.newPath).string<WChar>();
+    const auto path = WideOf(PathOf(options.newPath));
     switch (kind) {
-    case EKind::Archive: outcome = RecoverArchive(file, path, std::cout); break;
+    case EKind::Archive: outcome = RecoverArchive(file, path, std::cout, progress); break;
     case EKind::BinaryProfile:
         outcome = RecoverBinaryProfile(file, path, std::cout, std::cout);
         break;
@@ -233,7 +251,7 @@ bool DiffEntries(EKind kind, BlockReader& file, const WideText& path, BlockReade
 // The kind of the second file is that of the first.
 int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& path)
 {
-    const auto otherPath = PathOf(options.newPath).string<WChar>();
+    const auto otherPath = WideOf(PathOf(options.newPath));
     BlockReader other(platform::OpenStream(otherPath.c_str(), QD_W("rb")));
     if (!other.IsGood())
         return Nothing(options, options.newPath + " cannot be opened");
@@ -257,7 +275,7 @@ int Inspect(const Options& options)
     const std::filesystem::path path = PathOf(options.path);
     if (std::filesystem::is_directory(path))
         return Nothing(options, "it is a folder");
-    const auto widePath = path.string<WChar>();
+    const auto widePath = WideOf(path);
     BlockReader file(platform::OpenStream(widePath.c_str(), QD_W("rb")));
     if (!file.IsGood())
         return Nothing(options, "the file cannot be opened");
@@ -276,27 +294,43 @@ int Inspect(const Options& options)
         return Diff(options, kind, file, widePath);
     if (IsText(kind) && file.Size() > kLargestText)
         return Nothing(options, "the file is too large for a text");
+    // Beside what a terminal shows of the content, a bar would only be in the way.
+    Progress progress(IsTerminal(EStream::Err) &&
+                      (options.command != ECommand::Export || !IsTerminal(EStream::Out)));
     if (options.command == ECommand::Recover)
-        return Recover(options, kind, file);
+        return Recover(options, kind, file, progress);
     if (options.command == ECommand::Convert)
         return Convert(options, kind, file);
     if (options.command == ECommand::Export && options.asPage)
-        return ExportPage(options, kind, file, widePath);
+        return ExportPage(options, kind, file, widePath, progress);
+    if (options.command == ECommand::Export)
+        return ExportJson(options, kind, file, widePath, progress);
     if (options.command == ECommand::Lint)
         return Lint(options, file, widePath);
-    return Inspect(options.command, kind, file, widePath, options.showsAll);
+    return Inspect(options, kind, file, widePath, progress);
 }
 
-int Run(int argc, char** argv)
+bool HasColours(const Options& options, const ConsoleMode& console)
 {
+    if (options.colour != EColour::Auto)
+        return options.colour == EColour::Always;
+    const char* const noColours = std::getenv("NO_COLOR");
+    return (noColours == nullptr || *noColours == '\0') &&
+           console.HasColours(options.command == ECommand::Show ? EStream::Out : EStream::Err);
+}
+
+int Run(std::vector<std::string> arguments)
+{
+    const ConsoleMode console;
     Options options;
     CLI::App app;
     DescribeCommands(app, options);
     try {
-        app.parse(ArgumentsFor(app, {argv + 1, argv + argc}));
+        app.parse(ArgumentsFor(app, std::move(arguments)));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kNothing;
     }
+    options.hasColours = HasColours(options, console);
     // Such as missing memory: that says nothing of the file.
     try {
         return Inspect(options);
@@ -309,5 +343,5 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    return Run(argc, argv);
+    return Run(Utf8Arguments(argc, argv));
 }

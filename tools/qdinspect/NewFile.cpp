@@ -1,6 +1,7 @@
 #include "tools/qdinspect/NewFile.h"
 
 #include "core/base/BlockReader.h"
+#include "core/file/StdPath.h"
 #include "core/platform/ByteOrderMark.h"
 
 #include <algorithm>
@@ -21,7 +22,7 @@ NewFile::~NewFile()
     m_stream.reset();
     std::error_code ignored;
     if (m_isThere)
-        std::filesystem::remove(std::filesystem::path(m_path), ignored);
+        std::filesystem::remove(QDToStdPath(m_path.c_str()), ignored);
 }
 
 void NewFile::Write(std::string_view bytes)

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "core/file/StdPath.h"
+#include "core/platform/WideText.h"
+
 #include <filesystem>
 #include <string>
 
@@ -14,4 +17,10 @@
 {
     const std::u8string text = path.generic_u8string();
     return {text.begin(), text.end()};
+}
+
+/// A path as the library takes it.
+[[nodiscard]] inline platform::WideText WideOf(const std::filesystem::path& path)
+{
+    return QDFromStdPath(path).CStr();
 }

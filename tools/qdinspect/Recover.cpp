@@ -26,9 +26,10 @@ namespace {
 
 class ArchiveRecovery {
 public:
-    ArchiveRecovery(BlockReader& file, std::ostream& messages)
+    ArchiveRecovery(BlockReader& file, std::ostream& messages, Progress& progress)
         : m_file(file)
         , m_messages(messages)
+        , m_progress(progress)
     {}
 
     [[nodiscard]] bool CopyWholeRecords(NewFile& out);
@@ -45,6 +46,7 @@ private:
 
     BlockReader& m_file;
     std::ostream& m_messages;
+    Progress& m_progress;
     FileHeader m_header;
     std::string m_lostLabel;
     std::uint64_t m_lastIndex = 0;
@@ -76,6 +78,7 @@ bool ArchiveRecovery::CopyWholeRecords(NewFile& out)
     ArchiveFile archive(m_file, m_header.formatVersion);
     RecordHead head;
     while (m_file.Left() != 0 && m_file.IsGood()) {
+        m_progress.Show(m_file.Position(), m_file.Size());
         if (archive.ReadHead(head)) {
             // What is damaged may be the size, and the next record stand before its end.
             const bool isCopied = CopyRecord(archive, head, out);
@@ -91,6 +94,7 @@ bool ArchiveRecovery::CopyWholeRecords(NewFile& out)
         archive.FindNextRecord();
         m_messages << "bytes " << head.position << " to " << m_file.Position() << " are lost\n";
     }
+    m_progress.Hide();
     m_messages << m_copied << " whole records\n";
     return m_file.IsGood();
 }
@@ -243,9 +247,9 @@ void ArchiveRecovery::WriteRecoveredNode(NewFile& out) const
 } // namespace
 
 EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,
-                        std::ostream& messages)
+                        std::ostream& messages, Progress& progress)
 {
-    ArchiveRecovery recovery(file, messages);
+    ArchiveRecovery recovery(file, messages, progress);
     const platform::WideText partPath = newPath + QD_W(".part");
     NewFile part(partPath);
     if (!recovery.CopyWholeRecords(part) || !part.Close())

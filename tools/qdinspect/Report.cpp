@@ -75,6 +75,11 @@ void AppendUnits(platform::WideText& out, char32_t character)
     out += static_cast<WChar>(character);
 }
 
+// Bold, so that they are seen on a light ground as well as on a dark one.
+constexpr const char* kRed = "\x1b[1;31m";
+constexpr const char* kYellow = "\x1b[1;33m";
+constexpr const char* kGreen = "\x1b[1;32m";
+
 constexpr std::uint64_t kShownEntries = 20; // of a list where not all are wanted
 
 } // namespace
@@ -137,9 +142,25 @@ bool Report::IsShown() const
     return m_out.good();
 }
 
+std::string Report::Marked(const char* text, const char* colour) const
+{
+    return m_hasColours ? std::string(colour).append(text).append("\x1b[0m") : text;
+}
+
+void Report::TellWhole()
+{
+    if (m_progress != nullptr)
+        m_progress->Hide();
+    m_damage << (m_isWhole ? Marked("The file is whole.", kGreen)
+                           : Marked("The file is damaged.", kRed))
+             << '\n';
+}
+
 std::ostream& Report::Tell(bool isDamage, const char* unit, std::uint64_t number)
 {
     (isDamage ? m_isWhole : m_isSuspicious) = !isDamage;
+    if (m_progress != nullptr)
+        m_progress->Hide();
     if (m_export != nullptr) {
         m_findings.push_back({unit, number, isDamage, {}});
         return m_texts;
@@ -147,7 +168,8 @@ std::ostream& Report::Tell(bool isDamage, const char* unit, std::uint64_t number
     if (!m_path.empty())
         return (isDamage ? m_damage : m_suspicion)
                << m_path << (unit[0] == 'b' ? ": byte " : ":") << number << ": ";
-    return (isDamage ? m_damage << "DAMAGED" : m_suspicion << "SUSPICIOUS")
+    return (isDamage ? m_damage << Marked("DAMAGED", kRed)
+                     : m_suspicion << Marked("SUSPICIOUS", kYellow))
            << (unit[0] == 'b' ? " at " : " in ") << unit << ' ' << number << ": ";
 }
 

@@ -2,6 +2,8 @@
 
 #include "core/platform/WideText.h"
 
+#include "tools/qdinspect/Progress.h"
+
 #include <cstdint>
 #include <iosfwd>
 #include <nlohmann/json_fwd.hpp>
@@ -104,6 +106,15 @@ public:
     void ExportTo(EntrySink& entries) { m_export = &entries; }
     /// Has what is wrong told for other programs: "german.lng:3: ".
     void TellIn(const std::string& path) { m_path = path; }
+    /// Has what is wrong stand out.
+    void UseColours() noexcept { m_hasColours = true; }
+    /// The bar stays the caller's and outlives this.
+    void ShowProgressOn(Progress& progress) noexcept { m_progress = &progress; }
+    void TellProgress(std::uint64_t done, std::uint64_t all)
+    {
+        if (m_progress != nullptr)
+            m_progress->Show(done, all);
+    }
     /// Null where nobody wants entries.
     [[nodiscard]] EntrySink* Export() const noexcept { return m_export; }
     /// The same where the next entry is wanted.
@@ -113,7 +124,12 @@ public:
     }
     [[nodiscard]] std::vector<Finding> Findings() const;
 
-    [[nodiscard]] std::ostream& Line() { return m_out; }
+    [[nodiscard]] std::ostream& Line()
+    {
+        if (m_progress != nullptr)
+            m_progress->Hide();
+        return m_out;
+    }
     [[nodiscard]] Cut NewCut();
     /// Entries of a list that are shown.
     [[nodiscard]] std::uint64_t MostShown() const noexcept;
@@ -130,10 +146,13 @@ public:
     /// In another file.
     [[nodiscard]] std::ostream& SuspicionIn(const std::string& path, std::uint64_t line);
 
+    /// Ends what was told with the file's state.
+    void TellWhole();
     [[nodiscard]] bool IsWhole() const noexcept { return m_isWhole; }
     [[nodiscard]] bool IsSuspicious() const noexcept { return m_isSuspicious; }
 
 private:
+    [[nodiscard]] std::string Marked(const char* text, const char* colour) const;
     [[nodiscard]] std::ostream& Tell(bool isDamage, const char* unit, std::uint64_t number);
 
     std::ostream& m_out;
@@ -143,6 +162,8 @@ private:
     bool m_showsAll;
     bool m_isWhole = true;
     bool m_isSuspicious = false;
+    bool m_hasColours = false;
+    Progress* m_progress = nullptr;
     EntrySink* m_export = nullptr;
     std::vector<Finding> m_findings; // for the export; their texts, a line each, are in m_texts
     std::ostringstream m_texts;

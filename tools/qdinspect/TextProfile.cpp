@@ -188,7 +188,9 @@ void InspectTextProfile(const WideText& text, Report& report)
 {
     report.Line() << "text profile\n";
     TextProfileInspector inspector(report);
-    for (WideView rest = text; !rest.empty();)
+    for (WideView rest = text; !rest.empty();) {
+        report.TellProgress(text.size() - rest.size(), text.size());
         inspector.InspectLine(TakeLine(rest));
+    }
     inspector.End();
 }

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+/// A bar on the standard error output that tells how far work is which takes longer than a moment.
+/// It goes when something is printed, and with the object.
+class Progress {
+public:
+    /// Without a terminal nothing is shown.
+    explicit Progress(bool isOnTerminal) noexcept
+        : m_isOnTerminal(isOnTerminal)
+    {}
+    ~Progress() { Hide(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// May be called for each small piece of the work: most calls only count.
+    void Show(std::uint64_t done, std::uint64_t all)
+    {
+        constexpr std::uint32_t stride = 1024;
+        if (m_isOnTerminal && ++m_calls % stride == 0)
+            Update(done, all);
+    }
+    void Hide()
+    {
+        if (m_isShown)
+            Erase();
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Update(std::uint64_t done, std::uint64_t all);
+    void Erase();
+
+    bool m_isOnTerminal;
+    bool m_isShown = false;
+    std::uint32_t m_calls = 0;
+    Clock::time_point m_next = Clock::now() + std::chrono::milliseconds(500);
+};
