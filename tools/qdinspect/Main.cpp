@@ -22,6 +22,7 @@
 #include "tools/qdinspect/Inspectors.h"
 #include "tools/qdinspect/Lint.h"
 #include "tools/qdinspect/LogDiff.h"
+#include "tools/qdinspect/Manual.h"
 #include "tools/qdinspect/Page.h"
 #include "tools/qdinspect/Paths.h"
 #include "tools/qdinspect/Progress.h"
@@ -197,7 +198,9 @@ std::string Obstacle(const Options& options, EKind kind, EEncoding encoding, Blo
         return isOld || options.newKind == EKind::TextProfile ? "" : "it has wide keys already";
     }
     if (options.newKind == EKind::BinaryProfile)
-        return encoding == EEncoding::Utf8 ? "convert it to UTF-16 first" : "";
+        return encoding == EEncoding::Ansi || encoding == EEncoding::Utf16
+                   ? ""
+                   : "convert it to UTF-16 first";
     return encoding == EEncoding::Utf16 ? "it is UTF-16 already" : "";
 }
 
@@ -325,6 +328,8 @@ int Run(std::vector<std::string> arguments)
     Options options;
     CLI::App app;
     DescribeCommands(app, options);
+    if (arguments.size() == 2 && arguments.front() == "--make") // for the build, and not told
+        return WriteManual(app, arguments.back(), std::cout) ? 0 : kNothing;
     try {
         app.parse(ArgumentsFor(app, std::move(arguments)));
     } catch (const CLI::ParseError& error) {
