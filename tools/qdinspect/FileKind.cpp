@@ -116,6 +116,15 @@ bool IsUnmarkedLanguage(std::string_view bytes)
     return KindOfText(text, false) == EKind::Language;
 }
 
+// Where the mark is lost: in most units of most texts the second byte is 0, in no 8-bit text.
+bool HasZeroHalves(std::string_view bytes)
+{
+    std::size_t halves = 0;
+    for (std::size_t i = 1; i < bytes.size(); i += 2)
+        halves += bytes[i] == '\0' && bytes[i - 1] != '\0' ? 1 : 0;
+    return halves > bytes.size() / 4;
+}
+
 EKind KindOfText(BlockReader& file)
 {
     const std::string_view mark = platform::MarkAt(Beginning(file, 3));
@@ -183,6 +192,9 @@ std::string WhatElse(BlockReader& file)
     if (file.Size() == 0)
         return "an empty file";
     const std::string_view bytes = Beginning(file, 16);
+    if (bytes.find_first_not_of('\0') == std::string_view::npos)
+        return "a file whose beginning is lost: zeros, as a disk has for what it never got; with "
+               "--kind it is read as what it was";
     for (const Magic& magic : magics) {
         if (bytes.starts_with(magic.bytes))
             return magic.name;
@@ -259,9 +271,11 @@ EEncoding EncodingOf(BlockReader& file, EKind kind)
         return EEncoding::Utf16;
     if (HasUtf8Mark(file))
         return EEncoding::Utf8;
+    const std::string_view bytes = Beginning(file, kTextBytes);
+    if (HasZeroHalves(bytes))
+        return EEncoding::Utf16Unmarked;
     if (kind != EKind::Language)
         return EEncoding::Ansi;
-    const std::string_view bytes = Beginning(file, kTextBytes);
     if (IsUnmarkedLanguage(bytes))
         return EEncoding::Utf16Unmarked;
     std::uint64_t faults = 0;

@@ -26,7 +26,8 @@ enum class EKind { Unknown, Archive, Language, BinaryProfile, TextProfile, Log }
 enum class EEncoding { Utf16, Utf16Unmarked, Utf8, Ansi };
 
 /// What a text is probably written in. Without a mark a profile is one of the ANSI code page, as
-/// programs take it; a language file, which they do not read then, may be UTF-8 as well.
+/// programs take it, unless it can only be UTF-16; a language file, which they do not read then,
+/// may be UTF-8 as well.
 [[nodiscard]] EEncoding EncodingOf(BlockReader& file, EKind kind);
 
 [[nodiscard]] bool HasUtf16Mark(BlockReader& file);

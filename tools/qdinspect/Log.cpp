@@ -86,9 +86,12 @@ public:
         }
     }
 
-    void End()
+    // Programs write whole lines.
+    void End(bool isCut)
     {
         EndRun();
+        if (isCut)
+            m_report.DamageInLine(m_line) << "the file ends in the middle of a line\n";
         m_report.Line() << m_runs << " runs, " << m_stepCount << " steps\n";
     }
 
@@ -146,5 +149,5 @@ void InspectLog(WideView text, Report& report)
         report.TellProgress(text.size() - rest.size(), text.size());
         inspector.InspectLine(TakeLine(rest));
     }
-    inspector.End();
+    inspector.End(!text.ends_with(WChar('\n')) && !text.empty());
 }

@@ -268,7 +268,7 @@ platform::WideText FromUtf8(std::string_view bytes, std::uint64_t& faults)
         char32_t character = trailing == 0 ? lead : lead & (0x3Fu >> trailing);
         std::size_t next = i + 1;
         for (; next < (std::min)(end, bytes.size()) && (bytes[next] & 0xC0) == 0x80; ++next)
-            character = character << 6 | (bytes[next] & 0x3Fu);
+            character = character << 6 | (static_cast<unsigned char>(bytes[next]) & 0x3Fu);
         const bool isWhole = next == end && character >= least[trailing] && character < 0x110000 &&
                              !IsLead(character) && !IsTrail(character) &&
                              (trailing != 0 || lead < 0x80);

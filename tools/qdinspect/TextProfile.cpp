@@ -49,6 +49,14 @@ bool IsBlock(std::string_view digits)
     return digits.size() > 2 && digits.size() % 2 == 0 && (sum - last) % 256 == last;
 }
 
+// Digits as of a block, in a text of them that nobody types: its sum is wrong then.
+bool IsBrokenBlock(std::string_view digits)
+{
+    constexpr std::size_t least = 20; // more than a number has
+    return digits.size() >= least && digits.size() % 2 == 0 && !IsBlock(digits) &&
+           digits.find_first_not_of("0123456789ABCDEF") == std::string_view::npos;
+}
+
 template <class Number>
 bool IsNumber(std::string_view text)
 {
@@ -161,6 +169,9 @@ private:
         if (m_shown.Shows())
             m_report.Line() << "  line " << m_line << ": " << Quoted(key) << " = " << type << ' '
                             << (type == "text" ? Quoted(value) : text) << '\n';
+        if (IsBrokenBlock(text))
+            m_report.SuspicionInLine(m_line)
+                << "it reads like a block, but programs take none whose sum is wrong\n";
         if (EntrySink* const entries = m_report.NextEntry()) {
             entries->Entry({{"line", m_line},
                             {"section", Utf8(m_section)},
