@@ -144,7 +144,6 @@ TEST_F(BIniProfileFile, TellsWhyAReaderOrAWriterFailed)
     bool truth = false;
     float real = 0;
     unsigned short hex = 0;
-    _SYSTEMTIME time = {};
     EXPECT_FALSE(profile.Read(QD_W("n"), number, 1, 9));
     EXPECT_EQ(profile.Problem().code, EProblem::NotThere);
     WriteFileBytes(m_file, "[s]\r\nn=10\r\ntext=abc\r\n");
@@ -165,7 +164,6 @@ TEST_F(BIniProfileFile, TellsWhyAReaderOrAWriterFailed)
         {[&] { return profile.Read(QD_W("text"), number, 1, 9); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.Read(QD_W("text"), real); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.Read(QD_W("text"), truth); }, EProblem::OtherValue, nullptr},
-        {[&] { return profile.Read(QD_W("text"), time); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.ReadHex(QD_W("n"), hex); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.LoadSection(QD_W("t"), nullptr); }, EProblem::NoValue,
          QD_W("no value in section \"t\"")},
