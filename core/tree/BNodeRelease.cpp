@@ -98,6 +98,8 @@ BNode::~BNode()
 // They have no parent any more, and die with the list that is returned.
 ChildList BNode::TakeChildren()
 {
+    if (m_children.IsEmpty())
+        return {};
     for (const SP<BNode>& child : m_children) {
         if (child) {
             child->m_parent = nullptr;

@@ -128,6 +128,8 @@ struct ChildList::Block {
     }
     [[nodiscard]] BNode* NodeFrom(int slot) const noexcept
     {
+        if (extras.Get() == nullptr)
+            return slot < end ? Slots()[slot].Get() : nullptr;
         const TakenSlots* const nodes = Nodes();
         const TakenSlots* const places = nodes != nullptr ? nodes : Taken();
         const int there = NodeCount();
@@ -138,6 +140,8 @@ struct ChildList::Block {
     }
     [[nodiscard]] BNode* NodeBefore(int slot) const noexcept
     {
+        if (extras.Get() == nullptr)
+            return slot > front ? Slots()[slot - 1].Get() : nullptr;
         const TakenSlots* const nodes = Nodes();
         const TakenSlots* const places = nodes != nullptr ? nodes : Taken();
         const int there = NodeCount();
@@ -425,15 +429,17 @@ SP<BNode> ChildList::Take(int slot) noexcept
         return taken;
     }
     --m_block->count;
+    if (Extras* const extras = m_block->extras.Get()) {
+        if (taken)
+            m_block->TellNode(slot, false);
+        else
+            --extras->nulls;
+        if (extras->taken)
+            extras->taken->Free(slot);
+    }
     TakenSlots* const places = m_block->Taken();
-    if (taken)
-        m_block->TellNode(slot, false);
-    else
-        --m_block->extras.Get()->nulls;
-    if (places != nullptr)
-        places->Free(slot);
     if (slot == m_block->front)
-        m_block->front = m_block->From(slot + 1);
+        m_block->front = places != nullptr ? places->From(slot + 1) : slot + 1;
     else if (slot + 1 == m_block->end)
         m_block->end = places != nullptr ? places->Before(slot) + 1 : slot;
     else if (places == nullptr)
