@@ -39,4 +39,11 @@ CHECKS = [
     )),
     Check("parallel", "steps", "threads that share locks, an operation, progress and a dispatcher lose nothing and race"
           " nowhere", program("parallel_soak", "linux-tsan"), preset="linux-tsan", targets=("parallel_soak",)),
+    Check("death", "kills", "processes that are killed while they save an archive, a profile of any kind, a language file,"
+          " the registry or the profiler's log tear nothing and lose nothing that was acknowledged, and the next save"
+          " takes away what they left", program("death_soak"), targets=("death_soak",), mended=(
+              "what a killed saver left beside its file stayed for ever",)),
+    Check("crowd", "writes", "32 processes that write to one text profile, registry or binary profile lose nothing, and no"
+          " write is refused; a writer that stands still holds the others up for 10 seconds with a text profile, 2 with a"
+          " registry, and not with a binary profile", program("crowd_soak"), targets=("crowd_soak",)),
 ]
