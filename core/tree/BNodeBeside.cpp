@@ -46,6 +46,11 @@ bool BNode::AddAttrib(BAttribute* attribute)
 {
     if (attribute == nullptr)
         return false;
+    if (m_attributes.IsNull()) { // the first takes no memory and has no namesake
+        m_attributes.Append(attribute);
+        Report(kMessageNodeAttributesChanged);
+        return true;
+    }
     const SP<BAttribute> added(attribute);
     SP<BAttribute> removed; // dies when nothing touches the node any more
     const int namesake = AttribNum() != 0 ? PlaceOf(m_attributes, added->Name()) : kNone;
