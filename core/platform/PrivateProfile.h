@@ -52,9 +52,16 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 /// Users of whom only some may read the folder do not wait for each other.
 ///
 /// What a writer answers tells whether the file holds the change; the system's last error says why
-/// it does not. It is false when the others let
-/// the profile go for no 10 seconds, and when the file could not be read, which then stays as it
-/// is. Off Windows readers see the old content or the new one also when the process dies (not when
+/// it does not. It is false when the others let the profile go for no 10 seconds, and when the file
+/// could not be read, which then stays as it is.
+///
+/// Updates take turns, but not in the order in which they came: who waits asks some thousand times
+/// a second, off Windows, and who lets go makes way for those who wait. A wait beside 32 processes
+/// that write on and on takes as long as a few hundred of their writes. One that is stopped in the
+/// middle keeps the lock, so that the others fail after their 10 seconds; nobody takes it away, and
+/// when it goes on, so does its update.
+///
+/// Off Windows readers see the old content or the new one also when the process dies (not when
 /// the power fails): a change replaces the file whole, or adds to its end in one step that nobody
 /// sees a part of. It keeps owner and permissions, a link keeps leading to it, another name of the
 /// file keeps the old content, and a read-only file is refused. Only where no file can be made

@@ -3,6 +3,7 @@
 #include "core/platform/DraftName.h"
 #include "core/platform/Random.h"
 #include "core/platform/posix/FileIdentity.h"
+#include "core/platform/posix/FileLock.h"
 #include "core/platform/posix/OpenFile.h"
 
 #include <cerrno>
@@ -40,18 +41,6 @@ namespace platform {
 
 namespace {
 
-enum class EHeld { Yes, ByOther, Failed };
-
-EHeld Lock(const Descriptor& file, short kind) noexcept
-{
-    struct flock lock = {};
-    lock.l_type = kind;
-    lock.l_whence = SEEK_SET; // all of it
-    if (::fcntl(file.Get(), F_OFD_SETLK, &lock) == 0)
-        return EHeld::Yes;
-    return errno == EAGAIN || errno == EACCES ? EHeld::ByOther : EHeld::Failed;
-}
-
 // None when the system does not tell.
 std::optional<bool> HasName(const Descriptor& file, const std::string& path) noexcept
 {
@@ -76,12 +65,12 @@ EMade MakeHeld(const std::string& path, mode_t mode, Descriptor& file) noexcept
     Descriptor made = MakeFile(path, mode);
     if (!made.IsOpen())
         return errno == EEXIST ? EMade::NameIsTaken : EMade::Refused;
-    const EHeld held = Lock(made, F_WRLCK);
-    if (held == EHeld::Failed && HasName(made, path) == true)
+    const ELocked held = MarkFile(made, EFileLock::Alone);
+    if (held == ELocked::Failed && HasName(made, path) == true)
         ::unlink(path.c_str());
-    if (held == EHeld::Failed)
+    if (held == ELocked::Failed)
         return EMade::Refused;
-    if (held == EHeld::ByOther || HasName(made, path) == false)
+    if (held == ELocked::InUse || HasName(made, path) == false)
         return EMade::NameIsTaken; // by one that removes it
     file = std::move(made);
     return EMade::Yes;
@@ -90,7 +79,8 @@ EMade MakeHeld(const std::string& path, mode_t mode, Descriptor& file) noexcept
 void RemoveIfAbandoned(const std::string& path) noexcept
 {
     const Descriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (file.IsOpen() && Lock(file, F_WRLCK) == EHeld::Yes && HasName(file, path) == true)
+    if (file.IsOpen() && MarkFile(file, EFileLock::Alone) == ELocked::Yes &&
+        HasName(file, path) == true)
         ::unlink(path.c_str());
 }
 
@@ -107,7 +97,7 @@ bool Draft::MoveTo(const std::string& target) noexcept
     if (::rename(m_path.c_str(), target.c_str()) != 0)
         return false;
     // Closing would not do: a process that was forked meanwhile has the lock, too.
-    Lock(m_file, F_UNLCK);
+    UnmarkFile(m_file);
     m_file = Descriptor();
     return true;
 }

@@ -4,10 +4,23 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 namespace platform {
+
+namespace {
+
+struct flock WholeFile(short kind) noexcept
+{
+    struct flock lock = {};
+    lock.l_type = kind;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+} // namespace
 
 // Asked again and again rather than slept for: `flock` knows no time limit but a signal, and
 // signals belong to the application. Most updates take less than a millisecond, hence the short
@@ -35,6 +48,26 @@ ELocked LockFile(const Descriptor& file, EFileLock kind, int waitMs) noexcept
 void UnlockFile(const Descriptor& file) noexcept
 {
     ::flock(file.Get(), LOCK_UN);
+}
+
+ELocked MarkFile(const Descriptor& file, EFileLock kind) noexcept
+{
+    const struct flock lock = WholeFile(kind == EFileLock::Shared ? F_RDLCK : F_WRLCK);
+    if (::fcntl(file.Get(), F_OFD_SETLK, &lock) == 0)
+        return ELocked::Yes;
+    return errno == EAGAIN || errno == EACCES ? ELocked::InUse : ELocked::Failed;
+}
+
+void UnmarkFile(const Descriptor& file) noexcept
+{
+    const struct flock lock = WholeFile(F_UNLCK);
+    ::fcntl(file.Get(), F_OFD_SETLK, &lock);
+}
+
+bool IsMarkedByOthers(const Descriptor& file) noexcept
+{
+    struct flock lock = WholeFile(F_WRLCK);
+    return ::fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 } // namespace platform

@@ -19,4 +19,12 @@ enum class ELocked {
 [[nodiscard]] ELocked LockFile(const Descriptor& file, EFileLock kind, int waitMs) noexcept;
 void UnlockFile(const Descriptor& file) noexcept;
 
+/// Marks it, which is a lock of another kind (`F_OFD_SETLK`), so that those above do not know of
+/// it, and does not wait: `InUse` when another opening of the file has a mark that this one cannot
+/// go with. To mark it `Alone` takes a file that is open to write.
+[[nodiscard]] ELocked MarkFile(const Descriptor& file, EFileLock kind) noexcept;
+void UnmarkFile(const Descriptor& file) noexcept;
+/// Whether another opening of the file has marked it; also false when that cannot be told.
+[[nodiscard]] bool IsMarkedByOthers(const Descriptor& file) noexcept;
+
 } // namespace platform

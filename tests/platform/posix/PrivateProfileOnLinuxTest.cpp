@@ -1,4 +1,5 @@
 #include "core/platform/PrivateProfile.h"
+#include "core/platform/posix/FileLock.h"
 
 #include "tests/FileBytes.h"
 #include "tests/Process.h"
@@ -10,10 +11,12 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -156,6 +159,26 @@ TEST(PrivateProfileOnLinux, WhoForkedMeanwhileHoldsNoLock)
     EXPECT_TRUE(Set(path, u"S", u"k", u"1"));
     ::kill(child, SIGKILL);
     EXPECT_FALSE(Held(child));
+}
+
+TEST(PrivateProfileOnLinux, WhoWaitsIsSeenByWhoLetsGo)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("settings.ini");
+    const platform::Descriptor locked(::open((folder / "").c_str(), O_RDONLY | O_DIRECTORY));
+    std::thread waiting;
+    {
+        const platform::ProfileUpdate update(path);
+        EXPECT_FALSE(platform::IsMarkedByOthers(locked));
+        waiting = std::thread([&] {
+            const platform::ProfileUpdate next(path);
+            EXPECT_TRUE(next.IsLocked());
+            EXPECT_FALSE(platform::IsMarkedByOthers(locked));
+        });
+        while (!platform::IsMarkedByOthers(locked))
+            std::this_thread::yield();
+    }
+    waiting.join();
 }
 
 TEST(PrivateProfileOnLinux, APipeOrAFolderIsNoProfile)
