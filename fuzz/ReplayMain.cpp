@@ -1,18 +1,35 @@
 // Stands in for libFuzzer: runs a target once on each file that the arguments name, and on each
 // file of a folder that they name. File names are ASCII.
+//
+//     TARGET FILES                          as they are
+//     TARGET --damage SECONDS SEED FILES    damaged in every systematic way: cut at every byte,
+//     every
+//                                           bit flipped, and every 2, 4 and 8 bytes set to 0, 1,
+//                                           the limits and their neighbours
+//
+// Damages have numbers from file to file. All of them are done when there is time, from a number on
+// that the seed chooses, so that runs with one seed after the other come to all of them soon.
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
+
+using Bytes = std::vector<std::uint8_t>;
 
 std::vector<std::string> FilesOf(std::string_view name)
 {
@@ -29,33 +46,111 @@ std::vector<std::string> FilesOf(std::string_view name)
     return files;
 }
 
-bool Replay(const std::string& file)
+std::optional<Bytes> Read(const std::string& file)
 {
     std::FILE* const stream = std::fopen(file.c_str(), "rb");
     if (!stream)
-        return false;
-    std::vector<std::uint8_t> bytes;
+        return std::nullopt;
+    Bytes bytes;
     for (int byte = std::fgetc(stream); byte != EOF; byte = std::fgetc(stream))
         bytes.push_back(static_cast<std::uint8_t>(byte));
     std::fclose(stream);
-    LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-    return true;
+    return bytes;
+}
+
+constexpr std::size_t kSizes[] = {2, 4, 8};
+// Of a field of any size, whose lower bytes they give.
+constexpr std::uint64_t kValues[] = {
+    0,
+    1,
+    2,
+    0x7FFE,
+    0x7FFF,
+    0x8000,
+    0x8001,
+    0xFFFE,
+    0xFFFF,
+    0x7FFFFFFE,
+    0x7FFFFFFF,
+    0x80000000,
+    0x80000001,
+    0xFFFFFFFE,
+    0xFFFFFFFF,
+    INT64_MAX - 1,
+    INT64_MAX,
+    1ULL << 63U,
+    UINT64_MAX - 1,
+    UINT64_MAX,
+};
+constexpr std::size_t kFields = std::size(kSizes) * std::size(kValues);
+constexpr std::size_t kDamagesAByte =
+    1 + 8 + kFields; // a cut, its bits, the fields that begin there
+
+Bytes Damaged(Bytes bytes, std::size_t number)
+{
+    const std::size_t at = number / kDamagesAByte;
+    std::size_t kind = number % kDamagesAByte;
+    if (kind == 0) {
+        bytes.resize(at);
+    } else if (kind <= 8) {
+        bytes[at] = static_cast<std::uint8_t>(bytes[at] ^ 1U << (kind - 1));
+    } else {
+        kind -= 9;
+        const std::uint64_t value = kValues[kind % std::size(kValues)];
+        const std::size_t size = kSizes[kind / std::size(kValues)];
+        for (std::size_t i = 0; i < size && at + i < bytes.size(); ++i)
+            bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+    return bytes;
+}
+
+// How many damaged copies were read.
+std::size_t ReplayDamaged(const std::vector<Bytes>& files, double seconds, std::size_t seed)
+{
+    std::size_t count = 0;
+    for (const Bytes& file : files)
+        count += file.size() * kDamagesAByte;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    // Multiples of the golden ratio fall into the largest gap that the ones before left.
+    const double share = static_cast<double>(seed) * 0.6180339887498949;
+    const auto first =
+        static_cast<std::size_t>((share - std::floor(share)) * static_cast<double>(count));
+    std::size_t done = 0;
+    for (; done < count && std::chrono::steady_clock::now() < end; ++done) {
+        std::size_t number = (first + done) % count;
+        auto file = files.begin();
+        for (; number >= file->size() * kDamagesAByte; ++file)
+            number -= file->size() * kDamagesAByte;
+        const Bytes damaged = Damaged(*file, number);
+        LLVMFuzzerTestOneInput(damaged.data(), damaged.size());
+    }
+    return done;
 }
 
 } // namespace
 
 int main(int count, char** arguments)
 {
-    int replayed = 0;
-    for (int index = 1; index < count; ++index) {
+    const bool isDamage = count > 3 && std::string_view(arguments[1]) == "--damage";
+    std::vector<Bytes> files;
+    for (int index = isDamage ? 4 : 1; index < count; ++index) {
         for (const std::string& file : FilesOf(arguments[index])) {
-            if (!Replay(file)) {
+            std::optional<Bytes> bytes = Read(file);
+            if (!bytes) {
                 std::fprintf(stderr, "cannot read %s\n", file.c_str());
                 return 1;
             }
-            ++replayed;
+            files.push_back(std::move(*bytes));
         }
     }
-    std::printf("replayed %d files\n", replayed);
-    return replayed == 0;
+    if (isDamage) {
+        const std::size_t done =
+            ReplayDamaged(files, std::atof(arguments[2]), std::strtoul(arguments[3], nullptr, 10));
+        std::printf("%zu reads\n", done);
+        return done == 0;
+    }
+    for (const Bytes& bytes : files)
+        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    std::printf("replayed %zu files\n", files.size());
+    return files.empty();
 }

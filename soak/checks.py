@@ -28,6 +28,12 @@ def fuzz_target(name):
     return lambda seconds, seed: ["soak/fuzz.sh", name, str(max(1, round(seconds))), str(seed)]
 
 
+def damaged(name, *golden):
+    """A fuzz target over every systematic damage of golden files of its kind and of its seeds."""
+    files = [f"tests/golden/{file}" for file in golden] + [f"fuzz/seeds/{name}"]
+    return lambda seconds, seed: [f"build/linux-asan/bin/{name}_fuzz", "--damage", f"{seconds:.1f}", str(seed), *files]
+
+
 CHECKS = [
     *(Check(f"fuzz-{name}", "runs", promise, fuzz_target(name), preset="linux-fuzz") for name, promise in (
         ("archive", "no archive crashes, hangs, leaks, or takes memory out of proportion to its size"),
@@ -36,6 +42,13 @@ CHECKS = [
         ("string", "the same for texts that hold numbers, and for operations on texts"),
         ("format", "the same for format strings"),
         ("profiletext", "the same for text profiles"),
+    )),
+    *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit does that",
+            damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",)) for name, kind, *golden in (
+        ("archive", "archive", "archive/odd.qda", "inspect/torn.qda", "inspect/shortened-version-6.qda"),
+        ("binprofile", "binary profile", "profile/settings.bin", "inspect/narrow.bin"),
+        ("profiletext", "text profile", "profile/text.ini", "inspect/damaged.ini"),
+        ("language", "language file", "language/export.lng", "language/merged.lng", "inspect/suspicious.lng"),
     )),
     Check("parallel", "steps", "threads that share locks, an operation, progress and a dispatcher lose nothing and race"
           " nowhere", program("parallel_soak", "linux-tsan"), preset="linux-tsan", targets=("parallel_soak",)),
