@@ -207,6 +207,26 @@ TEST_F(OutOfMemoryTest, AnArchiveThatSaysItWasWrittenLoads)
         });
 }
 
+TEST_F(OutOfMemoryTest, AnObjectWhoseClassGetsNoNameIsWrittenLater)
+{
+    class AskedForTheFirstTime : public BSmartObj {};
+    const Archive archive = Open(m_path, BArchive::ModeWrite);
+    archive->Insert(new AskedForTheFirstTime, "root");
+    bool isToldByThrowing = false;
+    {
+        const FailingAllocations memory(0, FailingAllocations::ERange::All);
+        try {
+            Ask(archive->Flush());
+        } catch (const std::bad_alloc&) {
+            isToldByThrowing = true;
+        }
+    }
+    EXPECT_TRUE(isToldByThrowing);
+    EXPECT_EQ(archive->Problem().code, EProblem::Memory);
+    EXPECT_TRUE(archive->Flush());
+    EXPECT_FALSE(archive->Problem());
+}
+
 TEST_F(OutOfMemoryTest, StringsChangeAsAWholeOrNotAtAll)
 {
     const WString text = QD_W("a text too long for\nany room that is there \\t ");

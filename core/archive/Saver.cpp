@@ -73,9 +73,11 @@ BProblem Saver::Problem() const
 void Saver::TellUnwritten(EProblem code) noexcept
 {
     assert(m_current != nullptr);
-    const std::uint32_t index = m_objects[m_currentNumber].index;
-    const char* const name = m_current->ArchiveName();
-    m_problem = {.code = code, .number = index, .name = WString(BString(name))};
+    m_problem = {.code = code, .number = m_objects[m_currentNumber].index};
+    try {
+        m_problem.name = WString(BString(m_current->ArchiveName()));
+    } catch (...) { // it may be its name that it could not be written for
+    }
 }
 
 Saver::Record::Record(Saver& saver)

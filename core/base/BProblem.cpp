@@ -41,7 +41,7 @@ constexpr Wording kWordings[] = {
     {EProblem::ObjectUnread, QD_W("an object[ (%#[ of \"%n\"] at byte %@)] cannot be read")},
     {EProblem::ObjectRefused, QD_W("object[ %#] of \"%n\" refuses itself[; %d]")},
     {EProblem::TooDeep, QD_W("objects are nested deeper than the stack reaches")},
-    {EProblem::ObjectUnwritten, QD_W("object[ %#] of \"%n\" cannot be written")},
+    {EProblem::ObjectUnwritten, QD_W("object[ %#][ of \"%n\"] cannot be written")},
     {EProblem::NoValue, QD_W("no value[ under \"%n\"][ in section \"%d\"]")},
     {EProblem::OtherValue, QD_W("no such value under \"%n\"[ in section \"%d\"]")},
     {EProblem::OutOfRange, QD_W("%= under \"%n\"[ in section \"%d\"] is out of range")},

@@ -83,6 +83,11 @@ public:
 // Stands in no registry.
 class Unregistered : public ArchiveItem {};
 
+class Nameless : public ArchiveItem {
+public:
+    const char* ArchiveName() const override { throw BError(4711); }
+};
+
 // Refers to others in circles, which it gives up when it is refused.
 class Circular : public Acting {
 public:
@@ -680,6 +685,14 @@ TEST_F(BArchiveTest, AnObjectThatCannotBeWrittenSpoilsNothing)
         EXPECT_EQ(Value(in, "before") + Value(in, "behind"), before + 2);
         EXPECT_EQ(Value(in, "unwritable"), unwritable) << "under its label";
     }
+}
+
+TEST_F(BArchiveTest, AnObjectThatCannotTellItsNameIsToldWithoutIt)
+{
+    BArchive archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+    archive.Insert(new Nameless, "nameless");
+    EXPECT_EQ(ThrownCode([&] { archive.Flush(); }), 4711);
+    EXPECT_EQ(archive.Problem().Text(), m_path + QD_W(": object 1 cannot be written"));
 }
 
 TEST_F(BArchiveTest, AWriteDataMayFlush)
