@@ -27,7 +27,7 @@ Kinds of files:
 
 Exit codes:
   0 whole, 1 damaged (lint: or suspicious; diff: different; convert: not all),
-  2 there is nothing to inspect
+  2 there is nothing to inspect, or the output cannot be written
 )";
 
 constexpr const char* kShowExamples = R"(Examples:

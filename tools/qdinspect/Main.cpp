@@ -348,5 +348,10 @@ int Run(std::vector<std::string> arguments)
 
 int main(int argc, char** argv)
 {
-    return Run(Utf8Arguments(argc, argv));
+    const int code = Run(Utf8Arguments(argc, argv));
+    // A full disk would leave whoever reads the output with a part of it for all.
+    if (std::cout.flush())
+        return code;
+    std::cerr << "the standard output cannot be written\n";
+    return kNothing;
 }
