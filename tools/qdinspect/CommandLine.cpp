@@ -104,6 +104,25 @@ constexpr const char* kDiffExamples = R"(Examples:
       steps of each run, with the time since the step before
 )";
 
+// Takes one of the words for the value that it stands for. The transformers of CLI11 take the
+// values' numbers, too, and tell of these in their messages.
+template <class Value>
+CLI::Validator OneOf(const std::map<std::string, Value>& values)
+{
+    const auto take = [values](std::string& word) {
+        const auto found = values.find(word);
+        if (found != values.end()) {
+            word = std::to_string(static_cast<int>(found->second));
+            return std::string();
+        }
+        std::string message = word + " is none of";
+        for (const auto& entry : values)
+            message.append(entry.first == values.begin()->first ? " " : ", ").append(entry.first);
+        return message;
+    };
+    return {take, ""};
+}
+
 CLI::App& AddCommand(CLI::App& app, Options& options, ECommand which, const char* name,
                      const char* description, const char* examples)
 {
@@ -112,7 +131,7 @@ CLI::App& AddCommand(CLI::App& app, Options& options, ECommand which, const char
     command.callback([&options, which] { options.command = which; });
     command.add_option("FILE", options.path, "The file to inspect")->required();
     command.add_option("--kind", options.kind, "Take the file for one of this kind")
-        ->transform(CLI::CheckedTransformer(Kinds()).description(""))
+        ->transform(OneOf(Kinds()))
         ->type_name("archive|binary|text|language|log");
     return command;
 }
@@ -127,7 +146,7 @@ void AddColour(CLI::App& command, Options& options)
             "--color", options.colour,
             "Whether what is wrong is coloured; otherwise on a terminal, unless NO_COLOR is "
             "set in the environment")
-        ->transform(CLI::CheckedTransformer(colours).description(""))
+        ->transform(OneOf(colours))
         ->type_name("auto|always|never");
 }
 
@@ -143,14 +162,14 @@ void AddConversion(CLI::App& command, Options& options)
         .add_option("--to", options.newKind,
                     "The other kind of profile; without it a binary profile gets wide keys, and a "
                     "text becomes UTF-16")
-        ->transform(CLI::CheckedTransformer(profiles).description(""))
+        ->transform(OneOf(profiles))
         ->type_name("binary|text");
     command
         .add_option("--encoding", options.encoding,
                     "What a text without a byte-order mark is written in; otherwise a profile is "
                     "in the ANSI code page, as programs read it, and a language file in UTF-8 "
                     "where it can be")
-        ->transform(CLI::CheckedTransformer(encodings).description(""))
+        ->transform(OneOf(encodings))
         ->type_name("ansi|utf-8");
 }
 
