@@ -286,8 +286,10 @@ EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPa
         ++lost;
     }
     out << count << " values\n";
-    if (!records.IsProfile() || !newFile.Close() || !file.IsGood())
-        return EOutcome::Failed;
+    if (!records.IsProfile() || !file.IsGood())
+        return EOutcome::NothingThere;
+    if (!newFile.Close())
+        return EOutcome::Unwritten;
     newFile.Keep();
     return lost == 0 ? EOutcome::Whole : EOutcome::Lossy;
 }

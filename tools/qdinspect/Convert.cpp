@@ -193,7 +193,7 @@ EOutcome ConvertToTextProfile(BlockReader& file, const WideText& newPath, std::o
 {
     BinaryRecords records(file);
     if (!records.IsProfile())
-        return EOutcome::Failed;
+        return EOutcome::NothingThere;
     std::uint64_t lost = 0;
     std::uint64_t kept = 0;
     const auto lose = [&](WideView section, WideView key, const char* why) {
@@ -203,7 +203,7 @@ EOutcome ConvertToTextProfile(BlockReader& file, const WideText& newPath, std::o
     NewProfile profile(newPath);
     TextProfileWriter writer(newPath);
     if (!writer.IsGood())
-        return EOutcome::Failed;
+        return EOutcome::Unwritten;
     for (const BinaryRecord& record : RecordsBySection(records)) {
         auto [section, key] = SplitKey(record.key.CStr());
         if (section.empty()) {
@@ -223,7 +223,7 @@ EOutcome ConvertToTextProfile(BlockReader& file, const WideText& newPath, std::o
         ++lost;
     }
     out << kept << " values\n";
-    return file.IsGood() && (kept != 0 || lost == 0) ? profile.Keep(lost) : EOutcome::Failed;
+    return file.IsGood() && (kept != 0 || lost == 0) ? profile.Keep(lost) : EOutcome::Unwritten;
 }
 
 namespace {
@@ -390,7 +390,7 @@ EOutcome ConvertToBinaryProfile(const WideText& path, WideView text, const WideT
     while (!text.empty())
         conversion.ConvertLine(TakeLine(text));
     conversion.TellCounts(out);
-    return binary.Write() ? profile.Keep(conversion.Lost()) : EOutcome::Failed;
+    return binary.Write() ? profile.Keep(conversion.Lost()) : EOutcome::Unwritten;
 }
 
 EOutcome ConvertToUtf16(BlockReader& file, EEncoding encoding, const WideText& newPath,

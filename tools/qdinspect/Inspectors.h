@@ -25,8 +25,9 @@ void InspectLanguageFile(BlockReader& file, const platform::WideText& path, Repo
 /// Runs, and the steps of each with the time between them.
 void InspectLog(platform::WideView text, Report& report);
 
-/// What became of a new file. It is there unless that failed.
-enum class EOutcome { Whole, Lossy, Failed };
+/// What became of a new file. It is there when it is whole or lossy; `NothingThere`: the old file
+/// has nothing for it, or cannot be read.
+enum class EOutcome { Whole, Lossy, NothingThere, Unwritten };
 
 /// Writes what is whole in a file into a new one of its kind, and tells in lines what was left out.
 [[nodiscard]] EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,

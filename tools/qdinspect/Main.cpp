@@ -79,6 +79,26 @@ void InspectAs(EKind kind, BlockReader& file, const WideText& path, Report& repo
         report.DamageAt(file.Size() - 1) << "half a character\n";
 }
 
+// Why what stands there is not read; empty for a file, and for what opening will tell. Pipes and
+// devices have no size, and would be taken for empty files.
+std::string NoFile(const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    if (std::filesystem::is_directory(status))
+        return "it is a folder";
+    return std::filesystem::is_other(status) ? "it is a pipe or a device, and no file" : "";
+}
+
+// False, too, where nobody may look.
+bool IsNoFolder(const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    const std::filesystem::file_type type = std::filesystem::status(path, ignored).type();
+    return type != std::filesystem::file_type::directory &&
+           type != std::filesystem::file_type::none;
+}
+
 std::string NameOf(EKind kind)
 {
     return std::ranges::find(Kinds(), kind, [](const auto& entry) { return entry.second; })->first;
@@ -116,6 +136,10 @@ int ExportJson(const Options& options, EKind kind, BlockReader& file, const Wide
 
 int Lint(const Options& options, BlockReader& file, const WideText& path)
 {
+    for (const std::string& folder : options.sources) {
+        if (IsNoFolder(PathOf(folder)))
+            return Nothing(options, folder + " is no folder");
+    }
     std::ostream silent(nullptr);
     Report report(silent, std::cout, std::cout, true);
     report.TellIn(options.path);
@@ -125,14 +149,17 @@ int Lint(const Options& options, BlockReader& file, const WideText& path)
     return report.IsWhole() && !report.IsSuspicious() ? kWhole : kDamaged;
 }
 
-// Why a new file cannot be made there; empty where it can.
+// Why a new file cannot be made there; empty where it can, as far as that is told beforehand.
 std::string Hindrance(const std::string& newPath)
 {
+    std::error_code ignored; // what stands in the way of looking is met again by writing
     for (const char* const ending : {"", ".part"}) { // the second while an archive is being made
-        if (std::filesystem::exists(PathOf(newPath + ending)))
+        if (std::filesystem::exists(PathOf(newPath + ending), ignored))
             return newPath + ending + " exists already";
     }
-    return {};
+    const std::filesystem::path folder = PathOf(newPath).parent_path();
+    const bool isWrong = !folder.empty() && IsNoFolder(folder);
+    return isWrong ? TextOf(folder) + " is no folder" : "";
 }
 
 // As the system looks elsewhere for a text profile whose path is not.
@@ -169,7 +196,7 @@ int Recover(const Options& options, EKind kind, BlockReader& file, Progress& pro
 {
     if (const std::string hindrance = Hindrance(options.newPath); !hindrance.empty())
         return Nothing(options, hindrance);
-    EOutcome outcome = EOutcome::Failed;
+    EOutcome outcome = EOutcome::NothingThere;
     const auto path = WideOf(PathOf(options.newPath));
     switch (kind) {
     case EKind::Archive: outcome = RecoverArchive(file, path, std::cout, progress); break;
@@ -180,7 +207,9 @@ int Recover(const Options& options, EKind kind, BlockReader& file, Progress& pro
     case EKind::Language: outcome = RecoverLanguageFile(file, path, std::cout); break;
     default: return Nothing(options, "a log holds nothing that wants to be recovered");
     }
-    return outcome != EOutcome::Failed ? kWhole : Nothing(options, "nothing was recovered");
+    if (outcome == EOutcome::Unwritten)
+        return Nothing(options, options.newPath + " cannot be written");
+    return outcome != EOutcome::NothingThere ? kWhole : Nothing(options, "nothing was recovered");
 }
 
 // Why a file cannot be converted as is wanted; empty where it can. The kind may be that of a text
@@ -228,6 +257,7 @@ int Convert(const Options& options, EKind kind, BlockReader& file)
     switch (ConvertTo(Absolute(options.newPath), options, kind, encoding, file)) {
     case EOutcome::Whole: return kWhole;
     case EOutcome::Lossy: return kDamaged;
+    case EOutcome::NothingThere: return Nothing(options, "nothing was converted");
     default: return Nothing(options, options.newPath + " cannot be written");
     }
 }
@@ -254,6 +284,8 @@ bool DiffEntries(EKind kind, BlockReader& file, const WideText& path, BlockReade
 // The kind of the second file is that of the first.
 int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& path)
 {
+    if (const std::string why = NoFile(PathOf(options.newPath)); !why.empty())
+        return Nothing(options, options.newPath + ": " + why);
     const auto otherPath = WideOf(PathOf(options.newPath));
     BlockReader other(platform::OpenStream(otherPath.c_str(), QD_W("rb")));
     if (!other.IsGood())
@@ -276,8 +308,8 @@ int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& 
 int Inspect(const Options& options)
 {
     const std::filesystem::path path = PathOf(options.path);
-    if (std::filesystem::is_directory(path))
-        return Nothing(options, "it is a folder");
+    if (const std::string why = NoFile(path); !why.empty())
+        return Nothing(options, why);
     const auto widePath = WideOf(path);
     BlockReader file(platform::OpenStream(widePath.c_str(), QD_W("rb")));
     if (!file.IsGood())

@@ -63,7 +63,7 @@ EOutcome WriteUtf16(platform::WideView text, const platform::WideText& newPath, 
     NewFile out(newPath);
     out.WriteText(text);
     if (!out.Close())
-        return EOutcome::Failed;
+        return EOutcome::Unwritten;
     out.Keep();
     return outcome;
 }

@@ -252,12 +252,14 @@ EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,
     ArchiveRecovery recovery(file, messages, progress);
     const platform::WideText partPath = newPath + QD_W(".part");
     NewFile part(partPath);
-    if (!recovery.CopyWholeRecords(part) || !part.Close())
-        return EOutcome::Failed;
+    if (!recovery.CopyWholeRecords(part))
+        return EOutcome::NothingThere;
+    if (!part.Close())
+        return EOutcome::Unwritten;
     BlockReader copied(platform::OpenStream(partPath.c_str(), QD_W("rb")));
     NewFile out(newPath);
     if (!copied.IsGood() || !recovery.Mend(copied, out) || !out.Close())
-        return EOutcome::Failed;
+        return EOutcome::Unwritten;
     copied.Close(); // before the part is removed
     out.Keep();
     return EOutcome::Whole;

@@ -186,6 +186,6 @@ EOutcome RecoverLanguageFile(BlockReader& file, const WideText& newPath, std::os
     NewFile part(partPath);
     part.WriteText(Joined(lines));
     if (!part.Close())
-        return EOutcome::Failed;
+        return EOutcome::Unwritten;
     return WriteUtf16(Joined(AcceptedLines(lines, partPath, messages)), newPath, EOutcome::Whole);
 }
