@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <set>
@@ -179,6 +180,7 @@ private:
     Cut m_values; // of the section at hand
     WString m_section;
     std::set<platform::WideText> m_sections;
+    std::set<platform::WideText> m_keys; // with their sections
     std::uint64_t m_count = 0;
 };
 
@@ -231,6 +233,8 @@ bool BinaryProfileInspector::InspectRecord()
         return false;
     }
     ++m_count;
+    if (!m_keys.insert(WString(key).CStr()).second)
+        m_report.DamageAt(start) << "the key is there already; the last counts\n";
     if (!IsWhole(*value, valueStart, m_file))
         m_report.DamageAt(valueStart) << "the value is not as it was written\n";
     return true;
@@ -257,11 +261,27 @@ void InspectBinaryProfile(BlockReader& file, Report& report)
     inspector.End();
 }
 
+namespace {
+
+// Where the last record of each key begins, which is the one that programs read.
+std::map<platform::WideText, std::uint64_t> LastRecords(BlockReader& file)
+{
+    std::map<platform::WideText, std::uint64_t> last;
+    BinaryRecords records(file);
+    for (BinaryRecord record; records.Next(record);)
+        last[record.key.CStr()] = record.position;
+    file.MoveTo(0);
+    return last;
+}
+
+} // namespace
+
 // As the profile writes them, so with wide keys. Values that are not as they were written are left
 // out, and what is behind the first record that cannot be read.
 EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPath,
                               std::ostream& out, std::ostream& losses)
 {
+    const std::map<platform::WideText, std::uint64_t> last = LastRecords(file);
     BinaryRecords records(file);
     NewFile newFile(newPath);
     newFile.WriteNumber(kUnicodeFormatId);
@@ -269,8 +289,10 @@ EOutcome RecoverBinaryProfile(BlockReader& file, const platform::WideText& newPa
     std::uint64_t lost = 0;
     BinaryRecord record;
     while (records.Next(record)) {
-        if (!record.isWhole) {
-            losses << Quoted(platform::WideView(record.key.CStr())) << " is lost\n";
+        const bool isLast = last.at(record.key.CStr()) == record.position;
+        if (!record.isWhole || !isLast) {
+            losses << (isLast ? "" : "the first ") << Quoted(platform::WideView(record.key.CStr()))
+                   << " is lost\n";
             ++lost;
             continue;
         }
