@@ -94,6 +94,10 @@ bool Draft::Make(const std::string& folder, std::string_view fileName, mode_t mo
 
 bool Draft::MoveTo(const std::string& target) noexcept
 {
+    if (IsLost()) {
+        errno = ESTALE;
+        return false;
+    }
     if (::rename(m_path.c_str(), target.c_str()) != 0)
         return false;
     // Closing would not do: a process that was forked meanwhile has the lock, too.
@@ -106,8 +110,16 @@ void Draft::Remove() noexcept
 {
     if (!IsThere())
         return;
-    ::unlink(m_path.c_str());
+    if (!IsLost())
+        ::unlink(m_path.c_str());
     m_file = Descriptor();
+}
+
+// Where a file system keeps its locks from another machine, after all, that may have taken the
+// name: what stands there then is another draft, perhaps half of one. A random name nobody takes.
+bool Draft::IsLost() const noexcept
+{
+    return m_isNamed && HasName(m_file, m_path) == false;
 }
 
 // Under the first free one of the file's names; none of them has an abandoned draft then.
@@ -131,6 +143,7 @@ bool Draft::MakeNamed(const std::string& folder, std::string_view fileName, mode
         }
         if (made == EMade::Refused)
             return false;
+        m_isNamed = made == EMade::Yes;
     }
     return IsThere();
 }
@@ -140,6 +153,7 @@ bool Draft::MakeRandom(const std::string& folder, mode_t mode)
     constexpr int attempts = 100;
     std::uint32_t number = 0; // from here on, also where the system has no random one
     static_cast<void>(FillRandom(&number, sizeof number));
+    m_isNamed = false;
     for (int i = 0; i < attempts; ++i) {
         m_path = folder + ".qd" + std::to_string(number++) + ".tmp";
         m_file = MakeFile(m_path, mode);

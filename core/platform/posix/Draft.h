@@ -34,9 +34,11 @@ public:
 private:
     [[nodiscard]] bool MakeNamed(const std::string& folder, std::string_view fileName, mode_t mode);
     [[nodiscard]] bool MakeRandom(const std::string& folder, mode_t mode);
+    [[nodiscard]] bool IsLost() const noexcept;
 
     std::string m_path;
-    Descriptor m_file; // open, and held, for as long as the draft is there
+    bool m_isNamed = false; // as follows from the file's name
+    Descriptor m_file;      // open, and held, for as long as the draft is there
 };
 
 } // namespace platform

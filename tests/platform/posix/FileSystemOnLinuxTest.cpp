@@ -236,6 +236,26 @@ TEST(FileSystemOnLinux, TheNextSaverOfAFileRemovesTheDraftsOfDeadOnes)
     EXPECT_EQ(Found(folder, "*").size(), 2u + 2u + 3u);
 }
 
+TEST(FileSystemOnLinux, NobodysDraftIsTakenForOnesOwn)
+{
+    const TemporaryFolder folder;
+    WriteFileBytes(folder / "file", "old");
+    for (const bool isOthersThere : {true, false}) {
+        {
+            Replacement replacement(folder.Path("file"));
+            std::fputs("new", replacement.Stream());
+            const std::string draft = platform::ToNativePath(replacement.Path());
+            EXPECT_EQ(::unlink(draft.c_str()), 0); // by a machine that does not see the lock
+            if (isOthersThere)
+                WriteFileBytes(draft, "half");
+            EXPECT_FALSE(replacement.Commit());
+            EXPECT_EQ(errno, ESTALE);
+        }
+        EXPECT_EQ(FileBytes(folder / "file"), "old");
+        EXPECT_EQ(Found(folder, ".qd*").size(), isOthersThere ? 1u : 0u);
+    }
+}
+
 TEST(FileSystemOnLinux, SaversOfOneFileTakeNoDraftFromEachOther)
 {
     const TemporaryFolder folder;
