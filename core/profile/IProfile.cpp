@@ -28,6 +28,8 @@
 // default must not replace it. The reader cannot lock the store, of which it knows nothing. So it
 // leaves a mark with what it found (see WriteBack.h), and the store's `WriteKeyImpl` asks what it
 // may replace, under its own lock.
+//
+// Each of them begins without a problem, as the function of that class may tell none.
 
 namespace {
 
@@ -208,11 +210,13 @@ bool IProfile::DeleteSection(const WString& section) const
     // Left before it goes, by the same way.
     if (deleted.IEqual(m_section))
         LoadSection(WString(), nullptr);
+    TellRead(EProblem::None, WString());
     return DeleteSectionImpl(deleted);
 }
 
 bool IProfile::Write(const WString& key, const _SYSTEMTIME& value) const
 {
+    TellRead(EProblem::None, key);
     const platform::TimeStamp stamp = platform::ToTimeStamp(value);
     WString text;
     text.Printf(QD_W("%02d/%02d/%04d %02d:%02d:%02d.%03d"), stamp.month, stamp.day, stamp.year,
@@ -222,6 +226,7 @@ bool IProfile::Write(const WString& key, const _SYSTEMTIME& value) const
 
 bool IProfile::Write(const WString& key, bool value) const
 {
+    TellRead(EProblem::None, key);
     return WriteString(key, Store().Convert(value));
 }
 
@@ -248,17 +253,20 @@ bool IProfile::Write(const WString& key, int value) const
 
 bool IProfile::Write(const WString& key, double value) const
 {
+    TellRead(EProblem::None, key);
     return WriteString(key, Store().Convert(value));
 }
 
 bool IProfile::Write(const WString& key, const WString& value) const
 {
+    TellRead(EProblem::None, key);
     return WriteString(key, value);
 }
 
 // Intended: a missing time stamp resets the caller's, and a default is never written.
 bool IProfile::Read(const WString& key, _SYSTEMTIME& value) const
 {
+    TellRead(EProblem::None, key);
     WString text;
     platform::TimeStamp stamp = {};
     const bool isRead = Read(key, text) && IsUsable(key, ReadTimeStamp(text, stamp));
@@ -269,6 +277,7 @@ bool IProfile::Read(const WString& key, _SYSTEMTIME& value) const
 // Intended: unlike a bad number, a text that is neither true nor false is not overwritten.
 bool IProfile::Read(const WString& key, bool& value) const
 {
+    TellRead(EProblem::None, key);
     WString text = DefaultText(value);
     return Read(key, text) && IsUsable(key, Convert(text, value));
 }
@@ -306,6 +315,7 @@ bool IProfile::Read(const WString& key, short& value, int min, int max) const
 // Intended: a number out of bounds is clamped, and yet the answer is false; callers go by both.
 bool IProfile::Read(const WString& key, int& value, int min, int max) const
 {
+    TellRead(EProblem::None, key);
     WriteBack writeBack(m_defaults, m_section, key);
     WString text = DefaultText(value);
     if (!Read(key, text))
@@ -336,6 +346,7 @@ bool IProfile::Read(const WString& key, double& value) const
 
 bool IProfile::Read(const WString& key, float& value) const
 {
+    TellRead(EProblem::None, key);
     const auto widened = static_cast<double>(value);
     WriteBack writeBack(m_defaults, m_section, key);
     WString text = DefaultText(widened);
@@ -367,7 +378,7 @@ bool IProfile::Read(const WString& key, WString& value) const
 
 bool IProfile::WriteString(const WString& key, const WString& value) const
 {
-    TellRead(EProblem::None, key); // unless the store tells
+    TellRead(EProblem::None, key);
     return WriteKeyImpl(key, value);
 }
 
@@ -392,6 +403,7 @@ bool IProfile::ReadHex(const WString& key, unsigned short& value) const
 
 bool IProfile::ReadHex(const WString& key, unsigned long& value, int digits) const
 {
+    TellRead(EProblem::None, key);
     WString text;
     if (!Read(key, text))
         return false;
@@ -413,6 +425,7 @@ bool IProfile::ReadHex(const WString& key, unsigned long& value, int digits) con
 
 void IProfile::DeleteKey(const WString& key)
 {
+    TellRead(EProblem::None, key);
     DeleteKeyImpl(key);
 }
 
@@ -612,6 +625,7 @@ template <class Whole>
 bool IProfile::ReadWhole(const WString& key, Whole& value) const
 {
     using Small = std::conditional_t<std::is_signed_v<Whole>, int, std::uint32_t>;
+    TellRead(EProblem::None, key);
     WString text;
     if (WriteMissingKey())
         text = std::in_range<Small>(value) ? Store().Convert(static_cast<int>(value))

@@ -326,6 +326,58 @@ TEST_F(IProfileTest, GivesDerivedStoresItsParts)
                  none.WriteString(QD_W("k"), QD_W("v")));
 }
 
+TEST_F(IProfileTest, ForgetsAProblemWhenAStoreWithoutAnySucceeds)
+{
+    class Kept : public IProfile { // its texts pass neither of the functions that it overrides
+    public:
+        using IProfile::Read;
+        bool Read(const WString&, WString& value) const override
+        {
+            value = text;
+            return !text.IsEmpty();
+        }
+        bool WriteString(const WString&, const WString& value) const override
+        {
+            text = value;
+            return true;
+        }
+        BArray<WString> GetAllKeys() override { return BArray<WString>(); }
+
+        mutable WString text;
+    };
+    const Kept kept;
+    const WString key = QD_W("k");
+    int number = 0;
+    double real = 0;
+    bool truth = false;
+    std::int64_t whole = 0;
+    unsigned long hex = 0;
+    _SYSTEMTIME time = {};
+    const std::function<bool()> operations[] = {
+        [&] { return kept.Write(key, 7); },
+        [&] { return kept.Read(key, number, 1, 9); },
+        [&] { return kept.Write(key, 2.5); },
+        [&] { return kept.Read(key, real); },
+        [&] { return kept.Write(key, true); },
+        [&] { return kept.Read(key, truth); },
+        [&] { return kept.Write(key, 1LL << 40); },
+        [&] { return kept.Read(key, whole); },
+        [&] { return kept.Write(key, QD_W("0x1F")); },
+        [&] { return kept.ReadHex(key, hex, 4); },
+        [&] { return kept.Write(key, time); },
+        [&] { return kept.Read(key, time); },
+    };
+    for (const auto& operation : operations) {
+        SCOPED_TRACE(&operation - operations);
+        const WString text = std::exchange(kept.text, WString(QD_W("x")));
+        EXPECT_FALSE(kept.Read(key, whole));
+        EXPECT_EQ(kept.Problem().code, EProblem::OtherValue);
+        kept.text = text;
+        EXPECT_TRUE(operation());
+        EXPECT_FALSE(kept.Problem());
+    }
+}
+
 TEST_F(IProfileTest, FindsSubProfilesBesideItself)
 {
     const std::string longName(300, 'x'), tooLong = "D:\\" + longName;
