@@ -6,6 +6,7 @@
 #include "core/profile/ProfileBuffer.h"
 #include "core/profile/TextProfile.h"
 
+#include <iterator>
 #include <typeinfo>
 #include <utility>
 
@@ -83,7 +84,10 @@ bool BIniProfile::ReadMem(const WString& key, void* data, std::size_t size) cons
 {
     const bool isRead =
         platform::ReadProfileBlock(Path(), GetSection(), key, data, BlockSize(size));
-    TellRead(isRead ? EProblem::None : EProblem::NoValue, key);
+    WChar text[2] = {};
+    if (!isRead)
+        platform::ReadProfileText(Path(), GetSection(), key, QD_W(""), text, std::size(text));
+    TellRead(isRead ? EProblem::None : *text != 0 ? EProblem::OtherValue : EProblem::NoValue, key);
     return isRead;
 }
 

@@ -161,6 +161,7 @@ TEST_F(BIniProfileFile, TellsWhyAReaderOrAWriterFailed)
          QD_W("no value under \"none\" in section \"s\"")},
         {[&] { return profile.ReadMem(QD_W("none"), &real, 4); }, EProblem::NoValue,
          QD_W("no value under \"none\" in section \"s\"")},
+        {[&] { return profile.ReadMem(QD_W("n"), &real, 4); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.Read(QD_W("text"), number, 1, 9); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.Read(QD_W("text"), real); }, EProblem::OtherValue, nullptr},
         {[&] { return profile.Read(QD_W("text"), truth); }, EProblem::OtherValue, nullptr},
