@@ -230,11 +230,15 @@ WString BBinProfile::Section(WString mappedKey)
 }
 
 bool BBinProfile::Save()
-{
+try {
+    m_valueProblem = {};
     if (!m_modified || m_mode == ProfileReadOnly)
         return true;
     m_modified = !Write();
     return !m_modified;
+} catch (const std::bad_alloc&) {
+    m_problem = {.code = EProblem::Memory};
+    throw;
 }
 
 BProblem BBinProfile::Problem() const

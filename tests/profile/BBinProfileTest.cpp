@@ -177,8 +177,9 @@ TEST(BBinProfile, TellsWhatIsWrongWithItsFile)
     EXPECT_FALSE(made.Save());
     EXPECT_TRUE(made.Problem());
     std::filesystem::remove(folder / "p");
+    EXPECT_EQ(made.ReadInt(QD_W("none"), 3), 3);
     EXPECT_TRUE(made.Save()) << "the changes were kept";
-    EXPECT_FALSE(made.Problem());
+    EXPECT_FALSE(made.Problem()) << "nor that of a reader before";
     EXPECT_GT(FileBytes(folder / "p").size(), whole.size());
 
     struct Case {
