@@ -46,7 +46,7 @@ public:
     /// `WriteString(name, WString::FromInt(value))`.
     template <NProfile::IsWiderThanInt T>
     int WriteInt(WString name, T value) = delete;
-    /// Not this: no pointer, such as a text, counts as true.
-    template <class T>
-    int WriteBool(WString name, T* value) = delete;
+    /// Not this: no pointer counts as true, and no text, which converts into one.
+    template <NProfile::IsPointer T>
+    int WriteBool(WString name, const T& value) = delete;
 };

@@ -82,9 +82,9 @@ public:
                WriteMem(key, data, static_cast<unsigned int>(size));
     }
 
-    /// Not this: no pointer, such as a text, counts as true.
-    template <class T>
-    bool WriteBoolean(WString key, T* value) = delete;
+    /// Not this: no pointer counts as true, and no text, which converts into one.
+    template <NProfile::IsPointer T>
+    bool WriteBoolean(WString key, const T& value) = delete;
 
 protected:
     /// Member `index` of a family of keys: "Point" and 3 give "Point3".

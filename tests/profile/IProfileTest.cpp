@@ -110,7 +110,15 @@ concept TakesTextAsTruth = requires(Profile profile)
 }
 || requires(Profile profile)
 {
+    profile.WriteBoolean(QD_W("k"), WString());
+}
+|| requires(Profile profile)
+{
     profile.WriteBool(QD_W("k"), QD_W("text"));
+}
+|| requires(Profile profile)
+{
+    profile.WriteBool(QD_W("k"), BString());
 };
 static_assert(!TakesTextAsTruth<BProfile> && !TakesTextAsTruth<BBinProfile> &&
               !TakesTextAsTruth<BConfigRegistry>);
