@@ -68,6 +68,7 @@ void BProfiler::SetLogfilePath(WString directory)
 {
     if (directory.IsEmpty()) {
         m_logfilePath.Clear();
+        m_problem = {};
         return;
     }
     m_problem = platform::PathExists(directory) ||

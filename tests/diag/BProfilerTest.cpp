@@ -105,6 +105,8 @@ TEST(BProfiler, AppendsRunsAndKeepsWhatItCannotWrite)
     profiler.Run(QD_W("09:05:00\tStart\tMe\u00DFlauf \u6E2C \xD83D\xDE00 100%"));
     EXPECT_EQ(profiler.m_logEntries.Count(), 1u); // for the next stop
     EXPECT_EQ(BProfiler::Problem().code, EProblem::NotThere);
+    BProfiler::SetLogfilePath(WString());
+    EXPECT_FALSE(BProfiler::Problem()) << "nothing is to be written";
     profiler.m_logfilePath = folder.Path("day.log");
     for (const WChar* line : {QD_W("12\tsecond"), QD_W("12\tthird")}) {
         profiler.Run(line);
