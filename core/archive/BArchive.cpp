@@ -219,6 +219,7 @@ bool BArchive::Impl::WriteQueued(BArchive& archive)
             throw;
         }
         if (!record.End(archive.Version())) {
+            saver->TellUnwritten(EProblem::ObjectUnwritten);
             archive.ThrowError();
             return false;
         }
@@ -303,8 +304,10 @@ void BArchive::Insert(BSmartObj* obj, const char* label)
 
 SP<BSmartObj> BArchive::TakeOut(const char* label)
 {
-    if (!m_impl->loader || !IsGood() || label == nullptr || *label == '\0')
+    if (!m_impl->loader || !IsGood())
         return nullptr;
+    if (label == nullptr || *label == '\0')
+        return m_impl->loader->TakeOutNothing({});
     return m_impl->loader->TakeOut(label, *this);
 }
 

@@ -44,6 +44,8 @@ public:
 
     /// As `BArchive::TakeOut`, `TakeOutLater`, `VerifyObjects` and `OnRefusal`.
     [[nodiscard]] SP<BSmartObj> TakeOut(std::string_view label, BArchive& archive);
+    /// Null, and why where nobody else has asked: there is no object under `label`.
+    [[nodiscard]] SP<BSmartObj> TakeOutNothing(std::string_view label);
     void TakeOutLater(std::uint32_t number);
     /// As `BArchive::QueryObject`; not counted.
     [[nodiscard]] BSmartObj* QueryObject(std::uint64_t index);
@@ -65,7 +67,6 @@ private:
         LetGoFunction letGo;
     };
 
-    [[nodiscard]] SP<BSmartObj> TakeOutNothing(std::string_view label);
     [[nodiscard]] SP<BSmartObj> TakeOutInside(std::uint32_t number, BArchive& archive);
     [[nodiscard]] SP<BSmartObj> RebuildBetween(std::uint32_t number, BArchive& archive);
     [[nodiscard]] const SP<BSmartObj>& Rebuild(std::uint32_t number, BArchive& archive);

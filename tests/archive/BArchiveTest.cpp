@@ -551,6 +551,11 @@ TEST_F(BArchiveTest, TellsWhatIsWrong)
     EXPECT_TRUE(archive.Problem());
     EXPECT_TRUE(archive.TakeOut("a"));
     EXPECT_FALSE(archive.Problem()) << "what is sound clears it";
+    for (const char* label : {"", static_cast<const char*>(nullptr)}) {
+        EXPECT_TRUE(archive.TakeOut("a"));
+        EXPECT_FALSE(archive.TakeOut(label));
+        EXPECT_EQ(archive.Problem().code, EProblem::NoSuchObject);
+    }
     EXPECT_EQ(BArchive(m_folder.Path("absent"), BArchive::ModeRead, "", 0).Problem().code,
               EProblem::NotThere);
     EXPECT_EQ(BArchive(m_folder.Path("no/such"), BArchive::ModeWrite, "", 0).Problem().code,
