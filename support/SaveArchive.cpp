@@ -2,6 +2,8 @@
 
 #include "core/platform/FileReplacement.h"
 
+#include <new>
+
 namespace {
 
 // Tells the problem of an archive, by the path of the document, also where an exception ends it.
@@ -27,13 +29,9 @@ private:
     BProblem& m_problem;
 };
 
-} // namespace
-
-bool SaveArchive(const WString& path, BString docClass, int docVersion,
-                 const std::function<void(BArchive&)>& insert, BProblem* problem)
+bool Save(const WString& path, const BString& docClass, int docVersion,
+          const std::function<void(BArchive&)>& insert, BProblem& told)
 {
-    BProblem ignored;
-    BProblem& told = problem != nullptr ? *problem : ignored;
     const auto failed = [&] {
         told = BProblem::OfSystem();
         told.path = path;
@@ -51,4 +49,21 @@ bool SaveArchive(const WString& path, BString docClass, int docVersion,
             return false;
     }
     return replacement.Commit() || failed();
+}
+
+} // namespace
+
+bool SaveArchive(const WString& path, BString docClass, int docVersion,
+                 const std::function<void(BArchive&)>& insert, BProblem* problem)
+{
+    BProblem ignored;
+    BProblem& told = problem != nullptr ? *problem : ignored;
+    told = {};
+    try {
+        return Save(path, docClass, docVersion, insert, told);
+    } catch (const std::bad_alloc&) {
+        if (!told)
+            told = {.code = EProblem::Memory, .path = path};
+        throw;
+    }
 }

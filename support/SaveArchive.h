@@ -26,7 +26,8 @@
 ///     SaveArchive(path, "class Document", 3,
 ///                 [&](BArchive& archive) { archive.Insert(root.Get(), "root"); });
 ///
-/// `problem`, which may be null, is told why it failed, also when something is thrown.
+/// `problem`, which may be null, is told why it failed, also when an object throws or memory runs
+/// out; none for what `insert` throws itself.
 [[nodiscard]] bool SaveArchive(const WString& path, BString docClass, int docVersion,
                                const std::function<void(BArchive&)>& insert,
                                BProblem* problem = nullptr);

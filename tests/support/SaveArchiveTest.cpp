@@ -41,6 +41,14 @@ TEST(SaveArchive, ReplacesTheDocumentAsAWholeOrNotAtAll)
     EXPECT_EQ(FileBytes(folder / "part.qda"), saved);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
 
+    BProblem problem{.code = EProblem::InUse};
+    const auto throwing = [](auto thrown) { return [thrown](BArchive&) { throw thrown; }; };
+    EXPECT_THROW((void)SaveArchive(path, "c", 1, throwing(std::bad_alloc()), &problem),
+                 std::bad_alloc);
+    EXPECT_EQ(problem.Text(), path + QD_W(": memory ran out"));
+    EXPECT_THROW((void)SaveArchive(path, "c", 1, throwing(1), &problem), int);
+    EXPECT_FALSE(problem) << "of the caller's own";
+
     EXPECT_FALSE(Save(folder.Path("no folder/part.qda"), new ArchiveItem(3)));
     EXPECT_FALSE(SaveArchive(folder.Path("new.qda"), "class Saved", 1, [&](BArchive&) {
         std::filesystem::create_directory(folder / "new.qda"); // takes the name
