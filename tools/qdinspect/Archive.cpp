@@ -371,5 +371,5 @@ void InspectArchive(BlockReader& file, Report& report)
     if (report.IsShown())
         ShowTrees(archive, std::move(uses), report);
     else if (TreeSink* const trees = report.Export() ? report.Export()->Trees(archive) : nullptr)
-        WalkTrees(archive, std::move(uses), *trees);
+        WalkTrees(archive, std::move(uses), *trees, report);
 }

@@ -4,6 +4,7 @@
 
 #include "tools/qdinspect/ArchiveFile.h"
 #include "tools/qdinspect/ArchiveTree.h"
+#include "tools/qdinspect/Progress.h"
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
@@ -146,10 +147,12 @@ bool IsReordered(const std::vector<ItemPair>& pairs)
 
 class ArchiveComparison {
 public:
-    ArchiveComparison(Side& before, Side& now, std::ostream& out)
+    ArchiveComparison(Side& before, Side& now, std::ostream& out, Progress& progress)
         : m_before(before)
         , m_now(now)
         , m_out(out)
+        , m_progress(progress)
+        , m_nodes(static_cast<std::uint64_t>(std::ranges::count(before.uses.isNode, true)))
     {}
 
     [[nodiscard]] bool Tell();
@@ -192,6 +195,9 @@ private:
     Side& m_before;
     Side& m_now;
     std::ostream& m_out;
+    Progress& m_progress;
+    std::uint64_t m_nodes; // of the first file
+    std::uint64_t m_passedNodes = 0;
     std::vector<Level> m_levels;
     // Of objects that nodes share, so that each pair is read once.
     std::map<std::pair<std::uint32_t, std::uint32_t>, std::optional<std::uint64_t>> m_otherBytes;
@@ -243,6 +249,7 @@ void ArchiveComparison::TellLine(char sign, const std::string& what)
 {
     constexpr std::size_t most = 16;
     m_differs = true;
+    m_progress.HideForOutput();
     m_out << sign << ' ';
     for (std::size_t i = 1; i < m_levels.size(); ++i) {
         if (i > 1)
@@ -371,6 +378,8 @@ void ArchiveComparison::TellTrees()
             continue;
         }
         const ItemPair pair = std::move(level.pairs[level.next++]);
+        if (pair.before.number != kNone)
+            m_progress.Show(++m_passedNodes, m_nodes);
         Level below = TellPair(pair);
         if (!below.pairs.empty())
             m_levels.push_back(std::move(below));
@@ -500,11 +509,12 @@ std::optional<std::uint64_t> ArchiveComparison::OtherByteOf(std::uint32_t before
 
 } // namespace
 
-std::optional<bool> TellArchiveDifferences(BlockReader& before, BlockReader& now, std::ostream& out)
+std::optional<bool> TellArchiveDifferences(BlockReader& before, BlockReader& now, std::ostream& out,
+                                           Progress& progress)
 {
     Side sideBefore(before);
     Side sideNow(now);
     if (!sideBefore.Survey() || !sideNow.Survey())
         return std::nullopt;
-    return ArchiveComparison(sideBefore, sideNow, out).Tell();
+    return ArchiveComparison(sideBefore, sideNow, out, progress).Tell();
 }

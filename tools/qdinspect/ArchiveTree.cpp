@@ -20,12 +20,14 @@ constexpr std::uint64_t kIndents = 32;     // deeper nodes have their depth in f
 
 class TreeWalk {
 public:
-    TreeWalk(ArchiveFile& archive, RecordUses uses, TreeSink& sink)
+    TreeWalk(ArchiveFile& archive, RecordUses uses, TreeSink& sink, Report& progress)
         : m_archive(archive)
         , m_uses(std::move(uses))
         , m_sink(sink)
+        , m_progress(progress)
         , m_most(sink.MostShown())
         , m_isShown(m_uses.isNode.size())
+        , m_nodes(static_cast<std::uint64_t>(std::ranges::count(m_uses.isNode, true)))
     {}
 
     void TellAll();
@@ -50,8 +52,10 @@ private:
     ArchiveFile& m_archive;
     RecordUses m_uses;
     TreeSink& m_sink;
+    Report& m_progress;
     TreeSink::Limits m_most;
     std::vector<bool> m_isShown;
+    std::uint64_t m_nodes;
     std::uint64_t m_shownNodes = 0;
 };
 
@@ -75,16 +79,14 @@ TreeRecord TreeWalk::RecordOf(std::uint64_t index)
 void TreeWalk::TellAll()
 {
     const auto count = static_cast<std::uint32_t>(m_uses.isNode.size());
-    std::uint64_t nodes = 0;
     std::uint64_t roots = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        nodes += m_uses.isNode[i] ? 1 : 0;
         if (m_uses.isNode[i] && m_uses.parents[i] == ArchiveFile::kNone && roots++ < m_most.entries)
             TellTree(i);
     }
     if (roots > m_most.entries)
         m_sink.LeftOut(roots - m_most.entries, 0);
-    m_sink.EndTrees(nodes, m_shownNodes);
+    m_sink.EndTrees(m_nodes, m_shownNodes);
     TellLoose();
 }
 
@@ -127,6 +129,7 @@ TreeWalk::Level TreeWalk::TellNode(std::uint32_t number, std::uint64_t depth)
 {
     m_isShown[number] = true;
     ++m_shownNodes;
+    m_progress.TellProgress(m_shownNodes, (std::min)(m_nodes, m_most.nodes));
     TreeRecord record = Record(number);
     m_sink.Node(record, depth);
     TellHeld(*record.node, depth);
@@ -278,13 +281,13 @@ void TreePrinter::Held(const char* role, const TreeRecord& held, std::uint64_t d
 
 } // namespace
 
-void WalkTrees(ArchiveFile& archive, RecordUses uses, TreeSink& sink)
+void WalkTrees(ArchiveFile& archive, RecordUses uses, TreeSink& sink, Report& progress)
 {
-    TreeWalk(archive, std::move(uses), sink).TellAll();
+    TreeWalk(archive, std::move(uses), sink, progress).TellAll();
 }
 
 void ShowTrees(ArchiveFile& archive, RecordUses uses, Report& report)
 {
     TreePrinter printer(archive, report);
-    WalkTrees(archive, std::move(uses), printer);
+    WalkTrees(archive, std::move(uses), printer, report);
 }

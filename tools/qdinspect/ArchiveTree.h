@@ -79,7 +79,7 @@ public:
 };
 
 /// Tells the trees of nodes, each with what it holds, and the objects that no node holds.
-void WalkTrees(ArchiveFile& archive, RecordUses uses, TreeSink& sink);
+void WalkTrees(ArchiveFile& archive, RecordUses uses, TreeSink& sink, Report& progress);
 
 /// Prints them.
 void ShowTrees(ArchiveFile& archive, RecordUses uses, Report& report);

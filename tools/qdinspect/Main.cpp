@@ -187,6 +187,7 @@ int ExportPage(const Options& options, EKind kind, BlockReader& file, const Wide
     Page page(std::cout, subject, survey);
     Report second(silent, silent, silent, options.showsAll);
     second.ExportTo(page);
+    second.ShowProgressOn(progress);
     InspectAs(kind, file, path, second);
     page.End();
     return first.IsWhole() ? kWhole : kDamaged;
@@ -282,7 +283,8 @@ bool DiffEntries(EKind kind, BlockReader& file, const WideText& path, BlockReade
 }
 
 // The kind of the second file is that of the first.
-int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& path)
+int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& path,
+         Progress& progress)
 {
     if (const std::string why = NoFile(PathOf(options.newPath)); !why.empty())
         return Nothing(options, options.newPath + ": " + why);
@@ -295,7 +297,7 @@ int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& 
     other.MoveTo(0);
     std::optional<bool> differs;
     if (kind == EKind::Archive)
-        differs = TellArchiveDifferences(file, other, std::cout);
+        differs = TellArchiveDifferences(file, other, std::cout, progress);
     else if (kind == EKind::Log)
         differs = DiffEntries<LoggedRuns>(kind, file, path, other, otherPath);
     else
@@ -303,6 +305,17 @@ int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& 
     if (!differs)
         return Nothing(options, "one of the two has no records that can be compared");
     return *differs ? kDamaged : kWhole;
+}
+
+Progress::EPlace PlaceOfBar(const Options& options)
+{
+    if (!IsTerminal(EStream::Err))
+        return Progress::EPlace::Nowhere;
+    if (!IsTerminal(EStream::Out))
+        return Progress::EPlace::Alone;
+    // Beside what a terminal shows of a page, a bar would only be in the way.
+    return options.command == ECommand::Export ? Progress::EPlace::Nowhere
+                                               : Progress::EPlace::AmongOutput;
 }
 
 int Inspect(const Options& options)
@@ -325,13 +338,11 @@ int Inspect(const Options& options)
                                     (otherwise.empty() ? otherwise : "; it is " + otherwise));
     if (options.command == ECommand::Lint && kind != EKind::Language)
         return Nothing(options, "it is no language file");
+    Progress progress(PlaceOfBar(options));
     if (options.command == ECommand::Diff)
-        return Diff(options, kind, file, widePath);
+        return Diff(options, kind, file, widePath, progress);
     if (IsText(kind) && file.Size() > kLargestText)
         return Nothing(options, "the file is too large for a text");
-    // Beside what a terminal shows of the content, a bar would only be in the way.
-    Progress progress(IsTerminal(EStream::Err) &&
-                      (options.command != ECommand::Export || !IsTerminal(EStream::Out)));
     if (options.command == ECommand::Recover)
         return Recover(options, kind, file, progress);
     if (options.command == ECommand::Convert)

@@ -7,9 +7,12 @@
 /// It goes when something is printed, and with the object.
 class Progress {
 public:
-    /// Without a terminal nothing is shown.
-    explicit Progress(bool isOnTerminal) noexcept
-        : m_isOnTerminal(isOnTerminal)
+    /// Where the bar stands: nowhere without a terminal; where the output goes to that, too, each
+    /// of its lines takes the bar's place.
+    enum class EPlace { Nowhere, Alone, AmongOutput };
+
+    explicit Progress(EPlace place) noexcept
+        : m_place(place)
     {}
     ~Progress() { Hide(); }
     Progress(const Progress&) = delete;
@@ -19,13 +22,19 @@ public:
     void Show(std::uint64_t done, std::uint64_t all)
     {
         constexpr std::uint32_t stride = 1024;
-        if (m_isOnTerminal && ++m_calls % stride == 0)
+        if (m_place != EPlace::Nowhere && ++m_calls % stride == 0)
             Update(done, all);
     }
     void Hide()
     {
         if (m_isShown)
             Erase();
+    }
+    /// Before a line of the output.
+    void HideForOutput()
+    {
+        if (m_place == EPlace::AmongOutput)
+            Hide();
     }
 
 private:
@@ -34,7 +43,7 @@ private:
     void Update(std::uint64_t done, std::uint64_t all);
     void Erase();
 
-    bool m_isOnTerminal;
+    EPlace m_place;
     bool m_isShown = false;
     std::uint32_t m_calls = 0;
     Clock::time_point m_next = Clock::now() + std::chrono::milliseconds(500);

@@ -127,7 +127,7 @@ public:
     [[nodiscard]] std::ostream& Line()
     {
         if (m_progress != nullptr)
-            m_progress->Hide();
+            m_progress->HideForOutput();
         return m_out;
     }
     [[nodiscard]] Cut NewCut();
