@@ -294,6 +294,8 @@ int Diff(const Options& options, EKind kind, BlockReader& file, const WideText& 
         return Nothing(options, options.newPath + " cannot be opened");
     if (options.kind == EKind::Unknown && KindOf(other) != kind)
         return Nothing(options, options.newPath + " is of another kind");
+    if (IsText(kind) && other.Size() > kLargestText)
+        return Nothing(options, options.newPath + " is too large for a text");
     other.MoveTo(0);
     std::optional<bool> differs;
     if (kind == EKind::Archive)
@@ -338,11 +340,11 @@ int Inspect(const Options& options)
                                     (otherwise.empty() ? otherwise : "; it is " + otherwise));
     if (options.command == ECommand::Lint && kind != EKind::Language)
         return Nothing(options, "it is no language file");
+    if (IsText(kind) && file.Size() > kLargestText)
+        return Nothing(options, "the file is too large for a text");
     Progress progress(PlaceOfBar(options));
     if (options.command == ECommand::Diff)
         return Diff(options, kind, file, widePath, progress);
-    if (IsText(kind) && file.Size() > kLargestText)
-        return Nothing(options, "the file is too large for a text");
     if (options.command == ECommand::Recover)
         return Recover(options, kind, file, progress);
     if (options.command == ECommand::Convert)
