@@ -183,7 +183,7 @@ TEST_F(OutOfMemoryTest, AnArchiveIsReadAsAWholeOrNotAtAll)
 
 TEST_F(OutOfMemoryTest, AnArchiveThatSaysItWasWrittenLoads)
 {
-    const SP<BNode> tree = SmallTree();
+    const SP<BNode> tree = SmallTree(), note = Named(QD_W("note"));
     const auto loads = [&] {
         return IsSmallTree(Open(m_path, BArchive::ModeRead)->TakeOut("root").Get());
     };
@@ -202,6 +202,7 @@ TEST_F(OutOfMemoryTest, AnArchiveThatSaysItWasWrittenLoads)
             const bool isSo = !isWritten || loads();
             if (!archive)
                 return isSo;
+            archive->Insert(note.Get(), "note"); // must not come under the other label
             archive->Insert(tree.Get(), "root"); // once more, with memory
             return isSo && (!archive->Flush() || loads());
         });

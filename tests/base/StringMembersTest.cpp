@@ -126,7 +126,7 @@ TYPED_TEST(StringMembers, EditsChangeOneStringAndNoCopyOfIt)
         {"xxaxbx", [](S& s) { s.EraseAllChars(C('x')).EraseAllChars(0); }, "ab"},
         {"aBc1", [](S& s) { EXPECT_EQ(Plain(s.ToUpper()), "ABC1"); }, "ABC1"},
         {"aBc1", [](S& s) { EXPECT_EQ(Plain(s.ToLower()), "abc1"); }, "abc1"},
-        {"aBc1", [](S& s) { EXPECT_EQ(Plain(s.Upper() + s.Lower()), "ABC1abc1"); }, "aBc1"},
+        {"aBc1", [](S& s) { EXPECT_EQ(Plain(s.Upper() + s.Lower().CStr()), "ABC1abc1"); }, "aBc1"},
         {"", [](S& s) { s.ItoA(std::numeric_limits<std::int64_t>::min(), 10); },
          "-9223372036854775808"},
         {"x", [](S& s) { s.ItoA(-1, 16); }, "ffffffffffffffff"},

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -199,4 +200,5 @@ TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
     array.ChangeExtent(0, 0, -3, -2);
     EXPECT_TRUE(Written(array).ends_with("\xFD\xFF\xFF\xFF\xFE\xFF\xFF\xFF\x01\0\0\0"sv));
     EXPECT_TRUE(Read());
+    EXPECT_THROW(Written(BBitArray(24, INT_MAX, INT_MAX)), std::bad_alloc) << "it got no memory";
 }

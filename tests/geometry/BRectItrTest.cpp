@@ -51,7 +51,7 @@ TEST(BRectItr, MapsCellsByScaleThenOriginAndNeverTurnsThem)
     EXPECT_EQ(itr.Position(), BPoint(10, -16)); // toward zero
     EXPECT_EQ(itr++, BFPoint(10.5f, -16.5f));
     EXPECT_EQ(itr--, BFPoint(11.0f, -16.5f));
-    EXPECT_EQ(itr.RelativePosition(), BPoint(1, 2));
+    EXPECT_EQ((--itr).RelativePosition(), BPoint(4, 1));
 
     const BRectItr empty = Walk(BRect(4, 6, 4, 10), 2); // only the row is tested
     EXPECT_TRUE(empty.IsValid());

@@ -1,3 +1,4 @@
+#include "core/base/BString.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/Collation.h"
 
@@ -113,6 +114,7 @@ TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
     };
     for (const Case& c : cases)
         ExpectOf(c.codePage, [&] { return Converts(c.wide, c.ansi, c.back); });
+    ExpectOf("932", [] { return BString(QD_W("x\u3042\u3042")).Length() == 5; });
     // From its second byte on, the first character makes as many units as the rest of the text.
     ExpectOf("932", [] {
         return platform::FindIgnoringCase("\x81\x81\x81\x81"

@@ -109,6 +109,9 @@ TEST(FileSystemOnLinux, AFailedLookIsNoMissingFile)
     EXPECT_EQ(platform::FindFiles(folder.Path("loop\\x"), any), EPresence::Unknown);
     for (const char* const name : {"loop", ""}) // the folder itself
         EXPECT_EQ(Replacement(folder.Path(name)).Stream(), nullptr) << name;
+    SystemCalls disk;
+    disk.Fail("readdir", EIO, 1);
+    EXPECT_TRUE(BFile::Exist(folder.Path("*"))) << "one is enough";
 }
 
 TEST(FileSystemOnLinux, DeletingStaysInTheFolderAndSavingWaitsForNoReader)
