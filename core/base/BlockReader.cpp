@@ -115,22 +115,20 @@ bool BlockReader::Fetch(std::uint64_t size)
 
 bool BlockReader::ReadAt(std::uint64_t position, char* out, std::uint64_t size)
 {
-    const bool there = m_stream != nullptr &&
-                       (position == m_streamPosition || platform::Seek(m_stream, position)) &&
+    assert(m_stream != nullptr); // without a file nothing is left to read
+    const bool there = (position == m_streamPosition || platform::Seek(m_stream, position)) &&
                        std::fread(out, 1, size, m_stream) == size;
     m_streamPosition = position + size;
     // One failure is for good: what a second try would read is not what stands at the place.
-    if (!there) {
-        const bool hasEnded = m_stream != nullptr && std::feof(m_stream) != 0;
-        Fail(hasEnded ? 0 : platform::LastErrorCode());
-    }
+    if (!there)
+        Fail(std::feof(m_stream) != 0 ? 0 : platform::LastErrorCode());
     return there;
 }
 
 void BlockReader::Fail(int error) noexcept
 {
-    if (!m_failure)
-        m_failure = error;
+    assert(!m_failure);
+    m_failure = error;
     Close();
 }
 
