@@ -60,10 +60,9 @@ GapTree::Place* GapTree::FindGap(std::uint64_t size) const noexcept
 
 void GapTree::Insert(Place& place, std::uint64_t size, Place& next) noexcept
 {
-    assert(size <= next.m_gap);
+    assert(size <= next.m_gap && place.m_gap == 0);
     place.m_start = next.GapStart();
     place.m_size = size;
-    place.m_gap = 0;
     next.m_gap -= size;
     TellAbove(next, next.LargestGap());
     if (next.m_left == nullptr) {

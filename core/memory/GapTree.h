@@ -52,7 +52,7 @@ public:
 
     /// The place behind the first gap of at least `size` bytes; null when there is none.
     [[nodiscard]] Place* FindGap(std::uint64_t size) const noexcept;
-    /// Puts `place` at the start of the gap in front of `next`, which has room for it.
+    /// Puts `place`, a new one, at the start of the gap in front of `next`, which has room for it.
     void Insert(Place& place, std::uint64_t size, Place& next) noexcept;
     /// Joins `place`, which is no frame's end, and the gaps on both its sides to one.
     void Remove(Place& place) noexcept;
