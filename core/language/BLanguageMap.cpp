@@ -95,11 +95,11 @@ WideView EscapeOf(WChar unit, WChar next)
 }
 
 // Only what would not read back, so that a path in a text stays readable for the translator.
-WideText Escaped(WideView text)
+WideText Escaped(const WideText& text)
 {
     WideText escaped;
     for (std::size_t index = 0; index != text.size(); ++index) {
-        const WChar next = index + 1 != text.size() ? text[index + 1] : WChar(0);
+        const WChar next = text[index + 1]; // 0 at the end
         if (const WideView escape = EscapeOf(text[index], next); !escape.empty())
             escaped += escape;
         else
@@ -572,5 +572,5 @@ void BLanguageMap::SkipLn(BFile& file)
 
 void BLanguageMap::ReplaceControlChars(WString& text)
 {
-    text = Escaped(ViewOf(text)).c_str();
+    text = Escaped(text.CStr()).c_str();
 }
