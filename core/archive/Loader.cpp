@@ -317,7 +317,9 @@ void Loader::TellRefusal(std::size_t place)
     if (!file.IsGood()) // which is told
         return;
     BProblem refusal = OfRecord(EProblem::ObjectRefused, m_rebuilt[place]);
-    if (problem)
+    if (problem.code == EProblem::ObjectRefused) // nobody took anything out since
+        refusal.detail = std::move(problem.detail);
+    else if (problem)
         refusal.detail = problem.Text(); // what was left out may be what it lacks
     problem = std::move(refusal);
 }

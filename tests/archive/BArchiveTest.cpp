@@ -825,6 +825,9 @@ TEST_F(BArchiveTest, EveryObjectIsAskedInItsTurnWhetherItIsSound)
     EXPECT_LT(ArchiveItem::asked, 100 * kCount) << "not each one in each call";
     items.back()->m_value = ArchiveItem::kUnsound;
     EXPECT_FALSE(archive.VerifyObjects());
+    const WString told = archive.Problem().Text();
+    EXPECT_FALSE(archive.VerifyObjects());
+    EXPECT_EQ(archive.Problem().Text(), told);
     int given = 0;
     while (archive.TakeOut("x1") && given < kCount)
         ++given;
