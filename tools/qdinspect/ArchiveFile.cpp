@@ -126,11 +126,22 @@ struct NodeTarget {
     void Text(PayloadReader& source) { node.isTextCut = source.TakeWide(node.text); }
 };
 
+bool IsClassName(std::string_view name)
+{
+    const auto isVisible = [](char byte) { return byte >= ' ' || byte < 0; };
+    return !name.empty() && std::ranges::all_of(name, isVisible);
+}
+
 } // namespace
 
 bool RecordHead::Is(std::string_view name) const
 {
     return className == name || NArchive::WithKeyword(className) == name;
+}
+
+bool RecordHead::HasClass() const
+{
+    return IsClassName(className);
 }
 
 ArchiveFile::ArchiveFile(BlockReader& file, int formatVersion)
@@ -260,10 +271,8 @@ bool ArchiveFile::BeginsRecord(std::uint64_t position)
     NArchive::ObjectHeader header;
     static_cast<void>(NArchive::ReadObjectHeader(m_file, m_formatVersion, header));
     const std::uint64_t payload = m_file.Position();
-    const auto isVisible = [](char byte) { return byte >= ' ' || byte < 0; };
     return payload != position && NArchive::IndexOfText(header.indexText) &&
-           !header.className.empty() && std::ranges::all_of(header.className, isVisible) &&
-           header.payloadSize <= m_file.Size() - payload;
+           IsClassName(header.className) && header.payloadSize <= m_file.Size() - payload;
 }
 
 void ArchiveFile::FindNextRecord()

@@ -48,6 +48,8 @@ struct RecordHead {
     [[nodiscard]] bool IsNode() const { return Is("class BNode"); }
     [[nodiscard]] bool IsBitArray() const { return Is("class BBitArray"); }
     [[nodiscard]] bool Is(std::string_view name) const;
+    /// Whether a class can have the name: no compiler puts a control character into one.
+    [[nodiscard]] bool HasClass() const;
 };
 
 /// Cells of a bit array that stand for all, if these are many: evenly chosen columns of rows.

@@ -102,7 +102,7 @@ bool ArchiveRecovery::CopyWholeRecords(NewFile& out)
 bool ArchiveRecovery::CopyRecord(ArchiveFile& archive, const RecordHead& head, NewFile& out)
 {
     const std::optional<std::uint64_t> index = NArchive::IndexOfText(head.indexText);
-    const bool isBroken = !index || (head.IsNode() && !archive.Node(head)) ||
+    const bool isBroken = !index || !head.HasClass() || (head.IsNode() && !archive.Node(head)) ||
                           (head.IsBitArray() && !archive.Picture(head));
     if (isBroken) {
         m_messages << "object " << Quoted(head.indexText) << " of class " << Quoted(head.className)
