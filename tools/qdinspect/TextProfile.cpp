@@ -160,6 +160,9 @@ private:
         ShowValue(line.name, line.value, isFirst && m_sectionCounts);
         if (!isFirst)
             m_report.DamageInLine(m_line) << "the key is there already; the first counts\n";
+        if (m_sections.empty())
+            m_report.SuspicionInLine(m_line)
+                << "no section is above the key: programs do not find it\n";
     }
 
     void ShowValue(WideView key, WideView value, bool counts)
