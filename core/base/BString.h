@@ -4,7 +4,6 @@
 #include "core/platform/Export.h"
 #include "core/platform/WChar.h"
 
-#include <concepts>
 #include <cstddef>
 #include <cstdio>
 #include <functional>
@@ -72,11 +71,10 @@ private:
 [[nodiscard]] QD_CORE_API BString operator+(const BString& a, const BString& b);
 [[nodiscard]] QD_CORE_API BString operator+(const BString& a, const char* b);
 [[nodiscard]] QD_CORE_API BString operator+(const char* a, const BString& b);
-/// Not this: the text would decay to a pointer, and the sum point beyond its end. A character is
-/// appended by `+=`.
-template <std::same_as<char> Character>
+/// Not this, see `BCharacter`. A character is appended by `+=`.
+template <BCharacter Character>
 BString operator+(const BString& text, Character character) = delete;
-template <std::same_as<char> Character>
+template <BCharacter Character>
 BString operator+(Character character, const BString& text) = delete;
 
 template <>

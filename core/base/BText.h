@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +26,12 @@ template <class String>
 struct BTextTraits;
 
 class BArchive;
+
+/// A character of any encoding. What is added to a string must be none: the string would decay to a
+/// pointer, and the sum point beyond its end.
+template <class T>
+concept BCharacter = std::same_as<T, char> || std::same_as<T, char8_t> ||
+    std::same_as<T, char16_t> || std::same_as<T, char32_t> || std::same_as<T, wchar_t>;
 
 /// The members that `WString` and `BString` have in common; `String` is the one or the other.
 ///

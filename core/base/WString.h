@@ -4,7 +4,6 @@
 #include "core/platform/Export.h"
 #include "core/platform/WChar.h"
 
-#include <concepts>
 #include <cstddef>
 #include <cstdio>
 #include <functional>
@@ -114,11 +113,10 @@ private:
 [[nodiscard]] QD_CORE_API WString operator+(const WString& a, const WString& b);
 [[nodiscard]] QD_CORE_API WString operator+(const WString& a, const WChar* b);
 [[nodiscard]] QD_CORE_API WString operator+(const WChar* a, const WString& b);
-/// Not this: the text would decay to a pointer, and the sum point beyond its end. A unit is
-/// appended by `+=`.
-template <std::same_as<WChar> Unit>
+/// Not this, see `BCharacter`. A unit is appended by `+=`.
+template <BCharacter Unit>
 WString operator+(const WString& text, Unit unit) = delete;
-template <std::same_as<WChar> Unit>
+template <BCharacter Unit>
 WString operator+(Unit unit, const WString& text) = delete;
 
 template <>

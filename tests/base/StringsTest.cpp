@@ -18,6 +18,21 @@ namespace {
 
 constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max();
 
+// A character of whatever type would make the sum a pointer beyond the text.
+template <class Text, class Unit>
+concept Adds = requires(Text text, Unit unit)
+{
+    text + unit;
+}
+|| requires(Text text, Unit unit)
+{
+    unit + text;
+};
+template <class Text, class... Unit>
+constexpr bool kAddsAny = (Adds<Text, Unit> || ...);
+static_assert(!kAddsAny<WString, char, char8_t, char16_t, char32_t, wchar_t>);
+static_assert(!kAddsAny<BString, char, char8_t, char16_t, char32_t, wchar_t>);
+
 } // namespace
 
 // What members both classes have is tested in StringMembersTest.cpp.
