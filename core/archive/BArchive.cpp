@@ -74,10 +74,11 @@ BProblem FaultOf(const FileHeader& file, const FileHeader& wanted, std::uint64_t
         return OtherName(EProblem::OtherDocument, file.docClass, wanted.docClass);
     if (file.archiveClass != wanted.archiveClass)
         return OtherName(EProblem::OtherArchive, file.archiveClass, wanted.archiveClass);
-    if (file.docVersion < wanted.docVersion)
+    if (file.docVersion < wanted.docVersion) {
         return {.code = EProblem::OldDocument,
                 .number = file.docVersion,
                 .detail = WString::FromInt(wanted.docVersion)};
+    }
     if (file.formatVersion > kFormatVersion)
         return {.code = EProblem::NewerFormat, .number = file.formatVersion};
     if (file.formatVersion < kOldestReadable)

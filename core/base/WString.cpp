@@ -194,6 +194,7 @@ template <class Unit>
 WString WString::FromUnits(std::basic_string_view<Unit> units, bool* isWhole)
 {
     const auto text = UpToZero(units);
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): neither is a pointer
     constexpr std::size_t most = sizeof(Unit) / sizeof(WChar); // units that a unit becomes
     return Made(most * text.size(), text.size() == units.size(), isWhole,
                 [text](WChar* out, bool& isKept) {

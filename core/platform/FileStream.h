@@ -45,7 +45,8 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 /// Appends the lines that `next` gives, until that is null, to a file that nobody else has open
 /// meanwhile, as streams of "at,ccs=UNICODE" do: all of them, or none. False when they cannot all
 /// be written, for want of room on the disk, say: the file then has the length that it had, unless
-/// it cannot be cut off either; the system's last error says why. What an 8-bit file cannot hold of a line is left out.
+/// it cannot be cut off either; the system's last error says why. What an 8-bit file cannot hold of
+/// a line is left out.
 [[nodiscard]] bool AppendLines(const WChar* path, int waitMs,
                                const std::function<const WChar*()>& next);
 

@@ -366,10 +366,11 @@ const Variant* BBinProfile::Find(const WString& key)
     const auto* const item = m_values.Find(MapKey(key));
     const auto* const value =
         item != nullptr ? dynamic_cast<const Variant*>(item->value.Get()) : nullptr;
-    if (value == nullptr)
+    if (value == nullptr) {
         TellValue(m_valueProblem, item != nullptr ? EProblem::OtherValue : EProblem::NoValue,
                   m_section, key);
-    else if (m_valueProblem)
+    } else if (m_valueProblem) {
         m_valueProblem = {};
+    }
     return value;
 }

@@ -41,7 +41,7 @@ constexpr platform::TimeStamp kNoTime = {
 
 void SkipBlanks(const WChar*& text)
 {
-    while (platform::IsSpace(*text))
+    while (*text != 0 && platform::IsSpace(*text))
         ++text;
 }
 
