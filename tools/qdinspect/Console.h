@@ -32,7 +32,8 @@ public:
     [[nodiscard]] bool HasColours(EStream stream) const noexcept;
 
 private:
-    unsigned int m_oldCodePage = 0; // 0 where there is none to restore
-    unsigned long m_oldModes[2] = {};
+    // Only Windows has something to restore.
+    [[maybe_unused]] unsigned int m_oldCodePage = 0; // 0 where there is none
+    [[maybe_unused]] unsigned long m_oldModes[2] = {};
     bool m_hasColours[2] = {};
 };
