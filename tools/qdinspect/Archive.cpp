@@ -233,10 +233,11 @@ void RecordInspector::CheckRecord(const RecordHead& head)
 {
     if (!NArchive::IndexOfText(head.indexText))
         m_report.DamageAt(head.position) << Quoted(head.indexText) << " is no index\n";
-    if (!head.HasClass())
+    if (!head.HasClass()) {
         m_report.DamageAt(head.position)
             << "object " << Quoted(head.indexText) << ": no class has the name "
             << Quoted(head.className) << '\n';
+    }
     if (m_archive.FindText(head.indexText) != m_count) {
         m_report.DamageAt(head.position)
             << "a later record is object " << Quoted(head.indexText) << ", too, and counts\n";

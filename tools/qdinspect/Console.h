@@ -16,15 +16,15 @@ enum class EStream { Out, Err };
 [[nodiscard]] bool IsTerminal(EStream stream) noexcept;
 
 /// As long as it lives, UTF-8 and the sequences that change colours are shown as they are meant by
-/// the terminals that the standard streams lead to. No file that is opened meanwhile takes the place
-/// of a standard stream that is closed.
+/// the terminals that the standard streams lead to. No file that is opened meanwhile takes the
+/// place of a standard stream that is closed.
 ///
 /// Not done by a manifest that makes UTF-8 the program's code page: 8-bit files are in the
 /// system's.
 class ConsoleMode {
 public:
     ConsoleMode() noexcept;
-    ~ConsoleMode();
+    ~ConsoleMode(); // NOLINT(performance-trivially-destructible): it is not on Windows
     ConsoleMode(const ConsoleMode&) = delete;
     ConsoleMode& operator=(const ConsoleMode&) = delete;
 

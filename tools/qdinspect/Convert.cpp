@@ -181,6 +181,7 @@ std::vector<BinaryRecord> RecordsBySection(BinaryRecords& records)
     }
     std::ranges::stable_sort(ordered, {}, [](const auto& entry) { return entry.first; });
     std::vector<BinaryRecord> sorted;
+    sorted.reserve(ordered.size());
     for (auto& [section, record] : ordered)
         sorted.push_back(std::move(record));
     return sorted;
@@ -372,10 +373,11 @@ void BinaryConversion::TellCounts(std::ostream& out)
         ++m_lost;
     }
     std::string counts;
-    for (const auto& [type, count] : m_counts)
+    for (const auto& [type, count] : m_counts) {
         counts.append(counts.empty() ? "" : ", ")
             .append(std::to_string(count))
             .append(" of type ") += type;
+    }
     out << (counts.empty() ? "no values" : "values: " + counts) << '\n';
 }
 

@@ -101,10 +101,11 @@ private:
         EndRun();
         ++m_runs;
         m_last = 0;
-        if (EntrySink* const entries = m_report.NextEntry())
+        if (EntrySink* const entries = m_report.NextEntry()) {
             entries->Entry(
                 {{"line", m_line}, {"start", Utf8(line.time)}, {"text", Utf8(line.text)}},
                 m_line + 1);
+        }
         m_report.Line() << Ascii(line.time) << ' ' << Quoted(line.text) << '\n';
     }
 

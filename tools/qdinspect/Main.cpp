@@ -227,20 +227,22 @@ std::string Obstacle(const Options& options, EKind kind, EEncoding encoding, Blo
         file.MoveTo(0);
         return isOld || options.newKind == EKind::TextProfile ? "" : "it has wide keys already";
     }
-    if (options.newKind == EKind::BinaryProfile)
+    if (options.newKind == EKind::BinaryProfile) {
         return encoding == EEncoding::Ansi || encoding == EEncoding::Utf16
                    ? ""
                    : "convert it to UTF-16 first";
+    }
     return encoding == EEncoding::Utf16 ? "it is UTF-16 already" : "";
 }
 
 EOutcome ConvertTo(const WideText& newPath, const Options& options, EKind kind, EEncoding encoding,
                    BlockReader& file)
 {
-    if (kind == EKind::BinaryProfile)
+    if (kind == EKind::BinaryProfile) {
         return options.newKind == EKind::TextProfile
                    ? ConvertToTextProfile(file, newPath, std::cout, std::cerr)
                    : RecoverBinaryProfile(file, newPath, std::cout, std::cerr);
+    }
     const WideText text = encoding == EEncoding::Utf8 ? WideText() : ReadText(file, kLargestText);
     return options.newKind == EKind::BinaryProfile
                ? ConvertToBinaryProfile(Absolute(options.path), text, newPath, std::cout, std::cerr)

@@ -285,10 +285,11 @@ ArchivePart::ArchivePart(std::ostream& out, const PageSurvey& survey)
         << ")</summary>\n<div class=\"scroll\">\n<table>\n<thead><tr><th scope=\"col\">Class</th>"
         << number << "Version</th>" << number << "Records</th>" << number
         << "Bytes</th></tr></thead>\n<tbody>\n";
-    for (const PageSurvey::ClassCount& count : survey.classes)
+    for (const PageSurvey::ClassCount& count : survey.classes) {
         out << "<tr><th scope=\"row\">" << Html(count.name) << "</th><td class=\"number\">"
             << count.version << "</td><td class=\"number\">" << count.records
             << "</td><td class=\"number\">" << count.bytes << "</td></tr>\n";
+    }
     out << "</tbody>\n</table>\n</div>\n</details>\n<details class=\"records\">\n<summary>Records ("
         << survey.entries << ")</summary>\n<div class=\"scroll\">\n<table>\n<thead><tr>"
         << "<th scope=\"col\">Index</th><th scope=\"col\">Class</th>" << number << "Version</th>"

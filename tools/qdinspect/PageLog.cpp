@@ -151,7 +151,8 @@ void LogPart::WriteTimeline(double total, double longest)
 void LogPart::WriteTicks(double total)
 {
     const double distance = TickDistance(total);
-    for (double tick = 0; tick <= total; tick += distance) {
+    for (int number = 0; number * distance <= total; ++number) {
+        const double tick = number * distance;
         const double share = Share(tick, total);
         const std::string x = Percent(share);
         m_out << "<line x1=" << x << " x2=" << x << " y1=\"16\" y2=\"66\"/><text x=" << x
