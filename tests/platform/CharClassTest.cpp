@@ -45,7 +45,7 @@ TEST(CharClass, KnowsUnicodeButSurrogatesOnlyAsHalves)
 {
     // clang-format off
     const std::pair<WChar, const char*> cases[] = {
-        {0x0085, "s"}, {0x2028, "s"},                    // ends of lines
+        {0x0080, ""}, {0x0085, "s"}, {0x2028, "s"},      // a control, ends of lines
         {0x00AA, "apn"}, {0x00E4, "apn"}, {0x03A9, "apn"}, {0x3042, "apn"}, {0x4E2D, "apn"},
         {0xAC00, "apn"},                                 // letters, also of no case
         {0x00B2, "dpn"}, {0x00B9, "dpn"},                // superscripts count as digits

@@ -29,6 +29,7 @@ TEST(PathRules, TakeEachStyleApart)
     };
     constexpr EPathStyle shell = EPathStyle::Shell, posix = EPathStyle::Posix;
     const std::string volume = "Volume{01234567-89ab-cdef-0123-456789ABCDEF}\\";
+    const std::string noVolume = "Volume{01234567-89ab-cdef-0123-456789ABCDEg}";
     // clang-format off
     const Case cases[] = {
         {"", shell, "", "", ""}, {"a:\\d\\a.b.doc", shell, "a.b.doc", ".doc", "a:\\d"},
@@ -44,6 +45,7 @@ TEST(PathRules, TakeEachStyleApart)
         {"\\\\s", shell, "s", "", "\\\\"},
         {"\\\\?\\" + volume, shell, volume, "", "\\\\?\\" + volume},
         {"\\\\?\\Volume{0}\\", shell, "Volume{0}\\", "", "\\\\?\\Volume{0}"},
+        {"\\\\?\\" + noVolume + "\\", shell, noVolume + "\\", "", "\\\\?\\" + noVolume},
         {"/d//a", posix, "a", "", "/d"},
         {"d/a.b/c", shell, "c", ".b/c", ""}, {"d/a.b/c", posix, "c", "", "d/a.b"},
         {"/d/a.b\\c.e", posix, "c.e", ".e", "/d/a.b"}, {"/a", posix, "a", "", "/"},
