@@ -194,6 +194,7 @@ TEST(BBinProfile, TellsWhatIsWrongWithItsFile)
         {whole.substr(0, 6), QD_W(": damaged at byte 4")},
         {whole.substr(0, whole.size() - 6), QD_W(": damaged at byte 4")},
         {whole.substr(0, whole.size() - 1), QD_W(": damaged at byte 4")},
+        {kWideId + Wide("t") + Word(2) + Word(9) + Word(~9u), QD_W(": damaged at byte 4")},
         {whole + "x", nullptr},
     };
     for (const Case& c : cases) {

@@ -202,7 +202,8 @@ TYPED_TEST(BProfileBaseTest, TellsWhyAReaderGaveItsDefault)
 TEST(OpenProfile, GoesByWhatAFileHolds)
 {
     const TemporaryFolder folder;
-    EXPECT_FALSE(OpenProfile(folder.Path("none")));
+    BProblem problem;
+    EXPECT_TRUE(!OpenProfile(folder.Path("none"), problem) && problem.code == EProblem::NotThere);
     EXPECT_FALSE(OpenProfile(folder.Path("")));
 
     BBinProfile(folder.Path("settings.ini"), ProfileNew).WriteInt(QD_W("Width"), 5);

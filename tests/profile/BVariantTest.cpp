@@ -33,6 +33,7 @@ TEST(BVariant, WritesTheBytesFromWhichItWasReadUnlessTheyAreDamaged)
         "\x01\0\0\0\x01\0\0\0"s,
         "\x02\0\0\0\x02\0\0\0\xFD\xFF\xFF\xFFxy\0"s,
         "\x04\0\0\0\x02\0\0\0\xFD\xFF\xFF\xFF\0\xFF"s,
+        "\x04\0\0\0\x01\0\0\0\xFE\xFF\xFF\xFFx"s,
         noBlock,
         noText,
     };
@@ -53,6 +54,7 @@ TEST(BVariant, WritesTheBytesFromWhichItWasReadUnlessTheyAreDamaged)
     };
     for (const auto& [bytes, saved] : damaged)
         EXPECT_EQ(loaded(bytes).first, saved) << testing::PrintToString(bytes);
+    EXPECT_EQ(loaded(damaged[6].first).second, 13) << "the end: the rest is no value";
 
     // From where there is nothing into what was there.
     WriteFileBytes(folder / "v", "");
@@ -62,6 +64,9 @@ TEST(BVariant, WritesTheBytesFromWhichItWasReadUnlessTheyAreDamaged)
     TVariant<double> number(1);
     text.LoadValue(nothing.get()), block.LoadValue(nothing.get()), number.LoadValue(nothing.get());
     EXPECT_TRUE(text.Value().IsEmpty() && block.Size() == 0 && number.Value() == 1);
+    WriteFileBytes(folder / "v", noBlock.substr(4));
+    block.LoadValue(stream(QD_W("rb")).get());
+    EXPECT_EQ(block.Data(), nullptr);
     EXPECT_TRUE(BVarMemBlock(nullptr, 1).Size() == 0 && BVarMemBlock("", 0).Data() == nullptr);
     EXPECT_FALSE(LoadVariant(static_cast<std::FILE*>(nullptr)));
     number.Save(nullptr);
