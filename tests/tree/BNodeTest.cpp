@@ -136,6 +136,7 @@ TEST(BNode, ChildrenAreWhereANaiveListHasThemWhateverHappens)
             ASSERT_EQ(root->ChildNum(), static_cast<int>(twin.size()));
             const std::size_t any = below(twin.size() + 1);
             ASSERT_EQ(root->Child(static_cast<int>(any)), at(any));
+            ASSERT_EQ(BNodeChildItr(*root).Current(), at(0));
             if (any < twin.size() && any % 2 == 0) {
                 twin[any].text = anyText();
                 twin[any].node->SetText(twin[any].text);
@@ -172,7 +173,7 @@ TEST(BNode, AttributesAreUniqueByName)
 {
     const SP<BNode> node(new BNode);
     EXPECT_FALSE(node->Attrib(0) || node->Attrib(QD_W("size")) || node->RemoveAttrib(0));
-    const SP<BAttribute> first(new NumberAttribute(QD_W("size"), 1));
+    const SP<NumberAttribute> first(new NumberAttribute(QD_W("size"), 1));
     EXPECT_TRUE(node->AddAttrib(first.Get()));
     EXPECT_FALSE(node->AddAttrib(first.Get()) || node->AddAttrib(nullptr));
     for (const int index : {-1, 1, 5})
@@ -189,6 +190,11 @@ TEST(BNode, AttributesAreUniqueByName)
     EXPECT_TRUE(node->RemoveAttrib(WString(QD_W("Size"))));
     EXPECT_TRUE(node->RemoveAttrib(0));
     EXPECT_EQ(node->AttribNum(), 0);
+    node->AddAttrib(new NumberAttribute(QD_W("a"), 0)), node->AddAttrib(first.Get());
+    first->m_name = QD_W("a");
+    EXPECT_TRUE(node->AddAttrib(first.Get())) << "in place of its namesake, and stands there twice";
+    BNodeAttribItr itr(*node);
+    EXPECT_TRUE(itr++ == first && itr++ == first && !itr);
 }
 
 TEST(BNode, AnnotationsAreUniqueByIdentity)
@@ -469,4 +475,8 @@ TEST(BNode, DepthDoesNotMatter)
     }
     chain = nullptr;
     EXPECT_EQ(CountedPayload::alive, 1);
+    BNode* const last = AppendLine(*(top = new BNode), 63); // what is below it is put aside
+    for (int i = 0; i < 2 * kDepth; ++i)
+        last->AddChild(new BNode(kept.Get()), -1);
+    top = nullptr;
 }
