@@ -213,23 +213,25 @@ private:
     void (*m_give)(void*) = Find<void(void*)>("mi_free");
 };
 
-void BM_BlockExchange_Mimalloc(benchmark::State& state)
+template <class Job>
+void OnMimalloc(benchmark::State& state, Job job)
 {
     Mimalloc allocator;
     if (allocator.IsThere())
-        Exchange(state, allocator);
+        job(state, allocator);
     else
         state.SkipWithError("mimalloc cannot be loaded");
+}
+
+void BM_BlockExchange_Mimalloc(benchmark::State& state)
+{
+    OnMimalloc(state, Exchange<Mimalloc>);
 }
 BENCHMARK(BM_BlockExchange_Mimalloc)->Apply(Sizes);
 
 void BM_BlockFill_Mimalloc(benchmark::State& state)
 {
-    Mimalloc allocator;
-    if (allocator.IsThere())
-        Fill(state, allocator);
-    else
-        state.SkipWithError("mimalloc cannot be loaded");
+    OnMimalloc(state, Fill<Mimalloc>);
 }
 BENCHMARK(BM_BlockFill_Mimalloc)->Apply(FillSizes);
 #endif

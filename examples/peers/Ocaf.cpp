@@ -8,7 +8,6 @@
 #include <TDataStd_Integer.hxx>
 #include <TDataStd_Name.hxx>
 #include <TDocStd_Application.hxx>
-#include <cstdlib>
 #include <filesystem>
 
 bool KeepPart(const TCollection_ExtendedString& folder)
@@ -47,10 +46,9 @@ bool KeepPart(const TCollection_ExtendedString& folder)
 
 int main()
 {
-    char folder[] = "/tmp/ocaf-XXXXXX";
-    if (mkdtemp(folder) == nullptr)
-        return 1;
-    const bool kept = KeepPart(folder);
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "qdpeer-ocaf";
+    std::filesystem::create_directory(folder);
+    const bool kept = KeepPart(folder.c_str());
     std::filesystem::remove_all(folder);
     return kept ? 0 : 1;
 }
