@@ -226,8 +226,8 @@ TEST(FileSystemOnLinux, TheNextSaverOfAFileRemovesTheDraftsOfDeadOnes)
         }));
     };
     Replacement living(folder.Path("file"));
-    std::fputs("late", living.Stream());
     EXPECT_TRUE(leave("file", 31) && leave("other", 2));
+    std::fputs("late", living.Stream());
     EXPECT_EQ(Found(folder, ".qd*_*.tmp").size(), 34u);
     EXPECT_TRUE(Replace(folder.Path("file"), "new"));
     EXPECT_EQ(Found(folder, ".qd*.tmp").size(), 3u); // of the living one, and of the other file
