@@ -241,4 +241,5 @@ private:
     bool m_isMessageDispatcher = true; // counts on a root
     bool m_isSound : 1 = true;         // false: refused as read from a document
     bool m_isLoading : 1 = false;      // waits for its associations
+    bool m_isBelowItself : 1 = false;  // a document has it so: no list there gets it
 };

@@ -165,9 +165,11 @@ void BNode::ReadDataOfVersion(BArchive& archive, int nodeVersion)
 }
 
 // A child that is above this node, or in a list already, is left out and the node refuses itself.
-// So whatever a file declares, what comes out of the child lists are trees. Objects and annotations
-// may lead back here, also those that a derived class with a payload of its own sets afterwards:
-// the archive has them let go if the application does not get them.
+// So whatever a file declares, what comes out of the child lists are trees. A root that was found
+// above once is left out wherever else it is named, as thousands may name it that stand thousands
+// of levels below it. Objects and annotations may lead back here, also those that a derived class
+// with a payload of its own sets afterwards: the archive has them let go if the application does
+// not get them.
 void BNode::UpdateAssociations(BArchive& archive)
 {
     archive.OnRefusal(*this, [](BSmartObj& node) { static_cast<BNode&>(node).LetGo(); });
@@ -181,11 +183,14 @@ void BNode::UpdateAssociations(BArchive& archive)
     m_children.Reserve(count);
     for (; count > 0; --count) {
         BNode* const child = AsNode(next().Get());
-        if (child != nullptr && MayAdopt(*child)) {
+        if (child != nullptr && !child->m_isBelowItself && MayAdopt(*child)) {
             Append(*child);
             continue;
         }
-        m_isSound = m_isSound && child == nullptr;
+        if (child != nullptr) {
+            m_isSound = false;
+            child->m_isBelowItself = child->m_parent == nullptr;
+        }
         m_children.Append(nullptr);
     }
     count = loading.TakeCount();

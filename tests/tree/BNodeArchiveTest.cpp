@@ -469,6 +469,18 @@ TEST_F(BNodeArchiveTest, ADamagedChildLeavesANullEntry)
     EXPECT_EQ(walked, 0);
 }
 
+// It takes minutes when each that names the root is followed up to it.
+TEST_F(BNodeArchiveTest, ALineWhoseNodesAllNameItsRootIsRefused)
+{
+    constexpr int kDepth = 50'000;
+    std::vector<NodeRecord> nodes(kDepth, NodeRecord{{2, 1}});
+    for (int i = 1; i < kDepth; ++i)
+        nodes[static_cast<std::size_t>(i)].children[0] = i + 2;
+    nodes.back().children.assign(kDepth, 1);
+    PutNodes(nodes);
+    EXPECT_FALSE(TakeOut("1"));
+}
+
 TEST_F(BNodeArchiveTest, DepthAndWidthDoNotMatter)
 {
     constexpr int kDepth = 300'000;
