@@ -56,6 +56,10 @@ CHECKS = [
           " the registry or the profiler's log tear nothing and lose nothing that was acknowledged, and the next save"
           " takes away what they left", program("death_soak"), targets=("death_soak",), mended=(
               "what a killed saver left beside its file stayed for ever",)),
+    Check("power", "states", "when the power fails at any moment of a save, what is promised of the file"
+          " holds in whatever the disk may hold then, the next save succeeds, and nothing is left behind it",
+          lambda seconds, seed: ["python3", "soak/power/power.py", f"{seconds:.1f}", str(seed)],
+          targets=("qdpower", "qdinspect")),
     Check("crowd", "writes", "32 processes that write to one text profile, registry or binary profile lose nothing, and no"
           " write is refused; a writer that stands still holds the others up for 10 seconds with a text profile, 2 with a"
           " registry, and not with a binary profile", program("crowd_soak"), targets=("crowd_soak",)),
