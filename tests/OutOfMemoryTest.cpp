@@ -2,6 +2,7 @@
 #include "core/qdcore.h"
 
 #include "tests/FailingAllocations.h"
+#include "tests/FileBytes.h"
 #include "tests/base/StringTesting.h"
 #include "tests/diag/OpenProfiler.h"
 #include "tests/profile/TestRegistry.h"
@@ -292,12 +293,15 @@ TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
                           : SP<BProfileBase>(new BBinProfile(binary, ProfileReadWrite));
         };
         bool isWritten = false, isNumberWritten = false; // and saved, which a text is at once
+        bool isTold = true;                              // that a default is one
         open()->WriteString(kept, value);
         FailEachAllocation(
             isText ? "text profile" : "binary profile",
             [&] {
                 isWritten = isNumberWritten = false;
                 const SP<BProfileBase> profile = open();
+                const WString old = profile->ReadString(kept, key);
+                isTold = old.Length() == value.Length() || profile->Problem();
                 profile->SetSection(section);
                 isWritten = profile->WriteString(key, value) && isText;
                 isNumberWritten = profile->WriteInt(7, key, 7) && isText;
@@ -310,10 +314,35 @@ TEST_F(OutOfMemoryTest, ProfilesKeepWhatTheyHeld)
                 const WString found = profile->ReadString(key, WString());
                 const int number = profile->ReadInt(7, key, 0);
                 profile->DeleteSection();
-                return isKept && (number == 7 || (!isNumberWritten && number == 0)) &&
+                return isKept && isTold && (number == 7 || (!isNumberWritten && number == 0)) &&
                        (found == value || (!isWritten && found.IsEmpty()));
             });
     }
+}
+
+TEST_F(OutOfMemoryTest, ABinaryProfileOfNarrowTextsKeepsThem)
+{
+    const auto record = [](const std::string& text) {
+        const auto size = static_cast<std::uint32_t>(text.size());
+        return BytesOf(size) + BytesOf(~size) + text + '\0';
+    };
+    const std::string bytes = BytesOf(0x59414C05u) + record("[default]kept") + BytesOf(2u) +
+                              record("a value that takes memory");
+    const WString kept = QD_W("kept"), value = QD_W("a value that takes memory"), key = QD_W("key");
+    WString found = value;
+    WriteFileBytes(m_folder / "file", bytes);
+    FailEachAllocation(
+        "narrow texts",
+        [&] {
+            BBinProfile profile(m_path, ProfileReadWrite);
+            found = profile.ReadString(kept, value);
+            profile.WriteInt(key, 7); // for which all is saved
+        },
+        [&] {
+            const WString saved = BBinProfile(m_path, ProfileReadOnly).ReadString(kept, key);
+            WriteFileBytes(m_folder / "file", bytes);
+            return found == value && saved == value;
+        });
 }
 
 TEST_F(OutOfMemoryTest, AnIniProfileKeepsWhatItHeld)
@@ -350,16 +379,18 @@ TEST_F(OutOfMemoryTest, TheRegistryKeepsWhatItHeld)
     const WString key = QD_W("a key"), kept = QD_W("kept");
     const WString value = QD_W("a value that takes memory");
     BConfigRegistry(registry.Path()).WriteString(kept, value);
-    bool isWritten = false;
+    bool isWritten = false, isRight = true;
     FailEachAllocation(
         "registry",
         [&] {
             isWritten = false;
+            isRight = true;
             try {
                 BConfigRegistry config(registry.Path());
                 isWritten = config.WriteString(key, value) == 0;
-                WString found;
-                Ask(config.ReadString(kept, found), config.WriteBool(kept + key, true));
+                WString read;
+                isRight = config.ReadString(kept, read) != 0 || read.Length() == value.Length();
+                Ask(config.WriteBool(kept + key, true));
             } catch (const BError&) {
             }
         },
@@ -368,7 +399,7 @@ TEST_F(OutOfMemoryTest, TheRegistryKeepsWhatItHeld)
             WString found, old;
             Ask(config.ReadString(key, found));
             Ask(config.WriteString(key, WString()));
-            return config.ReadString(kept, old) == 0 && old == value &&
+            return config.ReadString(kept, old) == 0 && old == value && isRight &&
                    (found == value || (!isWritten && found.IsEmpty()));
         });
 }

@@ -136,7 +136,7 @@ WString BBinProfile::ReadString(WString key, WString defaultValue)
     if (const auto* const wide = Find<TVariant<WString>>(key))
         return wide->Value();
     if (const auto* const narrow = Find<TVariant<BString>>(key))
-        return narrow->Value();
+        return narrow->Value().IsEmpty() ? WString() : Made(narrow->Value());
     return defaultValue;
 }
 
@@ -339,7 +339,7 @@ bool BBinProfile::ReadRecords(BFile& file)
         isKnown = static_cast<bool>(value);
         isWhole = !source.IsCut();
         if (isKnown)
-            m_values.Insert({std::move(key), std::move(value)});
+            m_values.Insert({Made(std::move(key)), std::move(value)}); // made of a narrow one
     }
     m_isUnread = !reader.IsGood();
     if (m_isUnread)

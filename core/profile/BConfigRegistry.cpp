@@ -5,6 +5,7 @@
 #include "core/platform/Registry.h"
 #include "core/platform/WChar.h"
 #include "core/platform/WideText.h"
+#include "core/profile/MadeText.h"
 
 #include <new>
 
@@ -64,7 +65,7 @@ int BConfigRegistry::ReadString(WString name, WString& value) const
         // Intended: a text that another process takes away between the two steps of reading leaves
         // an empty one, as the room for it is made already.
         if (result != platform::ERegistryRead::NoText)
-            value = text.c_str();
+            value = MadeOf(text.c_str());
         return result == platform::ERegistryRead::Done;
     });
     return isRead ? kErrorNone : kErrorGeneral;

@@ -141,7 +141,8 @@ WString BProfile::ReadString(WString key, WString defaultValue)
         TellRead(platform::WideView(text.Text()) == platform::WideView(defaultValue)
                      ? EProblem::NoValue
                      : EProblem::None,
-                 key); // looked at when asked
+                 key);
+        m_default = defaultValue; // looked at when asked
         return Made(text.Text());
     }
     TellRead(EProblem::NoValue, key);
@@ -251,11 +252,15 @@ bool BProfile::ExistsSection(WString section) const
 BProblem BProfile::Problem() const
 {
     const BProblem problem = Explained(m_problem, m_path);
-    WChar text[2] = {};
-    if (problem.code == EProblem::NoValue)
-        platform::ReadProfileText(m_path, problem.detail, problem.name, QD_W(""), text,
-                                  std::size(text));
-    return *text == 0 ? problem : BProblem(); // which is the default's text
+    if (problem.code != EProblem::NoValue || m_default.IsEmpty())
+        return problem;
+    // Another text that is there now was not read for want of memory, say.
+    const ProfileBuffer text(0, [&](WChar* buffer, std::size_t room) {
+        return platform::ReadProfileText(m_path, problem.detail, problem.name, QD_W(""), buffer,
+                                         room);
+    });
+    const bool isDefault = platform::WideView(text.Text()) == platform::WideView(m_default);
+    return isDefault ? BProblem() : problem;
 }
 
 void BProfile::CheckMode() const
@@ -272,6 +277,7 @@ void BProfile::ReadShort(const WString& key, WChar* text, std::size_t room) cons
 
 void BProfile::TellRead(EProblem code, const WString& key) const
 {
+    m_default.Clear();
     if (code != EProblem::None)
         TellValue(m_problem, code, m_section, key);
     else if (m_problem)

@@ -86,4 +86,5 @@ private:
     EProfileMode m_mode;
     PendingDefaults m_defaults;
     mutable BProblem m_problem;
+    mutable WString m_default; // the text that was read last, where it was the default's
 };
