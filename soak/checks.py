@@ -60,6 +60,17 @@ CHECKS = [
           " holds in whatever the disk may hold then, the next save succeeds, and nothing is left behind it",
           lambda seconds, seed: ["python3", "soak/power/power.py", f"{seconds:.1f}", str(seed)],
           targets=("qdpower", "qdinspect")),
+    Check("faults", "runs", "whichever system call or allocation of an operation on files fails, and on a full disk:"
+          " the old or the new file is there, a failure is told, nothing leaks, and a second try succeeds",
+          program("faults_soak"), targets=("faults_soak",), mended=(
+              "a text that got no memory when a binary profile of a former version was read was lost with the next save",
+          )),
+    Check("starved", "reads", "where memory runs out, a reader gives the right content or tells a failure, and the next"
+          " read is right", program("starved_soak"), targets=("starved_soak",), mended=(
+              "a text of the registry that got no memory was read as an empty one",
+              "the same with a narrow text of a binary profile",
+              "a text profile that could not read a text once gave the default and told no problem",
+          )),
     Check("crowd", "writes", "32 processes that write to one text profile, registry or binary profile lose nothing, and no"
           " write is refused; a writer that stands still holds the others up for 10 seconds with a text profile, 2 with a"
           " registry, and not with a binary profile", program("crowd_soak"), targets=("crowd_soak",)),
