@@ -24,6 +24,7 @@ if(QD_SANITIZE)
     # What the sanitizers plant makes GCC see uninitialised objects that are none.
     target_compile_options(qd_options INTERFACE
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+    target_compile_definitions(qd_options INTERFACE _GLIBCXX_ASSERTIONS)
     target_link_options(qd_options INTERFACE -fsanitize=${QD_SANITIZE})
 endif()
 
