@@ -94,6 +94,10 @@ TEST_F(FileStream, ReadsUnicodeTextByItsMark)
         {kRead, "\x3D\xD8\n\0"s, {QD_W("\xD83D\n")}}, // a lone surrogate
         {kRead, "x\0\xFF\xFFy\0\n\0"s, {QD_W("x"), QD_W("y\n")}},
         {kRead, "x\0\0\0y\0\n\0z\0"s, {QD_W("x"), QD_W("z")}}, // a NUL cuts what is seen
+        {kRead, Utf16("The\tprobe\r\nhas \rreached\x1Aposition"),
+         {QD_W("The\tprobe\n"), QD_W("has \rreached")}},
+        {kRead, Utf16("The probe") + "\xFF\xFF" + Utf16("has reached", ""),
+         {QD_W("The probe"), QD_W("has reached")}},
         {kReadAny, kMark + "x\0\n\0"s, {QD_W("x\n")}},
         {kReadAny, kMark8 + "\xC3\xA4", {QD_W("\x00E4")}},
         {kReadAny, "\xE4\x80\r\nx\x1Ay", {QD_W("\x00E4\x0080\n"), QD_W("x")}},

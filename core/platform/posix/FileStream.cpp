@@ -2,6 +2,7 @@
 
 #include "core/platform/AppendedLines.h"
 #include "core/platform/CharClass.h"
+#include "core/platform/UnitWord.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/FileLock.h"
@@ -176,6 +177,14 @@ int TakeBuffered([[maybe_unused]] std::FILE* stream, [[maybe_unused]] WChar* uni
     const char* next = stream->_IO_read_ptr;
     std::size_t taken = 0;
     for (WChar unit = 0; taken != most && unit != u'\n'; next += sizeof unit) {
+        for (; most - taken >= kWordUnits; taken += kWordUnits, next += sizeof(std::uint64_t)) {
+            const std::uint64_t word = UnitWord(next);
+            if (HasUnitBelow(word, u'\n' + 1) || HasUnit(word, kEndMark))
+                break;
+            std::memcpy(units + taken, &word, sizeof word);
+        }
+        if (taken == most)
+            break;
         std::memcpy(&unit, next, sizeof unit);
         if (unit == kEndMark)
             break;

@@ -1,6 +1,7 @@
 #include "core/platform/posix/TextStream.h"
 
 #include "core/platform/ByteOrderMark.h"
+#include "core/platform/UnitWord.h"
 #include "core/platform/WChar.h"
 
 #include <unicode/utf16.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cassert>
 #include <cerrno>
 #include <cstddef>
@@ -239,15 +241,34 @@ void TextReader::Decode(bool isLast) noexcept
 // Units of UTF-16 as far as they stand for themselves, which nearly all do.
 void TextReader::DecodePlain() noexcept
 {
+    static_assert(std::endian::native == std::endian::little && kReturn < kEndOfText);
+    constexpr std::uint64_t wordEnds = 0x0008'0006'0004'0002;
+    const std::uint8_t* const raw = m_raw.data();
+    char* const out = m_out.data();
+    std::uint16_t* const ends = m_ends.data();
     const std::size_t end = m_rawEnd;
     std::size_t begin = m_rawBegin, unitCount = m_outEnd / sizeof(WChar);
-    for (; end - begin >= sizeof(WChar); begin += sizeof(WChar)) {
-        WChar unit = 0;
-        std::memcpy(&unit, m_raw.data() + begin, sizeof unit);
-        if (unit == kReturn || unit == kEndOfText)
-            break;
-        std::memcpy(m_out.data() + unitCount * sizeof unit, &unit, sizeof unit);
-        m_ends[unitCount++] = static_cast<std::uint16_t>(begin + sizeof unit);
+    WChar unit = 0;
+    const auto isStop = [&] { return unit == kReturn || unit == kEndOfText; };
+    while (end - begin >= sizeof unit && !isStop()) {
+        for (; end - begin >= sizeof wordEnds; begin += sizeof wordEnds) {
+            const std::uint64_t word = UnitWord(raw + begin);
+            if (HasUnitBelow(word, kEndOfText + 1))
+                break;
+            const std::uint64_t behind = EachUnit(begin) + wordEnds;
+            std::memcpy(out + unitCount * sizeof unit, &word, sizeof word);
+            std::memcpy(ends + unitCount, &behind, sizeof behind);
+            unitCount += kWordUnits;
+        }
+        // On behind the unit that made the word another one, which mostly is a tab.
+        for (unit = kEndOfText + 1; end - begin >= sizeof unit && unit > kEndOfText;) {
+            std::memcpy(&unit, raw + begin, sizeof unit);
+            if (isStop())
+                break;
+            std::memcpy(out + unitCount * sizeof unit, &unit, sizeof unit);
+            begin += sizeof unit;
+            ends[unitCount++] = static_cast<std::uint16_t>(begin);
+        }
     }
     m_rawBegin = begin;
     m_outEnd = unitCount * sizeof(WChar);
