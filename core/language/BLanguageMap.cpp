@@ -142,12 +142,6 @@ void LogFault(WideText& log, std::int64_t line, int code, const BArray<WString>&
     log += QD_W("\n");
 }
 
-// A line that an error of the disk cut off is no line.
-bool IsTorn(std::FILE* stream)
-{
-    return std::ferror(stream) != 0;
-}
-
 // What is known is the first problem of a call; further ones do not change it. `problem` is none
 // as long as nothing is wrong.
 int Fail(BProblem& problem, int code, BProblem reason, const WString& path)
@@ -170,8 +164,9 @@ BProblem ProblemOfLine(int code, std::int64_t line, const WString& key)
 }
 
 // `log`, which may be null, gathers the text: appending to a WString measures what is there.
-int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwrite,
-               bool fillMissing, BProblem& problem)
+// A line is read before the one before it is added, so that the memory fetches what its key needs.
+int ImportFile(BLanguageMap& map, const LanguageTable& table, const WChar* path, WideText* log,
+               bool overwrite, bool fillMissing, BProblem& problem)
 {
     if (log != nullptr)
         log->append(QD_W("Import Language File ")).append(path).append(QD_W("\n"));
@@ -181,8 +176,19 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
     int result = kErrorNone;
     std::int64_t line = 0, entries = 0;
     LanguageReader reader(stream.get(), LanguageReader::EReadAhead::Yes);
-    BArray<WString> cells;
-    while (reader.ReadLine(cells, kCellCount) && !IsTorn(stream.get())) {
+    BProblem atEnd;
+    BArray<WString> cells, next;
+    const auto readNext = [&] {
+        const bool isRead = reader.ReadLine(next, kCellCount) && !reader.IsTorn();
+        if (isRead)
+            table.Expect(ViewOf(next[0]));
+        else
+            atEnd = BProblem::OfSystem();
+        return isRead;
+    };
+    for (bool isRead = readNext(); isRead;) {
+        std::swap(cells, next);
+        isRead = readNext();
         ++line;
         if (cells[0].GetAt(0) != kKeySign)
             continue;
@@ -194,12 +200,11 @@ int ImportFile(BLanguageMap& map, const WChar* path, WideText* log, bool overwri
             LogFault(*log, line, code, cells);
         result = Fail(problem, kErrorLanguageLines, ProblemOfLine(code, line, cells[0]), path);
     }
-    const BProblem atEnd = BProblem::OfSystem();
     if (log != nullptr) {
         AppendNumber(*log, entries);
         *log += QD_W(" entries loaded\n\n");
     }
-    return IsTorn(stream.get()) ? Fail(problem, kErrorLanguageFile, atEnd, path) : result;
+    return reader.IsTorn() ? Fail(problem, kErrorLanguageFile, atEnd, path) : result;
 }
 
 // `text` as a text stream of UTF-16LE writes it; by hand, as a replacement is a binary stream on
@@ -433,7 +438,11 @@ bool BLanguageMap::IsIdValid(WString key)
 
 bool BLanguageMap::IsAlNumUnderscore(WChar unit) noexcept
 {
-    return unit == '_' || platform::IsAlphaNum(unit);
+    if (unit < 0x80) { // nearly all
+        const WChar lower = unit | 0x20;
+        return (lower >= 'a' && lower <= 'z') || (unit >= '0' && unit <= '9') || unit == '_';
+    }
+    return platform::IsAlphaNum(unit);
 }
 
 bool BLanguageMap::HasPrefix(WString key, WString prefix)
@@ -450,8 +459,8 @@ int BLanguageMap::ImportMapFile(WString path, WString* log, bool overwrite, bool
 {
     WideText text;
     BProblem problem;
-    const int result =
-        ImportFile(*this, path, log != nullptr ? &text : nullptr, overwrite, fillMissing, problem);
+    const int result = ImportFile(*this, *m_table, path, log != nullptr ? &text : nullptr,
+                                  overwrite, fillMissing, problem);
     m_problem = std::move(problem);
     if (log != nullptr)
         log->Append(text.c_str());
@@ -467,8 +476,8 @@ int BLanguageMap::ImportMapFiles(WString directory, WString pattern, WString* lo
     if (names.empty())
         problem = NoNames(directory, pattern);
     const int result = ForEachName(names, [&](const WString& name) {
-        return ImportFile(*this, Join(directory, name).c_str(), log != nullptr ? &text : nullptr,
-                          overwrite, true, problem);
+        return ImportFile(*this, *m_table, Join(directory, name).c_str(),
+                          log != nullptr ? &text : nullptr, overwrite, true, problem);
     });
     m_problem = std::move(problem);
     if (log != nullptr)
@@ -535,7 +544,7 @@ int BLanguageMap::MergeMapFile(const WString& masterDirectory, const WString& tr
         added += AppendMerged(lines, cells, translations) ? 1 : 0;
         lines += '\n';
     }
-    if (IsTorn(stream.get()))
+    if (reader.IsTorn())
         return Fail(problem, kErrorLanguageFile, BProblem::OfSystem(), master.c_str());
     stream.reset(); // the output may be the same file
     const WideText output = Join(outputDirectory, fileName);

@@ -2,6 +2,7 @@
 
 #include "core/platform/CharClass.h"
 #include "core/platform/FileStream.h"
+#include "core/platform/UnitWord.h"
 
 #include <algorithm>
 #include <cassert>
@@ -23,6 +24,16 @@ namespace {
 constexpr WChar kTab = '\t';
 constexpr WChar kLineFeed = '\n';
 constexpr WChar kQuote = '"';
+
+using platform::kWordUnits;
+using platform::UnitWord;
+
+bool HasUnit(platform::WideView text, WChar wanted)
+{
+    while (text.size() >= kWordUnits && !platform::HasUnit(UnitWord(text.data()), wanted))
+        text.remove_prefix(kWordUnits);
+    return text.find(wanted) != platform::WideView::npos;
+}
 
 bool EndsCell(WChar unit)
 {
@@ -97,18 +108,21 @@ bool LanguageReader::Fill()
     static_assert(kEndOfFile == 0xFFFF);
     std::memset(m_piece, 0xFF, static_cast<std::size_t>(m_room) * sizeof(WChar));
     const bool isRead = platform::ReadText(m_stream, m_piece, m_room);
-    const bool isLast = std::feof(m_stream) != 0 || std::ferror(m_stream) != 0;
     if (isRead) {
         const std::size_t firstZero = platform::Length(m_piece); // mostly the only one
         const WChar* const behind =
             std::find(m_piece + firstZero + 1, m_piece + m_room, kEndOfFile);
         m_end = static_cast<std::size_t>(behind - m_piece) - 1;
-    } else if (isLast) {
-        return false;
+        if (m_piece[m_end - 1] == kLineFeed) // nearly all: nothing else ended it
+            return true;
     }
+    m_isTorn = std::ferror(m_stream) != 0;
+    const bool isLast = m_isTorn || std::feof(m_stream) != 0;
+    if (!isRead && isLast)
+        return false;
     // A piece that ends early, but not with a line feed, was ended by U+FFFF.
     const bool isFull = m_end == static_cast<std::size_t>(m_room) - 1;
-    if (!isLast && !isFull && (m_end == 0 || m_piece[m_end - 1] != kLineFeed))
+    if (!isLast && !isFull)
         m_piece[m_end++] = kLineFeed;
     return true;
 }
@@ -125,7 +139,8 @@ WChar LanguageReader::ReadCellFrom(WChar first, WString& cell)
     cell = m_cell.c_str();
     if (cell.IsEmpty() && !m_cell.empty())
         throw std::bad_alloc(); // never a line without a text that it has
-    cell.ResolveEsc();
+    if (HasUnit(m_cell, QD_W('\\')))
+        cell.ResolveEsc();
     return unit;
 }
 
@@ -148,10 +163,14 @@ void LanguageReader::TakePlain()
 {
     assert(m_begin <= m_end && m_end <= kPieceRoom);
     const WChar* const begin = m_piece + m_begin;
+    const WChar* const last = m_piece + m_end;
+    const WChar* end = begin;
+    while (last - end >= std::ptrdiff_t{kWordUnits} &&
+           !platform::HasUnitBelow(UnitWord(end), kLineFeed + 1))
+        end += kWordUnits;
     // No piece holds U+FFFF.
-    const WChar* const end =
-        std::find_if(begin, static_cast<const WChar*>(m_piece + m_end),
-                     [](WChar unit) { return unit <= kLineFeed && (unit == 0 || EndsCell(unit)); });
+    while (end != last && *end != 0 && !EndsCell(*end))
+        ++end;
     m_cell.append(begin, end);
     m_begin = static_cast<std::size_t>(end - m_piece);
 }

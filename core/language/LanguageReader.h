@@ -33,6 +33,9 @@ public:
     WChar ReadCell(WString& cell);
     void SkipLine();
 
+    /// Whether the stream failed: the last line was cut off then, and is none.
+    [[nodiscard]] bool IsTorn() const noexcept { return m_isTorn; }
+
 private:
     static constexpr int kPieceRoom = 256; // most lines are shorter
 
@@ -45,6 +48,7 @@ private:
     std::FILE* m_stream;
     int m_room;
     std::size_t m_begin = 0, m_end = 0; // units of the piece that are still to come
+    bool m_isTorn = false;
     WChar m_piece[kPieceRoom];
     platform::WideText m_cell; // the one that is being read
 };

@@ -23,6 +23,9 @@ public:
     /// table changes.
     [[nodiscard]] const Entry* Find(View key) const;
 
+    /// Tells that `key` will soon be looked for, as ProbeTable::Expect does.
+    void Expect(View key) const noexcept;
+
     /// Adds an entry under a key that has none. True when the key is plain, that is without "_",
     /// and the default text is, without regard to case, the text of another plain key, too.
     /// Where memory is missing, `std::bad_alloc` leaves the table as it was.
@@ -58,7 +61,8 @@ private:
         [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
 
-    [[nodiscard]] const Slot* FindUnits(View key) const;
+    [[nodiscard]] const Slot* FindUnits(std::uint32_t hash, View key) const;
+    [[nodiscard]] const Entry* FindCollated(View key) const;
     [[nodiscard]] std::uint32_t HashOfPlain(const WString& text);
     // Counts a plain key, for which there is room; whether another one has the text.
     bool AddPlain(std::uint32_t hash, const WString& text) noexcept;

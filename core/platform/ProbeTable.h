@@ -73,6 +73,18 @@ public:
         return const_cast<Slot*>(std::as_const(*this).Find(hash, isWanted));
     }
 
+    /// Has the memory fetch what `Find` or `FindOrFree` of that hash will look at, while the caller
+    /// does something else: a large table stands in none of the caches.
+    void Expect(std::uint64_t hash) const noexcept
+    {
+#if defined(__GNUC__)
+        if (m_slotCount != 0)
+            __builtin_prefetch(m_slots.get() + Home(hash));
+#else
+        static_cast<void>(hash);
+#endif
+    }
+
     /// The same slot, or a free one, to be filled with an entry of that hash before anything else
     /// is asked of the table.
     template <class IsWanted>
