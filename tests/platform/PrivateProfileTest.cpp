@@ -170,6 +170,8 @@ TEST_F(PrivateProfile, WritesWhereTheOtherPlatformDoes)
         {"[S]\rk=1\r", QD_W("T"), n, three, "[S]\rk=1\r[T]\r\nn=3\r\n"},
         {"[S]\nk=1\n\0"s, s, n, three, "[S]\nk=1\nn=3\r\n\0"s},
         {"[\xC4]\n\xDF\xE4=1\n", QD_W("\u00E4"), QD_W("\u00DF\u00C4"), two, "[\xC4]\n\xDF\xE4=2\n"},
+        {"[S]\nWidth Of The Gr\xF6\xDFte=1\n", s, QD_W("width of the GR\u00D6\u00DFTE"), two,
+         "[S]\nWidth Of The Gr\xF6\xDFte=2\n"},
         {"[S]\ns=1\ni=1\n", s, QD_W("\u017F"), two, "[S]\ns=1\ni=1\n?=2\r\n"},   // no ASCII letter
         {Utf16("[S]\n") + "\xB5\0"s + Utf16("=1\n", ""), s, QD_W("\u03BC"), two, // the micro sign
          Utf16("[S]\n") + "\xB5\0"s + Utf16("=1\n", "") + "\xBC\x03" + Utf16("=2\r\n", "")},

@@ -2,11 +2,14 @@
 
 #include "core/platform/CodePage.h"
 #include "core/platform/SeededHash.h"
+#include "core/platform/UnitWord.h"
 #include "core/platform/posix/FoldCase.h"
 
 #include <algorithm>
 #include <cassert>
+#include <cstring>
 #include <iterator>
+#include <type_traits>
 #include <utility>
 
 // The text is kept as it was read, and a change replaces units in the middle of it. A tree of
@@ -103,28 +106,69 @@ std::basic_string<Unit> Narrow(WideView text)
     return narrowed;
 }
 
+// Of four units of a name, as below.
+
+constexpr bool IsAscii(std::uint64_t units)
+{
+    return (units & EachUnit(0xFF80)) == 0;
+}
+
+// As FoldCase, of ASCII: what is added to such a unit reaches no other.
+constexpr std::uint64_t FoldAscii(std::uint64_t units)
+{
+    const std::uint64_t fromA = units + EachUnit(0x80 - u'a');
+    const std::uint64_t behindZ = units + EachUnit(0x7F - u'z');
+    return units - (((fromA ^ behindZ) & EachUnit(0x80)) >> 2);
+}
+static_assert(FoldAscii(0x0061'007A'0060'007B) == 0x0041'005A'0060'007B);
+
+// Whether none of them ends a name.
+constexpr bool ArePlain(std::uint64_t units)
+{
+    return !HasUnitBelow(units, u' ') && !HasUnit(units, u'=');
+}
+
 // A name as names are compared: folded, and from its wide form whatever the file's, so that a key
-// is the same one in both. Most are short and take no memory.
+// is the same one in both. Most are short and take no memory, and plain ASCII.
 class FoldedName {
 public:
     template <class Unit>
     explicit FoldedName(std::basic_string_view<Unit> name)
     {
-        if (name.size() > std::size(m_short))
-            m_long.resize(name.size());
+        const std::size_t room = (name.size() + kWordUnits - 1) / kWordUnits * kWordUnits;
+        if (room > std::size(m_short))
+            m_long.resize(room);
         WChar* const units = m_long.empty() ? m_short : m_long.data();
         m_units = WideView(units, Widen(name, units));
-        std::ranges::transform(m_units, units, FoldCase);
+        std::fill(units + m_units.size(), units + room, u'A'); // plain and folded
+        for (std::size_t at = 0; at < m_units.size(); at += kWordUnits)
+            Fold(units + at);
     }
     FoldedName(const FoldedName&) = delete;
     FoldedName& operator=(const FoldedName&) = delete;
 
     operator WideView() const noexcept { return m_units; }
 
+    /// Whether all of it is ASCII, and none of it ends a name.
+    [[nodiscard]] bool IsPlain() const noexcept { return m_isPlain; }
+
 private:
+    void Fold(WChar* units)
+    {
+        const std::uint64_t word = UnitWord(units);
+        m_isPlain = m_isPlain && IsAscii(word) && ArePlain(word);
+        if (IsAscii(word)) {
+            const std::uint64_t folded = FoldAscii(word);
+            std::memcpy(units, &folded, sizeof folded);
+        } else {
+            std::transform(units, units + kWordUnits, units, FoldCase);
+        }
+    }
+
     WChar m_short[64];
     WideText m_long;
     WideView m_units; // in one of the two
+    bool m_isPlain = true;
 };
 
 // Compares blocks of memory, where the view's own operator goes unit by unit.
@@ -151,7 +195,8 @@ std::uint32_t HashOf(WideView foldedName)
 // Keys of one name stand in many sections.
 std::uint32_t HashOf(WideView foldedName, std::uint32_t section)
 {
-    return static_cast<std::uint32_t>(SeededHash(foldedName) ^ SeededHash(section));
+    constexpr std::uint32_t spread = 0x9E3779B9; // odd: the same name is elsewhere in each section
+    return HashOf(foldedName) + section * spread;
 }
 
 template <class Unit>
@@ -171,13 +216,18 @@ IniText<Unit>::IniText(Text text)
 }
 
 template <class Unit>
-std::optional<WideText> IniText<Unit>::Find(WideView section, WideView key) const
+auto IniText<Unit>::Find(WideView section, WideView key) const -> std::optional<Value>
 {
-    const std::uint32_t found = FindKey(FindSection(section), key);
+    const WideView name = Trim(key);
+    const std::uint32_t found = FindKey(FindSection(section), name);
     if (found == kNone)
         return std::nullopt;
-    const std::optional<View> value = ValueAt(m_keys[found].begin);
-    return value ? std::optional(Widen(*value)) : std::nullopt;
+    // The name on the line has as many units or more.
+    const std::optional<View> value = ValueAt(m_keys[found].begin, name.size());
+    if constexpr (std::is_same_v<View, WideView>)
+        return value;
+    else
+        return value ? std::optional(Widen(*value)) : std::nullopt;
 }
 
 template <class Unit>
@@ -312,7 +362,7 @@ auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
     } else {
         line.kind = EKind::Key;
         line.name = KeyAt(begin);
-        line.value = ValueAt(begin);
+        line.value = ValueAt(begin, 0);
     }
     return line;
 }
@@ -327,9 +377,11 @@ auto IniText<Unit>::KeyAt(std::size_t begin) const noexcept -> View
 }
 
 template <class Unit>
-auto IniText<Unit>::ValueAt(std::size_t begin) const noexcept -> std::optional<View>
+auto IniText<Unit>::ValueAt(std::size_t begin, std::size_t nameLength) const noexcept
+    -> std::optional<View>
 {
-    const View rest = View(m_text).substr(begin);
+    assert(begin + nameLength <= m_text.size());
+    const View rest = View(m_text).substr(begin + nameLength);
     const std::size_t equals =
         LengthUntil(rest, [](Unit unit) { return unit == Unit('=') || IsLineEnd(unit); });
     if (equals == rest.size() || rest[equals] != Unit('='))
@@ -337,6 +389,14 @@ auto IniText<Unit>::ValueAt(std::size_t begin) const noexcept -> std::optional<V
     const View value = rest.substr(equals + 1);
     return Trim(value.substr(
         0, LengthUntil(value, [](Unit unit) { return unit == Unit(0) || IsLineEnd(unit); })));
+}
+
+template <class Unit>
+bool IniText<Unit>::IsWritten(std::size_t begin, WideView plainName) const noexcept
+{
+    const View line = View(m_text).substr(begin, plainName.size() + 1);
+    return line.size() > plainName.size() && line.back() == Unit('=') &&
+           std::ranges::equal(line.substr(0, plainName.size()), plainName);
 }
 
 template <class Unit>
@@ -373,9 +433,18 @@ std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
 {
     if (section == kNone)
         return kNone;
-    const FoldedName foldedName(Trim(name));
+    const WideView trimmed = Trim(name);
+    const FoldedName foldedName(trimmed);
+    const auto isFolded = IsKey(section, foldedName);
+    // Most ask for a key as it was written.
+    const auto isWritten = [&](const Slot& slot) {
+        const Key& key = m_keys[slot.number];
+        return foldedName.IsPlain() && key.section == section && IsWritten(key.begin, trimmed);
+    };
     const Slot* const slot =
-        m_keyIndex.Find(HashOf(foldedName, section), IsKey(section, foldedName));
+        m_keyIndex.Find(HashOf(foldedName, section), [&](const Slot& candidate) {
+            return isWritten(candidate) || isFolded(candidate);
+        });
     return slot != nullptr ? slot->number : kNone;
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace platform {
@@ -33,6 +34,8 @@ class IniText {
 public:
     using Text = std::basic_string<Unit>;
     using View = std::basic_string_view<Unit>;
+    /// What a value is told as: where it stands, good until the text changes, or converted.
+    using Value = std::conditional_t<std::is_same_v<Unit, WChar>, WideView, WideText>;
 
     /// What `text` may have at most.
     static constexpr std::size_t kMostUnits = 0x7FFFFFFF;
@@ -42,7 +45,7 @@ public:
     [[nodiscard]] const Text& Whole() const noexcept { return m_text; }
 
     /// The value with its quotes; none when there is no such key, or it has no value.
-    [[nodiscard]] std::optional<WideText> Find(WideView section, WideView key) const;
+    [[nodiscard]] std::optional<Value> Find(WideView section, WideView key) const;
     // Lists for the callers of the profile functions: each text with a 0. They end when they have
     // `enough` units.
     [[nodiscard]] std::optional<WideText> Keys(WideView section, std::size_t enough) const;
@@ -88,9 +91,13 @@ private:
     // What begins at `begin`, which is in no section that counts.
     void IndexFrom(std::size_t begin);
     [[nodiscard]] Line LineAt(std::size_t begin) const noexcept;
-    // The name and the value on a line that is a key's.
+    // The name and the value on a line that is a key's; of the name so much is known that nothing
+    // in the first `nameLength` units of the line ends it.
     [[nodiscard]] View KeyAt(std::size_t begin) const noexcept;
-    [[nodiscard]] std::optional<View> ValueAt(std::size_t begin) const noexcept;
+    [[nodiscard]] std::optional<View> ValueAt(std::size_t begin,
+                                              std::size_t nameLength) const noexcept;
+    // Whether the line begins with just this name and "=".
+    [[nodiscard]] bool IsWritten(std::size_t begin, WideView plainName) const noexcept;
     [[nodiscard]] auto IsSection(WideView foldedName) const;
     [[nodiscard]] auto IsKey(std::uint32_t section, WideView foldedName) const;
     [[nodiscard]] std::uint32_t FindSection(WideView name) const;

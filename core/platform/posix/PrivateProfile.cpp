@@ -48,9 +48,11 @@ WideView ViewOf(const WChar* text)
     return {text, Length(text)};
 }
 
-// What `read` gives for the profile's text; none when there is no profile, or too little memory.
+// What `read` gives, which is optional, for the profile's text; none when there is no profile, or
+// too little memory.
 template <class Read>
-std::optional<WideText> FromProfile(const WChar* path, Read read) noexcept
+auto FromProfile(const WChar* path, Read read) noexcept
+    -> decltype(read(std::declval<const IniText<WChar>&>()))
 try {
     ProfileCache& files = ProfileCache::Instance();
     const std::unique_lock lock = files.Lock();
@@ -125,14 +127,16 @@ WideView WithoutTrailingBlanks(const WChar* text)
 std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar* key,
                             const WChar* fallback, WChar* buffer, std::size_t room) noexcept
 {
-    const std::optional<WideText> found = FromProfile(path, [&](const auto& text) {
-        return key != nullptr ? text.Find(ViewOf(section), ViewOf(key))
-                              : text.Keys(ViewOf(section), room);
-    });
-    if (!found)
-        return CopyText(WithoutTrailingBlanks(fallback), buffer, room);
-    return key != nullptr ? CopyText(WithoutQuotes(*found), buffer, room)
-                          : CopyList(*found, buffer, room);
+    const auto read = [&](const auto& text) -> std::optional<std::size_t> {
+        if (key == nullptr) {
+            const std::optional<WideText> keys = text.Keys(ViewOf(section), room);
+            return keys ? std::optional(CopyList(*keys, buffer, room)) : std::nullopt;
+        }
+        const auto value = text.Find(ViewOf(section), ViewOf(key));
+        return value ? std::optional(CopyText(WithoutQuotes(*value), buffer, room)) : std::nullopt;
+    };
+    const std::optional<std::size_t> length = FromProfile(path, read);
+    return length ? *length : CopyText(WithoutTrailingBlanks(fallback), buffer, room);
 }
 
 std::size_t ReadProfileSection(const WChar* path, const WChar* section, WChar* buffer,
@@ -153,9 +157,11 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 bool ReadProfileBlock(const WChar* path, const WChar* section, const WChar* key, void* data,
                       unsigned int size) noexcept
 {
-    const std::optional<WideText> found =
-        FromProfile(path, [&](const auto& text) { return text.Find(section, key); });
-    return found && DecodeBlock(*found, static_cast<unsigned char*>(data), size);
+    const auto read = [&](const auto& text) -> std::optional<bool> {
+        const auto value = text.Find(section, key);
+        return value && DecodeBlock(*value, static_cast<unsigned char*>(data), size);
+    };
+    return FromProfile(path, read).value_or(false);
 }
 
 ProfileUpdate::ProfileUpdate(const WChar* path) noexcept
@@ -184,8 +190,8 @@ bool ProfileUpdate::ExchangeText(const WChar* section, const WChar* key, const W
                                  const WChar* value) noexcept
 {
     return m_state && ChangeProfile(m_state->path, [&](auto& text) {
-               const std::optional<WideText> found = text.Find(section, key);
-               return WithoutQuotes(found ? *found : WideView()) == expected &&
+               const auto found = text.Find(section, key);
+               return WithoutQuotes(found ? WideView(*found) : WideView()) == expected &&
                       text.Set(section, key, value);
            });
 }
