@@ -63,6 +63,7 @@ CHECKS = [
     Check("faults", "runs", "whichever system call or allocation of an operation on files fails, and on a full disk:"
           " the old or the new file is there, a failure is told, nothing leaks, and a second try succeeds",
           program("faults_soak"), targets=("faults_soak",), mended=(
+              "an archive whose first bytes the system failed to read told no problem",
               "a text that got no memory when a binary profile of a former version was read was lost with the next save",
           )),
     Check("starved", "reads", "where memory runs out, a reader gives the right content or tells a failure, and the next"

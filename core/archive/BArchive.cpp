@@ -188,8 +188,10 @@ void BArchive::Impl::ReadFileHeader(BArchive& archive, FileHeader wanted)
         header.archiveClass = NArchive::WithKeyword(header.archiveClass);
         wanted.docClass = NArchive::WithKeyword(wanted.docClass);
     }
-    if (!loader->file.IsGood()) // it failed, which is told
+    if (!loader->file.IsGood()) { // for want of memory, say, which is told already
+        loader->TellFileFailure();
         return;
+    }
     if (BProblem fault = FaultOf(header, wanted, loader->file.Position())) {
         loader->Fail(std::move(fault));
         return;

@@ -93,6 +93,15 @@ void Loader::Fail(BProblem reason)
     file.Close();
 }
 
+void Loader::TellFileFailure()
+{
+    const std::optional<int> failure = file.Failure();
+    if (!failure || m_isFailureTold)
+        return;
+    m_isFailureTold = true;
+    Fail(*failure != 0 ? BProblem::OfSystem(*failure) : BProblem{.code = EProblem::Damaged});
+}
+
 void Loader::Open(int version)
 {
     m_version = version;
@@ -300,16 +309,6 @@ void Loader::LeaveOut(EProblem code, std::uint32_t number)
     problem = OfRecord(code, number);
     if (code == EProblem::Damaged) // where the reading of it ended
         problem.position = position;
-}
-
-// Where the file fails of itself, and not because somebody here let go of it.
-void Loader::TellFileFailure()
-{
-    const std::optional<int> failure = file.Failure();
-    if (!failure || m_isFailureTold)
-        return;
-    m_isFailureTold = true;
-    Fail(*failure != 0 ? BProblem::OfSystem(*failure) : BProblem{.code = EProblem::Damaged});
 }
 
 void Loader::TellRefusal(std::size_t place)

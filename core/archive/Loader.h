@@ -39,6 +39,9 @@ public:
     /// What was left out before may be the reason, and is told with it.
     void Fail(BProblem reason);
 
+    /// Tells why the file failed of itself; nothing where somebody here let go of it.
+    void TellFileFailure();
+
     /// Reads the directory from the reader's position on; closes the file when it is broken.
     void Open(int version);
 
@@ -74,7 +77,6 @@ private:
                                          EProblem& fault);
     [[nodiscard]] BProblem OfRecord(EProblem code, std::uint32_t number) noexcept;
     void LeaveOut(EProblem code, std::uint32_t number);
-    void TellFileFailure();
     void TellRefusal(std::size_t place);
     [[nodiscard]] ReadFunction FindReadFunction(std::string_view className);
     [[nodiscard]] std::uint8_t NumberOf(LetGoFunction letGo);

@@ -557,15 +557,9 @@ class Stage {
 public:
     explicit Stage(Disk& disk)
         : m_disk(disk)
-        , m_template(disk.Beside() / "all")
-    {
-        fs::create_directories(m_template);
-        InProcess([&] {
-            Prepare(Place(m_template));
-            PrepareReaders(Place(m_template));
-            return std::string();
-        });
-    }
+        , m_files(Made("files", Prepare))
+        , m_readFiles(Made("read", PrepareReaders))
+    {}
 
     /// The operation as it stands, and, when it changes one file, behind a link and without it.
     std::vector<std::unique_ptr<Scene>> Scenes(const Operation& operation)
@@ -574,9 +568,13 @@ public:
         const auto add = [&](const std::string& name, const fs::path& from) {
             scenes.push_back(std::make_unique<Scene>(operation, name, from, m_disk));
         };
-        add(operation.name, m_template);
+        if (operation.name.starts_with("read-")) {
+            add(operation.name, m_readFiles);
+            return scenes;
+        }
+        add(operation.name, m_files);
         const bool isRegistry = operation.name.starts_with("registry");
-        const Files old = Look(m_template, isRegistry), now = scenes.front()->Clean().first;
+        const Files old = Look(m_files, isRegistry), now = scenes.front()->Clean().first;
         std::vector<std::string> changed;
         for (const auto& [name, entry] : old) {
             const auto found = now.find(name);
@@ -592,10 +590,18 @@ public:
     }
 
 private:
+    fs::path Made(const char* name, void (*prepare)(const Place&)) const
+    {
+        const fs::path folder = m_disk.Beside() / name;
+        fs::create_directories(folder);
+        InProcess([&] { return prepare(Place(folder)), std::string(); });
+        return folder;
+    }
+
     [[nodiscard]] fs::path CopyFor(const std::string& name) const
     {
         const fs::path folder = m_disk.Beside() / name;
-        fs::copy(m_template, folder, fs::copy_options::recursive);
+        fs::copy(m_files, folder, fs::copy_options::recursive);
         return folder;
     }
 
@@ -617,7 +623,7 @@ private:
     }
 
     Disk& m_disk;
-    fs::path m_template;
+    fs::path m_files, m_readFiles; // what the operations find there
 };
 
 // --- all of them ---------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 #include "tests/platform/posix/SystemCalls.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <dirent.h>
 #include <sys/types.h>
 
@@ -12,6 +13,7 @@ int __real_flock(int file, int operation);
 int __real_rename(const char* from, const char* to);
 ssize_t __real_read(int file, void* buffer, std::size_t size);
 dirent* __real_readdir(DIR* directory);
+std::size_t __real_fread(void* buffer, std::size_t size, std::size_t count, std::FILE* stream);
 std::uint32_t __real__ZN8platform9TickCountEv();
 
 int __wrap_fsync(int file)
@@ -42,6 +44,11 @@ ssize_t __wrap_read(int file, void* buffer, std::size_t size)
 dirent* __wrap_readdir(DIR* directory)
 {
     return SystemCalls::Fails("readdir") ? nullptr : __real_readdir(directory);
+}
+
+std::size_t __wrap_fread(void* buffer, std::size_t size, std::size_t count, std::FILE* stream)
+{
+    return SystemCalls::Fails("fread") ? 0 : __real_fread(buffer, size, count, stream);
 }
 
 // platform::TickCount
