@@ -52,9 +52,11 @@ public:
     /// closes before `Commit`. Empty when there is no stream.
     [[nodiscard]] WideText Path() const;
 
-    /// Puts the new content in place, synchronised before it shows under the name. False when
-    /// something of it was not written; the old content then stays, unless copying over it was
-    /// begun. On Windows, others who have the old file open are waited for up to two seconds.
+    /// Puts the new content in place, synchronised before it shows under the name, and then the
+    /// name. False when something of it was not written; the old content then stays, unless copying
+    /// over it was begun, or all but the name was synchronised: then the new content is there, but
+    /// the old one may come back when the power fails. On Windows, others who have the old file
+    /// open are waited for up to two seconds.
     [[nodiscard]] bool Commit() noexcept;
 
 private:

@@ -110,13 +110,12 @@ bool SyncFile(int file)
     return ::fsync(file) == 0 || errno == EINVAL || errno == EROFS;
 }
 
-// The entry of a file that was moved; a folder that cannot be synchronised is left to the system.
-void SyncFolder(const std::string& folder)
+// The entry of a file that was moved; a folder that may not be read is left to the system.
+bool SyncFolder(const std::string& folder)
 {
     const Descriptor file(
         ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (file.IsOpen())
-        ::fsync(file.Get());
+    return file.IsOpen() ? SyncFile(file.Get()) : errno == EACCES;
 }
 
 // Room for the new content, before any of the old one goes. What is no file and file systems that
@@ -170,9 +169,7 @@ bool MoveOver(const std::string& target, const std::string& folder, Draft& draft
         const Stream stream(HasToStay(errno) ? std::fopen(draft.Path().c_str(), "re") : nullptr);
         return stream && WriteOver(target, stream.get(), isSynchronised);
     }
-    if (isSynchronised)
-        SyncFolder(folder);
-    return true;
+    return !isSynchronised || SyncFolder(folder);
 }
 
 } // namespace
