@@ -15,9 +15,10 @@
 // As on the other platform: a draft beside the file, synchronised before it is moved over it, so
 // that the file holds the old or the new content at any moment. What differs: `ReplaceFileW` keeps
 // what belongs to the old file (access list, attributes, dates), so nothing is copied to the draft
-// before; the move itself is written through, as a folder cannot be synchronised; and a file that
-// somebody has open without sharing its deletion cannot be moved over, so the move is tried for two
-// seconds.
+// before; a folder cannot be synchronised, and `ReplaceFileW` does not write the move through, so
+// the file is synchronised once more in its place, and with it the journal of the file system; and
+// a file that somebody has open without sharing its deletion cannot be moved over, so the move is
+// tried for two seconds.
 namespace platform {
 
 struct FileReplacement::State {
@@ -152,8 +153,17 @@ bool IsInUse(DWORD error)
     return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
 }
 
+// The move of a file. One that somebody has opened for himself meanwhile is left to the system.
+bool SyncMove(const std::wstring& target)
+{
+    const Handle file(::CreateFileW(target.c_str(), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file.IsOpen() ? ::FlushFileBuffers(file.Get()) != 0 : IsInUse(::GetLastError());
+}
+
 // Whoever has the old file open keeps it in place, mostly for moments.
-bool MoveOver(const std::wstring& target, bool isThere, Draft& draft)
+bool MoveOver(const std::wstring& target, bool isThere, Draft& draft, bool isSynchronised)
 {
     constexpr int attempts = 100;
     constexpr DWORD pauseMs = 20;
@@ -163,7 +173,7 @@ bool MoveOver(const std::wstring& target, bool isThere, Draft& draft)
         ::Sleep(pauseMs);
     }
     draft.Release();
-    return true;
+    return !isSynchronised || SyncMove(target);
 }
 
 } // namespace
@@ -211,7 +221,7 @@ bool FileReplacement::Commit() noexcept
     const bool isReady = state.isBeside ? !isSynchronised || SyncFile(_fileno(stream))
                                         : WriteOver(state.target, stream, isSynchronised);
     return std::fclose(state.stream.release()) == 0 && isReady &&
-           (!state.isBeside || MoveOver(state.target, state.isThere, state.draft));
+           (!state.isBeside || MoveOver(state.target, state.isThere, state.draft, isSynchronised));
 }
 
 } // namespace platform
