@@ -279,19 +279,21 @@ std::optional<int> ReadConvertedProfile(const fs::path& folder, int, int)
 
 bool Recover(const fs::path& folder, int worker, int number)
 {
-    const fs::path made = folder / Numbered("made", number);
-    if (number == 1 && !Shared("archive").save(folder, worker, number))
+    const fs::path source = folder / "document.qda", made = folder / "recovered/document.qda";
+    fs::create_directory(made.parent_path());
+    if (!Shared("archive").save(folder, worker, number))
         return false;
     RemoveOutput(made);
-    return Inspect({"recover", (folder / "document.qda").string(), made.string()});
+    return Inspect({"recover", source.string(), made.string()});
 }
 
-std::optional<int> ReadRecovered(const fs::path& folder, int, int)
+// What was removed before another one was made is the one before.
+std::optional<int> ReadRecovered(const fs::path& folder, int worker, int floor)
 {
-    const std::string source = BytesOf(folder / "document.qda");
-    const int last =
-        LastOf([&](int number) { return BytesOf(folder / Numbered("made", number)) == source; });
-    return fs::exists(folder / Numbered("made", last + 1)) ? std::nullopt : std::optional(last);
+    const bool isThere = fs::exists(folder / "recovered/document.qda");
+    const std::optional<int> number =
+        Shared("archive").read(isThere ? folder / "recovered" : folder, worker, floor);
+    return isThere || !number ? number : *number - 1;
 }
 
 // --- what they promise ---------------------------------------------------------------------------
@@ -329,8 +331,8 @@ const Operation kOperations[] = {
     {{"registry, many writes", false, WriteManyValues, ReadManyValues}, Atomic, Atomic, ""},
     {{"remote registry", false, WriteRemotely, ReadRemotely}, Atomic, Atomic, "registry.db"},
     {Shared("profiler log"), Kept, Kept, ""},
-    {{"inspector's conversion", false, ConvertProfile, ReadConvertedProfile}, Nothing, Nothing, ""},
-    {{"inspector's recovery", false, Recover, ReadRecovered}, Nothing, Nothing, ""},
+    {{"inspector's conversion", false, ConvertProfile, ReadConvertedProfile}, Durable, Durable, ""},
+    {{"inspector's recovery", true, Recover, ReadRecovered}, Durable, Durable, ""},
 };
 
 const Operation* Find(const std::string& name)

@@ -10,16 +10,15 @@
 #include <filesystem>
 #include <system_error>
 
-NewFile::NewFile(const platform::WideText& path)
+// Who recovers a file may throw the damaged one away: the new one must outlast a power failure.
+NewFile::NewFile(const platform::WideText& path, ESync sync)
     : m_path(path)
-    , m_stream(platform::OpenStream(path.c_str(), QD_W("wb")))
-    , m_isThere(m_stream != nullptr)
-    , m_isGood(m_isThere)
+    , m_draft(path.c_str(), sync)
+    , m_isGood(m_draft.Stream() != nullptr)
 {}
 
 NewFile::~NewFile()
 {
-    m_stream.reset();
     std::error_code ignored;
     if (m_isThere)
         std::filesystem::remove(QDToStdPath(m_path.c_str()), ignored);
@@ -28,7 +27,7 @@ NewFile::~NewFile()
 void NewFile::Write(std::string_view bytes)
 {
     m_isGood =
-        m_isGood && std::fwrite(bytes.data(), 1, bytes.size(), m_stream.get()) == bytes.size();
+        m_isGood && std::fwrite(bytes.data(), 1, bytes.size(), m_draft.Stream()) == bytes.size();
 }
 
 void NewFile::WriteText(platform::WideView text)
@@ -53,9 +52,8 @@ void NewFile::Copy(BlockReader& file, std::uint64_t end)
 
 bool NewFile::Close()
 {
-    const bool isWritten = m_isGood && std::fflush(m_stream.get()) == 0;
-    m_stream.reset();
-    return isWritten;
+    m_isThere = m_isGood && m_draft.Commit();
+    return m_isThere;
 }
 
 EOutcome WriteUtf16(platform::WideView text, const platform::WideText& newPath, EOutcome outcome)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/platform/FileStream.h"
+#include "core/platform/FileReplacement.h"
 #include "core/platform/WideText.h"
 
 #include "tools/qdinspect/Inspectors.h"
@@ -10,10 +10,12 @@
 
 class BlockReader;
 
-/// A file that comes into being piece by piece, and is removed again unless it is kept.
+/// A file that comes into being whole when it is closed, and is removed again unless it is kept.
 class NewFile {
 public:
-    explicit NewFile(const platform::WideText& path);
+    using ESync = platform::FileReplacement::ESync;
+
+    explicit NewFile(const platform::WideText& path, ESync sync = ESync::Yes);
     ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
@@ -29,15 +31,16 @@ public:
     /// What stands in `file` from its position to `end`.
     void Copy(BlockReader& file, std::uint64_t end);
 
-    /// Closes the file. False when a part of it could not be written.
+    /// Closes the file, which is on the disk then if it is synchronised. False when a part of it
+    /// could not be written.
     [[nodiscard]] bool Close();
     void Keep() noexcept { m_isThere = false; }
 
 private:
     platform::WideText m_path;
-    platform::Stream m_stream;
-    bool m_isThere; // and goes with the object
+    platform::FileReplacement m_draft;
     bool m_isGood;
+    bool m_isThere = false; // and goes with the object
 };
 
 /// Writes a text as UTF-16LE with its mark. The outcome, unless that fails.

@@ -251,7 +251,7 @@ EOutcome RecoverArchive(BlockReader& file, const platform::WideText& newPath,
 {
     ArchiveRecovery recovery(file, messages, progress);
     const platform::WideText partPath = newPath + QD_W(".part");
-    NewFile part(partPath);
+    NewFile part(partPath, NewFile::ESync::No);
     if (!recovery.CopyWholeRecords(part))
         return EOutcome::NothingThere;
     if (!part.Close())

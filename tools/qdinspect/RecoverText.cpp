@@ -183,7 +183,7 @@ EOutcome RecoverLanguageFile(BlockReader& file, const WideText& newPath, std::os
         messages << decoded.loss << '\n';
     const std::vector<LanguageLine> lines = MendedLines(decoded.text, messages);
     const WideText partPath = newPath + QD_W(".part");
-    NewFile part(partPath);
+    NewFile part(partPath, NewFile::ESync::No);
     part.WriteText(Joined(lines));
     if (!part.Close())
         return EOutcome::Unwritten;
