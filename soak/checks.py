@@ -56,10 +56,12 @@ CHECKS = [
           " the registry or the profiler's log tear nothing and lose nothing that was acknowledged, and the next save"
           " takes away what they left", program("death_soak"), targets=("death_soak",), mended=(
               "what a killed saver left beside its file stayed for ever",)),
-    Check("power", "states", "when the power fails at any moment of a save, what is promised of the file"
-          " holds in whatever the disk may hold then, the next save succeeds, and nothing is left behind it",
+    Check("power", "states", "when the power fails at any moment of a save, what docs/durability.md promises of the"
+          " file holds in whatever the disk may hold then, the next save succeeds, and nothing is left behind it",
           lambda seconds, seed: ["python3", "soak/power/power.py", f"{seconds:.1f}", str(seed)],
-          targets=("qdpower", "qdinspect")),
+          targets=("qdpower", "qdinspect"), mended=(
+              "what `qdinspect` recovered or converted could be empty or torn, though it had told success",
+              "a document counted as saved whose folder the disk had refused")),
     Check("faults", "runs", "whichever system call or allocation of an operation on files fails, and on a full disk:"
           " the old or the new file is there, a failure is told, nothing leaks, and a second try succeeds",
           program("faults_soak"), targets=("faults_soak",), mended=(

@@ -12,7 +12,8 @@
 /// document is still there after a crash, on a full disk and when an object cannot be written.
 ///
 /// `insert` inserts the objects, which are then written. False when the file could not be
-/// written; what `insert` or an object's `WriteData` throws passes on. The file keeps its
+/// written; what `insert` or an object's `WriteData` throws passes on. True: it outlasts a power
+/// failure. The file keeps its
 /// permissions, and a symbolic link keeps leading to it. Where nothing can be made beside the file
 /// or moved over it, the complete archive is copied over it: a full disk then still leaves the old
 /// document wherever the file system can reserve room, a crash during that copy leaves a damaged

@@ -85,6 +85,9 @@ struct ReadADouble;
 /// record at hand, whatever the record says of itself. Reading an object that refers to others
 /// takes no recursion. One thread at a time.
 ///
+/// Writing begins with an empty file at `path`: what stood there is gone, and a crash or power
+/// failure leaves a part. `SaveArchive` (support/SaveArchive.h) saves documents.
+///
 /// The name of the archive's class stands in the file, too, and must be the reader's. A derived
 /// archive hands its own to the protected constructor; otherwise its files are a `BArchive`'s.
 class QD_CORE_API BArchive : public BSmartObj {

@@ -54,8 +54,8 @@ public:
     /// CR LF then. A file that is Unicode already stays as it is. `kErrorNone`, or
     /// `kErrorFileNotWritten` when the file cannot be read or written.
     ///
-    /// The old file is whole until the new one is complete, and its permissions stay. A read-only
-    /// file is refused.
+    /// The old file is whole until the new one is complete and outlasts a power failure, and its
+    /// permissions stay. A read-only file is refused.
     static int ConvertToUnicode(const WChar* path) noexcept;
 
     /// Deletes the files that match; "*" and "?" in the last element are wild. Directories and

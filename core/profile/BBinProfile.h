@@ -65,8 +65,9 @@ public:
     void DeleteSection() override;
     bool ExistsSection(WString section) const override;
 
-    /// Saves what was changed, as the destructor does, but tells: false when the old file stays,
-    /// and the changes are still to be saved.
+    /// Saves what was changed, as the destructor does, but tells: true when the changes outlast a
+    /// power failure, false when they are still to be saved. The old file stays then, or may come
+    /// back.
     bool Save();
 
     /// Why the file was not read as a whole, or not saved; else why the last reader gave the

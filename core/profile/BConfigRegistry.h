@@ -24,8 +24,10 @@ struct RegistryKey;
 ///
 /// Off Windows the registry is a file: the one that the environment variable `QD_REGISTRY` names,
 /// else `qd.core/registry.db` in the folder `$XDG_CONFIG_HOME` or `~/.config`. While another
-/// process keeps it locked a write waits two seconds and then fails. Once the file is deleted or
-/// replaced, its nodes neither write nor have children; one opened by its path is in the new file.
+/// process keeps it locked a write waits two seconds and then fails. Each write is whole or is not,
+/// in their order; when the power fails, the last ones may be gone, as on Windows. Once the file is
+/// deleted or replaced, its nodes neither write nor have children; one opened by its path is in the
+/// new file.
 class QD_CORE_API BConfigRegistry : public BConfig {
 public:
     /// Opens the key at `keyPath` below the user's root, made where it is missing. Throws BError

@@ -12,7 +12,8 @@
 /// `BProfile` reads and writes: what one writes, the other reads.
 ///
 /// Nothing is kept in memory; a file that is missing is an empty one, and the first value that is
-/// written makes it. Values and lists of names are cut at 32,768 units.
+/// written makes it. No writer waits for the disk, as none of `BProfile`. Values and lists of names
+/// are cut at 32,768 units.
 ///
 ///     BIniProfile profile(path, QD_W("Probe"), true);
 ///     const int speed = profile.GetInt(QD_W("Speed"), 40); // "Speed=40" stands there from now on

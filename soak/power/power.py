@@ -16,7 +16,7 @@ anywhere  All that the interfaces of the system promise, and hence what the libr
           the last time, and its size is that of any moment, too, whatever the sectors hold; what was never written
           reads as zeros or as something foreign. Until a folder is synchronised, any of the changes of its entries
           are there and the others are not, also when they are later. A rename is one change: it is there or not.
-ordered   What ext4 does as it is mounted by default, and Btrfs much alike. Changes of entries reach the disk in
+ordered   What ext4 does as it is mounted by default. Changes of entries reach the disk in
           their order, and synchronising any file brings all of them there that were before. A file that grows into
           new blocks shows its new size when they are written; within its last block the size may come first, and
           zeros behind it. A file that is moved over another one is written before. Text profiles count on that.
