@@ -1,6 +1,7 @@
 # Cross build for 64-bit Windows with Debian's MinGW-w64 (posix threads), against the UCRT.
 #
 # The compiler links msvcrt.dll unasked; a specs file made from its own puts the UCRT in its place.
+# Only linking reads it: its path in a command keeps the compiler cache from serving other checkouts.
 # The static winpthread wants "_setjmp", which the UCRT exports under another name.
 # The GCC runtime is linked statically, so that the binaries need no DLL beyond Windows' own.
 
@@ -18,11 +19,11 @@ if(NOT EXISTS ${QD_UCRT_SPECS})
     file(WRITE ${QD_UCRT_SPECS} "${specs}")
 endif()
 
-set(CMAKE_C_FLAGS_INIT "-specs=${QD_UCRT_SPECS} -D_UCRT")
-set(CMAKE_CXX_FLAGS_INIT "-specs=${QD_UCRT_SPECS} -D_UCRT -include ${CMAKE_CURRENT_LIST_DIR}/mingw-mbstate.h -D_WIN32_WINNT=0x0A00 -DNOMINMAX -DWIN32_LEAN_AND_MEAN")
+set(CMAKE_C_FLAGS_INIT "-D_UCRT")
+set(CMAKE_CXX_FLAGS_INIT "-D_UCRT -include ${CMAKE_CURRENT_LIST_DIR}/mingw-mbstate.h -D_WIN32_WINNT=0x0A00 -DNOMINMAX -DWIN32_LEAN_AND_MEAN")
 foreach(kind EXE SHARED)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT
-        "-static -Wl,-u,__intrinsic_setjmp -Wl,--defsym,_setjmp=__intrinsic_setjmp")
+        "-specs=${QD_UCRT_SPECS} -static -Wl,-u,__intrinsic_setjmp -Wl,--defsym,_setjmp=__intrinsic_setjmp")
 endforeach()
 
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
