@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/platform/SystemError.h"
 #include "core/platform/WChar.h"
 
 #include <cstdint>
@@ -29,7 +30,12 @@
 namespace platform {
 
 struct StreamCloser {
-    void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
+    /// Who does not close a stream itself mostly has an error to tell that came before.
+    void operator()(std::FILE* stream) const noexcept
+    {
+        const LastErrorStays stays;
+        std::fclose(stream);
+    }
 };
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 

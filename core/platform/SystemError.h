@@ -9,6 +9,18 @@ namespace platform {
 [[nodiscard]] int LastErrorCode() noexcept;
 void SetLastErrorCode(int code) noexcept;
 
+/// Keeps the last error while what has failed is cleaned up, which may fail or succeed itself.
+class LastErrorStays {
+public:
+    LastErrorStays() noexcept = default;
+    LastErrorStays(const LastErrorStays&) = delete;
+    LastErrorStays& operator=(const LastErrorStays&) = delete;
+    ~LastErrorStays() { SetLastErrorCode(m_code); }
+
+private:
+    int m_code = LastErrorCode();
+};
+
 /// What a caller can do something about.
 enum class EFailure {
     None,

@@ -251,8 +251,11 @@ bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*
         return false;
     Stream stream = OpenOn(std::move(file), mode);
     const bool isWritten = stream && WriteLines(std::move(stream), next);
-    // Where not even that can be done, the torn run stays, and the caller is told all the same.
-    [[maybe_unused]] const int isCut = isWritten ? 0 : ::ftruncate(kept.Get(), before.st_size);
+    if (!isWritten) {
+        const LastErrorStays stays;
+        // Where not even that can be done, the torn run stays, and the caller is told all the same.
+        [[maybe_unused]] const int isCut = ::ftruncate(kept.Get(), before.st_size);
+    }
     return isWritten;
 }
 

@@ -86,6 +86,7 @@ bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*
     if (kept < 0)
         return false;
     const bool isWritten = WriteLines(std::move(stream), next);
+    const LastErrorStays stays;
     if (!isWritten)
         static_cast<void>(_chsize_s(kept, before));
     _close(kept);
