@@ -12,10 +12,11 @@
 /// writers, so that a crowd that never ends keeps writers out.
 ///
 /// The first reader waits for a writer to leave. A second one that comes while the first still
-/// waits is inside at once, beside the writer: what must not be read half written needs a guard of
-/// its own besides. Each read lock is given back, on any thread but the writer's, just once:
-/// nothing checks it. One that is given back once too often leaves a reader without the lock, this
-/// one or a later one. What the writer's own thread gives back without having taken it is asserted.
+/// waits is inside at once, beside the writer, unless it only tries: what must not be read half
+/// written needs a guard of its own besides. Each read lock is given back, on any thread but the
+/// writer's, just once: nothing checks it. One that is given back once too often leaves a reader
+/// without the lock, this one or a later one. What the writer's own thread gives back without
+/// having taken it is asserted.
 ///
 /// A thread that is not the writer and calls `UnlockW` ends the writer's lock at once, unless read
 /// locks of the writer make it throw, but leaves its depth: the next writer needs as many calls of
@@ -43,7 +44,8 @@ public:
     /// counts one more: the writer gives back that one, too, takes the write lock once and gives it
     /// back, and the lock is free.
     virtual void UnlockW() const = 0;
-    /// Takes a read lock if that is possible at once.
+    /// Takes a read lock if that is possible at once. Like `TryLockW`, it may also fail because
+    /// another thread is just trying, or taking or giving back the write lock.
     [[nodiscard]] virtual bool TryLockR() const = 0;
     /// Takes the write lock if that is possible within a millisecond.
     [[nodiscard]] virtual bool TryLockW() const = 0;

@@ -142,10 +142,12 @@ bool LockState::TryEnterR()
     for (;;) {
         std::int64_t readers = m_readers;
         while (readers != 0) {
-            if (m_readers.compare_exchange_weak(readers, readers + 1)) {
-                JoinCrowd();
+            if (!m_readers.compare_exchange_weak(readers, readers + 1))
+                continue;
+            if (!m_slimLock.IsExclusive())
                 return true;
-            }
+            UnlockR(); // the others may be waiting for a writer who came since
+            return false;
         }
         if (!m_slimLock.TryLockShared())
             return false;
