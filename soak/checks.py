@@ -52,6 +52,11 @@ CHECKS = [
     )),
     Check("parallel", "steps", "threads that share locks, an operation, progress and a dispatcher lose nothing and race"
           " nowhere", program("parallel_soak", "linux-tsan"), preset="linux-tsan", targets=("parallel_soak",)),
+    *(Check(name, "schedules", f"three threads that take locks{where} get what the locks promise, in every order of their"
+            " steps", program(executable), targets=(executable,), mended=mended) for name, executable, where, mended in (
+        ("locks", "locks_soak", "", (
+            "a reader that only tried was let in beside a writer that came while it tried, when another one waited",)),
+        ("locks-windows", "slim_locks_soak", " over the slim lock of Windows", ()))),
     Check("death", "kills", "processes that are killed while they save an archive, a profile of any kind, a language file,"
           " the registry or the profiler's log tear nothing and lose nothing that was acknowledged, and the next save"
           " takes away what they left", program("death_soak"), targets=("death_soak",), mended=(
