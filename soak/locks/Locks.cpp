@@ -189,6 +189,8 @@ void Start()
     g_lock = new LockState(g_program.isObject ? 0 : 0xFFFFFFFF);
     g_world.isBuilding = false;
     for (int i = 0; i < kThreads; ++i) {
+        // The first one is yet to ask for its id, which leads a writer a longer way.
+        g_world.threads[i].local = i == 0 ? 0 : static_cast<std::uint32_t>(i + 1);
         ucontext_t& context = g_world.threads[i].context;
         getcontext(&context);
         context.uc_stack.ss_sp = scheduled::g_stacks[i];
