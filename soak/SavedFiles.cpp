@@ -54,6 +54,14 @@ WString WorkerKey(int worker)
     return kKey + WString::FromInt(worker);
 }
 
+// So long that a document has several blocks of a disk.
+WString PieceText(int value)
+{
+    WString padding;
+    padding.Fill(100, QD_W('x'));
+    return WString::FromInt(value) + padding;
+}
+
 bool SaveDocument(const fs::path& folder, int worker, int number)
 {
     return SaveArchive(Wide(folder / "document.qda"), "class Document", 1,
@@ -67,7 +75,8 @@ std::optional<int> ReadDocument(const fs::path& folder, int, int)
     for (int i = 0; i < kPieces; ++i) {
         const SP<BSmartObj> object = archive.TakeOut(BString::FromInt(i));
         const auto* const node = dynamic_cast<BNode*>(object.Get());
-        value.Add(node != nullptr ? node->GetText().AtoI() : -1);
+        const int number = node != nullptr ? node->GetText().AtoI() : -1;
+        value.Add(number >= 0 && node->GetText() == PieceText(number) ? number : -1);
     }
     return value.Get();
 }
@@ -237,7 +246,7 @@ void InsertPieces(BArchive& archive, int value)
 {
     for (int i = 0; i < kPieces; ++i) {
         const SP<BNode> node(new BNode);
-        node->SetText(WString::FromInt(value));
+        node->SetText(PieceText(value));
         archive.Insert(node.Get(), BString::FromInt(i));
     }
 }
