@@ -345,6 +345,38 @@ TEST_F(OutOfMemoryTest, ABinaryProfileOfNarrowTextsKeepsThem)
         });
 }
 
+TEST_F(OutOfMemoryTest, ASectionOfABinaryProfileIsDeletedAsAWhole)
+{
+    constexpr int most = 5;
+    const WString section = QD_W("a section that takes memory"), key = QD_W("key");
+    const auto write = [&] {
+        BBinProfile profile(m_path, ProfileNew);
+        profile.SetSection(section);
+        for (int i = 0; i != most; ++i)
+            profile.WriteInt(i, key, 7);
+    };
+    bool isDeleted = false;
+    write();
+    FailEachAllocation(
+        "delete a section",
+        [&] {
+            isDeleted = false;
+            BBinProfile profile(m_path, ProfileReadWrite);
+            profile.SetSection(section);
+            profile.DeleteSection();
+            isDeleted = profile.Save();
+        },
+        [&] {
+            BBinProfile profile(m_path, ProfileReadOnly);
+            profile.SetSection(section);
+            int count = 0;
+            for (int i = 0; i != most; ++i)
+                count += profile.ReadInt(i, key, 0) == 7 ? 1 : 0;
+            write();
+            return count == 0 || (count == most && !isDeleted);
+        });
+}
+
 TEST_F(OutOfMemoryTest, AnIniProfileKeepsWhatItHeld)
 {
     const WString section = QD_W("Probe"), key = QD_W("a key"), kept = QD_W("kept");

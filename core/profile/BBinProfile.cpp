@@ -190,7 +190,8 @@ bool BBinProfile::ReadBoolean(WString key, bool defaultValue)
 void BBinProfile::DeleteKey(WString key)
 {
     CheckMode();
-    if (m_values.Remove(MapKey(key)))
+    // Of a file that was not read: for `Save` to tell.
+    if (m_values.Remove(MapKey(key)) || m_isUnread)
         m_modified = true;
 }
 
@@ -204,7 +205,7 @@ void BBinProfile::DeleteSection()
     }
     for (const WString& key : keys)
         m_values.Remove(key);
-    m_modified = m_modified || !keys.empty();
+    m_modified = m_modified || !keys.empty() || m_isUnread;
 }
 
 bool BBinProfile::ExistsSection(WString section) const
@@ -226,7 +227,9 @@ WString BBinProfile::MapKey(WString key)
 
 WString BBinProfile::Section(WString mappedKey)
 {
-    return mappedKey.SubCh(1, QD_W(']'));
+    const WString section = mappedKey.SubCh(1, QD_W(']'));
+    const bool hasName = mappedKey.Length() > 1 && mappedKey[1] != QD_W(']');
+    return hasName ? Made(section) : section;
 }
 
 bool BBinProfile::Save()
