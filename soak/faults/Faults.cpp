@@ -489,24 +489,36 @@ void AddCalls(const Record& record, std::vector<Case>& cases)
     }
 }
 
-std::vector<Case> CasesOf(const Report& clean, bool isPlain, bool hasDisk)
+void AddLacksOfMemory(long allocations, std::vector<Case>& cases)
 {
-    std::vector<Case> cases;
-    AddCalls(clean.record, cases);
-    for (int pages = 0; hasDisk && pages <= kMostPages; ++pages)
-        cases.push_back({"disk." + std::to_string(pages), {}, -1, pages});
-    if (!isPlain)
-        return cases;
-    for (int number = 1; number <= clean.record.allocations; ++number) {
+    for (int number = 1; number <= allocations; ++number) {
         const std::string name = "alloc." + std::to_string(number);
         constexpr auto what = Fault::EWhat::Allocation;
         cases.push_back({name + ":once", {what, 0, number, 0, ERange::Once}});
         cases.push_back({name + ":on", {what, 0, number, 0, ERange::On}});
     }
-    for (const long size : kSizes)
-        cases.push_back({"size." + std::to_string(size), {}, size});
     for (const long pages : kSpaces)
         cases.push_back({"space." + std::to_string(pages), {}, -1, -1, pages});
+}
+
+void AddLacksOfRoom(bool hasDisk, std::vector<Case>& cases)
+{
+    for (int pages = 0; hasDisk && pages <= kMostPages; ++pages)
+        cases.push_back({"disk." + std::to_string(pages), {}, -1, pages});
+    for (const long size : kSizes)
+        cases.push_back({"size." + std::to_string(size), {}, size});
+}
+
+std::vector<Case> CasesOf(const Operation& operation, const Record& clean, bool isPlain,
+                          bool hasDisk)
+{
+    std::vector<Case> cases;
+    if (!operation.lacksMemoryAlone) {
+        AddCalls(clean, cases);
+        AddLacksOfRoom(hasDisk, cases);
+    }
+    if (isPlain)
+        AddLacksOfMemory(clean.allocations, cases);
     return cases;
 }
 
@@ -517,8 +529,8 @@ public:
         : m_name(std::move(name))
         , m_runner(operation, from, disk)
         , m_judge(operation, m_runner.Before(), m_runner.Run({}))
-        , m_cases(CasesOf(m_judge.Clean().report, m_name.find('@') == std::string::npos,
-                          disk.IsMounted()))
+        , m_cases(CasesOf(operation, m_judge.Clean().report.record,
+                          m_name.find('@') == std::string::npos, disk.IsMounted()))
     {}
 
     [[nodiscard]] const std::string& Name() const { return m_name; }
@@ -581,7 +593,7 @@ public:
             if (found == now.end() || found->second != entry)
                 changed.push_back(name);
         }
-        if (changed.size() != 1 || !now.contains(changed[0]))
+        if (operation.lacksMemoryAlone || changed.size() != 1 || !now.contains(changed[0]))
             return scenes;
         add(operation.name + "@new", Without(operation.name, changed[0]));
         if (!isRegistry)

@@ -32,7 +32,8 @@ using ETold = Answer::ETold;
 const WString kSection(QD_W("Section2")), kKey(QD_W("Key7")), kMissing(QD_W("Missing")),
     kWord(QD_W("Word")), kText(QD_W("text")), kGreek(QD_W("\x03B1")), kNumber(QD_W("7")),
     kRegistryKey(QD_W("Software\\Test")), kChild(QD_W("Child")), kFile(QD_W("texts.lng")),
-    kPattern(QD_W("*.lng")), kBlock(QD_W("Block")), kUpdate(QD_W("r+b"));
+    kPattern(QD_W("*.lng")), kBlock(QD_W("Block")), kLanguageKey(QD_W("$IDS_Added")),
+    kPlainKey(QD_W("$Added")), kUpdate(QD_W("r+b"));
 const BString kDocClass("class Document");
 
 SP<BNode> Tree(int childCount)
@@ -216,7 +217,7 @@ Answer WriteInPlace(At at)
 
 char g_block[64] = "a block";
 
-constexpr auto kInBetween = Operation::EFile::InBetween;
+constexpr auto kInBetween = Operation::EFile::InBetween, kWhole = Operation::EFile::OldOrNew;
 
 const Operation kOperations[] = {
     {"text-read", [](At at) { return Is(Text(at).ReadInt(kKey, -1), 7); }},
@@ -244,6 +245,11 @@ const Operation kOperations[] = {
      [](At at) { return Done(Text(at).WriteMem(kBlock, g_block, sizeof g_block)); }},
     {"text-write-unicode", // which makes the file UTF-16
      [](At at) { return Done(Text(at).WriteString(kKey, kGreek)); }},
+    {"text-write-family", [](At at) { return Done(Text(at).WriteInt(3, kKey, 5)); }, kWhole, true},
+    {"text-write-double", [](At at) { return Done(Text(at).WriteDouble(kKey, 2.5)); }, kWhole,
+     true},
+    {"text-write-boolean", [](At at) { return Done(Text(at).WriteBoolean(kKey, true)); }, kWhole,
+     true},
     {"text-new", [](At at) { return Told(BProfile(at.ini, ProfileNew).Problem()); }},
     {"text-delete-key", [](At at) { return InText(at, [](Text& t) { t.DeleteKey(kKey); }); }},
     {"text-delete-section", [](At at) { return InText(at, [](Text& t) { t.DeleteSection(); }); }},
@@ -259,6 +265,12 @@ const Operation kOperations[] = {
     {"ini-write", [](At at) { return Done(Ini(at).Write(kKey, 2.5)); }},
     {"ini-write-block",
      [](At at) { return Done(Ini(at).WriteMem(kBlock, g_block, sizeof g_block)); }},
+    {"ini-write-bool", [](At at) { return Done(Ini(at).Write(kKey, true)); }, kWhole, true},
+    {"ini-write-narrow", [](At at) { return Done(Ini(at).Write(kKey, "text")); }, kWhole, true},
+    {"ini-write-whole",
+     [](At at) { return Done(Ini(at).Write(kKey, std::int64_t{5'000'000'000})); }, kWhole, true},
+    {"ini-write-time", [](At at) { return Done(Ini(at).Write(kKey, _SYSTEMTIME{})); }, kWhole,
+     true},
     {"ini-delete-key",
      [](At at) {
          BIniProfile profile = Ini(at);
@@ -283,11 +295,31 @@ const Operation kOperations[] = {
     {"binary-modify", [](At at) { return SaveBinary(at.bin, ProfileReadWrite); }},
     {"binary-upgrade", [](At at) { return SaveBinary(at.oldBin, ProfileReadWrite); }},
     {"binary-new", [](At at) { return SaveBinary(at.bin, ProfileNew); }},
+    {"binary-family",
+     [](At at) {
+         BBinProfile profile(at.bin, ProfileReadWrite);
+         const bool isTaken = profile.WriteString(3, kKey, kText);
+         return Done(isTaken && profile.Save());
+     },
+     kWhole, true},
+    {"binary-delete",
+     [](At at) {
+         BBinProfile profile(at.bin, ProfileReadWrite);
+         profile.DeleteSection();
+         return Done(profile.Save());
+     },
+     kWhole, true},
     {"binary-destroy", // which saves
      [](At at) { return BBinProfile(at.bin, ProfileReadWrite).WriteInt(kKey, 5), Answer(); }},
     {"registry-read", [](At) { return ReadRegistry(kNumber); }},
     {"registry-write",
      [](At) { return Done(BConfigRegistry(kRegistryKey).WriteInt(kNumber, 5) == kErrorNone); }},
+    {"registry-write-double",
+     [](At) { return Done(BConfigRegistry(kRegistryKey).WriteDouble(kNumber, 3) == kErrorNone); },
+     kWhole, true},
+    {"registry-write-bool",
+     [](At) { return Done(BConfigRegistry(kRegistryKey).WriteBool(kNumber, true) == kErrorNone); },
+     kWhole, true},
     {"registry-child",
      [](At) {
          return Done(BConfigRegistry(kRegistryKey).Child(kChild)->WriteInt(kNumber, 5) ==
@@ -306,6 +338,14 @@ const Operation kOperations[] = {
     {"language-import-all", [](At at) { return Import(at.translated, true); }},
     {"language-export",
      [](At at) { return Done(BLanguageMap().ExportMapFile(at.language) == kErrorNone); }},
+    {"language-add",
+     [](At at) {
+         BLanguageMap map;
+         const bool isAdded = map.Add(kLanguageKey, kText, kWord, true, false) == kErrorNone &&
+                              map.Add(kPlainKey, kWord, kWord, true, false) == kErrorNone;
+         return Done(isAdded && map.ExportMapFile(at.language) == kErrorNone);
+     },
+     kWhole, true},
     {"language-merge", [](At at) { return Merge(at, at.merged); }},
     {"language-merge-own", [](At at) { return Merge(at, at.translated); }},
     {"convert", [](At at) { return Done(BFile::ConvertToUnicode(at.text) == kErrorNone); }},

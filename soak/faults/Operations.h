@@ -46,6 +46,7 @@ struct Operation {
     std::string name;
     Answer (*run)(const Place&);
     EFile file = EFile::OldOrNew;
+    bool lacksMemoryAlone = false; // the calls that it makes are another's
 };
 
 std::span<const Operation> Operations();

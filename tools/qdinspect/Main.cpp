@@ -394,11 +394,14 @@ int Run(std::vector<std::string> arguments)
 } // namespace
 
 int main(int argc, char** argv)
-{
+try {
     const int code = Run(Utf8Arguments(argc, argv));
     // A full disk would leave whoever reads the output with a part of it for all.
     if (std::cout.flush())
         return code;
     std::cerr << "the standard output cannot be written\n";
+    return kNothing;
+} catch (const std::exception& failure) { // for want of memory, before there is a file
+    std::cerr << failure.what() << '\n';
     return kNothing;
 }
