@@ -84,4 +84,6 @@ CHECKS = [
     Check("crowd", "writes", "32 processes that write to one text profile, registry or binary profile lose nothing, and no"
           " write is refused; a writer that stands still holds the others up for 10 seconds with a text profile, 2 with a"
           " registry, and not with a binary profile", program("crowd_soak"), targets=("crowd_soak",)),
+    Check("models", "operations", "containers, texts, trees, banks, memory, bit arrays, progress and operations do what"
+          " naive twins of them do", program("models_soak"), targets=("models_soak",)),
 ]
