@@ -9,6 +9,7 @@
 #include "core/platform/PrivateProfile.h"
 
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
 // How `BProfile` and `BIniProfile` change a file. The system's own functions would make a missing
@@ -18,7 +19,6 @@
 
 namespace {
 
-// Who updates a profile locks its folder, so that comes first.
 bool MakeFolder(const WString& path)
 {
     BDirEntry folder(path);
@@ -26,6 +26,12 @@ bool MakeFolder(const WString& path)
         return true;
     // Another process may make it meanwhile.
     return folder.Exists() || folder.MakeDir() || folder.Exists();
+}
+
+bool IsFolderMissing(const WString& path)
+{
+    BDirEntry folder(path);
+    return folder.RemoveFileSpec() && !folder.Exists();
 }
 
 // Not synced, as no change of a text profile is: that would cost milliseconds a key, and the
@@ -61,18 +67,24 @@ int WriteTextProfile(const WString& path, const WString& section, const WString&
                      const WString& value, const WString* replaced)
 {
     using platform::EPresence;
-    if (IsMissing(path) && !MakeFolder(path))
-        return kErrorFileNotWritten;
-    platform::ProfileUpdate update(path);
-    const EPresence presence = update.IsLocked() ? platform::Presence(path) : EPresence::Unknown;
-    if (presence == EPresence::Unknown || (presence == EPresence::Missing && !MakeEmptyFile(path)))
+    std::optional<platform::ProfileUpdate> update(path);
+    // Off Windows who updates a profile locks its folder, so that comes first.
+    if (!update->IsLocked() && IsFolderMissing(path)) {
+        if (!MakeFolder(path))
+            return kErrorFileNotWritten;
+        update.emplace(path);
+    }
+    const EPresence presence = update->IsLocked() ? platform::Presence(path) : EPresence::Unknown;
+    if (presence == EPresence::Unknown ||
+        (presence == EPresence::Missing && !(MakeFolder(path) && MakeEmptyFile(path))))
         return kErrorFileNotWritten;
     // Eight bits would keep another text than this one.
     if (presence == EPresence::There && value.Includes16bitChars() &&
         BFile::ConvertToUnicode(path) != kErrorNone)
         return kErrorFileNotWritten;
-    const bool isWritten = replaced != nullptr ? update.ExchangeText(section, key, *replaced, value)
-                                               : update.SetText(section, key, value);
+    const bool isWritten = replaced != nullptr
+                               ? update->ExchangeText(section, key, *replaced, value)
+                               : update->SetText(section, key, value);
     return isWritten ? kErrorNone : kErrorFileNotWritten;
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/platform/posix/FileLock.h"
 #include "core/platform/posix/NativePath.h"
+#include "core/platform/posix/OpenFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -21,11 +22,21 @@ namespace platform {
 
 namespace {
 
+// Where the file of the profile is or would be made; none when the system fails to tell. Links
+// among its folders need not be resolved, as they lead to the same folder.
+std::optional<std::string> TargetOf(const std::string& nativePath)
+{
+    char link = 0;
+    const bool isLink = ::readlink(nativePath.c_str(), &link, sizeof link) >= 0;
+    const bool isNone = !isLink && (errno == EINVAL || IsMissing(errno));
+    return isNone ? std::optional(nativePath) : ResolveLinks(nativePath);
+}
+
 // None when nothing can be locked. All must choose the same one, so only a right that is missing,
 // never another failure, leads to the next choice.
 Descriptor OpenForLock(const std::string& nativePath)
 {
-    const std::optional<std::string> target = ResolveLinks(nativePath);
+    const std::optional<std::string> target = TargetOf(nativePath);
     if (!target)
         return {};
     constexpr int flags = O_RDONLY | O_CLOEXEC;
