@@ -93,6 +93,7 @@ void Act(Shared& shared, std::uint32_t choice)
     switch (choice % 12) {
     case 0: {
         const BAutoLockR guard(shared.lock);
+        const BAutoLockR other(shared.object);
         break;
     }
     case 1: {
@@ -105,7 +106,7 @@ void Act(Shared& shared, std::uint32_t choice)
         shared.writesUnderLock += 2;
         break;
     }
-    case 2: // Only tries read here: beside a first reader who waits, a second one may read at once.
+    case 2: // Who tries may read; who waits may be inside beside a writer, behind a first reader.
     case 3:
         if (const BAutoTryLockR guard(shared.object); guard.IsLocked())
             shared.faults += shared.underObject % 2 == 0 ? 0 : 1;

@@ -52,6 +52,13 @@ CHECKS = [
     )),
     Check("parallel", "steps", "threads that share locks, an operation, progress and a dispatcher lose nothing and race"
           " nowhere", program("parallel_soak", "linux-tsan"), preset="linux-tsan", targets=("parallel_soak",)),
+    Check("promises", "steps", "what the headers allow on several threads at once they may do: share objects, texts, a tree,"
+          " a language map and units, take memory, write to a profile and the registry, save documents",
+          program("promises_soak", "linux-tsan"), preset="linux-tsan", targets=("promises_soak",)),
+    Check("suites", "tests", "no test of the suites races, in whatever order they run",
+          lambda seconds, seed: ["soak/suites.py", f"{seconds:.1f}", str(seed)], preset="linux-tsan",
+          targets=("qdcore_tests", "qdcore_seam_tests"), mended=(
+              "why a run was not logged was lost while what it left was closed and cut off",)),
     *(Check(name, "schedules", f"three threads that take locks{where} get what the locks promise, in every order of their"
             " steps", program(executable), targets=(executable,), mended=mended) for name, executable, where, mended in (
         ("locks", "locks_soak", "", (
