@@ -102,15 +102,14 @@ Change = collections.namedtuple("Change", "moment folder removed added inode rep
 class Recording:
     """What an operation did to a folder, from the lines of strace."""
 
-    def __init__(self, folder, lines):
+    def __init__(self, folder):
         self.moment, self.changes, self.marks, self.syncs, self.told = 0, [], [], [0], [""]
         self.prefix = str(folder)
         self.root = Inode(is_folder=True)
         self.first = {self.root: {}}  # entries of the folders, at the beginning
-        self.files, self.descriptors = [], {}
+        self.descriptors = {}  # of a process and number: [inode, offset, whether it appends]
         self.take(folder, self.root)
         self.now = {inode: dict(entries) for inode, entries in self.first.items()}
-        self.lines = lines
 
     def take(self, folder, inode):
         for path in sorted(folder.iterdir()):
@@ -121,8 +120,8 @@ class Recording:
                 self.first[child] = {}
                 self.take(path, child)
 
-    def replay(self):
-        for line in self.lines:
+    def replay(self, lines):
+        for line in lines:
             parts = re.match(r"(\d+) +(\w+)\((.*)\) += (-?\w+)", line)
             if parts is None:
                 if re.match(r"\d+ +(\+\+\+|---)", line):
@@ -132,7 +131,6 @@ class Recording:
             if int(result, 0) >= 0:
                 self.line = line
                 self.do(process, call, text, int(result, 0))
-        return self
 
     def next(self):
         self.moment += 1
@@ -144,10 +142,8 @@ class Recording:
         return re.sub(r'"((?:\\x[0-9a-f]{2})*)"', lambda match: repr(texts(match[0])[0][:100])[1:],
                       self.told[moment])[:300]
 
-    def place(self, path, descriptor=None):
-        """(folder, name, inode or None) behind all links but a last one; None outside of the root."""
-        if descriptor is not None and not path.startswith(b"/"):
-            return None
+    def place(self, path):
+        """(folder, name, inode or None), which may be that of a link; None outside of the root."""
         path = os.path.normpath(path.decode("utf-8", "surrogateescape"))
         if path == self.prefix:
             return None, "", self.root
@@ -169,7 +165,7 @@ class Recording:
     def do(self, process, call, text, result):
         words = text.split(", ")
         key = (process, int(words[0])) if re.fullmatch(r"\d+", words[0]) else None
-        opened = self.descriptors.get(key)  # [inode, offset, appends]
+        opened = self.descriptors.get(key)
         if call == "getppid":
             self.marks.append(self.next())
         elif call in ("open", "openat", "creat"):
@@ -177,7 +173,10 @@ class Recording:
         elif call in ("dup", "dup2", "dup3") or call == "fcntl" and words[1].startswith("F_DUPFD"):
             self.descriptors[process, result] = opened
         elif call in ("rename", "renameat", "renameat2"):
-            self.rename(*(self.place(path) for path in texts(text)))
+            (old_folder, old, inode), (folder, name, _) = map(self.place, texts(text))
+            if folder is not old_folder:
+                raise ValueError(f"from folder to folder: {self.line}")
+            self.change(folder, old, name, inode)
         elif call in ("unlink", "unlinkat", "rmdir"):
             if place := self.place(texts(text)[0]):
                 self.change(place[0], place[1], None, place[2])
@@ -191,7 +190,7 @@ class Recording:
                     (process, int(words[4]) if words[4].isdigit() else -1))):
                 found[0].is_shared_memory = True  # written unseen, at any time
         elif opened is not None:
-            self.use(process, key, opened, call, text, words, result)
+            self.use(key, opened, call, text, words, result)
         elif call in ("sync", "syncfs", "truncate") or call.startswith(("link", "symlink")):
             raise ValueError(f"not modelled: {text}")
 
@@ -202,10 +201,9 @@ class Recording:
             return
         folder, name, inode = place
         while inode is not None and inode.target is not None:
-            if "/" in inode.target and inode.target.startswith("/"):
+            if inode.target.startswith("/"):
                 raise ValueError(f"an absolute link: {inode.target}")
-            base = self.path_of(folder)
-            folder, name, inode = self.place(f"{base}/{inode.target}".encode())
+            folder, name, inode = self.place(f"{self.path_of(folder)}/{inode.target}".encode())
         if inode is None:
             inode = Inode()
             self.change(folder, None, name, inode)
@@ -219,12 +217,7 @@ class Recording:
         return next(f"{self.path_of(folder)}/{name}" for folder, entries in self.now.items()
                     for name, inode in entries.items() if inode is wanted)
 
-    def rename(self, old, new):
-        if old[0] is not new[0]:
-            raise ValueError("a rename from folder to folder is not modelled")
-        self.change(new[0], old[1], new[1], old[2])
-
-    def use(self, process, key, opened, call, text, words, result):
+    def use(self, key, opened, call, text, words, result):
         inode = opened[0]
         if call == "close":
             del self.descriptors[key]
@@ -405,7 +398,7 @@ def record(name, operation, promises, template, path, inject=()):
     folder = template.parent / "recorded"
     shutil.copytree(template, folder, symlinks=True)
     log = template.parent / "log"
-    recording = Recording(folder, [])
+    recording = Recording(folder)
     done = subprocess.run(
         ["strace", "-f", "-xx", "-s", "16777216", "-o", log, "-e", "signal=none", "-e", "trace=" + ",".join(CALLS),
          *inject, PROGRAM, "save", folder, operation, str(FIRST + 1), str(LAST)],
@@ -413,9 +406,9 @@ def record(name, operation, promises, template, path, inject=()):
     shutil.rmtree(folder)
     if done.returncode != 0:
         sys.exit(f"{name}: a save was refused")
-    recording.lines = [line for line in log.read_text().splitlines()
-                       if "(INJECTED)" not in line and " = ?" not in line]
-    return Run(name, operation, promises, recording.replay(), path, name.endswith("@new"), bool(inject))
+    recording.replay(line for line in log.read_text().splitlines()
+                     if "(INJECTED)" not in line and " = ?" not in line)
+    return Run(name, operation, promises, recording, path, name.endswith("@new"), bool(inject))
 
 
 def runs(root, wanted):
@@ -557,8 +550,8 @@ def main():
                 if time.monotonic() >= end:
                     break
                 for state in itertools.islice(states, FEW):  # until a new one
-                    if (print_ := fingerprint(run, model, moment, state)) not in seen:
-                        seen.add(print_)
+                    if (mark := fingerprint(run, model, moment, state)) not in seen:
+                        seen.add(mark)
                         replay.add(run, model, moment, state)
                         still_open.append((run, model, moment, states))
                         break
