@@ -30,7 +30,7 @@ namespace platform {
 /// When there is no stream, and when `Commit` fails, the system's last error says why.
 ///
 /// With `ESync::No` nothing waits for the disk: cheap, and safe unless the power fails, when the
-/// file may be empty wherever the file system does not write it before it is moved (ext4 does).
+/// file may be empty, or zeros.
 ///
 ///     FileReplacement replacement(path);
 ///     return replacement.Stream() != nullptr && Write(replacement.Stream()) &&

@@ -22,8 +22,8 @@
 /// what was put under the key since it was read stays. A text that is no number gives the default
 /// and stays. Values are cut at 32,767 units.
 ///
-/// No writer waits for the disk: when the power fails, the last changes may be gone, and where the
-/// file is not on ext4, all of it (docs/durability.md).
+/// No writer waits for the disk: when the power fails, a file that was changed in the last half
+/// minute may be empty (docs/durability.md). `BBinProfile` waits.
 ///
 /// Only a file that the system calls missing is made. When it fails to look at the file or to read
 /// it, readers give their defaults, and writers change nothing and are false.

@@ -309,30 +309,29 @@ enum class EPromise {
 
 struct Operation {
     SavedFile file;
-    EPromise anywhere; // on any file system
-    EPromise ordered;  // on one that keeps its changes in order; see power.py
-    const char* path;  // that may be a link, be missing, or stay in its place; none: no variants
+    EPromise promise;
+    const char* path; // that may be a link, be missing, or stay in its place; none: no variants
 };
 
 using enum EPromise;
 
 const Operation kOperations[] = {
-    {Shared("archive"), Durable, Durable, "document.qda"},
-    {{"archive in a new folder", true, SaveInNewFolder, ReadInNewFolder}, Atomic, Durable, ""},
-    {{"archive in place", true, SaveInPlace, Shared("archive").read}, Nothing, Nothing, ""},
-    {Shared("binary profile"), Durable, Durable, "settings.bin"},
-    {Shared("text profile"), Nothing, Atomic, "settings.ini"},
-    {Shared("INI file"), Nothing, Atomic, "probe.ini"},
-    {{"defaults of a text profile", false, FillIn, ReadDefaults}, Nothing, Kept, "defaults.ini"},
-    {Shared("language file"), Durable, Durable, "merged/texts.lng"},
-    {{"exported language file", true, Export, Shared("language file").read}, Durable, Durable, ""},
-    {{"converted text", false, ConvertText, ReadConverted}, Durable, Durable, ""},
-    {Shared("registry"), Atomic, Atomic, "registry.db"},
-    {{"registry, many writes", false, WriteManyValues, ReadManyValues}, Atomic, Atomic, ""},
-    {{"remote registry", false, WriteRemotely, ReadRemotely}, Atomic, Atomic, "registry.db"},
-    {Shared("profiler log"), Kept, Kept, ""},
-    {{"inspector's conversion", false, ConvertProfile, ReadConvertedProfile}, Durable, Durable, ""},
-    {{"inspector's recovery", true, Recover, ReadRecovered}, Durable, Durable, ""},
+    {Shared("archive"), Durable, "document.qda"},
+    {{"archive in a new folder", true, SaveInNewFolder, ReadInNewFolder}, Atomic, ""},
+    {{"archive in place", true, SaveInPlace, Shared("archive").read}, Nothing, ""},
+    {Shared("binary profile"), Durable, "settings.bin"},
+    {Shared("text profile"), Nothing, "settings.ini"},
+    {Shared("INI file"), Nothing, "probe.ini"},
+    {{"defaults of a text profile", false, FillIn, ReadDefaults}, Nothing, "defaults.ini"},
+    {Shared("language file"), Durable, "merged/texts.lng"},
+    {{"exported language file", true, Export, Shared("language file").read}, Durable, ""},
+    {{"converted text", false, ConvertText, ReadConverted}, Durable, ""},
+    {Shared("registry"), Atomic, "registry.db"},
+    {{"registry, many writes", false, WriteManyValues, ReadManyValues}, Atomic, ""},
+    {{"remote registry", false, WriteRemotely, ReadRemotely}, Atomic, "registry.db"},
+    {Shared("profiler log"), Kept, ""},
+    {{"inspector's conversion", false, ConvertProfile, ReadConvertedProfile}, Durable, ""},
+    {{"inspector's recovery", true, Recover, ReadRecovered}, Durable, ""},
 };
 
 const Operation* Find(const std::string& name)
@@ -348,9 +347,8 @@ const Operation* Find(const std::string& name)
 int List()
 {
     constexpr const char* names[] = {"durable", "atomic", "kept", "nothing"};
-    for (const auto& [file, anywhere, ordered, path] : kOperations)
-        std::printf("%s\t%s\t%s\t%s\n", file.name, names[static_cast<int>(anywhere)],
-                    names[static_cast<int>(ordered)], path);
+    for (const auto& [file, promise, path] : kOperations)
+        std::printf("%s\t%s\t%s\n", file.name, names[static_cast<int>(promise)], path);
     return 0;
 }
 

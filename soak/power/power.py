@@ -9,17 +9,16 @@ the library looks at each: the file must hold what is promised, the next save mu
 behind it. What changes one file is also run with that file behind a link (@link), missing before (@new) and one that
 cannot be moved over, so that it is copied over (@copied).
 
-What a disk may hold depends on the file system, so there are two models:
+What a disk may hold is what the interfaces of the system allow, and not what some file system does better:
 
-anywhere  All that the interfaces of the system promise, and hence what the library may count on for what it calls
-          durable. Until a file is synchronised, each of its sectors of 512 bytes has the content of any moment since
-          the last time, and its size is that of any moment, too, whatever the sectors hold; what was never written
-          reads as zeros or as something foreign. Until a folder is synchronised, any of the changes of its entries
-          are there and the others are not, also when they are later. A rename is one change: it is there or not.
-ordered   What ext4 does as it is mounted by default. Changes of entries reach the disk in
-          their order, and synchronising any file brings all of them there that were before. A file that grows into
-          new blocks shows its new size when they are written; within its last block the size may come first, and
-          zeros behind it. A file that is moved over another one is written before. Text profiles count on that.
+- Until a file is synchronised, each of its sectors of 512 bytes has the content of any moment since the last time, and
+  its size is that of any moment, too, whatever the sectors hold. What was never written reads as zeros or as something
+  foreign.
+- Until a folder is synchronised, any of the changes of its entries are there and the others are not, also when they
+  are later. A rename is one change: it is there or not.
+
+That a file which is moved over another one is written before, without being synchronised, is no longer so: behind a
+cut, ext4 as Linux 6.18 mounts it by default held zeros in its place, and XFS nothing.
 
 Where a moment has few such states, all are replayed, else those that the seed draws, among them: all up to some
 moment and nothing later, all but one, one alone.
@@ -43,7 +42,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = ROOT / "build/linux/bin/qdpower"
 FIRST, LAST = 1, 4  # what is there before, and the last number that is saved
-SECTOR, BLOCK = 512, 4096
+SECTOR, BLOCK = 512, 4096  # bytes; files grow by blocks
 FEW = 256  # states of a moment that are all replayed
 MANY = 60  # moments of a run that one seed looks at
 FOREIGN = b"\xa5" * SECTOR
@@ -96,14 +95,14 @@ class Inode:
         self.sizes.append((moment, size))
 
 
-Change = collections.namedtuple("Change", "moment folder removed added inode replaces")  # of a folder's entries
+Change = collections.namedtuple("Change", "moment folder removed added inode")  # of a folder's entries
 
 
 class Recording:
     """What an operation did to a folder, from the lines of strace."""
 
     def __init__(self, folder):
-        self.moment, self.changes, self.marks, self.syncs, self.told = 0, [], [], [0], [""]
+        self.moment, self.changes, self.marks, self.told = 0, [], [], [""]
         self.prefix = str(folder)
         self.root = Inode(is_folder=True)
         self.first = {self.root: {}}  # entries of the folders, at the beginning
@@ -158,8 +157,7 @@ class Recording:
         return folder, names[-1], self.now[folder].get(names[-1])
 
     def change(self, folder, removed, added, inode):
-        replaces = added in self.now[folder] and added != removed
-        self.changes.append(Change(self.next(), folder, removed, added, inode, replaces))
+        self.changes.append(Change(self.next(), folder, removed, added, inode))
         apply(self.now, self.changes[-1])
 
     def do(self, process, call, text, result):
@@ -238,7 +236,6 @@ class Recording:
             inode.grow(self.next(), int(words[2]) + int(words[3]))
         elif call in ("fsync", "fdatasync"):
             inode.syncs.append(self.next())
-            self.syncs.append(self.moment)
         elif call not in ("fcntl", "open", "msync"):
             raise ValueError(f"not modelled: {self.line[:200]}")
 
@@ -266,31 +263,24 @@ def last_until(moments, moment):
 class Moment:
     """The power fails right behind a change."""
 
-    def __init__(self, recording, moment, model, rng):
-        self.recording, self.moment, self.model, self.rng = recording, moment, model, rng
-        self.done = [change for change in recording.changes if change.moment <= self.entries_until(change.folder)]
-        self.open = [change for change in recording.changes
-                     if self.entries_until(change.folder) < change.moment <= moment]
+    def __init__(self, recording, moment, rng):
+        self.recording, self.moment, self.rng = recording, moment, rng
+        changes = [change for change in recording.changes if change.moment <= moment]
+        self.done = [change for change in changes if change.moment <= last_until(change.folder.syncs, moment)]
+        self.open = [change for change in changes if change not in self.done]
 
-    def entries_until(self, folder):
-        """When the entries of a folder were synchronised last."""
-        return last_until(self.recording.syncs if self.model == "ordered" else folder.syncs, self.moment)
-
-    def entry_choices(self):
-        """How many ways there are for entries, and the one of a number."""
-        if self.model == "ordered":
-            return len(self.open) + 1, lambda number: self.open[:number]
-        return 2 ** len(self.open), lambda number: [
-            change for bit, change in enumerate(self.open) if number >> bit & 1]
+    def world(self, number):
+        """The changes of entries that have their bit in the number are there."""
+        return World(self, [change for bit, change in enumerate(self.open) if number >> bit & 1])
 
     def states(self):
         """All when they are few, else without end."""
-        ways, way = self.entry_choices()
+        ways = 2 ** len(self.open)
         worlds, count = [], ways
         for number in range(ways):
             if count > FEW:
                 break
-            worlds.append(World(self, way(number)))
+            worlds.append(self.world(number))
             count += worlds[-1].count() - 1
         if count <= FEW:
             states = [(world, choice) for world in worlds for choice in world.all()]
@@ -298,7 +288,7 @@ class Moment:
             yield from (world.state(choice) for world, choice in states)
             return
         while True:
-            world = World(self, way(self.rng.choice((0, ways - 1, self.rng.randrange(ways)))))
+            world = self.world(self.rng.choice((0, ways - 1, self.rng.randrange(ways))))
             yield world.state(world.draw())
 
 
@@ -307,19 +297,12 @@ class World:
 
     def __init__(self, moment, changes):
         self.moment, recording = moment, moment.recording
-        changes = moment.done + changes
         self.entries = {inode: dict(entries) for inode, entries in recording.first.items()}
-        for change in sorted(changes):
+        for change in sorted(moment.done + changes):
             apply(self.entries, change)
-        self.floors = {}  # since when files may differ
         self.paths = []  # (path, inode)
         self.walk("", recording.root)
-        for _, inode in self.paths:
-            self.floors[inode] = last_until(inode.syncs, moment.moment)
-        if moment.model == "ordered":
-            for change in changes:
-                if change.replaces and change.inode in self.floors:
-                    self.floors[change.inode] = max(self.floors[change.inode], change.moment)
+        self.floors = {inode: last_until(inode.syncs, moment.moment) for _, inode in self.paths}  # what is durable
         self.choices = [choice for _, inode in self.paths if not inode.is_folder for choice in self.choices_of(inode)]
 
     def walk(self, path, folder):
@@ -366,23 +349,19 @@ class World:
     def state(self, choice):
         """{path: its bytes, None for a folder, a text for a link}"""
         chosen = {(inode, number): options[at] for at, (inode, number, options) in zip(choice, self.choices)}
-        never = self.moment.rng.choice((bytes(SECTOR), FOREIGN)) if self.moment.model == "anywhere" else bytes(SECTOR)
+        never = self.moment.rng.choice((bytes(SECTOR), FOREIGN))
         return {path: None if inode.is_folder else inode.target if inode.target is not None else
                 self.content(inode, chosen, never) for path, inode in self.paths}
 
     def content(self, inode, chosen, never):
-        since, size = chosen.get((inode, None)) or self.latest(inode.sizes)
+        _, size = chosen.get((inode, None)) or self.latest(inode.sizes)
         if inode.is_shared_memory:
             return (never * (size // SECTOR + 1))[:size]
-        old_end = -(-self.options(inode.sizes, self.floors[inode])[0][1] // BLOCK) * BLOCK
         pieces = []
         for number in range(-(-size // SECTOR)):
-            history = inode.sectors.get(number)
-            value = (None, None) if history is None else chosen.get((inode, number)) or self.latest(history)
-            if self.moment.model == "ordered" and history and number * SECTOR >= old_end:
-                value = max(value, history[bisect.bisect_right(history, since, key=lambda entry: entry[0]) - 1],
-                            key=lambda entry: entry[0])
-            pieces.append(value[1] or never)
+            history = inode.sectors.get(number, [(0, None)])
+            _, data = chosen.get((inode, number)) or self.latest(history)
+            pieces.append(data or never)
         return b"".join(pieces)[:size]
 
     def latest(self, history):
@@ -391,10 +370,10 @@ class World:
 
 # --- recording ------------------------------------------------------------------------------------
 
-Run = collections.namedtuple("Run", "name operation promises recording path is_new is_copied")
+Run = collections.namedtuple("Run", "name operation promise recording path is_new is_copied")
 
 
-def record(name, operation, promises, template, path, inject=()):
+def record(name, operation, promise, template, path, inject=()):
     folder = template.parent / "recorded"
     shutil.copytree(template, folder, symlinks=True)
     log = template.parent / "log"
@@ -408,33 +387,32 @@ def record(name, operation, promises, template, path, inject=()):
         sys.exit(f"{name}: a save was refused")
     recording.replay(line for line in log.read_text().splitlines()
                      if "(INJECTED)" not in line and " = ?" not in line)
-    return Run(name, operation, promises, recording, path, name.endswith("@new"), bool(inject))
+    return Run(name, operation, promise, recording, path, name.endswith("@new"), bool(inject))
 
 
 def runs(root, wanted):
     listed = subprocess.run([PROGRAM, "list"], stdout=subprocess.PIPE, text=True, check=True).stdout
-    for operation, anywhere, ordered, path in (line.split("\t") for line in listed.splitlines()):
+    for operation, promise, path in (line.split("\t") for line in listed.splitlines()):
         if wanted.partition("@")[0] not in operation:
             continue
-        promises = {"anywhere": anywhere, "ordered": ordered}
         template = root / "template"
         template.mkdir()
         subprocess.run([PROGRAM, "save", template, operation, str(FIRST), str(FIRST)], check=True,
                        env=dict(os.environ, TMPDIR=str(root)))
-        plain = record(operation, operation, promises, template, path)
+        plain = record(operation, operation, promise, template, path)
         yield plain
         if path:
             if any(change.removed and change.added for change in plain.recording.changes):
-                yield record(operation + "@copied", operation, promises, template, path,
+                yield record(operation + "@copied", operation, promise, template, path,
                              ["-e", "inject=rename,renameat,renameat2:error=EBUSY"])
             file = template / path
             (file.parent / "real").mkdir()
             file.rename(file.parent / "real" / file.name)
             file.symlink_to(pathlib.Path("real") / file.name)
-            yield record(operation + "@link", operation, promises, template, path)
+            yield record(operation + "@link", operation, promise, template, path)
             file.unlink()
             shutil.rmtree(file.parent / "real")
-            yield record(operation + "@new", operation, promises, template, path)
+            yield record(operation + "@new", operation, promise, template, path)
         shutil.rmtree(template)
 
 
@@ -451,7 +429,7 @@ def make(folder, state):
             (folder / path).write_bytes(content)
 
 
-def wrong(run, model, moment, state, answer):
+def wrong(run, moment, state, answer):
     """What a state breaks of the promise; nothing when all is well."""
     words = answer.split()
     if len(words) != 5:
@@ -459,7 +437,7 @@ def wrong(run, model, moment, state, answer):
     found, is_saved, following, afterwards, drafts = map(int, words)
     acknowledged = FIRST + bisect.bisect_right(run.recording.marks, moment) - 1
     is_idle = moment in run.recording.marks or acknowledged == LAST
-    promise = run.promises[model]
+    promise = run.promise
     initial = FIRST
     if run.is_new:
         acknowledged, initial = acknowledged if acknowledged > FIRST else 0, 0
@@ -485,19 +463,19 @@ class Replay:
                                       bufsize=1, env=dict(os.environ, TMPDIR=str(root)))
         self.waiting = collections.deque()
 
-    def add(self, run, model, moment, state):
+    def add(self, run, moment, state):
         self.number += 1
         folder = self.root / f"state{self.number}"
         make(folder, state)
         self.judge.stdin.write(f"{folder}\t{run.operation}\n")
-        self.waiting.append((run, model, moment, state, folder))
+        self.waiting.append((run, moment, state, folder))
         if len(self.waiting) >= BATCH:
             self.settle()
 
     def settle(self):
-        run, model, moment, state, folder = self.waiting.popleft()
-        fault = wrong(run, model, moment, state, self.judge.stdout.readline())
-        name = f"{run.name} ({model})"
+        run, moment, state, folder = self.waiting.popleft()
+        fault = wrong(run, moment, state, self.judge.stdout.readline())
+        name = run.name
         self.counts[name] += 1
         if fault:
             self.faults[name] += 1
@@ -514,8 +492,8 @@ class Replay:
         self.judge.wait()
 
 
-def fingerprint(run, model, moment, state):
-    digest = hashlib.blake2b(f"{run.name} {model} {bisect.bisect(run.recording.marks, moment)}".encode())
+def fingerprint(run, moment, state):
+    digest = hashlib.blake2b(f"{run.name} {bisect.bisect(run.recording.marks, moment)}".encode())
     for path, content in state.items():
         digest.update(f"{path} {len(content) if content else content}".encode())
         digest.update(content if isinstance(content, bytes) else b"")
@@ -523,14 +501,11 @@ def fingerprint(run, model, moment, state):
 
 
 def points(all_runs, rng):
-    """A source of states for each moment of each run and model."""
+    """A source of states for moments of each run."""
     for run in all_runs:
-        for model in ("anywhere", "ordered"):
-            if model == "ordered" and run.promises["anywhere"] == run.promises["ordered"]:
-                continue  # its states are among the others
-            moments = range(run.recording.marks[0], run.recording.moment + 1)
-            for moment in rng.sample(moments, min(len(moments), MANY)):
-                yield run, model, moment, Moment(run.recording, moment, model, rng).states()
+        moments = range(run.recording.marks[0], run.recording.moment + 1)
+        for moment in rng.sample(moments, min(len(moments), MANY)):
+            yield run, moment, Moment(run.recording, moment, rng).states()
 
 
 def main():
@@ -546,14 +521,14 @@ def main():
         replay, seen = Replay(root), set()
         while open_points and time.monotonic() < end:
             still_open = []
-            for run, model, moment, states in open_points:
+            for run, moment, states in open_points:
                 if time.monotonic() >= end:
                     break
                 for state in itertools.islice(states, FEW):  # until a new one
-                    if (mark := fingerprint(run, model, moment, state)) not in seen:
+                    if (mark := fingerprint(run, moment, state)) not in seen:
                         seen.add(mark)
-                        replay.add(run, model, moment, state)
-                        still_open.append((run, model, moment, states))
+                        replay.add(run, moment, state)
+                        still_open.append((run, moment, states))
                         break
             open_points = still_open
         replay.end()

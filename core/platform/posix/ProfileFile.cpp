@@ -25,8 +25,8 @@
 // It is written to a file beside it that is then moved over it: a reader, or a process that is
 // killed meanwhile, finds the old content or the new one. The disk is not waited for: Windows does
 // not either, and a program that saves a hundred settings would take seconds. When the power fails,
-// the last changes may be gone, or the whole file on file systems that move before they write: ext4
-// does not, XFS and Btrfs do.
+// the last changes may be gone, or the whole file on file systems that move before they write, as
+// XFS and ext4 do (seen on Linux 6.18).
 //
 // A program that fills a profile with its defaults would so write the file as often as it has keys.
 // But the new key stands at the end, and one `write` that stays within a page of memory keeps the
