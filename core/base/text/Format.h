@@ -40,8 +40,10 @@ void BText<String>::Printf(const Char* format, ...)
     } else if (length == 0) {
         Clear();
     } else if (static_cast<std::size_t>(length) < room) {
-        // A 0 may have been formatted, too: the text ends there.
-        m_text.Assemble(static_cast<std::size_t>(length), {NText::Measured(buffer)});
+        // A 0 may have been formatted, too: the text ends there. Some runtime libraries tell a
+        // length that is too short.
+        const View told(buffer, static_cast<std::size_t>(length));
+        m_text.Assign(told.substr(0, told.find(Char(0))));
     } else {
         // A block of its own, as the string's text may be an argument.
         auto made = Text::WithCapacity(static_cast<std::size_t>(length));
