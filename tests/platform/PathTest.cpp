@@ -107,4 +107,7 @@ TEST(PathRules, CombineAndResolveDots)
     const WideText longest(platform::kPathRoom - 3, 'a'), back = QD_W("\\..\\b");
     EXPECT_TRUE(platform::CombinePaths(QD_W("C"), (longest.substr(back.size()) + back).c_str()));
     EXPECT_FALSE(platform::CombinePaths(QD_W("C"), (longest + back).c_str()));
+    const WideText absolute = QD_W("C:\\") + longest; // nothing is cut off what stands alone
+    EXPECT_FALSE(platform::CombinePaths(QD_W("C:\\a"), absolute.c_str()));
+    EXPECT_FALSE(platform::CombinePaths(absolute.c_str(), QD_W("")));
 }

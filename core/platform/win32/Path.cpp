@@ -27,6 +27,10 @@ std::size_t FindFileSpec(const WChar* path)
 
 std::optional<WideText> CombinePaths(const WChar* folder, const WChar* path)
 {
+    // The shell cuts what stands alone, as it is empty or absolute, to the room that there is.
+    const WChar* const alone = *path == 0 ? folder : path;
+    if (std::wcslen(alone) >= kPathRoom)
+        return std::nullopt;
     // Cleared, for the shell may look behind what it wrote.
     WChar combined[kPathRoom] = {};
     if (::PathCombineW(combined, folder, path) == nullptr)
