@@ -106,7 +106,8 @@ def main():
         sys.exit(f"no such check: {', '.join(sorted(unknown))}; there are "
                  + ", ".join(check.name for check in CHECKS))
     chosen = [check for check in CHECKS if check.name in names or not names]
-    for preset, targets in sorted({(check.preset, check.targets) for check in chosen}):
+    builds = {(preset, check.targets) for check in chosen for preset in check.preset.split()}
+    for preset, targets in sorted(builds):
         for command in (["cmake", "--preset", preset, "--log-level=ERROR"],
                         ["cmake", "--build", "--preset", preset, *(["--target", *targets] if targets else [])]):
             subprocess.run(command, cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
