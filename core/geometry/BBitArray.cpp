@@ -19,7 +19,8 @@
 //
 // Memory comes from `calloc`, and memory that cannot be had leaves an array without data, which its
 // header allows: a picture of some gigabytes is an ordinary failure. But one is never saved, nor
-// loaded, without data that it should have.
+// loaded, without data that it should have. What a record holds no data of has none, and goes back
+// so: such were written, and a document with one can be saved.
 
 namespace {
 
@@ -57,7 +58,9 @@ BBitArray::BBitArray(int planes, int width, int height)
     , m_height(height)
     , m_bytesPerCell(BytesPerCell(planes))
 {
-    m_data = Allocate(DataSizeOf(m_width, m_height, m_bytesPerCell));
+    const std::uint64_t size = DataSizeOf(m_width, m_height, m_bytesPerCell);
+    m_data = Allocate(size);
+    m_isIncomplete = size != 0 && m_data == nullptr;
 }
 
 BBitArray::BBitArray(const BBitArray& other)
@@ -75,6 +78,7 @@ BBitArray& BBitArray::operator=(const BBitArray& other)
     m_height = other.m_height;
     m_bytesPerCell = other.m_bytesPerCell;
     m_data = Allocate(other.DataSize());
+    m_isIncomplete = other.m_isIncomplete || (other.m_data != nullptr && m_data == nullptr);
     if (m_data)
         std::memcpy(m_data, other.m_data, other.DataSize());
     return *this;
@@ -95,15 +99,16 @@ void BBitArray::WriteData(BArchive& archive) const
     archive << m_width << m_height << m_bytesPerCell;
     if (m_data)
         archive.WriteMemoryBlock(m_data, DataSize());
-    else if (m_width > 0 && DataSizeOf(m_width, m_height, m_bytesPerCell) != 0)
+    else if (m_isIncomplete && m_width > 0)
         throw std::bad_alloc(); // the data would be lost without a word
 }
 
 void BBitArray::ChangeExtent(int x, int y, int width, int height)
 {
-    std::uint8_t* data = nullptr;
-    if (width > 0 && height > 0)
-        data = Allocate(DataSizeOf(width, height, m_bytesPerCell));
+    const std::uint64_t size =
+        width > 0 && height > 0 ? DataSizeOf(width, height, m_bytesPerCell) : 0;
+    std::uint8_t* const data = Allocate(size);
+    m_isIncomplete = size != 0 && data == nullptr;
 
     // What the old and the new extent have in common, in cells of the old one. In 64 bits, as the
     // right edge may lie beyond what an int holds.

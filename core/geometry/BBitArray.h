@@ -83,4 +83,5 @@ private:
     std::int32_t m_width = 0;
     std::int32_t m_height = 0;
     std::int32_t m_bytesPerCell = 0;
+    bool m_isIncomplete = false; // its data could not be allocated
 };

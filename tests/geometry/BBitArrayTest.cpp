@@ -195,6 +195,7 @@ TEST_F(BBitArrayRecord, MayHoldAnArrayWithoutData)
         const SP<BBitArray> array = Read(head);
         ASSERT_TRUE(array);
         EXPECT_EQ(array->Data(), nullptr);
+        EXPECT_TRUE(Written(*array).ends_with(head)) << "its document could not be saved";
     }
     BBitArray array = Numbered(8);
     array.ChangeExtent(0, 0, -3, -2);
