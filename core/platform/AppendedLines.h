@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/platform/ByteOrderMark.h"
 #include "core/platform/FileStream.h"
 #include "core/platform/WideText.h"
 
@@ -7,8 +8,20 @@
 #include <cstddef>
 #include <cstdio>
 #include <functional>
+#include <string_view>
 
 namespace platform {
+
+/// Whether a UTF-16 file ends in the middle of a unit, as one may that was cut off: all that is
+/// appended would be torn, too.
+[[nodiscard]] inline bool EndsInHalfUnit(const WChar* path)
+{
+    const Stream file = OpenStream(path, QD_W("rb"));
+    char mark[sizeof(WChar)];
+    return file && FileSize(file.get()).value_or(0) % sizeof(WChar) != 0 &&
+           std::fread(mark, sizeof mark, 1, file.get()) == 1 &&
+           std::string_view(mark, sizeof mark) == kUtf16Mark;
+}
 
 /// What both sides of `AppendLines` do with the stream: writes the lines that `next` gives, and
 /// closes it. False as soon as something is lost that the file's encoding could hold.

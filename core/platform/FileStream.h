@@ -52,7 +52,7 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 /// meanwhile, as streams of "at,ccs=UNICODE" do: all of them, or none. False when they cannot all
 /// be written, for want of room on the disk, say: the file then has the length that it had, unless
 /// it cannot be cut off either; the system's last error says why. What an 8-bit file cannot hold of
-/// a line is left out.
+/// a line is left out. Half a unit at the end of a UTF-16 file goes before the first line comes.
 [[nodiscard]] bool AppendLines(const WChar* path, int waitMs,
                                const std::function<const WChar*()>& next);
 

@@ -249,6 +249,9 @@ bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*
     const Descriptor kept(::fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
     if (!kept.IsOpen())
         return false;
+    if (before.st_size % 2 != 0 && EndsInHalfUnit(path) &&
+        ::ftruncate(kept.Get(), --before.st_size) != 0)
+        return false;
     Stream stream = OpenOn(std::move(file), mode);
     const bool isWritten = stream && WriteLines(std::move(stream), next);
     if (!isWritten) {

@@ -77,15 +77,17 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
 
 bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*()>& next)
 {
+    const bool isTorn = EndsInHalfUnit(path); // the stream that appends does not tell
     Stream stream = OpenStreamAlone(path, L"at,ccs=UNICODE", waitMs);
     if (!stream)
         return false;
-    const std::int64_t before = _filelengthi64(_fileno(stream.get()));
+    std::int64_t before = _filelengthi64(_fileno(stream.get()));
     // Keeps others out until what a failure leaves is cut off.
     const int kept = before < 0 ? -1 : _dup(_fileno(stream.get()));
     if (kept < 0)
         return false;
-    const bool isWritten = WriteLines(std::move(stream), next);
+    const bool isCut = !isTorn || before % 2 == 0 || _chsize_s(kept, --before) == 0;
+    const bool isWritten = isCut && WriteLines(std::move(stream), next);
     const LastErrorStays stays;
     if (!isWritten)
         static_cast<void>(_chsize_s(kept, before));
