@@ -41,14 +41,30 @@ namespace {
 
 constexpr int kFormatVersion = 1;
 
-constexpr const char* kCreate =
-    "CREATE TABLE IF NOT EXISTS registry_key ("
+// As SQLite keeps them, letter by letter.
+constexpr const char* kKeyTable =
+    "CREATE TABLE registry_key ("
     " id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, folded BLOB NOT NULL, name BLOB NOT NULL,"
-    " UNIQUE (parent, folded));"
-    "CREATE TABLE IF NOT EXISTS registry_value ("
+    " UNIQUE (parent, folded))";
+constexpr const char* kValueTable =
+    "CREATE TABLE registry_value ("
     " key INTEGER NOT NULL, folded BLOB NOT NULL, name BLOB NOT NULL, type INTEGER NOT NULL,"
-    " data BLOB NOT NULL, PRIMARY KEY (key, folded)) WITHOUT ROWID;"
-    "PRAGMA user_version = 1";
+    " data BLOB NOT NULL, PRIMARY KEY (key, folded)) WITHOUT ROWID";
+
+// Whether the tables are these and nothing hangs on them. Another check, a trigger, an index of an
+// expression or a view in their place would be executed by each read or write, and need never end.
+// Further tables and views are never looked at. What a row says of itself beside its SQL counts for
+// nothing, as SQLite goes by the SQL.
+bool HasOurTables(sqlite3* database)
+{
+    using namespace std::string_literals;
+    const std::string sql = "SELECT total(sql IN ('"s + kKeyTable + "', '" + kValueTable +
+                            "')), total(sql NOT LIKE 'CREATE TABLE %'"
+                            " AND sql NOT LIKE 'CREATE VIEW %') FROM sqlite_master";
+    const Statement tables = sqlite::Prepare(database, sql.c_str());
+    Run run(tables);
+    return run.HasRow() && run.Number(0) == 2 && run.Number(1) == 0;
+}
 
 // Makes the tables of a new database; false for one of another format.
 bool CheckFormat(sqlite3* database)
@@ -60,14 +76,16 @@ bool CheckFormat(sqlite3* database)
     };
     const std::int64_t found = readVersion();
     if (found != 0)
-        return found == kFormatVersion;
+        return found == kFormatVersion && HasOurTables(database);
     if (!Execute(database, "BEGIN IMMEDIATE"))
         return false;
     const std::int64_t current = readVersion(); // another process may have made them meanwhile
-    if (current == 0 && Execute(database, kCreate) && Execute(database, "COMMIT"))
+    const std::string create =
+        std::string(kKeyTable) + ";" + kValueTable + ";PRAGMA user_version = 1";
+    if (current == 0 && Execute(database, create.c_str()) && Execute(database, "COMMIT"))
         return true;
     static_cast<void>(Execute(database, "ROLLBACK"));
-    return current == kFormatVersion;
+    return current == kFormatVersion && HasOurTables(database);
 }
 
 void MakeFolders(const std::string& path)

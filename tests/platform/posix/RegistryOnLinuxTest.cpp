@@ -277,6 +277,20 @@ TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
                                      (m_folder / "").native(), "/dev/full"s, "/dev/null/x"s})
         EXPECT_TRUE(Gives(kErrorGeneral, place.c_str(), nullptr, nullptr)) << place;
     EXPECT_EQ(FileBytes(m_folder / "garbage"), garbage);
+    // What each write or read would execute, and further tables, which nothing looks at.
+    const std::pair<std::string, int> additions[] = {
+        {"CREATE VIEW names AS SELECT CAST(name AS TEXT) FROM registry_key", 0},
+        {"CREATE INDEX i ON registry_key (hex(name))", kErrorGeneral},
+        {"CREATE TRIGGER t AFTER INSERT ON registry_key BEGIN SELECT 1; END", kErrorGeneral},
+        {"ALTER TABLE registry_value RENAME TO v; CREATE VIEW registry_value AS SELECT * FROM v",
+         kErrorGeneral}};
+    for (const auto& [sql, code] : additions) {
+        const std::string place = m_folder / "added.db";
+        fs::remove(place);
+        EXPECT_TRUE(Gives(0, place.c_str(), nullptr, nullptr));
+        EXPECT_EQ(OtherProgram(place).Run(sql), "");
+        EXPECT_TRUE(Gives(code, place.c_str(), nullptr, nullptr)) << sql;
+    }
     // One that becomes whole again is used again.
     WriteFileBytes(m_path, garbage);
     EXPECT_EQ(Use(), kErrorGeneral);
