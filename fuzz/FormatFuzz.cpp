@@ -4,6 +4,8 @@
 #include "core/platform/ScanText.h"
 #include "core/platform/WideText.h"
 
+#include "fuzz/Target.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -81,6 +83,7 @@ void TryInteger(const platform::WideText& input)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    const HeapBound bound(size);
     const std::string narrow(data, data + size);
     const platform::WideText wide(data, data + size);
     TryFormat(narrow);

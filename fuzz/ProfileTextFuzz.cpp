@@ -5,6 +5,7 @@
 #include "core/profile/BIniProfile.h"
 #include "core/profile/BProfile.h"
 
+#include "fuzz/Target.h"
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
 
@@ -15,12 +16,6 @@
 namespace {
 
 using Names = BArray<WString>;
-
-void Require(bool isTrue)
-{
-    if (!isTrue)
-        std::abort();
-}
 
 template <class Unit>
 void RequireSame(const platform::IniText<Unit>& text, const Names& sections, const WChar* key)
@@ -61,7 +56,7 @@ void ChangeFile(const WString& path, Names& sections, Names& keys)
         profile.LoadSection(section, &found);
         for (const WString& key : found) {
             profile.Read(key, text);
-            if (keys.Count() < 10)
+            if (keys.Count() < 4)
                 keys.Append(key);
         }
         Require(profile.WriteInt(QD_W("new"), 7));
@@ -74,6 +69,7 @@ void ChangeFile(const WString& path, Names& sections, Names& keys)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    const HeapBound bound(size);
     static const TemporaryFolder folder;
     const std::string bytes(data, data + size);
     WriteFileBytes(folder / "p.ini", bytes);
@@ -81,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     Names sections, keys;
     ChangeFile(folder.Path("p.ini"), sections, keys);
-    if (sections.Count() > 20)
+    if (sections.Count() > 8) // the next takes its square
         return 0;
     ChangeText(platform::IniText<char>(bytes), sections, keys);
     ChangeText(platform::IniText<WChar>({bytes.begin(), bytes.end()}), sections, keys);

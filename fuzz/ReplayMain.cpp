@@ -2,8 +2,7 @@
 // file of a folder that they name. File names are ASCII.
 //
 //     TARGET FILES                          as they are
-//     TARGET --damage SECONDS SEED FILES    damaged in every systematic way: cut at every byte,
-//     every
+//     TARGET --damage SECONDS SEED FILES    damaged in every systematic way: cut at every byte, every
 //                                           bit flipped, and every 2, 4 and 8 bytes set to 0, 1,
 //                                           the limits and their neighbours
 //
@@ -40,7 +39,8 @@ std::vector<std::string> FilesOf(std::string_view name)
     std::vector<std::string> files;
     for (const auto& entry : std::filesystem::directory_iterator(path)) {
         const Path::string_type& file = entry.path().native();
-        files.emplace_back(file.begin(), file.end());
+        if (entry.is_regular_file())
+            files.emplace_back(file.begin(), file.end());
     }
     std::sort(files.begin(), files.end());
     return files;

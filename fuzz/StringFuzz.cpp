@@ -4,6 +4,8 @@
 #include "core/base/WString.h"
 #include "core/platform/WideText.h"
 
+#include "fuzz/Target.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -46,6 +48,7 @@ void Try(const String& text, std::FILE* input)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    const HeapBound bound(size);
     const File input(std::tmpfile(), std::fclose);
     std::fwrite(data, 1, size, input.get());
     const WString wide = platform::WideText(data, data + size).c_str();

@@ -23,9 +23,10 @@ def program(name, preset="linux"):
     return lambda seconds, seed: [f"build/{preset}/bin/{name}", f"{seconds:.1f}", str(seed)]
 
 
-def fuzz_target(name):
-    """A libFuzzer target, with what it found so far and its seeds."""
-    return lambda seconds, seed: ["soak/fuzz.sh", name, str(max(1, round(seconds))), str(seed)]
+def fuzz_target(name, *seeds):
+    """A libFuzzer target, with what it found so far and its seeds, its own or those of other folders."""
+    return lambda seconds, seed: ["soak/fuzz.sh", name, str(max(1, round(seconds))), str(seed),
+                                  *(seeds or [f"fuzz/seeds/{name}"])]
 
 
 def damaged(name, *golden):
@@ -34,14 +35,30 @@ def damaged(name, *golden):
     return lambda seconds, seed: [f"build/linux-asan/bin/{name}_fuzz", "--damage", f"{seconds:.1f}", str(seed), *files]
 
 
+MENDED_BY_FUZZING = {
+    "archive": ("a bit array that was loaded without data kept its document from being saved",),
+    "log": ("behind a log that was torn at an odd byte all later runs were written so that nobody could read them",),
+    "registry": ("triggers, views, checks and indices in a registry's database were executed, without an end if they had"
+                 " none and with all the memory that they took",),
+}
+
 CHECKS = [
-    *(Check(f"fuzz-{name}", "runs", promise, fuzz_target(name), preset="linux-fuzz") for name, promise in (
-        ("archive", "no archive crashes, hangs, leaks, or takes memory out of proportion to its size"),
-        ("binprofile", "the same for binary profiles"),
-        ("language", "the same for language files"),
-        ("string", "the same for texts that hold numbers, and for operations on texts"),
-        ("format", "the same for format strings"),
+    *(Check(f"fuzz-{name}", "runs", promise, fuzz_target(name, *seeds), preset="linux-fuzz",
+            mended=MENDED_BY_FUZZING.get(name, ())) for name, promise, *seeds in (
+        ("archive", "no archive with nodes, bit arrays and classes of an application crashes, hangs, leaks, or takes memory"
+         " out of proportion to its size, and what was loaded is saved and loads again"),
+        ("binprofile", "the same for binary profiles and the values in them"),
         ("profiletext", "the same for text profiles"),
+        ("language", "the same for language files"),
+        ("merge", "the same for two language files that are merged, and merged again", "fuzz/seeds/language"),
+        ("log", "the same for a log that a run is appended to"),
+        ("registry", "the same for a registry's database, whatever its tables are"),
+        ("inspect", "the same for a file of any kind and every command of the inspector", "tests/golden/inspect",
+         *(f"fuzz/seeds/{kind}" for kind in ("archive", "binprofile", "language", "profiletext", "log"))),
+        ("string", "the same for texts of a file, and for operations on texts"),
+        ("number", "the same for numbers, quantities with units and UUIDs that are scanned, printed and scanned again"),
+        ("path", "the same for paths of files, and of nodes in a bank"),
+        ("format", "the same for format strings"),
     )),
     *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit does that",
             damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",)) for name, kind, *golden in (
@@ -49,6 +66,8 @@ CHECKS = [
         ("binprofile", "binary profile", "profile/settings.bin", "inspect/narrow.bin"),
         ("profiletext", "text profile", "profile/text.ini", "inspect/damaged.ini"),
         ("language", "language file", "language/export.lng", "language/merged.lng", "inspect/suspicious.lng"),
+        ("log", "profiler's log", "file/profiler.log", "inspect/damaged.log"),
+        ("registry", "registry's database"),
     )),
     Check("parallel", "steps", "threads that share locks, an operation, progress and a dispatcher lose nothing and race"
           " nowhere", program("parallel_soak", "linux-tsan"), preset="linux-tsan", targets=("parallel_soak",)),

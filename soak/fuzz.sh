@@ -1,14 +1,27 @@
 #!/usr/bin/env bash
-# fuzz.sh TARGET SECONDS SEED: one run of a libFuzzer target, as soak.py wants it. Finds stay in the corpus.
+# fuzz.sh TARGET SECONDS SEED SEEDS...: one run of a libFuzzer target on each core, as soak.py wants
+# it, from the files of the folders SEEDS on. Finds stay in the corpus, which all of them share.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-found=build/linux-fuzz/found/$1
+target=$1 seconds=$2 seed=$3
+shift 3
+found=build/linux-fuzz/found/$target
 mkdir -p "$found"
-output=$(mktemp)
-trap 'rm -f "$output"' EXIT
-if ! "build/linux-fuzz/bin/$1_fuzz" -max_total_time="$2" -seed="$3" -timeout=10 -rss_limit_mb=2048 \
-        -print_final_stats=1 -artifact_prefix="$found/" "$found" "fuzz/seeds/$1" > "$output" 2>&1; then
-    cat "$output"
-    exit 1
-fi
-sed -n 's/^stat::number_of_executed_units: *\([0-9]*\)$/\1 runs/p' "$output"
+outputs=$(mktemp -d)
+trap 'rm -rf "$outputs"' EXIT
+# Most of the time goes into what the sanitizer remembers of allocations; what is found is run again.
+export ASAN_OPTIONS=malloc_context_size=3:quarantine_size_mb=16
+pids=()
+for ((core = 0; core < $(nproc); ++core)); do
+    "build/linux-fuzz/bin/${target}_fuzz" -max_total_time="$seconds" -seed=$((seed * 64 + core)) \
+        -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$found/" \
+        "$found" "$@" > "$outputs/$core" 2>&1 &
+    pids+=($!)
+done
+for core in "${!pids[@]}"; do
+    if ! wait "${pids[$core]}"; then
+        cat "$outputs/$core"
+        exit 1
+    fi
+done
+awk '/^stat::number_of_executed_units:/ { runs += $2 } END { print runs " runs" }' "$outputs"/*
