@@ -77,7 +77,8 @@ using Files = std::map<std::string, Entry>; // by name
 struct Outcome {
     std::string end; // what became of the process; empty when it is as it should be
     Report report = {};
-    Files first, second; // after the tries
+    Files first, second;      // after the tries
+    bool lacksMemory = false; // so that a try may be broken off by an exception
 };
 
 // --- what stands in a folder ---------------------------------------------------------------------
@@ -313,6 +314,8 @@ public:
         outcome.end = EndOf(process, isInTime);
         outcome.second = Look(folder, m_isRegistry);
         outcome.report = *m_report;
+        const std::string fault = what.name.substr(0, what.name.find('.'));
+        outcome.lacksMemory = fault == "alloc" || fault == "space" || fault == "mmap";
         return outcome;
     }
 
@@ -362,7 +365,7 @@ std::string Difference(const Files& files, const Files& old, const Files& now)
 class Judge {
 public:
     Judge(const Operation& operation, Files old, Outcome clean)
-        : m_mayBeBetween(operation.file == Operation::EFile::InBetween)
+        : m_file(operation.file)
         , m_old(std::move(old))
         , m_clean(std::move(clean))
     {}
@@ -388,7 +391,7 @@ public:
         const Files files = Settled(done);
         const bool isWhole = files == m_old || files == now;
         const bool saysYes = report.first.told == ETold::Yes;
-        if (!isWhole && (saysYes || !m_mayBeBetween))
+        if (!isWhole && (saysYes || !MayBeBetween(report.record)))
             expect(false, Difference(files, m_old, now));
         expect(!saysYes || files != m_old || m_old == now, "told success, but the content is old");
         expect(!saysYes || report.first.found == wanted.first.found,
@@ -420,6 +423,12 @@ private:
         return false;
     }
 
+    [[nodiscard]] bool MayBeBetween(const Record& record) const
+    {
+        return m_file == Operation::EFile::InBetween ||
+               (m_file == Operation::EFile::Grows && HasFailed(record, "ftruncate"));
+    }
+
     /// Without drafts, and without the locks by a file, where no folder can be read.
     static Files Tidy(Files files, const Record& record)
     {
@@ -448,9 +457,11 @@ private:
         const Report& report = done.report;
         const Report& wanted = m_clean.report;
         // What grows in place was done twice by now, unless the first try was broken off.
-        const bool wasBrokenOff = m_mayBeBetween && report.first.told != wanted.first.told;
+        const bool isOnce = m_file == Operation::EFile::OldOrNew;
+        const bool wasBrokenOff = (MayBeBetween(report.record) || done.lacksMemory) && !isOnce &&
+                                  report.first.told != wanted.first.told;
         const Files files = Tidy(done.second, report.record);
-        const bool isAsOnce = !m_mayBeBetween && files == m_clean.first;
+        const bool isAsOnce = isOnce && files == m_clean.first;
         if (!isAsOnce && files != m_clean.second && !wasBrokenOff)
             expect(false,
                    "after the second try " + Difference(files, m_clean.first, m_clean.second));
@@ -461,7 +472,7 @@ private:
                "leaks " + std::to_string(report.blocks - wanted.blocks) + " blocks");
     }
 
-    bool m_mayBeBetween;
+    Operation::EFile m_file;
     Files m_old;
     Outcome m_clean;
 };

@@ -349,7 +349,7 @@ const Operation kOperations[] = {
     {"language-merge", [](At at) { return Merge(at, at.merged); }},
     {"language-merge-own", [](At at) { return Merge(at, at.translated); }},
     {"convert", [](At at) { return Done(BFile::ConvertToUnicode(at.text) == kErrorNone); }},
-    {"log", [](At at) { return Log(at.logs); }, kInBetween}, // torn where it cannot be cut off
+    {"log", [](At at) { return Log(at.logs); }, Operation::EFile::Grows},
     {"log-new", [](At at) { return Log(at.newLogs); }, kInBetween},
     {"file-ask",
      [](At at) {

@@ -80,12 +80,12 @@ struct Names {
     Names()
     {
         for (int i = 0; i < kCount; ++i) {
-            keys.Append(WString(QD_W("Key")) + WString::FromInt(i));
-            texts.Append(WString(QD_W("A text that takes memory \x00E4 ")) + WString::FromInt(i));
-            languageKeys.Append(WString(QD_W("$IDS_")) + WString::FromInt(i));
+            keys[i] = WString(QD_W("Key")) + WString::FromInt(i);
+            texts[i] = WString(QD_W("A text that takes memory \x00E4 ")) + WString::FromInt(i);
+            languageKeys[i] = WString(QD_W("$IDS_")) + WString::FromInt(i);
         }
     }
-    BArray<WString> keys, texts, languageKeys;
+    WString keys[kCount], texts[kCount], languageKeys[kCount];
 };
 
 const Names& All()
