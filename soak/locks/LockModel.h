@@ -35,6 +35,7 @@ struct LockModel {
     };
 
     bool isObject = false; // a BSyncableSmartObj, else a BLockRW: they differ in their tries
+    bool hasCopy = false;  // whose readers may make a try fail
     signed char owner = kNobody;
     signed char readers = 0;     // on other threads than the owner's
     signed char writerReads = 0; // on the owner's
@@ -89,7 +90,7 @@ private:
     [[nodiscard]] std::vector<LockModel> Tried(int thread, std::vector<LockModel> taken,
                                                std::string_view calls) const
     {
-        bool mayFail = taken.empty();
+        bool mayFail = taken.empty() || hasCopy;
         for (int other = 0; other < kThreads; ++other) {
             const Thread& it = threads[At(other)];
             mayFail |= owner != thread && other != thread && it.place != Thread::Outside &&

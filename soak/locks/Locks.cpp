@@ -22,7 +22,6 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <new>
 #include <random>
 #include <string>
 #include <string_view>
@@ -31,34 +30,14 @@
 
 using scheduled::g_world;
 
-void* operator new(std::size_t size)
-{
-    if (!g_world.isBuilding)
-        return std::malloc(size);
-    size = (size + 15) / 16 * 16;
-    if (g_world.used + size > sizeof g_world.memory)
-        std::abort();
-    g_world.used += size;
-    return g_world.memory + g_world.used - size;
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
 namespace {
 
 constexpr int kThreads = LockModel::kThreads;
 static_assert(kThreads == scheduled::kThreads);
 
 /// What the threads do: the calls of LockModel.h, and 'p' and 'q' that give back what the last try
-/// took, if it did. What stands before a '|' is done while there is no other thread.
+/// took, if it did. What stands before a '|' is done while there is no other thread; from a '2' on
+/// it is done with a copy of the lock, which is made before, and from a '1' on with the lock again.
 struct Program {
     bool isObject;
     std::array<std::string, kThreads> scripts;
@@ -69,9 +48,10 @@ struct Counts {
 };
 
 Program g_program;
-LockState* g_lock;
-std::chrono::steady_clock::time_point g_end; // the epoch: never
-PossibleStates g_possible{LockModel()};
+LockState* g_locks[2];                          // the second one a copy, or null
+std::chrono::steady_clock::time_point g_end;    // the epoch: never
+using Possible = std::array<PossibleStates, 2>; // of each lock
+Possible g_possible{PossibleStates({}), PossibleStates({})};
 Counts g_counts;
 std::unordered_set<std::uint64_t> g_known; // states
 std::string g_schedule;                    // which threads made a step, in lower case when too late
@@ -91,9 +71,8 @@ bool IsLate()
 }
 
 /// Makes a call of the real lock.
-LockModel::Answer Call(char call)
+LockModel::Answer Call(LockState& lock, char call)
 {
-    LockState& lock = *g_lock;
     bool answer = true;
     try {
         switch (call) {
@@ -122,6 +101,7 @@ void SetAlone(bool isAlone)
 void Work(int self)
 {
     bool isAlone = scheduled::g_isAlone;
+    char lock = 0;
     std::uint32_t tries = 0; // what those brought that were not given back, the last one lowest
     for (const char step : g_program.scripts[static_cast<std::size_t>(self)]) {
         char call = step;
@@ -130,15 +110,20 @@ void Work(int self)
             SetAlone(false);
             continue;
         }
+        if (step == '1' || step == '2') {
+            lock = static_cast<char>(step - '1');
+            continue;
+        }
         if (step == 'p' || step == 'q') {
             if ((std::exchange(tries, tries >> 1) & 1) == 0)
                 continue;
             call = step == 'p' ? 'r' : 'w';
         }
         scheduled::Self().asks = call;
+        scheduled::Self().asksOf = lock;
         if (isAlone)
             scheduled::Pause();
-        const LockModel::Answer answer = Call(call);
+        const LockModel::Answer answer = Call(*g_locks[static_cast<int>(lock)], call);
         scheduled::Self().answers = static_cast<char>(answer);
         if (step == 'P' || step == 'Q')
             tries = tries << 1 | (answer == LockModel::kYes ? 1 : 0);
@@ -146,21 +131,22 @@ void Work(int self)
     scheduled::Self().isDone = true;
 }
 
-/// When no call is under way, the lock has the counts that it should have.
-void CompareCounts()
+/// When no call is under way on it, a lock has the counts that it should have.
+void CompareCounts(const PossibleStates& possible, LockState& lock)
 {
-    const LockModel& model = g_possible.States().front();
+    const LockModel& model = possible.States().front();
     for (const LockModel::Thread& thread : model.threads) {
         if (thread.place != LockModel::Thread::Outside)
             return;
     }
-    if (g_possible.States().size() != 1)
+    if (possible.States().size() != 1)
         Fail("more than one state is possible");
-    const bool isOwned = g_lock->HasOwner();
-    if (g_lock->m_readers != model.readers || g_lock->m_writerReads != model.writerReads ||
-        g_lock->m_writes != model.writes || isOwned != (model.owner >= 0) ||
-        (isOwned && g_lock->m_owner != static_cast<std::uint32_t>(model.owner + 1)) ||
-        g_lock->m_slimLock.IsExclusive() != isOwned || g_lock->m_noReaders.m_state->waiters != 0)
+    const bool isOwned = lock.HasOwner();
+    if (lock.m_readers != model.readers || lock.m_writerReads != model.writerReads ||
+        lock.m_writes != model.writes || isOwned != (model.owner >= 0) ||
+        (isOwned && lock.m_owner != static_cast<std::uint32_t>(model.owner + 1)) ||
+        lock.m_slimLock.IsExclusive() != isOwned ||
+        (!model.hasCopy && lock.m_noReaders.m_state->waiters != 0))
         Fail("the counts are wrong");
 }
 
@@ -169,24 +155,31 @@ void Step(int thread)
 {
     scheduled::Thread& self = g_world.threads[thread];
     self.answers = LockModel::kNothing;
-    if (const char call = std::exchange(self.asks, 0); call != 0)
-        g_possible.Begin(thread, call);
+    if (const char call = std::exchange(self.asks, 0); call != 0) {
+        self.isIn = self.asksOf;
+        g_possible[static_cast<std::size_t>(self.isIn)].Begin(thread, call);
+    }
+    const auto lock = static_cast<std::size_t>(self.isIn);
     Go(thread);
     if (self.answers == LockModel::kNothing)
         return;
     const auto answer = static_cast<LockModel::Answer>(self.answers);
-    if (!g_possible.End(thread, answer))
+    if (!g_possible[lock].End(thread, answer))
         Fail(answer == LockModel::kNo ? "a try failed" : "a call came to its end");
-    CompareCounts();
+    CompareCounts(g_possible[lock], *g_locks[lock]);
 }
 
 /// The threads before their first steps but for what the first of them does alone.
 void Start()
 {
     std::memset(&g_world, 0, sizeof g_world);
-    g_possible = PossibleStates(LockModel{.isObject = g_program.isObject});
+    const bool hasCopy = std::ranges::any_of(g_program.scripts, [](const std::string& script) {
+        return script.find('2') != script.npos;
+    });
+    g_possible.fill(PossibleStates(LockModel{.isObject = g_program.isObject, .hasCopy = hasCopy}));
     g_world.isBuilding = true;
-    g_lock = new LockState(g_program.isObject ? 0 : 0xFFFFFFFF);
+    g_locks[0] = new LockState(g_program.isObject ? 0 : 0xFFFFFFFF);
+    g_locks[1] = hasCopy ? new LockState(*g_locks[0]) : nullptr;
     g_world.isBuilding = false;
     for (int i = 0; i < kThreads; ++i) {
         // The first one is yet to ask for its id, which leads a writer a longer way.
@@ -210,25 +203,38 @@ void Start()
 void CheckEnd()
 {
     ++g_counts.schedules;
-    if (!g_possible.MayRest())
+    bool mayRest = true, isRead = false;
+    for (const PossibleStates& possible : g_possible) {
+        mayRest = mayRest && possible.MayRest();
+        isRead = isRead || possible.States().front().readers != 0;
+    }
+    // The event that copies share keeps writers waiting for the readers of either.
+    if (!mayRest && !(g_locks[1] != nullptr && isRead))
         Fail("a thread sleeps that could go on");
+}
+
+std::uint64_t HashOfPossible()
+{
+    static_assert(std::has_unique_object_representations_v<LockModel>);
+    std::uint64_t hash = 0;
+    for (const PossibleStates& possible : g_possible) {
+        const std::vector<LockModel>& states = possible.States();
+        hash = scheduled::Hash(states.data(), states.size() * sizeof states.front(), hash);
+    }
+    return hash;
 }
 
 /// Goes on from here in each possible way.
 void Explore()
 {
-    const std::vector<LockModel>& states = g_possible.States();
-    static_assert(std::has_unique_object_representations_v<LockModel>);
-    const std::uint64_t key = scheduled::HashOfState(
-        scheduled::Hash(states.data(), states.size() * sizeof states.front(), 0));
-    if (IsLate() || !g_known.insert(key).second) {
+    if (IsLate() || !g_known.insert(scheduled::HashOfState(HashOfPossible())).second) {
         ++g_counts.schedules;
         return;
     }
     ++g_counts.states;
     const auto state = std::make_unique<scheduled::State>();
     state->Keep();
-    const PossibleStates possible = g_possible;
+    const Possible possible = g_possible;
     bool isEnd = true;
     for (int i = 0; i < kThreads; ++i) {
         scheduled::Thread& thread = g_world.threads[i];
@@ -412,15 +418,21 @@ void RunSmallOnes()
     for (const char* first : {"R|r", "W|w", "WR|rw", "P|p", "Q|q", "Rr|", "Ww|"})
         RunBoth({first, "Rr", "Ww"});
     RunBoth({"R|", "rWw", "Qq"});
+    for (const char* ofCopy : {"2Rr", "2Ww", "2Pp", "2Qq"}) {
+        for (const char* other : {"Rr", "Ww", "Pp"})
+            RunBoth({ofCopy, other, "Ww"});
+    }
     RunBoth({"RWwr", "Rr", "Ww"});
 }
 
 /// What a thread may do: takes locks, in one another or one after the other, and gives them back.
-std::string RandomScript(std::minstd_rand& random)
+std::string RandomScript(std::minstd_rand& random, bool hasCopy)
 {
     std::string script;
     std::string open; // to give back, the last one first
     for (std::size_t left = 1 + random() % 3; left != 0 || !open.empty();) {
+        if (hasCopy && open.empty())
+            script += random() % 2 == 0 ? '1' : '2';
         if (left != 0 && (open.empty() || random() % 2 == 0)) {
             const std::size_t kind = random() % 4;
             // A reader that asks for the write lock would wait for itself.
@@ -440,8 +452,9 @@ void RunRandomOnes(std::uint32_t seed)
 {
     for (std::minstd_rand random(seed); !IsLate();) {
         Program program{random() % 2 == 0, {}};
+        const bool hasCopy = random() % 4 == 0;
         for (std::string& script : program.scripts)
-            script = RandomScript(random);
+            script = RandomScript(random, hasCopy);
         std::string& first = program.scripts[0];
         if (random() % 4 == 0)
             first.insert(first.begin() + 1 + static_cast<std::ptrdiff_t>(random() % first.size()),

@@ -32,7 +32,8 @@ struct Thread {
     bool isLate;          // that time was over
     bool isDone;
     std::uint32_t local; // its value of a thread_local
-    char asks, answers;  // what it tells of itself, as the program likes
+    // What it tells of itself, as the program likes.
+    char asks, asksOf, isIn, answers;
 };
 
 /// What the code under test keeps goes into `memory`, where `new` takes it from while it is built.
