@@ -248,6 +248,7 @@ private:
     bool m_isHeld = false;
 };
 
+/// Threads sleep on its address.
 class condition_variable {
 public:
     template <class F>
@@ -280,8 +281,6 @@ private:
         lock.mutex()->lock();
         return isInTime;
     }
-
-    char m_place = 0; // an address of its own
 };
 
 } // namespace scheduled
