@@ -11,9 +11,10 @@
 /// An array that grows at its end. `T` has a default constructor: all of the capacity is
 /// constructed.
 ///
-/// It grows by its grow step or by half of its count, whichever is more. Growing moves the
-/// elements: references and pointers to them end there. Elements are destroyed after they have left
-/// the array, so a destructor may change it. Not synchronised.
+/// It grows by its grow step, which first becomes more than half of its count where it is less. A
+/// copy has that, too, and no spare capacity. Growing moves the elements: references and pointers
+/// to them end there. Elements are destroyed after they have left the array, so a destructor may
+/// change it. Not synchronised.
 template <class T>
 class BArray {
 public:

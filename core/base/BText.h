@@ -206,7 +206,8 @@ public:
     /// there.
     bool CutAfter(Single unit, bool first);
     /// Ends the string before the first or the last `unit`; `rest` takes the text from there on,
-    /// `unit` included. False when there is none: `rest` is then empty and this string unchanged.
+    /// `unit` included. False when there is none: this string is then unchanged, and `rest`, unless
+    /// it is this string, empty.
     bool Split(String& rest, Single unit, bool first);
 
     /// 0 for an empty string, otherwise one more than there are separators.
@@ -259,7 +260,8 @@ public:
 
     // Lines
 
-    /// One more than there are line feeds; a line feed directly behind another one does not count.
+    /// One more than there are line feeds; one directly behind a line feed that counts does not,
+    /// and belongs to the next line.
     [[nodiscard]] std::size_t CountLines() const noexcept;
     /// Length of the longest of the lines that `CountLines` counts.
     [[nodiscard]] std::size_t LengthOfLongestLine() const noexcept;
