@@ -172,7 +172,7 @@ struct World {
 
     World()
     {
-        for (const std::uint64_t size : {1u, 10u, 100u, 1000u})
+        for (std::uint64_t size = 1; size <= 60; ++size)
             objects.emplace_back(new Sized(size));
         for (const WChar* name : {QD_W("a"), QD_W("A"), QD_W("b"), QD_W("\u00DF"), QD_W("")})
             for (int value = 0; value < 2; ++value)
@@ -182,7 +182,14 @@ struct World {
 
     // The twin
 
-    Node& operator[](std::uint32_t number) { return *nodes[number % nodes.size()]; }
+    /// Any node, or often one of the oldest or the parent of any, as these are wide.
+    Node& operator[](std::uint32_t number)
+    {
+        Node& any = *nodes[number / 4 % nodes.size()];
+        if (number % 4 == 0)
+            return *nodes[number / 4 % (std::min)(nodes.size(), std::size_t{3})];
+        return number % 4 == 1 && any.parent != nullptr ? *any.parent : any;
+    }
     Node* TwinOf(const BNode* node) const
     {
         const auto found =
@@ -191,7 +198,7 @@ struct World {
     }
     SP<BSmartObj> SomeObject(std::uint32_t number)
     {
-        return number % 5 == 4 ? SP<BSmartObj>() : objects[number % 5];
+        return number % 16 == 15 ? SP<BSmartObj>() : objects[number / 16 % objects.size()];
     }
     SP<NumberAttribute> SomeAttribute(std::uint32_t number)
     {
