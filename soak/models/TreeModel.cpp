@@ -667,12 +667,12 @@ void RemoveAttribute(World& world, const Step& step)
 
 void Annotate(World& world, const Step& step)
 {
-    Node& node = world[step.a];
+    Node& node = world[step.a % 2 == 0 ? 0 : step.a]; // often the same, that it has many
     const SP<BSmartObj> object = world.SomeObject(step.b);
-    if (step.c % 8 == 0) {
+    if (step.c % 64 == 0) {
         node.ours->RemoveAnnotations();
         world.RemoveAll(node, node.annotations);
-    } else if (step.c % 2 == 0) {
+    } else if (step.c % 4 != 3) {
         const bool isAdded = node.ours->AddAnnotation(object.Get());
         Same("added", isAdded, world.AddAnnotation(node, object));
     } else {
