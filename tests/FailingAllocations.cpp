@@ -1,5 +1,7 @@
 #include "tests/FailingAllocations.h"
 
+#include "core/platform/SmallBlocks.h"
+
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
@@ -106,6 +108,7 @@ void operator delete[](void* block, std::size_t) noexcept
 }
 
 FailingAllocations::FailingAllocations(std::uint64_t first, ERange range) noexcept
+    : m_hadSmallBlocks(platform::UseSmallBlocks(false))
 {
     g_hasFailed = false;
     g_isOne = range == ERange::One;
@@ -114,6 +117,7 @@ FailingAllocations::FailingAllocations(std::uint64_t first, ERange range) noexce
 
 void FailingAllocations::Stop() noexcept
 {
+    platform::UseSmallBlocks(m_hadSmallBlocks);
     g_left = kNever;
 }
 

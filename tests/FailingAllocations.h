@@ -18,4 +18,7 @@ public:
     void Stop() noexcept;
     /// Whether an allocation failed.
     [[nodiscard]] bool HaveFailed() const noexcept;
+
+private:
+    bool m_hadSmallBlocks; // while it lives, each allocation is one of the heap
 };

@@ -1,17 +1,44 @@
 #include "core/base/BSharedText.h"
 
 #include "core/platform/CharClass.h"
+#include "core/platform/OwnerCount.h"
+#include "core/platform/SmallBlocks.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// Texts come and go, and may go on another thread: where there are several, the C library's heap
+// has a store for each of them, and needs no lock.
+void* New(std::size_t size) noexcept
+{
+    void* const block = platform::IsOnlyThread() ? platform::TakeSmallBlock(size) : nullptr;
+    return block != nullptr ? block : std::malloc(size);
+}
+
+} // namespace
 
 void* BTextHeap::Resize(void* block, std::size_t size) noexcept
 {
-    return block != nullptr ? std::realloc(block, size) : std::malloc(size);
+    if (block == nullptr)
+        return New(size);
+    const std::size_t present = platform::SmallBlockSize(block);
+    if (present == 0)
+        return std::realloc(block, size);
+    void* const resized = New(size);
+    if (resized != nullptr) {
+        std::memcpy(resized, block, (std::min)(present, size));
+        Free(block);
+    }
+    return resized;
 }
 
 void BTextHeap::Free(void* block) noexcept
 {
-    std::free(block);
+    if (!platform::GiveSmallBlock(block))
+        std::free(block);
 }
 
 std::size_t BTextHeap::Measure(const WChar* text) noexcept

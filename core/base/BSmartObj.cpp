@@ -4,6 +4,7 @@
 #include "core/base/SP.h"
 #include "core/base/WString.h"
 #include "core/platform/Fault.h"
+#include "core/platform/SmallBlocks.h"
 #include "core/platform/TypeName.h"
 
 #include <cassert>
@@ -48,6 +49,29 @@ BSmartObj& BSmartObj::operator=(const BSmartObj&) noexcept
 }
 
 BSmartObj::~BSmartObj() = default;
+
+void* BSmartObj::operator new(std::size_t size)
+{
+    void* const block = platform::TakeSmallBlock(size);
+    return block != nullptr ? block : ::operator new(size);
+}
+
+void* BSmartObj::operator new(std::size_t size, const std::nothrow_t& tag) noexcept
+{
+    void* const block = platform::TakeSmallBlock(size);
+    return block != nullptr ? block : ::operator new(size, tag);
+}
+
+void BSmartObj::operator delete(void* block) noexcept
+{
+    if (!platform::GiveSmallBlock(block))
+        ::operator delete(block);
+}
+
+void BSmartObj::operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    BSmartObj::operator delete(block);
+}
 
 std::uint64_t BSmartObj::AllocatedMemory() const
 {

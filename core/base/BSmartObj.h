@@ -4,7 +4,9 @@
 #include "core/platform/OwnerCount.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <typeinfo>
 
 class BArchive;
@@ -30,6 +32,35 @@ public:
     BSmartObj(const BSmartObj& other) noexcept;
     /// Intended: copies nothing, for count and id belong to the object, not to its value.
     BSmartObj& operator=(const BSmartObj& other) noexcept;
+
+    // Objects come from memory of the library's own, whichever module makes or destroys them, and
+    // from the global `operator new` where that has none left. Arrays and classes that want more
+    // than the usual alignment always do. The forms that others would hide are here as well.
+
+    [[nodiscard]] static void* operator new(std::size_t size);
+    [[nodiscard]] static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    [[nodiscard]] static void* operator new(std::size_t size, std::align_val_t alignment)
+    {
+        return ::operator new(size, alignment);
+    }
+    [[nodiscard]] static void* operator new(std::size_t size, std::align_val_t alignment,
+                                            const std::nothrow_t& tag) noexcept
+    {
+        return ::operator new(size, alignment, tag);
+    }
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* block) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void* block, std::align_val_t alignment) noexcept
+    {
+        ::operator delete(block, alignment);
+    }
+    static void operator delete(void* block, std::align_val_t alignment,
+                                const std::nothrow_t& tag) noexcept
+    {
+        ::operator delete(block, alignment, tag);
+    }
+    static void operator delete(void*, void*) noexcept {}
 
     // The order of the virtual functions is part of the interface.
 

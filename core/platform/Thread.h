@@ -20,6 +20,10 @@ namespace platform {
 /// The same, or 0 on a thread that did not ask for its id so far: without a call.
 [[nodiscard]] std::uint32_t KnownThreadId() noexcept;
 
+/// From now on calls `before` on a thread that is about to copy the process, and `after` when that
+/// is done, in the process and in its copy. Windows copies none.
+void AtFork(void (*before)() noexcept, void (*after)() noexcept) noexcept;
+
 #if !defined(_WIN32)
 
 // 0 until it is asked for. Locks ask often.

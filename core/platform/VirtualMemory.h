@@ -17,7 +17,11 @@ enum class MemoryPlacement { Anywhere, FromTheTop };
 /// once.
 [[nodiscard]] void* CommitMemory(std::uint64_t size, MemoryPlacement placement) noexcept;
 
-/// Gives back a whole range of `CommitMemory`, with the size that was asked for.
+/// The same for a range that starts at a multiple of its size, a power of two from 64 KiB on. Its
+/// pages are small ones.
+[[nodiscard]] void* CommitAligned(std::uint64_t size) noexcept;
+
+/// Gives back a whole range of either, with the size that was asked for.
 void ReleaseMemory(void* start, std::uint64_t size) noexcept;
 
 } // namespace platform

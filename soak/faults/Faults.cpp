@@ -745,6 +745,7 @@ int Random(Stage& stage, double seconds, unsigned seed)
 
 int main(int count, char** arguments)
 {
+    injector::LeaveSmallBlocksToTheHeap(arguments);
     Disk disk("faults");
     if (!disk.IsMounted())
         std::printf("no file system can be mounted here: full disks are left out\n");

@@ -19,6 +19,7 @@
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <ucontext.h>
+#include <unistd.h>
 #include <vector>
 
 // The handler may call nothing that makes a system call, so it makes them itself, from the one
@@ -313,6 +314,16 @@ bool AllocationFails()
 }
 
 } // namespace
+
+void LeaveSmallBlocksToTheHeap(char** arguments)
+{
+    constexpr const char* name = "QD_SMALL_BLOCKS"; // the library looks for it when it is loaded
+    if (std::getenv(name) != nullptr)
+        return;
+    ::setenv(name, "0", 1);
+    ::execv("/proc/self/exe", arguments);
+    std::abort();
+}
 
 int KindCount()
 {

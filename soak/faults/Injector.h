@@ -42,6 +42,10 @@ struct Record {
     long allocations;
 };
 
+/// To be called first in `main`: starts the program anew where the library would take small blocks
+/// from pages of its own, so that each is one of the allocations that may fail.
+void LeaveSmallBlocksToTheHeap(char** arguments);
+
 int KindCount();
 std::string NameOf(int kind);
 /// The errors that a call of that kind knows, up to the first 0.

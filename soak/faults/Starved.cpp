@@ -190,6 +190,7 @@ private:
 
 int main(int count, char** arguments)
 {
+    injector::LeaveSmallBlocksToTheHeap(arguments);
     if (count != 3) {
         std::fprintf(stderr, "usage: starved_soak SECONDS SEED\n");
         return 2;

@@ -11,6 +11,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -31,7 +36,44 @@ struct Throwing : BSmartObj {
     bool VerifyObj() override { throw std::runtime_error("verify"); }
 };
 
+struct alignas(64) Aligned : BSmartObj {};
+
+struct Large : BSmartObj {
+    char bytes[1000];
+};
+
+struct Failing : BSmartObj {
+    Failing() { throw std::runtime_error("made"); }
+};
+
+/// Made and destroyed by each form of `new`; whether all had the alignment of their class.
+template <class Object>
+bool IsMadeByAll()
+{
+    alignas(Object) unsigned char place[sizeof(Object)];
+    auto* const placed = new (place) Object;
+    placed->~Object();
+    const std::unique_ptr<BSmartObj> plain(new Object);
+    const std::unique_ptr<BSmartObj> maybe(new (std::nothrow) Object);
+    const std::unique_ptr<Object[]> several(new Object[3]);
+    const SP<BSmartObj> owned(new Object);
+    return std::ranges::all_of(
+        std::initializer_list<const void*>{plain.get(), maybe.get(), several.get(), owned.Get()},
+        [](const void* object) {
+            return reinterpret_cast<std::uintptr_t>(object) % alignof(Object) == 0;
+        });
+}
+
 } // namespace
+
+TEST(BSmartObj, IsMadeByEachFormOfNew)
+{
+    EXPECT_TRUE(IsMadeByAll<BSmartObj>());
+    EXPECT_TRUE(IsMadeByAll<Large>());
+    EXPECT_TRUE(IsMadeByAll<Aligned>());
+    EXPECT_THROW(new Failing, std::runtime_error);
+    EXPECT_THROW((void)new (std::nothrow) Failing, std::runtime_error);
+}
 
 TEST(BSmartObj, CopiesTakeNeitherUniqueIdNorReferencesOver)
 {

@@ -1,5 +1,6 @@
 #include "core/platform/VirtualMemory.h"
 
+#include <cstddef>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -26,16 +27,41 @@ void PreferLargePages([[maybe_unused]] void* start, [[maybe_unused]] std::uint64
 #endif
 }
 
+std::byte* Map(std::uint64_t size) noexcept
+{
+    void* const start =
+        ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return start != MAP_FAILED ? static_cast<std::byte*>(start) : nullptr;
+}
+
 } // namespace
 
 void* CommitMemory(std::uint64_t size, MemoryPlacement) noexcept
 {
-    void* const start =
-        ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (start == MAP_FAILED)
-        return nullptr;
-    PreferLargePages(start, size);
+    void* const start = Map(size);
+    if (start != nullptr)
+        PreferLargePages(start, size);
     return start;
+}
+
+// Most ranges come to lie below the one before, and are aligned as that was.
+void* CommitAligned(std::uint64_t size) noexcept
+{
+    const auto missing = [size](const std::byte* start) {
+        return -reinterpret_cast<std::uintptr_t>(start) & (size - 1);
+    };
+    std::byte* start = Map(size);
+    if (start == nullptr || missing(start) == 0)
+        return start;
+    ReleaseMemory(start, size);
+    start = Map(2 * size);
+    if (start == nullptr)
+        return nullptr;
+    const std::uint64_t before = missing(start);
+    if (before != 0)
+        ReleaseMemory(start, before);
+    ReleaseMemory(start + before + size, size - before);
+    return start + before;
 }
 
 void ReleaseMemory(void* start, std::uint64_t size) noexcept

@@ -14,4 +14,6 @@ std::uint32_t KnownThreadId() noexcept
     return ::GetCurrentThreadId();
 }
 
+void AtFork(void (*)() noexcept, void (*)() noexcept) noexcept {}
+
 } // namespace platform

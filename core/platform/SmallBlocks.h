@@ -1,0 +1,31 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+/// Memory for what a document has millions of: nodes, attributes, short texts. A block is found and
+/// given back in a few instructions and takes its size alone, rounded up to 8 bytes, where the C
+/// library's heap takes 8 bytes more and rounds up to 16.
+///
+/// Any thread may take blocks and give them back, also those that another one took. Memory without
+/// blocks goes back to the system, but for some megabytes.
+namespace platform {
+
+inline constexpr std::size_t kLargestSmallBlock = 256;
+
+/// A block of `size` bytes, not 0, aligned for whatever has that size. Null when it is too large or
+/// there is none: the caller then asks the heap, which decides whether memory has run out.
+[[nodiscard]] void* TakeSmallBlock(std::size_t size) noexcept;
+
+/// False for what did not come from here, also null: the caller then gives it back to the heap.
+[[nodiscard]] bool GiveSmallBlock(void* block) noexcept;
+
+/// The bytes of a block, at least those that were asked for; 0 for what did not come from here.
+[[nodiscard]] std::size_t SmallBlockSize(const void* block) noexcept;
+
+/// Whether further blocks are handed out: not at first where a sanitizer watches the heap, or the
+/// environment has `QD_SMALL_BLOCKS=0`. Returns whether they were.
+bool UseSmallBlocks(bool on) noexcept;
+
+} // namespace platform
