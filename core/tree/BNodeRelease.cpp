@@ -22,12 +22,13 @@ constexpr int kDeepest = 64; // destructors of nodes that may run inside one ano
 
 // What a destroyed node held, let go of from the end to the beginning.
 struct BNode::Released {
-    void LetGo() noexcept
+    explicit Released(BNode& node) noexcept
+        : object(std::move(node.m_object))
+        , attributes(std::move(node.m_attributes))
+        , annotations(node.Annotated())
+        , children(node.TakeChildren())
     {
-        children = ChildList();
-        annotations = nullptr;
-        attributes = AttributeList();
-        object = nullptr;
+        node.m_annotations = nullptr;
     }
 
     SP<BSmartObj> object;
@@ -45,21 +46,22 @@ struct BNode::Releasing {
     int depth = 0;
     std::unique_ptr<Released> aside; // the last that was put aside comes first
 
-    void LetGo(Released& held) noexcept
+    void LetGo(BNode& node) noexcept
     {
-        if (depth >= kDeepest && PutAside(held))
+        if (depth >= kDeepest && PutAside(node))
             return;
         ++depth;
-        held.LetGo();
+        {
+            const Released dying(node);
+        }
         --depth;
     }
     // Without memory it goes deeper, which mostly ends well.
-    bool PutAside(Released& held) noexcept
+    bool PutAside(BNode& node) noexcept
     {
-        std::unique_ptr<Released> put(new (std::nothrow) Released);
+        std::unique_ptr<Released> put(new (std::nothrow) Released(node));
         if (!put)
             return false;
-        *put = std::move(held);
         put->next = std::move(aside);
         aside = std::move(put);
         return true;
@@ -78,19 +80,15 @@ QD_QUICK_THREAD_LOCAL thread_local BNode::Releasing* BNode::Releasing::current =
 
 BNode::~BNode()
 {
-    Annotations* const annotations = Annotated();
-    if (m_children.IsEmpty() && m_attributes.IsNull() && annotations == nullptr && !m_object)
+    if (m_children.IsEmpty() && m_attributes.IsNull() && Annotated() == nullptr && !m_object)
         return; // as most nodes are
-    m_annotations = nullptr;
-    Released held{std::move(m_object), std::move(m_attributes),
-                  std::unique_ptr<Annotations>(annotations), TakeChildren(), nullptr};
     if (Releasing::current != nullptr) {
-        Releasing::current->LetGo(held);
+        Releasing::current->LetGo(*this);
         return;
     }
     Releasing own;
     Releasing::current = &own;
-    own.LetGo(held);
+    own.LetGo(*this);
     own.LetGoOfTheRest();
     Releasing::current = nullptr;
 }
@@ -98,13 +96,6 @@ BNode::~BNode()
 // They have no parent any more, and die with the list that is returned.
 ChildList BNode::TakeChildren()
 {
-    if (m_children.IsEmpty())
-        return {};
-    for (const SP<BNode>& child : m_children) {
-        if (child) {
-            child->m_parent = nullptr;
-            child->m_sister = nullptr;
-        }
-    }
+    m_children.MakeOrphans();
     return std::move(m_children);
 }

@@ -334,6 +334,16 @@ SP<BNode> ChildList::RemoveAt(int index) noexcept
     return Take(SlotOf(index));
 }
 
+void ChildList::MakeOrphans() noexcept
+{
+    if (!m_block)
+        return;
+    for (int slot = m_block->front; slot != m_block->end; ++slot) { // holes, too
+        if (BNode* const child = m_block->Slots()[slot].Get())
+            NodeAccess::MakeOrphan(*child);
+    }
+}
+
 void ChildList::Rename(BNode& child, WString text) noexcept
 {
     assert(m_block && m_block->Holds(child));

@@ -23,6 +23,12 @@ struct NodeAccess {
     [[nodiscard]] static BNode* Sister(const BNode& node) noexcept { return node.m_sister; }
     static void SetSister(BNode& node, BNode* sister) noexcept { node.m_sister = sister; }
 
+    static void MakeOrphan(BNode& node) noexcept
+    {
+        node.m_parent = nullptr;
+        node.m_sister = nullptr;
+    }
+
     [[nodiscard]] static std::uint64_t TextHash(const BNode& node) noexcept
     {
         return node.m_textHash;
