@@ -35,7 +35,7 @@ void TryInteger(Sheet& sheet, Dice& dice, const std::string& name)
     static constexpr std::string_view kSizes[] = {"", "", "h", "ll", "I64", "I32", "j", "z", "t"};
     const std::string_view size = dice.Pick(kSizes);
     std::string format =
-        dice.OneIn(2) ? RandomSpecification(dice, 0) : RandomSpecification(dice, 20, "-+ #");
+        dice.OneIn(2) ? RandomSpecification(dice, 0) : RandomSpecification(dice, 20, "-+ ");
     format += size;
     format += "diuxXo"[dice.Below(6)];
     const std::int64_t value = RandomInteger(dice);

@@ -102,11 +102,19 @@ struct Known {
 const Known kKnown[] = {
     {"format-hh", [] { return Printed<WString>("%hhd", 300); }},
     {"format-zeros", [] { return Printed<WString>("%08.3d", 7); }},
+    {"format-octal-zero", [] { return Printed<WString>("<%#.0o>", 0); }},
     {"format-unit-precision", [] { return Printed<WString>("<%.0c>", 'x'); }},
     {"format-narrow-unit", [] { return Printed<BString>("<%5C>", 0x20AC); }},
     {"format-hexadecimal-left", [] { return Printed<BString>("<%-9.0a>", 1.0); }},
     {"number-digits", [] { return Double(QD_W("\uFF17")); }},
     {"number-exponent", [] { return Double(QD_W("1d5")); }},
+    {"number-overflow",
+     [] {
+         PutProfile("[S]\nk=85999999999945000000\n");
+         BProfile profile(kPath, ProfileReadOnly);
+         profile.SetSection(QD_W("S"));
+         return Show(profile.ReadInt(QD_W("k"), 7));
+     }},
     {"class-vowel-signs", [] { return Show(WString(QD_W("\u0E31")).IsAlpha()); }},
     {"path-slash", [] { return Show(BDirEntry(QD_W("a\\b/c.d")).GetPath().GetFull()); }},
     {"path-doubled", [] { return Show(BDirEntry(QD_W("C:\\a\\\\b")).GetPath().GetFull()); }},

@@ -47,10 +47,13 @@ WString OneLine(WString text)
 {
     text.TrimLeft();
     text.TrimRight();
+    int digits = 0; // in a row; 64 bits hold 18
     for (std::size_t i = 0; i < text.Length(); ++i) {
         const WChar unit = text.GetAt(i);
+        digits = unit >= '0' && unit <= '9' ? digits + 1 : 0;
         const bool isForeign = unit > 0x7F && (WString() += unit).IsDigit();
-        if (unit < ' ' || unit == 0x7F || unit == 'd' || unit == 'D' || isForeign)
+        if (unit < ' ' || unit == 0x7F || unit == 'd' || unit == 'D' || isForeign ||
+            digits % 19 == 18)
             text.SetAt(i, QD_W('_'));
     }
     return text;
