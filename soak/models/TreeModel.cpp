@@ -673,8 +673,11 @@ void Annotate(World& world, const Step& step)
         node.ours->RemoveAnnotations();
         world.RemoveAll(node, node.annotations);
     } else if (step.c % 4 != 3) {
-        const bool isAdded = node.ours->AddAnnotation(object.Get());
-        Same("added", isAdded, world.AddAnnotation(node, object));
+        for (std::uint32_t i = 0; i <= step.c / 4 % 8; ++i) { // many are looked up by an index
+            const SP<BSmartObj> added = world.SomeObject(step.b + 16 * i);
+            const bool isAdded = node.ours->AddAnnotation(added.Get());
+            Same("added", isAdded, world.AddAnnotation(node, added));
+        }
     } else {
         const bool isRemoved = std::erase(node.annotations, object) != 0;
         Same("removed", node.ours->RemoveAnnotation(object.Get()), isRemoved);
