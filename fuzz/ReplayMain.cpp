@@ -2,9 +2,9 @@
 // file of a folder that they name. File names are ASCII.
 //
 //     TARGET FILES                          as they are
-//     TARGET --damage SECONDS SEED FILES    damaged in every systematic way: cut at every byte, every
-//                                           bit flipped, and every 2, 4 and 8 bytes set to 0, 1,
-//                                           the limits and their neighbours
+//     TARGET --damage SECONDS SEED FILES    damaged in every systematic way: cut at every byte,
+//                                           every bit flipped, and every 2, 4 and 8 bytes set to
+//                                           0, 1, the limits and their neighbours
 //
 // Damages have numbers from file to file. All of them are done when there is time, from a number on
 // that the seed chooses, so that runs with one seed after the other come to all of them soon.

@@ -144,7 +144,10 @@ public:
     }
 
     /// Gives the memory back.
-    void Clear() noexcept { *this = ProbeTable(); }
+    void Clear() noexcept
+    {
+        *this = ProbeTable();
+    }
 
 private:
     // Nothing may fail half-way through a growth or a removal.

@@ -5,8 +5,9 @@
 #include <string>
 
 /// Watches the calls of this program on Linux that put a file in place or lock one, while it lives:
-/// `fsync`, `fchmod`, `rename` and `flock`; also `read`, `fread` and `readdir`, which it does not tell. Time
-/// passes faster meanwhile: a second from one look at the clock to the next, for those who wait.
+/// `fsync`, `fchmod`, `rename` and `flock`; also `read`, `fread` and `readdir`, which it does not
+/// tell. Time passes faster meanwhile: a second from one look at the clock to the next, for those
+/// who wait.
 class SystemCalls {
 public:
     SystemCalls() { s_current = this; }
