@@ -38,6 +38,12 @@ WString BooleanText(bool value)
     return Made(value ? QD_W("TRUE") : QD_W("FALSE"));
 }
 
+// Whether `text` is the default as it is given: the blanks at its end are not.
+bool IsDefault(platform::WideView text, platform::WideView defaultValue)
+{
+    return text == defaultValue.substr(0, defaultValue.find_last_not_of(u' ') + 1);
+}
+
 } // namespace
 
 BProfile::BProfile(WString path, EProfileMode mode)
@@ -138,12 +144,12 @@ WString BProfile::ReadString(WString key, WString defaultValue)
         return platform::ReadProfileText(m_path, m_section, key, defaultValue, buffer, room);
     });
     if (*text.Text() != 0) {
-        TellRead(platform::WideView(text.Text()) == platform::WideView(defaultValue)
-                     ? EProblem::NoValue
-                     : EProblem::None,
+        const WString given = Made(text.Text());
+        TellRead(IsDefault(text.Text(), platform::WideView(defaultValue)) ? EProblem::NoValue
+                                                                          : EProblem::None,
                  key);
-        m_default = defaultValue; // looked at when asked
-        return Made(text.Text());
+        m_default = given; // looked at when asked
+        return given;
     }
     TellRead(EProblem::NoValue, key);
     // Empty: the key is there without a text, or there is neither key nor default.

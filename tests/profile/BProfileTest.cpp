@@ -155,3 +155,13 @@ TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
     EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
     EXPECT_EQ(FileBytes(m_file), text);
 }
+
+TEST_F(BProfileFile, TellsADefaultByItsTextWithoutTheBlanksAtItsEnd)
+{
+    WriteFileBytes(m_file, "[default]\r\nx=x\r\n");
+    BProfile profile(m_folder.Path("settings.ini"), ProfileReadOnly);
+    EXPECT_EQ(profile.ReadString(QD_W("none"), QD_W("x ")), QD_W("x"));
+    EXPECT_EQ(profile.Problem().code, EProblem::NoValue);
+    EXPECT_EQ(profile.ReadString(QD_W("x"), QD_W("x ")), QD_W("x"));
+    EXPECT_FALSE(profile.Problem());
+}
