@@ -43,8 +43,8 @@ def run_slice(check, seconds, seed):
     except subprocess.TimeoutExpired as expired:
         output, failed = (expired.stdout or b"").decode(errors="replace") + "\nhangs\n", True
     counts = COUNT.findall(output)
-    if not counts:
-        failed = True
+    if not counts or int(counts[-1][0]) == 0:
+        output, failed = output + "\nnothing was done\n", True
     return int(counts[-1][0]) if counts else 0, time.monotonic() - start, output if failed else ""
 
 
@@ -54,7 +54,7 @@ def run_check(check, budget, seed, state, is_short):
     fixed, taken, count, faults = seed is not None, 0.0, 0, 0
     seed = seed if fixed else 1 if is_short else kept["seed"]
     while taken < budget and faults < MANY:
-        done, seconds, fault = run_slice(check, min(SLICE, budget - taken), seed)
+        done, seconds, fault = run_slice(check, min(SLICE, max(SHORT_SLICE, budget - taken)), seed)
         taken, count = taken + seconds, count + done
         if fault:
             faults += 1

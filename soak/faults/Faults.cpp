@@ -562,7 +562,7 @@ public:
         ++runs;
         missed += isMissed();
         late += m_judge.IsLate(done);
-        const std::string wrong = m_judge.Faults(done);
+        const std::string wrong = IsSound() ? m_judge.Faults(done) : "fails without a fault, too";
         faults += !wrong.empty();
         return wrong;
     }
@@ -570,6 +570,13 @@ public:
     long runs = 0, missed = 0, late = 0, faults = 0;
 
 private:
+    // Beside a run that fails by itself all others look well. Some need the file that is missing.
+    [[nodiscard]] bool IsSound() const
+    {
+        return Clean().end.empty() &&
+               (Clean().report.first.told != ETold::No || m_name.ends_with("@new"));
+    }
+
     std::string m_name;
     Runner m_runner;
     Judge m_judge;

@@ -68,7 +68,7 @@ def run_both(folder, *arguments):
         text = (folder / f"{name}.txt").read_bytes().decode(errors="replace").replace("\r\n", "\n")
         told[name] = [line.split("\t") for line in text.splitlines()]
         if codes[name] != 0:
-            told[name].append([f"ended with {codes[name]}"])
+            told[name].append([f"{name} ended with {codes[name]}"])  # a difference, also when both did
     return told["linux"], told["windows"]
 
 
