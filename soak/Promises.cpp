@@ -226,13 +226,9 @@ bool SavesADocument(Worker& worker)
 
 bool FailsByItself(Worker& worker)
 {
-    const std::string name = "missing" + std::to_string(worker.number);
-    try {
-        BArchive(Wide(worker.shared.path / name), BArchive::ModeRead, "class Document", 1);
-    } catch (const BError& error) {
-        return error.Error() != 0;
-    }
-    return true;
+    const WString path = Wide(worker.shared.path / ("missing" + std::to_string(worker.number)));
+    const BProblem problem = BArchive(path, BArchive::ModeRead, "class Document", 1).Problem();
+    return problem.code == EProblem::NotThere && problem.path == path;
 }
 
 bool ReportsNothing(Worker&)
