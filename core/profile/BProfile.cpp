@@ -257,7 +257,7 @@ bool BProfile::ExistsSection(WString section) const
 
 BProblem BProfile::Problem() const
 {
-    const BProblem problem = Explained(m_problem, m_path);
+    BProblem problem = Explained(m_problem, m_path);
     if (problem.code != EProblem::NoValue || m_default.IsEmpty())
         return problem;
     // Another text that is there now was not read for want of memory, say.
