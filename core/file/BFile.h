@@ -55,7 +55,8 @@ public:
     /// `kErrorFileNotWritten` when the file cannot be read or written.
     ///
     /// The old file is whole until the new one is complete and outlasts a power failure, and its
-    /// permissions stay. A read-only file is refused.
+    /// permissions stay. A read-only file is refused. After a failure the file may be Unicode
+    /// already, until the power fails.
     static int ConvertToUnicode(const WChar* path) noexcept;
 
     /// Deletes the files that match; "*" and "?" in the last element are wild. Directories and

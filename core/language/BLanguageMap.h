@@ -129,8 +129,8 @@ public:
     /// None after one that gave `kErrorNone`. Not for `Add`, which tells by its code.
     [[nodiscard]] BProblem Problem() const;
     /// Writes a language file, which reads back as this map and outlasts a power failure.
-    /// `kErrorLanguageFile` when it cannot be written; the old file is then still there, as it is
-    /// until the new one is complete. U+FFFF is left out.
+    /// `kErrorLanguageFile` when that fails: the old file is then still there, as it is until the
+    /// new one is complete, or may come back when the power fails. U+FFFF is left out.
     int ExportMapFile(WString path) const;
     /// The same, and tells why.
     int ExportMapFile(WString path, BProblem& problem) const;
@@ -140,7 +140,8 @@ public:
     /// A translated file that is not there has no translations. `newEntries` grows by the count of
     /// entries without one. `kErrorLanguageFile`: there is no master file, or one of the two cannot
     /// be read, `kErrorLanguageOutput`: the output cannot be written; the output then stays as it
-    /// was, and so does `newEntries`. The output outlasts a power failure.
+    /// was, or may be that again when the power fails, and `newEntries` stays. The output outlasts
+    /// a power failure.
     /// Intended: an entry without a translation gets "new entry!" as its fourth cell, so that the
     /// third one stays empty and whoever imports the file sees it as missing. Intended: a line
     /// without a first cell becomes one of empty cells, and a comment loses its empty ones, for
