@@ -24,6 +24,8 @@
 //
 // Whether a block is from here must be told of any address: a table has a place for each region, by
 // the lowest bits of its number. A region whose place is taken is not used, and the heap serves.
+// The system then mostly offers the same range again, and is not asked each time: that takes some
+// thousand times as long as a block.
 
 namespace platform {
 namespace {
@@ -35,6 +37,7 @@ constexpr std::size_t kStep = 8; // between sizes of blocks
 constexpr std::size_t kSizes = kLargestSmallBlock / kStep;
 constexpr std::size_t kPlaces = 8192; // for regions: 8 GiB
 constexpr int kMostKept = 8;          // regions without blocks that are not given back
+constexpr int kAsksLeftOut = 1000;    // after one for a further region that failed
 constexpr std::size_t kArenas = 32;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -181,7 +184,7 @@ public:
     [[nodiscard]] Page* TakePage() noexcept
     {
         const Holding holding(m_lock);
-        if (m_withRoom.first == nullptr && !AddRegion())
+        if (m_withRoom.first == nullptr && !TryToAddRegion())
             return nullptr;
         Region& region = *m_withRoom.first;
         if (region.taken == 0)
@@ -208,6 +211,16 @@ public:
     Lock m_lock;
 
 private:
+    [[nodiscard]] bool TryToAddRegion() noexcept
+    {
+        if (m_toLeaveOut != 0) {
+            --m_toLeaveOut;
+            return false;
+        }
+        const bool isAdded = AddRegion();
+        m_toLeaveOut = isAdded ? 0 : kAsksLeftOut;
+        return isAdded;
+    }
     [[nodiscard]] bool AddRegion() noexcept
     {
         void* const range = CommitAligned(kRegionSize);
@@ -234,6 +247,7 @@ private:
     static std::array<std::atomic<std::uintptr_t>, kPlaces> m_numbers; // 0: no region
     Chain<Region> m_withRoom;
     int m_kept = 0; // regions without blocks
+    int m_toLeaveOut = 0;
 };
 
 std::array<std::atomic<std::uintptr_t>, kPlaces> Regions::m_numbers;
@@ -352,7 +366,8 @@ void* TakeSmallBlock(std::size_t size) noexcept
     if (size > g_largest.load(std::memory_order_relaxed))
         return nullptr;
     assert(size != 0);
-    Arena& arena = g_arenas[CurrentThreadId() % kArenas];
+    const std::uint32_t thread = CurrentThreadId();
+    Arena& arena = g_arenas[(thread ^ thread >> 2) % kArenas]; // Windows counts them by fours
     const std::size_t number = (size - 1) / kStep;
     return IsOnlyThread() ? arena.Take(number) : arena.TakeLocked(number);
 }

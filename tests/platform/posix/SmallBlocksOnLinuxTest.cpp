@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -36,4 +40,34 @@ TEST(SmallBlocksOnLinux, AreThereInACopyOfTheProcess)
     isOver = true;
     other.join();
     EXPECT_EQ(failed, 0);
+}
+
+TEST(SmallBlocksOnLinux, AreSoonRefusedWhereTheSystemOffersNoUsefulRange)
+{
+    if (platform::SmallBlockSize(platform::TakeSmallBlock(256)) == 0)
+        GTEST_SKIP() << "the heap is watched";
+    EXPECT_TRUE(Held(StartProcess([] {
+        constexpr std::uintptr_t mib = 1 << 20, gib = 1 << 30;
+        std::uintptr_t lowest = UINTPTR_MAX;
+        const auto take = [&lowest] {
+            auto* const block = platform::TakeSmallBlock(256);
+            if (block != nullptr)
+                lowest = std::min(lowest, reinterpret_cast<std::uintptr_t>(block) / mib * mib);
+            return block != nullptr;
+        };
+        for (int i = 0; i != 200'000; ++i)
+            (void)take();
+        // What follows is 8 GiB below what is there.
+        const std::uintptr_t end = lowest - 8 * gib + 30 * mib;
+        (void)::mmap(reinterpret_cast<void*>(end), lowest - end, PROT_NONE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE, -1, 0);
+        for (int i = 0; i != 200'000 && take(); ++i) {
+        }
+        if (take())
+            return true; // it lay elsewhere
+        const std::clock_t start = std::clock();
+        for (int i = 0; i != 200'000; ++i)
+            (void)take();
+        return std::clock() - start < CLOCKS_PER_SEC / 10;
+    })));
 }
