@@ -7,6 +7,7 @@
 #include <array>
 #include <bit>
 #include <cassert>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -61,18 +62,26 @@ constexpr bool kIsWatched = false;
 
 std::atomic<std::uint32_t> g_forker = 0; // the thread that copies the process, and holds all locks
 
+// What came of taking a lock.
+enum class EHold { Own, NotNeeded, Abandoned };
+
 class Lock {
 public:
-    void Take() noexcept { static_cast<void>(TryTake(false)); }
-    // False for the thread that copies the process: others' handlers may come here on it.
-    bool TryTake(bool isForkersAlready = true) noexcept
+    // Who holds it may be of a lower priority and need the processor, or be gone for good.
+    [[nodiscard]] EHold Take(bool isForkersAlready = true) noexcept
     {
-        while (m_isTaken.exchange(true, std::memory_order_acquire)) {
+        constexpr int yields = 100;
+        for (int i = 0; m_isTaken.exchange(true, std::memory_order_acquire); ++i) {
             if (isForkersAlready && g_forker.load() == CurrentThreadId())
-                return false;
-            std::this_thread::yield();
+                return EHold::NotNeeded; // others' handlers may come here on it
+            if (i < yields)
+                std::this_thread::yield();
+            else if (AreOthersGone())
+                return EHold::Abandoned;
+            else
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-        return true;
+        return EHold::Own;
     }
     void Leave() noexcept { m_isTaken.store(false, std::memory_order_release); }
 
@@ -83,18 +92,22 @@ private:
 class Holding {
 public:
     explicit Holding(Lock& lock) noexcept
-        : m_lock(!IsOnlyThread() && lock.TryTake() ? &lock : nullptr)
+        : m_lock(lock)
+        , m_hold(IsOnlyThread() ? EHold::NotNeeded : lock.Take())
     {}
     Holding(const Holding&) = delete;
     Holding& operator=(const Holding&) = delete;
     ~Holding()
     {
-        if (m_lock != nullptr)
-            m_lock->Leave();
+        if (m_hold == EHold::Own)
+            m_lock.Leave();
     }
+    // Its thread ended in the midst of a change: nothing is looked at any more.
+    [[nodiscard]] bool IsAbandoned() const noexcept { return m_hold == EHold::Abandoned; }
 
 private:
-    Lock* m_lock;
+    Lock& m_lock;
+    EHold m_hold;
 };
 
 template <class T>
@@ -184,6 +197,8 @@ public:
     [[nodiscard]] Page* TakePage() noexcept
     {
         const Holding holding(m_lock);
+        if (holding.IsAbandoned())
+            return nullptr;
         if (m_withRoom.first == nullptr && !TryToAddRegion())
             return nullptr;
         Region& region = *m_withRoom.first;
@@ -199,6 +214,8 @@ public:
     void GivePage(const Page& page) noexcept
     {
         const Holding holding(m_lock);
+        if (holding.IsAbandoned())
+            return;
         Region& region = Region::Of(&page);
         if (std::popcount(region.taken) == kPages)
             m_withRoom.Add(region);
@@ -283,12 +300,13 @@ struct alignas(64) Arena {
     [[nodiscard]] QD_APART void* TakeLocked(std::size_t size) noexcept
     {
         const Holding holding(lock);
-        return Take(size);
+        return holding.IsAbandoned() ? nullptr : Take(size);
     }
     QD_APART void GiveLocked(Page& page, void* block) noexcept
     {
         const Holding holding(lock);
-        Give(page, block);
+        if (!holding.IsAbandoned())
+            Give(page, block);
     }
 
     Lock lock;
@@ -335,8 +353,8 @@ constinit std::array<Arena, kArenas> g_arenas;
 void BeforeFork() noexcept
 {
     for (Arena& arena : g_arenas)
-        arena.lock.Take();
-    g_regions.m_lock.Take();
+        static_cast<void>(arena.lock.Take(false));
+    static_cast<void>(g_regions.m_lock.Take(false));
     g_forker = CurrentThreadId();
 }
 

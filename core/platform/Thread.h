@@ -24,6 +24,10 @@ namespace platform {
 /// is done, in the process and in its copy. Windows copies none.
 void AtFork(void (*before)() noexcept, void (*after)() noexcept) noexcept;
 
+/// Whether this is the only thread that is left, as the others were ended wherever they were, also
+/// with a lock in their hands: on Windows, while a process that ends unloads its libraries.
+[[nodiscard]] bool AreOthersGone() noexcept;
+
 #if !defined(_WIN32)
 
 // 0 until it is asked for. Locks ask often.

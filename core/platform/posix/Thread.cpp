@@ -15,4 +15,9 @@ void AtFork(void (*before)() noexcept, void (*after)() noexcept) noexcept
     ::pthread_atfork(before, after, after);
 }
 
+bool AreOthersGone() noexcept
+{
+    return false;
+}
+
 } // namespace platform

@@ -16,4 +16,13 @@ std::uint32_t KnownThreadId() noexcept
 
 void AtFork(void (*)() noexcept, void (*)() noexcept) noexcept {}
 
+bool AreOthersGone() noexcept
+{
+    const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
+    const FARPROC isEnding =
+        system != nullptr ? ::GetProcAddress(system, "RtlDllShutdownInProgress") : nullptr;
+    return isEnding != nullptr &&
+           reinterpret_cast<BOOLEAN(NTAPI*)()>(reinterpret_cast<void*>(isEnding))() != 0;
+}
+
 } // namespace platform

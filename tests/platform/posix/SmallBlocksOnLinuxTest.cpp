@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 #include <ctime>
+#include <sched.h>
 #include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
@@ -69,5 +70,36 @@ TEST(SmallBlocksOnLinux, AreSoonRefusedWhereTheSystemOffersNoUsefulRange)
         for (int i = 0; i != 200'000; ++i)
             (void)take();
         return std::clock() - start < CLOCKS_PER_SEC / 10;
+    })));
+}
+
+TEST(SmallBlocksOnLinux, ArePassedOnByAThreadOfALowerPriority)
+{
+    EXPECT_TRUE(Held(StartProcess([] {
+        ::alarm(20);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(static_cast<unsigned>(::sched_getcpu()), &one);
+        ::sched_setaffinity(0, sizeof one, &one);
+        std::atomic<bool> isOver = false;
+        std::atomic<void*> passed = nullptr;
+        std::thread low([&] {
+            while (!isOver) {
+                void* const block = platform::TakeSmallBlock(40);
+                (void)platform::GiveSmallBlock(passed.exchange(block));
+            }
+        });
+        std::thread high([&] {
+            const sched_param priority{50};
+            (void)::sched_setscheduler(0, SCHED_FIFO, &priority); // not everyone may
+            for (int i = 0; i != 500; ++i) {
+                ::usleep(100);
+                (void)platform::GiveSmallBlock(passed.exchange(nullptr));
+            }
+        });
+        high.join();
+        isOver = true;
+        low.join();
+        return true;
     })));
 }
