@@ -35,7 +35,9 @@ public:
 
     // Objects come from memory of the library's own, whichever module makes or destroys them, and
     // from the global `operator new` where that has none left. Arrays and classes that want more
-    // than the usual alignment always do. The forms that others would hide are here as well.
+    // than the usual alignment always do. The standard's forms, which these would hide, are here as
+    // well; a global form of the application's own is called as `::new`, and a class with a second
+    // base that has such operators names the one that it means.
 
     [[nodiscard]] static void* operator new(std::size_t size);
     [[nodiscard]] static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;

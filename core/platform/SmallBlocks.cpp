@@ -381,9 +381,8 @@ std::atomic<std::size_t> g_largest = LargestAtFirst();
 
 void* TakeSmallBlock(std::size_t size) noexcept
 {
-    if (size > g_largest.load(std::memory_order_relaxed))
+    if (size - 1 >= g_largest.load(std::memory_order_relaxed)) // also where it is 0
         return nullptr;
-    assert(size != 0);
     const std::uint32_t thread = CurrentThreadId();
     Arena& arena = g_arenas[(thread ^ thread >> 2) % kArenas]; // Windows counts them by fours
     const std::size_t number = (size - 1) / kStep;

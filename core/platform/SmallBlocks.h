@@ -8,13 +8,14 @@
 /// given back in a few instructions and takes its size alone, rounded up to 8 bytes, where the C
 /// library's heap takes 8 bytes more and rounds up to 16.
 ///
-/// Any thread may take blocks and give them back, also those that another one took. Memory without
-/// blocks goes back to the system, but for some megabytes.
+/// Any thread may take blocks and give them back, also those that another one took. Memory goes
+/// back to the system by 1 MiB in which no block is left, but for some megabytes, which a module
+/// that is unloaded leaves behind.
 namespace platform {
 
 inline constexpr std::size_t kLargestSmallBlock = 256;
 
-/// A block of `size` bytes, not 0, aligned for whatever has that size. Null when it is too large or
+/// A block of `size` bytes, aligned for whatever has that size. Null when it is 0 or too large, or
 /// there is none: the caller then asks the heap, which decides whether memory has run out.
 [[nodiscard]] void* TakeSmallBlock(std::size_t size) noexcept;
 

@@ -73,6 +73,8 @@ TEST_F(SmallBlocks, AreApartFromOneAnother)
 {
     Blocks blocks(20'000);
     Exchange(1, 200'000, blocks);
+    EXPECT_EQ(platform::TakeSmallBlock(0), nullptr);
+    EXPECT_EQ(platform::TakeSmallBlock(platform::kLargestSmallBlock + 1), nullptr);
 }
 
 TEST_F(SmallBlocks, MayGoOnOtherThreadsThanTheyCameFrom)
