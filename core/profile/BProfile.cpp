@@ -144,7 +144,7 @@ WString BProfile::ReadString(WString key, WString defaultValue)
         return platform::ReadProfileText(m_path, m_section, key, defaultValue, buffer, room);
     });
     if (*text.Text() != 0) {
-        const WString given = Made(text.Text());
+        WString given = Made(text.Text());
         TellRead(IsDefault(text.Text(), platform::WideView(defaultValue)) ? EProblem::NoValue
                                                                           : EProblem::None,
                  key);
