@@ -33,6 +33,19 @@ bool Fails() noexcept
     return true;
 }
 
+// What the language keeps for exceptions when there is no memory makes its lock when it is first
+// taken, on Windows in memory: with none it would throw, and so for ever.
+const bool g_hasThrown = [] {
+    g_left = 0;
+    g_isOne = true;
+    try {
+        throw false;
+    } catch (bool) {
+    }
+    g_left = kNever;
+    return true;
+}();
+
 void* New(std::size_t size)
 {
     void* const block = std::malloc(size != 0 ? size : 1);

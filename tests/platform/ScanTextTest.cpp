@@ -145,7 +145,7 @@ TEST(ScanText, ParsesTheNumberThatATextBeginsWith)
         {" ", 0, 0, 0, 0}, {"fFx", 0, 0, 0xFF, 2}, {" +1a", 1, 1, 0x1A, 4},
         {"100000000", 100'000'000, 1e8, 0xFFFFFFFF, 9},
         {"2147483648", INT_MAX, 2147483648.0, 0xFFFFFFFF, 10},
-        {"-99999999999999999999", INT_MIN, -1e20, 0xFFFFFFFF, 21},
+        {"-99999999999999999999", INT_MIN, -1e20, kIsOffWindows ? 0xFFFFFFFF : 1, 21}, // Wine: +1
     };
     // clang-format on
     for (const Case& row : cases) {

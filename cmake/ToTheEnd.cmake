@@ -1,0 +1,20 @@
+# Runs a program and passes when it succeeds and its output ends with the line that LAST matches. The
+# exit code alone does not tell: under Wine a process whose stack overflows ends with 0.
+#     cmake -DLAST=REGEX -P ToTheEnd.cmake -- PROGRAM ARGUMENTS...
+set(command "")
+set(is_command FALSE)
+foreach(index RANGE 1 ${CMAKE_ARGC})
+    set(word "${CMAKE_ARGV${index}}")
+    if(is_command AND index LESS CMAKE_ARGC)
+        list(APPEND command "${word}")
+    elseif(word STREQUAL "--")
+        set(is_command TRUE)
+    endif()
+endforeach()
+execute_process(COMMAND ${command} RESULT_VARIABLE result OUTPUT_VARIABLE output ECHO_OUTPUT_VARIABLE)
+if(NOT result EQUAL 0)
+    message(FATAL_ERROR "Exit code ${result}")
+endif()
+if(NOT output MATCHES "(^|\n)(${LAST})[\r\n]*$")
+    message(FATAL_ERROR "It ended with 0 before its last line, which is to match: ${LAST}")
+endif()
