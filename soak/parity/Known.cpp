@@ -145,6 +145,12 @@ const Known kKnown[] = {
          BArray<WString> keys;
          return Show(BIniProfile(kPath, QD_W(""), false).LoadSection(QD_W("S"), &keys));
      }},
+    {"ini-block-digit",
+     [] {
+         PutProfile("[S]\nk=0G10\n");
+         unsigned char byte = 0;
+         return Show(BIniProfile(kPath, QD_W("S"), false).ReadMem(QD_W("k"), &byte, 1));
+     }},
     {"time-leap-day", [] { return Time("02/29/2117 00:00:00.000"); }},
     {"time-last-year", [] { return Time("01/04/30828 00:00:00.000"); }},
     {"registry-long-name",
