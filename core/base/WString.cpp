@@ -262,14 +262,24 @@ std::wstring WString::AsWide(bool* isWhole) const
 
 WString operator+(const WString& a, const WString& b)
 {
-    WString sum(a);
-    return sum.TryAppend(b.Own()) ? sum : WString();
+    // At once: a copy that is appended to would take memory twice.
+    WString sum;
+    if (b.IsEmpty())
+        sum = a;
+    else
+        sum.m_text.Assemble(a.Length() + b.Length() + 1, {a.Own(), b.Own()});
+    return sum;
 }
 
 WString operator+(const WString& a, const WChar* b)
 {
-    WString sum(a);
-    return sum.TryAppend(NText::Measured(b)) ? sum : WString();
+    const platform::WideView added = NText::Measured(b);
+    WString sum;
+    if (added.empty())
+        sum = a;
+    else
+        sum.m_text.Assemble(a.Length() + added.size() + 1, {a.Own(), added});
+    return sum;
 }
 
 WString operator+(const WChar* a, const WString& b)
