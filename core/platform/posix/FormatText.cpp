@@ -638,18 +638,33 @@ private:
     Sink<Char> m_sink;
 };
 
+// Before `end`; the result is where they begin.
+template <typename Char>
+Char* PutDigits(std::uint64_t number, unsigned radix, Char* end) noexcept
+{
+    do {
+        const auto digit = static_cast<int>(number % radix);
+        *--end = static_cast<Char>(digit < 10 ? '0' + digit : 'a' + digit - 10);
+    } while ((number /= radix) != 0);
+    return end;
+}
+
+// `std::to_chars` writes no wide text, and most numbers are short.
 template <typename Char>
 std::size_t WriteInteger(std::int64_t value, int radix, Char (&buffer)[kIntegerTextRoom]) noexcept
 {
     if (radix < 2 || radix > 36)
         return 0;
-    char digits[kIntegerTextRoom]; // `std::to_chars` writes no wide text
-    const std::to_chars_result result =
-        radix == 10
-            ? std::to_chars(digits, std::end(digits), value)
-            : std::to_chars(digits, std::end(digits), static_cast<std::uint64_t>(value), radix);
-    *std::copy(digits, result.ptr, buffer) = 0;
-    return static_cast<std::size_t>(result.ptr - digits);
+    Char digits[kIntegerTextRoom];
+    const auto number = static_cast<std::uint64_t>(value);
+    const bool isNegative = radix == 10 && value < 0;
+    Char* begin = radix == 10 // a division by a number that is known is a multiplication
+                      ? PutDigits(isNegative ? 0 - number : number, 10, std::end(digits))
+                      : PutDigits(number, static_cast<unsigned>(radix), std::end(digits));
+    if (isNegative)
+        *--begin = Char('-');
+    *std::copy(begin, std::end(digits), buffer) = 0;
+    return static_cast<std::size_t>(std::end(digits) - begin);
 }
 
 } // namespace

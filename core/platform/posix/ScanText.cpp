@@ -34,8 +34,8 @@ constexpr unsigned kNoDigit = 99;
 /// scripts, too.
 unsigned DigitValue(char16_t unit) noexcept
 {
-    if (unit >= '0' && unit <= '9')
-        return unit - unsigned{'0'};
+    if (unit <= '9') // or what ends the number
+        return unit >= '0' ? unit - unsigned{'0'} : kNoDigit;
     if (unit >= 'a' && unit <= 'z')
         return unit - unsigned{'a'} + 10;
     if (unit >= 'A' && unit <= 'Z')
@@ -60,7 +60,7 @@ unsigned DigitValue(char character) noexcept
 template <typename Char>
 const Char* SkipBlanks(const Char* text) noexcept
 {
-    while (*text != 0 && IsSpace(*text))
+    while (!(*text >= '0' && *text <= '9') && *text != 0 && IsSpace(*text))
         ++text;
     return text;
 }
