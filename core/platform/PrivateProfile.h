@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/platform/WChar.h"
+#include "core/platform/WideText.h"
 
 #include <cstddef>
 #include <memory>
@@ -27,11 +27,12 @@
 namespace platform {
 
 /// `GetPrivateProfileStringW`: the value of `key`, or `fallback` without its trailing blanks when
-/// there is none. The result is the length. For a null `key` it is instead the names of all keys of
-/// the section in the order of the file, each with a 0, and one more 0 that the length leaves out;
-/// of a list that was cut, or fits without a unit to spare, the length is `room` - 2.
-std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar* key,
-                            const WChar* fallback, WChar* buffer, std::size_t room) noexcept;
+/// there is none. The result is the length. For a `key` without data it is instead the names of all
+/// keys of the section in the order of the file, each with a 0, and one more 0 that the length
+/// leaves out; of a list that was cut, or fits without a unit to spare, the length is `room` - 2.
+/// Views of what a 0 ends, as profiles are read key by key, and a `WString` knows its length.
+std::size_t ReadProfileText(WideView path, WideView section, WideView key, WideView fallback,
+                            WChar* buffer, std::size_t room) noexcept;
 
 /// `GetPrivateProfileSectionW`: the lines of a section without comments and blanks around names and
 /// values, as a list like above.

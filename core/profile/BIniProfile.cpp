@@ -86,7 +86,8 @@ bool BIniProfile::ReadMem(const WString& key, void* data, std::size_t size) cons
         platform::ReadProfileBlock(Path(), GetSection(), key, data, BlockSize(size));
     WChar text[2] = {};
     if (!isRead)
-        platform::ReadProfileText(Path(), GetSection(), key, QD_W(""), text, std::size(text));
+        platform::ReadProfileText(Path().AsView(), GetSection().AsView(), key.AsView(), QD_W(""),
+                                  text, std::size(text));
     TellRead(isRead ? EProblem::None : *text != 0 ? EProblem::OtherValue : EProblem::NoValue, key);
     return isRead;
 }
@@ -106,7 +107,8 @@ WString BIniProfile::GetString(const WString& key, const WString& defaultValue)
 {
     const auto read = [&](const WString& missing) {
         const ProfileBuffer text(kExtraRoom, [&](WChar* buffer, std::size_t room) {
-            return platform::ReadProfileText(Path(), GetSection(), key, missing, buffer, room);
+            return platform::ReadProfileText(Path().AsView(), GetSection().AsView(), key.AsView(),
+                                             missing.AsView(), buffer, room);
         });
         return MadeOf(text.Text());
     };
@@ -130,7 +132,8 @@ bool BIniProfile::DeleteSectionImpl(const WString& section) const
 BArray<WString> BIniProfile::GetAllKeys()
 {
     return Split(ProfileBuffer(kExtraRoom, [&](WChar* buffer, std::size_t room) {
-        return platform::ReadProfileText(Path(), GetSection(), nullptr, QD_W(""), buffer, room);
+        return platform::ReadProfileText(Path().AsView(), GetSection().AsView(),
+                                         platform::WideView(), QD_W(""), buffer, room);
     }));
 }
 

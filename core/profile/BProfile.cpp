@@ -141,7 +141,8 @@ WString BProfile::ReadString(int index, WString key, WString defaultValue)
 WString BProfile::ReadString(WString key, WString defaultValue)
 {
     const ProfileBuffer text(0, [&](WChar* buffer, std::size_t room) {
-        return platform::ReadProfileText(m_path, m_section, key, defaultValue, buffer, room);
+        return platform::ReadProfileText(m_path.AsView(), m_section.AsView(), key.AsView(),
+                                         defaultValue.AsView(), buffer, room);
     });
     if (*text.Text() != 0) {
         WString given = Made(text.Text());
@@ -262,8 +263,8 @@ BProblem BProfile::Problem() const
         return problem;
     // Another text that is there now was not read for want of memory, say.
     const ProfileBuffer text(0, [&](WChar* buffer, std::size_t room) {
-        return platform::ReadProfileText(m_path, problem.detail, problem.name, QD_W(""), buffer,
-                                         room);
+        return platform::ReadProfileText(m_path.AsView(), problem.detail.AsView(),
+                                         problem.name.AsView(), QD_W(""), buffer, room);
     });
     const bool isDefault = platform::WideView(text.Text()) == platform::WideView(m_default);
     return isDefault ? BProblem() : problem;
@@ -278,7 +279,8 @@ void BProfile::CheckMode() const
 // What a longer text has behind that is cut off: no number is as long.
 void BProfile::ReadShort(const WString& key, WChar* text, std::size_t room) const
 {
-    platform::ReadProfileText(m_path, m_section, key, QD_W(""), text, room);
+    platform::ReadProfileText(m_path.AsView(), m_section.AsView(), key.AsView(), QD_W(""), text,
+                              room);
 }
 
 void BProfile::TellRead(EProblem code, const WString& key) const

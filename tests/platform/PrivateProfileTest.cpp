@@ -20,6 +20,7 @@ using namespace std::string_literals;
 namespace {
 
 using platform::WideText;
+using platform::WideView;
 
 constexpr std::size_t kRoom = 512;
 const WideText kNothing = QD_W("(nothing)");
@@ -42,8 +43,8 @@ protected:
                                 std::size_t room = kRoom) const
     {
         WChar buffer[kRoom];
-        const std::size_t length =
-            platform::ReadProfileText(m_path, section.c_str(), key, fallback, buffer, room);
+        const std::size_t length = platform::ReadProfileText(
+            m_path.AsView(), section, key != nullptr ? key : WideView(), fallback, buffer, room);
         EXPECT_EQ(buffer[length], 0);
         return Listed(buffer, length);
     }
@@ -225,6 +226,21 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
     ASSERT_TRUE(set(QD_W("S"), QD_W("k1"), QD_W("1\r\n[U]\r\nx=y")));
     EXPECT_EQ(Read(QD_W("U"), QD_W("k50")), QD_W("50"));
     EXPECT_EQ(Read(QD_W("S"), QD_W("k50")), kNothing);
+}
+
+TEST_F(PrivateProfile, FindsANameOfAnyLengthWithoutRegardToCase)
+{
+    constexpr std::size_t lengths[] = {1, 7, 8, 9, 63, 64, 300};
+    for (const std::size_t length : lengths) {
+        for (const auto& [small, capital] :
+             {std::pair(QD_W('z'), QD_W('Z')), std::pair(QD_W('\u00E4'), QD_W('\u00C4'))}) {
+            const WideText front(length - 1, QD_W('m')), other(length - 1, QD_W('M'));
+            ASSERT_TRUE(platform::ProfileUpdate(m_path).SetText(QD_W("S"), (front + small).c_str(),
+                                                                (front + QD_W("!")).c_str()));
+            EXPECT_EQ(Read(QD_W("s"), other + capital), front + QD_W("!")) << length;
+            EXPECT_EQ(Read(QD_W("s"), other + capital + QD_W("=")), kNothing) << length;
+        }
+    }
 }
 
 TEST_F(PrivateProfile, StoresBlocksWithTheirSum)

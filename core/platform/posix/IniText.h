@@ -101,6 +101,7 @@ private:
     [[nodiscard]] auto IsSection(WideView foldedName) const;
     [[nodiscard]] auto IsKey(std::uint32_t section, WideView foldedName) const;
     [[nodiscard]] std::uint32_t FindSection(WideView name) const;
+    [[nodiscard]] std::uint32_t FindOtherSection(WideView name) const;
     [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, WideView name) const;
     // The number of the section, none when its name was there before: its keys do not count.
     std::uint32_t AddSection(WideView foldedName, std::size_t begin);

@@ -1,6 +1,5 @@
 #include "core/platform/PrivateProfile.h"
 
-#include "core/platform/CharClass.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/NativePath.h"
 #include "core/platform/posix/ProfileBlock.h"
@@ -43,21 +42,16 @@ namespace {
 
 using ELoad = ProfileFile::ELoad;
 
-WideView ViewOf(const WChar* text)
-{
-    return {text, Length(text)};
-}
-
 // What `read` gives, which is optional, for the profile's text; none when there is no profile, or
 // too little memory.
 template <class Read>
-auto FromProfile(const WChar* path, Read read) noexcept
+auto FromProfile(WideView path, Read read) noexcept
     -> decltype(read(std::declval<const IniText<WChar>&>()))
 try {
     ProfileCache& files = ProfileCache::Instance();
     const std::unique_lock lock = files.Lock();
     ELoad state = ELoad::Missing;
-    ProfileFile* const profile = files.Get(ViewOf(path), state);
+    ProfileFile* const profile = files.Get(path, state);
     if (profile == nullptr)
         return std::nullopt;
     return std::visit(read, std::as_const(profile->Content()));
@@ -116,23 +110,22 @@ WideView WithoutQuotes(WideView value)
     return isQuoted ? value.substr(1, value.size() - 2) : value;
 }
 
-WideView WithoutTrailingBlanks(const WChar* text)
+WideView WithoutTrailingBlanks(WideView text)
 {
-    const WideView view = text != nullptr ? text : u"";
-    return view.substr(0, view.find_last_not_of(u' ') + 1);
+    return text.substr(0, text.find_last_not_of(u' ') + 1);
 }
 
 } // namespace
 
-std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar* key,
-                            const WChar* fallback, WChar* buffer, std::size_t room) noexcept
+std::size_t ReadProfileText(WideView path, WideView section, WideView key, WideView fallback,
+                            WChar* buffer, std::size_t room) noexcept
 {
     const auto read = [&](const auto& text) -> std::optional<std::size_t> {
-        if (key == nullptr) {
-            const std::optional<WideText> keys = text.Keys(ViewOf(section), room);
+        if (key.data() == nullptr) {
+            const std::optional<WideText> keys = text.Keys(section, room);
             return keys ? std::optional(CopyList(*keys, buffer, room)) : std::nullopt;
         }
-        const auto value = text.Find(ViewOf(section), ViewOf(key));
+        const auto value = text.Find(section, key);
         return value ? std::optional(CopyText(WithoutQuotes(*value), buffer, room)) : std::nullopt;
     };
     const std::optional<std::size_t> length = FromProfile(path, read);

@@ -45,10 +45,11 @@ std::wstring MutexName(const WChar* path)
 
 } // namespace
 
-std::size_t ReadProfileText(const WChar* path, const WChar* section, const WChar* key,
-                            const WChar* fallback, WChar* buffer, std::size_t room) noexcept
+std::size_t ReadProfileText(WideView path, WideView section, WideView key, WideView fallback,
+                            WChar* buffer, std::size_t room) noexcept
 {
-    return ::GetPrivateProfileStringW(section, key, fallback, buffer, Room(room), path);
+    return ::GetPrivateProfileStringW(section.data(), key.data(), fallback.data(), buffer,
+                                      Room(room), path.data());
 }
 
 std::size_t ReadProfileSection(const WChar* path, const WChar* section, WChar* buffer,

@@ -33,7 +33,8 @@ bool Set(const WString& path, const WChar* section, const WChar* key, const WCha
 std::u16string Read(const WString& path, const WChar* section, const WChar* key)
 {
     WChar buffer[100];
-    return {buffer, platform::ReadProfileText(path, section, key, u"(nothing)", buffer, 100)};
+    return {buffer,
+            platform::ReadProfileText(path.AsView(), section, key, u"(nothing)", buffer, 100)};
 }
 
 } // namespace
