@@ -342,7 +342,9 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
         m_impl->saver ? m_impl->saver->NumberIfCurrent(p) : NArchive::PointerMap::kNone;
     if (number == NArchive::PointerMap::kNone)
         number = m_impl->NumberOf(*this, p);
-    return m_impl->objects.Mention(number);
+    if (number == NArchive::PointerMap::kNone)
+        return 0;
+    return m_impl->objects.Mention(m_impl->objects[number]);
 }
 
 void* BArchive::IndexToPtr(std::uint64_t index) const noexcept
@@ -441,8 +443,12 @@ BArchive& BArchive::operator<<(const BSmartObj* object)
     std::uint32_t index = 0;
     if (object != nullptr) {
         const std::uint32_t number = m_impl->NumberOf(*this, object);
-        index = m_impl->objects.Mention(number);
-        m_impl->saver->Insert(*object, number); // its record is written from it as it is then
+        if (number != NArchive::PointerMap::kNone) {
+            NArchive::PointerMap::Entry& entry = m_impl->objects[number];
+            index = m_impl->objects.Mention(entry);
+            // Its record is written from it as it is then.
+            m_impl->saver->Insert(*object, number, entry);
+        }
     }
     if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t))
         m_impl->Write(static_cast<std::uint32_t>(index));

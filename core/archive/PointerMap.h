@@ -30,13 +30,10 @@ public:
     /// Good until the next entry is made.
     [[nodiscard]] Entry& operator[](std::uint32_t number) noexcept { return m_entries[number]; }
 
-    /// The entry's index; it gets the next one unless it has one. 0 for `kNone`.
-    [[nodiscard]] std::uint32_t Mention(std::uint32_t number) noexcept
+    /// The entry's index; it gets the next one unless it has one.
+    [[nodiscard]] std::uint32_t Mention(Entry& entry) noexcept
     {
-        if (number == kNone)
-            return 0;
         // There are as many entries as indices at least, so 32 bits hold the next.
-        Entry& entry = m_entries[number];
         if (entry.index == 0)
             entry.index = ++m_lastIndex;
         return entry.index;
