@@ -11,9 +11,9 @@
 #include "core/tree/BNode.h"
 #include "support/SaveArchive.h"
 
-#include "soak/Processes.h"
+#include "soak/OtherProcess.h"
+#include "soak/SoakFolder.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -179,14 +179,14 @@ const WString kRegistryKey(QD_W("Software\\Test"));
 
 bool SaveRegistry(const fs::path& folder, int worker, int number)
 {
-    ::setenv("QD_REGISTRY", (folder / "registry.db").c_str(), 1);
+    KeepRegistryIn(folder);
     return BConfigRegistry(kRegistryKey).WriteInt(WorkerKey(worker), Value(worker, number)) ==
            kErrorNone;
 }
 
 std::optional<int> ReadRegistry(const fs::path& folder, int worker, int)
 {
-    ::setenv("QD_REGISTRY", (folder / "registry.db").c_str(), 1);
+    KeepRegistryIn(folder);
     int value = -1;
     return BConfigRegistry(kRegistryKey).ReadInt(WorkerKey(worker), value) == kErrorNone
                ? std::optional(value)
@@ -199,7 +199,7 @@ bool SaveLog(const fs::path& folder, int worker, int number)
     BProfiler::Start(WString(QD_W("run ")) + WString::FromInt(Value(worker, number)));
     BProfiler::Step(QD_W("step"));
     BProfiler::Stop(WString());
-    return true;
+    return !BProfiler::Problem();
 }
 
 /// The last number of which all since `floor` stand in the log, which is then taken away. The run
@@ -210,6 +210,7 @@ std::optional<int> ReadLog(const fs::path& folder, int worker, int floor)
     for (const auto& entry : fs::directory_iterator(folder)) {
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        file.close();
         const auto has = [&](int next) {
             const std::u16string line = u"\tStart\trun " +
                                         fs::path(std::to_string(Value(worker, next))).u16string() +
@@ -228,8 +229,8 @@ std::optional<int> ReadLog(const fs::path& folder, int worker, int floor)
 const SavedFile kFiles[] = {
     {"archive", true, SaveDocument, ReadDocument},
     {"binary profile", true, SaveBinary, ReadBinary},
-    {"text profile", false, SaveText, ReadText},
-    {"INI file", false, SaveIni, ReadIni},
+    {"text profile", false, SaveText, ReadText, true},
+    {"INI file", false, SaveIni, ReadIni, true},
     {"language file", true, SaveLanguage, ReadLanguage},
     {"registry", false, SaveRegistry, ReadRegistry},
     {"profiler log", false, SaveLog, ReadLog},

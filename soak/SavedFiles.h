@@ -22,6 +22,7 @@ struct SavedFile {
     bool (*save)(const std::filesystem::path& folder, int worker, int number);
     /// The value; none for a torn file. `floor` was acknowledged when it was last looked at.
     std::optional<int> (*read)(const std::filesystem::path& folder, int worker, int floor);
+    bool isSystems = false; // on Windows the system writes it, and promises nothing
 };
 
 [[nodiscard]] std::span<const SavedFile> SavedFiles();

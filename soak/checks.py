@@ -23,6 +23,11 @@ def program(name, preset="linux"):
     return lambda seconds, seed: [f"build/{preset}/bin/{name}", f"{seconds:.1f}", str(seed)]
 
 
+def under_wine(name):
+    return lambda seconds, seed: ["env", "WINEDEBUG=-all", f"WINEPREFIX={ROOT}/build/wine", "wine",
+                                  f"build/windows/bin/{name}.exe", f"{seconds:.1f}", str(seed)]
+
+
 def fuzz_target(name, *seeds):
     """A libFuzzer target, with what it found so far and its seeds, its own or those of other folders."""
     return lambda seconds, seed: ["soak/fuzz.sh", name, str(max(1, round(seconds))), str(seed),
@@ -87,6 +92,10 @@ CHECKS = [
           " the registry or the profiler's log tear nothing and lose nothing that was acknowledged, and the next save"
           " takes away what they left", program("death_soak"), targets=("death_soak",), mended=(
               "what a killed saver left beside its file stayed for ever",)),
+    Check("death-windows", "kills", "the same of the Windows build (under Wine), but for text profiles, which the system"
+          " writes there", under_wine("death_soak"), preset="windows", targets=("death_soak",), mended=(
+              "a saver that was killed while the new file took the place of the old one left none under its name",
+              "a run that ended while another process looked at the log was not written until the next one ended")),
     Check("power", "states", "when the power fails at any moment of a save, what docs/durability.md promises of the"
           " file holds in whatever the disk may hold then, the next save succeeds, and nothing is left behind it",
           lambda seconds, seed: ["python3", "soak/power/power.py", f"{seconds:.1f}", str(seed)],

@@ -34,14 +34,11 @@ Saver::~Saver()
 // must not come back as that of another object, which would get the first one's index.
 void Saver::Insert(const BSmartObj& object, std::uint32_t number, const char* label)
 {
-    if (number == PointerMap::kNone)
-        return;
-    PointerMap::Entry& entry = m_objects[number];
     if (label == nullptr || *label == '\0') {
-        Insert(object, number, entry);
+        Insert(object, number);
         return;
     }
-    if (entry.queued || m_labels.contains(label))
+    if (number == PointerMap::kNone || m_objects[number].queued || m_labels.contains(label))
         return;
     const std::size_t place = m_queue.Count();
     m_queue.Append(number);
@@ -51,7 +48,7 @@ void Saver::Insert(const BSmartObj& object, std::uint32_t number, const char* la
         m_queue.RemoveLast(); // or a second try would find the object queued
         throw;
     }
-    Hold(object, entry);
+    Hold(object, number);
 }
 
 void Saver::Keep(const char* label, std::size_t place)

@@ -33,13 +33,13 @@ public:
     /// Queues `object`, of which `number` is the entry, unless it is queued already or another has
     /// the label, which may be null. `PointerMap::kNone` is ignored.
     void Insert(const BSmartObj& object, std::uint32_t number, const char* label);
-    /// The same without a label, for who has the entry of that number at hand.
-    void Insert(const BSmartObj& object, std::uint32_t number, PointerMap::Entry& entry)
+    /// The same without a label.
+    void Insert(const BSmartObj& object, std::uint32_t number)
     {
-        if (entry.queued)
+        if (number == PointerMap::kNone || m_objects[number].queued)
             return;
         m_queue.Append(number);
-        Hold(object, entry);
+        Hold(object, number);
     }
 
     /// An object waits, the file is good and no record is being written.
@@ -94,8 +94,9 @@ private:
         BString text;
     };
 
-    static void Hold(const BSmartObj& object, PointerMap::Entry& entry) noexcept
+    void Hold(const BSmartObj& object, std::uint32_t number) noexcept
     {
+        PointerMap::Entry& entry = m_objects[number];
         entry.pointer = &object;
         entry.queued = true;
         object.Ref();

@@ -237,7 +237,9 @@ TEST_F(PrivateProfile, FindsANameOfAnyLengthWithoutRegardToCase)
             const WideText front(length - 1, QD_W('m')), other(length - 1, QD_W('M'));
             ASSERT_TRUE(platform::ProfileUpdate(m_path).SetText(QD_W("S"), (front + small).c_str(),
                                                                 (front + QD_W("!")).c_str()));
-            EXPECT_EQ(Read(QD_W("s"), other + capital), front + QD_W("!")) << length;
+            const bool isFound = kIsOffWindows || small < 0x80; // Wine: ASCII only
+            EXPECT_EQ(Read(QD_W("s"), other + capital), isFound ? front + QD_W("!") : kNothing)
+                << length;
             EXPECT_EQ(Read(QD_W("s"), other + capital + QD_W("=")), kNothing) << length;
         }
     }

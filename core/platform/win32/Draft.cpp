@@ -9,10 +9,9 @@
 
 // As on the other platform: a few names follow from the file's, each belongs to one process at a
 // time, and whoever gets hold of a name where a file stands finds a dead owner's and removes it.
-// What differs is how a name is held. An open file cannot be moved, and `ReplaceFileW` wants it for
-// itself, so that an owner has it closed for a moment, in which it would look abandoned. So the
-// name is held by a mutex that is called like the draft. It is not locked, it only exists, once,
-// and goes with the process that made it.
+// What differs is how a name is held. An open file cannot be moved, so that an owner has it closed
+// for a moment, in which it would look abandoned. So the name is held by a mutex that is called
+// like the draft. It is not locked, it only exists, once, and goes with the process that made it.
 //
 // Its name tells no folder, as a folder has several paths. So a file of the same name elsewhere
 // that is saved at the same time takes the name, and what was left under it stays for the next

@@ -5,20 +5,27 @@
 #include "core/platform/win32/Handle.h"
 
 #include <windows.h>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
 #include <io.h>
+#include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
-// As on the other platform: a draft beside the file, synchronised before it is moved over it, so
-// that the file holds the old or the new content at any moment. What differs: `ReplaceFileW` keeps
-// what belongs to the old file (access list, attributes, dates), so nothing is copied to the draft
-// before; a folder cannot be synchronised, and `ReplaceFileW` does not write the move through, so
-// the file is synchronised once more in its place, and with it the journal of the file system; and
-// a file that somebody has open without sharing its deletion cannot be moved over, so the move is
-// tried for two seconds.
+// As on the other platform: a draft beside the file, which gets what belongs to the file (access
+// list, attributes, the date of its making) and is synchronised before it is moved over it, so that
+// the file holds the old or the new content at any moment. What differs: a folder cannot be
+// synchronised, so the file is synchronised once more in its place, and with it the journal of the
+// file system; and a file that somebody has open cannot be moved over, so the move is tried for two
+// seconds.
+//
+// `ReplaceFileW` would keep all that by itself, but in two steps: it moves the old file away before
+// the new one comes, and who dies between them leaves none under the name. So it is only for what
+// the draft cannot get, an encryption of its own for one, and at last for a file that others have
+// open and let be deleted.
 namespace platform {
 
 struct FileReplacement::State {
@@ -139,13 +146,52 @@ bool WriteOver(const std::wstring& target, std::FILE* draft, bool isSynchronised
            (!isSynchronised || SyncFile(file));
 }
 
-// The first keeps what belongs to the old file: its access list, its attributes, its date.
-bool TryToMoveOver(const std::wstring& target, bool isThere, const std::wstring& draft)
+// With what says whether it inherits from its folder.
+bool CopyAccessList(const std::wstring& from, const std::wstring& to)
 {
-    return (isThere && ::ReplaceFileW(target.c_str(), draft.c_str(), nullptr,
-                                      REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) ||
-           ::MoveFileExW(draft.c_str(), target.c_str(),
-                         MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    SECURITY_INFORMATION parts = DACL_SECURITY_INFORMATION;
+    DWORD size = 0;
+    ::GetFileSecurityW(from.c_str(), parts, nullptr, 0, &size);
+    const std::unique_ptr<std::byte[]> descriptor(new (std::nothrow) std::byte[size]);
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    if (descriptor == nullptr ||
+        !::GetFileSecurityW(from.c_str(), parts, descriptor.get(), size, &size) ||
+        !::GetSecurityDescriptorControl(descriptor.get(), &control, &revision))
+        return false;
+    parts |= (control & SE_DACL_PROTECTED) != 0 ? PROTECTED_DACL_SECURITY_INFORMATION
+                                                : UNPROTECTED_DACL_SECURITY_INFORMATION;
+    return ::SetFileSecurityW(to.c_str(), parts, descriptor.get()) != 0;
+}
+
+// What belongs to the file and not to its content.
+bool CopyProperties(const std::wstring& from, const std::wstring& to, int draft)
+{
+    constexpr DWORD kept =
+        FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+    WIN32_FILE_ATTRIBUTE_DATA old = {};
+    if (!::GetFileAttributesExW(from.c_str(), GetFileExInfoStandard, &old) ||
+        (old.dwFileAttributes & FILE_ATTRIBUTE_ENCRYPTED) != 0)
+        return false;
+    FILE_BASIC_INFO info = {}; // zeros change nothing
+    info.CreationTime.LowPart = old.ftCreationTime.dwLowDateTime;
+    info.CreationTime.HighPart = static_cast<LONG>(old.ftCreationTime.dwHighDateTime);
+    info.FileAttributes = FILE_ATTRIBUTE_ARCHIVE | (old.dwFileAttributes & kept);
+    auto* const handle = reinterpret_cast<HANDLE>(_get_osfhandle(draft));
+    return ::SetFileInformationByHandle(handle, FileBasicInfo, &info, sizeof info) &&
+           CopyAccessList(from, to);
+}
+
+bool Replace(const std::wstring& target, const std::wstring& draft)
+{
+    return ::ReplaceFileW(target.c_str(), draft.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS,
+                          nullptr, nullptr) != 0;
+}
+
+bool Move(const std::wstring& target, const std::wstring& draft)
+{
+    return ::MoveFileExW(draft.c_str(), target.c_str(),
+                         MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
 }
 
 bool IsInUse(DWORD error)
@@ -163,13 +209,22 @@ bool SyncMove(const std::wstring& target)
 }
 
 // Whoever has the old file open keeps it in place, mostly for moments.
-bool MoveOver(const std::wstring& target, bool isThere, Draft& draft, bool isSynchronised)
+bool MoveOver(const std::wstring& target, bool isThere, bool isAlike, Draft& draft,
+              bool isSynchronised)
 {
     constexpr int attempts = 100;
     constexpr DWORD pauseMs = 20;
-    for (int i = 0; !TryToMoveOver(target, isThere, draft.Path()); ++i) {
-        if (i == attempts || !IsInUse(::GetLastError()))
+    const auto tryIt = [&] {
+        return (!isAlike && Replace(target, draft.Path())) || Move(target, draft.Path());
+    };
+    for (int i = 0; !tryIt(); ++i) {
+        if (!IsInUse(::GetLastError()))
             return false;
+        if (i == attempts) {
+            if (!isThere || !Replace(target, draft.Path()))
+                return false;
+            break;
+        }
         ::Sleep(pauseMs);
     }
     draft.Release();
@@ -218,10 +273,13 @@ bool FileReplacement::Commit() noexcept
     if (stream == nullptr || std::ferror(stream) != 0 || std::fflush(stream) != 0)
         return false;
     const bool isSynchronised = state.sync == ESync::Yes;
+    const bool isAlike = !state.isBeside || !state.isThere ||
+                         CopyProperties(state.target, state.draft.Path(), _fileno(stream));
     const bool isReady = state.isBeside ? !isSynchronised || SyncFile(_fileno(stream))
                                         : WriteOver(state.target, stream, isSynchronised);
     return std::fclose(state.stream.release()) == 0 && isReady &&
-           (!state.isBeside || MoveOver(state.target, state.isThere, state.draft, isSynchronised));
+           (!state.isBeside ||
+            MoveOver(state.target, state.isThere, isAlike, state.draft, isSynchronised));
 }
 
 } // namespace platform

@@ -66,8 +66,13 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
     for (int waited = 0;; ++waited) {
         {
             const Turn turn;
-            if (!IsInUse(path, isReading))
-                return Stream(_wfsopen(path, mode, sharing));
+            if (!IsInUse(path, isReading)) {
+                ::SetLastError(ERROR_SUCCESS);
+                Stream stream(_wfsopen(path, mode, sharing));
+                // Who takes no turn may have come between.
+                if (stream || ::GetLastError() != ERROR_SHARING_VIOLATION)
+                    return stream;
+            }
         }
         if (waited >= waitMs)
             return nullptr;
