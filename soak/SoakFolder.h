@@ -42,7 +42,8 @@ inline int DraftCount(const std::filesystem::path& folder)
     int count = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
-        count += (name.starts_with(".qd") || name.starts_with("qd")) && name.ends_with(".tmp") ? 1 : 0;
+        count +=
+            (name.starts_with(".qd") || name.starts_with("qd")) && name.ends_with(".tmp") ? 1 : 0;
     }
     return count;
 }

@@ -108,9 +108,12 @@ public:
     void ReadFileHeader(BArchive& archive, FileHeader wanted);
     // Of the object's entry; `kNone` when there is none left and the archive's `ThrowError` did not
     // throw.
-    std::uint32_t NumberOf(const BArchive& owner, const void* object)
+    std::uint32_t NumberOf(const BArchive& owner, const BSmartObj& object)
     {
-        const std::uint32_t number = objects.FindOrAdd(object);
+        return Told(owner, objects.FindOrAdd(object));
+    }
+    static std::uint32_t Told(const BArchive& owner, std::uint32_t number)
+    {
         if (number == NArchive::PointerMap::kNone)
             owner.ThrowError();
         return number;
@@ -302,7 +305,7 @@ WString BArchive::Path() const
 void BArchive::Insert(BSmartObj* obj, const char* label)
 {
     if (m_impl->saver && obj != nullptr)
-        m_impl->saver->Insert(*obj, m_impl->NumberOf(*this, obj), label);
+        m_impl->saver->Insert(*obj, m_impl->NumberOf(*this, *obj), label);
 }
 
 SP<BSmartObj> BArchive::TakeOut(const char* label)
@@ -341,8 +344,10 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
     std::uint32_t number =
         m_impl->saver ? m_impl->saver->NumberIfCurrent(p) : NArchive::PointerMap::kNone;
     if (number == NArchive::PointerMap::kNone)
-        number = m_impl->NumberOf(*this, p);
-    return m_impl->objects.Mention(number);
+        number = Impl::Told(*this, m_impl->objects.FindOrAddAddress(p));
+    if (number == NArchive::PointerMap::kNone)
+        return 0;
+    return m_impl->objects.Mention(m_impl->objects[number]);
 }
 
 void* BArchive::IndexToPtr(std::uint64_t index) const noexcept
@@ -440,9 +445,13 @@ BArchive& BArchive::operator<<(const BSmartObj* object)
         return *this;
     std::uint32_t index = 0;
     if (object != nullptr) {
-        const std::uint32_t number = m_impl->NumberOf(*this, object);
-        index = m_impl->objects.Mention(number);
-        m_impl->saver->Insert(*object, number); // its record is written from it as it is then
+        const std::uint32_t number = m_impl->NumberOf(*this, *object);
+        if (number != NArchive::PointerMap::kNone) {
+            NArchive::PointerMap::Entry& entry = m_impl->objects[number];
+            index = m_impl->objects.Mention(entry);
+            // Its record is written from it as it is then.
+            m_impl->saver->Insert(*object, number, entry);
+        }
     }
     if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t))
         m_impl->Write(static_cast<std::uint32_t>(index));

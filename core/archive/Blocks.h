@@ -31,13 +31,9 @@ public:
     /// What is thrown for want of memory leaves all as it was.
     void Append(T element)
     {
-        const std::size_t block = m_count / kBlock;
-        if (block == m_blocks.size()) {
-            m_blocks.emplace_back();
-            if (block != 0)
-                m_blocks.back().reserve(kBlock);
-        }
-        m_blocks[block].push_back(std::move(element));
+        if (m_count % kBlock == 0)
+            AddBlock();
+        m_blocks.back().push_back(std::move(element));
         ++m_count;
     }
 
@@ -45,14 +41,24 @@ public:
     {
         assert(m_count != 0);
         --m_count;
-        m_blocks[m_count / kBlock].pop_back();
+        m_blocks.back().pop_back();
+        if (m_blocks.back().empty())
+            m_blocks.pop_back();
     }
 
 private:
     // Large enough for the system to take its memory back.
     static constexpr std::size_t kBlock = std::bit_floor(256 * 1024 / sizeof(T));
+    static constexpr std::size_t kFewest = 8;
 
-    std::vector<std::vector<T>> m_blocks; // only the last may be empty
+    void AddBlock()
+    {
+        std::vector<T> block;
+        block.reserve(m_count == 0 ? kFewest : kBlock);
+        m_blocks.push_back(std::move(block));
+    }
+
+    std::vector<std::vector<T>> m_blocks; // none is empty
     std::size_t m_count = 0;
 };
 

@@ -3,21 +3,9 @@
 #include "core/archive/BArchive.h"
 #include "core/base/BlockReader.h"
 
-#include <limits>
 #include <utility>
 
 namespace NArchive {
-
-void FieldWriter::PutText(std::string_view text)
-{
-    if (text.size() > std::numeric_limits<std::uint32_t>::max())
-        m_archive.ThrowError();
-    char tagAndLength[kTagAndLengthSize] = {kTextTag};
-    const auto length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(tagAndLength + 1, &length, sizeof length);
-    Put(tagAndLength, sizeof tagAndLength);
-    Put(text.data(), text.size());
-}
 
 void FieldWriter::HandOver()
 {
@@ -32,6 +20,11 @@ bool FieldWriter::MakeRoom(const void* bytes, std::uint64_t size)
         return true;
     m_archive.WriteMemoryBlock(bytes, size);
     return false;
+}
+
+void FieldWriter::RefuseText() const
+{
+    m_archive.ThrowError();
 }
 
 void WriteText(BArchive& archive, std::string_view text)

@@ -3,6 +3,7 @@
 #include <cassert>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,12 +38,23 @@ public:
         m_used += size;
     }
     /// `ThrowError()` where 32 bits do not hold the text's length.
-    void PutText(std::string_view text);
+    void PutText(std::string_view text)
+    {
+        if (text.size() > (std::numeric_limits<std::uint32_t>::max)())
+            RefuseText();
+        const auto length = static_cast<std::uint32_t>(text.size());
+        // Each at once to its place: the processor waits where it is to read bytes in another
+        // grouping than it has just written them in.
+        Put(&kTextTag, sizeof kTextTag);
+        Put(&length, sizeof length);
+        Put(text.data(), text.size());
+    }
     /// To be called at the end.
     void HandOver();
 
 private:
     [[nodiscard]] bool MakeRoom(const void* bytes, std::uint64_t size);
+    void RefuseText() const;
 
     BArchive& m_archive;
     std::uint64_t m_used = 0;

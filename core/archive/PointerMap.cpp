@@ -1,10 +1,29 @@
 #include "core/archive/PointerMap.h"
 
+#include "core/base/BSmartObj.h"
+
 #include <cassert>
+#include <utility>
+
+// Objects are found by their unique ids, as these follow one another where a document was built or
+// loaded in one go: a page has the places of 16 ids in a row, so that a look-up touches what the
+// one before has touched, and a table with a slot for each page stays small. By their addresses,
+// which a hash has to spread, a tree of millions of nodes missed the cache with each child.
+//
+// An id that two objects have, as copies all have 0, and an address of which nobody says that an
+// object is there, are beyond that. With the first of these all goes by address, at the cost of
+// building that table once.
 
 namespace NArchive {
 
 namespace {
+
+// One to one, so that it stands for the number; those in a row fall on different slots.
+std::uint32_t HashOfNumber(std::uint32_t number) noexcept
+{
+    number *= 0x9E3779B1u;
+    return number ^ number >> 15;
+}
 
 // The hash is not the seeded one: nobody but the allocator chooses addresses. Objects are 16 bytes
 // apart at least. Those of a group, 256 bytes of memory, stand side by side, which spares cache
@@ -15,7 +34,7 @@ namespace {
 // some of them dense and others empty, and where chance lays a few dense ones of 64 KiB over each
 // other there are thousands of steps to a free slot. Of two common factors this one had by far
 // fewer steps for objects at equal distances, from 16 bytes to a MiB.
-std::uint32_t HashOf(const void* pointer) noexcept
+std::uint32_t HashOfAddress(const void* pointer) noexcept
 {
     constexpr std::uint64_t factor = 0xD1B54A32D192ED03u;
     const std::uint64_t address = reinterpret_cast<std::uintptr_t>(pointer);
@@ -25,21 +44,80 @@ std::uint32_t HashOf(const void* pointer) noexcept
 
 } // namespace
 
-std::uint32_t PointerMap::FindOrAdd(const void* pointer)
+std::uint32_t PointerMap::FindOrAdd(const BSmartObj& object)
+{
+    if (m_goesByAddress)
+        return FindOrAddAddress(&object);
+    std::uint32_t& place = PlaceOf(static_cast<std::uint32_t>(object.UniqueID()));
+    if (place == 0) {
+        const std::uint32_t number = Append(&object);
+        place = number + 1; // none again for `kNone`
+        return number;
+    }
+    if (m_entries[place - 1].pointer == &object)
+        return place - 1;
+    return FindOrAddAddress(&object);
+}
+
+std::uint32_t PointerMap::FindOrAddAddress(const void* pointer)
 {
     assert(pointer != nullptr);
-    const std::uint32_t hash = HashOf(pointer);
-    Slot& slot = m_slots.FindOrFree(hash, [this, pointer](const Slot& other) {
-        return m_entries[other.place - 1].pointer == pointer;
-    });
+    if (!m_goesByAddress)
+        GoByAddress();
+    const std::uint32_t hash = HashOfAddress(pointer);
+    AddressSlot& slot = SlotOf(m_addresses, pointer, hash);
     if (!slot.IsFree())
         return slot.place - 1;
+    const std::uint32_t number = Append(pointer);
+    if (number != kNone)
+        m_addresses.Fill(slot, {number + 1, hash});
+    return number;
+}
+
+std::uint32_t& PointerMap::PlaceOf(std::uint32_t id)
+{
+    const std::uint32_t hash = HashOfNumber(id / kPageIds);
+    PageSlot& slot = m_pageSlots.FindOrFree(hash, [](const PageSlot&) { return true; });
+    if (slot.IsFree()) {
+        m_pages.Append({});
+        m_pageSlots.Fill(slot, {static_cast<std::uint32_t>(m_pages.Count()), hash});
+    }
+    return m_pages[slot.page - 1].places[id % kPageIds];
+}
+
+PointerMap::AddressSlot& PointerMap::SlotOf(Addresses& addresses, const void* pointer,
+                                            std::uint32_t hash) const
+{
+    return addresses.FindOrFree(hash, [this, pointer](const AddressSlot& other) {
+        return m_entries[other.place - 1].pointer == pointer;
+    });
+}
+
+std::uint32_t PointerMap::Append(const void* pointer)
+{
     if (m_entries.Count() >= kNone - 1)
         return kNone;
-    const auto number = static_cast<std::uint32_t>(m_entries.Count());
     m_entries.Append({pointer});
-    m_slots.Fill(slot, {number + 1, hash});
-    return number;
+    return static_cast<std::uint32_t>(m_entries.Count() - 1);
+}
+
+void PointerMap::GoByAddress()
+{
+    Addresses addresses;
+    addresses.Reserve(m_entries.Count());
+    for (std::uint32_t place = 1; place <= m_entries.Count(); ++place) {
+        const void* const pointer = m_entries[place - 1].pointer;
+        const std::uint32_t hash = HashOfAddress(pointer);
+        AddressSlot& slot = SlotOf(addresses, pointer, hash);
+        if (slot.IsFree())
+            addresses.Fill(slot, {place, hash});
+        else // the former object there was not queued, and is gone
+            slot.place = place;
+    }
+    m_addresses = std::move(addresses);
+    m_pageSlots.Clear();
+    m_pages = {};
+    m_goesByAddress = true;
 }
 
 } // namespace NArchive

@@ -7,13 +7,15 @@
 #include <cstdint>
 #include <limits>
 
+class BSmartObj;
+
 namespace NArchive {
 
-/// What an archive knows of the objects at addresses: their indices, 1, 2, ... in order of first
-/// mention (0 is null), and which are queued.
+/// What an archive knows of objects: their indices, 1, 2, ... in order of first mention (0 is
+/// null), and which are queued.
 ///
 /// The entries stand in the order in which they were made, and a table of their numbers finds them:
-/// where many slots are free, each had better be small.
+/// where many places are free, each had better be small.
 class PointerMap {
 public:
     struct Entry {
@@ -23,38 +25,63 @@ public:
     };
     static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
 
-    /// The number of the entry of `pointer`, which is not null; made without an index when there is
-    /// none. `kNone` when 32 bits hold no further number.
-    [[nodiscard]] std::uint32_t FindOrAdd(const void* pointer);
+    /// The number of the entry of `object`; made without an index when there is none. `kNone` when
+    /// 32 bits hold no further number. An object that is known here lives on, unless it was only
+    /// asked for by its address.
+    [[nodiscard]] std::uint32_t FindOrAdd(const BSmartObj& object);
+    /// The same for whatever is at `pointer`, which is not null.
+    [[nodiscard]] std::uint32_t FindOrAddAddress(const void* pointer);
 
     /// Good until the next entry is made.
     [[nodiscard]] Entry& operator[](std::uint32_t number) noexcept { return m_entries[number]; }
 
-    /// The entry's index; it gets the next one unless it has one. 0 for `kNone`.
-    [[nodiscard]] std::uint32_t Mention(std::uint32_t number) noexcept
+    /// The entry's index; it gets the next one unless it has one.
+    [[nodiscard]] std::uint32_t Mention(Entry& entry) noexcept
     {
-        if (number == kNone)
-            return 0;
         // There are as many entries as indices at least, so 32 bits hold the next.
-        Entry& entry = m_entries[number];
         if (entry.index == 0)
             entry.index = ++m_lastIndex;
         return entry.index;
     }
 
 private:
-    struct Slot {
-        std::uint32_t place = 0; // number of the entry + 1
-        std::uint32_t hash = 0;  // so that only the entry wanted is looked at
+    // Places are numbers of entries + 1, and 0 where there is none.
+
+    static constexpr std::uint32_t kPageIds = 16;
+    struct Page {
+        std::uint32_t places[kPageIds] = {};
+    };
+    struct PageSlot {
+        std::uint32_t page = 0; // its number + 1
+        std::uint32_t hash = 0; // of what its ids have in common, which it tells from all others
+
+        [[nodiscard]] bool IsFree() const noexcept { return page == 0; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
+    };
+    struct AddressSlot {
+        std::uint32_t place = 0;
+        std::uint32_t hash = 0; // so that only the entry wanted is looked at
 
         [[nodiscard]] bool IsFree() const noexcept { return place == 0; }
         [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
         [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
+    using Addresses = platform::ProbeTable<AddressSlot>;
+
+    [[nodiscard]] std::uint32_t& PlaceOf(std::uint32_t id);
+    [[nodiscard]] AddressSlot& SlotOf(Addresses& addresses, const void* pointer,
+                                      std::uint32_t hash) const;
+    [[nodiscard]] std::uint32_t Append(const void* pointer);
+    void GoByAddress();
 
     Blocks<Entry> m_entries;
-    platform::ProbeTable<Slot> m_slots;
     std::uint32_t m_lastIndex = 0;
+    bool m_goesByAddress = false;
+    // Either finds the entries.
+    platform::ProbeTable<PageSlot> m_pageSlots;
+    Blocks<Page> m_pages;
+    Addresses m_addresses;
 };
 
 } // namespace NArchive

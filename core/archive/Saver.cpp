@@ -34,11 +34,14 @@ Saver::~Saver()
 // must not come back as that of another object, which would get the first one's index.
 void Saver::Insert(const BSmartObj& object, std::uint32_t number, const char* label)
 {
+    if (number == PointerMap::kNone)
+        return;
+    PointerMap::Entry& entry = m_objects[number];
     if (label == nullptr || *label == '\0') {
-        Insert(object, number);
+        Insert(object, number, entry);
         return;
     }
-    if (number == PointerMap::kNone || m_objects[number].queued || m_labels.contains(label))
+    if (entry.queued || m_labels.contains(label))
         return;
     const std::size_t place = m_queue.Count();
     m_queue.Append(number);
@@ -48,7 +51,7 @@ void Saver::Insert(const BSmartObj& object, std::uint32_t number, const char* la
         m_queue.RemoveLast(); // or a second try would find the object queued
         throw;
     }
-    Hold(object, number);
+    Hold(object, entry);
 }
 
 void Saver::Keep(const char* label, std::size_t place)

@@ -33,13 +33,13 @@ public:
     /// Queues `object`, of which `number` is the entry, unless it is queued already or another has
     /// the label, which may be null. `PointerMap::kNone` is ignored.
     void Insert(const BSmartObj& object, std::uint32_t number, const char* label);
-    /// The same without a label.
-    void Insert(const BSmartObj& object, std::uint32_t number)
+    /// The same without a label, for who has the entry of that number at hand.
+    void Insert(const BSmartObj& object, std::uint32_t number, PointerMap::Entry& entry)
     {
-        if (number == PointerMap::kNone || m_objects[number].queued)
+        if (entry.queued)
             return;
         m_queue.Append(number);
-        Hold(object, number);
+        Hold(object, entry);
     }
 
     /// An object waits, the file is good and no record is being written.
@@ -94,9 +94,8 @@ private:
         BString text;
     };
 
-    void Hold(const BSmartObj& object, std::uint32_t number) noexcept
+    static void Hold(const BSmartObj& object, PointerMap::Entry& entry) noexcept
     {
-        PointerMap::Entry& entry = m_objects[number];
         entry.pointer = &object;
         entry.queued = true;
         object.Ref();

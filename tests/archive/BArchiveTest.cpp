@@ -206,6 +206,50 @@ TEST_F(BArchiveTest, SharedObjectsAreWrittenOnceAndSharedAgain)
     second->m_links.clear();
 }
 
+// Copies have one id, and of an address nobody says what is there.
+TEST_F(BArchiveTest, EachObjectHasOneIndexHoweverItIsToldFromOthers)
+{
+    const SP<ArchiveItem> item(new ArchiveItem(1));
+    const SP<ArchiveItem> copy(new ArchiveItem(*item)), other(new ArchiveItem(*item));
+    copy->m_value = 2;
+    other->m_value = 3;
+    const SP<ArchiveItem> holder(new ArchiveItem(4, {item, copy, item, other, copy, other, item}));
+    const std::string records = ItemRecord("1", "", ItemBytes(4, {2, 3, 2, 4, 3, 4, 2})) +
+                                ItemRecord("2", "", ItemBytes(1)) +
+                                ItemRecord("3", "", ItemBytes(2)) +
+                                ItemRecord("4", "", ItemBytes(3));
+    EXPECT_EQ(Written([&](BArchive& archive) { archive.Insert(holder.Get(), nullptr); }),
+              kHeader + records);
+    EXPECT_EQ(Written([&](BArchive& archive) {
+                  archive << holder.Get();
+                  EXPECT_EQ(archive.MapPointerToIndex(holder.Get()), 1U);
+                  EXPECT_EQ(archive.MapPointerToIndex(item.Get()), 2U);
+              }),
+              kHeader + BytesOf(std::uint64_t{1}) + records);
+}
+
+TEST_F(BArchiveTest, AnObjectThatWasNotQueuedLeavesItsAddressToTheNext)
+{
+    alignas(ArchiveItem) std::byte place[sizeof(ArchiveItem)];
+    const SP<ArchiveItem> copied(new ArchiveItem(1));
+    const SP<ArchiveItem> copy(new ArchiveItem(*copied)), other(new ArchiveItem(*copied));
+    ArchiveItem* next = nullptr;
+    EXPECT_EQ(Written([&](BArchive& archive) {
+                  archive.Insert(copied.Get(), "a");
+                  auto* const refused = ::new (place) ArchiveItem(2);
+                  archive.Insert(refused, "a"); // which is taken
+                  refused->~ArchiveItem();
+                  next = ::new (place) ArchiveItem(3);
+                  next->Ref();
+                  archive << next << copy.Get() << other.Get() << next;
+              }),
+              kHeader + BytesOf(std::uint64_t{1}) + BytesOf(std::uint64_t{2}) +
+                  BytesOf(std::uint64_t{3}) + BytesOf(std::uint64_t{1}) +
+                  ItemRecord("4", "a", ItemBytes(1)) + ItemRecord("1", "", ItemBytes(3)) +
+                  ItemRecord("2", "", ItemBytes(1)) + ItemRecord("3", "", ItemBytes(1)));
+    next->~ArchiveItem();
+}
+
 TEST_F(BArchiveTest, KeepsEveryKindOfValue)
 {
     using Values = std::tuple<BString, WString, int, float, double, char, unsigned short,
