@@ -88,7 +88,7 @@ bool WriteBinary(const fs::path& folder, int writer, int number)
     profile.WriteInt(QD_W("Writer"), writer);
     for (int i = 0; i < kPieces; ++i)
         profile.WriteInt(i, kKey, number);
-    return true;
+    return profile.Save();
 }
 
 /// That of the writer who saved last; -1 when it is torn.
