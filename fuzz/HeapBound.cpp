@@ -1,7 +1,7 @@
 // Counts what is allocated. Under the address sanitizer that calls hooks; otherwise the linker
 // turns calls of malloc and its kind into calls of the functions here (`--wrap`), where `new` comes
-// along, too. Blocks of other modules, which only end here, make the count too low and never too
-// high.
+// along (NewByMalloc.cpp). Blocks of other modules, which only end here, make the count too low and
+// never too high.
 //
 // The heap is meant: what a file makes of the stack, the sanitizers and the system bound.
 
@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
 # define QD_HAS_HOOKS 1
@@ -81,14 +80,6 @@ void* Counted(void* block) noexcept
     return block;
 }
 
-void* New(std::size_t size)
-{
-    void* const block = std::malloc(size != 0 ? size : 1);
-    if (block == nullptr)
-        throw std::bad_alloc();
-    return block;
-}
-
 } // namespace
 
 extern "C" {
@@ -121,36 +112,6 @@ void __wrap_free(void* block)
     Subtract(SizeOf(block));
     __real_free(block);
 }
-}
-
-void* operator new(std::size_t size)
-{
-    return New(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return New(size);
-}
-
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::size_t) noexcept
-{
-    std::free(block);
 }
 
 #endif

@@ -3,9 +3,7 @@
 #include "core/platform/SmallBlocks.h"
 
 #include <cstddef>
-#include <cstdlib>
 #include <limits>
-#include <new>
 
 // The linker turns calls of malloc and its kind into calls of these (`--wrap`), so that the program
 // is free to fail them on either system and under the sanitizers. Plain variables: an object of
@@ -46,14 +44,6 @@ const bool g_hasThrown = [] {
     return true;
 }();
 
-void* New(std::size_t size)
-{
-    void* const block = std::malloc(size != 0 ? size : 1);
-    if (block == nullptr)
-        throw std::bad_alloc();
-    return block;
-}
-
 } // namespace
 
 extern "C" {
@@ -75,49 +65,6 @@ void* __wrap_realloc(void* block, std::size_t size)
 {
     return Fails() ? nullptr : __real_realloc(block, size);
 }
-}
-
-void* operator new(std::size_t size)
-{
-    return New(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return New(size);
-}
-
-// Not left to the others, as a sanitizer brings its own.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-try {
-    return New(size);
-} catch (const std::bad_alloc&) {
-    return nullptr;
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
-{
-    return operator new(size, tag);
-}
-
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
-
-void operator delete[](void* block, std::size_t) noexcept
-{
-    std::free(block);
 }
 
 FailingAllocations::FailingAllocations(std::uint64_t first, ERange range) noexcept
