@@ -7,37 +7,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
 using EKind = Field::EKind;
 
-const Vocabulary& Words()
-{
-    static const Vocabulary words = {.texts = {"class BNode",
-                                               "class BBitArray",
-                                               "class Item",
-                                               "class Part",
-                                               "class Eager",
-                                               "class Doc",
-                                               "class BArchive",
-                                               "BNode",
-                                               "",
-                                               "1",
-                                               "2",
-                                               "3",
-                                               "4",
-                                               "5",
-                                               "6",
-                                               "7",
-                                               "8",
-                                               "9",
-                                               "a",
-                                               "label1",
-                                               "label2"},
-                                     .numbers = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}};
-    return words;
-}
+constexpr std::size_t kFields = 26; // of the longest record
 
 // What stands in a record of an application's own class.
 void TakeContent(FieldReader& reader, Record& record, std::uint64_t version, std::size_t reference)
@@ -87,7 +63,36 @@ void TakePayload(std::string_view payload, std::string_view className, std::uint
     record.push_back(reader.Take(EKind::Bytes));
 }
 
-std::optional<Records> ParseArchive(std::string_view bytes)
+} // namespace
+
+const Vocabulary& Words()
+{
+    static const Vocabulary words = {.texts = {"class BNode",
+                                               "class BBitArray",
+                                               "class Item",
+                                               "class Part",
+                                               "class Eager",
+                                               "class Doc",
+                                               "class BArchive",
+                                               "BNode",
+                                               "",
+                                               "1",
+                                               "2",
+                                               "3",
+                                               "4",
+                                               "5",
+                                               "6",
+                                               "7",
+                                               "8",
+                                               "9",
+                                               "a",
+                                               "label1",
+                                               "label2"},
+                                     .numbers = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}};
+    return words;
+}
+
+std::optional<Records> ParseFile(std::string_view bytes)
 {
     FieldReader reader(bytes);
     Records records(1);
@@ -99,6 +104,7 @@ std::optional<Records> ParseArchive(std::string_view bytes)
     const std::size_t sizeWidth = format >= 8 ? 8 : 4, reference = format >= 7 ? 8 : 4;
     while (reader.isWhole && !reader.Left().empty()) {
         Record record;
+        record.reserve(kFields);
         for (int text = 0; text < 3; ++text)
             record.push_back(reader.Take(EKind::TaggedText));
         record.push_back(reader.Take(EKind::Number, 4));
@@ -106,25 +112,7 @@ std::optional<Records> ParseArchive(std::string_view bytes)
         const std::string_view payload = reader.TakeBytes(NumberIn(record.back().bytes));
         const std::string className = record[2].bytes;
         TakePayload(payload, className, NumberIn(record[3].bytes), reference, record);
-        records.push_back(record);
+        records.push_back(std::move(record));
     }
     return reader.isWhole ? std::optional(records) : std::nullopt;
-}
-
-} // namespace
-
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
-                                               std::size_t mostSize, unsigned int seed)
-{
-    return MutateRecords(data, size, mostSize, seed, &ParseArchive, Words());
-}
-
-extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* first, std::size_t firstSize,
-                                                 const std::uint8_t* second, std::size_t secondSize,
-                                                 std::uint8_t* out, std::size_t mostSize,
-                                                 unsigned int seed)
-{
-    return CrossRecords({reinterpret_cast<const char*>(first), firstSize},
-                        {reinterpret_cast<const char*>(second), secondSize}, out, mostSize, seed,
-                        &ParseArchive);
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -14,15 +15,6 @@ using EKind = Field::EKind;
 using namespace std::string_literals;
 
 constexpr std::uint64_t kNarrowKeys = 0x59414C05, kWideKeys = 0x69414C06;
-
-const Vocabulary& Words()
-{
-    static const Vocabulary words = {.texts = {"", "[default]a", "[default]width", "[]",
-                                               "[\0d\0e\0f\0a\0u\0l\0t\0]\0a\0"s,
-                                               "[\0d\0e\0f\0a\0u\0l\0t\0]\0w\0i\0d\0t\0h\0"s},
-                                     .numbers = {0, 1, 2, 3, 4, 5, 6, 7, kNarrowKeys, kWideKeys}};
-    return words;
-}
 
 // The value of a type, and mere bytes for one that there is not.
 Field TakeValue(FieldReader& reader, std::uint64_t type)
@@ -38,7 +30,18 @@ Field TakeValue(FieldReader& reader, std::uint64_t type)
     }
 }
 
-std::optional<Records> ParseProfile(std::string_view bytes)
+} // namespace
+
+const Vocabulary& Words()
+{
+    static const Vocabulary words = {.texts = {"", "[default]a", "[default]width", "[]",
+                                               "[\0d\0e\0f\0a\0u\0l\0t\0]\0a\0"s,
+                                               "[\0d\0e\0f\0a\0u\0l\0t\0]\0w\0i\0d\0t\0h\0"s},
+                                     .numbers = {0, 1, 2, 3, 4, 5, 6, 7, kNarrowKeys, kWideKeys}};
+    return words;
+}
+
+std::optional<Records> ParseFile(std::string_view bytes)
 {
     FieldReader reader(bytes);
     Records records = {{reader.Take(EKind::Number, 4)}};
@@ -46,25 +49,7 @@ std::optional<Records> ParseProfile(std::string_view bytes)
     while (reader.isWhole && !reader.Left().empty()) {
         Record record = {reader.Take(EKind::Text, width), reader.Take(EKind::Number, 4)};
         record.push_back(TakeValue(reader, NumberIn(record.back().bytes)));
-        records.push_back(record);
+        records.push_back(std::move(record));
     }
     return reader.isWhole ? std::optional(records) : std::nullopt;
-}
-
-} // namespace
-
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
-                                               std::size_t mostSize, unsigned int seed)
-{
-    return MutateRecords(data, size, mostSize, seed, &ParseProfile, Words());
-}
-
-extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* first, std::size_t firstSize,
-                                                 const std::uint8_t* second, std::size_t secondSize,
-                                                 std::uint8_t* out, std::size_t mostSize,
-                                                 unsigned int seed)
-{
-    return CrossRecords({reinterpret_cast<const char*>(first), firstSize},
-                        {reinterpret_cast<const char*>(second), secondSize}, out, mostSize, seed,
-                        &ParseProfile);
 }

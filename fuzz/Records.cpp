@@ -141,7 +141,7 @@ void ChangeOrder(Records& records, Random& random)
     }
 }
 
-std::size_t Put(const std::string& bytes, std::uint8_t* out, std::size_t mostSize)
+std::size_t Put(std::string_view bytes, std::uint8_t* out, std::size_t mostSize)
 {
     const std::size_t size = (std::min)(bytes.size(), mostSize);
     std::memcpy(out, bytes.data(), size);
@@ -196,36 +196,41 @@ std::string Printed(const Records& records)
     return out;
 }
 
-std::size_t MutateRecords(std::uint8_t* data, std::size_t size, std::size_t mostSize,
-                          unsigned int seed, Parse parse, const Vocabulary& words)
+// libFuzzer asks for these by name.
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t mostSize, unsigned int seed)
 {
     Random random(seed);
     std::optional<Records> records;
     if (!random.IsOneOf(5))
-        records = parse({reinterpret_cast<const char*>(data), size});
+        records = ParseFile({reinterpret_cast<const char*>(data), size});
     if (!records)
         return LLVMFuzzerMutate(data, size, mostSize);
     for (std::size_t changes = 1 + random.Below(3); changes > 0; --changes) {
         if (records->size() > 1 && random.IsOneOf(4))
             ChangeOrder(*records, random);
         else if (Record& record = random.In(*records); !record.empty())
-            Change(random.In(record), random, words);
+            Change(random.In(record), random, Words());
     }
     return Put(Printed(*records), data, mostSize);
 }
 
-std::size_t CrossRecords(std::string_view first, std::string_view second, std::uint8_t* out,
-                         std::size_t mostSize, unsigned int seed, Parse parse)
+extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* first, std::size_t firstSize,
+                                                 const std::uint8_t* second, std::size_t secondSize,
+                                                 std::uint8_t* out, std::size_t mostSize,
+                                                 unsigned int seed)
 {
     Random random(seed);
-    std::optional<Records> records = parse(first);
-    const std::optional<Records> others = parse(second);
+    const std::string_view other(reinterpret_cast<const char*>(second), secondSize);
+    std::optional<Records> records = ParseFile({reinterpret_cast<const char*>(first), firstSize});
+    const std::optional<Records> others = ParseFile(other);
     if (!records || !others)
-        return Put(std::string(second), out, mostSize);
-    for (const Record& other : *others) {
+        return Put(other, out, mostSize);
+    for (const Record& record : *others) {
         const auto place = static_cast<std::ptrdiff_t>(1 + random.Below(records->size()));
-        if (&other != &others->front() && random.IsOneOf(2))
-            records->insert(records->begin() + place, other);
+        if (&record != &others->front() && random.IsOneOf(2))
+            records->insert(records->begin() + place, record);
     }
     return Put(Printed(*records), out, mostSize);
 }

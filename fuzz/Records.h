@@ -58,11 +58,8 @@ struct Vocabulary {
     std::vector<std::uint64_t> numbers;
 };
 
-/// The two custom entries of libFuzzer, for a format that `parse` takes apart: none for a file that
-/// it cannot. The first record is the file's header.
-using Parse = std::optional<Records> (*)(std::string_view bytes);
-[[nodiscard]] std::size_t MutateRecords(std::uint8_t* data, std::size_t size, std::size_t mostSize,
-                                        unsigned int seed, Parse parse, const Vocabulary& words);
-[[nodiscard]] std::size_t CrossRecords(std::string_view first, std::string_view second,
-                                       std::uint8_t* out, std::size_t mostSize, unsigned int seed,
-                                       Parse parse);
+// What the mutator of a format has.
+
+[[nodiscard]] const Vocabulary& Words();
+/// None for a file that is not whole. The first record is the file's header.
+[[nodiscard]] std::optional<Records> ParseFile(std::string_view bytes);
