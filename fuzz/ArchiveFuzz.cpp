@@ -239,7 +239,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string input(data, data + size);
     WriteFileBytes(folder / "input", input);
     const std::string first = Reload(folder, input, "input", "", "first");
+    if (!IsNew(first))
+        return 0;
     const std::string second = Reload(folder, first, "first", "label", "second");
-    Require(Reload(folder, second, "second", "label", "third") == second);
+    Require(second == first || Reload(folder, second, "second", "label", "third") == second);
     return 0;
 }

@@ -35,8 +35,7 @@ void TryRules(const WideText& folder, const WideText& path)
         Require(platform::FindFileSpec(path, style) <= path.size());
         const std::optional<WideText> both = platform::CombinePaths(folder, path, style);
         // What is resolved stays as it is.
-        if (both && both->size() < 200)
-            Require(platform::CombinePaths(folder, *both, style).has_value());
+        Require(!both || platform::CombinePaths({}, *both, style) == both);
     }
 }
 
