@@ -47,7 +47,7 @@ public:
     }
 
     // A file that is made is of the kind that it should be, and whole unless it is a mere copy in
-    // another encoding, or has texts or labels that stand twice.
+    // another encoding, or has texts that stand twice.
     void Make(ECommand command, EKind kind, Options options = {}) const
     {
         options.newPath = Name("new");
@@ -60,7 +60,7 @@ public:
             made.path = options.newPath;
             const int madeCode = Inspect(made);
             const bool isCopy = command == ECommand::Convert && options.newKind == EKind::Unknown;
-            const bool mayTell = isCopy || kind == EKind::Language || kind == EKind::Archive;
+            const bool mayTell = isCopy || kind == EKind::Language;
             Require(madeCode == kWhole || (mayTell && madeCode == kDamaged));
         }
         Require(std::filesystem::remove(m_folder / "new") == (code != kNothing));

@@ -253,9 +253,8 @@ std::optional<BitPicture> ArchiveFile::Picture(const RecordHead& head, std::int6
             const std::int64_t number =
                 row * height / picture.rows * width + column * width / picture.columns;
             m_file.MoveTo(data + static_cast<std::uint64_t>(number) * cellSize);
-            if (!m_file.Read(cell.data(), cell.size()))
-                cell.assign(cell.size(), '\0');
-            picture.bytes += cell;
+            const bool isCellRead = m_file.Read(cell.data(), cell.size());
+            picture.bytes += isCellRead ? cell : std::string(cell.size(), '\0');
         }
     }
     m_file.MoveTo(head.payload);

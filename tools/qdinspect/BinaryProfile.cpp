@@ -66,9 +66,8 @@ std::string ValueText(const BVariant& value)
         return "block of " + BlockText(*block);
     if (const auto* truth = dynamic_cast<const TVariant<bool>*>(&value))
         return truth->Value() ? "bool true" : "bool false";
-    if (const auto* wide = dynamic_cast<const TVariant<WString>*>(&value))
-        return "text " + Quoted(platform::WideView(wide->Value().CStr()));
-    return "value";
+    const auto& wide = dynamic_cast<const TVariant<WString>&>(value);
+    return "text " + Quoted(platform::WideView(wide.Value().CStr()));
 }
 
 Json ValueEntry(const BVariant& value)
@@ -83,9 +82,8 @@ Json ValueEntry(const BVariant& value)
         return {{"type", "block"}, {"value", Hex(*block, block->Size(), "")}};
     if (const auto* truth = dynamic_cast<const TVariant<bool>*>(&value))
         return {{"type", "bool"}, {"value", truth->Value()}};
-    if (const auto* wide = dynamic_cast<const TVariant<WString>*>(&value))
-        return {{"type", "text"}, {"value", Utf8(platform::WideView(wide->Value().CStr()))}};
-    return Json::object();
+    const auto& wide = dynamic_cast<const TVariant<WString>&>(value);
+    return {{"type", "text"}, {"value", Utf8(platform::WideView(wide.Value().CStr()))}};
 }
 
 // A value is whole when the bytes from `start` to the reader's position are those that it writes.

@@ -9,8 +9,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 // A new archive of what is whole in a damaged one.
@@ -19,8 +22,10 @@
 // first copies the whole records, those behind a broken one, too, into a file beside the new one.
 // That is an archive whose records can be surveyed: the second step copies it, with a 0 for each
 // reference that leads nowhere, and for each child that stands in two lists or below itself, as a
-// program would refuse these. Nodes that nobody holds any more go under a node "recovered". It
-// takes the place of the first labelled record that was lost, so that a program finds it.
+// program would refuse these. Of two objects with one label the later keeps it, as it is the one
+// that programs find. Nodes that nobody holds any more go under a node "recovered". It takes the
+// place of the first labelled record that was lost, so that a program finds it, unless another has
+// that label.
 
 namespace {
 
@@ -41,8 +46,10 @@ private:
     void FindFaults(ArchiveFile& archive, std::uint64_t start, const RecordUses& uses);
     void FindFaults(ArchiveFile& archive, const NodeFields& node, std::uint32_t number,
                     const RecordUses& uses);
+    void TakeLabel(const RecordHead& head, std::uint32_t number);
     void FindOrphans(ArchiveFile& archive, const RecordUses& uses);
-    void WriteRecoveredNode(NewFile& out) const;
+    [[nodiscard]] std::string FreeLabel() const;
+    void WriteRecoveredNode(NewFile& out, std::uint64_t freeIndex) const;
 
     BlockReader& m_file;
     std::ostream& m_messages;
@@ -52,18 +59,19 @@ private:
     std::uint64_t m_lastIndex = 0;
     std::uint64_t m_copied = 0;
     bool m_hasLost = false;
-    // What is left out, in the order of the file, and zeros in its place.
+    enum class EEdited { Record, Label, Reference };
+    // What is left out, and zeros in its place.
     struct Edit {
+        EEdited what;
         std::uint64_t position;
         std::uint64_t size;
         std::uint64_t zeros;
-
-        [[nodiscard]] bool IsReference() const { return zeros != 0; }
     };
 
     std::vector<Edit> m_edits;
-    std::vector<bool> m_isHeld;           // by the record's number
-    std::vector<std::uint64_t> m_orphans; // indices
+    std::map<std::string, std::pair<std::uint32_t, Edit>> m_labels; // who has each; taken from it
+    std::vector<bool> m_isHeld;                                     // by the record's number
+    std::vector<std::uint64_t> m_orphans;                           // indices
 };
 
 bool ArchiveRecovery::CopyWholeRecords(NewFile& out)
@@ -131,6 +139,7 @@ bool ArchiveRecovery::Mend(BlockReader& part, NewFile& out)
     const RecordUses uses = SurveyRecords(archive, report);
     FindFaults(archive, start, uses);
     FindOrphans(archive, uses);
+    std::ranges::sort(m_edits, {}, &Edit::position);
     part.MoveTo(0);
     for (const Edit& edit : m_edits) {
         out.Copy(part, edit.position);
@@ -138,11 +147,14 @@ bool ArchiveRecovery::Mend(BlockReader& part, NewFile& out)
         part.MoveTo(edit.position + edit.size);
     }
     out.Copy(part, part.Size());
-    const auto references = std::ranges::count_if(m_edits, &Edit::IsReference);
+    const auto references = std::ranges::count(m_edits, EEdited::Reference, &Edit::what);
     m_messages << references << " references to lost or misplaced objects are taken out\n";
     if (m_orphans.empty())
         return part.IsGood();
-    WriteRecoveredNode(out);
+    std::uint64_t freeIndex = m_lastIndex + 1;
+    while (freeIndex == 0 || archive.Find(freeIndex) != ArchiveFile::kNone) // behind the largest
+        ++freeIndex;
+    WriteRecoveredNode(out, freeIndex);
     m_messages << m_orphans.size() << " nodes stand below a node \"recovered\"\n";
     return part.IsGood();
 }
@@ -159,9 +171,11 @@ void ArchiveRecovery::FindFaults(ArchiveFile& archive, std::uint64_t start, cons
         if (archive.FindText(head.indexText) != number) {
             m_messages << "the first object " << Quoted(head.indexText) << " is lost\n";
             m_isHeld[number] = true;
-            m_edits.push_back({head.position, head.payload + head.payloadSize - head.position, 0});
-        } else if (uses.isNode[number]) {
-            if (const std::optional<NodeFields> node = archive.Node(head))
+            m_edits.push_back({EEdited::Record, head.position,
+                               head.payload + head.payloadSize - head.position, 0});
+        } else {
+            TakeLabel(head, number);
+            if (const auto node = uses.isNode[number] ? archive.Node(head) : std::nullopt)
                 FindFaults(archive, *node, number, uses);
         }
         part.MoveTo(head.payload + head.payloadSize);
@@ -181,7 +195,7 @@ void ArchiveRecovery::FindFaults(ArchiveFile& archive, const NodeFields& node, s
         const bool isFault = found == ArchiveFile::kNone ||
                              (isChild && (uses.parents[found] != number || m_isHeld[found]));
         if (isFault)
-            m_edits.push_back({at, referenceSize, referenceSize});
+            m_edits.push_back({EEdited::Reference, at, referenceSize, referenceSize});
         else if (isChild) // an object may be an annotation in many places
             m_isHeld[found] = true;
     };
@@ -192,22 +206,49 @@ void ArchiveRecovery::FindFaults(ArchiveFile& archive, const NodeFields& node, s
     }
 }
 
+void ArchiveRecovery::TakeLabel(const RecordHead& head, std::uint32_t number)
+{
+    if (head.label.empty())
+        return;
+    constexpr std::uint64_t lengthSize = NArchive::kTagAndLengthSize - 1;
+    const std::uint64_t place =
+        head.position + NArchive::kTagAndLengthSize + head.indexText.size() + 1;
+    const std::pair taken(number,
+                          Edit{EEdited::Label, place, lengthSize + head.label.size(), lengthSize});
+    const auto [found, isFirst] = m_labels.try_emplace(head.label, taken);
+    if (isFirst)
+        return;
+    m_messages << "the first label " << Quoted(head.label) << " is lost\n";
+    m_edits.push_back(std::exchange(found->second, taken).second);
+}
+
 // The object with index 1 is mostly the document's root, which a program asks for.
 void ArchiveRecovery::FindOrphans(ArchiveFile& archive, const RecordUses& uses)
 {
     if (!m_hasLost && m_edits.empty())
         return;
+    const std::uint64_t most =
+        NArchive::ReferenceSize(m_header.formatVersion) == 4 ? UINT32_MAX : UINT64_MAX;
     for (std::uint32_t number = 0; number < uses.isNode.size(); ++number) {
         if (!uses.isNode[number] || m_isHeld[number])
             continue;
         const RecordHead head = archive.Head(number);
         const std::optional<std::uint64_t> index = NArchive::IndexOfText(head.indexText);
-        if (head.label.empty() && index && *index > 1)
+        const bool isFound = !head.label.empty() && m_labels.at(head.label).first == number;
+        if (!isFound && index && *index > 1 && *index <= most)
             m_orphans.push_back(*index);
     }
 }
 
-void ArchiveRecovery::WriteRecoveredNode(NewFile& out) const
+std::string ArchiveRecovery::FreeLabel() const
+{
+    std::string label = m_lostLabel.empty() ? "recovered" : m_lostLabel;
+    for (int i = 1; m_labels.contains(label); ++i)
+        label = i == 1 ? "recovered" : "recovered " + std::to_string(i);
+    return label;
+}
+
+void ArchiveRecovery::WriteRecoveredNode(NewFile& out, std::uint64_t freeIndex) const
 {
     constexpr std::string_view text = "recovered";
     const std::size_t referenceSize = NArchive::ReferenceSize(m_header.formatVersion);
@@ -235,8 +276,8 @@ void ArchiveRecovery::WriteRecoveredNode(NewFile& out) const
     append(none, sizeof(std::int32_t)); // annotations
     const std::string payload = std::move(bytes);
     bytes.clear();
-    appendText(IndexText(m_lastIndex + 1));
-    appendText(m_lostLabel.empty() ? text : std::string_view(m_lostLabel));
+    appendText(IndexText(freeIndex));
+    appendText(FreeLabel());
     appendText("class BNode");
     append(NNode::kPayloadVersion, sizeof(std::int32_t));
     append(std::uint64_t{payload.size()}, m_header.formatVersion >= 8 ? 8 : 4);
