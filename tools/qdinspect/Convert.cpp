@@ -48,13 +48,13 @@ WString Text(WideView text)
 class NewProfile {
 public:
     explicit NewProfile(const WideText& path)
-        : m_path(path)
+        : m_path(QDToStdPath(path.c_str()))
     {}
     ~NewProfile()
     {
         std::error_code ignored;
         if (!m_isKept)
-            std::filesystem::remove(QDToStdPath(m_path.c_str()), ignored);
+            std::filesystem::remove(m_path, ignored);
     }
     NewProfile(const NewProfile&) = delete;
     NewProfile& operator=(const NewProfile&) = delete;
@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    WideText m_path;
+    std::filesystem::path m_path; // made at once, as that takes memory
     bool m_isKept = false;
 };
 
@@ -129,9 +129,7 @@ bool TextProfileWriter::WriteValue(const WString& key, const BVariant& value)
         return WriteBlock(key, *block);
     if (const auto* narrow = dynamic_cast<const TVariant<BString>*>(&value))
         return WriteText(key, WString(narrow->Value()));
-    if (const auto* wide = dynamic_cast<const TVariant<WString>*>(&value))
-        return WriteText(key, wide->Value());
-    return false;
+    return WriteText(key, dynamic_cast<const TVariant<WString>&>(value).Value());
 }
 
 // With a point or an exponent, so that it is not taken for an int; with all digits that it needs.
@@ -229,7 +227,7 @@ EOutcome ConvertToTextProfile(BlockReader& file, const WideText& newPath, std::o
 
 namespace {
 
-// What tells whether it was saved.
+// `Save` makes no file of a profile without values, `Write` does.
 class SavedProfile : public BBinProfile {
 public:
     using BBinProfile::BBinProfile;
@@ -247,6 +245,7 @@ public:
     void ConvertLine(WideView line);
     void TellCounts(std::ostream& out);
     [[nodiscard]] std::uint64_t Lost() const noexcept { return m_lost; }
+    [[nodiscard]] bool HasValues() const noexcept { return !m_counts.empty(); }
 
 private:
     void EnterSection(const TextLine& line);
@@ -392,7 +391,8 @@ EOutcome ConvertToBinaryProfile(const WideText& path, WideView text, const WideT
     while (!text.empty())
         conversion.ConvertLine(TakeLine(text));
     conversion.TellCounts(out);
-    return binary.Write() ? profile.Keep(conversion.Lost()) : EOutcome::Unwritten;
+    const bool isSaved = conversion.HasValues() ? binary.Save() : binary.Write();
+    return isSaved ? profile.Keep(conversion.Lost()) : EOutcome::Unwritten;
 }
 
 EOutcome ConvertToUtf16(BlockReader& file, EEncoding encoding, const WideText& newPath,

@@ -29,10 +29,12 @@
 #include "tools/qdinspect/Report.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -322,6 +324,14 @@ Progress::EPlace PlaceOfBar(const Options& options)
                                                : Progress::EPlace::AmongOutput;
 }
 
+// A value of the JSON library takes memory when it is destroyed: where there is none for one, the
+// process would be aborted. Commands that make a file have none of these.
+void EndWithoutMemory()
+{
+    std::fputs("there is not enough memory\n", stderr);
+    std::_Exit(kNothing);
+}
+
 int Inspect(const Options& options)
 {
     const std::filesystem::path path = PathOf(options.path);
@@ -345,6 +355,8 @@ int Inspect(const Options& options)
     if (IsText(kind) && file.Size() > kLargestText)
         return Nothing(options, "the file is too large for a text");
     Progress progress(PlaceOfBar(options));
+    if (options.command == ECommand::Diff || options.command == ECommand::Export)
+        std::set_new_handler(&EndWithoutMemory);
     if (options.command == ECommand::Diff)
         return Diff(options, kind, file, widePath, progress);
     if (options.command == ECommand::Recover)

@@ -7,12 +7,11 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
-#include <filesystem>
 #include <system_error>
 
 // Who recovers a file may throw the damaged one away: the new one must outlast a power failure.
 NewFile::NewFile(const platform::WideText& path, ESync sync)
-    : m_path(path)
+    : m_path(QDToStdPath(path.c_str()))
     , m_draft(path.c_str(), sync)
     , m_isGood(m_draft.Stream() != nullptr)
 {}
@@ -21,7 +20,7 @@ NewFile::~NewFile()
 {
     std::error_code ignored;
     if (m_isThere)
-        std::filesystem::remove(QDToStdPath(m_path.c_str()), ignored);
+        std::filesystem::remove(m_path, ignored);
 }
 
 void NewFile::Write(std::string_view bytes)

@@ -6,6 +6,7 @@
 #include "tools/qdinspect/Inspectors.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <string_view>
 
 class BlockReader;
@@ -37,7 +38,7 @@ public:
     void Keep() noexcept { m_isThere = false; }
 
 private:
-    platform::WideText m_path;
+    std::filesystem::path m_path; // made at once, as that takes memory
     platform::FileReplacement m_draft;
     bool m_isGood;
     bool m_isThere = false; // and goes with the object
