@@ -54,12 +54,9 @@ char32_t TakeCharacter(const Byte*& at, const Byte* end, bool& isWhole) noexcept
     return isCharacter ? character : kReplacement;
 }
 
+// One that is not ASCII.
 char* PutUtf8(char32_t character, char* out) noexcept
 {
-    if (character < 0x80) {
-        *out++ = static_cast<char>(character);
-        return out;
-    }
     const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(byte); };
     if (character < 0x800) {
         put(0xC0 | character >> 6);

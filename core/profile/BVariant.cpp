@@ -164,10 +164,10 @@ void BVarMemBlock::ReadValue(VariantSource& source)
         !source.Has(head[0])) // before it sizes anything
         return;
     auto data = std::make_unique_for_overwrite<char[]>(head[0]);
-    if (!source.Read(data.get(), head[0]))
-        return;
-    m_data = std::move(data);
-    m_size = head[0];
+    if (source.Read(data.get(), head[0])) {
+        m_data = std::move(data);
+        m_size = head[0];
+    }
 }
 
 void BVarMemBlock::AppendValue(VariantBytes& bytes) const

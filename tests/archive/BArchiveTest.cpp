@@ -677,7 +677,11 @@ TEST_F(BArchiveTest, OfARefusedCircleNothingIsLeft)
             else
                 EXPECT_EQ(archive.TakeOut("refused"), nullptr);
             EXPECT_EQ(archive.IsGood(), !throws);
-            EXPECT_FALSE(!throws && archive.VerifyObjects());
+            if (throws) // which stays what is told
+                Acting::verify = [](const Acting&) { return false; };
+            EXPECT_FALSE(archive.VerifyObjects());
+            EXPECT_EQ(archive.Problem().code,
+                      throws ? EProblem::ObjectUnread : EProblem::ObjectRefused);
             for (const char* name : {"refused", "good"})
                 EXPECT_EQ(archive.TakeOut(name), nullptr) << "the archive is spoiled";
         }
@@ -914,6 +918,19 @@ TEST_F(BArchiveTest, OneThatIsAskedMayTakeOutOthers)
     EXPECT_NE(another.QueryObject(another.IndexToPtr(3)), nullptr) << "it waits once more";
 }
 
+TEST_F(BArchiveTest, AnArchiveThatIsOfVersion6HasNumbersOf4Bytes)
+{
+    struct OfVersion6 : BArchive {
+        using BArchive::BArchive;
+        int Version() const override { return 6; }
+    };
+    OfVersion6 archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+    archive.Insert(new ArchiveItem(5, {SP<BSmartObj>()}), "a");
+    EXPECT_TRUE(archive.Flush());
+    EXPECT_TRUE(FileBytes(m_folder / "a.qda")
+                    .ends_with(BytesOf(0) + BytesOf(12) + BytesOf(5) + BytesOf(1) + BytesOf(0)));
+}
+
 TEST_F(BArchiveTest, ADerivedArchiveHasItsOwnName)
 {
     NamedArchive(m_path, BArchive::ModeWrite).Insert(new ArchiveItem(1), "a");
@@ -931,6 +948,7 @@ TEST_F(BArchiveTest, ReadPrefixReadsWhatWritePrefixWrote)
     std::string written;
     Acting::write = [&](const Acting& item, BArchive& archive) {
         item.WritePrefix(archive, written.c_str());
+        archive << BString("2") << BString() << BString("class Cut");
     };
     Acting::read = [&](BArchive& archive, int) {
         BString id, label, className;
@@ -942,7 +960,8 @@ TEST_F(BArchiveTest, ReadPrefixReadsWhatWritePrefixWrote)
         EXPECT_EQ(className, BSmartObj::ClassName(typeid(Acting)));
         EXPECT_EQ(version, 3);
         EXPECT_EQ(size, 0xEAEAEAEAEAEAEAEAU) << "the archive patches those of records";
-        EXPECT_FALSE(BSmartObj::ReadPrefix(archive, id, label, className, version, size));
+        for (int i = 0; i != 2; ++i) // of one that has no version, and of none
+            EXPECT_FALSE(BSmartObj::ReadPrefix(archive, id, label, className, version, size));
         return SP<BSmartObj>(new Acting);
     };
     for (const std::size_t length : {0u, 5u, 181u, 182u, 192u, 193u, 5000u}) {

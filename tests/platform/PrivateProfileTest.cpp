@@ -226,6 +226,8 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
     ASSERT_TRUE(set(QD_W("S"), QD_W("k1"), QD_W("1\r\n[U]\r\nx=y")));
     EXPECT_EQ(Read(QD_W("U"), QD_W("k50")), QD_W("50"));
     EXPECT_EQ(Read(QD_W("S"), QD_W("k50")), kNothing);
+    ASSERT_TRUE(set(QD_W("T\r\n[V"), QD_W("k"), QD_W("7")));
+    EXPECT_TRUE(!kIsOffWindows || Read(QD_W("V"), QD_W("k")) == QD_W("7"));
 }
 
 TEST_F(PrivateProfile, FindsANameOfAnyLengthWithoutRegardToCase)

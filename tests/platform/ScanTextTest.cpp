@@ -80,8 +80,8 @@ TEST(ScanText, ScansFloatingPointNumbersThatStandAlone)
             check(row.text, row.isAlone, row.value);
     }
     // A scanner that has read into an exponent or a word cannot go back.
-    for (const char* text : {"1e", "1e+", "1e+x", "0x1p", "infin", "na", "0x", "0x.p1", ".", "-",
-                             "+-1", "- 1", "", " ", "e5"})
+    for (const char* text : {"1e", "1e+", "1e+x", "0x1p", "infin", "ix", "na", "0x", "0x.p1", ".",
+                             "-", "+-1", "- 1", "", " ", "e5"})
         check(text, false, kUntouched);
 }
 

@@ -69,5 +69,5 @@ TEST(BVariant, WritesTheBytesFromWhichItWasReadUnlessTheyAreDamaged)
     EXPECT_EQ(block.Data(), nullptr);
     EXPECT_TRUE(BVarMemBlock(nullptr, 1).Size() == 0 && BVarMemBlock("", 0).Data() == nullptr);
     EXPECT_FALSE(LoadVariant(static_cast<std::FILE*>(nullptr)));
-    number.Save(nullptr);
+    number.Save(nullptr), number.SaveValue(nullptr);
 }

@@ -108,13 +108,18 @@ public:
     static SP<BSmartObj> Read(BArchive& archive, int)
     {
         const SP<Prepared> prepared(new Prepared);
+        if (annotatesFirst)
+            prepared->AddAnnotation(new CountedPayload);
         prepared->ReadData(archive);
-        prepared->AddAnnotation(new CountedPayload);
+        if (!annotatesFirst)
+            prepared->AddAnnotation(new CountedPayload);
         prepared->AddAttrib(new NumberAttribute(QD_W("own"), 1));
         prepared->AddChild(Named(QD_W("own")).Get(), -1);
         return prepared;
     }
     static void Register() { RegisterArchiveCallback(ClassName(typeid(Prepared)), &Read); }
+
+    static inline bool annotatesFirst = false;
 };
 
 class BNodeArchiveTest : public ArchiveFileTest {
@@ -375,13 +380,16 @@ TEST_F(BNodeArchiveTest, WhatADerivedNodeAddsInReadStandsBeforeWhatTheRecordName
     saved->AddAttrib(new NumberAttribute(QD_W("saved"), 2));
     Append(*saved, QD_W("saved"));
     Written([&](BArchive& archive) { archive.Insert(saved.Get(), "node"); });
-    const SP<BNode> node = TakeOut("node");
-    ASSERT_TRUE(node);
-    EXPECT_EQ(TextOf(*node), "(own saved)");
-    ASSERT_EQ(node->AttribNum(), 2);
-    EXPECT_EQ(node->Attrib(0)->Name(), QD_W("own"));
-    EXPECT_EQ(node->Attrib(1)->Name(), QD_W("saved"));
-    EXPECT_EQ(node->AnnotationNum(), 2);
+    for (const bool annotatesFirst : {true, false}) {
+        Prepared::annotatesFirst = annotatesFirst;
+        const SP<BNode> node = TakeOut("node");
+        ASSERT_TRUE(node);
+        EXPECT_EQ(TextOf(*node), "(own saved)");
+        ASSERT_EQ(node->AttribNum(), 2);
+        EXPECT_EQ(node->Attrib(0)->Name(), QD_W("own"));
+        EXPECT_EQ(node->Attrib(1)->Name(), QD_W("saved"));
+        EXPECT_EQ(node->AnnotationNum(), 2);
+    }
 }
 
 TEST_F(BNodeArchiveTest, ReferencesHave64Bits)

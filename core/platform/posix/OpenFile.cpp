@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -12,6 +13,15 @@ Descriptor OpenFile(const char* path, int flags, mode_t mode) noexcept
     if (file.IsOpen() && ::fcntl(file.Get(), F_SETFL, flags) != 0)
         return {};
     return file;
+}
+
+ssize_t ReadBytes(int file, void* buffer, std::size_t size) noexcept
+{
+    ssize_t count = 0;
+    do {
+        count = ::read(file, buffer, size);
+    } while (count < 0 && errno == EINTR);
+    return count;
 }
 
 Stream StreamOn(Descriptor file, const char* mode) noexcept

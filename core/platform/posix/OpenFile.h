@@ -3,6 +3,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/posix/Descriptor.h"
 
+#include <cstddef>
 #include <sys/types.h>
 
 namespace platform {
@@ -10,6 +11,9 @@ namespace platform {
 /// `open`, but without waiting for the other end of a pipe: one to read is empty without, and one
 /// to write cannot be opened. Once open, the file waits for its reader or writer as any other.
 [[nodiscard]] Descriptor OpenFile(const char* path, int flags, mode_t mode = 0) noexcept;
+
+/// `read`, again where a signal interrupts it.
+[[nodiscard]] ssize_t ReadBytes(int file, void* buffer, std::size_t size) noexcept;
 
 /// A stream that owns `file`; null when there is none, or no memory.
 [[nodiscard]] Stream StreamOn(Descriptor file, const char* mode) noexcept;

@@ -99,14 +99,10 @@ std::optional<std::string> ReadAll(int file, std::size_t size)
 {
     std::string bytes(size, '\0');
     std::size_t count = 0;
-    while (count < size) {
-        const ssize_t read = ::read(file, bytes.data() + count, size - count);
-        if (read < 0 && errno == EINTR)
-            continue;
+    for (ssize_t read = 1; read != 0 && count < size;) { // 0: somebody cut it off meanwhile
+        read = ReadBytes(file, bytes.data() + count, size - count);
         if (read < 0)
             return std::nullopt;
-        if (read == 0)
-            break; // somebody cut it off meanwhile
         count += static_cast<std::size_t>(read);
     }
     bytes.resize(count);

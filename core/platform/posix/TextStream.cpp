@@ -3,6 +3,7 @@
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/UnitWord.h"
 #include "core/platform/WChar.h"
+#include "core/platform/posix/OpenFile.h"
 
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -76,15 +77,6 @@ EEncoding EncodingOf(std::string_view bytes, EText text)
 }
 
 constexpr std::size_t kPiece = 4096; // read at once
-
-ssize_t ReadBytes(int file, void* buffer, std::size_t size)
-{
-    ssize_t count = 0;
-    do {
-        count = ::read(file, buffer, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
-}
 
 bool WriteBytes(int file, std::string_view bytes)
 {
