@@ -30,6 +30,10 @@
 // write is a transaction that begins with the lock (one statement that writes, or `BEGIN
 // IMMEDIATE`): one that read first and asked for the lock then would fail at once if somebody else
 // wrote in between.
+//
+// A write puts whole pages and their sums into the log, so the pages of a new file are half as
+// large as SQLite makes them: a write then takes a tenth less. With a quarter a text of a hundred
+// units and its name would go into two pages, which takes longer again.
 namespace platform {
 
 using sqlite::Database;
@@ -137,7 +141,8 @@ Database OpenDatabase(const std::string& location)
     // The file is the user's, but what stands in it need not be: nothing of it is executed, and a
     // damaged page is noticed where it is read.
     const bool isReady = database &&
-                         Execute(database.get(), "PRAGMA encoding = 'UTF-16le';"
+                         Execute(database.get(), "PRAGMA page_size = 2048;"
+                                                 "PRAGMA encoding = 'UTF-16le';"
                                                  "PRAGMA trusted_schema = OFF;"
                                                  "PRAGMA cell_size_check = ON") &&
                          UseJournal(database.get(), journal) && CheckFormat(database.get());
