@@ -76,7 +76,7 @@ EEncoding EncodingOf(std::string_view bytes, EText text)
     return EncodingWithoutMark(text);
 }
 
-constexpr std::size_t kPiece = 4096; // read at once
+constexpr std::size_t kPiece = 8192; // read at once
 
 bool WriteBytes(int file, std::string_view bytes)
 {
