@@ -346,11 +346,12 @@ void BLanguageMap::SetCurrentLanguage(WString language)
 int BLanguageMap::Add(WString key, WString defaultText, WString text, bool overwrite,
                       bool fillMissing)
 {
-    if (!IsIdValid(key))
+    const LanguageTable::Key known(ViewOf(key)); // whose units stay where they are
+    if (!known.isAscii && !IsIdValid(key))
         return kErrorLanguageKeyInvalid;
     const int missing = m_reportsMissing ? kErrorLanguageTextMissing : kErrorNone;
     int result = defaultText.IsEmpty() ? missing : kErrorNone;
-    const LanguageTable::Entry* const old = m_table->Find(ViewOf(key));
+    const LanguageTable::Entry* const old = m_table->Find(known);
     if (old != nullptr && !overwrite)
         return kErrorLanguageKeyTwice;
     if (text.IsEmpty() && fillMissing) {
@@ -358,8 +359,8 @@ int BLanguageMap::Add(WString key, WString defaultText, WString text, bool overw
         result = missing;
     }
     LanguageTable::Entry entry{std::move(key), std::move(defaultText), std::move(text)};
-    const bool isTwice =
-        old != nullptr ? m_table->Replace(*old, std::move(entry)) : m_table->Add(std::move(entry));
+    const bool isTwice = old != nullptr ? m_table->Replace(*old, std::move(entry))
+                                        : m_table->Add(known, std::move(entry));
     return isTwice ? kErrorLanguageTextTwice : result;
 }
 

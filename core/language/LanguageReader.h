@@ -43,7 +43,7 @@ private:
     [[nodiscard]] bool Fill();
     [[nodiscard]] WChar ReadCellFrom(WChar first, WString& cell);
     [[nodiscard]] WChar ReadQuoted();
-    void TakePlain();
+    void PassPlain();
 
     std::FILE* m_stream;
     int m_room;

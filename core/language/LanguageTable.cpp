@@ -58,16 +58,30 @@ inline const LanguageTable::Slot* LanguageTable::FindUnits(std::uint32_t hash, V
     });
 }
 
+LanguageTable::Key::Key(View key) noexcept
+    : units(key)
+    , hash(HashOf(key))
+    , isAscii(IsAsciiKey(key))
+{}
+
 const LanguageTable::Entry* LanguageTable::Find(View key) const
 {
     const Slot* const slot = FindUnits(HashOf(key), key);
-    return slot != nullptr ? &slot->entry : FindCollated(key);
+    if (slot != nullptr)
+        return &slot->entry;
+    return m_foreignKeys == 0 && IsAsciiKey(key) ? nullptr : FindCollated(key);
+}
+
+const LanguageTable::Entry* LanguageTable::Find(const Key& key) const
+{
+    const Slot* const slot = FindUnits(key.hash, key.units);
+    if (slot != nullptr)
+        return &slot->entry;
+    return m_foreignKeys == 0 && key.isAscii ? nullptr : FindCollated(key.units);
 }
 
 const LanguageTable::Entry* LanguageTable::FindCollated(View key) const
 {
-    if (m_foreignKeys == 0 && IsAsciiKey(key))
-        return nullptr;
     const auto* const item = m_defaults.Find(platform::WideText(key).c_str());
     if (item == nullptr)
         return nullptr;
@@ -82,20 +96,19 @@ void LanguageTable::Expect(View key) const noexcept
     m_slots.Expect(HashOf(key));
 }
 
-bool LanguageTable::Add(Entry entry)
+bool LanguageTable::Add(const Key& key, Entry entry)
 {
-    const View key = ViewOf(entry.key); // stays where it is when the entry moves
-    assert(!key.empty() && Find(key) == nullptr);
+    assert(!key.units.empty() && key.units == ViewOf(entry.key) && Find(key) == nullptr);
     // What may lack memory comes first: an entry that only the order or only the hash knew would be
     // listed and not found.
-    const std::uint32_t hash = HashOf(key);
-    Slot& slot = m_slots.FindOrFree(hash, [](const Slot&) { return false; });
-    const std::uint32_t plainHash = IsPlain(key) ? HashOfPlain(entry.defaultText) : 0;
+    Slot& slot = m_slots.FindOrFree(key.hash, [](const Slot&) { return false; });
+    const bool isPlain = IsPlain(key.units);
+    const std::uint32_t plainHash = isPlain ? HashOfPlain(entry.defaultText) : 0;
     m_defaults.Insert(entry.key, entry.defaultText);
 
-    const bool isShared = IsPlain(key) && AddPlain(plainHash, entry.defaultText);
-    m_foreignKeys += IsAsciiKey(key) ? 0 : 1;
-    m_slots.Fill(slot, {hash, static_cast<std::uint32_t>(key.size()), std::move(entry)});
+    const bool isShared = isPlain && AddPlain(plainHash, entry.defaultText);
+    m_foreignKeys += key.isAscii ? 0 : 1;
+    m_slots.Fill(slot, {key.hash, static_cast<std::uint32_t>(key.units.size()), std::move(entry)});
     return isShared;
 }
 

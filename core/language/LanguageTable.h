@@ -19,17 +19,27 @@ public:
         WString key, defaultText, text;
     };
 
+    /// A key with what a table asks of its units, for who looks for it first and then adds it.
+    struct Key {
+        explicit Key(View key) noexcept;
+
+        View units; // borrowed
+        std::uint32_t hash;
+        bool isAscii; // "$" and letters, digits and "_" of ASCII, a valid key
+    };
+
     /// The entry whose key is equal to `key` by collation; null when there is none. Good until the
     /// table changes.
     [[nodiscard]] const Entry* Find(View key) const;
+    [[nodiscard]] const Entry* Find(const Key& key) const;
 
     /// Tells that `key` will soon be looked for, as ProbeTable::Expect does.
     void Expect(View key) const noexcept;
 
-    /// Adds an entry under a key that has none. True when the key is plain, that is without "_",
-    /// and the default text is, without regard to case, the text of another plain key, too.
+    /// Adds an entry under its key, which has none. True when the key is plain, that is without
+    /// "_", and the default text is, without regard to case, the text of another plain key, too.
     /// Where memory is missing, `std::bad_alloc` leaves the table as it was.
-    bool Add(Entry entry);
+    bool Add(const Key& key, Entry entry);
     /// The same in place of an entry that `Find` gave, whose key is equal: spelled as the new one
     /// from then on.
     bool Replace(const Entry& old, Entry entry);
