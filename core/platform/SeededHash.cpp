@@ -3,6 +3,7 @@
 #include "core/platform/Random.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstring>
 
@@ -35,7 +36,11 @@ void FillFromTimeAndPlace(Secret& secret) noexcept
     }
 }
 
-const Secret& TheSecret() noexcept
+// Null until the first hash is asked for. Asked before the static object is: to make that one takes
+// calls, for which each hash would put registers away and fetch them again.
+constinit std::atomic<const Secret*> g_secret = nullptr;
+
+void DrawSecret() noexcept
 {
     static const Secret secret = [] {
         Secret drawn;
@@ -45,7 +50,15 @@ const Secret& TheSecret() noexcept
             word |= 1; // an even factor loses bits
         return drawn;
     }();
-    return secret;
+    g_secret.store(&secret, std::memory_order_release);
+}
+
+// The hash again, once there is a secret.
+template <class... Arguments>
+[[gnu::noinline]] std::uint64_t FirstHash(Arguments... arguments) noexcept
+{
+    DrawSecret();
+    return SeededHash(arguments...);
 }
 
 constexpr std::uint64_t MixOfHalves(std::uint64_t a, std::uint64_t b) noexcept
@@ -89,7 +102,10 @@ std::uint64_t Read(const unsigned char* at) noexcept
 
 std::uint64_t SeededHash(const void* bytes, std::size_t size) noexcept
 {
-    const Secret& secret = TheSecret();
+    const Secret* const known = g_secret.load(std::memory_order_acquire);
+    if (known == nullptr)
+        return FirstHash(bytes, size);
+    const Secret& secret = *known;
     const auto* at = static_cast<const unsigned char*>(bytes);
     std::uint64_t one = secret[0], other = secret[1], a = 0, b = 0;
     if (size > 16) {
@@ -124,7 +140,10 @@ std::uint64_t SeededHash(const void* bytes, std::size_t size) noexcept
 
 std::uint64_t SeededHash(std::uint64_t number) noexcept
 {
-    const Secret& secret = TheSecret();
+    const Secret* const known = g_secret.load(std::memory_order_acquire);
+    if (known == nullptr)
+        return FirstHash(number);
+    const Secret& secret = *known;
     // One multiplication would leave numbers in a row in few places, at equal distances.
     return Mix(Mix(number ^ secret[0], secret[1]) ^ secret[2], secret[3]);
 }
