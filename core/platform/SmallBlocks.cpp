@@ -189,9 +189,8 @@ class Regions {
 public:
     [[nodiscard]] static bool Have(const void* block) noexcept
     {
-        const auto number = reinterpret_cast<std::uintptr_t>(block) / kRegionSize;
-        return m_numbers[number % kPlaces].load(std::memory_order_relaxed) == number &&
-               block != nullptr;
+        const std::uintptr_t number = NumberOf(block);
+        return m_numbers[number % kPlaces].load(std::memory_order_relaxed) == number + 1;
     }
 
     [[nodiscard]] Page* TakePage() noexcept
@@ -228,6 +227,10 @@ public:
     Lock m_lock;
 
 private:
+    [[nodiscard]] static std::uintptr_t NumberOf(const void* at) noexcept
+    {
+        return reinterpret_cast<std::uintptr_t>(at) / kRegionSize;
+    }
     [[nodiscard]] bool TryToAddRegion() noexcept
     {
         if (m_toLeaveOut != 0) {
@@ -243,12 +246,12 @@ private:
         void* const range = CommitAligned(kRegionSize);
         if (range == nullptr)
             return false;
-        const auto number = reinterpret_cast<std::uintptr_t>(range) / kRegionSize;
+        const std::uintptr_t number = NumberOf(range);
         if (m_numbers[number % kPlaces] != 0) {
             ReleaseMemory(range, kRegionSize);
             return false;
         }
-        m_numbers[number % kPlaces] = number;
+        m_numbers[number % kPlaces] = number + 1;
         m_withRoom.Add(*::new (range) Region);
         ++m_kept;
         return true;
@@ -257,11 +260,11 @@ private:
     {
         --m_kept;
         m_withRoom.Remove(region);
-        m_numbers[reinterpret_cast<std::uintptr_t>(&region) / kRegionSize % kPlaces] = 0;
+        m_numbers[NumberOf(&region) % kPlaces] = 0;
         ReleaseMemory(&region, kRegionSize);
     }
 
-    static std::array<std::atomic<std::uintptr_t>, kPlaces> m_numbers; // 0: no region
+    static std::array<std::atomic<std::uintptr_t>, kPlaces> m_numbers; // of regions + 1; 0: none
     Chain<Region> m_withRoom;
     int m_kept = 0; // regions without blocks
     int m_toLeaveOut = 0;

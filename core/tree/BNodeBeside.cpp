@@ -132,12 +132,6 @@ void BNode::RemoveAttribs()
     Report(kMessageNodeAttributesChanged);
 }
 
-// Null where there were none yet.
-BNode::Annotations* BNode::Annotated() const noexcept
-{
-    return m_isLoading ? nullptr : m_annotations;
-}
-
 BNode::Annotations& BNode::MakeAnnotations()
 {
     if (Annotated() == nullptr) {

@@ -11,3 +11,9 @@ struct BNode::Annotations {
     std::uint32_t changes = 0;     // so that iterators know whether their places are good
     const char* loading = nullptr; // of a node that gets annotations before its associations
 };
+
+/// Null where there were none yet.
+inline BNode::Annotations* BNode::Annotated() const noexcept
+{
+    return m_isLoading ? nullptr : m_annotations;
+}

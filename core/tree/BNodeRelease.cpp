@@ -96,6 +96,7 @@ BNode::~BNode()
 // They have no parent any more, and die with the list that is returned.
 ChildList BNode::TakeChildren()
 {
-    m_children.MakeOrphans();
+    if (!m_children.IsEmpty())
+        m_children.MakeOrphans();
     return std::move(m_children);
 }

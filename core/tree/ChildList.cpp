@@ -336,8 +336,7 @@ SP<BNode> ChildList::RemoveAt(int index) noexcept
 
 void ChildList::MakeOrphans() noexcept
 {
-    if (!m_block)
-        return;
+    assert(m_block);
     for (int slot = m_block->front; slot != m_block->end; ++slot) { // holes, too
         if (BNode* const child = m_block->Slots()[slot].Get())
             NodeAccess::MakeOrphan(*child);

@@ -74,7 +74,8 @@ public:
     SP<BNode> Remove(BNode& child) noexcept;
     /// The same for any entry; `index` must be in range.
     SP<BNode> RemoveAt(int index) noexcept;
-    /// Takes their parent and their sister from all children, which stay here.
+    /// Takes their parent and their sister from all children, which stay here. The list must not be
+    /// empty.
     void MakeOrphans() noexcept;
     /// Texts of children are changed here, so that they are found by them.
     void Rename(BNode& child, WString text) noexcept;
