@@ -11,19 +11,13 @@
 // which a hash has to spread, a tree of millions of nodes missed the cache with each child.
 //
 // An id that two objects have, as copies all have 0, and an address of which nobody says that an
-// object is there, are beyond that. With the first of these all goes by address, at the cost of
-// building that table once.
+// object is there, are beyond that; and where few ids of a page are met with, as the objects were
+// made in another order or with many others between them, it is slower and takes more memory. With
+// the first of these all goes by address, at the cost of building that table once.
 
 namespace NArchive {
 
 namespace {
-
-// One to one, so that it stands for the number; those in a row fall on different slots.
-std::uint32_t HashOfNumber(std::uint32_t number) noexcept
-{
-    number *= 0x9E3779B1u;
-    return number ^ number >> 15;
-}
 
 // The hash is not the seeded one: nobody but the allocator chooses addresses. Objects are 16 bytes
 // apart at least. Those of a group, 256 bytes of memory, stand side by side, which spares cache
@@ -46,17 +40,16 @@ std::uint32_t HashOfAddress(const void* pointer) noexcept
 
 std::uint32_t PointerMap::FindOrAdd(const BSmartObj& object)
 {
-    if (m_goesByAddress)
+    std::uint32_t* const place =
+        m_goesByAddress ? nullptr : PlaceOf(static_cast<std::uint32_t>(object.UniqueID()));
+    if (place == nullptr)
         return FindOrAddAddress(&object);
-    std::uint32_t& place = PlaceOf(static_cast<std::uint32_t>(object.UniqueID()));
-    if (place == 0) {
+    if (*place == 0) {
         const std::uint32_t number = Append(&object);
-        place = number + 1; // none again for `kNone`
+        *place = number + 1; // none again for `kNone`
         return number;
     }
-    if (m_entries[place - 1].pointer == &object)
-        return place - 1;
-    return FindOrAddAddress(&object);
+    return m_entries[*place - 1].pointer == &object ? *place - 1 : FindOrAddAddress(&object);
 }
 
 std::uint32_t PointerMap::FindOrAddAddress(const void* pointer)
@@ -74,15 +67,25 @@ std::uint32_t PointerMap::FindOrAddAddress(const void* pointer)
     return number;
 }
 
-std::uint32_t& PointerMap::PlaceOf(std::uint32_t id)
+// Null where ids are no way to find objects.
+std::uint32_t* PointerMap::PlaceOf(std::uint32_t id)
 {
-    const std::uint32_t hash = HashOfNumber(id / kPageIds);
-    PageSlot& slot = m_pageSlots.FindOrFree(hash, [](const PageSlot&) { return true; });
+    const std::uint32_t number = id / kPageIds;
+    PageSlot& slot =
+        m_pageSlots.FindOrFree(PageSlot::HashOf(number), [](const PageSlot&) { return true; });
     if (slot.IsFree()) {
+        if (AreIdsScattered())
+            return nullptr;
         m_pages.Append({});
-        m_pageSlots.Fill(slot, {static_cast<std::uint32_t>(m_pages.Count()), hash});
+        m_pageSlots.Fill(slot, {static_cast<std::uint32_t>(m_pages.Count()), number});
     }
-    return m_pages[slot.page - 1].places[id % kPageIds];
+    return &m_pages[slot.page - 1].places[id % kPageIds];
+}
+
+bool PointerMap::AreIdsScattered() const noexcept
+{
+    constexpr std::size_t enoughToTell = 256, fewOfPage = 3;
+    return m_pages.Count() >= enoughToTell && m_entries.Count() < fewOfPage * m_pages.Count();
 }
 
 PointerMap::AddressSlot& PointerMap::SlotOf(Addresses& addresses, const void* pointer,

@@ -3,6 +3,7 @@
 #include "core/archive/Blocks.h"
 #include "core/platform/ProbeTable.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -52,12 +53,22 @@ private:
         std::uint32_t places[kPageIds] = {};
     };
     struct PageSlot {
-        std::uint32_t page = 0; // its number + 1
-        std::uint32_t hash = 0; // of what its ids have in common, which it tells from all others
+        std::uint32_t page = 0;   // its number + 1
+        std::uint32_t number = 0; // what its ids have in common
 
         [[nodiscard]] bool IsFree() const noexcept { return page == 0; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
+        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept
+        {
+            return number == other >> 32;
+        }
+        [[nodiscard]] std::uint64_t Hash() const noexcept { return HashOf(number); }
+        // Slots of numbers in a row stand side by side, too, a line of the cache full.
+        [[nodiscard]] static std::uint64_t HashOf(std::uint32_t number) noexcept
+        {
+            constexpr std::uint32_t side = 8;
+            const std::uint32_t line = std::rotl(number / side * 0x9E3779B1u, 16);
+            return std::uint64_t{number} << 32 | (line * side + number % side);
+        }
     };
     struct AddressSlot {
         std::uint32_t place = 0;
@@ -69,7 +80,8 @@ private:
     };
     using Addresses = platform::ProbeTable<AddressSlot>;
 
-    [[nodiscard]] std::uint32_t& PlaceOf(std::uint32_t id);
+    [[nodiscard]] std::uint32_t* PlaceOf(std::uint32_t id);
+    [[nodiscard]] bool AreIdsScattered() const noexcept;
     [[nodiscard]] AddressSlot& SlotOf(Addresses& addresses, const void* pointer,
                                       std::uint32_t hash) const;
     [[nodiscard]] std::uint32_t Append(const void* pointer);

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -226,6 +227,28 @@ TEST_F(BArchiveTest, EachObjectHasOneIndexHoweverItIsToldFromOthers)
                   EXPECT_EQ(archive.MapPointerToIndex(item.Get()), 2U);
               }),
               kHeader + BytesOf(std::uint64_t{1}) + records);
+}
+
+TEST_F(BArchiveTest, EachObjectHasOneIndexWhereManyOthersWereMadeBetweenThem)
+{
+    for (const int others : {0, 5, 40}) {
+        const SP<ArchiveItem> holder(new ArchiveItem);
+        std::vector<std::uint64_t> indices;
+        std::string records;
+        for (std::uint64_t index = 2; index != 1'002; ++index) {
+            holder->m_links.emplace_back(new ArchiveItem(static_cast<int>(index)));
+            for (int i = 0; i != others; ++i)
+                const ArchiveItem other;
+            indices.push_back(index);
+            records +=
+                ItemRecord(BSmartObj::Id(index).CStr(), "", ItemBytes(static_cast<int>(index)));
+        }
+        std::ranges::copy(std::vector(indices), std::back_inserter(indices));
+        std::ranges::copy(std::vector(holder->m_links), std::back_inserter(holder->m_links));
+        EXPECT_TRUE(Written([&](BArchive& archive) { archive.Insert(holder.Get(), nullptr); }) ==
+                    kHeader + ItemRecord("1", "", ItemBytes(0, indices)) + records)
+            << others;
+    }
 }
 
 TEST_F(BArchiveTest, AnObjectThatWasNotQueuedLeavesItsAddressToTheNext)
