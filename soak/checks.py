@@ -109,6 +109,8 @@ CHECKS = [
               "a binary profile that could not be read said that what was deleted of it was saved",
               "an archive whose first bytes the system failed to read told no problem",
               "a text that got no memory when a binary profile of a former version was read was lost with the next save",
+              "what was appended to a text stood behind its end mark, unread, where the system failed to look at that",
+              "a new text on a full disk kept a part of its byte-order mark, and what was appended later was no text",
           )),
     Check("starved", "reads", "where memory runs out, a reader gives the right content or tells a failure, and the next"
           " read is right", program("starved_soak"), targets=("starved_soak",), mended=(

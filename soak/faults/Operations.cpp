@@ -33,7 +33,7 @@ const WString kSection(QD_W("Section2")), kKey(QD_W("Key7")), kMissing(QD_W("Mis
     kWord(QD_W("Word")), kText(QD_W("text")), kGreek(QD_W("\x03B1")), kNumber(QD_W("7")),
     kRegistryKey(QD_W("Software\\Test")), kChild(QD_W("Child")), kFile(QD_W("texts.lng")),
     kPattern(QD_W("*.lng")), kBlock(QD_W("Block")), kLanguageKey(QD_W("$IDS_Added")),
-    kPlainKey(QD_W("$Added")), kUpdate(QD_W("r+b"));
+    kPlainKey(QD_W("$Added")), kUpdate(QD_W("r+b")), kAppendText(QD_W("a+,ccs=UTF-8"));
 const BString kDocClass("class Document");
 
 SP<BNode> Tree(int childCount)
@@ -215,6 +215,19 @@ Answer WriteInPlace(At at)
     return Done(isWritten);
 }
 
+// A text that another program ended, which is read and then gets half a character: to finish that,
+// the stream writes once more.
+Answer AppendToText(At at)
+{
+    BFile file(at.ended, kAppendText);
+    char unit[sizeof(WChar)];
+    const bool isDone = file != nullptr && std::fread(unit, sizeof unit, 1, file) == 1 &&
+                        std::fseek(file, 0, SEEK_CUR) == 0 &&
+                        std::fwrite("\x3D\xD8", sizeof unit, 1, file) == 1 &&
+                        std::fseek(file, 0, SEEK_SET) == 0;
+    return Done(isDone);
+}
+
 char g_block[64] = "a block";
 
 constexpr auto kInBetween = Operation::EFile::InBetween, kWhole = Operation::EFile::OldOrNew;
@@ -358,6 +371,7 @@ const Operation kOperations[] = {
                       BDirEntry(at.text).Exists());
      }},
     {"file-write", WriteInPlace, kInBetween},
+    {"file-append", AppendToText, kInBetween},
     {"file-delete", [](At at) { return Done(BFile::Delete(at.texts) > 0); }},
     {"make-folder", // its parents may stay
      [](At at) { return Done(at.newFolder.MakeDir() || at.newFolder.Exists()); }, kInBetween},
@@ -421,6 +435,7 @@ void Prepare(const Place& at)
     for (int i = 0; i < 80; ++i)
         lines += std::string(200, 'x') + "\xE4\n";
     Write(at.folder / "text.txt", lines);
+    Write(at.folder / "ended.dat", "\xEF\xBB\xBFxyz\r\n\x1A");
     Write(at.folder / "master/texts.lng", Texts(25, u""));
     Write(at.folder / "translated/texts.lng", Texts(20, u"word"));
     Write(at.folder / "merged/texts.lng", Texts(5, u"old"));

@@ -21,7 +21,8 @@ struct Place {
                   bin = Wide("settings.bin"), oldBin = Wide("old.bin"), text = Wide("text.txt"),
                   document = Wide("document.qda"), language = Wide("translated/texts.lng"),
                   master = Wide("master"), translated = Wide("translated"), merged = Wide("merged"),
-                  logs = Wide("logs/"), newLogs = Wide("new/logs/"), texts = Wide("*.txt");
+                  ended = Wide("ended.dat"), logs = Wide("logs/"), newLogs = Wide("new/logs/"),
+                  texts = Wide("*.txt");
     const BDirEntry newFolder{Wide("some/more/folders")};
     const SP<BNode> tree;
 };

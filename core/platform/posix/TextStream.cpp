@@ -1,6 +1,7 @@
 #include "core/platform/posix/TextStream.h"
 
 #include "core/platform/ByteOrderMark.h"
+#include "core/platform/SystemError.h"
 #include "core/platform/UnitWord.h"
 #include "core/platform/WChar.h"
 #include "core/platform/posix/OpenFile.h"
@@ -338,6 +339,7 @@ public:
     bool Finish() noexcept;
 
 private:
+    bool WriteMark() noexcept;
     bool Put(WChar unit) noexcept;
     bool Encode(WChar unit) noexcept;
     void EncodeUtf8(WChar unit) noexcept;
@@ -361,7 +363,7 @@ bool TextWriter::Start() noexcept
     // An empty file gets its mark now, so that it has one even when nothing is ever written.
     if (status.st_size == 0) {
         m_encoding = EncodingWithoutMark(m_text == EText::Unicode ? EText::Utf16 : m_text);
-        return WriteBytes(m_file, MarkOf(m_encoding));
+        return WriteMark();
     }
     char start[kUtf8Mark.size()] = {};
     const ssize_t count = m_text == EText::Narrow ? 0 : ::pread(m_file, start, sizeof start, 0);
@@ -369,6 +371,16 @@ bool TextWriter::Start() noexcept
         return false;
     m_encoding = EncodingOf({start, static_cast<std::size_t>(count)}, m_text);
     return true;
+}
+
+// A part of it would be text to who appends to the file later.
+bool TextWriter::WriteMark() noexcept
+{
+    if (WriteBytes(m_file, MarkOf(m_encoding)))
+        return true;
+    const LastErrorStays stays;
+    [[maybe_unused]] const int isCut = ::ftruncate(m_file, 0);
+    return false;
 }
 
 ssize_t TextWriter::Write(const char* text, std::size_t size) noexcept
@@ -511,9 +523,11 @@ bool TextFile::Start() noexcept
 bool TextFile::DropEndOfText() noexcept
 {
     const off64_t last = ::lseek(m_file.Get(), -1, SEEK_END);
+    if (last < 0)
+        return errno == EINVAL; // an empty file
     char byte = 0;
-    return last < 0 || ::pread(m_file.Get(), &byte, 1, last) != 1 || byte != kEndOfText ||
-           ::ftruncate(m_file.Get(), last) == 0;
+    return ::pread(m_file.Get(), &byte, 1, last) >= 0 &&
+           (byte != kEndOfText || ::ftruncate(m_file.Get(), last) == 0);
 }
 
 bool TextFile::IsUnbuffered() const noexcept
