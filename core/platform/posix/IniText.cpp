@@ -124,7 +124,9 @@ public:
         WChar* units = m_short;
         if (room > std::size(m_short))
             units = (m_long = std::make_unique<WChar[]>(room)).get();
-        std::fill_n(units + room - kBlockUnits, kBlockUnits, u'A'); // plain and folded
+        // What stands behind the name is plain and folded. Of bytes there may be fewer units.
+        const std::size_t behind = std::is_same_v<Unit, WChar> ? kBlockUnits : room;
+        std::fill_n(units + room - behind, behind, u'A');
         m_units = WideView(units, Widen(name, units));
         if (!FoldAscii(units, room))
             std::transform(m_units.begin(), m_units.end(), units, FoldCase);
