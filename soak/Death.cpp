@@ -137,7 +137,7 @@ public:
     /// Returns when they have begun to save.
     void Start()
     {
-        for (int index = 0; index < kWorkers; ++index) {
+        for (std::size_t index = 0; index < m_workers.size(); ++index) {
             Worker& worker = *m_workers[index];
             const int begun = worker.Told().begun;
             m_processes.emplace_back([&] { worker.SaveOn(); },
@@ -196,12 +196,13 @@ private:
             if (!Expect(value && number >= 0 && owner < kWorkers, "torn or missing") ||
                 !Expect(m_kind.isWhole || owner == worker, "another one's value"))
                 continue;
-            Progress progress = m_workers[owner]->Told();
+            Worker& saver = *m_workers[static_cast<std::size_t>(owner)];
+            Progress progress = saver.Told();
             Expect(number >= progress.acknowledged, "an acknowledged save is lost");
             Expect(number <= progress.begun, "never begun");
             progress.acknowledged = number; // now it may not go any more
             progress.begun = (std::max)(progress.begun, number);
-            m_workers[owner]->Tell(progress);
+            saver.Tell(progress);
             m_floor[owner] = progress.begun;
         }
     }
