@@ -140,10 +140,9 @@ void Work(Shared& shared, std::uint32_t seed)
         Act(shared, static_cast<std::uint32_t>(random()));
 }
 
-/// Fetches what the window gets, which comes and goes, until the time is over.
-void WatchFor(double seconds, Shared& shared)
+/// Fetches what `window` gets, which is the sink now and then, until the time is over.
+void WatchFor(double seconds, MessageWindow& window, Shared& shared)
 {
-    MessageWindow window;
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     for (bool windowed = false; std::chrono::steady_clock::now() < end; windowed = !windowed) {
         shared.operation.SetMessageSink(windowed ? window.Handle() : nullptr);
@@ -160,10 +159,11 @@ void Run(double seconds, std::uint32_t seed, Shared& shared, UserInterface& user
     const SP<BThreadDispatcher> dispatcher = new BThreadDispatcher;
     dispatcher->AddReceiver(&userInterface);
     BDispatcher::RegisterDispatcher(dispatcher);
+    MessageWindow window; // stays until no worker can have fetched it any more
     std::vector<std::thread> workers;
     for (std::uint32_t i = 1; i <= 4; ++i)
         workers.emplace_back(Work, std::ref(shared), seed + i);
-    WatchFor(seconds, shared);
+    WatchFor(seconds, window, shared);
     for (std::thread& worker : workers)
         worker.join();
     shared.progress.StepTo(kSteps);
