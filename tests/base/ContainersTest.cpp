@@ -96,7 +96,7 @@ TYPED_TEST(Containers, DestroyElementsAfterTheyHaveLeft)
         for (int i = 0; i < 4; ++i)
             this->Put(container, i, new Curious(look));
         this->Take(container, 2);
-        this->Put(container, 0, new Curious([&] {
+        this->Put(container, 0, new Curious([&, look] {
                       look();
                       if constexpr (TestFixture::kIsMap) // to the last
                           container.Insert(2, new Curious(look));
