@@ -13,9 +13,11 @@ class Check:
     unit: str  # of what it counts
     promise: str  # what holds when it finds nothing
     command: Callable  # (seconds, seed): the words of a command
+    targets: tuple  # of each preset
     preset: str = "linux"  # or several with blanks between
-    targets: tuple = ()  # of each preset; all when empty
     mended: tuple = ()  # faults that it found, each with a test that keeps it away
+    goal: int = 0  # how many of the unit are wanted
+    is_short: bool = True  # whether `--short` runs it
 
 
 def program(name, preset="linux"):
@@ -48,8 +50,8 @@ MENDED_BY_FUZZING = {
 }
 
 CHECKS = [
-    *(Check(f"fuzz-{name}", "runs", promise, fuzz_target(name, *seeds), preset="linux-fuzz",
-            mended=MENDED_BY_FUZZING.get(name, ())) for name, promise, *seeds in (
+    *(Check(f"fuzz-{name}", "runs", promise, fuzz_target(name, *seeds), preset="linux-fuzz", targets=(f"{name}_fuzz",),
+            goal=50_000_000, mended=MENDED_BY_FUZZING.get(name, ())) for name, promise, *seeds in (
         ("archive", "no archive with nodes, bit arrays and classes of an application crashes, hangs, leaks, or takes memory"
          " out of proportion to its size, and what was loaded is saved and loads again"),
         ("binprofile", "the same for binary profiles and the values in them"),
@@ -66,7 +68,7 @@ CHECKS = [
         ("format", "the same for format strings"),
     )),
     *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit does that",
-            damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",)) for name, kind, *golden in (
+            damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",), goal=1_700_000) for name, kind, *golden in (
         ("archive", "archive", "archive/odd.qda", "inspect/torn.qda", "inspect/shortened-version-6.qda"),
         ("binprofile", "binary profile", "profile/settings.bin", "inspect/narrow.bin"),
         ("profiletext", "text profile", "profile/text.ini", "inspect/damaged.ini"),
@@ -81,7 +83,8 @@ CHECKS = [
           program("promises_soak", "linux-tsan"), preset="linux-tsan", targets=("promises_soak",)),
     Check("suites", "tests", "no test of the suites races, in whatever order they run",
           lambda seconds, seed: ["soak/suites.py", f"{seconds:.1f}", str(seed)], preset="linux-tsan",
-          targets=("qdcore_tests", "qdcore_seam_tests"), mended=(
+          targets=("qdcore_tests", "qdcore_seam_tests"), is_short=False,  # building them takes minutes
+          mended=(
               "why a run was not logged was lost while what it left was closed and cut off",)),
     *(Check(name, "schedules", f"three threads that take locks{where} get what the locks promise, in every order of their"
             " steps", program(executable), targets=(executable,), mended=mended) for name, executable, where, mended in (
@@ -90,7 +93,7 @@ CHECKS = [
         ("locks-windows", "slim_locks_soak", " over the slim lock of Windows", ()))),
     Check("death", "kills", "processes that are killed while they save an archive, a profile of any kind, a language file,"
           " the registry or the profiler's log tear nothing and lose nothing that was acknowledged, and the next save"
-          " takes away what they left", program("death_soak"), targets=("death_soak",), mended=(
+          " takes away what they left", program("death_soak"), targets=("death_soak",), goal=10_000, mended=(
               "what a killed saver left beside its file stayed for ever",)),
     Check("death-windows", "kills", "the same of the Windows build (under Wine), but for text profiles, which the system"
           " writes there", under_wine("death_soak"), preset="windows", targets=("death_soak",), mended=(
@@ -120,13 +123,13 @@ CHECKS = [
           )),
     Check("crowd", "writes", "32 processes that write to one text profile, registry or binary profile lose nothing, and no"
           " write is refused; a writer that stands still holds the others up for 10 seconds with a text profile, 2 with a"
-          " registry, and not with a binary profile", program("crowd_soak"), targets=("crowd_soak",)),
+          " registry, and not with a binary profile", program("crowd_soak"), targets=("crowd_soak",), goal=1_000_000),
     Check("models", "operations", "containers, texts, trees, banks, memory, bit arrays, progress and operations do what"
-          " naive twins of them do", program("models_soak"), targets=("models_soak",)),
+          " naive twins of them do", program("models_soak"), targets=("models_soak",), goal=100_000_000),
     Check("parity", "operations", "the Linux and the Windows build (under Wine) answer alike, write the same bytes, also"
           " of archives of random graphs, and read each other's files, but for what docs/platform-differences.md lists",
           lambda seconds, seed: ["soak/parity/parity.py", f"{seconds:.1f}", str(seed)], preset="linux windows",
-          targets=("parity",), mended=(
+          targets=("parity",), goal=1_000_000, mended=(
               "an absolute path of 260 units or more lost its end on Windows when it was combined with another",
               "a format whose length the runtime library told too short was written behind the text's block",)),
 ]
