@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 #include <thread>
 #include <utility>
 
@@ -144,15 +145,19 @@ TEST_F(BProfileFile, WhatCannotBeWrittenIsFalse)
     fs::create_directory(m_folder / "folder");
     EXPECT_EQ(BProfile::WriteString(m_folder.Path("folder"), QD_W("S"), QD_W("k"), QD_W("v")),
               kErrorFileNotWritten);
-    const WString below = m_folder.Path("settings.ini/below.ini");
-    EXPECT_EQ(BProfile::WriteString(below, QD_W("S"), QD_W("k"), QD_W("v")), kErrorFileNotWritten);
-    BProfile profile(below, ProfileNew);
-    EXPECT_NE(profile.Problem().systemError, 0);
-    EXPECT_FALSE(profile.WriteInt(QD_W("k"), 1));
-    EXPECT_NE(profile.Problem().systemError, 0);
-    EXPECT_FALSE(profile.IsValid());
-    EXPECT_EQ(profile.Problem().code, EProblem::NotThere);
-    EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
+    for (const std::string& name :
+         std::vector<std::string>{"settings.ini/a", "settings.ini/a/b", std::string(9999, 'x')}) {
+        const WString path = m_folder.Path(name.c_str());
+        EXPECT_EQ(BProfile::WriteString(path, QD_W("S"), QD_W("k"), QD_W("v")),
+                  kErrorFileNotWritten);
+        BProfile profile(path, ProfileNew);
+        EXPECT_NE(profile.Problem().systemError, 0);
+        EXPECT_FALSE(profile.WriteInt(QD_W("k"), 1));
+        EXPECT_NE(profile.Problem().systemError, 0);
+        EXPECT_FALSE(profile.IsValid());
+        EXPECT_TRUE(profile.Problem().code == EProblem::NotThere || name.size() > 999) << name;
+        EXPECT_EQ(profile.ReadInt(QD_W("k"), 5), 5);
+    }
     EXPECT_EQ(FileBytes(m_file), text);
 }
 

@@ -115,6 +115,8 @@ TEST(CodePageOnLinuxDeathTest, TakesTheCodePageThatTheEnvironmentNames)
     for (const Case& c : cases)
         ExpectOf(c.codePage, [&] { return Converts(c.wide, c.ansi, c.back); });
     ExpectOf("932", [] { return BString(QD_W("x\u3042\u3042")).Length() == 5; });
+    ExpectOf("65001",
+             [] { return platform::FindIgnoringCase("\xD0\x94x\xF0\x9F\x98\x80yZ", "z") == 8; });
     // From its second byte on, the first character makes as many units as the rest of the text.
     ExpectOf("932", [] {
         return platform::FindIgnoringCase("\x81\x81\x81\x81"
