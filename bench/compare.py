@@ -2,12 +2,14 @@
 """Measures each job in a process of its own, beside its peers, and writes docs/performance.md.
 
 A benchmark `BM_Job_Peer/size` does for a peer what `BM_Job/size` does for the library. Each runs once a
-round, ours and the peers in turn, so that a slow moment of the machine meets all of them; the median of
-the rounds counts. A benchmark that got a wrong result stops or says so, and then the comparison fails.
+round, ours and the peers in turn and each round another one first, so that a slow moment of the machine
+meets all of them; the median of the rounds counts. A benchmark that got a wrong result stops or says so,
+and then the comparison fails.
 """
 
 import argparse
 import datetime
+import itertools
 import json
 import math
 import os
@@ -71,12 +73,21 @@ def run(benchmark, scratch):
             "label": found.get("label")}
 
 
+def in_turn(chosen, number):
+    """In another order each round: who is the first of a job and size pays for memory that was left cold,
+    and would be ours each time."""
+    for _, group in itertools.groupby(chosen, key=lambda benchmark: (benchmark.job, benchmark.size)):
+        members = list(group)
+        first = number % len(members)
+        yield from members[first:] + members[:first]
+
+
 def measure(chosen, rounds):
     """{benchmark: figures of each round}, and what failed."""
     figures, failures = {benchmark: [] for benchmark in chosen}, []
     with tempfile.TemporaryDirectory() as scratch:
         for number in range(rounds):
-            for index, benchmark in enumerate(chosen):
+            for index, benchmark in enumerate(in_turn(chosen, number)):
                 print(f"\r\033[Kround {number + 1} of {rounds}, {index + 1} of {len(chosen)}: {benchmark.name}",
                       end="", file=sys.stderr, flush=True)
                 try:
