@@ -230,6 +230,21 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
     EXPECT_TRUE(!kIsOffWindows || Read(QD_W("V"), QD_W("k")) == QD_W("7"));
 }
 
+TEST_F(PrivateProfile, FindsKeysInAnyOrder)
+{
+    WriteFileBytes(m_file, "[S]\na=1\nb\nc=3\nd=e=4\n[T]\nf=5\n");
+    const WideText s = QD_W("S"), t = QD_W("T");
+    // What is asked for may begin as the line behind the last key does.
+    const std::tuple<WideText, WideText, WideText> cases[] = {
+        {s, QD_W("a"), QD_W("1")},   {s, QD_W("b\nc"), kNothing}, {s, QD_W("b"), kNothing},
+        {s, QD_W("c"), QD_W("3")},   {s, QD_W("d=e"), kNothing},  {s, QD_W("C"), QD_W("3")},
+        {s, QD_W("d"), QD_W("e=4")}, {s, QD_W("f"), kNothing},    {t, QD_W("f"), QD_W("5")},
+        {s, QD_W("a"), QD_W("1")},
+    };
+    for (const auto& [section, key, value] : cases)
+        EXPECT_EQ(Read(section, key), value) << testing::PrintToString(key);
+}
+
 TEST_F(PrivateProfile, FindsANameOfAnyLengthWithoutRegardToCase)
 {
     constexpr std::size_t lengths[] = {1, 7, 8, 9, 63, 64, 300};

@@ -39,6 +39,18 @@ constexpr bool IsLineEnd(Unit unit)
     return unit <= Unit('\r') && (unit == Unit('\n') || unit == Unit('\r'));
 }
 
+// Whether a name does not go on with it, or may not.
+constexpr bool MayEndName(WChar unit)
+{
+    return unit < u' ' || unit == u'=';
+}
+
+// Whether it is the same one in text of either width, and in a name.
+constexpr bool IsPlain(WChar unit)
+{
+    return unit < 0x80 && !MayEndName(unit);
+}
+
 // Whether it ends a value.
 template <class Unit>
 constexpr bool IsEnd(Unit unit)
@@ -151,7 +163,7 @@ private:
         for (std::size_t i = 0; i < room / kBlockUnits * kBlockUnits; ++i) {
             const std::uint16_t unit = units[i];
             const bool isSmall = static_cast<std::uint16_t>(unit - u'a') <= u'z' - u'a';
-            const bool isEnd = unit < u' ' || unit == u'=';
+            const bool isEnd = MayEndName(unit);
             seen = static_cast<std::uint16_t>(seen | (unit & beyondAscii) | (isEnd ? 1 : 0));
             units[i] = static_cast<WChar>(unit - (isSmall ? u'a' - u'A' : 0));
         }
@@ -311,7 +323,7 @@ void IniText<Unit>::Index()
     m_keys.clear();
     m_sectionIndex.Clear();
     m_keyIndex.Clear();
-    m_lastSection.number = kNone;
+    m_lastSection.number = m_lastKey = kNone;
     IndexFrom(0);
 }
 
@@ -432,6 +444,16 @@ std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
     if (section == kNone)
         return kNone;
     const WideView trimmed = Trim(name);
+    const std::uint32_t next = m_lastKey + 1; // of `kNone` it is the first
+    if (next < m_keys.size() && m_keys[next].section == section &&
+        IsWritten(m_keys[next].begin, trimmed) && std::ranges::all_of(trimmed, IsPlain))
+        return m_lastKey = next;
+    return FindAnyKey(section, trimmed);
+}
+
+template <class Unit>
+std::uint32_t IniText<Unit>::FindAnyKey(std::uint32_t section, WideView trimmed) const
+{
     const FoldedName foldedName(trimmed);
     const auto isFolded = IsKey(section, foldedName);
     // Most ask for a key as it was written.
@@ -443,7 +465,7 @@ std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
         m_keyIndex.Find(HashOf(foldedName, section), [&](const Slot& candidate) {
             return isWritten(candidate) || isFolded(candidate);
         });
-    return slot != nullptr ? slot->number : kNone;
+    return slot != nullptr ? m_lastKey = slot->number : kNone;
 }
 
 template <class Unit>

@@ -103,6 +103,7 @@ private:
     [[nodiscard]] std::uint32_t FindSection(WideView name) const;
     [[nodiscard]] std::uint32_t FindOtherSection(WideView name) const;
     [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, WideView name) const;
+    [[nodiscard]] std::uint32_t FindAnyKey(std::uint32_t section, WideView trimmed) const;
     // The number of the section, none when its name was there before: its keys do not count.
     std::uint32_t AddSection(WideView foldedName, std::size_t begin);
     // Nothing when the section has such a key.
@@ -129,6 +130,9 @@ private:
         WideText name;
         std::uint32_t number = kNone;
     } m_lastSection;
+    // What was found last: a program asks for its keys in the order in which it wrote them, once
+    // with their defaults, so the next one is looked at first.
+    mutable std::uint32_t m_lastKey = kNone;
 };
 
 extern template class IniText<char>;
