@@ -73,7 +73,9 @@ SP<BNode> SmallTree()
     BNode* const child = Append(*root, QD_W("child"));
     child->SetObj(new BBitArray(8, 5, 5));
     child->AddAttrib(new NumberAttribute(QD_W("speed"), 7));
-    root->AddAnnotation(Named(QD_W("note")).Get());
+    WString longNote;
+    longNote.Fill(200, QD_W('n'));
+    root->AddAnnotation(Named(longNote).Get());
     return root;
 }
 
