@@ -47,6 +47,8 @@ MENDED_BY_FUZZING = {
     "log": ("behind a log that was torn at an odd byte all later runs were written so that nobody could read them",),
     "registry": ("triggers, views, checks and indices in a registry's database were executed, without an end if they had"
                  " none and with all the memory that they took",),
+    "inspect": ("the node that `qdinspect recover` puts orphans under could get the index of a lost object, to which a"
+                " record of an application's class still referred",),
 }
 
 CHECKS = [

@@ -48,6 +48,8 @@ private:
                     const RecordUses& uses);
     void TakeLabel(const RecordHead& head, std::uint32_t number);
     void FindOrphans(ArchiveFile& archive, const RecordUses& uses);
+    [[nodiscard]] std::uint64_t MostIndex() const;
+    [[nodiscard]] std::uint64_t FreeIndex(ArchiveFile& archive) const;
     [[nodiscard]] std::string FreeLabel() const;
     void WriteRecoveredNode(NewFile& out, std::uint64_t freeIndex) const;
 
@@ -151,10 +153,7 @@ bool ArchiveRecovery::Mend(BlockReader& part, NewFile& out)
     m_messages << references << " references to lost or misplaced objects are taken out\n";
     if (m_orphans.empty())
         return part.IsGood();
-    std::uint64_t freeIndex = m_lastIndex + 1;
-    while (freeIndex == 0 || archive.Find(freeIndex) != ArchiveFile::kNone) // behind the largest
-        ++freeIndex;
-    WriteRecoveredNode(out, freeIndex);
+    WriteRecoveredNode(out, FreeIndex(archive));
     m_messages << m_orphans.size() << " nodes stand below a node \"recovered\"\n";
     return part.IsGood();
 }
@@ -227,17 +226,32 @@ void ArchiveRecovery::FindOrphans(ArchiveFile& archive, const RecordUses& uses)
 {
     if (!m_hasLost && m_edits.empty())
         return;
-    const std::uint64_t most =
-        NArchive::ReferenceSize(m_header.formatVersion) == 4 ? UINT32_MAX : UINT64_MAX;
     for (std::uint32_t number = 0; number < uses.isNode.size(); ++number) {
         if (!uses.isNode[number] || m_isHeld[number])
             continue;
         const RecordHead head = archive.Head(number);
         const std::optional<std::uint64_t> index = NArchive::IndexOfText(head.indexText);
         const bool isFound = !head.label.empty() && m_labels.at(head.label).first == number;
-        if (!isFound && index && *index > 1 && *index <= most)
+        if (!isFound && index && *index > 1 && *index <= MostIndex())
             m_orphans.push_back(*index);
     }
+}
+
+std::uint64_t ArchiveRecovery::MostIndex() const
+{
+    return NArchive::ReferenceSize(m_header.formatVersion) == 4 ? UINT32_MAX : UINT64_MAX;
+}
+
+// Not the next one behind the largest: that is mostly of an object that was lost, to which records
+// of unknown classes may still refer. As many as the file has bytes cannot be lost.
+std::uint64_t ArchiveRecovery::FreeIndex(ArchiveFile& archive) const
+{
+    std::uint64_t index = 1;
+    if (m_file.Size() < MostIndex() - (std::min)(m_lastIndex, MostIndex()))
+        index = m_lastIndex + m_file.Size() + 1;
+    while (archive.Find(index) != ArchiveFile::kNone)
+        ++index;
+    return index;
 }
 
 std::string ArchiveRecovery::FreeLabel() const
