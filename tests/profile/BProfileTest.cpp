@@ -10,9 +10,9 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 

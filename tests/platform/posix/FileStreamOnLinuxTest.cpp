@@ -66,8 +66,8 @@ TEST(FileStreamOnLinux, RefusesModesThatItDoesNotKnow)
         EXPECT_EQ(errno, EINVAL);
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "new"));
-    EXPECT_FALSE(platform::OpenStream(folder.Path(""), u"r,ccs=UTF-16LE"));  // a folder
-    EXPECT_FALSE(platform::OpenStream(u"/dev/full", u"wt,ccs=UTF-16LE"));    // no room for the mark
+    EXPECT_FALSE(platform::OpenStream(folder.Path(""), u"r,ccs=UTF-16LE")); // a folder
+    EXPECT_FALSE(platform::OpenStream(u"/dev/full", u"wt,ccs=UTF-16LE"));   // no room for the mark
     EXPECT_EQ(errno, ENOSPC);
     const platform::Stream full = platform::OpenStream(u"/dev/full", u"wt"); // nor for the text
     EXPECT_EQ(std::fputs(std::string(9999, 'x').c_str(), full.get()), EOF);
