@@ -214,17 +214,13 @@ bool MoveOver(const std::wstring& target, bool isThere, bool isAlike, Draft& dra
 {
     constexpr int attempts = 100;
     constexpr DWORD pauseMs = 20;
-    const auto tryIt = [&] {
-        return (!isAlike && Replace(target, draft.Path())) || Move(target, draft.Path());
+    // `ReplaceFileW` may fail when the old file is away already: then there is only the draft.
+    const auto tryIt = [&](bool byReplacing) {
+        return (byReplacing && Replace(target, draft.Path())) || Move(target, draft.Path());
     };
-    for (int i = 0; !tryIt(); ++i) {
-        if (!IsInUse(::GetLastError()))
+    for (int i = 0; !tryIt(isThere && (!isAlike || i == attempts)); ++i) {
+        if (i == attempts || !IsInUse(::GetLastError()))
             return false;
-        if (i == attempts) {
-            if (!isThere || !Replace(target, draft.Path()))
-                return false;
-            break;
-        }
         ::Sleep(pauseMs);
     }
     draft.Release();
