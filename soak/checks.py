@@ -98,7 +98,8 @@ CHECKS = [
           " takes away what they left", program("death_soak"), targets=("death_soak",), goal=10_000, mended=(
               "what a killed saver left beside its file stayed for ever",)),
     Check("death-windows", "kills", "the same of the Windows build (under Wine), but for text profiles, which the system"
-          " writes there", under_wine("death_soak"), preset="windows", targets=("death_soak",), mended=(
+          " writes there", under_wine("death_soak"), preset="windows", targets=("death_soak",), goal=10_000,
+          mended=(
               "a saver that was killed while the new file took the place of the old one left none under its name",
               "a run that ended while another process looked at the log was not written until the next one ended")),
     Check("power", "states", "when the power fails at any moment of a save, what docs/durability.md promises of the"
