@@ -15,6 +15,7 @@
 #include <iterator>
 #include <limits>
 #include <new>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -108,6 +109,35 @@ private:
     SP<BSmartObj> m_self;
 };
 
+// One of a circle of classes, as it were: each object of it gives up the next by another function.
+class Various : public Acting {
+public:
+    using Acting::Acting;
+    static SP<BSmartObj> Read(BArchive& archive, int) { return Filled(new Various, archive); }
+    void UpdateAssociations(BArchive& archive) override
+    {
+        ArchiveItem::UpdateAssociations(archive);
+        Expect(archive, std::make_index_sequence<kCount>());
+    }
+
+    static constexpr std::size_t kCount = 300; // more than a byte tells
+    static inline std::vector<std::size_t> letGo;
+
+private:
+    template <std::size_t N>
+    static void LetGo(BSmartObj& object)
+    {
+        letGo.push_back(N);
+        static_cast<Various&>(object).m_links.clear();
+    }
+    template <std::size_t... N>
+    void Expect(BArchive& archive, std::index_sequence<N...>)
+    {
+        constexpr void (*functions[])(BSmartObj&) = {&LetGo<N>...};
+        archive.OnRefusal(*this, functions[m_value]);
+    }
+};
+
 // Has its name in the file, so that no other class reads it.
 class NamedArchive : public BArchive {
 public:
@@ -124,6 +154,7 @@ protected:
         ArchiveItem::Register();
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Acting)), &Acting::Read);
         RegisterArchiveCallback(BSmartObj::ClassName(typeid(Circular)), &Circular::Read);
+        RegisterArchiveCallback(BSmartObj::ClassName(typeid(Various)), &Various::Read);
     }
     ~BArchiveTest() override
     {
@@ -712,6 +743,30 @@ TEST_F(BArchiveTest, OfARefusedCircleNothingIsLeft)
         good->m_links.clear();
         Circular::LetGoOfSelf(*good);
     }
+}
+
+TEST_F(BArchiveTest, OfARefusedCircleNothingIsLeftHoweverManyFunctionsGiveItUp)
+{
+    std::vector<SP<BSmartObj>> circle;
+    std::vector<std::size_t> numbers(Various::kCount);
+    std::iota(numbers.begin(), numbers.end(), std::size_t{0});
+    for (const std::size_t number : numbers)
+        circle.emplace_back(new Various(static_cast<int>(number)));
+    for (const std::size_t number : numbers)
+        static_cast<Various&>(*circle[number]).m_links = {circle[(number + 1) % circle.size()]};
+    Written([&](BArchive& archive) { archive.Insert(circle.front().Get(), "refused"); });
+    for (const SP<BSmartObj>& object : circle)
+        static_cast<Various&>(*object).m_links.clear();
+    circle.clear();
+
+    Acting::verify = [](const Acting& item) { return item.m_value != 150; };
+    {
+        BArchive archive = Opened();
+        EXPECT_EQ(archive.TakeOut("refused"), nullptr);
+    }
+    EXPECT_EQ(Acting::alive, 0);
+    std::ranges::sort(Various::letGo);
+    EXPECT_EQ(std::exchange(Various::letGo, {}), numbers) << "each by its own";
 }
 
 TEST_F(BArchiveTest, AFileThatIsCutWhileItIsReadGivesNoHalfObjects)
