@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     };
     Require(merge(master, added) && CountOfKeys(output) == CountOfKeys(master));
     const std::string merged = FileBytes(output.File());
-    if (!IsNew(merged + translated))
+    if (!IsNew(merged + translated + std::to_string(added)))
         return 0;
     Require(merge(output, addedAgain) && addedAgain == added && FileBytes(output.File()) == merged);
     return 0;
