@@ -27,8 +27,8 @@ public:
     static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
 
     /// The number of the entry of `object`; made without an index when there is none. `kNone` when
-    /// 32 bits hold no further number. An object that is known here lives on, unless it was only
-    /// asked for by its address.
+    /// 32 bits hold no further number. An object that is known here lives on, unless it was not
+    /// queued: then the next one at its address may have its entry.
     [[nodiscard]] std::uint32_t FindOrAdd(const BSmartObj& object);
     /// The same for whatever is at `pointer`, which is not null.
     [[nodiscard]] std::uint32_t FindOrAddAddress(const void* pointer);
