@@ -34,8 +34,13 @@ void TryRules(const WideText& folder, const WideText& path)
         Require(platform::FindExtension(path, style) <= path.size());
         Require(platform::FindFileSpec(path, style) <= path.size());
         const std::optional<WideText> both = platform::CombinePaths(folder, path, style);
-        // What is resolved stays as it is.
-        Require(!both || platform::CombinePaths({}, *both, style) == both);
+        if (!both)
+            continue;
+        // What is resolved stays as it is, unless a drive came to the start: "./C:./a".
+        const std::optional<WideText> again = platform::CombinePaths({}, *both, style);
+        const bool hasDrive = both->find_first_of(QD_W(":{")) != both->npos;
+        Require(again == both ||
+                (hasDrive && again && platform::CombinePaths({}, *again, style) == again));
     }
 }
 
