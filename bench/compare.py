@@ -3,8 +3,8 @@
 
 A benchmark `BM_Job_Peer/size` does for a peer what `BM_Job/size` does for the library. Each runs once a
 round, ours and the peers in turn and each round another one first, so that a slow moment of the machine
-meets all of them; the median of the rounds counts. A benchmark that got a wrong result stops or says so,
-and then the comparison fails.
+meets all of them; the least of the rounds counts, as whatever else the machine and its host do only adds. A
+benchmark that got a wrong result stops or says so, and then the comparison fails.
 """
 
 import argparse
@@ -16,7 +16,6 @@ import os
 import pathlib
 import platform
 import re
-import statistics
 import subprocess
 import sys
 import tempfile
@@ -136,19 +135,19 @@ def kernel_share(runs):
 
 
 def rows_of(job, figures):
-    def median(benchmark, metric):
-        return statistics.median(figure[metric] for figure in figures[benchmark])
+    def least(benchmark, metric):
+        return min(figure[metric] for figure in figures[benchmark])
 
     sizes = [b for b in figures if b.job == job.name and not b.peer and re.fullmatch(job.sizes, b.size)]
     told = [figures[b][0]["label"] or text for b, text in zip(sizes, size_texts([b.size for b in sizes]))]
     for metric, title, reach, text in (("time", job.title, job.reach, time_text),
                                        ("peak", f"{job.title}: peak memory", job.peak, "{:.0f} bytes".format)):
         for index, ours in enumerate(sizes if metric == "time" or reach else []):
-            peers = {b.peer: median(b, metric) for b in figures
+            peers = {b.peer: least(b, metric) for b in figures
                      if b.job == job.name and b.peer and b.size == ours.size}
             row = [title, told[index]] + cells(
-                median(ours, metric), peers, reach[index % len(reach)] if isinstance(reach, list) else reach,
-                None if figures[ours][0]["label"] else median(sizes[0], metric), text)
+                least(ours, metric), peers, reach[index % len(reach)] if isinstance(reach, list) else reach,
+                None if figures[ours][0]["label"] else least(sizes[0], metric), text)
             row.append(kernel_share(figures[ours]) if metric == "time" else "")
             is_behind = row[4] and float(row[4]) > 1
             yield [f"**{cell}**" if is_behind and cell else cell for cell in row]
@@ -166,7 +165,7 @@ def machine(folder, rounds):
     versions = ((what, output(folder, "dpkg-query", "-W", "-f=${Version}", package))
                 for what, package in PACKAGES.items())
     return [f"- {datetime.date.today()}, state {output(folder, 'git', 'rev-parse', '--short', 'HEAD')}, "
-            f"medians of {rounds} rounds, load at the end {os.getloadavg()[0]:.1f}",
+            f"the least of {rounds} rounds, load at the end {os.getloadavg()[0]:.1f}",
             f"- {os.cpu_count()} cores, {memory:.0f} GiB, {platform.system()} {platform.release()}",
             f"- {output(folder, compiler, '--version').splitlines()[0]}, "
             + ", ".join(f"{what} {version}" for what, version in versions if version)]
