@@ -129,8 +129,8 @@ What stands beside these checks:
   the thread sanitizer; both with the assertions of the standard library (`_GLIBCXX_ASSERTIONS`).
 - `./dev test valgrind` runs the suites in valgrind, which sees what is read before it was written.
 - `./dev coverage` lists the lines that no test runs.
-- `./dev package` looks whether the library was hardened: read-only relocations, watched stack, checked calls and
-  returns, no executable stack.
+- `./dev package` looks whether the library was hardened: read-only relocations, watched stack, jumps and
+  returns, checked calls of the C library, no executable stack.
 """.strip().splitlines()
 
 
