@@ -139,8 +139,11 @@ inline void Step()
 /// False when it became too late.
 inline bool Sleep(const void* on, bool hasTimeLimit = false)
 {
-    if (g_running < 0 || g_isAlone)
-        std::abort(); // nobody could end that
+    if (g_running < 0 || g_isAlone) {
+        if (!hasTimeLimit)
+            std::abort(); // nobody could end that
+        return false;
+    }
     Self().sleepsOn = on;
     Self().hasTimeLimit = hasTimeLimit;
     Self().isLate = false;
