@@ -21,6 +21,12 @@
 
 namespace {
 
+// Only such a text is asked for as a block: for Wine every letter is a digit ("ini-block-digit").
+bool IsHex(const WString& text)
+{
+    return text.AsView().find_first_not_of(QD_W("0123456789ABCDEFabcdef")) == text.AsView().npos;
+}
+
 const WString kIniPath = QD_W(".\\settings.ini");
 constexpr const char* kIni = "settings.ini";
 const char* const kNames[] = {"Window", "window", "Probe", "Key1", "Key2", "Path", "default"};
@@ -153,7 +159,9 @@ const IniStep kIniSteps[] = {
     {"ReadMem",
      [](BIniProfile& p, Dice&, const WString& key) {
          char block[4] = {};
-         const bool isRead = p.ReadMem(key, block, sizeof block);
+         WString text;
+         p.Read(key, text);
+         const bool isRead = IsHex(text) && p.ReadMem(key, block, sizeof block);
          return Words(isRead, isRead ? ShowBytes({block, sizeof block}) : "");
      }},
     {"Sections",
@@ -239,7 +247,8 @@ std::string ReadAny(BProfileBase& profile, Dice& dice, const WString& key)
     case 3: return "bool " + Show(profile.ReadBoolean(key, true));
     case 4: return "exists " + Show(profile.ExistsSection(key));
     default: {
-        const bool isRead = profile.ReadMem(key, block, sizeof block);
+        const bool isRead =
+            IsHex(profile.ReadString(key, QD_W(""))) && profile.ReadMem(key, block, sizeof block);
         return "block " + Words(isRead, ShowBytes({block, isRead ? sizeof block : 0}));
     }
     }
