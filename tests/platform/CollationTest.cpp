@@ -74,6 +74,7 @@ TEST(Collation, SortsAsWindowsDoes)
         {with, QD_W("a|A|ª|á|Á|à|â|ä|ã|å|æ|b")},
         {with, QD_W("o|ö|ø|øa|p")},
         {without, QD_W("E|é|Ê|f")},
+        {with, QD_W("ae|a\u0593\u20EAé|aé")}, // the two add up to 1, less than no accent
         // Scripts, numbers and symbols among each other.
         {with, QD_W("§|µ|0|½|1|¹|10|2|²|z|α|Ω|я|か|א|ก|가|漢")},
         {with, QD_W("а|б|е|ё|ж|и|й")},
@@ -124,6 +125,7 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
         {ECase::Matters, QD_W("\u2126\u212A|\u03A9K")}, // ohm and kelvin
         {ECase::Matters, QD_W("\u00C5|\u212B|A\u030A")},
         {ECase::Matters, QD_W("å|a\u0301\u0301")}, // the weights of accents add up
+        {ECase::Matters, QD_W("\u06D5\uFCD7|\u05B3\u06E2\u06D5\uFCD7")}, // to 1, for nothing
         {ECase::Matters, QD_W("é-b|e-\u0301b|e\u00AD\u0301-b")},
         {ECase::Matters, QD_W("|\u00AD|\u200C\u200D\u200E\u2060|\uFEFF\uFFFD\uFFFF|\u0640")},
         {ECase::Matters, QD_W("ab|a\u00ADb|ab\uFEFF")},
@@ -155,6 +157,8 @@ TEST(Collation, OrdersLikeItsKeysWhateverTheTexts)
     if (kIsOffWindows) { // a mark before its sign weighs alone, and what is plain may be missing
         EXPECT_EQ(Order(QD_W("a\u0307"), QD_W("\u0302a"), ECase::Matters), 0);
         EXPECT_EQ(Order(QD_W("あゝ"), QD_W("あー"), ECase::Matters), -1);
+        EXPECT_EQ(Order(QD_W("ae"), QD_W("a\u0592\u20EAé"), ECase::Matters), -1); // a sum of 0
+        EXPECT_EQ(FindIgnoringCase(QD_W("aéa\u0592\u20EAé"), QD_W("a\u0593\u20EAé")), kNotFound);
     }
     std::minstd_rand random(7);
     const auto below = [&](std::size_t count) { return random() % count; };

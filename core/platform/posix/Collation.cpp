@@ -154,8 +154,10 @@ private:
 };
 
 // A key has the levels one after another. Bytes of 1 end a level, as no other byte is below 2, but
-// for the second of a place. What is plain at the end of a level is left out (texts of equal places
-// have as many kana, so of these nothing is), and so are the ends of levels when nothing follows.
+// for the second of a place, and of marks that add up to less: a plain one goes before these,
+// behind which else stands no lower one. What is plain at the end of a level is left out (texts of
+// equal places have as many kana, so of these nothing is), and so are the ends of levels when
+// nothing follows.
 
 void AppendPlaces(WeightReader<WChar>& reader, std::string& key)
 {
@@ -208,16 +210,20 @@ bool AppendAscii(std::u16string_view text, ECase letterCase, std::string& key)
 template <Level level>
 void AppendWeights(WeightReader<WChar> reader, std::size_t& ends, std::string& key)
 {
-    std::size_t plain = 0;
+    const std::size_t before = key.size();
+    std::size_t end = before;
+    key.append(ends, 1);
     while (const std::uint64_t weight = reader.Next<level>()) {
-        if (weight == kPlain) {
-            ++plain;
-            continue;
-        }
-        key.append(std::exchange(ends, 0), 1);
-        key.append(std::exchange(plain, 0), static_cast<char>(kPlain));
-        key.push_back(static_cast<char>(weight));
+        const auto byte = static_cast<std::uint8_t>(weight);
+        if (byte < kPlain)
+            key.push_back(static_cast<char>(kPlain));
+        key.push_back(static_cast<char>(byte));
+        if (!IsPlain(byte))
+            end = key.size();
     }
+    key.resize(end);
+    if (end != before)
+        ends = 0;
 }
 
 template <Level level>

@@ -18,10 +18,14 @@ namespace platform::collation {
 /// In this order they decide.
 enum class Level { Places, Marks, Forms, Sizes, Repetitions, Types, Widths, Dashes };
 
-/// Marks add up modulo 256, but to no end of a level.
-inline std::uint8_t SumOfMarks(std::uint8_t sum) noexcept
+/// Marks add up modulo 256; this tells a sum of 0 from the end of the level.
+inline constexpr std::uint16_t kMarkSum = 0x100;
+
+/// Whether a weight of marks or forms counts for nothing at the end of its level. Sums of marks may
+/// be below what is plain.
+inline bool IsPlain(std::uint64_t weight) noexcept
 {
-    return sum < kPlain ? kPlain + 1 : sum;
+    return (weight & 0xff) <= kPlain;
 }
 
 /// The weight of a kana at one of the levels that only kana have.
@@ -194,7 +198,7 @@ private:
 
     /// The mark of a sign with the marks that follow it, across dashes. Marks before the first sign
     /// make one of their own.
-    std::uint8_t NextMark() noexcept
+    std::uint16_t NextMark() noexcept
     {
         for (;;) {
             const Weights weights = Next();
@@ -205,7 +209,7 @@ private:
                 m_isPending = true;
                 continue;
             }
-            const std::uint8_t mark = SumOfMarks(m_pending);
+            const std::uint16_t mark = kMarkSum | m_pending;
             const bool wasPending = std::exchange(m_isPending, weights.kind == Kind::Sign);
             m_pending = weights.mark;
             if (wasPending)
@@ -245,24 +249,33 @@ private:
     UnitText m_expansion;
 };
 
+/// Whether `weight` or one behind it is not plain.
+template <Level level, class Char>
+bool HasMore(WeightReader<Char>& reader, std::uint64_t weight) noexcept
+{
+    while (weight != 0 && IsPlain(weight))
+        weight = reader.template Next<level>();
+    return weight != 0;
+}
+
 template <Level level, class Char>
 int CompareLevel(WeightReader<Char>& left, WeightReader<Char>& right) noexcept
 {
-    // At these levels keys leave out what is plain at the end, so a text that ends goes on as
-    // plain.
-    const std::uint64_t missing = level == Level::Marks || level == Level::Forms ? kPlain : 0;
     for (;;) {
-        std::uint64_t x = left.template Next<level>();
-        std::uint64_t y = right.template Next<level>();
-        if (x == y) {
-            if (x == 0)
-                return 0;
+        const std::uint64_t x = left.template Next<level>();
+        const std::uint64_t y = right.template Next<level>();
+        if (x == y && x == 0)
+            return 0;
+        if (x == y)
             continue;
+        // At these levels a text ends with its last weight that is not plain.
+        if constexpr (level == Level::Marks || level == Level::Forms) {
+            const int hasLeft = HasMore<level>(left, x);
+            const int hasRight = HasMore<level>(right, y);
+            if (hasLeft == 0 || hasRight == 0)
+                return hasLeft - hasRight;
         }
-        x = x == 0 ? missing : x;
-        y = y == 0 ? missing : y;
-        if (x != y)
-            return x < y ? -1 : 1;
+        return x < y ? -1 : 1;
     }
 }
 

@@ -168,10 +168,11 @@ private:
         return m_markPower;
     }
 
-    /// 0 for what is plain, so that it makes no difference at the end.
+    /// 0 for what is plain, so that it makes no difference at the end. Sums below that, which few
+    /// texts have, are told from it by the comparison alone.
     static Residue Excess(std::uint8_t mark) noexcept
     {
-        return static_cast<std::uint64_t>(SumOfMarks(mark) - kPlain);
+        return static_cast<std::uint64_t>(IsPlain(mark) ? 0 : mark - kPlain);
     }
 
     WeightReader<Char> m_reader{{}, ECase::Ignored};
@@ -200,7 +201,8 @@ public:
 
     /// There is room for the part behind `start`. Linear in the text, whatever the part, but for
     /// stretches that begin with a mark that repeats a sign before them, or with a unit that counts
-    /// as a mark and then a sign: each may cost a comparison.
+    /// as a mark and then a sign, or whose marks add up to less than is plain: each may cost a
+    /// comparison.
     std::size_t Find(std::size_t start) noexcept
     {
         assert(m_part.size() <= m_text.size() - start);
