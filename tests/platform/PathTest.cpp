@@ -110,4 +110,6 @@ TEST(PathRules, CombineAndResolveDots)
     const WideText absolute = QD_W("C:\\") + longest; // nothing is cut off what stands alone
     EXPECT_FALSE(platform::CombinePaths(QD_W("C:\\a"), absolute.c_str()));
     EXPECT_FALSE(platform::CombinePaths(absolute.c_str(), QD_W("")));
+    const WideText rooted = QD_W("\\aa") + longest; // without the separator there is room
+    EXPECT_EQ(platform::CombinePaths(QD_W("C"), rooted.c_str()), rooted.substr(1));
 }

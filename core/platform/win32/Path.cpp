@@ -27,9 +27,11 @@ std::size_t FindFileSpec(const WChar* path)
 
 std::optional<WideText> CombinePaths(const WChar* folder, const WChar* path)
 {
-    // The shell cuts what stands alone, as it is empty or absolute, to the room that there is.
+    // The shell cuts what stands alone, as the other is empty or it is absolute, to the room that
+    // there is. What one separator begins stands behind the folder's root, without the separator.
+    const bool isRooted = *folder != 0 && path[0] == L'\\' && path[1] != L'\\';
     const WChar* const alone = *path == 0 ? folder : path;
-    if (std::wcslen(alone) >= kPathRoom)
+    if (!isRooted && std::wcslen(alone) >= kPathRoom)
         return std::nullopt;
     // Cleared, for the shell may look behind what it wrote.
     WChar combined[kPathRoom] = {};
