@@ -6,8 +6,9 @@
 // For each kind of file two processes save numbers into it, on and on, and say in a file of their
 // own which number they begin and which was acknowledged. After up to ten milliseconds they are
 // killed, and the file is looked at: it may not be torn, and must hold what was acknowledged last
-// or what was begun then; and once one more save is done nothing of the dead may be left. The next
-// two go on with it. Which kind is next, and how long it lives, the seed says.
+// or what was begun then; and once one more save is done nothing of the dead may be left. A save
+// that is refused is a fault, and told with its reason. The next two go on with it. Which kind is
+// next, and how long it lives, the seed says.
 //
 // On Windows the system's own functions write text profiles, over the old lines: they are left out.
 //
@@ -22,6 +23,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <random>
@@ -84,9 +86,16 @@ public:
         , m_index(index)
         , m_folder(folder)
         , m_file(folder.parent_path() / (std::string(kind.name) + std::to_string(index)))
+        , m_refusals(folder.parent_path() / (kind.name + std::to_string(index) + ".refused"))
     {}
 
     [[nodiscard]] Progress Told() const { return m_file.Read(); }
+    /// Why saves were refused, a line each.
+    [[nodiscard]] std::string Refusals() const
+    {
+        std::ifstream file(m_refusals);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     void Tell(const Progress& progress) { m_file.Write(progress); }
 
     void Save()
@@ -108,10 +117,16 @@ private:
     {
         const int number = ++progress.begun;
         m_file.Write(progress);
-        if (m_kind.save(m_folder, m_index, number))
+        const auto start = Clock::now();
+        if (m_kind.save(m_folder, m_index, number)) {
             progress.acknowledged = number;
-        else
+        } else {
             ++progress.refused;
+            const std::chrono::duration<double> taken = Clock::now() - start;
+            std::ofstream(m_refusals, std::ios::app)
+                << "save " << number << ", after " << taken.count() << " s: " << LastRefusal()
+                << '\n';
+        }
         m_file.Write(progress);
     }
 
@@ -119,6 +134,7 @@ private:
     int m_index;
     fs::path m_folder;
     ProgressFile m_file;
+    fs::path m_refusals;
 };
 
 class Scene {
@@ -180,6 +196,7 @@ public:
         long saves = 0;
         for (const auto& worker : m_workers) {
             Expect(worker->Told().refused == 0, "a save was refused");
+            std::printf("%s", worker->Refusals().c_str());
             saves += worker->Told().acknowledged;
         }
         std::printf("%s: %ld kills, %ld saves, %ld drafts seen\n", m_kind.name, m_kills, saves,

@@ -1,6 +1,7 @@
 #include "soak/SavedFiles.h"
 
 #include "core/archive/BArchive.h"
+#include "core/base/BProblem.h"
 #include "core/base/ErrorCodes.h"
 #include "core/diag/BProfiler.h"
 #include "core/language/BLanguageMap.h"
@@ -62,10 +63,23 @@ WString PieceText(int value)
     return WString::FromInt(value) + padding;
 }
 
+BProblem g_refusal;
+
+/// `isSaved`; where it is false, `problem` is kept.
+bool Told(bool isSaved, const BProblem& problem)
+{
+    if (!isSaved)
+        g_refusal = problem;
+    return isSaved;
+}
+
 bool SaveDocument(const fs::path& folder, int worker, int number)
 {
-    return SaveArchive(Wide(folder / "document.qda"), "class Document", 1,
-                       [&](BArchive& archive) { InsertPieces(archive, Value(worker, number)); });
+    const auto insert = [&](BArchive& archive) { InsertPieces(archive, Value(worker, number)); };
+    BProblem problem;
+    const bool isSaved =
+        SaveArchive(Wide(folder / "document.qda"), "class Document", 1, insert, &problem);
+    return Told(isSaved, problem);
 }
 
 std::optional<int> ReadDocument(const fs::path& folder, int, int)
@@ -86,7 +100,8 @@ bool SaveBinary(const fs::path& folder, int worker, int number)
     BBinProfile profile(Wide(folder / "settings.bin"), ProfileNew);
     for (int i = 0; i < kPieces; ++i)
         profile.WriteInt(i, kKey, Value(worker, number));
-    return profile.Save();
+    const bool isSaved = profile.Save();
+    return Told(isSaved, profile.Problem());
 }
 
 std::optional<int> ReadBinary(const fs::path& folder, int, int)
@@ -112,9 +127,9 @@ bool SaveText(const fs::path& folder, int worker, int number)
     const WString extra = kExtra + WString::FromInt(worker);
     if (number % 4 == 0)
         profile.DeleteKey(extra);
-    if (number % 4 == 1 && !profile.WriteInt(extra, number))
-        return false;
-    return profile.WriteInt(WorkerKey(worker), Value(worker, number));
+    const bool isSaved = (number % 4 != 1 || profile.WriteInt(extra, number)) &&
+                         profile.WriteInt(WorkerKey(worker), Value(worker, number));
+    return Told(isSaved, profile.Problem());
 }
 
 std::optional<int> ReadText(const fs::path& folder, int worker, int)
@@ -131,8 +146,9 @@ std::optional<int> ReadText(const fs::path& folder, int worker, int)
 
 bool SaveIni(const fs::path& folder, int worker, int number)
 {
-    return BIniProfile(Wide(folder / "probe.ini"), kSection, true)
-        .WriteInt(WorkerKey(worker), Value(worker, number));
+    const BIniProfile profile(Wide(folder / "probe.ini"), kSection, true);
+    const bool isSaved = profile.WriteInt(WorkerKey(worker), Value(worker, number));
+    return Told(isSaved, profile.Problem());
 }
 
 std::optional<int> ReadIni(const fs::path& folder, int worker, int)
@@ -148,17 +164,19 @@ bool SaveLanguage(const fs::path& folder, int worker, int number)
     const fs::path master = folder / ("master" + std::to_string(worker));
     const WString merged = Wide(folder / "merged");
     fs::create_directory(master);
+    BProblem problem;
     if (fs::create_directory(folder / "merged") &&
-        BLanguageMap().ExportMapFile(Wide(folder / "merged/texts.lng")) != kErrorNone)
-        return false;
+        BLanguageMap().ExportMapFile(Wide(folder / "merged/texts.lng"), problem) != kErrorNone)
+        return Told(false, problem);
     BLanguageMap map;
     const WString text = WString::FromInt(Value(worker, number));
     for (int i = 0; i < kPieces; ++i)
         map.Add(WString(QD_W("$ID_")) + WString::FromInt(i), text, text, true, false);
     int newEntries = 0;
-    return map.ExportMapFile(Wide(master / "texts.lng")) == kErrorNone &&
-           BLanguageMap::MergeMapFile(Wide(master), merged, merged, kTexts, newEntries) ==
-               kErrorNone;
+    const bool isSaved = map.ExportMapFile(Wide(master / "texts.lng"), problem) == kErrorNone &&
+                         BLanguageMap::MergeMapFile(Wide(master), merged, merged, kTexts,
+                                                    newEntries, problem) == kErrorNone;
+    return Told(isSaved, problem);
 }
 
 std::optional<int> ReadLanguage(const fs::path& folder, int, int)
@@ -180,8 +198,9 @@ const WString kRegistryKey(QD_W("Software\\Test"));
 bool SaveRegistry(const fs::path& folder, int worker, int number)
 {
     KeepRegistryIn(folder);
-    return BConfigRegistry(kRegistryKey).WriteInt(WorkerKey(worker), Value(worker, number)) ==
-           kErrorNone;
+    BConfigRegistry config(kRegistryKey);
+    const bool isSaved = config.WriteInt(WorkerKey(worker), Value(worker, number)) == kErrorNone;
+    return Told(isSaved, BProblem::OfSystem());
 }
 
 std::optional<int> ReadRegistry(const fs::path& folder, int worker, int)
@@ -199,7 +218,8 @@ bool SaveLog(const fs::path& folder, int worker, int number)
     BProfiler::Start(WString(QD_W("run ")) + WString::FromInt(Value(worker, number)));
     BProfiler::Step(QD_W("step"));
     BProfiler::Stop(WString());
-    return !BProfiler::Problem();
+    const BProblem problem = BProfiler::Problem();
+    return Told(!problem, problem);
 }
 
 /// The last number of which all since `floor` stand in the log, which is then taken away. The run
@@ -241,6 +261,11 @@ const SavedFile kFiles[] = {
 std::span<const SavedFile> SavedFiles()
 {
     return kFiles;
+}
+
+std::string LastRefusal()
+{
+    return g_refusal.Text().AsUtf8();
 }
 
 void InsertPieces(BArchive& archive, int value)

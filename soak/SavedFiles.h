@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string>
 
 class BArchive;
 
@@ -26,6 +27,9 @@ struct SavedFile {
 };
 
 [[nodiscard]] std::span<const SavedFile> SavedFiles();
+
+/// Why the last save of this process that was refused was, as its class told.
+[[nodiscard]] std::string LastRefusal();
 
 /// The pieces of a document.
 void InsertPieces(BArchive& archive, int value);
