@@ -40,7 +40,8 @@ struct StreamCloser {
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
 /// Null when the file cannot be opened; the system's last error then says why. Other processes may
-/// open the file meanwhile.
+/// open the file meanwhile. On Windows, one that is just moving it to its name, or deleting it, is
+/// waited for up to two seconds.
 [[nodiscard]] Stream OpenStream(const WChar* path, const WChar* mode) noexcept;
 
 /// `_wfopen_s`: nobody else may open the file to write meanwhile, nor, when this stream writes, to

@@ -12,15 +12,49 @@
 #include <share.h>
 #include <utility>
 
-// The runtime library's streams. Two things are done about them: a mode that it does not know must
-// fail rather than end the process, and who opens a text to append reads its mark first, in an
-// opening of its own, so that others must be kept out for both.
+// The runtime library's streams. Three things are done about them: a mode that it does not know
+// must fail rather than end the process; who opens a text to append reads its mark first, in an
+// opening of its own, so that others must be kept out for both; and who moves a file to its name
+// has it open for a moment under the new one, where the runtime library's streams bear no one who
+// may delete their file. So whoever opens a file that is saved meanwhile would be refused now and
+// then.
 namespace platform {
+
+namespace {
+
+bool IsReading(const WChar* mode)
+{
+    return mode[std::wcsspn(mode, L" ")] == L'r' && !std::wcschr(mode, L'+');
+}
+
+// Whether a stream can be opened as soon as somebody has moved or deleted the file: one who lets it
+// be deleted is not refused.
+bool IsPassing(const WChar* path, bool isReading)
+{
+    const Handle file(::CreateFileW(path, GENERIC_READ | (isReading ? 0 : GENERIC_WRITE),
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file.IsOpen() || ::GetLastError() != ERROR_SHARING_VIOLATION;
+}
+
+} // namespace
 
 Stream OpenStream(const WChar* path, const WChar* mode) noexcept
 {
+    constexpr int attempts = 2000;
+    constexpr DWORD pauseMs = 1;
     const InvalidParametersFail modeMayBeInvalid;
-    return Stream(_wfopen(path, mode));
+    for (int i = 0;; ++i) {
+        ::SetLastError(ERROR_SUCCESS);
+        Stream stream(_wfopen(path, mode));
+        const DWORD error = ::GetLastError();
+        if (stream || error != ERROR_SHARING_VIOLATION || i == attempts ||
+            !IsPassing(path, IsReading(mode))) {
+            ::SetLastError(error);
+            return stream;
+        }
+        ::Sleep(pauseMs);
+    }
 }
 
 namespace {
@@ -60,7 +94,7 @@ bool IsInUse(const WChar* path, bool isReading)
 Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcept
 {
     // Sharing as `_wfopen_s` has it, said aloud: not every version of the runtime library keeps it.
-    const bool isReading = mode[std::wcsspn(mode, L" ")] == L'r' && !std::wcschr(mode, L'+');
+    const bool isReading = IsReading(mode);
     const int sharing = isReading ? _SH_DENYWR : _SH_DENYRW;
     const InvalidParametersFail modeMayBeInvalid;
     for (int waited = 0;; ++waited) {

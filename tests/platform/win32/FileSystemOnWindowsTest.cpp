@@ -1,4 +1,5 @@
 #include "core/platform/FileReplacement.h"
+#include "core/platform/FileStream.h"
 
 #include "tests/FileBytes.h"
 #include "tests/TemporaryFolder.h"
@@ -7,8 +8,10 @@
 
 #include <windows.h>
 #include <aclapi.h>
+#include <atomic>
 #include <cstdio>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -72,4 +75,31 @@ TEST(FileSystemOnWindows, AReplacementKeepsWhatBelongsToTheFile)
     EXPECT_TRUE(again.Commit());
     CloseHandle(reader);
     EXPECT_EQ(FileBytes(folder / "file"), "newer");
+}
+
+// As the system has a file open while it moves it to its name.
+TEST(FileSystemOnWindows, AStreamOpensWhileOthersMoveTheFileAgainAndAgain)
+{
+    const TemporaryFolder folder;
+    const std::wstring path = (folder / "file").wstring();
+    WriteFileBytes(folder / "file", "text");
+    std::atomic<bool> isDone = false;
+    std::thread mover([&] {
+        while (!isDone)
+            CloseHandle(CreateFileW(path.c_str(), DELETE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr));
+    });
+    int openedCount = 0;
+    for (int i = 0; i < 200; ++i)
+        openedCount += platform::OpenStream(path.c_str(), i % 2 == 0 ? L"rb" : L"r+b") ? 1 : 0;
+    isDone = true;
+    mover.join();
+    EXPECT_EQ(openedCount, 200);
+    // One that lets nobody read is not waited for.
+    const HANDLE owner =
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_FALSE(platform::OpenStream(path.c_str(), L"rb"));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    CloseHandle(owner);
 }
