@@ -94,8 +94,9 @@ constexpr WChar UnitOf(char byte)
 }
 
 // Blocks are converted as if each character stood for itself; a bit for each that does not is the
-// result, and the tables correct those.
+// result, and the tables correct those. Names are mostly shorter than a block, so there are halves.
 constexpr std::size_t kBlock = 16;
+constexpr std::size_t kHalfBlock = 8;
 
 #if defined(QD_VECTOR_CODE_PAGE)
 
@@ -109,6 +110,15 @@ unsigned WidenBlock(const char* text, WChar* out)
     // As signed bytes 80 to 9F are those below A0.
     const __m128i others = _mm_cmplt_epi8(bytes, _mm_set1_epi8(static_cast<char>(0xA0)));
     return static_cast<unsigned>(_mm_movemask_epi8(others));
+}
+
+unsigned WidenHalfBlock(const char* text, WChar* out)
+{
+    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                     _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    const __m128i others = _mm_cmplt_epi8(bytes, _mm_set1_epi8(static_cast<char>(0xA0)));
+    return static_cast<unsigned>(_mm_movemask_epi8(others)) & 0xFF;
 }
 
 // All bits of each unit that is below 80, or from A0 to FF.
@@ -131,6 +141,14 @@ unsigned NarrowBlock(const WChar* text, char* out)
     return static_cast<unsigned>(_mm_movemask_epi8(selves)) ^ 0xFFFF;
 }
 
+unsigned NarrowHalfBlock(const WChar* text, char* out)
+{
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(units, units));
+    const __m128i selves = StandForThemselves(units);
+    return ~static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(selves, selves))) & 0xFF;
+}
+
 #else
 
 unsigned WidenBlock(const char*, WChar*)
@@ -138,33 +156,57 @@ unsigned WidenBlock(const char*, WChar*)
     return 0xFFFF;
 }
 
+unsigned WidenHalfBlock(const char*, WChar*)
+{
+    return 0xFF;
+}
+
 unsigned NarrowBlock(const WChar*, char*)
 {
     return 0xFFFF;
 }
 
+unsigned NarrowHalfBlock(const WChar*, char*)
+{
+    return 0xFF;
+}
+
 #endif
+
+// The last block may overlap the one before: to convert characters twice takes less than to convert
+// the rest of a text one by one.
+template <std::size_t size, class From, class To, class Block, class One>
+void ConvertBlocks(const From* text, std::size_t length, To* out, Block block, One one)
+{
+    for (std::size_t at = 0;; at = (std::min)(at + size, length - size)) {
+        for (unsigned others = block(text + at, out + at); others != 0; others &= others - 1) {
+            const std::size_t i = at + static_cast<std::size_t>(std::countr_zero(others));
+            out[i] = one(text[i]);
+        }
+        if (at == length - size)
+            return;
+    }
+}
 
 void WesternToWide(const char* text, std::size_t length, WChar* out)
 {
-    for (; length >= kBlock; text += kBlock, out += kBlock, length -= kBlock) {
-        for (unsigned others = WidenBlock(text, out); others != 0; others &= others - 1) {
-            const int i = std::countr_zero(others);
-            out[i] = UnitOf(text[i]);
-        }
-    }
-    std::transform(text, text + length, out, UnitOf);
+    if (length >= kBlock)
+        ConvertBlocks<kBlock>(text, length, out, WidenBlock, UnitOf);
+    else if (length >= kHalfBlock)
+        ConvertBlocks<kHalfBlock>(text, length, out, WidenHalfBlock, UnitOf);
+    else
+        std::transform(text, text + length, out, UnitOf);
 }
 
 void WideToWestern(const WChar* text, std::size_t length, char* out)
 {
-    for (; length >= kBlock; text += kBlock, out += kBlock, length -= kBlock) {
-        for (unsigned others = NarrowBlock(text, out); others != 0; others &= others - 1) {
-            const int i = std::countr_zero(others);
-            out[i] = kByteTable.At(text[i]);
-        }
-    }
-    std::transform(text, text + length, out, [](WChar unit) { return kByteTable.At(unit); });
+    const auto byteOf = [](WChar unit) { return kByteTable.At(unit); };
+    if (length >= kBlock)
+        ConvertBlocks<kBlock>(text, length, out, NarrowBlock, byteOf);
+    else if (length >= kHalfBlock)
+        ConvertBlocks<kHalfBlock>(text, length, out, NarrowHalfBlock, byteOf);
+    else
+        std::transform(text, text + length, out, byteOf);
 }
 
 // "?" for each unit that the code page lacks, also for those that ICU would leave out.
