@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cassert>
 #include <cstddef>
@@ -12,7 +13,8 @@ namespace NArchive {
 ///
 /// It grows block by block: an array in one piece would be there twice while it grows, and be empty
 /// for a half afterwards. The first block grows as it is filled, so that a small archive stays
-/// small, and only within it do elements move.
+/// small, and only within it do elements move: seldom, as it grows by a lot, of which the system
+/// gives what is used.
 template <class T>
 class Blocks {
 public:
@@ -33,7 +35,10 @@ public:
     {
         if (m_count % kBlock == 0)
             AddBlock();
-        m_blocks.back().push_back(std::move(element));
+        std::vector<T>& block = m_blocks.back();
+        if (block.size() == block.capacity())
+            block.reserve((std::min)(kGrowth * block.size(), kBlock));
+        block.push_back(std::move(element));
         ++m_count;
     }
 
@@ -50,6 +55,7 @@ private:
     // Large enough for the system to take its memory back.
     static constexpr std::size_t kBlock = std::bit_floor(256 * 1024 / sizeof(T));
     static constexpr std::size_t kFewest = 8;
+    static constexpr std::size_t kGrowth = 8;
 
     void AddBlock()
     {
