@@ -233,6 +233,17 @@ bool BArchive::Impl::WriteQueued(BArchive& archive)
     return true;
 }
 
+char* NArchive::FieldWriter::RoomIn(BArchive& archive, std::uint64_t size)
+{
+    Saver* const saver = archive.m_impl->saver.get();
+    return saver != nullptr ? saver->file.Room(size) : nullptr;
+}
+
+void NArchive::FieldWriter::Fill(BArchive& archive, std::uint64_t size) noexcept
+{
+    archive.m_impl->saver->file.Fill(size);
+}
+
 BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
     : BArchive(path, mode, docClass, docVersion, CLASSNAME())
 {}
@@ -398,8 +409,12 @@ BArchive& BArchive::operator<<(const WString& text)
     const std::size_t count = text.Length();
     if (count > std::numeric_limits<std::int32_t>::max())
         ThrowError();
-    m_impl->Write(static_cast<std::int32_t>(count));
-    WriteMemoryBlock(text.CStr(), count * sizeof(WChar));
+    const auto shortCount = static_cast<std::int32_t>(count);
+    const std::uint64_t size = count * sizeof(WChar);
+    NArchive::FieldWriter fields(*this, sizeof shortCount + size);
+    fields.Put(&shortCount, sizeof shortCount);
+    fields.Put(text.CStr(), size);
+    fields.End();
     return *this;
 }
 

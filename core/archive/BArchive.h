@@ -20,6 +20,8 @@ enum ARCHIVE_EXCEPTION : int {
 
 namespace NArchive {
 
+class FieldWriter;
+
 // Types without an encoding, by what to write in their place, and the names that say so.
 
 template <class T, class U>
@@ -264,6 +266,8 @@ protected:
              const char* archiveClass);
 
 private:
+    friend class NArchive::FieldWriter; // writes where the archive would
+
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };

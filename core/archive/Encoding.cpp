@@ -3,35 +3,23 @@
 #include "core/archive/BArchive.h"
 #include "core/base/BlockReader.h"
 
-#include <utility>
-
 namespace NArchive {
 
-void FieldWriter::HandOver()
+void FieldWriter::HandOver(BArchive& archive, const void* bytes, std::uint64_t size)
 {
-    m_archive.WriteMemoryBlock(m_bytes, std::exchange(m_used, 0));
+    archive.WriteMemoryBlock(bytes, size);
 }
 
-// False where the bytes are too many for any room and have gone to the archive.
-bool FieldWriter::MakeRoom(const void* bytes, std::uint64_t size)
+void FieldWriter::RefuseText(const BArchive& archive)
 {
-    HandOver();
-    if (size <= sizeof m_bytes)
-        return true;
-    m_archive.WriteMemoryBlock(bytes, size);
-    return false;
-}
-
-void FieldWriter::RefuseText() const
-{
-    m_archive.ThrowError();
+    archive.ThrowError();
 }
 
 void WriteText(BArchive& archive, std::string_view text)
 {
-    FieldWriter fields(archive);
+    FieldWriter fields(archive, FieldWriter::SizeOf(text));
     fields.PutText(text);
-    fields.HandOver();
+    fields.End();
 }
 
 std::optional<std::uint64_t> EndOfText(BlockReader& reader, std::uint64_t offset)

@@ -19,29 +19,41 @@ namespace NArchive {
 inline constexpr char kTextTag = 'S';
 inline constexpr std::uint64_t kTagAndLengthSize = 5;
 
-/// Gathers short fields and hands them to an archive in one piece, as handing one over takes longer
-/// than writing it. Longer ones pass through.
+/// Writes some fields of a size that is known, at once to their place in the archive's memory: to
+/// hand each over takes longer than to write it. What is too much for that memory is handed over.
 class FieldWriter {
 public:
-    explicit FieldWriter(BArchive& archive) noexcept
+    /// Nothing else is written to `archive` until `End`.
+    FieldWriter(BArchive& archive, std::uint64_t size)
         : m_archive(archive)
+        , m_start(RoomIn(archive, size))
+        , m_next(m_start)
+        , m_left(size)
     {}
     FieldWriter(const FieldWriter&) = delete;
     FieldWriter& operator=(const FieldWriter&) = delete;
 
     void Put(const void* bytes, std::uint64_t size)
     {
-        if (size > sizeof m_bytes - m_used && !MakeRoom(bytes, size))
+        assert(size <= m_left);
+        m_left -= size;
+        if (m_start == nullptr) {
+            HandOver(m_archive, bytes, size);
             return;
+        }
         if (size != 0)
-            std::memcpy(m_bytes + m_used, bytes, size);
-        m_used += size;
+            std::memcpy(m_next, bytes, size);
+        m_next += size;
+    }
+    [[nodiscard]] static constexpr std::uint64_t SizeOf(std::string_view text) noexcept
+    {
+        return kTagAndLengthSize + text.size();
     }
     /// `ThrowError()` where 32 bits do not hold the text's length.
     void PutText(std::string_view text)
     {
         if (text.size() > (std::numeric_limits<std::uint32_t>::max)())
-            RefuseText();
+            RefuseText(m_archive);
         const auto length = static_cast<std::uint32_t>(text.size());
         // Each at once to its place: the processor waits where it is to read bytes in another
         // grouping than it has just written them in.
@@ -49,16 +61,25 @@ public:
         Put(&length, sizeof length);
         Put(text.data(), text.size());
     }
-    /// To be called at the end.
-    void HandOver();
+    /// To be called when all is put.
+    void End()
+    {
+        assert(m_left == 0);
+        if (m_start != nullptr)
+            Fill(m_archive, static_cast<std::uint64_t>(m_next - m_start));
+    }
 
 private:
-    [[nodiscard]] bool MakeRoom(const void* bytes, std::uint64_t size);
-    void RefuseText() const;
+    // With the archive and not with the writer, which so has its fields in registers.
+    [[nodiscard]] static char* RoomIn(BArchive& archive, std::uint64_t size); // see BArchive.cpp
+    static void Fill(BArchive& archive, std::uint64_t size) noexcept;         // the same
+    static void HandOver(BArchive& archive, const void* bytes, std::uint64_t size);
+    static void RefuseText(const BArchive& archive);
 
     BArchive& m_archive;
-    std::uint64_t m_used = 0;
-    char m_bytes[192]; // an object header with names of a usual length
+    char* m_start; // null where fields are handed over
+    char* m_next;
+    std::uint64_t m_left;
 };
 
 void WriteText(BArchive& archive, std::string_view text);

@@ -121,18 +121,23 @@ bool PatchPayloadSize(RecordWriter& file, std::uint64_t payloadStart, int archiv
 
 void BSmartObj::WritePrefix(BArchive& archive, BString label) const
 {
+    using NArchive::FieldWriter;
     char digits[16];
     const unsigned int index = archive.MapPointerToIndex(this);
-    const char* end = std::to_chars(digits, digits + sizeof digits, index, 16).ptr;
-    NArchive::FieldWriter fields(archive);
-    fields.PutText({digits, static_cast<std::size_t>(end - digits)});
-    fields.PutText({label.CStr(), label.Length()});
-    const char* name = ArchiveName();
-    fields.PutText(name == nullptr ? std::string_view() : std::string_view(name));
+    const char* const end = std::to_chars(digits, digits + sizeof digits, index, 16).ptr;
+    const char* const name = ArchiveName();
     const int version = Version();
+    const std::uint64_t sizeBytes = WrittenSizeBytes(archive.Version());
+    const std::string_view texts[] = {{digits, static_cast<std::size_t>(end - digits)},
+                                      {label.CStr(), label.Length()},
+                                      name == nullptr ? std::string_view() : name};
+    FieldWriter fields(archive, FieldWriter::SizeOf(texts[0]) + FieldWriter::SizeOf(texts[1]) +
+                                    FieldWriter::SizeOf(texts[2]) + sizeof version + sizeBytes);
+    for (const std::string_view text : texts)
+        fields.PutText(text);
     fields.Put(&version, sizeof version);
-    fields.Put(kSizePlaceholder, WrittenSizeBytes(archive.Version()));
-    fields.HandOver();
+    fields.Put(kSizePlaceholder, sizeBytes);
+    fields.End();
 }
 
 bool BSmartObj::ReadPrefix(BArchive& archive, BString& indexText, BString& label,

@@ -31,28 +31,30 @@ RecordWriter::RecordWriter(platform::Stream stream)
 
 void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
 {
-    if (!m_stream)
-        return;
-    if (size >= kLargestBuffer - m_used) { // more than the buffer may ever hold
-        if (!Flush())
-            return;
-        if (size >= kLargestBuffer) {
-            WriteToFile(bytes, size);
-            m_bufferStart += size;
-            return;
-        }
+    if (MakeRoom(size)) {
+        std::memcpy(m_buffer.get() + m_used, bytes, size);
+        m_used += size;
+    } else if (m_stream) {
+        WriteToFile(bytes, size);
+        m_bufferStart += size;
     }
-    if (size > m_capacity - m_used) {
-        const std::uint64_t capacity =
-            std::min(std::max({kSmallestBuffer, 4 * m_capacity, m_used + size}), kLargestBuffer);
-        auto larger = std::make_unique_for_overwrite<char[]>(capacity);
-        if (m_used != 0)
-            std::memcpy(larger.get(), m_buffer.get(), m_used);
-        m_buffer = std::move(larger);
-        m_capacity = capacity;
-    }
-    std::memcpy(m_buffer.get() + m_used, bytes, size);
-    m_used += size;
+}
+
+// False where the file is not good, and where the bytes are too many: then the memory is empty.
+bool RecordWriter::MakeRoom(std::uint64_t size)
+{
+    if (!m_stream || (size >= kLargestBuffer - m_used && (!Flush() || size >= kLargestBuffer)))
+        return false;
+    if (size <= m_capacity - m_used)
+        return true;
+    const std::uint64_t capacity =
+        std::min(std::max({kSmallestBuffer, 4 * m_capacity, m_used + size}), kLargestBuffer);
+    auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+    if (m_used != 0)
+        std::memcpy(larger.get(), m_buffer.get(), m_used);
+    m_buffer = std::move(larger);
+    m_capacity = capacity;
+    return true;
 }
 
 void RecordWriter::PatchFile(std::uint64_t position, const void* bytes, std::uint64_t size)

@@ -37,6 +37,15 @@ public:
         }
     }
 
+    /// Room in memory for the next `size` bytes, to be filled before anything else is asked of the
+    /// writer; null where there is none: for more than it ever has, and when the file is not good.
+    [[nodiscard]] char* Room(std::uint64_t size)
+    {
+        return size <= m_capacity - m_used || MakeRoom(size) ? m_buffer.get() + m_used : nullptr;
+    }
+    /// `size` bytes were filled.
+    void Fill(std::uint64_t size) noexcept { m_used += size; }
+
     /// Place in the file at which the next byte will stand.
     [[nodiscard]] std::uint64_t Position() const noexcept { return m_bufferStart + m_used; }
 
@@ -58,6 +67,7 @@ public:
 
 private:
     void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
+    [[nodiscard]] bool MakeRoom(std::uint64_t size);
     void PatchFile(std::uint64_t position, const void* bytes, std::uint64_t size);
     void WriteToFile(const void* bytes, std::uint64_t size);
     void Fail() noexcept;

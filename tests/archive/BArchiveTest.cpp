@@ -335,7 +335,7 @@ TEST_F(BArchiveTest, KeepsEveryKindOfValue)
 }
 
 // Some reach the file before their record is complete, whose size is then patched there.
-TEST_F(BArchiveTest, KeepsBlocksOfEverySize)
+TEST_F(BArchiveTest, KeepsBlocksAndTextsOfEverySize)
 {
     const int sizes[] = {3'000'000, 0, 1, 4095, 4096, 4097, 50'000, 256 * 1024, 262'000, 70'000};
     const auto block = [](int size) {
@@ -344,19 +344,28 @@ TEST_F(BArchiveTest, KeepsBlocksOfEverySize)
             bytes += static_cast<char>(i % 251 + i / 4096);
         return bytes;
     };
+    const auto narrow = [](int size) {
+        return BString(std::string(static_cast<std::size_t>(size), 't').c_str());
+    };
     Acting::write = [&](const Acting& item, BArchive& archive) {
         archive << item.m_value;
         archive.WriteMemoryBlock(block(item.m_value).data(),
                                  static_cast<std::uint64_t>(item.m_value));
         archive << '!'; // behind what went to the file it stands alone, and then room is made
         archive.WriteMemoryBlock(block(5000).data(), 5000);
+        archive << narrow(item.m_value) << WString(narrow(item.m_value)) << '.';
     };
     Acting::read = [&](BArchive& archive, int) {
         int size = 0;
         archive >> size;
-        std::string bytes(static_cast<std::size_t>(archive.BytesLeft()), '\0');
+        std::string bytes(static_cast<std::size_t>(size) + 5001, '\0');
         EXPECT_TRUE(archive.ReadMemoryBlock(bytes.data(), bytes.size()));
         EXPECT_TRUE(bytes == block(size) + '!' + block(5000)) << size;
+        BString text;
+        WString wide;
+        char end = 0;
+        archive >> text >> wide >> end;
+        EXPECT_TRUE(text == narrow(size) && wide == WString(narrow(size)) && end == '.') << size;
         return SP<BSmartObj>(new Acting(size));
     };
     Written([&](BArchive& archive) {
