@@ -8,12 +8,14 @@
 #include <utility>
 
 // The bytes gather here and not in the stream, as a stream would write its buffer at each step back
-// to patch a record's size: two system calls a record, for records of some hundred bytes.
+// to patch a record's size: two system calls a record, for records of some hundred bytes. Bytes go
+// to the file when their records are complete, or a size would be patched there in each piece.
 
 namespace {
 
-// A small archive keeps a small buffer; past the largest size the file takes the bytes.
-constexpr std::uint64_t kSmallestBuffer = 4 * 1024;
+// A small archive keeps a small buffer; enlarged twice it holds a piece and a record of a usual
+// size, and past the largest size the file takes the bytes.
+constexpr std::uint64_t kSmallestBuffer = 5 * 1024;
 constexpr std::uint64_t kLargestBuffer = 256 * 1024;
 
 } // namespace
@@ -27,6 +29,16 @@ RecordWriter::RecordWriter(platform::Stream stream)
         std::setvbuf(m_stream.get(), nullptr, _IONBF, 0); // the gathered bytes are the buffer
     else
         Fail();
+}
+
+void RecordWriter::HandOverPieces()
+{
+    const std::uint64_t end = Position() / kPiece * kPiece;
+    const std::uint64_t size = end - std::exchange(m_bufferStart, end);
+    if (m_stream)
+        WriteToFile(m_buffer.get(), size);
+    m_used -= size;
+    std::memmove(m_buffer.get(), m_buffer.get() + size, m_used);
 }
 
 void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)

@@ -10,7 +10,7 @@
 namespace NArchive {
 
 /// Writes an archive's file: bytes gather in memory, records are patched there, and the file gets
-/// large pieces.
+/// large pieces of whole records' bytes.
 ///
 /// A record too large for the memory at hand goes to the file before it is complete; its size is
 /// then patched in the file. A failed write closes the file.
@@ -59,6 +59,13 @@ public:
             PatchFile(position, bytes, size);
     }
 
+    /// A record ends here: what was written so far is neither patched nor taken back any more.
+    void EndRecord()
+    {
+        if (m_used >= kPiece)
+            HandOverPieces();
+    }
+
     /// Takes back all that was written from `position` on.
     void TakeBack(std::uint64_t position) noexcept;
 
@@ -66,6 +73,10 @@ public:
     bool Flush();
 
 private:
+    // File systems take what fills whole pieces of the file, from where one begins, in less time.
+    static constexpr std::uint64_t kPiece = 64 * 1024;
+
+    void HandOverPieces();
     void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
     [[nodiscard]] bool MakeRoom(std::uint64_t size);
     void PatchFile(std::uint64_t position, const void* bytes, std::uint64_t size);

@@ -116,6 +116,8 @@ bool Saver::Record::End(int archiveVersion)
 {
     assert(m_payloadStart >= m_start);
     m_isEnded = PatchPayloadSize(m_saver.file, m_payloadStart, archiveVersion);
+    if (m_isEnded)
+        m_saver.file.EndRecord();
     return m_isEnded;
 }
 
