@@ -13,18 +13,22 @@ class BSmartObj;
 namespace NArchive {
 
 /// What an archive knows of objects: their indices, 1, 2, ... in order of first mention (0 is
-/// null), and which are queued.
+/// null), and which are queued, in which order.
 ///
 /// The entries stand in the order in which they were made, and a table of their numbers finds them:
 /// where many places are free, each had better be small.
 class PointerMap {
 public:
+    static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
     struct Entry {
         const void* pointer;
         std::uint32_t index = 0; // 0: not mentioned yet
-        bool queued = false;     // the object waits for its record or has it
+        // 0, unless the object waits for its record or has it: then the number + 1 of the entry
+        // that was queued after it, and `kNone` for the last.
+        std::uint32_t next = 0;
+
+        [[nodiscard]] bool IsQueued() const noexcept { return next != 0; }
     };
-    static constexpr std::uint32_t kNone = (std::numeric_limits<std::uint32_t>::max)();
 
     /// The number of the entry of `object`; made without an index when there is none. `kNone` when
     /// 32 bits hold no further number. An object that is known here lives on, unless it was not

@@ -13,7 +13,7 @@ namespace {
 // Of an entry that is queued.
 const BSmartObj& ObjectOf(const PointerMap::Entry& entry) noexcept
 {
-    assert(entry.queued);
+    assert(entry.IsQueued());
     return *static_cast<const BSmartObj*>(entry.pointer);
 }
 
@@ -26,8 +26,8 @@ Saver::Saver(const WChar* path, PointerMap& objects)
 
 Saver::~Saver()
 {
-    for (std::size_t i = 0; i < m_queue.Count(); ++i)
-        ObjectOf(m_objects[m_queue[i]]).Unref();
+    for (std::uint32_t i = m_first; i != PointerMap::kNone; i = After(i))
+        ObjectOf(m_objects[i]).Unref();
 }
 
 // The queue keeps a reference to every object, also to those that have their records: an address
@@ -41,25 +41,18 @@ void Saver::Insert(const BSmartObj& object, std::uint32_t number, const char* la
         Insert(object, number, entry);
         return;
     }
-    if (entry.queued || m_labels.contains(label))
+    if (entry.IsQueued() || m_labels.contains(label))
         return;
-    const std::size_t place = m_queue.Count();
-    m_queue.Append(number);
-    try {
-        Keep(label, place);
-    } catch (...) {
-        m_queue.RemoveLast(); // or a second try would find the object queued
-        throw;
-    }
-    Hold(object, entry);
+    Keep(label, number);
+    Queue(object, number, entry);
 }
 
-void Saver::Keep(const char* label, std::size_t place)
+void Saver::Keep(const char* label, std::uint32_t number)
 {
     const BString kept(label);
     if (kept.IsEmpty()) // a string that gets no memory is empty
         throw std::bad_alloc();
-    m_waitingLabels.push_back({place, kept});
+    m_waitingLabels.push_back({number, kept});
     try {
         m_labels.emplace(label);
     } catch (...) {
@@ -88,18 +81,20 @@ Saver::Record::Record(Saver& saver)
     , m_start(saver.file.Position())
 {
     assert(saver.MayBeginRecord());
-    saver.m_currentNumber = saver.m_queue[saver.m_writtenCount];
+    saver.m_currentNumber = saver.m_waiting;
     saver.m_current = &ObjectOf(saver.m_objects[saver.m_currentNumber]);
 }
 
 Saver::Record::~Record()
 {
-    if (!m_isEnded)
-        m_saver.file.TakeBack(m_start); // the records before stay good
-    else if (m_saver.CurrentHasLabel())
-        m_saver.m_waitingLabels.pop_front();
-    m_saver.m_writtenCount += m_isEnded ? 1 : 0;
     m_saver.m_current = nullptr;
+    if (!m_isEnded) {
+        m_saver.file.TakeBack(m_start); // the records before stay good
+        return;
+    }
+    if (m_saver.CurrentHasLabel())
+        m_saver.m_waitingLabels.pop_front();
+    m_saver.m_waiting = m_saver.After(m_saver.m_currentNumber);
 }
 
 BString Saver::Record::Label() const
@@ -109,7 +104,7 @@ BString Saver::Record::Label() const
 
 bool Saver::CurrentHasLabel() const noexcept
 {
-    return !m_waitingLabels.empty() && m_waitingLabels.front().place == m_writtenCount;
+    return !m_waitingLabels.empty() && m_waitingLabels.front().number == m_currentNumber;
 }
 
 bool Saver::Record::End(int archiveVersion)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "core/archive/Blocks.h"
 #include "core/archive/PointerMap.h"
 #include "core/archive/RecordWriter.h"
 #include "core/base/BProblem.h"
@@ -9,7 +8,6 @@
 #include "core/platform/SeededHash.h"
 #include "core/platform/WChar.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -36,16 +34,14 @@ public:
     /// The same without a label, for who has the entry of that number at hand.
     void Insert(const BSmartObj& object, std::uint32_t number, PointerMap::Entry& entry)
     {
-        if (entry.queued)
-            return;
-        m_queue.Append(number);
-        Hold(object, entry);
+        if (!entry.IsQueued())
+            Queue(object, number, entry);
     }
 
     /// An object waits, the file is good and no record is being written.
     [[nodiscard]] bool MayBeginRecord() const noexcept
     {
-        return m_current == nullptr && m_writtenCount < m_queue.Count() && file.IsGood();
+        return m_current == nullptr && m_waiting != PointerMap::kNone && file.IsGood();
     }
 
     /// The number of `pointer`, which is not null, if it is the object whose record is being
@@ -90,23 +86,37 @@ public:
 
 private:
     struct Label {
-        std::size_t place; // in m_queue
+        std::uint32_t number; // of the object's entry
         BString text;
     };
 
-    static void Hold(const BSmartObj& object, PointerMap::Entry& entry) noexcept
+    void Queue(const BSmartObj& object, std::uint32_t number, PointerMap::Entry& entry) noexcept
     {
         entry.pointer = &object;
-        entry.queued = true;
+        entry.next = PointerMap::kNone;
         object.Ref();
+        if (m_last != PointerMap::kNone)
+            m_objects[m_last].next = number + 1;
+        else
+            m_first = number;
+        m_last = number;
+        if (m_waiting == PointerMap::kNone)
+            m_waiting = number;
     }
-    void Keep(const char* label, std::size_t place);
+    // The number of the entry that was queued after that one; `kNone` behind the last.
+    [[nodiscard]] std::uint32_t After(std::uint32_t number) const noexcept
+    {
+        const std::uint32_t next = m_objects[number].next;
+        return next != PointerMap::kNone ? next - 1 : next;
+    }
+    void Keep(const char* label, std::uint32_t number);
     [[nodiscard]] bool CurrentHasLabel() const noexcept;
 
     PointerMap& m_objects;
-    // Numbers of entries, in order of insertion, the written ones first.
-    Blocks<std::uint32_t> m_queue;
-    std::size_t m_writtenCount = 0;
+    // Numbers of entries, which lead from one to the next, the written ones first.
+    std::uint32_t m_first = PointerMap::kNone;
+    std::uint32_t m_waiting = PointerMap::kNone; // the first without its record
+    std::uint32_t m_last = PointerMap::kNone;
     const BSmartObj* m_current = nullptr; // the first that waits, while its record is written
     std::uint32_t m_currentNumber = 0;    // of its entry
     std::unordered_set<std::string, platform::SeededTextHash, std::equal_to<>> m_labels;
