@@ -71,15 +71,23 @@ std::uint32_t PointerMap::FindOrAddAddress(const void* pointer)
 std::uint32_t* PointerMap::PlaceOf(std::uint32_t id)
 {
     const std::uint32_t number = id / kPageIds;
+    Recent& recent = m_recent[number % kRecent];
+    if (recent.number != number || recent.page == 0)
+        recent = {PageOf(number), number};
+    return recent.page != 0 ? &m_pages[recent.page - 1].places[id % kPageIds] : nullptr;
+}
+
+std::uint32_t PointerMap::PageOf(std::uint32_t number)
+{
     PageSlot& slot =
         m_pageSlots.FindOrFree(PageSlot::HashOf(number), [](const PageSlot&) { return true; });
     if (slot.IsFree()) {
         if (AreIdsScattered())
-            return nullptr;
+            return 0;
         m_pages.Append({});
         m_pageSlots.Fill(slot, {static_cast<std::uint32_t>(m_pages.Count()), number});
     }
-    return &m_pages[slot.page - 1].places[id % kPageIds];
+    return slot.page;
 }
 
 bool PointerMap::AreIdsScattered() const noexcept

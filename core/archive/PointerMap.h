@@ -84,7 +84,15 @@ private:
     };
     using Addresses = platform::ProbeTable<AddressSlot>;
 
+    // A page that was met with; a record mentions few, and the next one mostly the same.
+    struct Recent {
+        std::uint32_t page = 0;   // its number + 1
+        std::uint32_t number = 0; // what its ids have in common
+    };
+    static constexpr std::uint32_t kRecent = 8;
+
     [[nodiscard]] std::uint32_t* PlaceOf(std::uint32_t id);
+    [[nodiscard]] std::uint32_t PageOf(std::uint32_t number);
     [[nodiscard]] bool AreIdsScattered() const noexcept;
     [[nodiscard]] AddressSlot& SlotOf(Addresses& addresses, const void* pointer,
                                       std::uint32_t hash) const;
@@ -97,6 +105,7 @@ private:
     // Either finds the entries.
     platform::ProbeTable<PageSlot> m_pageSlots;
     Blocks<Page> m_pages;
+    Recent m_recent[kRecent];
     Addresses m_addresses;
 };
 
