@@ -61,7 +61,13 @@ constexpr bool IsEnd(Unit unit)
 template <class Unit, class IsEnd>
 std::size_t LengthUntil(std::basic_string_view<Unit> text, IsEnd isEnd)
 {
-    return static_cast<std::size_t>(std::ranges::find_if(text, isEnd) - text.begin());
+    std::size_t length = 0;
+    for (const Unit unit : text) { // plain, as builds that inline little do it often
+        if (isEnd(unit))
+            break;
+        ++length;
+    }
+    return length;
 }
 
 template <class Unit>
@@ -251,7 +257,7 @@ std::optional<WideText> IniText<Unit>::Lines(WideView section, std::size_t enoug
     return List(section, enough, [](const Line& line, WideText& list) {
         list += Widen(line.name);
         if (line.value)
-            list.append(1, u'=').append(Widen(*line.value));
+            list.append(1, u'=').append(Widen(TrimName(*line.value)));
         list.push_back(0);
     });
 }
@@ -287,7 +293,7 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
     const std::size_t begin = m_keys[found].begin;
     const Line old = LineAt(begin);
     // The file need not be written for what it holds already.
-    if (old.value == View(written))
+    if (old.value && TrimName(*old.value) == View(written))
         return false;
     // The line keeps the spelling of its name and its line end, but not the blanks around "=".
     name = old.name;
@@ -345,8 +351,9 @@ void IniText<Unit>::IndexFrom(std::size_t begin)
 }
 
 // Lines are parsed where they stand whenever they are asked for: a line is short, and what is not
-// kept cannot be wrong after a change. A section's name ends at the last "]", as a name may hold
-// one, and what stands behind it counts as a remark.
+// kept cannot be wrong after a change. Values may be long, and are not looked at before they are
+// asked for. A section's name ends at the last "]", as a name may hold one, and what stands behind
+// it counts as a remark.
 template <class Unit>
 auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
 {
@@ -367,8 +374,10 @@ auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
         line.kind = EKind::Comment;
     } else {
         line.kind = EKind::Key;
-        line.name = KeyAt(begin);
-        line.value = ValueAt(begin, 0);
+        const std::size_t equals = text.find(Unit('='));
+        line.name = TrimName(text.substr(0, equals));
+        if (equals != View::npos)
+            line.value = text.substr(equals + 1);
     }
     return line;
 }

@@ -68,7 +68,7 @@ private:
         std::size_t next = 0; // where the next line begins
         EKind kind = EKind::Blank;
         View name;
-        std::optional<View> value;
+        std::optional<View> value; // with its blanks, and what stands behind a 0
     };
     struct Key {
         std::uint32_t section;
