@@ -1,6 +1,8 @@
 // The input is a text profile. What was changed in memory must be what is read from the file, and
 // a value that was written must come back.
 
+#include "core/platform/ByteOrderMark.h"
+#include "core/platform/WideText.h"
 #include "core/platform/posix/IniText.h"
 #include "core/profile/BIniProfile.h"
 #include "core/profile/BProfile.h"
@@ -36,7 +38,6 @@ void RequireSame(const platform::IniText<Unit>& text, const Names& sections, con
 template <class Unit>
 void ChangeText(platform::IniText<Unit> text, const Names& sections, const Names& keys)
 {
-    RequireSame(text, sections, u"new");
     for (const WString& section : sections) {
         Names changed;
         changed.Append(section);
@@ -50,6 +51,15 @@ void ChangeText(platform::IniText<Unit> text, const Names& sections, const Names
         }
         RequireSame(text, sections, u"new");
     }
+}
+
+// Of a file that begins with the mark of UTF-16.
+platform::WideText UnitsOf(const std::string& bytes)
+{
+    platform::WideText units(bytes.size() / sizeof(WChar) - 1, 0);
+    bytes.copy(reinterpret_cast<char*>(units.data()), units.size() * sizeof(WChar),
+               platform::kUtf16Mark.size());
+    return units;
 }
 
 // Gives the names to change.
@@ -86,6 +96,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     WriteFileBytes(folder / "p.ini", bytes);
     Names sections, keys;
     ChangeFile(folder.Path("p.ini"), sections, keys);
+    if (bytes.starts_with(platform::kUtf16Mark)) {
+        ChangeText(platform::IniText<WChar>(UnitsOf(bytes)), sections, keys);
+        return 0;
+    }
     for (const std::size_t unit : Turns(bytes, 2)) {
         if (unit == 0)
             ChangeText(platform::IniText<char>(bytes), sections, keys);

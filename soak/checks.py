@@ -39,7 +39,7 @@ def fuzz_target(name, *seeds):
 def damaged(name, *golden):
     """A fuzz target over every systematic damage of golden files of its kind and of its seeds."""
     files = [f"tests/golden/{file}" for file in golden] + [f"fuzz/seeds/{name}"]
-    return lambda seconds, seed: [f"build/linux-asan/bin/{name}_fuzz", "--damage", f"{seconds:.1f}", str(seed), *files]
+    return lambda seconds, seed: ["soak/damage.sh", name, f"{seconds:.1f}", str(seed), *files]
 
 
 MENDED_BY_FUZZING = {
@@ -69,7 +69,7 @@ CHECKS = [
         ("path", "the same for paths of files, and of nodes in a bank"),
         ("format", "the same for format strings"),
     )),
-    *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit does that",
+    *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit, or two of these, does that",
             damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",), goal=1_700_000) for name, kind, *golden in (
         ("archive", "archive", "archive/odd.qda", "inspect/torn.qda", "inspect/shortened-version-6.qda"),
         ("binprofile", "binary profile", "profile/settings.bin", "inspect/narrow.bin"),
