@@ -44,11 +44,16 @@ def kana_form(kana):
     return 2 | (not widths) | (not sizes) << 2 | (types == b"\x02") << 5
 
 
+def is_private(place):
+    """Whether its third byte stands where others have a mark: so it has none."""
+    return 0xA9 <= place[0] <= 0xAF
+
+
 def split_key(key):
     """Places, marks, forms, kana, dashes. A place may have a byte of 1."""
     places = b""
     while key[:1] != b"\x01" or key.count(b"\x01") > 4:
-        size = 3 if 0xA9 <= key[0] <= 0xAF else 2
+        size = 3 if is_private(key) else 2
         places += key[:size]
         key = key[size:]
     return [places] + key[1:].split(b"\x01")
@@ -76,7 +81,8 @@ def weights_of(unit, key, key_without_case):
             (SIGN, place, mark or PLAIN, form or PLAIN)
             for place, mark, form in zip(signs, marks, forms)
         ]
-    return SIGN, places, marks[0], kana_form(kana) if kana else forms[0]
+    mark = 0 if is_private(places) else marks[0]  # what follows adds to an earlier sign then
+    return SIGN, places, mark, kana_form(kana) if kana else forms[0]
 
 
 class Numbers:
@@ -234,7 +240,12 @@ def main():
                 todo[unit] = found
         pages.append(write_page(todo))
 
-    ideographs = [place for place in places if place[:2] in (b"\xfd\xff", b"\xfe\xff")]
+    ideographs = sorted(place for place in places if place[:2] in (b"\xfd\xff", b"\xfe\xff"))
+    # Their last bytes, from 2 on, follow from their numbers, but for one gap.
+    (later,) = [
+        b for a, b in zip(ideographs, ideographs[1:]) if b[3] != (a[3] + 1 if a[3] < 0xFF else 2)
+    ]
+    assert ideographs[0][3] == later[3] == 2
     starts = [0]
     for page in pages:
         starts.append(starts[-1] + len(page))
@@ -243,8 +254,9 @@ def main():
         "FirstKana": min(kana),
         "LastKana": max(kana),
         "FirstKanaInExpansion": bytes([KANA_IN_EXPANSION, min(kana)[1]]),
-        "FirstIdeograph": min(ideographs),
-        "LastIdeograph": max(ideographs),
+        "FirstIdeograph": ideographs[0],
+        "FirstLaterIdeograph": later,
+        "LastIdeograph": ideographs[-1],
     }
     print(
         TEMPLATE.format(

@@ -75,6 +75,8 @@ TEST(Collation, SortsAsWindowsDoes)
         {with, QD_W("o|ö|ø|øa|p")},
         {without, QD_W("E|é|Ê|f")},
         {with, QD_W("ae|a\u0593\u20EAé|aé")}, // the two add up to 1, less than no accent
+        {with, QD_W("a\u065F\uE000\u05C2|a\u065F\uE000")}, // the sum is on the "a"
+        {with, QD_W("漢ー\u061A|漢ー")},
         // Scripts, numbers and symbols among each other.
         {with, QD_W("§|µ|0|½|1|¹|10|2|²|z|α|Ω|я|か|א|ก|가|漢")},
         {with, QD_W("а|б|е|ё|ж|и|й")},
@@ -126,6 +128,7 @@ TEST(Collation, TakesDifferentSpellingsForEqual)
         {ECase::Matters, QD_W("\u00C5|\u212B|A\u030A")},
         {ECase::Matters, QD_W("å|a\u0301\u0301")}, // the weights of accents add up
         {ECase::Matters, QD_W("\u06D5\uFCD7|\u05B3\u06E2\u06D5\uFCD7")}, // to 1, for nothing
+        {ECase::Matters, QD_W("\u06EC\uE001|\uE001\u06EC")}, // private use takes no marks
         {ECase::Matters, QD_W("é-b|e-\u0301b|e\u00AD\u0301-b")},
         {ECase::Matters, QD_W("|\u00AD|\u200C\u200D\u200E\u2060|\uFEFF\uFFFD\uFFFF|\u0640")},
         {ECase::Matters, QD_W("ab|a\u00ADb|ab\uFEFF")},

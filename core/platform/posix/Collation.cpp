@@ -253,10 +253,10 @@ int Collate(const WChar* a, const WChar* b, ECase letterCase) noexcept
         return 0;
     if (const auto order = CompareAscii(a, b, shared, letterCase))
         return *order;
-    // Marks may follow: so begin with the last sign that both texts share.
-    bool isSign = false;
-    while (shared > 0 && !isSign)
-        isSign = WeightsOf(a[--shared]).kind == Kind::Sign;
+    // Marks may follow: so begin with the last sign to which they add that both texts share.
+    bool takesMarks = false;
+    while (shared > 0 && !takesMarks)
+        takesMarks = TakesMarks(WeightsOf(a[--shared]));
     return CompareLevels(View(a + shared), View(b + shared), letterCase);
 }
 

@@ -51,11 +51,6 @@ Residue SumBase() noexcept
     return base;
 }
 
-bool TakesMarks(const Weights& weights) noexcept
-{
-    return weights.kind == Kind::Sign && weights.mark != 0;
-}
-
 /// Sums over the signs of a text from its front up to some unit, from which those of any stretch
 /// follow, so that the stretches that can equal a part are found in one pass: Karp and Rabin, IBM
 /// J. Res. Dev. 31 (1987), 249. Marks have a sum of their own, as they add up.

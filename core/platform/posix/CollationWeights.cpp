@@ -134,13 +134,26 @@ void Expand(char16_t unit, UnitText& text) noexcept
         unorm2_getDecomposition(normalizer, unit, text, kUnitTextRoom, &error);
 }
 
+namespace {
+
+/// The last byte of an ideograph's place in the keys of Windows, which are numbers without 0 and 1.
+std::uint8_t LastByte(const Weights& ideograph) noexcept
+{
+    const int front =
+        ideograph.place < kFirstLaterIdeograph ? kFirstIdeograph : kFirstLaterIdeograph;
+    return static_cast<std::uint8_t>(2 + (ideograph.place - front) % 254);
+}
+
+} // namespace
+
 Weights Repeated(const Weights& repeat, const Weights& sign) noexcept
 {
     if (sign.kind == Kind::None)
         return {repeat.place, 0, 0, Kind::Sign};
-    // The place of the ideograph was compared before, so there is no need to have it again.
+    // The place of the ideograph was compared before, so there is no need to have it again. The end
+    // of it stands where other signs have a mark, and marks that follow add to that.
     if (IsIdeograph(sign))
-        return {kRepeatedIdeograph, kPlain, kPlain, Kind::Sign};
+        return {kRepeatedIdeograph, LastByte(sign), kPlain, Kind::Sign};
     Weights weights = sign;
     if (!IsKana(sign)) {
         weights.form = kPlain;

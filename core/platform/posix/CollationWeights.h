@@ -54,6 +54,12 @@ inline bool IsIdeograph(const Weights& sign) noexcept
     return sign.place >= kFirstIdeograph && sign.place <= kLastIdeograph;
 }
 
+/// Whether marks that follow add to its own. Signs of private use have none.
+inline bool TakesMarks(const Weights& weights) noexcept
+{
+    return weights.kind == Kind::Sign && weights.mark != 0;
+}
+
 inline constexpr char16_t kAsciiEnd = 0x80;
 
 // Hidden, so that they are reached without the table of what a shared library exports.
