@@ -135,5 +135,8 @@ CHECKS = [
           lambda seconds, seed: ["soak/parity/parity.py", f"{seconds:.1f}", str(seed)], preset="linux windows",
           targets=("parity",), goal=1_000_000, mended=(
               "an absolute path of 260 units or more lost its end on Windows when it was combined with another",
-              "a format whose length the runtime library told too short was written behind the text's block",)),
+              "a format whose length the runtime library told too short was written behind the text's block",
+              "a path of 260 units that begins with one separator was not combined with a relative folder on Windows",
+              "accents whose weights add up to 256 or 257 made a difference in the order of texts on Linux alone",
+              "accents behind a sign of private use, or behind a repeated ideograph, counted otherwise on Linux")),
 ]

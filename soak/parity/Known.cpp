@@ -116,6 +116,8 @@ const Known kKnown[] = {
          return Show(profile.ReadInt(QD_W("k"), 7));
      }},
     {"class-vowel-signs", [] { return Show(WString(QD_W("\u0E31")).IsAlpha()); }},
+    {"collation-jamo",
+     [] { return Show(Sign(WString(QD_W("\u115F\u1161")).Cmp(QD_W("\u1161")))); }},
     {"path-slash", [] { return Show(BDirEntry(QD_W("a\\b/c.d")).GetPath().GetFull()); }},
     {"path-doubled", [] { return Show(BDirEntry(QD_W("C:\\a\\\\b")).GetPath().GetFull()); }},
     {"path-dots", [] { return Combined(QD_W("C:\\a"), QD_W("..b\\...")); }},

@@ -45,6 +45,7 @@ constexpr Row kTable[] = {
     {"Time", 6, TryTimes},
     {"Language", 3, TryLanguage},
     {"Merge", 1, TryMerge},
+    {"Collation", 0, TryCollation}, // told by its name
 };
 
 const Row& Chosen(Dice& dice, std::string_view name)

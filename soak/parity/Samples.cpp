@@ -13,12 +13,8 @@
 
 namespace {
 
-struct Range {
-    int first, last;
-};
-
 // A script or kind of signs each; the last of all, so that nothing is left out.
-const std::initializer_list<Range> kAlphabets[] = {
+const std::initializer_list<UnitRange> kAlphabets[] = {
     {{'a', 'z'}, {'A', 'Z'}},
     {{'a', 'd'}, {'A', 'D'}, {' ', ' '}},
     {{' ', '~'}},
@@ -58,17 +54,6 @@ const WChar* const kWords[] = {
     QD_W("a'b"),      QD_W("a–b"),     QD_W("a.b"),        QD_W("K"),      QD_W("µ"),
 };
 
-WChar RandomUnit(Dice& dice, const std::initializer_list<Range>& alphabet)
-{
-    for (;;) {
-        const Range range = *(alphabet.begin() + dice.Below(static_cast<int>(alphabet.size())));
-        const auto unit =
-            static_cast<WChar>(range.first + dice.Below(range.last - range.first + 1));
-        if (!IsVowelSign(unit))
-            return unit;
-    }
-}
-
 int RandomLength(Dice& dice)
 {
     switch (dice.Below(12)) {
@@ -83,7 +68,7 @@ WString RandomPiece(Dice& dice, int length)
     const auto& alphabet = dice.OneIn(2) ? kAlphabets[dice.Below(6)] : dice.Pick(kAlphabets);
     WString text;
     for (int i = 0; i < length; ++i)
-        text += RandomUnit(dice, alphabet);
+        text += RandomUnit(dice, {alphabet.begin(), alphabet.size()});
     return text;
 }
 
@@ -190,6 +175,23 @@ bool IsVowelSign(WChar unit)
 {
     return unit == 0x0E31 || (unit >= 0x0E34 && unit <= 0x0E3A) || unit == 0x0E4D ||
            unit == 0x1885 || unit == 0x1886;
+}
+
+bool IsJamo(WChar unit)
+{
+    return (unit >= 0x1100 && unit <= 0x11FF) || (unit >= 0xA960 && unit <= 0xA97F) ||
+           (unit >= 0xD7B0 && unit <= 0xD7FF);
+}
+
+WChar RandomUnit(Dice& dice, std::span<const UnitRange> ranges)
+{
+    for (;;) {
+        const UnitRange range = dice.Pick(ranges);
+        const auto unit =
+            static_cast<WChar>(range.first + dice.Below(range.last - range.first + 1));
+        if (!IsVowelSign(unit) && !IsJamo(unit))
+            return unit;
+    }
 }
 
 WString RandomNumberText(Dice& dice)

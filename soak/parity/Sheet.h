@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <initializer_list>
 #include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -124,6 +125,14 @@ std::string RandomName(Dice& dice, int longest = 8);
 WString RandomNumberText(Dice& dice);
 /// Whether it is a sign whose class is known to differ; no random text has one.
 bool IsVowelSign(WChar unit);
+/// Whether it is a jamo, which may be a syllable with others and then is known to sort otherwise;
+/// no random text has one.
+bool IsJamo(WChar unit);
+struct UnitRange {
+    int first, last;
+};
+/// One that a random text may have, of any of the ranges.
+WChar RandomUnit(Dice& dice, std::span<const UnitRange> ranges);
 /// Of all magnitudes, with ties and limits.
 double RandomDouble(Dice& dice);
 std::int64_t RandomInteger(Dice& dice);
@@ -147,6 +156,7 @@ std::string ShowBytes(std::string_view bytes);
 void TryWideText(Sheet& sheet, Dice& dice);
 void TryNarrowText(Sheet& sheet, Dice& dice);
 void TryCodePage(Sheet& sheet, Dice& dice);
+void TryCollation(Sheet& sheet, Dice& dice);
 void TryClasses(Sheet& sheet, Dice& dice);
 void TryNumbers(Sheet& sheet, Dice& dice);
 void TryFormat(Sheet& sheet, Dice& dice);
