@@ -393,7 +393,12 @@ WString BLanguageMap::Translate(WString key) const
         key.GetAt(0) == kKeySign ? m_table->Find(ViewOf(key)) : nullptr;
     if (entry == nullptr)
         return key;
-    return m_isTestMode ? QD_W("*") + entry->text + QD_W("*") : entry->text;
+    if (!m_isTestMode) // without a text of its own here, which each look-up would pay for
+        return entry->text;
+    key = entry->text;
+    key.Prepend(QD_W("*"));
+    key.Append(QD_W("*"));
+    return key;
 }
 
 WString BLanguageMap::TranslateExt(WString text) const
