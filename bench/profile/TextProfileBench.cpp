@@ -185,7 +185,7 @@ void BM_TextProfileRead_Stat(benchmark::State& state)
     const std::string path = file.Narrow();
     for (auto _ : state) {
         for (std::int64_t index = 0; index < state.range(0); ++index) {
-            struct stat status = {};
+            struct stat status;
             if (::stat(path.c_str(), &status) != 0 || status.st_size == 0)
                 std::abort();
         }

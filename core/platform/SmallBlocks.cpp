@@ -296,7 +296,7 @@ struct alignas(64) Arena {
     {
         assert(page.taken != 0);
         page.given = ::new (block) Given{page.given};
-        if (--page.taken == 0 || page.isFull)
+        if ((--page.taken == 0 && !IsOnlyOpen(page)) || page.isFull)
             OpenOrDrop(page);
     }
 
@@ -316,6 +316,11 @@ struct alignas(64) Arena {
     std::array<Chain<Page>, kSizes> open; // pages with room for a block
 
 private:
+    // Of the pages with room, where it is one of them.
+    [[nodiscard]] static bool IsOnlyOpen(const Page& page) noexcept
+    {
+        return page.link.previous == nullptr && page.link.next == nullptr;
+    }
     [[nodiscard]] QD_APART void* TakeFromNewPage(std::size_t size) noexcept
     {
         Page* const page = g_regions.TakePage();
@@ -343,7 +348,7 @@ private:
         if (std::exchange(page.isFull, false))
             pages.Add(page);
         // The only one stays, or a block that comes and goes would take it and give it each time.
-        if (page.taken == 0 && (page.link.previous != nullptr || page.link.next != nullptr)) {
+        if (page.taken == 0 && !IsOnlyOpen(page)) {
             pages.Remove(page);
             g_regions.GivePage(page);
         }

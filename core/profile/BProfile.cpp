@@ -3,6 +3,7 @@
 #include "core/base/BError.h"
 #include "core/base/ErrorCodes.h"
 #include "core/file/BFile.h"
+#include "core/platform/FormatText.h"
 #include "core/platform/PrivateProfile.h"
 #include "core/platform/ScanText.h"
 #include "core/profile/MadeText.h"
@@ -10,9 +11,12 @@
 #include "core/profile/TextProfile.h"
 #include "core/profile/WriteBack.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <iterator>
+#include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 // Nothing of the file is kept here: several objects and processes share it, and what is kept would
@@ -38,6 +42,37 @@ WString BooleanText(bool value)
     return Made(value ? QD_W("TRUE") : QD_W("FALSE"));
 }
 
+// A key of a numbered family that takes no memory: programs read thousands of values by such keys.
+class NumberedKey {
+public:
+    NumberedKey(platform::WideView key, int index)
+    {
+        if (key.size() > std::size(m_text) - platform::kIntegerTextRoom)
+            return;
+        WChar digits[platform::kIntegerTextRoom];
+        const std::size_t count = platform::IntegerText(index, 10, digits);
+        std::copy_n(digits, count, std::copy(key.begin(), key.end(), m_text));
+        m_length = key.size() + count;
+    }
+    [[nodiscard]] bool IsTooLong() const { return m_length == 0; }
+    [[nodiscard]] platform::WideView Text() const { return {m_text, m_length}; }
+
+private:
+    WChar m_text[256];
+    std::size_t m_length = 0;
+};
+
+bool ReadNumber(const WChar* text, int& value)
+{
+    return platform::ReadInt(text, value);
+}
+
+// What follows one is told, but does not matter.
+bool ReadNumber(const WChar* text, double& value)
+{
+    return platform::ScanDouble(text, value);
+}
+
 // Whether `text` is the default as it is given: the blanks at its end are not.
 bool IsDefault(platform::WideView text, platform::WideView defaultValue)
 {
@@ -45,6 +80,61 @@ bool IsDefault(platform::WideView text, platform::WideView defaultValue)
 }
 
 } // namespace
+
+// These are what each read of a number runs through. They are small and in one piece with it:
+// behind a call of the system each return is one that the processor did not foresee.
+
+// What a longer text has behind that is cut off: no number is as long.
+inline void BProfile::ReadShort(platform::WideView key, WChar* text, std::size_t room) const
+{
+    platform::ReadProfileText(m_path.AsView(), m_section.AsView(), key, QD_W(""), text, room);
+}
+
+inline bool BProfile::ReadNumbered(const WString& key, int index, WChar* text,
+                                   std::size_t room) const
+{
+    const NumberedKey numbered(key.AsView(), index);
+    // A derived class may read plain keys in another way.
+    if (numbered.IsTooLong() || typeid(*this) != typeid(BProfile))
+        return false;
+    ReadShort(numbered.Text(), text, room);
+    return true;
+}
+
+inline void BProfile::TellFound() const
+{
+    if (!m_default.IsEmpty())
+        m_default.Clear();
+    if (m_problem)
+        m_problem = {};
+}
+
+template <class Value>
+bool BProfile::Take(const WChar* text, Value& value) const
+{
+    if (!ReadNumber(text, value))
+        return false;
+    TellFound();
+    return true;
+}
+
+template <class Value>
+Value BProfile::Default(const WChar* text, const WString& key, Value value)
+{
+    if (*text != 0) {
+        TellRead(EProblem::OtherValue, key);
+        return value;
+    }
+    TellRead(EProblem::NoValue, key);
+    const WriteBack writeBack(m_defaults, m_section, key, WString());
+    if (m_mode == ProfileReadOnly)
+        return value;
+    if constexpr (std::is_same_v<Value, int>)
+        WriteInt(key, value);
+    else
+        WriteDouble(key, value);
+    return value;
+}
 
 BProfile::BProfile(WString path, EProfileMode mode)
     : m_path(std::move(path))
@@ -163,47 +253,36 @@ WString BProfile::ReadString(WString key, WString defaultValue)
 
 int BProfile::ReadInt(int index, WString key, int defaultValue)
 {
-    return ReadInt(IndexedKey(key, index), defaultValue);
+    WChar text[256];
+    if (!ReadNumbered(key, index, text, std::size(text)))
+        return ReadInt(IndexedKey(key, index), defaultValue);
+    int value = defaultValue;
+    return Take(text, value) ? value : Default(text, IndexedKey(key, index), value);
 }
 
 int BProfile::ReadInt(WString key, int defaultValue)
 {
     WChar text[256];
-    ReadShort(key, text, std::size(text));
-    if (*text == 0) {
-        TellRead(EProblem::NoValue, key);
-        const WriteBack writeBack(m_defaults, m_section, key, WString());
-        if (m_mode != ProfileReadOnly)
-            WriteInt(key, defaultValue);
-        return defaultValue;
-    }
-    const WChar* rest = text;
+    ReadShort(key.AsView(), text, std::size(text));
     int value = defaultValue;
-    const bool isNumber = platform::ReadInt(rest, value);
-    TellRead(isNumber ? EProblem::None : EProblem::OtherValue, key);
-    return isNumber ? value : defaultValue;
+    return Take(text, value) ? value : Default(text, key, value);
 }
 
 double BProfile::ReadDouble(int index, WString key, double defaultValue)
 {
-    return ReadDouble(IndexedKey(key, index), defaultValue);
+    WChar text[128];
+    if (!ReadNumbered(key, index, text, std::size(text)))
+        return ReadDouble(IndexedKey(key, index), defaultValue);
+    double value = defaultValue;
+    return Take(text, value) ? value : Default(text, IndexedKey(key, index), value);
 }
 
 double BProfile::ReadDouble(WString key, double defaultValue)
 {
     WChar text[128];
-    ReadShort(key, text, std::size(text));
-    if (*text == 0) {
-        TellRead(EProblem::NoValue, key);
-        const WriteBack writeBack(m_defaults, m_section, key, WString());
-        if (m_mode != ProfileReadOnly)
-            WriteDouble(key, defaultValue);
-        return defaultValue;
-    }
-    double value = defaultValue; // kept when there is no number; what follows one does not matter
-    const bool isNumber = platform::ScanDouble(text, value);
-    TellRead(isNumber ? EProblem::None : EProblem::OtherValue, key);
-    return value;
+    ReadShort(key.AsView(), text, std::size(text));
+    double value = defaultValue;
+    return Take(text, value) ? value : Default(text, key, value);
 }
 
 bool BProfile::ReadMem(int index, WString key, void* data, unsigned int size)
@@ -216,7 +295,7 @@ bool BProfile::ReadMem(WString key, void* data, unsigned int size)
     const bool isRead = platform::ReadProfileBlock(m_path, m_section, key, data, size);
     WChar text[2] = {};
     if (!isRead)
-        ReadShort(key, text, std::size(text));
+        ReadShort(key.AsView(), text, std::size(text));
     TellRead(isRead ? EProblem::None : *text != 0 ? EProblem::OtherValue : EProblem::NoValue, key);
     return isRead;
 }
@@ -224,7 +303,7 @@ bool BProfile::ReadMem(WString key, void* data, unsigned int size)
 bool BProfile::ReadBoolean(WString key, bool defaultValue)
 {
     WChar text[256];
-    ReadShort(key, text, std::size(text));
+    ReadShort(key.AsView(), text, std::size(text));
     // Any other text is false, and stays in the file.
     if (*text != 0) {
         TellRead(EProblem::None, key);
@@ -276,18 +355,10 @@ void BProfile::CheckMode() const
         throw BError(kErrorGeneral, QD_W("$IDS_ErrorHint61"), nullptr, nullptr, nullptr);
 }
 
-// What a longer text has behind that is cut off: no number is as long.
-void BProfile::ReadShort(const WString& key, WChar* text, std::size_t room) const
-{
-    platform::ReadProfileText(m_path.AsView(), m_section.AsView(), key.AsView(), QD_W(""), text,
-                              room);
-}
-
 void BProfile::TellRead(EProblem code, const WString& key) const
 {
+    if (code == EProblem::None)
+        return TellFound();
     m_default.Clear();
-    if (code != EProblem::None)
-        TellValue(m_problem, code, m_section, key);
-    else if (m_problem)
-        m_problem = {};
+    TellValue(m_problem, code, m_section, key);
 }

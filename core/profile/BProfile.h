@@ -81,7 +81,17 @@ public:
 private:
     void CheckMode() const;
     /// The start of the value under `key`, up to `room` - 1 units; empty when there is none.
-    void ReadShort(const WString& key, WChar* text, std::size_t room) const;
+    void ReadShort(std::basic_string_view<WChar> key, WChar* text, std::size_t room) const;
+    /// The same of a numbered key. False where the reader of plain keys is to be asked.
+    [[nodiscard]] bool ReadNumbered(const WString& key, int index, WChar* text,
+                                    std::size_t room) const;
+    /// Whether `text` is a number, as far as readers tell; `value` stays where it begins with none.
+    template <class Value>
+    [[nodiscard]] bool Take(const WChar* text, Value& value) const;
+    /// What a reader of numbers gives for a `text` that is none: `value`, which an empty one gets.
+    template <class Value>
+    Value Default(const WChar* text, const WString& key, Value value);
+    void TellFound() const;
     void TellRead(EProblem code, const WString& key) const;
 
     WString m_path;

@@ -34,6 +34,8 @@ TYPED_TEST_SUITE(BProfileBaseTest, Profiles);
 
 TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
 {
+    WString longName;
+    longName.Fill(300, QD_W('n'));
     char block[3] = {1, 0, -1}, read[3] = {9, 9, 9};
     {
         TypeParam profile = this->Open(ProfileReadWrite);
@@ -50,6 +52,7 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
         EXPECT_TRUE(profile.WriteString(-7, QD_W("Text"), QD_W("b")));
         EXPECT_TRUE(profile.WriteInt(8, QD_W("Point"), 8));
         EXPECT_TRUE(profile.WriteDouble(9, QD_W("Point"), 1e100));
+        EXPECT_TRUE(profile.WriteInt(-9, longName, 9));
         EXPECT_TRUE(profile.WriteMem(10, QD_W("Block"), block, 1));
     }
     TypeParam profile = this->Open(ProfileReadOnly);
@@ -63,6 +66,7 @@ TYPED_TEST(BProfileBaseTest, KeepsEveryKindOfValueBetweenSessions)
     EXPECT_EQ(profile.ReadString(-7, QD_W("Text"), WString()), QD_W("b"));
     EXPECT_EQ(profile.ReadInt(8, QD_W("Point"), 0), 8);
     EXPECT_EQ(profile.ReadDouble(9, QD_W("Point"), 0), 1e100);
+    EXPECT_EQ(profile.ReadInt(-9, longName, 0), 9);
     EXPECT_FALSE(profile.ReadMem(QD_W("Block"), read, 2)); // of another size
     EXPECT_FALSE(profile.ReadMem(QD_W("Text"), read, 3));
     char one[2] = {9, 9};

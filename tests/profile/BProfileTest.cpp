@@ -49,13 +49,15 @@ TEST_F(BProfileFile, EachModeTreatsTheFileInItsWay)
 
 TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
 {
-    const std::string text = "[default]\r\nempty=\r\nno=no\r\nn=12abc\r\nbad=x12\r\nd=1e1,5\r\n";
+    const std::string text =
+        "[default]\r\nempty=\r\nno=no\r\nn=12abc\r\nbad=x12\r\nbad2=-\r\nd=1e1,5\r\n";
     for (const EProfileMode mode : {ProfileReadOnly, ProfileReadWrite}) {
         WriteFileBytes(m_file, text);
         BProfile profile(m_path, mode);
         // A text that is there stays, whether or not it is a number.
         EXPECT_EQ(profile.ReadInt(QD_W("n"), 5), 12);
         EXPECT_EQ(profile.ReadInt(QD_W("bad"), 5), 5);
+        EXPECT_EQ(profile.ReadInt(2, QD_W("bad"), 5), 5);
         EXPECT_EQ(profile.ReadDouble(QD_W("d"), 5), 10);
         EXPECT_EQ(profile.ReadDouble(QD_W("bad"), 5), 5);
         EXPECT_FALSE(profile.ReadBoolean(QD_W("no"), true));
@@ -66,22 +68,31 @@ TEST_F(BProfileFile, FillsItselfWithDefaultsUnlessReadOnly)
         EXPECT_EQ(profile.ReadString(QD_W("empty"), QD_W("text")), QD_W("text"));
         EXPECT_EQ(profile.ReadInt(QD_W("i"), 5), 5);
         EXPECT_EQ(profile.ReadDouble(QD_W("x"), 0.5), 0.5);
+        EXPECT_EQ(profile.ReadInt(-1, QD_W("i"), 6), 6);
+        EXPECT_EQ(profile.ReadDouble(1, QD_W("x"), 1.5), 1.5);
         EXPECT_TRUE(profile.ReadBoolean(QD_W("b"), true));
         EXPECT_EQ(FileBytes(m_file) == text, mode == ProfileReadOnly);
     }
     EXPECT_EQ(FileBytes(m_file), "[default]\r\nempty=text\r\nno=no\r\nn=12abc\r\nbad=x12\r\n"
-                                 "d=1e1,5\r\ni=5\r\nx=0.5\r\nb=TRUE\r\n");
+                                 "bad2=-\r\nd=1e1,5\r\ni=5\r\nx=0.5\r\ni-1=6\r\nx1=1.5\r\n"
+                                 "b=TRUE\r\n");
 }
 
 TEST_F(BProfileFile, ADefaultGoesThroughTheWritersAndReplacesNothingThatCameMeanwhile)
 {
-    // Its writers see what they write, and somebody else is faster.
+    // Its readers and writers see what they read and write, and somebody else is faster.
     class Overtaken : public BProfile {
     public:
         using BProfile::BProfile;
+        using BProfile::ReadInt;
         using BProfile::WriteInt;
         using BProfile::WriteString;
 
+        int ReadInt(WString key, int defaultValue) override
+        {
+            seen += (QD_W("read ") + key + QD_W(" ")).AsString().CStr();
+            return BProfile::ReadInt(std::move(key), defaultValue);
+        }
         bool WriteInt(WString key, int value) override
         {
             seen += "int ";
@@ -98,14 +109,14 @@ TEST_F(BProfileFile, ADefaultGoesThroughTheWritersAndReplacesNothingThatCameMean
     };
     WriteFileBytes(m_file, "[default]\r\nempty=\r\n");
     Overtaken profile(m_path, ProfileReadWrite);
-    EXPECT_EQ(profile.ReadInt(QD_W("i"), 1), 1);
+    EXPECT_EQ(profile.ReadInt(1, QD_W("i"), 1), 1);
     EXPECT_EQ(profile.ReadDouble(QD_W("d"), 0.5), 0.5);
     EXPECT_TRUE(profile.ReadBoolean(QD_W("b"), true));
     EXPECT_EQ(profile.ReadString(QD_W("empty"), QD_W("text")), QD_W("text"));
-    EXPECT_EQ(profile.seen, "int i=1 d=0.5 b=TRUE empty=text ");
-    EXPECT_EQ(FileBytes(m_file), "[default]\r\nempty=5\r\ni=5\r\nd=5\r\nb=5\r\n");
-    EXPECT_TRUE(profile.WriteInt(QD_W("i"), 7)); // no default
-    EXPECT_EQ(profile.ReadInt(QD_W("i"), 0), 7);
+    EXPECT_EQ(profile.seen, "read i1 int i1=1 d=0.5 b=TRUE empty=text ");
+    EXPECT_EQ(FileBytes(m_file), "[default]\r\nempty=5\r\ni1=5\r\nd=5\r\nb=5\r\n");
+    EXPECT_TRUE(profile.WriteInt(1, QD_W("i"), 7)); // no default
+    EXPECT_EQ(profile.ReadInt(1, QD_W("i"), 0), 7);
 }
 
 TEST_F(BProfileFile, MakesAnEightBitFileUnicodeWhenAValueNeedsIt)

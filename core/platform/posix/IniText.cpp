@@ -51,6 +51,31 @@ constexpr bool IsPlain(WChar unit)
     return unit < 0x80 && !MayEndName(unit);
 }
 
+// Whether `written` begins with `name`, of plain units alone. Eight at a time without a branch, the
+// last eight again where they are no whole block: so compilers make a few instructions for them.
+template <class Unit>
+bool IsSamePlain(const Unit* written, WideView name)
+{
+    constexpr std::size_t block = 8;
+    std::uint16_t differences[block] = {};
+    const auto compare = [&](std::size_t begin, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            const int difference =
+                (written[begin + i] ^ name[begin + i]) | (IsPlain(name[begin + i]) ? 0 : 1);
+            differences[i] = static_cast<std::uint16_t>(differences[i] | difference);
+        }
+    };
+    if (name.size() < block) {
+        compare(0, name.size());
+    } else {
+        for (std::size_t begin = 0; begin < name.size() - block; begin += block)
+            compare(begin, block);
+        compare(name.size() - block, block);
+    }
+    return std::ranges::all_of(differences,
+                               [](std::uint16_t difference) { return difference == 0; });
+}
+
 // Whether it ends a value.
 template <class Unit>
 constexpr bool IsEnd(Unit unit)
@@ -154,9 +179,6 @@ public:
 
     operator WideView() const noexcept { return m_units; }
 
-    /// Whether all of it is ASCII, and none of it ends a name.
-    [[nodiscard]] bool IsPlain() const noexcept { return m_isPlain; }
-
 private:
     static constexpr std::size_t kBlockUnits = 8;
 
@@ -169,18 +191,15 @@ private:
         for (std::size_t i = 0; i < room / kBlockUnits * kBlockUnits; ++i) {
             const std::uint16_t unit = units[i];
             const bool isSmall = static_cast<std::uint16_t>(unit - u'a') <= u'z' - u'a';
-            const bool isEnd = MayEndName(unit);
-            seen = static_cast<std::uint16_t>(seen | (unit & beyondAscii) | (isEnd ? 1 : 0));
+            seen = static_cast<std::uint16_t>(seen | unit);
             units[i] = static_cast<WChar>(unit - (isSmall ? u'a' - u'A' : 0));
         }
-        m_isPlain = seen == 0;
         return (seen & beyondAscii) == 0;
     }
 
     WChar m_short[64];
     std::unique_ptr<WChar[]> m_long;
     WideView m_units; // in one of the two
-    bool m_isPlain = true;
 };
 
 // Compares blocks of memory, where the view's own operator goes unit by unit.
@@ -405,11 +424,12 @@ auto IniText<Unit>::ValueAt(std::size_t begin, std::size_t nameLength) const noe
 }
 
 template <class Unit>
-bool IniText<Unit>::IsWritten(std::size_t begin, WideView plainName) const noexcept
+bool IniText<Unit>::IsWritten(std::size_t begin, WideView name) const noexcept
 {
-    const View line = View(m_text).substr(begin, plainName.size() + 1);
-    return line.size() > plainName.size() && line.back() == Unit('=') &&
-           std::ranges::equal(line.substr(0, plainName.size()), plainName);
+    const View line = View(m_text).substr(begin, name.size() + 1);
+    if (line.size() <= name.size() || line.back() != Unit('='))
+        return false;
+    return IsSamePlain(line.data(), name);
 }
 
 template <class Unit>
@@ -455,7 +475,7 @@ std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
     const WideView trimmed = Trim(name);
     const std::uint32_t next = m_lastKey + 1; // of `kNone` it is the first
     if (next < m_keys.size() && m_keys[next].section == section &&
-        IsWritten(m_keys[next].begin, trimmed) && std::ranges::all_of(trimmed, IsPlain))
+        IsWritten(m_keys[next].begin, trimmed))
         return m_lastKey = next;
     return FindAnyKey(section, trimmed);
 }
@@ -468,7 +488,7 @@ std::uint32_t IniText<Unit>::FindAnyKey(std::uint32_t section, WideView trimmed)
     // Most ask for a key as it was written.
     const auto isWritten = [&](const Slot& slot) {
         const Key& key = m_keys[slot.number];
-        return foldedName.IsPlain() && key.section == section && IsWritten(key.begin, trimmed);
+        return key.section == section && IsWritten(key.begin, trimmed);
     };
     const Slot* const slot =
         m_keyIndex.Find(HashOf(foldedName, section), [&](const Slot& candidate) {

@@ -96,8 +96,9 @@ private:
     [[nodiscard]] View KeyAt(std::size_t begin) const noexcept;
     [[nodiscard]] std::optional<View> ValueAt(std::size_t begin,
                                               std::size_t nameLength) const noexcept;
-    // Whether the line begins with just this name and "=".
-    [[nodiscard]] bool IsWritten(std::size_t begin, WideView plainName) const noexcept;
+    // Whether the line begins with just this name and "=". Surely so if true: only ASCII is looked
+    // at.
+    [[nodiscard]] bool IsWritten(std::size_t begin, WideView name) const noexcept;
     [[nodiscard]] auto IsSection(WideView foldedName) const;
     [[nodiscard]] auto IsKey(std::uint32_t section, WideView foldedName) const;
     [[nodiscard]] std::uint32_t FindSection(WideView name) const;

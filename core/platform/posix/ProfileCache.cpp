@@ -12,13 +12,8 @@ ProfileCache& ProfileCache::Instance()
     return instance;
 }
 
-ProfileFile* ProfileCache::Get(WideView path, ProfileFile::ELoad& state)
+ProfileFile* ProfileCache::GetOther(WideView path, ProfileFile::ELoad& state)
 {
-    // Most programs read one profile, key by key.
-    state = ProfileFile::ELoad::Loaded;
-    if (!m_files.empty() && std::ranges::equal(m_files.front().Path(), path) &&
-        m_files.front().IsCurrent())
-        return &m_files.front();
     std::list<ProfileFile> taken = Take(path, state);
     if (state != ProfileFile::ELoad::Loaded)
         return nullptr;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "core/platform/OwnerCount.h"
 #include "core/platform/posix/ProfileFile.h"
 
+#include <algorithm>
 #include <list>
 #include <mutex>
 
@@ -13,11 +15,21 @@ class ProfileCache {
 public:
     static ProfileCache& Instance();
 
-    [[nodiscard]] std::unique_lock<std::mutex> Lock() { return std::unique_lock(m_lock); }
+    [[nodiscard]] std::unique_lock<std::mutex> Lock()
+    {
+        return IsOnlyThread() ? std::unique_lock<std::mutex>() : std::unique_lock(m_lock);
+    }
 
     /// The profile as the file has it now, good until the lock is given back; `state` tells why it
     /// is null.
-    ProfileFile* Get(WideView path, ProfileFile::ELoad& state);
+    ProfileFile* Get(WideView path, ProfileFile::ELoad& state)
+    {
+        // Most programs read one profile, key by key.
+        if (!m_files.empty() && std::ranges::equal(m_files.front().Path(), path) &&
+            m_files.front().IsCurrent())
+            return &m_files.front();
+        return GetOther(path, state);
+    }
 
     /// The same, taken out, as a list of one: who changes it and fails lets it go, so that no
     /// change stays that the file does not have. One that is missing is empty.
@@ -27,6 +39,8 @@ public:
     void Keep(std::list<ProfileFile>& taken);
 
 private:
+    ProfileFile* GetOther(WideView path, ProfileFile::ELoad& state);
+
     std::mutex m_lock;
     std::list<ProfileFile> m_files; // the latest first; guarded by m_lock
 };

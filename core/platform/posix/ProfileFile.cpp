@@ -47,13 +47,6 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "units are read as they stand");
 
-constexpr std::int64_t kSecond = 1'000'000'000;
-
-std::int64_t Nanoseconds(const timespec& time)
-{
-    return time.tv_sec * kSecond + time.tv_nsec;
-}
-
 timespec Now()
 {
     timespec now = {};
@@ -138,14 +131,6 @@ bool CanAppend(int file, const struct stat& status, std::size_t size)
 
 } // namespace
 
-FileStamp::FileStamp(const struct stat& status) noexcept
-    : device(status.st_dev)
-    , file(status.st_ino)
-    , size(status.st_size)
-    , modified(Nanoseconds(status.st_mtim))
-    , changed(Nanoseconds(status.st_ctim))
-{}
-
 // Most file systems tell times apart that are a clock tick apart, some only whole seconds or pairs
 // of them.
 bool FileStamp::IsSettled() const noexcept
@@ -195,13 +180,6 @@ bool ProfileFile::Save()
 bool ProfileFile::IsWritable() const noexcept
 {
     return ::access(m_nativePath.c_str(), W_OK) == 0;
-}
-
-bool ProfileFile::IsCurrent() const noexcept
-{
-    struct stat status = {};
-    return m_isSettled && ::stat(m_nativePath.c_str(), &status) == 0 &&
-           m_stamp == FileStamp(status);
 }
 
 ProfileFile::ELoad ProfileFile::Load()

@@ -13,10 +13,23 @@
 
 namespace platform {
 
+inline constexpr std::int64_t kSecond = 1'000'000'000;
+
+constexpr std::int64_t Nanoseconds(const timespec& time) noexcept
+{
+    return time.tv_sec * kSecond + time.tv_nsec;
+}
+
 /// Which state of a file was read: its identity, size and times.
 struct FileStamp {
     FileStamp() = default;
-    explicit FileStamp(const struct stat& status) noexcept;
+    explicit FileStamp(const struct stat& status) noexcept
+        : device(status.st_dev)
+        , file(status.st_ino)
+        , size(status.st_size)
+        , modified(Nanoseconds(status.st_mtim))
+        , changed(Nanoseconds(status.st_ctim))
+    {}
     bool operator==(const FileStamp&) const = default;
 
     /// Whether its times have moved on, so that a later change would show.
@@ -39,7 +52,12 @@ public:
     explicit ProfileFile(WideView path);
 
     /// Whether the file is known to be as it was.
-    [[nodiscard]] bool IsCurrent() const noexcept;
+    [[nodiscard]] bool IsCurrent() const noexcept
+    {
+        struct stat status; // to clear it would take as long as to find the key
+        return m_isSettled && ::stat(m_nativePath.c_str(), &status) == 0 &&
+               m_stamp == FileStamp(status);
+    }
     /// Reads the file, unless it is known to be as it was.
     ELoad Refresh();
     /// Puts the text in place of the file's whole content. False when that fails: the file then

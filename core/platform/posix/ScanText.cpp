@@ -92,7 +92,8 @@ struct Integer {
             text += 2; // "0x" alone is no number, as nothing follows: `end` stays null
         constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
         for (unsigned digit; (digit = DigitValue(*text)) < base; end = ++text) {
-            isTooLarge = isTooLarge || magnitude > (kMax - digit) / base;
+            isTooLarge =
+                isTooLarge || (magnitude >= kMax / base && magnitude > (kMax - digit) / base);
             magnitude = isTooLarge ? kMax : magnitude * base + digit;
         }
     }
