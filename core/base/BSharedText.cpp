@@ -37,8 +37,7 @@ void* BTextHeap::Resize(void* block, std::size_t size) noexcept
 
 void BTextHeap::Free(void* block) noexcept
 {
-    if (!platform::GiveSmallBlock(block))
-        std::free(block);
+    platform::GiveSmallBlock(block, std::free);
 }
 
 std::size_t BTextHeap::Measure(const WChar* text) noexcept

@@ -64,8 +64,7 @@ void* BSmartObj::operator new(std::size_t size, const std::nothrow_t& tag) noexc
 
 void BSmartObj::operator delete(void* block) noexcept
 {
-    if (!platform::GiveSmallBlock(block))
-        ::operator delete(block);
+    platform::GiveSmallBlock(block, [](void* other) { ::operator delete(other); });
 }
 
 void BSmartObj::operator delete(void* block, const std::nothrow_t&) noexcept

@@ -397,10 +397,12 @@ void* TakeSmallBlock(std::size_t size) noexcept
     return IsOnlyThread() ? arena.Take(number) : arena.TakeLocked(number);
 }
 
-bool GiveSmallBlock(void* block) noexcept
+void GiveSmallBlock(void* block, void (*heap)(void* block)) noexcept
 {
-    if (!Regions::Have(block))
-        return false;
+    if (!Regions::Have(block)) {
+        heap(block);
+        return;
+    }
     Page& page = Region::Of(block).PageOf(block);
 #if !defined(NDEBUG)
     std::memset(block, 0xDD, page.size); // for who uses it still
@@ -409,7 +411,6 @@ bool GiveSmallBlock(void* block) noexcept
         page.arena->Give(page, block);
     else
         page.arena->GiveLocked(page, block);
-    return true;
 }
 
 std::size_t SmallBlockSize(const void* block) noexcept

@@ -19,8 +19,9 @@ inline constexpr std::size_t kLargestSmallBlock = 256;
 /// there is none: the caller then asks the heap, which decides whether memory has run out.
 [[nodiscard]] void* TakeSmallBlock(std::size_t size) noexcept;
 
-/// False for what did not come from here, also null: the caller then gives it back to the heap.
-[[nodiscard]] bool GiveSmallBlock(void* block) noexcept;
+/// Gives a block back; what did not come from here, also null, goes to `heap`. This is mostly the
+/// last that a caller does: so it needs not ask, and nothing is left to do there.
+void GiveSmallBlock(void* block, void (*heap)(void* block)) noexcept;
 
 /// The bytes of a block, at least those that were asked for; 0 for what did not come from here.
 [[nodiscard]] std::size_t SmallBlockSize(const void* block) noexcept;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <ctime>
 #include <sched.h>
 #include <sys/mman.h>
@@ -19,7 +20,7 @@ TEST(SmallBlocksOnLinux, AreThereInACopyOfTheProcess)
     std::atomic<bool> isOver = false;
     std::vector<void*> blocks(32);
     const auto exchange = [&blocks](std::size_t place) {
-        (void)platform::GiveSmallBlock(blocks[place]);
+        platform::GiveSmallBlock(blocks[place], std::free);
         blocks[place] = platform::TakeSmallBlock(40);
     };
     std::thread other([&] {
@@ -90,7 +91,7 @@ TEST(SmallBlocksOnLinux, ArePassedOnByAThreadOfALowerPriority)
         std::thread low([&] {
             while (!isOver) {
                 void* const block = platform::TakeSmallBlock(40);
-                (void)platform::GiveSmallBlock(passed.exchange(block));
+                platform::GiveSmallBlock(passed.exchange(block), std::free);
             }
         });
         std::thread high([&] {
@@ -98,7 +99,7 @@ TEST(SmallBlocksOnLinux, ArePassedOnByAThreadOfALowerPriority)
             (void)::sched_setscheduler(0, SCHED_FIFO, &priority); // not everyone may
             for (int i = 0; i != 500; ++i) {
                 ::usleep(100);
-                (void)platform::GiveSmallBlock(passed.exchange(nullptr));
+                platform::GiveSmallBlock(passed.exchange(nullptr), std::free);
             }
         });
         high.join();
