@@ -55,6 +55,26 @@ void TryPath(Sheet& sheet, Dice& dice)
     }
 }
 
+// Paths about as long as the shell has room for, alone or combined, which it cuts or refuses.
+void TryLongPath(Sheet& sheet, Dice& dice)
+{
+    constexpr std::size_t kRoom = 260;
+    WString folder = RandomPath(dice), path = RandomPath(dice);
+    if (folder.StartsWith(QD_W("C:\\")) && folder.Length() > 3 && dice.OneIn(2))
+        path = WString(QD_W("..\\")) + Wide(RandomName(dice)) + QD_W("\\");
+    WString& longer = dice.OneIn(3) ? folder : path;
+    const std::size_t other = dice.OneIn(2) ? 0 : (&longer == &path ? folder : path).Length();
+    const std::size_t wanted = kRoom - 5 + dice.Next() % 9;
+    while (longer.Length() + other < wanted)
+        longer += 'n';
+    BDirEntry entry(folder);
+    entry += BDirEntry(path);
+    sheet.Tell("LongPath.Combine", Words(folder, path), Words(entry.GetFull()));
+    const BDirEntry alone(longer);
+    sheet.Tell("LongPath.Parts", Words(longer),
+               Words(alone.GetName(), alone.GetExtension(), alone.GetPath().GetFull()));
+}
+
 // A folder of files with short names of small letters, as other ones have a second name on Windows
 // and its file system does not tell the case.
 void TryPatterns(Sheet& sheet, Dice& dice)

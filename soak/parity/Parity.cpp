@@ -45,7 +45,9 @@ constexpr Row kTable[] = {
     {"Time", 6, TryTimes},
     {"Language", 3, TryLanguage},
     {"Merge", 1, TryMerge},
-    {"Collation", 0, TryCollation}, // told by its name
+    // Told by their names
+    {"Collation", 0, TryCollation},
+    {"LongPath", 0, TryLongPath},
 };
 
 const Row& Chosen(Dice& dice, std::string_view name)

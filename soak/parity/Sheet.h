@@ -161,6 +161,7 @@ void TryClasses(Sheet& sheet, Dice& dice);
 void TryNumbers(Sheet& sheet, Dice& dice);
 void TryFormat(Sheet& sheet, Dice& dice);
 void TryPath(Sheet& sheet, Dice& dice);
+void TryLongPath(Sheet& sheet, Dice& dice);
 void TryPatterns(Sheet& sheet, Dice& dice);
 void TryStream(Sheet& sheet, Dice& dice);
 void TryIni(Sheet& sheet, Dice& dice);
