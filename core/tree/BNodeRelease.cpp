@@ -51,7 +51,10 @@ struct BNode::Releasing {
         if (depth >= kDeepest && PutAside(node))
             return;
         ++depth;
-        {
+        if (node.m_children.IsEmpty() && node.Annotated() == nullptr) { // as most nodes are
+            const SP<BSmartObj> object = std::move(node.m_object);
+            const AttributeList attributes = std::move(node.m_attributes);
+        } else {
             const Released dying(node);
         }
         --depth;
