@@ -119,7 +119,15 @@ def exchange(faults, folder, seed):
     compare(faults, f"seed {seed}, what the other one wrote", *run_both(folder, "read", *names[0]))
 
 
+def keep_wine():
+    """Wine boots for each program that finds none running: seconds, on a busy machine a minute."""
+    if server := shutil.which("wineserver"):
+        subprocess.run([server, "-p60"], env=ENVIRONMENT, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL)
+
+
 def run_batch(faults, base, seed):
+    keep_wine()
     folder = pathlib.Path(tempfile.mkdtemp(dir=base))
     count = compare(faults, f"seed {seed}", *run_both(folder, OPERATIONS, seed))
     for name, rare in RARE.items():
@@ -135,6 +143,7 @@ def main():
         sys.exit(__doc__)
     end, seed = time.monotonic() + float(sys.argv[1]), int(sys.argv[2])
     faults, operations, graphs = Faults(), 0, 0
+    keep_wine()
     with tempfile.TemporaryDirectory(prefix="qd-parity-") as base:
         print(f"{compare_known(faults, pathlib.Path(base))} listed differences")
         while operations == 0 or (time.monotonic() < end and faults.count < MANY):
