@@ -1,6 +1,7 @@
 #include "core/tree/ChildList.h"
 
 #include "core/platform/Collation.h"
+#include "core/platform/SmallBlocks.h"
 #include "core/tree/BNode.h"
 #include "core/tree/ChildIndex.h"
 #include "core/tree/NodeAccess.h"
@@ -36,7 +37,7 @@
 
 namespace {
 
-constexpr int kFewest = 2;        // slots: a block of the heap has room for both or none
+constexpr int kFewest = 2;        // slots: seldom a child stays the only one
 constexpr int kShort = 32;        // slots, among which a gap is closed at once
 constexpr int kManyChildren = 16; // from here on an index of the texts pays
 
@@ -91,9 +92,10 @@ struct ChildList::Block {
 
     [[nodiscard]] static BlockOwner Make(int capacity)
     {
-        void* const memory =
-            ::operator new(sizeof(Block) + static_cast<std::size_t>(capacity) * sizeof(SP<BNode>));
-        return BlockOwner(new (memory) Block(capacity));
+        const std::size_t size =
+            sizeof(Block) + static_cast<std::size_t>(capacity) * sizeof(SP<BNode>);
+        void* const small = platform::TakeSmallBlock(size);
+        return BlockOwner(new (small != nullptr ? small : ::operator new(size)) Block(capacity));
     }
 
     [[nodiscard]] SP<BNode>* Slots() noexcept { return reinterpret_cast<SP<BNode>*>(this + 1); }
@@ -191,7 +193,7 @@ struct ChildList::Block {
 void ChildList::BlockDeleter::operator()(Block* block) const noexcept
 {
     block->~Block();
-    ::operator delete(block);
+    platform::GiveSmallBlock(block, [](void* other) { ::operator delete(other); });
 }
 
 ChildList::Iterator::reference ChildList::Iterator::operator*() const noexcept
