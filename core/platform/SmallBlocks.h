@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Memory for what a document has millions of: nodes, attributes, short texts. A block is found and
-/// given back in a few instructions and takes its size alone, rounded up to 8 bytes, where the C
-/// library's heap takes 8 bytes more and rounds up to 16.
+/// Memory for what a document has millions of: nodes, lists of children, attributes, short texts. A
+/// block is found and given back in a few instructions and takes its size alone, rounded up to 8
+/// bytes, where the C library's heap takes 8 bytes more and rounds up to 16.
 ///
 /// Any thread may take blocks and give them back, also those that another one took. Memory goes
 /// back to the system by 1 MiB in which no block is left, but for some megabytes, which a module
