@@ -31,9 +31,11 @@
 // A program that fills a profile with its defaults would so write the file as often as it has keys.
 // But the new key stands at the end, and one `write` that stays within a page of memory keeps the
 // same promise: the kernel copies the bytes, then shows the new size, and looks only between pages
-// whether the process is to die. So a change at the end is appended, but for each hundredth or so
-// that goes on in the next page. Not to a file that has a second name, which a backup may have
-// given it, nor on file systems that are not known to write this way.
+// whether the process is to die. So a change at the end is appended. A line that goes on in the
+// next page, as each hundredth or so does, is appended as a comment, and then its first character
+// takes the place of the ";": a reader, or a process that is killed meanwhile, finds no part of a
+// key. Not to a file that has a second name, which a backup may have given it, nor on file systems
+// that are not known to write this way.
 //
 // Reading a file again for each value would cost a hundred times as much as asking whether it is
 // still the same. Its stamp tells that, but for one gap: a second change within one tick of the
@@ -121,12 +123,50 @@ timespec GiveExactTime(int file)
     return now;
 }
 
-// Whether `size` more bytes at the end of the file can be written so that nobody sees a part.
-bool CanAppend(int file, const struct stat& status, std::size_t size)
+// Whether more bytes at its end reach who shares the file.
+bool CanAppend(int file, const struct stat& status)
+{
+    return status.st_nlink == 1 && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
+           IsOrdinary(file);
+}
+
+// Whether `size` more bytes behind `end` are shown at once.
+bool IsInOnePage(off_t end, std::size_t size)
 {
     constexpr off_t page = 4096; // where pages are larger, too
-    return status.st_nlink == 1 && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
-           size <= static_cast<std::size_t>(page - status.st_size % page) && IsOrdinary(file);
+    return size <= static_cast<std::size_t>(page - end % page);
+}
+
+// Whether the text from `begin` on is one line, whose first unit can be taken for another one: the
+// bytes of an ASCII unit change as one.
+template <class Unit>
+bool IsLine(const std::basic_string<Unit>& text, std::size_t begin)
+{
+    const auto line = std::basic_string_view<Unit>(text).substr(begin);
+    return line.size() > 2 && line[0] > Unit(' ') && line[0] < Unit(0x7F) && begin != 0 &&
+           text[begin - 1] == Unit('\n') && line.find(Unit('\n')) == line.size() - 1 &&
+           line.find(Unit('\r')) == line.size() - 2;
+}
+
+// False where not all was written.
+bool WriteAtEnd(int file, std::string_view bytes)
+{
+    const ssize_t written = ::write(file, bytes.data(), bytes.size());
+    if (written >= 0 && written < static_cast<ssize_t>(bytes.size()))
+        errno = ENOSPC;
+    return written == static_cast<ssize_t>(bytes.size());
+}
+
+// The same with a line as `IsLine` asks for, which is a comment until all of it is there.
+bool WriteLineAtEnd(int file, std::string line)
+{
+    const std::size_t place = line[0] != 0 ? 0 : 1; // of the byte that the first unit has
+    const char first = std::exchange(line[place], ';');
+    if (!WriteAtEnd(file, line))
+        return false;
+    const off_t end = ::lseek(file, 0, SEEK_CUR);
+    return end >= 0 && ::fcntl(file, F_SETFL, 0) == 0 && // any place may be written to now
+           ::pwrite(file, &first, 1, end - static_cast<off_t>(line.size() - place)) == 1;
 }
 
 } // namespace
@@ -252,25 +292,28 @@ std::optional<bool> ProfileFile::Append()
         m_encoding == EEncoding::Ansi ? kept : kUtf16Mark.size() + kept * sizeof(WChar);
     if (kept == 0 || static_cast<off_t>(keptSize) != m_stamp.size)
         return std::nullopt;
+    const bool isLine =
+        std::visit([&](const auto& text) { return IsLine(text.Whole(), kept); }, m_text);
     const std::optional<std::string> tail = Bytes(kept);
+    const bool isShownAtOnce = tail && IsInOnePage(m_stamp.size, tail->size());
     const Descriptor file(
         ::open(m_nativePath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
-    if (!tail || !file.IsOpen() || ::fstat(file.Get(), &status) != 0 ||
-        FileStamp(status) != m_stamp || !CanAppend(file.Get(), status, tail->size()))
+    if (!tail || !(isShownAtOnce || isLine) || !file.IsOpen() ||
+        ::fstat(file.Get(), &status) != 0 || FileStamp(status) != m_stamp ||
+        !CanAppend(file.Get(), status))
         return std::nullopt;
-    const ssize_t written = ::write(file.Get(), tail->data(), tail->size());
-    if (written != static_cast<ssize_t>(tail->size())) {
+    if (!(isShownAtOnce ? WriteAtEnd(file.Get(), *tail) : WriteLineAtEnd(file.Get(), *tail))) {
         // What a full disk took of it goes again.
-        [[maybe_unused]] const int isCut = written > 0 ? ::ftruncate(file.Get(), m_stamp.size) : 0;
-        if (written > 0)
-            errno = ENOSPC;
+        const int error = errno;
+        [[maybe_unused]] const int isCut = ::ftruncate(file.Get(), m_stamp.size);
+        errno = error;
         return false;
     }
     const timespec now = GiveExactTime(file.Get());
     const bool isExact = ::fstat(file.Get(), &status) == 0 &&
                          Nanoseconds(status.st_mtim) == Nanoseconds(now) &&
-                         status.st_size == m_stamp.size + written;
+                         status.st_size == m_stamp.size + static_cast<off_t>(tail->size());
     // What stands before the new end is as it was read only where the stamp told so.
     m_isSettled = m_isSettled && isExact;
     m_stamp = FileStamp(status);

@@ -43,12 +43,20 @@ TEST(PrivateProfileOnLinux, AddsToTheFileItselfUnlessSomebodyCouldSeeAPart)
 {
     struct Case {
         std::size_t size; // of the file before
-        bool hasOtherName, isAdded;
+        bool isAdded;
+        const WChar* section = u"S";
+        const WChar* key = u"n";
+        const char* added = "n=1\r\n";
+        bool hasOtherName = false;
     };
     const Case cases[] = {
-        {100, false, true},   {4091, false, true}, // up to the page's end
-        {4092, false, false},                      // across it
-        {4096, false, true},  {100, true, false},  // another name keeps the old content
+        {100, true},
+        {4091, true},                                // up to the page's end
+        {4092, true},                                // across it
+        {4092, false, u"T", u"n", "[T]\r\nn=1\r\n"}, // two lines of which one could be seen
+        {4092, false, u"S", u"\u00E4", "\xE4=1\r\n"},
+        {4096, true},
+        {100, false, u"S", u"n", "n=1\r\n", true}, // another name keeps the old content
     };
     constexpr std::size_t least = std::string_view("[S]\r\nk=\r\n").size();
     const std::string usual = fs::temp_directory_path();
@@ -65,15 +73,35 @@ TEST(PrivateProfileOnLinux, AddsToTheFileItselfUnlessSomebodyCouldSeeAPart)
         const std::ifstream held(path); // so that no new file gets the number of this one
         struct stat first = {}, then = {};
         ::stat(path.c_str(), &first);
-        EXPECT_TRUE(Set(folder.Path("p.ini"), u"S", u"n", u"1"));
+        EXPECT_TRUE(Set(folder.Path("p.ini"), c.section, c.key, u"1"));
         ::stat(path.c_str(), &then);
         EXPECT_EQ(first.st_ino == then.st_ino, c.isAdded);
-        EXPECT_EQ(FileBytes(path), before + "n=1\r\n");
+        EXPECT_EQ(FileBytes(path), before + c.added);
         EXPECT_EQ(FileBytes(other), c.hasOtherName ? before : "");
         // What a full disk took of it goes again.
-        const ResourceLimit limit(RLIMIT_FSIZE, c.size + 7);
-        EXPECT_FALSE(Set(folder.Path("p.ini"), u"S", u"o", u"2"));
-        EXPECT_EQ(FileBytes(path), before + "n=1\r\n");
+        const ResourceLimit limit(RLIMIT_FSIZE, FileBytes(path).size() + 2);
+        EXPECT_FALSE(Set(folder.Path("p.ini"), c.section, u"o", u"2"));
+        EXPECT_EQ(FileBytes(path), before + c.added);
+    }
+}
+
+TEST(PrivateProfileOnLinux, AddsLineAfterLineInEachEncoding)
+{
+    const TemporaryFolder folder;
+    const auto path = folder / "p.ini";
+    for (const std::string mark : {"", "\xFF\xFE", "\xFE\xFF"}) {
+        std::string text = "[S]\r\n";
+        WriteFileBytes(path, mark);
+        for (int i = 0; i < 1000; ++i) {
+            const std::string key = "a key that has the number " + std::to_string(i);
+            const std::u16string wide(key.begin(), key.end());
+            EXPECT_TRUE(Set(folder.Path("p.ini"), u"S", wide.c_str(), u"v"));
+            text += key + "=v\r\n";
+        }
+        std::string bytes = mark.empty() ? text : Utf16(text, "\xFF\xFE");
+        for (std::size_t i = 0; mark == "\xFE\xFF" && i < bytes.size(); i += 2)
+            std::swap(bytes[i], bytes[i + 1]);
+        EXPECT_TRUE(FileBytes(path) == bytes) << mark;
     }
 }
 
