@@ -125,11 +125,13 @@ bool Draft::IsLost() const noexcept
 // Under the first free one of the file's names; none of them has an abandoned draft then.
 bool Draft::MakeNamed(const std::string& folder, std::string_view fileName, mode_t mode)
 {
-    const std::string start = folder + ".qd" + std::to_string(DraftHash(fileName)) + '_';
+    std::string path = folder + ".qd" + std::to_string(DraftHash(fileName)) + '_';
+    const std::size_t start = path.size();
     const Descriptor place( // for many looks at the same folder
         ::open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     for (int i = 0; i < kDraftNames; ++i) {
-        const std::string path = start + std::to_string(i) + ".tmp";
+        path.resize(start);
+        path.append(std::to_string(i)).append(".tmp");
         if (IsThere()) {
             if (::faccessat(place.Get(), path.c_str() + folder.size(), F_OK, 0) == 0)
                 RemoveIfAbandoned(path);
