@@ -69,8 +69,9 @@ CHECKS = [
         ("path", "the same for paths of files, and of nodes in a bank"),
         ("format", "the same for format strings"),
     )),
-    *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit, or two of these, does that",
-            damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",), goal=1_700_000) for name, kind, *golden in (
+    *(Check(f"damage-{name}", "reads", f"no {kind} with a cut, a flipped bit or a number set to a limit, or two of these,"
+            " does that", damaged(name, *golden), preset="linux-asan", targets=(f"{name}_fuzz",), goal=1_700_000)
+      for name, kind, *golden in (
         ("archive", "archive", "archive/odd.qda", "inspect/torn.qda", "inspect/shortened-version-6.qda"),
         ("binprofile", "binary profile", "profile/settings.bin", "inspect/narrow.bin"),
         ("profiletext", "text profile", "profile/text.ini", "inspect/damaged.ini"),
