@@ -113,8 +113,16 @@ std::optional<int> ReadBinary(const fs::path& folder, int, int)
     return value.Get();
 }
 
-// A key that comes and goes at the end, as that is written in another way, and a section that
-// nobody changes any more.
+// A key that comes and goes at the end, as that is written in other ways, within a page of memory
+// and across.
+WString ExtraKey(int worker)
+{
+    WString padding;
+    padding.Fill(800, QD_W('x'));
+    return kExtra + WString::FromInt(worker) + padding;
+}
+
+// Beside it a section that nobody changes any more.
 bool SaveText(const fs::path& folder, int worker, int number)
 {
     BProfile profile(Wide(folder / "settings.ini"), ProfileReadWrite);
@@ -124,7 +132,7 @@ bool SaveText(const fs::path& folder, int worker, int number)
             profile.WriteInt(i, kKey, i);
     }
     profile.SetSection(kSection);
-    const WString extra = kExtra + WString::FromInt(worker);
+    const WString extra = ExtraKey(worker);
     if (number % 4 == 0)
         profile.DeleteKey(extra);
     const bool isSaved = (number % 4 != 1 || profile.WriteInt(extra, number)) &&
@@ -141,6 +149,8 @@ std::optional<int> ReadText(const fs::path& folder, int worker, int)
             return std::nullopt;
     }
     profile.SetSection(kSection);
+    if (profile.ReadInt(ExtraKey(worker), 1) % 4 != 1)
+        return std::nullopt;
     return profile.ReadInt(WorkerKey(worker), -1);
 }
 
