@@ -3,6 +3,7 @@
 #include "core/platform/Collation.h"
 #include "core/platform/posix/CollationWeights.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -269,7 +270,8 @@ int CompareLevel(WeightReader<Char>& left, WeightReader<Char>& right) noexcept
         if (x == y)
             continue;
         // At these levels a text ends with its last weight that is not plain.
-        if constexpr (level == Level::Marks || level == Level::Forms) {
+        constexpr bool endsEarly = level == Level::Marks || level == Level::Forms;
+        if (endsEarly && IsPlain((std::max)(x, y))) {
             const int hasLeft = HasMore<level>(left, x);
             const int hasRight = HasMore<level>(right, y);
             if (hasLeft == 0 || hasRight == 0)
