@@ -51,7 +51,7 @@ public:
             return;
         WChar digits[platform::kIntegerTextRoom];
         const std::size_t count = platform::IntegerText(index, 10, digits);
-        std::copy_n(digits, count, std::copy(key.begin(), key.end(), m_text));
+        std::copy_n(digits, count + 1, std::copy(key.begin(), key.end(), m_text)); // and a 0
         m_length = key.size() + count;
     }
     [[nodiscard]] bool IsTooLong() const { return m_length == 0; }
