@@ -55,12 +55,14 @@ def choose(known, part):
         yield from sorted(found, key=lambda b: (sizes.index(b.size), b.peer))
 
 
-def run(benchmark, scratch):
+def run(benchmark):
     """The figures of one process, times in nanoseconds: "time" and "peak" an item, the others of all items."""
-    settings = {"TMPDIR": scratch, "QD_REGISTRY": f"{scratch}/registry"}
-    done = subprocess.run(
-        [benchmark.program, f"--benchmark_filter=^{re.escape(benchmark.name)}$", "--benchmark_format=json",
-         "--benchmark_min_time=0.05"], capture_output=True, text=True, env=os.environ | settings)
+    # A folder of its own, too: a registry that others filled would be another one.
+    with tempfile.TemporaryDirectory() as scratch:
+        settings = {"TMPDIR": scratch, "QD_REGISTRY": f"{scratch}/registry"}
+        done = subprocess.run(
+            [benchmark.program, f"--benchmark_filter=^{re.escape(benchmark.name)}$", "--benchmark_format=json",
+             "--benchmark_min_time=0.05"], capture_output=True, text=True, env=os.environ | settings)
     if done.returncode != 0:
         raise RuntimeError(f"{benchmark.name} failed: {done.stderr[-500:]}")
     [found] = json.loads(done.stdout)["benchmarks"]
@@ -84,15 +86,14 @@ def in_turn(chosen, number):
 def measure(chosen, rounds):
     """{benchmark: figures of each round}, and what failed."""
     figures, failures = {benchmark: [] for benchmark in chosen}, []
-    with tempfile.TemporaryDirectory() as scratch:
-        for number in range(rounds):
-            for index, benchmark in enumerate(in_turn(chosen, number)):
-                print(f"\r\033[Kround {number + 1} of {rounds}, {index + 1} of {len(chosen)}: {benchmark.name}",
-                      end="", file=sys.stderr, flush=True)
-                try:
-                    figures[benchmark].append(run(benchmark, scratch))
-                except RuntimeError as error:
-                    failures.append(str(error))
+    for number in range(rounds):
+        for index, benchmark in enumerate(in_turn(chosen, number)):
+            print(f"\r\033[Kround {number + 1} of {rounds}, {index + 1} of {len(chosen)}: {benchmark.name}",
+                  end="", file=sys.stderr, flush=True)
+            try:
+                figures[benchmark].append(run(benchmark))
+            except RuntimeError as error:
+                failures.append(str(error))
     print(file=sys.stderr)
     return {benchmark: runs for benchmark, runs in figures.items() if runs}, failures
 
