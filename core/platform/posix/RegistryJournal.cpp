@@ -36,7 +36,9 @@ bool UseJournal(sqlite3* database, EJournal journal)
             return false;
         ::sqlite3_sleep(1);
     }
-    return true;
+    // It may become as large as with the pages of 4 KiB that SQLite reckons with: each time that it
+    // is emptied the disk is waited for.
+    return sqlite::Execute(database, "PRAGMA wal_autocheckpoint = 2000");
 }
 
 } // namespace platform
