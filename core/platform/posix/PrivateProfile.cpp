@@ -6,6 +6,7 @@
 #include "core/platform/posix/ProfileCache.h"
 #include "core/platform/posix/ProfileLock.h"
 
+#include <cassert>
 #include <cerrno>
 #include <list>
 #include <mutex>
@@ -103,6 +104,12 @@ std::size_t CopyList(WideView list, WChar* buffer, std::size_t room)
     return length;
 }
 
+// Windows looks for the 0, and would go on into whatever memory stands behind a text without one.
+[[maybe_unused]] bool IsEnded(WideView text)
+{
+    return text.data() == nullptr || text.data()[text.size()] == 0;
+}
+
 WideView WithoutQuotes(WideView value)
 {
     const bool isQuoted = value.size() > 1 && value.front() == value.back() &&
@@ -120,6 +127,7 @@ WideView WithoutTrailingBlanks(WideView text)
 std::size_t ReadProfileText(WideView path, WideView section, WideView key, WideView fallback,
                             WChar* buffer, std::size_t room) noexcept
 {
+    assert(IsEnded(path) && IsEnded(section) && IsEnded(key) && IsEnded(fallback));
     const auto read = [&](const auto& text) -> std::optional<std::size_t> {
         if (key.data() == nullptr) {
             const std::optional<WideText> keys = text.Keys(section, room);
