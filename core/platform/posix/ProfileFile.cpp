@@ -90,18 +90,19 @@ void SwapBytes(WideText& units)
         unit = static_cast<WChar>(unit << 8 | unit >> 8);
 }
 
-std::optional<std::string> ReadAll(int file, std::size_t size)
+// Reads on until there are `size` bytes, or as many as the file has: somebody may cut it off.
+bool ReadOn(int file, std::string& bytes, std::size_t size)
 {
-    std::string bytes(size, '\0');
-    std::size_t count = 0;
-    for (ssize_t read = 1; read != 0 && count < size;) { // 0: somebody cut it off meanwhile
+    std::size_t count = bytes.size();
+    bytes.resize(std::max(count, size));
+    for (ssize_t read = 1; read != 0 && count < size;) {
         read = ReadBytes(file, bytes.data() + count, size - count);
         if (read < 0)
-            return std::nullopt;
+            return false;
         count += static_cast<std::size_t>(read);
     }
     bytes.resize(count);
-    return bytes;
+    return true;
 }
 
 // What is parsed already is not parsed again: a young file is read for each value.
@@ -227,23 +228,28 @@ ProfileFile::ELoad ProfileFile::Load()
     const Descriptor file = OpenFile(m_nativePath.c_str(), O_RDONLY);
     if (!file.IsOpen())
         return IsMissing(errno) ? ELoad::Missing : ELoad::Failed;
-    struct stat before = {}, after = {};
+    struct stat before = {};
     if (::fstat(file.Get(), &before) != 0)
         return ELoad::Failed;
-    if (!S_ISREG(before.st_mode) ||
-        before.st_size > static_cast<off_t>(IniText<char>::kMostUnits)) {
-        errno = S_ISDIR(before.st_mode) ? EISDIR : S_ISREG(before.st_mode) ? EFBIG : EINVAL;
-        return ELoad::Failed;
+    struct stat after = before;
+    std::string bytes;
+    // Of a file that grows meanwhile all is read: what was read of a line at its end may be a key
+    // by now, and the rest of the value stands behind.
+    for (off_t size = -1; after.st_size > size;) {
+        size = after.st_size;
+        if (!S_ISREG(after.st_mode) || size > static_cast<off_t>(IniText<char>::kMostUnits)) {
+            errno = S_ISDIR(after.st_mode) ? EISDIR : S_ISREG(after.st_mode) ? EFBIG : EINVAL;
+            return ELoad::Failed;
+        }
+        if (!ReadOn(file.Get(), bytes, static_cast<std::size_t>(size)) ||
+            ::fstat(file.Get(), &after) != 0)
+            return ELoad::Failed;
     }
-    std::optional<std::string> bytes =
-        ReadAll(file.Get(), static_cast<std::size_t>(before.st_size));
-    if (!bytes || ::fstat(file.Get(), &after) != 0)
-        return ELoad::Failed;
     m_stamp = FileStamp(before);
     // One that somebody else wrote over while it was read may be half of each: read it again.
     m_isSettled = m_stamp == FileStamp(after) &&
                   (m_stamp.IsSettled() || ShowsEachChange(file.Get(), m_stamp));
-    Parse(std::move(*bytes));
+    Parse(std::move(bytes));
     return ELoad::Loaded;
 }
 

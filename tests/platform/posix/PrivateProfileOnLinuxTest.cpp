@@ -5,6 +5,7 @@
 #include "tests/Process.h"
 #include "tests/ResourceLimit.h"
 #include "tests/TemporaryFolder.h"
+#include "tests/platform/posix/SystemCalls.h"
 
 #include <gtest/gtest.h>
 
@@ -83,6 +84,22 @@ TEST(PrivateProfileOnLinux, AddsToTheFileItselfUnlessSomebodyCouldSeeAPart)
         EXPECT_FALSE(Set(folder.Path("p.ini"), c.section, u"o", u"2"));
         EXPECT_EQ(FileBytes(path), before + c.added);
     }
+}
+
+TEST(PrivateProfileOnLinux, SeesNoPartOfALineThatIsAppendedMeanwhile)
+{
+    const TemporaryFolder folder;
+    const auto path = folder / "p.ini";
+    const std::string before = "[S]\r\nk=" + std::string(4079, 'x') + "\r\n", rest = "789\r\n";
+    ASSERT_EQ(before.size() + std::string_view(";=123456").size(), 4096 + 0U);
+    WriteFileBytes(path, before + ";=123456"); // so far the writer is
+    SystemCalls calls;
+    calls.BeforeRead([&] {
+        std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+        file.seekp(0, std::ios::end) << rest;
+        file.seekp(static_cast<std::streamoff>(before.size())) << 'n';
+    });
+    EXPECT_EQ(Read(folder.Path("p.ini"), u"S", u"n"), u"123456789");
 }
 
 TEST(PrivateProfileOnLinux, AddsLineAfterLineInEachEncoding)

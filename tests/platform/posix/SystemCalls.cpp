@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <dirent.h>
 #include <sys/types.h>
+#include <utility>
 
 // The linker turns the library's calls into calls of these (`--wrap`).
 extern "C" {
@@ -38,6 +39,7 @@ int __wrap_rename(const char* from, const char* to)
 
 ssize_t __wrap_read(int file, void* buffer, std::size_t size)
 {
+    SystemCalls::AboutToRead();
     return SystemCalls::Fails("read") ? -1 : __real_read(file, buffer, size);
 }
 
@@ -72,6 +74,12 @@ bool SystemCalls::Fails(const char* name)
     s_current->m_failing.clear();
     errno = s_current->m_error;
     return true;
+}
+
+void SystemCalls::AboutToRead()
+{
+    if (s_current != nullptr && s_current->m_beforeRead)
+        std::exchange(s_current->m_beforeRead, nullptr)();
 }
 
 std::uint32_t SystemCalls::TickCount()
