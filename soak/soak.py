@@ -8,7 +8,8 @@ did ("51200 reads"), and fails when it found a fault. Each gets its share of the
 when no HOURS are told), in slices of a minute, so that a run that is cut off loses a minute at most: the next one
 goes on with the next seed. What a faulty slice printed stands in build/soak/faults, named by check and seed:
 `soak.py 0.017 CHECK --seed N` does the same again, in one slice however long, and when it passes, took no less time
-and did no less, the fault is open no more. --short is for CI: a slice of a few seconds of each that is built soon, with seed 1; it leaves the page alone.
+and did no less, the fault is open no more. --short is for CI: a slice of a few seconds of each that is built soon,
+with seed 1; it leaves the page alone.
 """
 
 import argparse
