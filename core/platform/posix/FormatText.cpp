@@ -13,8 +13,7 @@
 //
 // The C library's own cannot stand in: its full stop is the process's locale's, its wide characters
 // have four bytes, "%s" in a wide format is narrow there, and "%I64d" means nothing. A fixed locale
-// would mend the first of these alone. `std::to_chars` knows no locale, rounds as the UCRT does,
-// and
+// would mend the first of these alone. `std::to_chars` knows no locale and rounds as the UCRT does;
 // "%.15g" takes a third of the time that `snprintf` needs.
 //
 // A format runs in one pass: literal text, and for each "%" its specification and then its field,
