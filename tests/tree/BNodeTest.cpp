@@ -25,6 +25,17 @@ std::uint64_t Number(const void* pointer)
     return reinterpret_cast<std::uintptr_t>(pointer);
 }
 
+class HoldingAttribute : public BAttribute {
+public:
+    explicit HoldingAttribute(SP<BSmartObj> held)
+        : m_held(std::move(held))
+    {}
+    WString Name() const override { return QD_W("holding"); }
+
+private:
+    SP<BSmartObj> m_held;
+};
+
 } // namespace
 
 TEST(BNode, ChildrenStandWhereTheIndexPutsThem)
@@ -466,10 +477,12 @@ TEST(BNode, DepthDoesNotMatter)
     EXPECT_EQ(kept->Parent(), nullptr);
     EXPECT_EQ(kept->ChildNum(), 1);
 
-    SP<BNode> chain; // each the object of the next, from the middle on its annotation
+    SP<BNode> chain; // each the object of the next, then its annotation, then its attribute's
     for (int i = 0; i < kDepth; ++i) {
-        const SP<BNode> next(new BNode(i < kDepth / 2 ? chain.Get() : nullptr));
-        if (i >= kDepth / 2)
+        const SP<BNode> next(new BNode(i < kDepth / 3 ? chain.Get() : nullptr));
+        if (i >= 2 * kDepth / 3)
+            next->AddAttrib(new HoldingAttribute(chain));
+        else if (i >= kDepth / 3)
             next->AddAnnotation(chain.Get());
         chain = next;
     }
