@@ -3,6 +3,7 @@
 #include "core/platform/FileStream.h"
 #include "core/platform/win32/Draft.h"
 #include "core/platform/win32/Handle.h"
+#include "core/platform/win32/Wait.h"
 
 #include <windows.h>
 #include <cstddef>
@@ -212,14 +213,15 @@ bool SyncMove(const std::wstring& target)
 bool MoveOver(const std::wstring& target, bool isThere, bool isAlike, Draft& draft,
               bool isSynchronised)
 {
-    constexpr int attempts = 100;
+    constexpr int longestMs = 2000;
     constexpr DWORD pauseMs = 20;
     // `ReplaceFileW` may fail when the old file is away already: then there is only the draft.
     const auto tryIt = [&](bool byReplacing) {
         return (byReplacing && Replace(target, draft.Path())) || Move(target, draft.Path());
     };
-    for (int i = 0; !tryIt(isThere && (!isAlike || i == attempts)); ++i) {
-        if (i == attempts || !IsInUse(::GetLastError()))
+    const Wait wait(longestMs);
+    for (bool isLast = false; !tryIt(isThere && (!isAlike || isLast)); isLast = wait.IsOver()) {
+        if (isLast || !IsInUse(::GetLastError()))
             return false;
         ::Sleep(pauseMs);
     }

@@ -3,6 +3,7 @@
 #include "core/platform/AppendedLines.h"
 #include "core/platform/win32/Handle.h"
 #include "core/platform/win32/InvalidParameters.h"
+#include "core/platform/win32/Wait.h"
 
 #include <windows.h>
 #include <cerrno>
@@ -41,19 +42,18 @@ bool IsPassing(const WChar* path, bool isReading)
 
 Stream OpenStream(const WChar* path, const WChar* mode) noexcept
 {
-    constexpr int attempts = 2000;
-    constexpr DWORD pauseMs = 1;
+    constexpr int longestMs = 2000;
     const InvalidParametersFail modeMayBeInvalid;
-    for (int i = 0;; ++i) {
+    for (const Wait wait(longestMs);;) {
         ::SetLastError(ERROR_SUCCESS);
         Stream stream(_wfopen(path, mode));
         const DWORD error = ::GetLastError();
-        if (stream || error != ERROR_SHARING_VIOLATION || i == attempts ||
+        if (stream || error != ERROR_SHARING_VIOLATION || wait.IsOver() ||
             !IsPassing(path, IsReading(mode))) {
             ::SetLastError(error);
             return stream;
         }
-        ::Sleep(pauseMs);
+        ::Sleep(1);
     }
 }
 
@@ -97,7 +97,7 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
     const bool isReading = IsReading(mode);
     const int sharing = isReading ? _SH_DENYWR : _SH_DENYRW;
     const InvalidParametersFail modeMayBeInvalid;
-    for (int waited = 0;; ++waited) {
+    for (const Wait wait(waitMs);;) {
         {
             const Turn turn;
             if (!IsInUse(path, isReading)) {
@@ -108,7 +108,7 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
                     return stream;
             }
         }
-        if (waited >= waitMs)
+        if (wait.IsOver())
             return nullptr;
         ::Sleep(1);
     }
