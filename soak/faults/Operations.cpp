@@ -29,11 +29,12 @@ namespace {
 using At = const Place&;
 using ETold = Answer::ETold;
 
-const WString kSection(QD_W("Section2")), kKey(QD_W("Key7")), kMissing(QD_W("Missing")),
-    kWord(QD_W("Word")), kText(QD_W("text")), kGreek(QD_W("\x03B1")), kNumber(QD_W("7")),
-    kRegistryKey(QD_W("Software\\Test")), kChild(QD_W("Child")), kFile(QD_W("texts.lng")),
-    kPattern(QD_W("*.lng")), kBlock(QD_W("Block")), kLanguageKey(QD_W("$IDS_Added")),
-    kPlainKey(QD_W("$Added")), kUpdate(QD_W("r+b")), kAppendText(QD_W("a+,ccs=UTF-8"));
+const WString kSection(QD_W("Section2")), kLastSection(QD_W("Section3")), kKey(QD_W("Key7")),
+    kMissing(QD_W("Missing")), kWord(QD_W("Word")), kText(QD_W("text")), kGreek(QD_W("\x03B1")),
+    kNumber(QD_W("7")), kRegistryKey(QD_W("Software\\Test")), kChild(QD_W("Child")),
+    kFile(QD_W("texts.lng")), kPattern(QD_W("*.lng")), kBlock(QD_W("Block")),
+    kLanguageKey(QD_W("$IDS_Added")), kPlainKey(QD_W("$Added")), kUpdate(QD_W("r+b")),
+    kAppendText(QD_W("a+,ccs=UTF-8"));
 const BString kDocClass("class Document");
 
 SP<BNode> Tree(int childCount)
@@ -89,6 +90,21 @@ Answer InText(At at, Work work)
     work(profile);
     return Told(profile.Problem());
 }
+
+// To the end of the file.
+Answer AddToText(At at, const WString& key)
+{
+    Text profile(at);
+    profile.SetSection(kLastSection);
+    return Done(profile.WriteInt(key, 5));
+}
+
+// Its line goes on in the next page of memory, wherever it begins.
+const WString kLongKey = [] {
+    WString key;
+    key.Fill(4096, QD_W('x'));
+    return key;
+}();
 
 BIniProfile Ini(At at)
 {
@@ -263,6 +279,8 @@ const Operation kOperations[] = {
      true},
     {"text-write-boolean", [](At at) { return Done(Text(at).WriteBoolean(kKey, true)); }, kWhole,
      true},
+    {"text-add", [](At at) { return AddToText(at, kMissing); }, Operation::EFile::Grows},
+    {"text-add-long", [](At at) { return AddToText(at, kLongKey); }, Operation::EFile::Grows},
     {"text-new", [](At at) { return Told(BProfile(at.ini, ProfileNew).Problem()); }},
     {"text-delete-key", [](At at) { return InText(at, [](Text& t) { t.DeleteKey(kKey); }); }},
     {"text-delete-section", [](At at) { return InText(at, [](Text& t) { t.DeleteSection(); }); }},

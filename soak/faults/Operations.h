@@ -41,7 +41,7 @@ struct Answer {
 struct Operation {
     enum class EFile {
         OldOrNew,
-        Grows,    // by each try; what could not be cut off again may be left of one
+        Grows,    // at its end; what could not be cut off again may be left of one
         InBetween // may be left by a failure that is told
     };
 
