@@ -62,13 +62,14 @@ std::size_t ReadProfileSectionNames(const WChar* path, WChar* buffer, std::size_
 /// middle keeps the lock, so that the others fail after their 10 seconds; nobody takes it away, and
 /// when it goes on, so does its update.
 ///
-/// Off Windows readers see the old content or the new one also when the process dies (not when
+/// Off Windows readers see the old values or the new ones also when the process dies (not when
 /// the power fails): a change replaces the file whole, or adds to its end in one step that nobody
-/// sees a part of. It keeps owner and permissions, a link keeps leading to it, another name of the
-/// file keeps the old content, and a read-only file is refused. Only where no file can be made
-/// beside it or moved over it, it is written in place; a crash meanwhile leaves it damaged. What
-/// a process leaves beside it that died in a change, the next change that replaces the file
-/// removes.
+/// sees a part of. A line that takes two steps is a comment until the second, and stays one when
+/// the process dies in between. A change keeps owner and permissions, a link keeps leading to the
+/// file, another name of it keeps the old content, and a read-only file is refused. Only where no
+/// file can be made beside it or moved over it, it is written in place; a crash meanwhile leaves it
+/// damaged. What a process leaves beside it that died in a change, the next change that replaces
+/// the file removes.
 class ProfileUpdate {
 public:
     explicit ProfileUpdate(const WChar* path) noexcept;
