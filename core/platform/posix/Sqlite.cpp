@@ -4,8 +4,6 @@
 
 #include <sqlite3.h>
 
-#include <algorithm>
-
 // A thin cover: each function is a call or two of SQLite's, with owners for what has to be closed.
 // Failures are `false` and null, as everywhere below the seam; SQLite's codes are looked at only
 // where the answer matters, which is when another process has a lock.
@@ -24,39 +22,6 @@ int WaitForLock(void*, int attempt) noexcept
         return 0;
     ::sqlite3_sleep(1);
     return 1;
-}
-
-// What a row may have at most until the files are larger, or a larger one is written. A damaged row
-// claims any size, and SQLite takes memory for it before it looks whether the file has as much.
-constexpr std::int64_t kLeastRow = std::int64_t{1} << 20;
-
-// Lets rows have `size` bytes, if they may not yet.
-bool AllowRow(sqlite3* database, std::int64_t size) noexcept
-{
-    const int present = ::sqlite3_limit(database, SQLITE_LIMIT_LENGTH, -1);
-    if (size <= present)
-        return false;
-    constexpr std::int64_t most = 1'000'000'000; // SQLite's own
-    ::sqlite3_limit(database, SQLITE_LIMIT_LENGTH, static_cast<int>(std::min(size, most)));
-    return ::sqlite3_limit(database, SQLITE_LIMIT_LENGTH, -1) > present;
-}
-
-// The bytes of the database, or of its log.
-std::int64_t SizeOf(sqlite3* database, int pointer) noexcept
-{
-    sqlite3_file* file = nullptr;
-    sqlite3_int64 size = 0;
-    const bool isTold = ::sqlite3_file_control(database, "main", pointer, &file) == SQLITE_OK &&
-                        file != nullptr && file->pMethods != nullptr &&
-                        file->pMethods->xFileSize(file, &size) == SQLITE_OK;
-    return isTold ? size : 0;
-}
-
-// No row is longer than the files that hold it.
-bool AllowRowsOfFiles(sqlite3* database) noexcept
-{
-    return AllowRow(database, SizeOf(database, SQLITE_FCNTL_FILE_POINTER) +
-                                  SizeOf(database, SQLITE_FCNTL_JOURNAL_POINTER));
 }
 
 } // namespace
@@ -81,7 +46,6 @@ Database Open(const char* path)
     if (result != SQLITE_OK)
         return nullptr;
     ::sqlite3_busy_handler(opened, &WaitForLock, nullptr);
-    ::sqlite3_limit(opened, SQLITE_LIMIT_LENGTH, static_cast<int>(kLeastRow));
     return database;
 }
 
@@ -153,8 +117,6 @@ Run& Run::With(std::int64_t number) noexcept
 
 Run& Run::With(const void* data, std::size_t size) noexcept
 {
-    if (constexpr std::size_t names = 64 << 10; size > std::size_t{kLeastRow} - names)
-        AllowRow(::sqlite3_db_handle(m_statement), static_cast<std::int64_t>(size + names));
     // A null pointer would bind NULL, which no column takes.
     m_isBound &= ::sqlite3_bind_blob64(m_statement, ++m_parameter, size != 0 ? data : "", size,
                                        SQLITE_STATIC) == SQLITE_OK;
@@ -191,13 +153,7 @@ std::span<const std::byte> Run::Bytes(int column) const noexcept
 
 int Run::Step() noexcept
 {
-    if (!m_isBound)
-        return SQLITE_MISUSE;
-    const int result = ::sqlite3_step(m_statement);
-    if (result != SQLITE_TOOBIG || !AllowRowsOfFiles(::sqlite3_db_handle(m_statement)))
-        return result;
-    ::sqlite3_reset(m_statement);
-    return ::sqlite3_step(m_statement);
+    return m_isBound ? ::sqlite3_step(m_statement) : SQLITE_MISUSE;
 }
 
 } // namespace platform::sqlite

@@ -167,22 +167,6 @@ TEST_F(RegistryOnLinux, SeesWhatAnotherProgramWrites)
     EXPECT_THROW(config.Child(QD_W("new")), BError);
 }
 
-TEST_F(RegistryOnLinux, TakesValuesThatAreLargerThanItsFile)
-{
-    BConfigRegistry config(QD_W("Software\\Probe"));
-    WString text, read;
-    text.Fill(2'000'000, QD_W('x'));
-    ASSERT_EQ(config.WriteString(QD_W("v"), text), 0);
-    EXPECT_EQ(config.ReadString(QD_W("v"), read), 0);
-    EXPECT_EQ(read, text);
-    OtherProgram other(m_path);
-    ASSERT_NE(
-        other.Run("UPDATE registry_value SET data = CAST(printf('%.*c', 5000000, 'x') AS BLOB)"),
-        "<error>");
-    EXPECT_EQ(config.ReadString(QD_W("v"), read), 0);
-    EXPECT_EQ(read.Length(), 5'000'000U);
-}
-
 TEST_F(RegistryOnLinux, FailsWhileTheDatabaseIsLocked)
 {
     BConfigRegistry config(QD_W("Software\\Probe"));
