@@ -182,22 +182,6 @@ RegistryConnection::RegistryConnection(Database database, const FileIdentity& fi
     , m_cache(sqlite::LogIndex(m_database.get()))
 {}
 
-// SQLite notices damage only where it reads, and puts a value without a word into a page where it
-// finds none again. The look takes a microsecond for each ten values.
-bool RegistryConnection::IsSound()
-{
-    const auto isWhole = [this](const char* faults) {
-        const Statement statement = Prepared(faults);
-        Run run(statement);
-        return run.HasRow() && run.Number(0) == 0;
-    };
-    m_isSound = m_isSound || (isWhole("SELECT count(*) FROM pragma_quick_check('registry_key')"
-                                      " WHERE quick_check <> 'ok'") &&
-                              isWhole("SELECT count(*) FROM pragma_quick_check('registry_value')"
-                                      " WHERE quick_check <> 'ok'"));
-    return m_isSound;
-}
-
 std::optional<std::int64_t> RegistryConnection::FindKey(std::int64_t parent, WideView foldedName)
 {
     Run run(m_findKey);

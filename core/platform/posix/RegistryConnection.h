@@ -33,8 +33,6 @@ public:
 
     [[nodiscard]] const FileIdentity& File() const noexcept { return m_file; }
     [[nodiscard]] bool IsReadOnly() const noexcept { return sqlite::IsReadOnly(m_database.get()); }
-    /// Whether the tables are whole, as far as was seen before the first write.
-    [[nodiscard]] bool IsSound();
     /// Whether the last call failed because another process had a lock for too long.
     [[nodiscard]] bool IsBusy() const noexcept { return sqlite::IsBusy(m_database.get()); }
 
@@ -71,7 +69,6 @@ private:
     sqlite::Database m_database; // outlives its statements
     FileIdentity m_file;
     bool m_leavesGaps; // after each write, for other processes
-    bool m_isSound = false;
     sqlite::Statement m_begin, m_commit, m_rollback;
     sqlite::Statement m_findKey, m_addKey, m_readValue, m_writeValue;
     RegistryCache m_cache;

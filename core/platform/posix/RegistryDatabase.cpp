@@ -127,12 +127,10 @@ bool RegistryDatabase::IsOpen(const std::optional<FileIdentity>& file)
 // it fails to open a file for both; that may have passed.
 bool RegistryDatabase::CanWrite(const FileIdentity& file)
 {
-    if (m_connection->IsReadOnly()) {
-        m_connection.reset();
-        if (!IsOpen(file) || m_connection->File() != file || m_connection->IsReadOnly())
-            return false;
-    }
-    return m_connection->IsSound();
+    if (!m_connection->IsReadOnly())
+        return true;
+    m_connection.reset();
+    return IsOpen(file) && m_connection->File() == file && !m_connection->IsReadOnly();
 }
 
 // Whether the file of the key is at the location, and open. A file that was deleted would take what

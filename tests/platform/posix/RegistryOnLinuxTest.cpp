@@ -298,23 +298,6 @@ TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
     EXPECT_EQ(Use(), 0);
 }
 
-TEST_F(RegistryOnLinux, WritesNothingIntoADamagedTable)
-{
-    ASSERT_TRUE(Gives(0, m_path.c_str(), nullptr, nullptr));
-    OtherProgram other(m_path);
-    const std::string root = "SELECT rootpage FROM sqlite_master WHERE name = 'registry_value'";
-    const auto page = static_cast<std::size_t>(std::stoi(other.Run(root)));
-    const auto size = static_cast<std::size_t>(std::stoi(other.Run("PRAGMA page_size")));
-    ASSERT_NE(other.Run("PRAGMA wal_checkpoint(TRUNCATE)"), "<error>");
-    std::string bytes = FileBytes(m_path);
-    bytes.replace((page - 1) * size + 8, 2, 2, '\0'); // where the value stands
-    WriteFileBytes(m_path, bytes);
-    EXPECT_TRUE(Held(StartProcess([] {
-        return BConfigRegistry(QD_W("Software\\Probe")).WriteString(QD_W("v"), QD_W("y")) != 0;
-    })));
-    EXPECT_EQ(FileBytes(m_path), bytes);
-}
-
 TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)
 {
     const std::string named = m_folder / "new/named.db", config = m_folder / "config";
