@@ -51,6 +51,7 @@ TEST(PrivateProfileOnLinux, AddsToTheFileItselfUnlessSomebodyCouldSeeAPart)
         bool hasOtherName = false;
     };
     const Case cases[] = {
+        {4087, true}, // and the full disk comes across the page
         {100, true},
         {4091, true},                                // up to the page's end
         {4092, true},                                // across it
