@@ -116,8 +116,8 @@ void __wrap_free(void* block)
 
 #endif
 
-HeapBound::HeapBound(std::size_t inputSize, std::size_t others) noexcept
-    : m_most(kConstant + kFactor * inputSize + others)
+HeapBound::HeapBound(std::size_t inputSize) noexcept
+    : m_most(kConstant + kFactor * inputSize)
 {
     g_inUse = 0;
     g_peak = 0;

@@ -23,10 +23,6 @@ using platform::RegistryDatabase;
 using platform::RegistryName;
 using platform::WideText;
 
-// SQLite notes where each page of a row begins, of as many as the row claims: at most 4 GiB in
-// pages of 508 bytes, the least, and 8 bytes each.
-constexpr std::size_t kPagesOfARow = (std::size_t{1} << 32U) / 508 * 8;
-
 // Gives up what takes long, as the target's own part of the work is none of the library's.
 std::string DatabaseOf(const std::string& sql)
 {
@@ -71,7 +67,7 @@ void Use(const std::string& file)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const TemporaryFolder folder;
-    const HeapBound bound(size, kPagesOfARow);
+    const HeapBound bound(size);
     std::string input(data, data + size);
     if (!input.starts_with("SQLite format 3"))
         input = DatabaseOf(input);

@@ -41,10 +41,10 @@ inline std::vector<std::size_t> Turns([[maybe_unused]] std::string_view bytes, s
 }
 
 /// Aborts at its end when more memory than an input of that size may take was in use at once
-/// meanwhile, besides what was when it began, and `others` that a library beneath may take.
+/// meanwhile, besides what was when it began.
 class HeapBound {
 public:
-    explicit HeapBound(std::size_t inputSize, std::size_t others = 0) noexcept;
+    explicit HeapBound(std::size_t inputSize) noexcept;
     ~HeapBound();
     HeapBound(const HeapBound&) = delete;
     HeapBound& operator=(const HeapBound&) = delete;
