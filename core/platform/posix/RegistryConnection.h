@@ -35,12 +35,15 @@ public:
     [[nodiscard]] bool IsReadOnly() const noexcept { return sqlite::IsReadOnly(m_database.get()); }
     /// Whether the last call failed because another process had a lock for too long.
     [[nodiscard]] bool IsBusy() const noexcept { return sqlite::IsBusy(m_database.get()); }
+    /// Whether it failed for another reason: a page is damaged or cannot be read. The next call may
+    /// take such a page for whole, so there should be none.
+    [[nodiscard]] bool HasFailed() const noexcept { return sqlite::HasFailed(m_database.get()); }
 
     [[nodiscard]] std::optional<std::int64_t> FindKey(std::int64_t parent, WideView foldedName);
     [[nodiscard]] bool ReadText(std::int64_t key, WideView foldedName, WideText& text);
+    /// In a transaction, as `AddKey`, which is taken back when they fail.
     [[nodiscard]] bool WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
                                   const void* data, std::size_t size);
-    /// In a transaction.
     [[nodiscard]] std::optional<std::int64_t> AddKey(std::int64_t parent, const RegistryName& name);
 
     /// Takes back what was not committed.

@@ -58,12 +58,16 @@ std::optional<RegistryDatabase::Key> RegistryDatabase::OpenKey(const Key* parent
     if (parent != nullptr ? !Has(*parent) : !IsOpen(FileAt(m_location)))
         return std::nullopt;
     const FileIdentity file = m_connection->File();
-    std::int64_t key =
-        Descend(parent != nullptr ? parent->number : RegistryConnection::kRoot, names);
+    std::int64_t key = parent != nullptr ? parent->number : RegistryConnection::kRoot;
+    if (!Descend(key, names)) {
+        m_connection.reset();
+        return std::nullopt;
+    }
     if (names.empty())
         return Key{file, key};
     const auto make = [&] {
-        key = Descend(key, names); // another process may have made some meanwhile
+        if (!Descend(key, names)) // another process may have made some meanwhile
+            return false;
         for (const RegistryName& name : names) {
             const std::optional<std::int64_t> added = m_connection->AddKey(key, name);
             if (!added)
@@ -80,18 +84,19 @@ bool RegistryDatabase::ReadText(const Key& key, WideView foldedName, WideText& t
 {
     const std::lock_guard lock(g_lock);
     const bool isOpen = m_connection && m_connection->File() == key.file;
-    return (isOpen || Has(key)) && m_connection->ReadText(key.number, foldedName, text);
+    if (!isOpen && !Has(key))
+        return false;
+    const bool isRead = m_connection->ReadText(key.number, foldedName, text);
+    LetGoUnless(isRead || !m_connection->HasFailed());
+    return isRead;
 }
 
 bool RegistryDatabase::WriteValue(const Key& key, const RegistryName& name, ERegistryType type,
                                   const void* data, std::size_t size)
 {
     const std::lock_guard lock(g_lock);
-    if (!Has(key) || !CanWrite(key.file))
-        return false;
-    const bool isWritten = m_connection->WriteValue(key.number, name, type, data, size);
-    LetGoUnless(isWritten || m_connection->IsBusy());
-    return isWritten;
+    return Has(key) && CanWrite(key.file) &&
+           Commit([&] { return m_connection->WriteValue(key.number, name, type, data, size); });
 }
 
 void RegistryDatabase::CloseAll() noexcept
@@ -163,17 +168,17 @@ void RegistryDatabase::LetGoUnless(bool isGood) noexcept
         m_connection.reset();
 }
 
-// Follows `names` as far as there are keys, and takes those off.
-std::int64_t RegistryDatabase::Descend(std::int64_t key, std::span<const RegistryName>& names)
+// Follows `names` as far as there are keys, and takes those off. False when it cannot be told.
+bool RegistryDatabase::Descend(std::int64_t& key, std::span<const RegistryName>& names)
 {
     while (!names.empty()) {
         const std::optional<std::int64_t> found = m_connection->FindKey(key, names.front().folded);
         if (!found)
-            break;
+            return !m_connection->HasFailed();
         key = *found;
         names = names.subspan(1);
     }
-    return key;
+    return true;
 }
 
 } // namespace platform

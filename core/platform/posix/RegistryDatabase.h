@@ -53,7 +53,7 @@ private:
     [[nodiscard]] bool Commit(Work work);
     void LetGoUnless(bool isGood) noexcept;
     [[nodiscard]] bool Has(const Key& key);
-    [[nodiscard]] std::int64_t Descend(std::int64_t key, std::span<const RegistryName>& names);
+    [[nodiscard]] bool Descend(std::int64_t& key, std::span<const RegistryName>& names);
 
     std::string m_location;
     std::unique_ptr<RegistryConnection> m_connection; // guarded by the lock of all databases

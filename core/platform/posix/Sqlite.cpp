@@ -1,6 +1,7 @@
 #include "core/platform/posix/Sqlite.h"
 
 #include "core/platform/Clock.h"
+#include "core/platform/posix/SqlitePages.h"
 
 #include <sqlite3.h>
 
@@ -46,6 +47,7 @@ Database Open(const char* path)
     if (result != SQLITE_OK)
         return nullptr;
     ::sqlite3_busy_handler(opened, &WaitForLock, nullptr);
+    RefuseImpossibleRows(opened);
     return database;
 }
 
@@ -64,6 +66,12 @@ bool Execute(sqlite3* database, const char* sql)
 bool IsBusy(sqlite3* database) noexcept
 {
     return ::sqlite3_errcode(database) == SQLITE_BUSY;
+}
+
+bool HasFailed(sqlite3* database) noexcept
+{
+    const int code = ::sqlite3_errcode(database);
+    return code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE && code != SQLITE_BUSY;
 }
 
 bool IsMoved(sqlite3* database) noexcept

@@ -26,7 +26,8 @@ using Statement = std::unique_ptr<sqlite3_stmt, StatementCloser>; // its databas
 inline constexpr int kPatienceMs = 2000;
 
 /// Opens the file, made when it is missing, to read and write, or to read where it allows no more;
-/// null when it cannot be opened. What is done with it waits for the locks of other processes.
+/// null when it cannot be opened. What is done with it waits for the locks of other processes. One
+/// thread at a time opens databases.
 [[nodiscard]] Database Open(const char* path);
 
 /// Null when that fails, as for want of memory: a run of it then fails.
@@ -37,6 +38,9 @@ inline constexpr int kPatienceMs = 2000;
 
 /// Whether the last failure was a lock of another process.
 [[nodiscard]] bool IsBusy(sqlite3* database) noexcept;
+
+/// Whether the last call failed for another reason.
+[[nodiscard]] bool HasFailed(sqlite3* database) noexcept;
 
 /// Whether the path leads to another file than the one that was opened, or to none.
 [[nodiscard]] bool IsMoved(sqlite3* database) noexcept;
