@@ -23,7 +23,7 @@
 /// Off Windows a parsed profile is kept and used again as long as the file's identity, size and
 /// times stay, a path without a folder leads to the current one (on Windows to the Windows folder),
 /// and blank and comment lines, blanks and line ends stay as they are when other lines change. All
-/// functions may be called on any threads at once.
+/// functions may be called on any threads at once, and in a process that was forked.
 namespace platform {
 
 /// `GetPrivateProfileStringW`: the value of `key`, or `fallback` without its trailing blanks when

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 /// Before the declaration of a `thread_local` that is asked for often, and is no more than a number
 /// or a pointer: found by one instruction, where a shared library would call for it. Room for such
@@ -23,6 +24,14 @@ namespace platform {
 /// From now on calls `before` on a thread that is about to copy the process, and `after` when that
 /// is done, in the process and in its copy. Windows copies none.
 void AtFork(void (*before)() noexcept, void (*after)() noexcept) noexcept;
+
+/// From now on `lock` is free in each copy of the process, where nobody would give back that of
+/// another thread: who makes the copy holds it meanwhile.
+template <std::mutex& lock>
+void HoldAtFork() noexcept
+{
+    AtFork([]() noexcept { lock.lock(); }, []() noexcept { lock.unlock(); });
+}
 
 /// Whether this is the only thread that is left, as the others were ended wherever they were, also
 /// with a lock in their hands: on Windows, while a process that ends unloads its libraries.

@@ -1,5 +1,7 @@
 #include "core/platform/TypeName.h"
 
+#include "core/platform/Thread.h"
+
 #include <atomic>
 #include <cstdint>
 #include <cstring>
@@ -56,6 +58,7 @@ const char* Find(const KnownType* known, const std::type_info& type)
 const char* Learn(const std::type_info& type, std::atomic<const KnownType*>& list)
 {
     static std::mutex lock;
+    [[maybe_unused]] static const bool isHeldAtFork = (HoldAtFork<lock>(), true);
     // One name for all type_infos of a type: each module may have its own.
     static auto& names = *new std::unordered_map<std::string, std::string>; // guarded by lock
     const std::scoped_lock guard(lock);

@@ -2,6 +2,7 @@
 
 #include "core/operation/BDispatcher.h"
 #include "core/operation/Messages.h"
+#include "core/platform/Thread.h"
 
 #include <cassert>
 #include <mutex>
@@ -14,6 +15,7 @@ namespace {
 constexpr double kMillimetresPerInch = 25.4;
 
 std::mutex g_lock;
+[[maybe_unused]] const bool g_isHeldAtFork = (platform::HoldAtFork<g_lock>(), true);
 // Holds one reference; guarded by g_lock. A plain pointer, so that no static object of an
 // application finds it destroyed.
 constinit BUnitSystem* g_instance = nullptr;

@@ -1,15 +1,24 @@
 #include "core/platform/posix/ProfileCache.h"
 
+#include "core/platform/Thread.h"
+
 #include <algorithm>
 #include <cassert>
 
 namespace platform {
+
+constinit std::mutex ProfileCache::m_lock;
 
 // Never destroyed: objects that go when the process ends may still read settings.
 ProfileCache& ProfileCache::Instance()
 {
     static ProfileCache& instance = *new ProfileCache;
     return instance;
+}
+
+ProfileCache::ProfileCache()
+{
+    HoldAtFork<m_lock>();
 }
 
 ProfileFile* ProfileCache::GetOther(WideView path, ProfileFile::ELoad& state)

@@ -39,9 +39,10 @@ public:
     void Keep(std::list<ProfileFile>& taken);
 
 private:
+    ProfileCache();
     ProfileFile* GetOther(WideView path, ProfileFile::ELoad& state);
 
-    std::mutex m_lock;
+    static std::mutex m_lock;
     std::list<ProfileFile> m_files; // the latest first; guarded by m_lock
 };
 

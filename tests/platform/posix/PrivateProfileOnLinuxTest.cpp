@@ -1,5 +1,6 @@
 #include "core/platform/PrivateProfile.h"
 #include "core/platform/posix/FileLock.h"
+#include "core/units/BUnitSystem.h"
 
 #include "tests/FileBytes.h"
 #include "tests/Process.h"
@@ -10,10 +11,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -207,6 +210,28 @@ TEST(PrivateProfileOnLinux, WhoForkedMeanwhileHoldsNoLock)
     EXPECT_TRUE(Set(path, u"S", u"k", u"1"));
     ::kill(child, SIGKILL);
     EXPECT_FALSE(Held(child));
+}
+
+TEST(PrivateProfileOnLinux, IsThereInACopyOfABusyProcess)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini");
+    ASSERT_TRUE(Set(path, u"S", u"k", u"1"));
+    const auto read = [&path] { return Read(path, u"S", u"k") == u"1"; };
+    const auto ask = [] { return BUnitSystem::Instance() != nullptr; };
+    for (const std::function<bool()>& use : {std::function<bool()>(read), {ask}}) {
+        std::atomic<bool> isOver = false;
+        std::thread other([&] {
+            while (!isOver)
+                use();
+        });
+        int failed = 0;
+        for (int i = 0; i != 50 && failed == 0; ++i)
+            failed += Held(StartProcess([&] { return ::alarm(10) == 0 && use(); })) ? 0 : 1;
+        isOver = true;
+        other.join();
+        EXPECT_EQ(failed, 0);
+    }
 }
 
 TEST(PrivateProfileOnLinux, WhoWaitsIsSeenByWhoLetsGo)
