@@ -1,5 +1,6 @@
 #include "core/platform/SmallBlocks.h"
 
+#include "core/platform/Apart.h"
 #include "core/platform/OwnerCount.h"
 #include "core/platform/Thread.h"
 #include "core/platform/VirtualMemory.h"
@@ -52,12 +53,6 @@ constexpr bool kIsWatched = false;
 # endif
 #else
 constexpr bool kIsWatched = false;
-#endif
-
-#if defined(__GNUC__)
-# define QD_APART [[gnu::noinline]]
-#else
-# define QD_APART
 #endif
 
 std::atomic<std::uint32_t> g_forker = 0; // the thread that copies the process, and holds all locks

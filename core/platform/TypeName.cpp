@@ -1,5 +1,6 @@
 #include "core/platform/TypeName.h"
 
+#include "core/platform/Apart.h"
 #include "core/platform/Thread.h"
 
 #include <atomic>
@@ -55,7 +56,8 @@ const char* Find(const KnownType* known, const std::type_info& type)
     return nullptr;
 }
 
-const char* Learn(const std::type_info& type, std::atomic<const KnownType*>& list)
+// Apart, so that to find a name needs no registers saved.
+QD_APART const char* Learn(const std::type_info& type, std::atomic<const KnownType*>& list)
 {
     static std::mutex lock;
     [[maybe_unused]] static const bool isHeldAtFork = (HoldAtFork<lock>(), true);
