@@ -12,7 +12,6 @@
 
 #include <bit>
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -106,26 +105,37 @@ public:
                          const char* archiveClass);
     // Leaves the loader without a file when the archive is not what was asked for.
     void ReadFileHeader(BArchive& archive, FileHeader wanted);
-    // Of the object's entry; `kNone` when there is none left and the archive's `ThrowError` did not
+    // The object's entry; null when there is none left and the archive's `ThrowError` did not
     // throw.
-    std::uint32_t NumberOf(const BArchive& owner, const BSmartObj& object)
+    NArchive::PointerMap::Found EntryOf(const BArchive& owner, const BSmartObj& object)
     {
         return Told(owner, objects.FindOrAdd(object));
     }
-    static std::uint32_t Told(const BArchive& owner, std::uint32_t number)
+    static NArchive::PointerMap::Found Told(const BArchive& owner,
+                                            NArchive::PointerMap::Found found)
     {
-        if (number == NArchive::PointerMap::kNone)
+        if (found.entry == nullptr)
             owner.ThrowError();
-        return number;
+        return found;
     }
     // False when a record was refused and the archive's `ThrowError` did not throw.
     bool WriteQueued(BArchive& archive);
+
+    // The index of an object, which is queued: its record is written from it as it is then.
+    std::uint32_t Mention(const BArchive& owner, const BSmartObj& object)
+    {
+        const NArchive::PointerMap::Found found = EntryOf(owner, object);
+        if (found.entry == nullptr)
+            return 0;
+        saver->Insert(object, found);
+        return objects.Mention(*found.entry);
+    }
 
     template <typename T>
     void Write(T value) const
     {
         if (saver)
-            saver->file.Write(&value, sizeof value);
+            saver->file.Put(value);
     }
 
     template <typename T>
@@ -315,8 +325,11 @@ WString BArchive::Path() const
 
 void BArchive::Insert(BSmartObj* obj, const char* label)
 {
-    if (m_impl->saver && obj != nullptr)
-        m_impl->saver->Insert(*obj, m_impl->NumberOf(*this, *obj), label);
+    if (!m_impl->saver || obj == nullptr)
+        return;
+    const NArchive::PointerMap::Found found = m_impl->EntryOf(*this, *obj);
+    if (found.entry != nullptr)
+        m_impl->saver->Insert(*obj, found, label);
 }
 
 SP<BSmartObj> BArchive::TakeOut(const char* label)
@@ -352,13 +365,10 @@ unsigned int BArchive::MapPointerToIndex(const void* p)
     if (p == nullptr)
         return 0;
     // Each record begins with the index of its own object, which its place in the queue tells.
-    std::uint32_t number =
-        m_impl->saver ? m_impl->saver->NumberIfCurrent(p) : NArchive::PointerMap::kNone;
-    if (number == NArchive::PointerMap::kNone)
-        number = Impl::Told(*this, m_impl->objects.FindOrAddAddress(p));
-    if (number == NArchive::PointerMap::kNone)
-        return 0;
-    return m_impl->objects.Mention(m_impl->objects[number]);
+    NArchive::PointerMap::Entry* entry = m_impl->saver ? m_impl->saver->EntryIfCurrent(p) : nullptr;
+    if (entry == nullptr)
+        entry = Impl::Told(*this, m_impl->objects.FindOrAddAddress(p)).entry;
+    return entry != nullptr ? m_impl->objects.Mention(*entry) : 0;
 }
 
 void* BArchive::IndexToPtr(std::uint64_t index) const noexcept
@@ -406,14 +416,9 @@ BArchive& BArchive::operator<<(const BString& text)
 
 BArchive& BArchive::operator<<(const WString& text)
 {
-    const std::size_t count = text.Length();
-    if (count > std::numeric_limits<std::int32_t>::max())
-        ThrowError();
-    const auto shortCount = static_cast<std::int32_t>(count);
-    const std::uint64_t size = count * sizeof(WChar);
-    NArchive::FieldWriter fields(*this, sizeof shortCount + size);
-    fields.Put(&shortCount, sizeof shortCount);
-    fields.Put(text.CStr(), size);
+    const platform::WideView units(text.CStr(), text.Length());
+    NArchive::FieldWriter fields(*this, NArchive::FieldWriter::SizeOf(units));
+    fields.PutText(units);
     fields.End();
     return *this;
 }
@@ -458,20 +463,11 @@ BArchive& BArchive::operator<<(const BSmartObj* object)
 {
     if (!m_impl->saver)
         return *this;
-    std::uint32_t index = 0;
-    if (object != nullptr) {
-        const std::uint32_t number = m_impl->NumberOf(*this, *object);
-        if (number != NArchive::PointerMap::kNone) {
-            NArchive::PointerMap::Entry& entry = m_impl->objects[number];
-            index = m_impl->objects.Mention(entry);
-            // Its record is written from it as it is then.
-            m_impl->saver->Insert(*object, number, entry);
-        }
-    }
-    if (NArchive::ReferenceSize(Version()) == sizeof(std::uint32_t))
-        m_impl->Write(static_cast<std::uint32_t>(index));
+    const std::uint32_t index = object != nullptr ? m_impl->Mention(*this, *object) : 0;
+    if (NArchive::ReferenceSize(Version()) == sizeof index)
+        m_impl->Write(index);
     else
-        m_impl->Write(static_cast<std::uint64_t>(index));
+        m_impl->Write(std::uint64_t{index});
     return *this;
 }
 

@@ -10,6 +10,11 @@ void FieldWriter::HandOver(BArchive& archive, const void* bytes, std::uint64_t s
     archive.WriteMemoryBlock(bytes, size);
 }
 
+void FieldWriter::HandOver(BArchive& archive, std::uint64_t number, std::uint64_t size)
+{
+    archive.WriteMemoryBlock(&number, size);
+}
+
 void FieldWriter::RefuseText(const BArchive& archive)
 {
     archive.ThrowError();

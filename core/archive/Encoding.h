@@ -1,6 +1,9 @@
 #pragma once
 
+#include "core/platform/WideText.h"
+
 #include <cassert>
+#include <concepts>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -19,6 +22,12 @@ namespace NArchive {
 inline constexpr char kTextTag = 'S';
 inline constexpr std::uint64_t kTagAndLengthSize = 5;
 
+/// Up to 8 characters, the first one in the lowest byte.
+struct ShortText {
+    std::uint64_t bytes = 0;
+    std::uint64_t size = 0;
+};
+
 /// Writes some fields of a size that is known, at once to their place in the archive's memory: to
 /// hand each over takes longer than to write it. What is too much for that memory is handed over.
 class FieldWriter {
@@ -33,33 +42,63 @@ public:
     FieldWriter(const FieldWriter&) = delete;
     FieldWriter& operator=(const FieldWriter&) = delete;
 
-    void Put(const void* bytes, std::uint64_t size)
+    template <class T>
+    void Put(T number) requires std::integral<T>
     {
-        assert(size <= m_left);
-        m_left -= size;
+        assert(sizeof number <= m_left);
+        m_left -= sizeof number;
         if (m_start == nullptr) {
-            HandOver(m_archive, bytes, size);
+            HandOver(m_archive, static_cast<std::uint64_t>(number), sizeof number);
             return;
         }
-        if (size != 0)
-            std::memcpy(m_next, bytes, size);
-        m_next += size;
+        std::memcpy(m_next, &number, sizeof number);
+        m_next += sizeof number;
     }
     [[nodiscard]] static constexpr std::uint64_t SizeOf(std::string_view text) noexcept
     {
         return kTagAndLengthSize + text.size();
+    }
+    [[nodiscard]] static constexpr std::uint64_t SizeOf(ShortText text) noexcept
+    {
+        return kTagAndLengthSize + text.size;
     }
     /// `ThrowError()` where 32 bits do not hold the text's length.
     void PutText(std::string_view text)
     {
         if (text.size() > (std::numeric_limits<std::uint32_t>::max)())
             RefuseText(m_archive);
-        const auto length = static_cast<std::uint32_t>(text.size());
         // Each at once to its place: the processor waits where it is to read bytes in another
         // grouping than it has just written them in.
-        Put(&kTextTag, sizeof kTextTag);
-        Put(&length, sizeof length);
-        Put(text.data(), text.size());
+        Put(kTextTag);
+        Put(static_cast<std::uint32_t>(text.size()));
+        PutBytes(text.data(), text.size());
+    }
+    [[nodiscard]] static constexpr std::uint64_t SizeOf(platform::WideView text) noexcept
+    {
+        return sizeof(std::int32_t) + text.size() * sizeof(WChar);
+    }
+    /// The same for 31 bits.
+    void PutText(platform::WideView text)
+    {
+        if (text.size() > (std::numeric_limits<std::int32_t>::max)())
+            RefuseText(m_archive);
+        Put(static_cast<std::int32_t>(text.size()));
+        PutBytes(text.data(), text.size() * sizeof(WChar));
+    }
+    /// Seven bytes at least are put behind the text: it is written as one number over their place,
+    /// which takes less than to copy as many characters as it has.
+    void PutText(ShortText text)
+    {
+        Put(kTextTag);
+        Put(static_cast<std::uint32_t>(text.size));
+        if (m_start == nullptr) {
+            HandOver(m_archive, text.bytes, text.size);
+        } else {
+            assert(sizeof text.bytes <= m_left);
+            std::memcpy(m_next, &text.bytes, sizeof text.bytes);
+            m_next += text.size;
+        }
+        m_left -= text.size;
     }
     /// To be called when all is put.
     void End()
@@ -74,7 +113,22 @@ private:
     [[nodiscard]] static char* RoomIn(BArchive& archive, std::uint64_t size); // see BArchive.cpp
     static void Fill(BArchive& archive, std::uint64_t size) noexcept;         // the same
     static void HandOver(BArchive& archive, const void* bytes, std::uint64_t size);
+    // By its value: one whose address is told stands in memory, and its function is guarded.
+    static void HandOver(BArchive& archive, std::uint64_t number, std::uint64_t size);
     static void RefuseText(const BArchive& archive);
+
+    void PutBytes(const void* bytes, std::uint64_t size)
+    {
+        assert(size <= m_left);
+        m_left -= size;
+        if (m_start == nullptr) {
+            HandOver(m_archive, bytes, size);
+            return;
+        }
+        if (size != 0)
+            std::memcpy(m_next, bytes, size);
+        m_next += size;
+    }
 
     BArchive& m_archive;
     char* m_start; // null where fields are handed over

@@ -7,7 +7,6 @@
 #include "core/base/BlockReader.h"
 
 #include <cassert>
-#include <charconv>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -31,11 +30,24 @@
 
 namespace {
 
-constexpr unsigned char kSizePlaceholder[] = {0xEA, 0xEA, 0xEA, 0xEA, 0xEA, 0xEA, 0xEA, 0xEA};
+constexpr std::uint64_t kSizePlaceholder = 0xEAEA'EAEA'EAEA'EAEA;
 
 constexpr std::uint64_t WrittenSizeBytes(int archiveVersion)
 {
     return archiveVersion == 6 ? 4 : 8;
+}
+
+// Lower-case digits without leading zeros.
+NArchive::ShortText HexDigits(std::uint32_t number) noexcept
+{
+    NArchive::ShortText digits;
+    do {
+        const char digit = "0123456789abcdef"[number & 0xF];
+        digits.bytes = digits.bytes << 8 | static_cast<unsigned char>(digit);
+        ++digits.size;
+        number >>= 4;
+    } while (number != 0);
+    return digits;
 }
 
 constexpr std::uint64_t ReadSizeBytes(int archiveVersion)
@@ -113,7 +125,10 @@ bool PatchPayloadSize(RecordWriter& file, std::uint64_t payloadStart, int archiv
     const std::uint64_t sizeBytes = WrittenSizeBytes(archiveVersion);
     if (sizeBytes == 4 && size > std::numeric_limits<std::int32_t>::max())
         return false;
-    file.Patch(payloadStart - sizeBytes, &size, sizeBytes);
+    if (sizeBytes == sizeof size) // nearly always, and the compiler then knows how many bytes
+        file.Patch(payloadStart - sizeof size, &size, sizeof size);
+    else
+        file.Patch(payloadStart - sizeBytes, &size, sizeBytes);
     return true;
 }
 
@@ -122,21 +137,22 @@ bool PatchPayloadSize(RecordWriter& file, std::uint64_t payloadStart, int archiv
 void BSmartObj::WritePrefix(BArchive& archive, BString label) const
 {
     using NArchive::FieldWriter;
-    char digits[16];
-    const unsigned int index = archive.MapPointerToIndex(this);
-    const char* const end = std::to_chars(digits, digits + sizeof digits, index, 16).ptr;
+    const NArchive::ShortText index = HexDigits(archive.MapPointerToIndex(this));
+    const std::string_view labelText(label.CStr(), label.Length());
     const char* const name = ArchiveName();
+    const std::string_view nameText = name == nullptr ? std::string_view() : name;
     const int version = Version();
     const std::uint64_t sizeBytes = WrittenSizeBytes(archive.Version());
-    const std::string_view texts[] = {{digits, static_cast<std::size_t>(end - digits)},
-                                      {label.CStr(), label.Length()},
-                                      name == nullptr ? std::string_view() : name};
-    FieldWriter fields(archive, FieldWriter::SizeOf(texts[0]) + FieldWriter::SizeOf(texts[1]) +
-                                    FieldWriter::SizeOf(texts[2]) + sizeof version + sizeBytes);
-    for (const std::string_view text : texts)
-        fields.PutText(text);
-    fields.Put(&version, sizeof version);
-    fields.Put(kSizePlaceholder, sizeBytes);
+    FieldWriter fields(archive, FieldWriter::SizeOf(index) + FieldWriter::SizeOf(labelText) +
+                                    FieldWriter::SizeOf(nameText) + sizeof version + sizeBytes);
+    fields.PutText(index);
+    fields.PutText(labelText);
+    fields.PutText(nameText);
+    fields.Put(version);
+    if (sizeBytes == sizeof kSizePlaceholder)
+        fields.Put(kSizePlaceholder);
+    else
+        fields.Put(static_cast<std::uint32_t>(kSizePlaceholder));
     fields.End();
 }
 

@@ -38,21 +38,22 @@ std::uint32_t HashOfAddress(const void* pointer) noexcept
 
 } // namespace
 
-std::uint32_t PointerMap::FindOrAdd(const BSmartObj& object)
+PointerMap::Found PointerMap::FindOrAdd(const BSmartObj& object)
 {
     std::uint32_t* const place =
         m_goesByAddress ? nullptr : PlaceOf(static_cast<std::uint32_t>(object.UniqueID()));
     if (place == nullptr)
         return FindOrAddAddress(&object);
     if (*place == 0) {
-        const std::uint32_t number = Append(&object);
-        *place = number + 1; // none again for `kNone`
-        return number;
+        const Found added = Append(&object);
+        *place = added.number + 1; // none again for `kNone`
+        return added;
     }
-    return m_entries[*place - 1].pointer == &object ? *place - 1 : FindOrAddAddress(&object);
+    Entry& entry = m_entries[*place - 1];
+    return entry.pointer == &object ? Found{&entry, *place - 1} : FindOrAddAddress(&object);
 }
 
-std::uint32_t PointerMap::FindOrAddAddress(const void* pointer)
+PointerMap::Found PointerMap::FindOrAddAddress(const void* pointer)
 {
     assert(pointer != nullptr);
     if (!m_goesByAddress)
@@ -60,11 +61,11 @@ std::uint32_t PointerMap::FindOrAddAddress(const void* pointer)
     const std::uint32_t hash = HashOfAddress(pointer);
     AddressSlot& slot = SlotOf(m_addresses, pointer, hash);
     if (!slot.IsFree())
-        return slot.place - 1;
-    const std::uint32_t number = Append(pointer);
-    if (number != kNone)
-        m_addresses.Fill(slot, {number + 1, hash});
-    return number;
+        return {&m_entries[slot.place - 1], slot.place - 1};
+    const Found added = Append(pointer);
+    if (added.entry != nullptr)
+        m_addresses.Fill(slot, {added.number + 1, hash});
+    return added;
 }
 
 // Null where ids are no way to find objects.
@@ -104,12 +105,12 @@ PointerMap::AddressSlot& PointerMap::SlotOf(Addresses& addresses, const void* po
     });
 }
 
-std::uint32_t PointerMap::Append(const void* pointer)
+PointerMap::Found PointerMap::Append(const void* pointer)
 {
     if (m_entries.Count() >= kNone - 1)
-        return kNone;
-    m_entries.Append({pointer});
-    return static_cast<std::uint32_t>(m_entries.Count() - 1);
+        return {};
+    Entry& entry = m_entries.Append({pointer});
+    return {&entry, static_cast<std::uint32_t>(m_entries.Count() - 1)};
 }
 
 void PointerMap::GoByAddress()

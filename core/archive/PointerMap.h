@@ -30,12 +30,18 @@ public:
         [[nodiscard]] bool IsQueued() const noexcept { return next != 0; }
     };
 
-    /// The number of the entry of `object`; made without an index when there is none. `kNone` when
-    /// 32 bits hold no further number. An object that is known here lives on, unless it was not
-    /// queued: then the next one at its address may have its entry.
-    [[nodiscard]] std::uint32_t FindOrAdd(const BSmartObj& object);
+    /// The entry is good until the next one is made.
+    struct Found {
+        Entry* entry = nullptr;
+        std::uint32_t number = kNone;
+    };
+
+    /// The entry of `object`; made without an index when there is none. Null when 32 bits hold no
+    /// further number. An object that is known here lives on, unless it was not queued: then the
+    /// next one at its address may have its entry.
+    [[nodiscard]] Found FindOrAdd(const BSmartObj& object);
     /// The same for whatever is at `pointer`, which is not null.
-    [[nodiscard]] std::uint32_t FindOrAddAddress(const void* pointer);
+    [[nodiscard]] Found FindOrAddAddress(const void* pointer);
 
     /// Good until the next entry is made.
     [[nodiscard]] Entry& operator[](std::uint32_t number) noexcept { return m_entries[number]; }
@@ -96,7 +102,7 @@ private:
     [[nodiscard]] bool AreIdsScattered() const noexcept;
     [[nodiscard]] AddressSlot& SlotOf(Addresses& addresses, const void* pointer,
                                       std::uint32_t hash) const;
-    [[nodiscard]] std::uint32_t Append(const void* pointer);
+    [[nodiscard]] Found Append(const void* pointer);
     void GoByAddress();
 
     Blocks<Entry> m_entries;

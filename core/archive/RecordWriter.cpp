@@ -52,6 +52,11 @@ void RecordWriter::WriteBeyondBuffer(const void* bytes, std::uint64_t size)
     }
 }
 
+void RecordWriter::PutBeyondBuffer(std::uint64_t bits, std::uint64_t size)
+{
+    WriteBeyondBuffer(&bits, size);
+}
+
 // False where the file is not good, and where the bytes are too many: then the memory is empty.
 bool RecordWriter::MakeRoom(std::uint64_t size)
 {

@@ -37,6 +37,20 @@ public:
         }
     }
 
+    /// The same for a number, whose address nobody takes: so it stays in a register.
+    template <class T>
+    void Put(T number)
+    {
+        if (sizeof number <= m_capacity - m_used) {
+            std::memcpy(m_buffer.get() + m_used, &number, sizeof number);
+            m_used += sizeof number;
+        } else {
+            std::uint64_t bits = 0;
+            std::memcpy(&bits, &number, sizeof number);
+            PutBeyondBuffer(bits, sizeof number);
+        }
+    }
+
     /// Room in memory for the next `size` bytes, to be filled before anything else is asked of the
     /// writer; null where there is none: for more than it ever has, and when the file is not good.
     [[nodiscard]] char* Room(std::uint64_t size)
@@ -78,6 +92,7 @@ private:
 
     void HandOverPieces();
     void WriteBeyondBuffer(const void* bytes, std::uint64_t size);
+    void PutBeyondBuffer(std::uint64_t bits, std::uint64_t size);
     [[nodiscard]] bool MakeRoom(std::uint64_t size);
     void PatchFile(std::uint64_t position, const void* bytes, std::uint64_t size);
     void WriteToFile(const void* bytes, std::uint64_t size);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/archive/ObjectHeader.h"
 #include "core/archive/PointerMap.h"
 #include "core/archive/RecordWriter.h"
 #include "core/base/BProblem.h"
@@ -8,6 +9,7 @@
 #include "core/platform/SeededHash.h"
 #include "core/platform/WChar.h"
 
+#include <cassert>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -28,14 +30,13 @@ public:
     Saver(const Saver&) = delete;
     Saver& operator=(const Saver&) = delete;
 
-    /// Queues `object`, of which `number` is the entry, unless it is queued already or another has
-    /// the label, which may be null. `PointerMap::kNone` is ignored.
-    void Insert(const BSmartObj& object, std::uint32_t number, const char* label);
-    /// The same without a label, for who has the entry of that number at hand.
-    void Insert(const BSmartObj& object, std::uint32_t number, PointerMap::Entry& entry)
+    /// Queues `object`, of which `found` is the entry, unless it is queued already or another has
+    /// the label, which may be null.
+    void Insert(const BSmartObj& object, PointerMap::Found found, const char* label);
+    void Insert(const BSmartObj& object, PointerMap::Found found) noexcept
     {
-        if (!entry.IsQueued())
-            Queue(object, number, entry);
+        if (!found.entry->IsQueued())
+            Queue(object, found);
     }
 
     /// An object waits, the file is good and no record is being written.
@@ -44,11 +45,11 @@ public:
         return m_current == nullptr && m_waiting != PointerMap::kNone && file.IsGood();
     }
 
-    /// The number of `pointer`, which is not null, if it is the object whose record is being
-    /// written, so that its index needs no look-up; `PointerMap::kNone` otherwise.
-    [[nodiscard]] std::uint32_t NumberIfCurrent(const void* pointer) noexcept
+    /// The entry of `pointer`, which is not null, if it is the object whose record is being
+    /// written, so that its index needs no look-up; null otherwise.
+    [[nodiscard]] PointerMap::Entry* EntryIfCurrent(const void* pointer) noexcept
     {
-        return m_current == pointer ? m_currentNumber : PointerMap::kNone;
+        return m_current == pointer ? &m_objects[m_currentNumber] : nullptr;
     }
 
     /// The record of the object that waits longest, for as long as it is being written. Unless it
@@ -56,18 +57,45 @@ public:
     class Record {
     public:
         /// `MayBeginRecord()` must be true.
-        explicit Record(Saver& saver);
-        ~Record();
+        explicit Record(Saver& saver) noexcept
+            : m_saver(saver)
+            , m_start(saver.file.Position())
+        {
+            assert(saver.MayBeginRecord());
+            saver.m_currentNumber = saver.m_waiting;
+            saver.m_current = &saver.ObjectOf(saver.m_waiting);
+        }
+        ~Record()
+        {
+            m_saver.m_current = nullptr;
+            if (!m_isEnded) {
+                m_saver.file.TakeBack(m_start); // the records before stay good
+                return;
+            }
+            if (m_saver.CurrentHasLabel())
+                m_saver.m_waitingLabels.pop_front();
+            m_saver.m_waiting = m_saver.After(m_saver.m_currentNumber);
+        }
         Record(const Record&) = delete;
         Record& operator=(const Record&) = delete;
 
         [[nodiscard]] const BSmartObj& Object() const noexcept { return *m_saver.m_current; }
-        [[nodiscard]] BString Label() const;
+        [[nodiscard]] BString Label() const
+        {
+            return m_saver.CurrentHasLabel() ? m_saver.m_waitingLabels.front().text : BString();
+        }
         /// To be called when the object header is written.
         void BeginPayload() noexcept { m_payloadStart = m_saver.file.Position(); }
         /// To be called when the payload is written. False, and the record is not ended, where the
         /// header has no room for its size.
-        [[nodiscard]] bool End(int archiveVersion);
+        [[nodiscard]] bool End(int archiveVersion)
+        {
+            assert(m_payloadStart >= m_start);
+            m_isEnded = PatchPayloadSize(m_saver.file, m_payloadStart, archiveVersion);
+            if (m_isEnded)
+                m_saver.file.EndRecord();
+            return m_isEnded;
+        }
 
     private:
         Saver& m_saver;
@@ -90,18 +118,18 @@ private:
         BString text;
     };
 
-    void Queue(const BSmartObj& object, std::uint32_t number, PointerMap::Entry& entry) noexcept
+    void Queue(const BSmartObj& object, PointerMap::Found found) noexcept
     {
-        entry.pointer = &object;
-        entry.next = PointerMap::kNone;
+        found.entry->pointer = &object;
+        found.entry->next = PointerMap::kNone;
         object.Ref();
         if (m_last != PointerMap::kNone)
-            m_objects[m_last].next = number + 1;
+            m_objects[m_last].next = found.number + 1;
         else
-            m_first = number;
-        m_last = number;
+            m_first = found.number;
+        m_last = found.number;
         if (m_waiting == PointerMap::kNone)
-            m_waiting = number;
+            m_waiting = found.number;
     }
     // The number of the entry that was queued after that one; `kNone` behind the last.
     [[nodiscard]] std::uint32_t After(std::uint32_t number) const noexcept
@@ -109,8 +137,18 @@ private:
         const std::uint32_t next = m_objects[number].next;
         return next != PointerMap::kNone ? next - 1 : next;
     }
+    // Of the entry of that number, which is queued.
+    [[nodiscard]] const BSmartObj& ObjectOf(std::uint32_t number) const noexcept
+    {
+        const PointerMap::Entry& entry = m_objects[number];
+        assert(entry.IsQueued());
+        return *static_cast<const BSmartObj*>(entry.pointer);
+    }
     void Keep(const char* label, std::uint32_t number);
-    [[nodiscard]] bool CurrentHasLabel() const noexcept;
+    [[nodiscard]] bool CurrentHasLabel() const noexcept
+    {
+        return !m_waitingLabels.empty() && m_waitingLabels.front().number == m_currentNumber;
+    }
 
     PointerMap& m_objects;
     // Numbers of entries, which lead from one to the next, the written ones first.

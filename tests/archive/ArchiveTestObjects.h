@@ -101,6 +101,12 @@ SP<T> TakeOutAs(BArchive& archive, const char* label)
     return dynamic_cast<T*>(archive.TakeOut(label).Get());
 }
 
+// Writes records as they were in the version 6 of the format.
+struct ArchiveOfVersion6 : BArchive {
+    using BArchive::BArchive;
+    int Version() const override { return 6; }
+};
+
 /// Has an archive's file, of the document class "class Doc" in version 7 unless told otherwise.
 class ArchiveFileTest : public testing::Test {
 protected:

@@ -1007,11 +1007,7 @@ TEST_F(BArchiveTest, OneThatIsAskedMayTakeOutOthers)
 
 TEST_F(BArchiveTest, AnArchiveThatIsOfVersion6HasNumbersOf4Bytes)
 {
-    struct OfVersion6 : BArchive {
-        using BArchive::BArchive;
-        int Version() const override { return 6; }
-    };
-    OfVersion6 archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+    ArchiveOfVersion6 archive(m_path, BArchive::ModeWrite, "class Doc", 7);
     archive.Insert(new ArchiveItem(5, {SP<BSmartObj>()}), "a");
     EXPECT_TRUE(archive.Flush());
     EXPECT_TRUE(FileBytes(m_folder / "a.qda")
