@@ -254,6 +254,11 @@ void NArchive::FieldWriter::Fill(BArchive& archive, std::uint64_t size) noexcept
     archive.m_impl->saver->file.Fill(size);
 }
 
+std::uint32_t NArchive::FieldWriter::IndexOf(BArchive& archive, const BSmartObj& object)
+{
+    return archive.m_impl->saver ? archive.m_impl->Mention(archive, object) : 0;
+}
+
 BArchive::BArchive(const WChar* path, MODE mode, BString docClass, int docVersion)
     : BArchive(path, mode, docClass, docVersion, CLASSNAME())
 {}

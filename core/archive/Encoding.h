@@ -12,6 +12,7 @@
 #include <string_view>
 
 class BArchive;
+class BSmartObj;
 class BlockReader;
 
 // How an archive writes what more than one of its parts reads; the values of payloads stand at the
@@ -100,6 +101,15 @@ public:
         }
         m_left -= text.size;
     }
+    /// A reference of `ReferenceSize` bytes; queues the object.
+    void PutReference(const BSmartObj* object, std::uint64_t size)
+    {
+        const std::uint32_t index = object != nullptr ? IndexOf(m_archive, *object) : 0;
+        if (size == sizeof index)
+            Put(index);
+        else
+            Put(std::uint64_t{index});
+    }
     /// To be called when all is put.
     void End()
     {
@@ -112,6 +122,7 @@ private:
     // With the archive and not with the writer, which so has its fields in registers.
     [[nodiscard]] static char* RoomIn(BArchive& archive, std::uint64_t size); // see BArchive.cpp
     static void Fill(BArchive& archive, std::uint64_t size) noexcept;         // the same
+    static std::uint32_t IndexOf(BArchive& archive, const BSmartObj& object); // the same
     static void HandOver(BArchive& archive, const void* bytes, std::uint64_t size);
     // By its value: one whose address is told stands in memory, and its function is guarded.
     static void HandOver(BArchive& archive, std::uint64_t number, std::uint64_t size);

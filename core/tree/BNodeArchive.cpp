@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
@@ -21,14 +22,6 @@ using NNode::kActiveFlag;
 using NNode::kLockedFlag;
 using NNode::kPayloadVersion;
 
-template <typename List>
-void WriteReferences(BArchive& archive, const List& list)
-{
-    archive << list.Count();
-    for (const auto& entry : list)
-        archive << static_cast<const BSmartObj*>(entry.Get());
-}
-
 // A text that gets no memory must not be saved, or loaded, as an empty one.
 template <class To, class From>
 To Converted(const From& text)
@@ -39,16 +32,26 @@ To Converted(const From& text)
     return converted;
 }
 
-// A name without a block of the heap, where it is no longer than names are.
-void WriteNarrow(BArchive& archive, const WString& text)
-{
-    char bytes[128];
-    const std::size_t size = platform::WideToAnsi(text.CStr(), text.Length(), bytes, sizeof bytes);
-    if (size > sizeof bytes || (size == 0 && !text.IsEmpty()))
-        archive << Converted<BString>(text);
-    else
-        NArchive::WriteText(archive, {bytes, size});
-}
+// A text in the ANSI code page, without a block of the heap where it is no longer than names are.
+class NarrowText {
+public:
+    explicit NarrowText(const WString& text)
+        : m_size(platform::WideToAnsi(text.CStr(), text.Length(), m_bytes, sizeof m_bytes))
+    {
+        if (m_size > sizeof m_bytes || (m_size == 0 && !text.IsEmpty()))
+            m_long = Converted<BString>(text);
+    }
+    [[nodiscard]] std::string_view View() const noexcept
+    {
+        return m_long.IsEmpty() ? std::string_view(m_bytes, m_size)
+                                : std::string_view(m_long.CStr(), m_long.Length());
+    }
+
+private:
+    char m_bytes[128];
+    std::size_t m_size;
+    BString m_long;
+};
 
 // Null for an object that is no node.
 BNode* AsNode(BSmartObj* object)
@@ -103,18 +106,38 @@ private:
 
 void BNode::WriteData(BArchive& archive) const
 {
-    const Annotations none;
-    const Annotations& annotated = Annotated() != nullptr ? *Annotated() : none;
-    archive << m_object.Get();
-    WriteReferences(archive, m_children);
-    archive << m_attributes.Count();
-    for (int i = 0; i < m_attributes.Count(); ++i)
-        archive << static_cast<const BSmartObj*>(m_attributes.At(i));
-    WriteNarrow(archive, m_text);
-    archive << static_cast<const BSmartObj*>(m_parent);
-    archive << static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
-    archive << m_text;
-    WriteReferences(archive, annotated.list);
+    using NArchive::FieldWriter;
+    const Annotations* const annotated = Annotated();
+    const int children = m_children.Count();
+    const int attributes = m_attributes.Count();
+    const int annotations = annotated != nullptr ? annotated->list.Count() : 0;
+    const NarrowText narrow(m_text);
+    const platform::WideView text(m_text.CStr(), m_text.Length());
+    const char flags =
+        static_cast<char>((m_isActive ? kActiveFlag : 0) | (m_isLocked ? kLockedFlag : 0));
+    const std::uint64_t reference = NArchive::ReferenceSize(archive.Version());
+    const std::uint64_t references = std::uint64_t{2} + static_cast<std::uint64_t>(children) +
+                                     static_cast<std::uint64_t>(attributes) +
+                                     static_cast<std::uint64_t>(annotations);
+    FieldWriter fields(archive, references * reference + FieldWriter::SizeOf(narrow.View()) +
+                                    FieldWriter::SizeOf(text) + 3 * sizeof(int) + sizeof flags);
+    fields.PutReference(m_object.Get(), reference);
+    fields.Put(children);
+    for (const SP<BNode>& child : m_children)
+        fields.PutReference(child.Get(), reference);
+    fields.Put(attributes);
+    for (int i = 0; i < attributes; ++i)
+        fields.PutReference(m_attributes.At(i), reference);
+    fields.PutText(narrow.View());
+    fields.PutReference(m_parent, reference);
+    fields.Put(flags);
+    fields.PutText(text);
+    fields.Put(annotations);
+    if (annotated != nullptr) {
+        for (const SP<BSmartObj>& annotation : annotated->list)
+            fields.PutReference(annotation.Get(), reference);
+    }
+    fields.End();
 }
 
 SP<BSmartObj> BNode::Read(BArchive& archive, int version)

@@ -208,7 +208,7 @@ TEST_F(BNodeArchiveTest, IsWrittenAndReadTheSameOnEachPlatform)
 
 TEST_F(BNodeArchiveTest, TextsOfAnyLengthStandInBothEncodings)
 {
-    for (const int length : {0, 1, 127, 128, 129, 5000}) {
+    for (const int length : {0, 1, 127, 128, 129, 5000, 300'000}) {
         SCOPED_TRACE(length);
         const SP<BNode> node(new BNode);
         WString text;
@@ -390,6 +390,20 @@ TEST_F(BNodeArchiveTest, WhatADerivedNodeAddsInReadStandsBeforeWhatTheRecordName
         EXPECT_EQ(node->Attrib(1)->Name(), QD_W("saved"));
         EXPECT_EQ(node->AnnotationNum(), 2);
     }
+}
+
+TEST_F(BNodeArchiveTest, InAnArchiveThatIsOfVersion6ReferencesHave32Bits)
+{
+    const SP<BNode> node(new BNode);
+    node->AddChild(new BNode, -1);
+    ArchiveOfVersion6 archive(m_path, BArchive::ModeWrite, "class Doc", 7);
+    archive.Insert(node.Get(), "n");
+    EXPECT_TRUE(archive.Flush());
+    const std::string file = FileBytes(m_folder / "a.qda"), none = BytesOf(0);
+    const std::string rest = "\1" + none + none;
+    EXPECT_NE(file.find(none + BytesOf(1) + BytesOf(2) + none + TextBytes("") + none + rest),
+              std::string::npos);
+    EXPECT_TRUE(file.ends_with(none + none + none + TextBytes("") + BytesOf(1) + rest));
 }
 
 TEST_F(BNodeArchiveTest, ReferencesHave64Bits)
