@@ -76,8 +76,7 @@ bool BIniProfile::GetSections(BArray<WString>& out) const
 
 bool BIniProfile::WriteMem(const WString& key, void* data, std::size_t size) const
 {
-    return TellWritten(
-        platform::ProfileUpdate(Path()).SetBlock(GetSection(), key, data, BlockSize(size)));
+    return TellWritten(WriteTextProfileBlock(Path(), GetSection(), key, data, BlockSize(size)));
 }
 
 bool BIniProfile::ReadMem(const WString& key, void* data, std::size_t size) const

@@ -215,7 +215,7 @@ bool BProfile::WriteMem(int index, WString key, void* data, unsigned int size)
 bool BProfile::WriteMem(WString key, void* data, unsigned int size)
 {
     CheckMode();
-    return Tell(m_problem, platform::ProfileUpdate(m_path).SetBlock(m_section, key, data, size));
+    return Tell(m_problem, WriteTextProfileBlock(m_path, m_section, key, data, size));
 }
 
 bool BProfile::WriteBoolean(WString key, bool value)

@@ -1,5 +1,6 @@
 #include "core/profile/TextProfile.h"
 
+#include "core/base/BString.h"
 #include "core/base/ErrorCodes.h"
 #include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
@@ -8,6 +9,7 @@
 #include "core/platform/FileSystem.h"
 #include "core/platform/PrivateProfile.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <string_view>
@@ -50,6 +52,21 @@ bool IsMissing(const WString& path)
     return platform::Presence(path) == platform::EPresence::Missing;
 }
 
+// A look-alike or a "?" is another text: under one, a key is not found again.
+bool FitsEightBits(const WString& text)
+{
+    const platform::WideView units = text.AsView();
+    return std::ranges::all_of(units, [](WChar unit) { return unit < 0x80; }) ||
+           WString(text.AsString()).AsView() == units;
+}
+
+// Makes the file UTF-16, and one where there is none.
+bool MakeUnicode(const WString& path)
+{
+    return IsMissing(path) ? MakeFolder(path) && MakeEmptyFile(path)
+                           : BFile::ConvertToUnicode(path) == kErrorNone;
+}
+
 } // namespace
 
 bool MakeTextProfile(const WString& path, bool isNew)
@@ -75,17 +92,24 @@ int WriteTextProfile(const WString& path, const WString& section, const WString&
         update.emplace(path);
     }
     const EPresence presence = update->IsLocked() ? platform::Presence(path) : EPresence::Unknown;
-    if (presence == EPresence::Unknown ||
-        (presence == EPresence::Missing && !(MakeFolder(path) && MakeEmptyFile(path))))
-        return kErrorFileNotWritten;
-    // Eight bits would keep another text than this one.
-    if (presence == EPresence::There && value.Includes16bitChars() &&
-        BFile::ConvertToUnicode(path) != kErrorNone)
+    const bool needsUnicode = presence == EPresence::Missing || value.Includes16bitChars() ||
+                              !FitsEightBits(section) || !FitsEightBits(key) ||
+                              !FitsEightBits(value);
+    if (presence == EPresence::Unknown || (needsUnicode && !MakeUnicode(path)))
         return kErrorFileNotWritten;
     const bool isWritten = replaced != nullptr
                                ? update->ExchangeText(section, key, *replaced, value)
                                : update->SetText(section, key, value);
     return isWritten ? kErrorNone : kErrorFileNotWritten;
+}
+
+bool WriteTextProfileBlock(const WString& path, const WString& section, const WString& key,
+                           const void* data, unsigned int size)
+{
+    platform::ProfileUpdate update(path);
+    const bool needsUnicode = data != nullptr && !(FitsEightBits(section) && FitsEightBits(key));
+    return update.IsLocked() && (!needsUnicode || MakeUnicode(path)) &&
+           update.SetBlock(section, key, data, size);
 }
 
 bool Tell(BProblem& problem, bool isDone)

@@ -14,6 +14,11 @@
 int WriteTextProfile(const WString& path, const WString& section, const WString& key,
                      const WString& value, const WString* replaced);
 
+/// Puts a block of `size` bytes there, or removes the key where `data` is null. A missing file is
+/// made, 8-bit unless a name needs more. False when that fails, as above.
+[[nodiscard]] bool WriteTextProfileBlock(const WString& path, const WString& section,
+                                         const WString& key, const void* data, unsigned int size);
+
 /// Keeps in `problem` why a writer failed, which the system's last error says, and none where
 /// `isDone`. Its answer.
 bool Tell(BProblem& problem, bool isDone);

@@ -131,6 +131,27 @@ TEST_F(BProfileFile, MakesAnEightBitFileUnicodeWhenAValueNeedsIt)
     EXPECT_EQ(profile.ReadString(QD_W("k"), WString()), QD_W("\u00E4"));
 }
 
+// Under "?" or a look-alike nothing is found again.
+TEST_F(BProfileFile, KeepsEachLetterThatAnEightBitFileLacks)
+{
+    struct Case {
+        const WChar *section, *key, *value;
+    };
+    for (const auto& [section, key, value] : {Case{u"\u6E2C", u"k", u"v"},
+                                              {u"s", u"\u6E2C", u"v"},
+                                              {u"s", u"k", u"\u0085"},
+                                              {u"s", u"\u0141", nullptr}}) {
+        WriteFileBytes(m_file, "[default]\r\nk=\xE4\r\n");
+        BProfile profile(m_path, ProfileReadWrite);
+        profile.SetSection(section);
+        int block = 7;
+        EXPECT_TRUE(value != nullptr ? profile.WriteString(key, value)
+                                     : profile.WriteMem(key, &block, sizeof block));
+        EXPECT_TRUE(value != nullptr ? profile.ReadString(key, WString()) == value
+                                     : profile.ReadMem(key, &block, sizeof block));
+    }
+}
+
 TEST_F(BProfileFile, TwoWritersLoseNoKey)
 {
     constexpr int count = 50;
