@@ -1,9 +1,8 @@
 #include "core/platform/posix/FileLock.h"
 
-#include "core/platform/Clock.h"
+#include "core/platform/Wait.h"
 
 #include <cerrno>
-#include <cstdint>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -29,7 +28,7 @@ ELocked LockFile(const Descriptor& file, EFileLock kind, int waitMs) noexcept
 {
     constexpr int pauseUs = 200, mostInterruptions = 50;
     const int operation = (kind == EFileLock::Shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
-    const std::uint32_t start = TickCount();
+    Wait wait(waitMs);
     int interruptions = 0; // a signal says nothing about the lock, so they take nothing of the wait
     while (::flock(file.Get(), operation) != 0) {
         if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL)
@@ -38,7 +37,7 @@ ELocked LockFile(const Descriptor& file, EFileLock kind, int waitMs) noexcept
             continue;
         if (errno != EWOULDBLOCK)
             return ELocked::Failed;
-        if (static_cast<std::int64_t>(TickCount() - start) >= waitMs)
+        if (wait.IsOver())
             return ELocked::InUse;
         ::usleep(pauseUs);
     }

@@ -1,12 +1,10 @@
 #include "core/platform/posix/RegistryJournal.h"
 
-#include "core/platform/Clock.h"
+#include "core/platform/Wait.h"
 #include "core/platform/posix/FileIdentity.h"
 #include "core/platform/posix/Sqlite.h"
 
 #include <sqlite3.h>
-
-#include <cstdint>
 
 // A log lets one process write while others read, and with `synchronous = NORMAL` nobody waits for
 // the disk: a write takes 15 to 23 microseconds rather than milliseconds. A process that dies loses
@@ -30,9 +28,9 @@ bool UseJournal(sqlite3* database, EJournal journal)
         return sqlite::Execute(database, "PRAGMA journal_mode = DELETE");
     // The change to a log fails at once when another process is about it, too: SQLite does not ask
     // whether to wait there.
-    const std::uint32_t start = TickCount();
+    Wait wait(sqlite::kPatienceMs);
     while (!sqlite::Execute(database, "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL")) {
-        if (!sqlite::IsBusy(database) || TickCount() - start >= std::uint32_t{sqlite::kPatienceMs})
+        if (!sqlite::IsBusy(database) || wait.IsOver())
             return false;
         ::sqlite3_sleep(1);
     }

@@ -1,6 +1,6 @@
 #include "core/platform/posix/Sqlite.h"
 
-#include "core/platform/Clock.h"
+#include "core/platform/Wait.h"
 #include "core/platform/posix/SqlitePages.h"
 
 #include <sqlite3.h>
@@ -16,10 +16,10 @@ namespace {
 // up to 100 ms, and a process that writes on and on would leave them no gap to meet.
 int WaitForLock(void*, int attempt) noexcept
 {
-    static thread_local std::uint32_t start = 0; // of the wait that is under way
+    static thread_local Wait wait(kPatienceMs); // the one that is under way
     if (attempt == 0)
-        start = TickCount();
-    if (TickCount() - start >= std::uint32_t{kPatienceMs})
+        wait = Wait(kPatienceMs);
+    if (wait.IsOver())
         return 0;
     ::sqlite3_sleep(1);
     return 1;

@@ -1,9 +1,9 @@
 #include "core/platform/FileReplacement.h"
 
 #include "core/platform/FileStream.h"
+#include "core/platform/Wait.h"
 #include "core/platform/win32/Draft.h"
 #include "core/platform/win32/Handle.h"
-#include "core/platform/win32/Wait.h"
 
 #include <windows.h>
 #include <cstddef>
@@ -219,7 +219,7 @@ bool MoveOver(const std::wstring& target, bool isThere, bool isAlike, Draft& dra
     const auto tryIt = [&](bool byReplacing) {
         return (byReplacing && Replace(target, draft.Path())) || Move(target, draft.Path());
     };
-    const Wait wait(longestMs);
+    Wait wait(longestMs);
     for (bool isLast = false; !tryIt(isThere && (!isAlike || isLast)); isLast = wait.IsOver()) {
         if (isLast || !IsInUse(::GetLastError()))
             return false;

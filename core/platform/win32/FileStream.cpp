@@ -1,9 +1,9 @@
 #include "core/platform/FileStream.h"
 
 #include "core/platform/AppendedLines.h"
+#include "core/platform/Wait.h"
 #include "core/platform/win32/Handle.h"
 #include "core/platform/win32/InvalidParameters.h"
-#include "core/platform/win32/Wait.h"
 
 #include <windows.h>
 #include <cerrno>
@@ -44,7 +44,7 @@ Stream OpenStream(const WChar* path, const WChar* mode) noexcept
 {
     constexpr int longestMs = 2000;
     const InvalidParametersFail modeMayBeInvalid;
-    for (const Wait wait(longestMs);;) {
+    for (Wait wait(longestMs);;) {
         ::SetLastError(ERROR_SUCCESS);
         Stream stream(_wfopen(path, mode));
         const DWORD error = ::GetLastError();
@@ -97,7 +97,7 @@ Stream OpenStreamAlone(const WChar* path, const WChar* mode, int waitMs) noexcep
     const bool isReading = IsReading(mode);
     const int sharing = isReading ? _SH_DENYWR : _SH_DENYRW;
     const InvalidParametersFail modeMayBeInvalid;
-    for (const Wait wait(waitMs);;) {
+    for (Wait wait(waitMs);;) {
         {
             const Turn turn;
             if (!IsInUse(path, isReading)) {
