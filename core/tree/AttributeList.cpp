@@ -75,7 +75,7 @@ void AttributeList::Reserve(int capacity)
     else
         grown->Entries()[0] = AsOnly();
     if (!IsNull())
-        Drop();
+        Drop(m_held);
     m_held = reinterpret_cast<std::uintptr_t>(grown) | kBlockBit;
 }
 
@@ -95,7 +95,7 @@ SP<BAttribute> AttributeList::RemoveAt(int index) noexcept
 {
     SP<BAttribute> removed(At(index));
     if (!IsBlock()) {
-        Drop();
+        Drop(m_held);
         m_held = 0;
         return removed;
     }
@@ -103,7 +103,7 @@ SP<BAttribute> AttributeList::RemoveAt(int index) noexcept
     std::move(entries + index + 1, entries + AsBlock()->count, entries + index);
     entries[--AsBlock()->count] = nullptr;
     if (AsBlock()->count == 0) {
-        Drop();
+        Drop(m_held);
         m_held = 0;
     }
     return removed;
@@ -127,12 +127,13 @@ BAttribute* AttributeList::AsOnly() const noexcept
     return reinterpret_cast<BAttribute*>(m_held);
 }
 
-void AttributeList::Drop() noexcept
+void AttributeList::Drop(std::uintptr_t held) noexcept
 {
-    if (!IsBlock()) {
-        AsOnly()->Unref();
+    if ((held & kBlockBit) == 0) {
+        reinterpret_cast<BAttribute*>(held)->Unref();
         return;
     }
-    AsBlock()->~Block();
-    ::operator delete(AsBlock());
+    Block* const block = reinterpret_cast<Block*>(held & ~kBlockBit);
+    block->~Block();
+    ::operator delete(block);
 }

@@ -28,7 +28,7 @@ public:
     ~AttributeList()
     {
         if (m_held != 0)
-            Drop();
+            Drop(m_held);
     }
 
     /// No attribute, and no room for any.
@@ -51,7 +51,8 @@ private:
     [[nodiscard]] bool IsBlock() const noexcept;
     [[nodiscard]] Block* AsBlock() const noexcept;
     [[nodiscard]] BAttribute* AsOnly() const noexcept;
-    void Drop() noexcept;
+    // What is held, by its value: a list whose address is told stands in memory.
+    static void Drop(std::uintptr_t held) noexcept;
 
     std::uintptr_t m_held = 0; // the address of the one or, with kBlockBit, the other
 };

@@ -1,3 +1,4 @@
+#include "core/platform/Apart.h"
 #include "core/platform/Thread.h"
 #include "core/tree/BNode.h"
 #include "core/tree/BNodeBeside.h"
@@ -46,19 +47,27 @@ struct BNode::Releasing {
     int depth = 0;
     std::unique_ptr<Released> aside; // the last that was put aside comes first
 
-    void LetGo(BNode& node) noexcept
+    // Of a node without children and annotations, as most are.
+    void LetGoOfLeaf(BNode& node) noexcept
+    {
+        ++depth;
+        {
+            const SP<BSmartObj> object = std::move(node.m_object);
+            const AttributeList attributes = std::move(node.m_attributes);
+        }
+        --depth;
+    }
+    QD_APART void LetGo(BNode& node) noexcept
     {
         if (depth >= kDeepest && PutAside(node))
             return;
         ++depth;
-        if (node.m_children.IsEmpty() && node.Annotated() == nullptr) { // as most nodes are
-            const SP<BSmartObj> object = std::move(node.m_object);
-            const AttributeList attributes = std::move(node.m_attributes);
-        } else {
+        {
             const Released dying(node);
         }
         --depth;
     }
+    static void LetGoAsOutermost(BNode& node) noexcept;
     // Without memory it goes deeper, which mostly ends well.
     bool PutAside(BNode& node) noexcept
     {
@@ -81,19 +90,27 @@ struct BNode::Releasing {
 // Said here as well, or the compiler forgets it and calls for the variable.
 QD_QUICK_THREAD_LOCAL thread_local BNode::Releasing* BNode::Releasing::current = nullptr;
 
+QD_APART void BNode::Releasing::LetGoAsOutermost(BNode& node) noexcept
+{
+    Releasing own;
+    current = &own;
+    own.LetGo(node);
+    own.LetGoOfTheRest();
+    current = nullptr;
+}
+
 BNode::~BNode()
 {
-    if (m_children.IsEmpty() && m_attributes.IsNull() && Annotated() == nullptr && !m_object)
-        return; // as most nodes are
-    if (Releasing::current != nullptr) {
-        Releasing::current->LetGo(*this);
+    const bool isLeaf = m_children.IsEmpty() && Annotated() == nullptr;
+    if (isLeaf && m_attributes.IsNull() && !m_object)
         return;
-    }
-    Releasing own;
-    Releasing::current = &own;
-    own.LetGo(*this);
-    own.LetGoOfTheRest();
-    Releasing::current = nullptr;
+    Releasing* const outer = Releasing::current;
+    if (outer == nullptr)
+        Releasing::LetGoAsOutermost(*this);
+    else if (isLeaf && outer->depth < kDeepest)
+        outer->LetGoOfLeaf(*this);
+    else
+        outer->LetGo(*this);
 }
 
 // They have no parent any more, and die with the list that is returned.
