@@ -137,10 +137,10 @@ TEST_F(BProfileFile, KeepsEachLetterThatAnEightBitFileLacks)
     struct Case {
         const WChar *section, *key, *value;
     };
-    for (const auto& [section, key, value] : {Case{u"\u6E2C", u"k", u"v"},
-                                              {u"s", u"\u6E2C", u"v"},
-                                              {u"s", u"k", u"\u0085"},
-                                              {u"s", u"\u0141", nullptr}}) {
+    for (const auto& [section, key, value] : {Case{QD_W("\u6E2C"), QD_W("k"), QD_W("v")},
+                                              {QD_W("s"), QD_W("\u6E2C"), QD_W("v")},
+                                              {QD_W("s"), QD_W("k"), QD_W("\u0085")},
+                                              {QD_W("s"), QD_W("\u0141"), nullptr}}) {
         WriteFileBytes(m_file, "[default]\r\nk=\xE4\r\n");
         BProfile profile(m_path, ProfileReadWrite);
         profile.SetSection(section);
