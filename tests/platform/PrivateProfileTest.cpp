@@ -212,7 +212,9 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
         platform::ProfileUpdate update(m_path);
         return update.SetText(section.c_str(), key.c_str(), value.c_str());
     };
+    WriteFileBytes(m_file, "[S]\n  k0 = before\n"); // the blanks go
     ASSERT_TRUE(set(QD_W("S"), QD_W("k0"), QD_W("0")));
+    EXPECT_EQ(Read(QD_W("S"), QD_W("k0")), QD_W("0"));
     ASSERT_TRUE(set(QD_W("T"), QD_W("k0"), QD_W("t")));
     for (int i = 1; i < 60; ++i) {
         const WideText number = WString::FromInt(i).CStr(), half = WString::FromInt(i / 2).CStr();
@@ -232,14 +234,14 @@ TEST_F(PrivateProfile, ReadsWhatItWroteJustBefore)
 
 TEST_F(PrivateProfile, FindsKeysInAnyOrder)
 {
-    WriteFileBytes(m_file, "[S]\na=1\nb\nc=3\nd=e=4\n[T]\nf=5\n");
+    WriteFileBytes(m_file, "[S]\na=1\nb\nc=3\nd=e=4\n[T]\nf=5\n\x80=6\n");
     const WideText s = QD_W("S"), t = QD_W("T");
     // What is asked for may begin as the line behind the last key does.
     const std::tuple<WideText, WideText, WideText> cases[] = {
-        {s, QD_W("a"), QD_W("1")},   {s, QD_W("b\nc"), kNothing}, {s, QD_W("b"), kNothing},
-        {s, QD_W("c"), QD_W("3")},   {s, QD_W("d=e"), kNothing},  {s, QD_W("C"), QD_W("3")},
-        {s, QD_W("d"), QD_W("e=4")}, {s, QD_W("f"), kNothing},    {t, QD_W("f"), QD_W("5")},
-        {s, QD_W("a"), QD_W("1")},
+        {s, QD_W("a"), QD_W("1")},   {s, QD_W("b\nc"), kNothing},    {s, QD_W("b"), kNothing},
+        {s, QD_W("c"), QD_W("3")},   {s, QD_W("d=e"), kNothing},     {s, QD_W("C"), QD_W("3")},
+        {s, QD_W("d"), QD_W("e=4")}, {s, QD_W("f"), kNothing},       {t, QD_W("f"), QD_W("5")},
+        {t, QD_W("\x80"), kNothing}, {t, QD_W("\u20AC"), QD_W("6")}, {s, QD_W("a"), QD_W("1")},
     };
     for (const auto& [section, key, value] : cases)
         EXPECT_EQ(Read(section, key), value) << testing::PrintToString(key);

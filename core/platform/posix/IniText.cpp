@@ -18,10 +18,10 @@
 // does not know would not come back from UTF-16.
 //
 // Beside the text stands an index, as profiles of thousands of keys are asked key by key. It holds
-// where lines begin and hashes of folded names, but no names: those are read in the text again
-// where a hash agrees. So it stays small, and a change moves numbers alone. A change that may turn
-// other lines into something else (a value with a line end in it, a section's name) has the whole
-// text indexed again, which is rare and cannot go wrong.
+// where lines begin, where the names of keys end, and hashes of folded names, but no names: those
+// are read in the text again where a hash agrees. So it stays small, and a change moves numbers
+// alone. A change that may turn other lines into something else (a value with a line end in it, a
+// section's name) has the whole text indexed again, which is rare and cannot go wrong.
 namespace platform {
 
 namespace {
@@ -39,41 +39,24 @@ constexpr bool IsLineEnd(Unit unit)
     return unit <= Unit('\r') && (unit == Unit('\n') || unit == Unit('\r'));
 }
 
-// Whether a name does not go on with it, or may not.
-constexpr bool MayEndName(WChar unit)
+// Compares blocks of memory, where the view's own operator goes unit by unit.
+bool IsEqual(WideView a, WideView b)
 {
-    return unit < u' ' || unit == u'=';
+    return std::ranges::equal(a, b);
 }
 
-// Whether it is the same one in text of either width, and in a name.
-constexpr bool IsPlain(WChar unit)
+// Whether the units are the same and, in text of 8 bits, are ASCII, so that they stand for the
+// same.
+bool IsSamePlain(WideView written, WideView name)
 {
-    return unit < 0x80 && !MayEndName(unit);
+    return IsEqual(written, name);
 }
 
-// Whether `written` begins with `name`, of plain units alone. Eight at a time without a branch, the
-// last eight again where they are no whole block: so compilers make a few instructions for them.
-template <class Unit>
-bool IsSamePlain(const Unit* written, WideView name)
+bool IsSamePlain(std::string_view written, WideView name)
 {
-    constexpr std::size_t block = 8;
-    std::uint16_t differences[block] = {};
-    const auto compare = [&](std::size_t begin, std::size_t count) {
-        for (std::size_t i = 0; i < count; ++i) {
-            const int difference =
-                (written[begin + i] ^ name[begin + i]) | (IsPlain(name[begin + i]) ? 0 : 1);
-            differences[i] = static_cast<std::uint16_t>(differences[i] | difference);
-        }
-    };
-    if (name.size() < block) {
-        compare(0, name.size());
-    } else {
-        for (std::size_t begin = 0; begin < name.size() - block; begin += block)
-            compare(begin, block);
-        compare(name.size() - block, block);
-    }
-    return std::ranges::all_of(differences,
-                               [](std::uint16_t difference) { return difference == 0; });
+    // A byte beyond ASCII is negative, and so no unit.
+    return std::ranges::equal(written, name, {},
+                              [](char byte) { return static_cast<signed char>(byte); });
 }
 
 // Whether it ends a value.
@@ -96,7 +79,7 @@ std::size_t LengthUntil(std::basic_string_view<Unit> text, IsEnd isEnd)
 }
 
 template <class Unit>
-std::basic_string_view<Unit> TrimLeft(std::basic_string_view<Unit> text)
+inline std::basic_string_view<Unit> TrimLeft(std::basic_string_view<Unit> text)
 {
     while (!text.empty() && IsBlank(text.front()))
         text.remove_prefix(1);
@@ -104,7 +87,7 @@ std::basic_string_view<Unit> TrimLeft(std::basic_string_view<Unit> text)
 }
 
 template <class Unit>
-std::basic_string_view<Unit> Trim(std::basic_string_view<Unit> text)
+inline std::basic_string_view<Unit> Trim(std::basic_string_view<Unit> text)
 {
     while (!text.empty() && IsBlank(text.back()))
         text.remove_suffix(1);
@@ -202,12 +185,6 @@ private:
     WideView m_units; // in one of the two
 };
 
-// Compares blocks of memory, where the view's own operator goes unit by unit.
-bool IsEqual(WideView a, WideView b)
-{
-    return std::ranges::equal(a, b);
-}
-
 bool IsSame(WideView name, WideView foldedName)
 {
     return std::ranges::equal(name, foldedName, {}, FoldCase);
@@ -249,16 +226,15 @@ IniText<Unit>::IniText(Text text)
 template <class Unit>
 auto IniText<Unit>::Find(WideView section, WideView key) const -> std::optional<Value>
 {
-    const WideView name = Trim(key);
-    const std::uint32_t found = FindKey(FindSection(section), name);
+    const std::uint32_t found = FindKey(FindSection(section), key);
     if (found == kNone)
         return std::nullopt;
-    // The name on the line has as many units or more.
-    const std::optional<View> value = ValueAt(m_keys[found].begin, name.size());
-    if constexpr (std::is_same_v<View, WideView>)
-        return value;
-    else
+    if constexpr (std::is_same_v<View, WideView>) {
+        return ValueOf(m_keys[found]);
+    } else {
+        const std::optional<View> value = ValueOf(m_keys[found]);
         return value ? std::optional(Widen(*value)) : std::nullopt;
+    }
 }
 
 template <class Unit>
@@ -319,6 +295,7 @@ bool IniText<Unit>::Set(WideView section, WideView key, WideView value)
     Text line = name + Unit('=') + written;
     line += old.end < old.next ? m_text.substr(old.end, old.next - old.end) : LineEnd<Unit>();
     Replace(begin, old.next - begin, line);
+    m_keys[found].nameEnd = static_cast<std::uint32_t>(name.size());
     if (!ReadsAs(begin, name, line.size()))
         Index();
     return true;
@@ -363,7 +340,7 @@ void IniText<Unit>::IndexFrom(std::size_t begin)
         if (line.kind == EKind::Section) {
             section = AddSection(FoldedName(line.name), begin);
         } else if (line.kind == EKind::Key && section != kNone) {
-            AddKey(section, FoldedName(line.name), begin);
+            AddKey(section, line.name, begin);
         }
         begin = line.next;
     }
@@ -401,20 +378,18 @@ auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
     return line;
 }
 
+// What is `inline`, here and below, is what each look-up runs through, in one piece with it.
 template <class Unit>
-auto IniText<Unit>::KeyAt(std::size_t begin) const noexcept -> View
+inline auto IniText<Unit>::UpToName(const Key& key) const noexcept -> View
 {
-    const View rest = View(m_text).substr(begin);
-    return Trim(rest.substr(
-        0, LengthUntil(rest, [](Unit unit) { return unit == Unit('=') || IsEnd(unit); })));
+    assert(key.begin <= m_text.size() && key.nameEnd <= m_text.size() - key.begin);
+    return {m_text.data() + key.begin, key.nameEnd};
 }
 
 template <class Unit>
-auto IniText<Unit>::ValueAt(std::size_t begin, std::size_t nameLength) const noexcept
-    -> std::optional<View>
+inline auto IniText<Unit>::ValueOf(const Key& key) const noexcept -> std::optional<View>
 {
-    assert(begin + nameLength <= m_text.size());
-    const View rest = View(m_text).substr(begin + nameLength);
+    const View rest = View(m_text).substr(key.begin + key.nameEnd);
     const std::size_t equals =
         LengthUntil(rest, [](Unit unit) { return unit == Unit('=') || IsLineEnd(unit); });
     if (equals == rest.size() || rest[equals] != Unit('='))
@@ -424,12 +399,15 @@ auto IniText<Unit>::ValueAt(std::size_t begin, std::size_t nameLength) const noe
 }
 
 template <class Unit>
-bool IniText<Unit>::IsWritten(std::size_t begin, WideView name) const noexcept
+inline bool IniText<Unit>::IsIn(std::uint32_t section, const Key& key) const noexcept
 {
-    const View line = View(m_text).substr(begin, name.size() + 1);
-    if (line.size() <= name.size() || line.back() != Unit('='))
-        return false;
-    return IsSamePlain(line.data(), name);
+    return key.begin > m_sections[section] && key.begin < SectionEnd(section);
+}
+
+template <class Unit>
+inline bool IniText<Unit>::IsWritten(const Key& key, WideView name) const noexcept
+{
+    return IsSamePlain(UpToName(key), name);
 }
 
 template <class Unit>
@@ -445,12 +423,12 @@ auto IniText<Unit>::IsKey(std::uint32_t section, WideView foldedName) const
 {
     return [this, section, foldedName](const Slot& slot) {
         const Key& key = m_keys[slot.number];
-        return key.section == section && IsSame(KeyAt(key.begin), foldedName);
+        return IsIn(section, key) && IsSame(TrimLeft(UpToName(key)), foldedName);
     };
 }
 
 template <class Unit>
-std::uint32_t IniText<Unit>::FindSection(WideView name) const
+inline std::uint32_t IniText<Unit>::FindSection(WideView name) const
 {
     return m_lastSection.number != kNone && IsEqual(m_lastSection.name, name)
                ? m_lastSection.number
@@ -468,27 +446,26 @@ std::uint32_t IniText<Unit>::FindOtherSection(WideView name) const
 }
 
 template <class Unit>
-std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
+inline std::uint32_t IniText<Unit>::FindKey(std::uint32_t section, WideView name) const
 {
     if (section == kNone)
         return kNone;
-    const WideView trimmed = Trim(name);
     const std::uint32_t next = m_lastKey + 1; // of `kNone` it is the first
-    if (next < m_keys.size() && m_keys[next].section == section &&
-        IsWritten(m_keys[next].begin, trimmed))
+    if (next < m_keys.size() && IsIn(section, m_keys[next]) && IsWritten(m_keys[next], name))
         return m_lastKey = next;
-    return FindAnyKey(section, trimmed);
+    return FindAnyKey(section, name);
 }
 
 template <class Unit>
-std::uint32_t IniText<Unit>::FindAnyKey(std::uint32_t section, WideView trimmed) const
+std::uint32_t IniText<Unit>::FindAnyKey(std::uint32_t section, WideView name) const
 {
+    const WideView trimmed = Trim(name);
     const FoldedName foldedName(trimmed);
     const auto isFolded = IsKey(section, foldedName);
     // Most ask for a key as it was written.
     const auto isWritten = [&](const Slot& slot) {
         const Key& key = m_keys[slot.number];
-        return key.section == section && IsWritten(key.begin, trimmed);
+        return IsIn(section, key) && IsWritten(key, trimmed);
     };
     const Slot* const slot =
         m_keyIndex.Find(HashOf(foldedName, section), [&](const Slot& candidate) {
@@ -512,20 +489,23 @@ std::uint32_t IniText<Unit>::AddSection(WideView foldedName, std::size_t begin)
 }
 
 template <class Unit>
-void IniText<Unit>::AddKey(std::uint32_t section, WideView foldedName, std::size_t begin)
+void IniText<Unit>::AddKey(std::uint32_t section, View name, std::size_t begin)
 {
     assert(section < m_sections.size());
+    const FoldedName foldedName(name);
     const std::uint32_t hash = HashOf(foldedName, section);
     Slot& slot = m_keyIndex.FindOrFree(hash, IsKey(section, foldedName));
     if (!slot.IsFree())
         return;
     const auto number = static_cast<std::uint32_t>(m_keys.size());
-    m_keys.push_back({section, static_cast<std::uint32_t>(begin)});
+    const Unit* const line = m_text.data() + begin;
+    m_keys.push_back({.begin = static_cast<std::uint32_t>(begin),
+                      .nameEnd = static_cast<std::uint32_t>(name.data() + name.size() - line)});
     m_keyIndex.Fill(slot, {hash, number});
 }
 
 template <class Unit>
-std::size_t IniText<Unit>::SectionEnd(std::uint32_t section) const noexcept
+inline std::size_t IniText<Unit>::SectionEnd(std::uint32_t section) const noexcept
 {
     assert(section < m_sections.size());
     return section + 1 < m_sections.size() ? m_sections[section + 1] : m_text.size();
@@ -604,7 +584,7 @@ void IniText<Unit>::InsertKey(std::uint32_t section, const Text& key, const Text
     }
     Replace(place, 0, line);
     if (ReadsAs(place, key, line.size()))
-        AddKey(section, FoldedName(View(key)), place);
+        AddKey(section, View(m_text).substr(place, key.size()), place);
     else
         Index();
 }

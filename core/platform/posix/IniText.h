@@ -71,8 +71,8 @@ private:
         std::optional<View> value; // with its blanks, and what stands behind a 0
     };
     struct Key {
-        std::uint32_t section;
-        std::uint32_t begin; // of its line
+        std::uint32_t begin;   // of its line
+        std::uint32_t nameEnd; // counted from there
     };
     static constexpr std::uint32_t kNone = 0xFFFFFFFF; // no section, no key
 
@@ -91,24 +91,23 @@ private:
     // What begins at `begin`, which is in no section that counts.
     void IndexFrom(std::size_t begin);
     [[nodiscard]] Line LineAt(std::size_t begin) const noexcept;
-    // The name and the value on a line that is a key's; of the name so much is known that nothing
-    // in the first `nameLength` units of the line ends it.
-    [[nodiscard]] View KeyAt(std::size_t begin) const noexcept;
-    [[nodiscard]] std::optional<View> ValueAt(std::size_t begin,
-                                              std::size_t nameLength) const noexcept;
-    // Whether the line begins with just this name and "=". Surely so if true: only ASCII is looked
-    // at.
-    [[nodiscard]] bool IsWritten(std::size_t begin, WideView name) const noexcept;
+    // Of the key's line, to where its name ends: the name alone, but for blanks before it.
+    [[nodiscard]] View UpToName(const Key& key) const noexcept;
+    [[nodiscard]] std::optional<View> ValueOf(const Key& key) const noexcept;
+    [[nodiscard]] bool IsIn(std::uint32_t section, const Key& key) const noexcept;
+    // Whether the line begins with just this name. Surely so if true: in 8-bit text only ASCII is
+    // looked at.
+    [[nodiscard]] bool IsWritten(const Key& key, WideView name) const noexcept;
     [[nodiscard]] auto IsSection(WideView foldedName) const;
     [[nodiscard]] auto IsKey(std::uint32_t section, WideView foldedName) const;
     [[nodiscard]] std::uint32_t FindSection(WideView name) const;
     [[nodiscard]] std::uint32_t FindOtherSection(WideView name) const;
     [[nodiscard]] std::uint32_t FindKey(std::uint32_t section, WideView name) const;
-    [[nodiscard]] std::uint32_t FindAnyKey(std::uint32_t section, WideView trimmed) const;
+    [[nodiscard]] std::uint32_t FindAnyKey(std::uint32_t section, WideView name) const;
     // The number of the section, none when its name was there before: its keys do not count.
     std::uint32_t AddSection(WideView foldedName, std::size_t begin);
-    // Nothing when the section has such a key.
-    void AddKey(std::uint32_t section, WideView foldedName, std::size_t begin);
+    // The key on the line that begins there. Nothing when the section has such a key.
+    void AddKey(std::uint32_t section, View name, std::size_t begin);
     [[nodiscard]] std::size_t SectionEnd(std::uint32_t section) const noexcept;
     [[nodiscard]] std::size_t PlaceForKey(std::uint32_t section) const;
     [[nodiscard]] std::optional<WideText> List(
