@@ -110,7 +110,8 @@ template <class Unit>
 void Put(ProfileFile::Text& text, std::basic_string<Unit> units)
 {
     const auto* const parsed = std::get_if<IniText<Unit>>(&text);
-    if (parsed == nullptr || parsed->Whole() != units)
+    // As blocks of memory, where the operator of wide texts goes unit by unit.
+    if (parsed == nullptr || !std::ranges::equal(parsed->Whole(), units))
         text.emplace<IniText<Unit>>(std::move(units));
 }
 
@@ -225,7 +226,8 @@ bool ProfileFile::IsWritable() const noexcept
 
 ProfileFile::ELoad ProfileFile::Load()
 {
-    const Descriptor file = OpenFile(m_nativePath.c_str(), O_RDONLY);
+    // A pipe is not waited for, nor read.
+    const Descriptor file(::open(m_nativePath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.IsOpen())
         return IsMissing(errno) ? ELoad::Missing : ELoad::Failed;
     struct stat before = {};

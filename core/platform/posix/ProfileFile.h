@@ -51,12 +51,14 @@ public:
 
     explicit ProfileFile(WideView path);
 
-    /// Whether the file is known to be as it was.
-    [[nodiscard]] bool IsCurrent() const noexcept
+    /// Whether the file is known to be as it was. Once it is not, nobody looks again before it is
+    /// read.
+    [[nodiscard]] bool IsCurrent() noexcept
     {
         struct stat status; // to clear it would take as long as to find the key
-        return m_isSettled && ::stat(m_nativePath.c_str(), &status) == 0 &&
-               m_stamp == FileStamp(status);
+        m_isSettled = m_isSettled && ::stat(m_nativePath.c_str(), &status) == 0 &&
+                      m_stamp == FileStamp(status);
+        return m_isSettled;
     }
     /// Reads the file, unless it is known to be as it was.
     ELoad Refresh();
