@@ -43,22 +43,32 @@ WString BooleanText(bool value)
 }
 
 // A key of a numbered family that takes no memory: programs read thousands of values by such keys.
+// Written from its end, as digits come.
 class NumberedKey {
 public:
     NumberedKey(platform::WideView key, int index)
     {
         if (key.size() > std::size(m_text) - platform::kIntegerTextRoom)
             return;
-        WChar digits[platform::kIntegerTextRoom];
-        const std::size_t count = platform::IntegerText(index, 10, digits);
-        std::copy_n(digits, count + 1, std::copy(key.begin(), key.end(), m_text)); // and a 0
-        m_length = key.size() + count;
+        WChar* begin = m_text + kEnd;
+        *begin = 0;
+        auto number = static_cast<unsigned>(index);
+        number = index < 0 ? 0 - number : number;
+        do {
+            *--begin = static_cast<WChar>(QD_W('0') + number % 10);
+        } while ((number /= 10) != 0);
+        if (index < 0)
+            *--begin = QD_W('-');
+        m_length = static_cast<std::size_t>(m_text + kEnd - begin) + key.size();
+        std::copy_backward(key.begin(), key.end(), begin);
     }
     [[nodiscard]] bool IsTooLong() const { return m_length == 0; }
-    [[nodiscard]] platform::WideView Text() const { return {m_text, m_length}; }
+    [[nodiscard]] platform::WideView Text() const { return {m_text + kEnd - m_length, m_length}; }
 
 private:
-    WChar m_text[256];
+    static constexpr std::size_t kEnd = 255;
+
+    WChar m_text[kEnd + 1];
     std::size_t m_length = 0;
 };
 

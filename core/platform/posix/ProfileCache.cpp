@@ -9,13 +9,6 @@ namespace platform {
 
 constinit std::mutex ProfileCache::m_lock;
 
-// Never destroyed: objects that go when the process ends may still read settings.
-ProfileCache& ProfileCache::Instance()
-{
-    static ProfileCache& instance = *new ProfileCache;
-    return instance;
-}
-
 ProfileCache::ProfileCache()
 {
     HoldAtFork<m_lock>();

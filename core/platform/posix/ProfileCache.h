@@ -13,7 +13,12 @@ namespace platform {
 /// lock being held.
 class ProfileCache {
 public:
-    static ProfileCache& Instance();
+    // Never destroyed: objects that go when the process ends may still read settings.
+    static ProfileCache& Instance()
+    {
+        static ProfileCache& instance = *new ProfileCache;
+        return instance;
+    }
 
     [[nodiscard]] std::unique_lock<std::mutex> Lock()
     {

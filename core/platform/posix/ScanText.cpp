@@ -81,6 +81,21 @@ bool HasHexPrefix(const Char* text) noexcept
     return DigitValue(text[0]) == 0 && (text[1] == 'x' || text[1] == 'X');
 }
 
+/// The number of a text that is nothing but a few digits, as most are.
+bool ReadShort(const WChar*& text, int& value) noexcept
+{
+    constexpr int most = std::numeric_limits<int>::max() / 10; // below it a digit more fits
+    int number = 0;
+    const WChar* end = text;
+    for (; *end >= '0' && *end <= '9' && number < most; ++end)
+        number = number * 10 + (*end - '0');
+    if (*end != 0 || end == text)
+        return false;
+    value = number;
+    text = end;
+    return true;
+}
+
 /// An integer that a text begins with; beyond 64 bits its magnitude is the greatest.
 template <typename Char>
 struct Integer {
@@ -416,6 +431,8 @@ bool ScanInt(const char* text, int& value) noexcept
 
 bool ReadInt(const WChar*& text, int& value) noexcept
 {
+    if (ReadShort(text, value))
+        return true;
     const Integer<WChar> number(text, 10);
     if (number.end == nullptr)
         return false;
