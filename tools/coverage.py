@@ -34,7 +34,6 @@ ACCEPTED = ( # file, text of the line, why
     ("core/archive/BArchive.cpp", "saver->TellUnwritten(EProblem::ObjectUnwritten);", GIB2),
     ("core/archive/BArchive.cpp", "archive.ThrowError();", GIB2),
     ("core/archive/BArchive.cpp", "return false;", GIB2),
-    ("core/archive/BArchive.cpp", "ThrowError();", GIB2),
     ("core/archive/BArchive.cpp", "return 0;", OBJECTS),
     ("core/archive/Encoding.cpp", "void FieldWriter::RefuseText(const BArchive& archive)", "a text of more than 4 GiB"),
     ("core/archive/Encoding.cpp", "archive.ThrowError();", "a text of more than 4 GiB"),
