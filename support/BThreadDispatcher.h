@@ -14,6 +14,9 @@
 /// goes to all receivers in the order in which they were added. Every function may be called on any
 /// thread and from inside a receiver.
 ///
+/// A process that was forked has no such thread: before it uses what reports to the dispatcher, it
+/// registers another one, or none.
+///
 /// What a receiver throws while a message is sent passes on to the sender, once all receivers have
 /// had the message; what it throws while a posted one is delivered is lost.
 ///

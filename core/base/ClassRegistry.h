@@ -11,6 +11,9 @@
 /// A name of 128 characters or more, and a registration after 256 others, end the process at once
 /// with exit code -1: a fault of the program that must show when it starts.
 ///
+/// Nothing takes a registration back. The module that has `read`, a plug-in maybe, stays loaded as
+/// long as archives are read and objects of its classes live.
+///
 /// Not synchronised: registration ends before other threads read archives.
 QD_CORE_API void RegisterArchiveCallback(const char* className,
                                          SP<BSmartObj> (*read)(BArchive& archive, int version));
