@@ -13,9 +13,10 @@ namespace platform {
 ///
 /// The file keeps its permissions, and a symbolic link keeps leading to it. On Windows it keeps
 /// whether it is hidden and when it was made, too, but neither named streams nor a compression of
-/// its own. A file that is not there yet comes into being, off Windows also where a link leads. A
-/// read-only file is refused, as is a path that the system fails to look at, and a pipe that nobody
-/// reads.
+/// its own; elsewhere another name of it (a hard link) keeps the old content, and extended
+/// attributes but the access list are gone. A file that is not there yet comes into being, off
+/// Windows also where a link leads. A read-only file is refused, as is a path that the system fails
+/// to look at, and a pipe that nobody reads.
 ///
 /// Where no sibling can be made, or given the same owner, or moved over the file (one that is
 /// mounted alone), `Commit` copies the complete new content over the old one; until then it gathers

@@ -65,9 +65,14 @@ std::string_view NameOf(const std::string& path)
 bool CopyAccessList(const std::string& from, int to)
 {
     constexpr const char* name = "system.posix_acl_access";
+    const auto isNone = [](ssize_t size) {
+        return size == 0 || (size < 0 && (errno == ENODATA || errno == EOPNOTSUPP));
+    };
     const ssize_t size = ::getxattr(from.c_str(), name, nullptr, 0);
-    if (size <= 0)
-        return size == 0 || errno == ENODATA || errno == EOPNOTSUPP; // none
+    if (isNone(size)) // the folder may have one for new files
+        return isNone(::fgetxattr(to, name, nullptr, 0)) || ::fremovexattr(to, name) == 0;
+    if (size < 0)
+        return false;
     std::string list(static_cast<std::size_t>(size), '\0');
     return ::getxattr(from.c_str(), name, list.data(), list.size()) == size &&
            ::fsetxattr(to, name, list.data(), list.size(), 0) == 0;
@@ -81,7 +86,8 @@ bool CopyPermissions(const std::string& from, const struct stat& original, int t
     if ((status.st_uid != original.st_uid || status.st_gid != original.st_gid) &&
         ::fchown(to, original.st_uid, original.st_gid) != 0)
         return false;
-    return ::fchmod(to, original.st_mode & 07777) == 0 && CopyAccessList(from, to);
+    // The list first: what it has from the folder would count with the rights of the group.
+    return CopyAccessList(from, to) && ::fchmod(to, original.st_mode & 07777) == 0;
 }
 
 // Makes the draft beside the target, with its permissions; false when there can be none.

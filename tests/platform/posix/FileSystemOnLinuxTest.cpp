@@ -184,6 +184,15 @@ TEST(FileSystemOnLinux, AReplacementKeepsPermissionsOwnerAndLinks)
     EXPECT_EQ(before.st_gid, after.st_gid);
     EXPECT_EQ(listBefore, AccessList(file));
 
+    // Nor does it get the list that its folder has for new files.
+    static_cast<void>(::setxattr((folder / "elsewhere").c_str(), "system.posix_acl_default",
+                                 list.data(), list.size(), 0));
+    static_cast<void>(::removexattr(file.c_str(), kAccessList));
+    EXPECT_TRUE(Replace(folder.Path("first"), "new"));
+    ASSERT_EQ(::stat(file.c_str(), &after), 0);
+    EXPECT_EQ(AccessList(file), "");
+    EXPECT_EQ(before.st_mode, after.st_mode);
+
     fs::permissions(file, fs::perms{0440});
     EXPECT_FALSE(Replace(folder.Path("first"), "refused"));
     EXPECT_EQ(FileBytes(file), "new");
