@@ -66,15 +66,13 @@ std::optional<RegistryDatabase::Key> RegistryDatabase::OpenKey(const Key* parent
     if (names.empty())
         return Key{file, key};
     const auto make = [&] {
-        if (!Descend(key, names)) // another process may have made some meanwhile
-            return false;
-        for (const RegistryName& name : names) {
+        const auto isAdded = [&](const RegistryName& name) {
             const std::optional<std::int64_t> added = m_connection->AddKey(key, name);
-            if (!added)
-                return false;
-            key = *added;
-        }
-        return true;
+            key = added.value_or(key);
+            return added.has_value();
+        };
+        // Another process may have made some meanwhile.
+        return Descend(key, names) && std::ranges::all_of(names, isAdded);
     };
     const bool isMade = CanWrite(file) && Commit(make);
     return isMade ? std::optional(Key{file, key}) : std::nullopt;

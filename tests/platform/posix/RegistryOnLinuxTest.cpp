@@ -298,6 +298,25 @@ TEST_F(RegistryOnLinux, FailsOnADatabaseThatIsNone)
     EXPECT_EQ(Use(), 0);
 }
 
+TEST_F(RegistryOnLinux, PutsNothingIntoADamagedPage)
+{
+    ASSERT_TRUE(Gives(0, m_path.c_str(), nullptr, nullptr));
+    OtherProgram other(m_path);
+    ASSERT_NE(other.Run("PRAGMA wal_checkpoint(TRUNCATE)"), "<error>");
+    const std::size_t size = std::stoul(other.Run("PRAGMA page_size"));
+    for (const char* table : {"registry_value", "sqlite_autoindex_registry_key_1"}) {
+        const std::size_t page = std::stoul(
+            other.Run("SELECT rootpage FROM sqlite_master WHERE name = '"s + table + "'"));
+        const std::string whole = FileBytes(m_path);
+        std::string damaged = whole;
+        damaged.replace((page - 1) * size + 8, 2, 2, '\0'); // where its first row stands
+        WriteFileBytes(m_path, damaged);
+        EXPECT_TRUE(Held(StartProcess([] { return Use() != 0 && Use() != 0; }))) << table;
+        EXPECT_EQ(FileBytes(m_path), damaged) << table;
+        WriteFileBytes(m_path, whole);
+    }
+}
+
 TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)
 {
     const std::string named = m_folder / "new/named.db", config = m_folder / "config";
