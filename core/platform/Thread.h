@@ -14,8 +14,8 @@
 
 namespace platform {
 
-/// The system's id of the calling thread (`GetCurrentThreadId`). Never 0; ids of ended threads may
-/// come again.
+/// The system's id of the calling thread (`GetCurrentThreadId`); one that forks keeps it in the
+/// copy of the process. Never 0; ids of ended threads may come again.
 [[nodiscard]] std::uint32_t CurrentThreadId() noexcept;
 
 /// The same, or 0 on a thread that did not ask for its id so far: without a call.
