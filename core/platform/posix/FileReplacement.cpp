@@ -45,11 +45,6 @@ struct FileReplacement::State {
 
 namespace {
 
-Descriptor Duplicate(const Descriptor& file)
-{
-    return Descriptor(::fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
-}
-
 // What cannot be written beside the file gathers here.
 std::string TemporaryFolder()
 {

@@ -246,7 +246,7 @@ bool AppendLines(const WChar* path, int waitMs, const std::function<const WChar*
         return false;
     // Keeps the lock until what a failure leaves is cut off: closing the stream would let others
     // in, whose lines would be cut off, too.
-    const Descriptor kept(::fcntl(file.Get(), F_DUPFD_CLOEXEC, 0));
+    const Descriptor kept = Duplicate(file);
     if (!kept.IsOpen())
         return false;
     if (before.st_size % 2 != 0 && EndsInHalfUnit(path) &&

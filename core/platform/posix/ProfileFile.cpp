@@ -304,8 +304,8 @@ std::optional<bool> ProfileFile::Append()
         std::visit([&](const auto& text) { return IsLine(text.Whole(), kept); }, m_text);
     const std::optional<std::string> tail = Bytes(kept);
     const bool isShownAtOnce = tail && IsInOnePage(m_stamp.size, tail->size());
-    const Descriptor file(
-        ::open(m_nativePath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file = Apart(
+        Descriptor(::open(m_nativePath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK)));
     struct stat status = {};
     if (!tail || !(isShownAtOnce || isLine) || !file.IsOpen() ||
         ::fstat(file.Get(), &status) != 0 || FileStamp(status) != m_stamp ||

@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <list>
 #include <set>
 #include <string>
@@ -130,6 +131,21 @@ TEST(FileSystemOnLinux, DeletingStaysInTheFolderAndSavingWaitsForNoReader)
     EXPECT_TRUE(fs::exists(folder / "out"));
     EXPECT_EQ(Found(folder, "in\\*"),
               (std::set<std::string>{"in/.", "in/..", "in/deeper", "in/up", "in/pipe"}));
+}
+
+// Whoever prints without them would print into it.
+TEST(FileSystemOnLinux, NoFileThatIsWrittenTakesThePlaceOfAStandardStream)
+{
+    const TemporaryFolder folder;
+    EXPECT_TRUE(Held(StartProcess([&] {
+        for (const int stream : {0, 1, 2})
+            ::close(stream);
+        const Replacement replacement(folder.Path("file"));
+        const BFile file(folder.Path("other"), QD_W("wb"));
+        const auto isFree = [](int stream) { return ::fcntl(stream, F_GETFD) < 0; };
+        return replacement.Stream() != nullptr && file != nullptr && isFree(0) && isFree(1) &&
+               isFree(2);
+    })));
 }
 
 TEST(FileSystemOnLinux, AReplacementShowsOnceItIsOnTheDisk)
