@@ -45,11 +45,13 @@ struct FileReplacement::State {
 
 namespace {
 
-// What cannot be written beside the file gathers here.
+// What cannot be written beside the file gathers here. The variable may be of a session that is
+// over.
 std::string TemporaryFolder()
 {
     const char* const folder = std::getenv("TMPDIR");
-    return std::string(folder != nullptr && *folder == '/' ? folder : "/tmp") + '/';
+    const bool isUsable = folder != nullptr && *folder == '/' && ::access(folder, W_OK | X_OK) == 0;
+    return std::string(isUsable ? folder : "/tmp") + '/';
 }
 
 std::string_view NameOf(const std::string& path)

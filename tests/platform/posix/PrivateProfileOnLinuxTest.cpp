@@ -136,6 +136,7 @@ TEST(PrivateProfileOnLinux, WritesInPlaceWhereNoFileCanBeMade)
         fs::permissions(folder / "", static_cast<fs::perms>(mode));
         EXPECT_TRUE(HoldsForNobody([&] {
             ::close(STDIN_FILENO); // as in a service, whose first file is number 0
+            ::setenv("TMPDIR", (folder / "gone").c_str(), 1);
             return Set(path, u"S", u"longer key", u"longer value") &&
                    Set(path, u"S", u"longer key", nullptr) && Set(path, u"S", u"k", u"2") &&
                    Set(path, u"S", u"k", u"1") && Read(path, u"S", u"k") == u"1" &&
