@@ -227,7 +227,8 @@ bool ProfileFile::IsWritable() const noexcept
 ProfileFile::ELoad ProfileFile::Load()
 {
     // A pipe is not waited for, nor read.
-    const Descriptor file(::open(m_nativePath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file =
+        Apart(Descriptor(::open(m_nativePath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)));
     if (!file.IsOpen())
         return IsMissing(errno) ? ELoad::Missing : ELoad::Failed;
     struct stat before = {};
