@@ -207,8 +207,8 @@ bool RegistryConnection::ReadText(std::int64_t key, WideView foldedName, WideTex
     return true;
 }
 
-// What is written is looked for before it counts, and so is a key: where the names in a damaged page
-// are out of order it may stand where nobody finds it. That takes half a microsecond.
+// What is written is looked for before it counts, and so is a key: where the names in a damaged
+// page are out of order it may stand where nobody finds it. That takes half a microsecond.
 bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, ERegistryType type,
                                     const void* data, std::size_t size)
 {
