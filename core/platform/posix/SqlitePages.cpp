@@ -74,6 +74,14 @@ int Read(sqlite3_file* file, void* data, int size, sqlite3_int64 at) noexcept
     return longest <= static_cast<std::uint64_t>(fileSize) ? SQLITE_OK : SQLITE_CORRUPT;
 }
 
+// No page is mapped, as an application may ask of all its databases (`sqlite3_config`): each is
+// read.
+int Fetch(sqlite3_file*, sqlite3_int64, int, void** page) noexcept
+{
+    *page = nullptr;
+    return SQLITE_OK;
+}
+
 } // namespace
 
 void RefuseImpossibleRows(sqlite3* database)
@@ -86,7 +94,7 @@ void RefuseImpossibleRows(sqlite3* database)
         g_system = file->pMethods;
         g_checking = *g_system;
         g_checking.xRead = &Read;
-        g_checking.iVersion = (std::min)(g_checking.iVersion, 2); // reads no mapped memory
+        g_checking.xFetch = &Fetch;
     }
     if (isOpen && file->pMethods == g_system)
         file->pMethods = &g_checking;

@@ -317,6 +317,24 @@ TEST_F(RegistryOnLinux, PutsNothingIntoADamagedPage)
     }
 }
 
+TEST_F(RegistryOnLinux, TakesNoMemoryForARowThatCannotBe)
+{
+    const std::string damaged =
+        FileBytes(GoldenFile("../../fuzz/seeds/registry/row-that-claims-4-gib"));
+    ASSERT_FALSE(damaged.empty());
+    for (const bool isMapped : {false, true}) {
+        WriteFileBytes(m_path, damaged);
+        EXPECT_TRUE(Held(StartProcess([isMapped] {
+            const sqlite3_int64 mapped = isMapped ? 1 << 20 : 0;
+            ::sqlite3_shutdown();
+            if (::sqlite3_config(SQLITE_CONFIG_MMAP_SIZE, mapped, mapped) != SQLITE_OK)
+                return false;
+            ::sqlite3_memory_highwater(1);
+            return Use() != 0 && ::sqlite3_memory_highwater(0) < 1 << 20;
+        }))) << isMapped;
+    }
+}
+
 TEST_F(RegistryOnLinux, StandsWhereTheEnvironmentSays)
 {
     const std::string named = m_folder / "new/named.db", config = m_folder / "config";
