@@ -1,6 +1,7 @@
 #include "core/file/BFile.h"
 
 #include "core/base/ErrorCodes.h"
+#include "core/file/UnicodeText.h"
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/CodePage.h"
 #include "core/platform/FileReplacement.h"
@@ -81,13 +82,30 @@ std::size_t PieceLength(std::string_view text)
     return lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
 }
 
-bool ReplaceByUnicode(const WChar* path)
+// The mark that the file begins with; empty when there is none, or it cannot be read.
+std::string_view MarkOf(const WChar* path)
+{
+    const platform::Stream stream = path ? platform::OpenStream(path, QD_W("rt")) : nullptr;
+    if (!stream)
+        return {};
+    char bytes[platform::kUtf8Mark.size()] = {};
+    return platform::MarkAt({bytes, std::fread(bytes, 1, sizeof bytes, stream.get())});
+}
+
+enum class EUtf8Mark { Counts, IsText };
+
+bool IsUnicodeMark(std::string_view mark, EUtf8Mark utf8)
+{
+    return !mark.empty() && (utf8 == EUtf8Mark::Counts || mark != platform::kUtf8Mark);
+}
+
+bool ReplaceByUnicode(const WChar* path, EUtf8Mark utf8)
 {
     std::string bytes;
     if (!ReadAll(path, bytes))
         return false;
     // The caller's look at the start may have failed, and a Unicode text read as 8-bit is nonsense.
-    if (!platform::MarkAt(bytes).empty())
+    if (IsUnicodeMark(platform::MarkAt(bytes), utf8))
         return true;
     platform::FileReplacement replacement(path);
     std::FILE* const stream = replacement.Stream();
@@ -100,6 +118,13 @@ bool ReplaceByUnicode(const WChar* path)
         rest.remove_prefix(length);
     }
     return replacement.Commit();
+}
+
+bool Convert(const WChar* path, EUtf8Mark utf8) noexcept
+try {
+    return path != nullptr && (IsUnicodeMark(MarkOf(path), utf8) || ReplaceByUnicode(path, utf8));
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool IsLeftAlone(const platform::FoundFile& file)
@@ -173,21 +198,17 @@ bool BFile::IsDirectory(const WChar* path) noexcept
 
 bool BFile::IsUnicode(const WChar* path) noexcept
 {
-    const platform::Stream stream = path ? platform::OpenStream(path, QD_W("rt")) : nullptr;
-    if (!stream)
-        return false;
-    char bytes[platform::kUtf8Mark.size()] = {};
-    const std::string_view start(bytes, std::fread(bytes, 1, sizeof bytes, stream.get()));
-    return !platform::MarkAt(start).empty();
+    return !MarkOf(path).empty();
 }
 
 int BFile::ConvertToUnicode(const WChar* path) noexcept
-try {
-    if (path == nullptr)
-        return kErrorFileNotWritten;
-    return IsUnicode(path) || ReplaceByUnicode(path) ? kErrorNone : kErrorFileNotWritten;
-} catch (const std::bad_alloc&) {
-    return kErrorFileNotWritten;
+{
+    return Convert(path, EUtf8Mark::Counts) ? kErrorNone : kErrorFileNotWritten;
+}
+
+bool ConvertProfileToUnicode(const WChar* path) noexcept
+{
+    return Convert(path, EUtf8Mark::IsText);
 }
 
 int BFile::Delete(WString pattern)

@@ -4,6 +4,7 @@
 #include "core/base/ErrorCodes.h"
 #include "core/file/BDirEntry.h"
 #include "core/file/BFile.h"
+#include "core/file/UnicodeText.h"
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/FileReplacement.h"
 #include "core/platform/FileSystem.h"
@@ -64,7 +65,7 @@ bool FitsEightBits(const WString& text)
 bool MakeUnicode(const WString& path)
 {
     return IsMissing(path) ? MakeFolder(path) && MakeEmptyFile(path)
-                           : BFile::ConvertToUnicode(path) == kErrorNone;
+                           : ConvertProfileToUnicode(path);
 }
 
 } // namespace

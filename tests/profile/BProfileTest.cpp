@@ -152,6 +152,19 @@ TEST_F(BProfileFile, KeepsEachLetterThatAnEightBitFileLacks)
     }
 }
 
+// An editor that saves UTF-8 makes no other file of it: its mark is text, and so are its letters.
+TEST_F(BProfileFile, MakesAFileWithAMarkOfUtf8UnicodeAsAnyOther)
+{
+    WriteFileBytes(m_file, "\xEF\xBB\xBF; c\r\n[default]\r\nk=\xE4\r\n");
+    BProfile profile(m_path, ProfileReadWrite);
+    for (const WChar* value : {QD_W("\u03B1"), QD_W("\u03B2")}) {
+        EXPECT_TRUE(profile.WriteString(QD_W("l"), value));
+        EXPECT_EQ(profile.ReadString(QD_W("l"), WString()), value);
+        EXPECT_EQ(profile.ReadString(QD_W("k"), WString()), QD_W("\u00E4"));
+    }
+    EXPECT_TRUE(FileBytes(m_file).starts_with(Utf16("\xEF\xBB\xBF; c\r\n[default]\r\n")));
+}
+
 TEST_F(BProfileFile, TwoWritersLoseNoKey)
 {
     constexpr int count = 50;
