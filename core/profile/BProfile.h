@@ -12,9 +12,10 @@
 /// Nothing is kept in memory: every reader looks into the file and every writer changes it at once.
 /// New files are UTF-16, and an 8-bit one is made UTF-16 by the first section, key or value that
 /// needs it. Several objects, threads and processes may change one file; none loses what another
-/// wrote. The path has a folder; one that is missing is made with the file. Writers wait for each
-/// other, off Windows also for those of other profiles in the folder: for milliseconds mostly, but
-/// where one stands still in the middle the others fail after 10 seconds. Readers never wait.
+/// wrote. The path has a folder; one that is missing is made with the file, but not by `WriteMem`,
+/// which makes an 8-bit file where there is none. Writers wait for each other, off Windows also for
+/// those of other profiles in the folder: for milliseconds mostly, but where one stands still in
+/// the middle the others fail after 10 seconds. Readers never wait.
 ///
 /// Readers of numbers and truth values write their default for a key that is missing or empty, so
 /// that a new file fills itself with what can be set; not in a profile that is read only. They do
