@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,8 @@ namespace NArchive {
 /// gives what is used.
 template <class T>
 class Blocks {
+    static_assert(std::is_nothrow_move_constructible_v<T>); // growing loses none half-way
+
 public:
     Blocks() noexcept = default;
     Blocks(Blocks&& other) noexcept { Swap(other); }

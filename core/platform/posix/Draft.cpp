@@ -55,7 +55,7 @@ std::optional<bool> HasName(const Descriptor& file, const std::string& path) noe
 
 Descriptor MakeFile(const std::string& path, mode_t mode) noexcept
 {
-    return Apart(Descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode)));
+    return OpenApart(path.c_str(), O_RDWR | O_CREAT | O_EXCL, mode);
 }
 
 enum class EMade { Yes, NameIsTaken, Refused };
@@ -78,8 +78,7 @@ EMade MakeHeld(const std::string& path, mode_t mode, Descriptor& file) noexcept
 
 void RemoveIfAbandoned(const std::string& path) noexcept
 {
-    const Descriptor file =
-        Apart(Descriptor(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)));
+    const Descriptor file = OpenApart(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK);
     if (file.IsOpen() && MarkFile(file, EFileLock::Alone) == ELocked::Yes &&
         HasName(file, path) == true)
         ::unlink(path.c_str());

@@ -12,15 +12,15 @@ Descriptor Duplicate(const Descriptor& file) noexcept
     return Descriptor(::fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-Descriptor Apart(Descriptor file) noexcept
+Descriptor OpenApart(const char* path, int flags, mode_t mode) noexcept
 {
+    Descriptor file(::open(path, flags | O_CLOEXEC, mode));
     return !file.IsOpen() || file.Get() > STDERR_FILENO ? std::move(file) : Duplicate(file);
 }
 
 Descriptor OpenFile(const char* path, int flags, mode_t mode) noexcept
 {
-    flags |= O_CLOEXEC;
-    Descriptor file = Apart(Descriptor(::open(path, flags | O_NONBLOCK, mode)));
+    Descriptor file = OpenApart(path, flags | O_NONBLOCK, mode);
     if (file.IsOpen() && ::fcntl(file.Get(), F_SETFL, flags) != 0)
         return {};
     return file;

@@ -11,13 +11,12 @@ namespace platform {
 /// Another descriptor of the same opening of `file`, whose number is none of the standard streams'.
 [[nodiscard]] Descriptor Duplicate(const Descriptor& file) noexcept;
 
-/// `file` by such a number: a process that was started without these streams prints to their
-/// numbers all the same, which must not be into a document.
-[[nodiscard]] Descriptor Apart(Descriptor file) noexcept;
+/// `open`, closed when another program is started, by such a number: a process that was started
+/// without these streams prints to their numbers all the same, which must not be into a document.
+[[nodiscard]] Descriptor OpenApart(const char* path, int flags, mode_t mode = 0) noexcept;
 
-/// `open`, but apart, and without waiting for the other end of a pipe: one to read is empty
-/// without, and one to write cannot be opened. Once open, the file waits for its reader or writer
-/// as any other.
+/// The same, but without waiting for the other end of a pipe: one to read is empty without, and one
+/// to write cannot be opened. Once open, the file waits for its reader or writer as any other.
 [[nodiscard]] Descriptor OpenFile(const char* path, int flags, mode_t mode = 0) noexcept;
 
 /// `read`, again where a signal interrupts it.

@@ -227,8 +227,7 @@ bool ProfileFile::IsWritable() const noexcept
 ProfileFile::ELoad ProfileFile::Load()
 {
     // A pipe is not waited for, nor read.
-    const Descriptor file =
-        Apart(Descriptor(::open(m_nativePath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)));
+    const Descriptor file = OpenApart(m_nativePath.c_str(), O_RDONLY | O_NONBLOCK);
     if (!file.IsOpen())
         return IsMissing(errno) ? ELoad::Missing : ELoad::Failed;
     struct stat before = {};
@@ -305,8 +304,7 @@ std::optional<bool> ProfileFile::Append()
         std::visit([&](const auto& text) { return IsLine(text.Whole(), kept); }, m_text);
     const std::optional<std::string> tail = Bytes(kept);
     const bool isShownAtOnce = tail && IsInOnePage(m_stamp.size, tail->size());
-    const Descriptor file = Apart(
-        Descriptor(::open(m_nativePath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK)));
+    const Descriptor file = OpenApart(m_nativePath.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK);
     struct stat status = {};
     if (!tail || !(isShownAtOnce || isLine) || !file.IsOpen() ||
         ::fstat(file.Get(), &status) != 0 || FileStamp(status) != m_stamp ||

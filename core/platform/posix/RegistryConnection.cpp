@@ -2,6 +2,7 @@
 
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/FileLock.h"
+#include "core/platform/posix/OpenFile.h"
 #include "core/platform/posix/RegistryJournal.h"
 
 #include <sqlite3.h>
@@ -114,7 +115,7 @@ bool MakeFile(const std::string& location, const std::string& folder)
         return file.has_value();
     for (const char* ending : {"-wal", "-shm"})
         ::unlink((location + ending).c_str());
-    const Descriptor made(::open(location.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    const Descriptor made = OpenApart(location.c_str(), O_RDWR | O_CREAT, 0644);
     return true;
 }
 
@@ -226,12 +227,8 @@ bool RegistryConnection::WriteValue(std::int64_t key, const RegistryName& name, 
 std::optional<std::int64_t> RegistryConnection::AddKey(std::int64_t parent,
                                                        const RegistryName& name)
 {
-    {
-        Run run(m_addKey);
-        if (!run.With(parent).With(name.folded).With(name.written).IsDone())
-            return std::nullopt;
-    }
-    return FindKey(parent, name.folded);
+    const bool isAdded = Run(m_addKey).With(parent).With(name.folded).With(name.written).IsDone();
+    return isAdded ? FindKey(parent, name.folded) : std::nullopt;
 }
 
 RegistryConnection::Transaction::Transaction(RegistryConnection& connection) noexcept
