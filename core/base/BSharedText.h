@@ -54,7 +54,9 @@ public:
     }
     ~BSharedText()
     {
-        if (m_block && platform::DropOwner(m_block->references))
+        // Most texts have one owner, and that one needs no locked instruction: only an owner can add
+        // another.
+        if (m_block && (IsPrivate() || platform::DropOwner(m_block->references)))
             BTextHeap::Free(m_block);
     }
 

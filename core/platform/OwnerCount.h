@@ -51,17 +51,12 @@ inline void AddOwner(std::int32_t& count) noexcept
         std::atomic_ref(count).fetch_add(1);
 }
 
-/// True when it was the last owner, for one thread only. The last one needs no locked instruction
-/// either: an owner is added by who is one.
+/// True when it was the last owner, for one thread only.
 [[nodiscard]] inline bool DropOwner(std::int32_t& count) noexcept
 {
     if (IsOnlyThread())
         return --count == 0;
-    const std::atomic_ref shared(count);
-    if (shared.load(std::memory_order_acquire) != 1)
-        return shared.fetch_sub(1) == 1;
-    shared.store(0, std::memory_order_relaxed);
-    return true;
+    return std::atomic_ref(count).fetch_sub(1) == 1;
 }
 
 } // namespace platform

@@ -234,10 +234,12 @@ ProfileFile::ELoad ProfileFile::Load()
     if (::fstat(file.Get(), &before) != 0)
         return ELoad::Failed;
     struct stat after = before;
+    const bool isKnown = HoldsText(file.Get(), before) && ::fstat(file.Get(), &after) == 0 &&
+                         after.st_size == before.st_size;
     std::string bytes;
     // Of a file that grows meanwhile all is read: what was read of a line at its end may be a key
     // by now, and the rest of the value stands behind.
-    for (off_t size = -1; after.st_size > size;) {
+    for (off_t size = isKnown ? after.st_size : -1; after.st_size > size;) {
         size = after.st_size;
         if (!S_ISREG(after.st_mode) || size > static_cast<off_t>(IniText<char>::kMostUnits)) {
             errno = S_ISDIR(after.st_mode) ? EISDIR : S_ISREG(after.st_mode) ? EFBIG : EINVAL;
@@ -251,8 +253,40 @@ ProfileFile::ELoad ProfileFile::Load()
     // One that somebody else wrote over while it was read may be half of each: read it again.
     m_isSettled = m_stamp == FileStamp(after) &&
                   (m_stamp.IsSettled() || ShowsEachChange(file.Get(), m_stamp));
-    Parse(std::move(bytes));
+    if (!isKnown)
+        Parse(std::move(bytes));
     return ELoad::Loaded;
+}
+
+bool ProfileFile::HoldsText(int file, const struct stat& status) const
+{
+    const auto bytesOf = [](const auto& text) {
+        const auto& units = text.Whole();
+        return std::string_view(reinterpret_cast<const char*>(units.data()),
+                                units.size() * sizeof(units[0]));
+    };
+    std::string_view mark, text = std::visit(bytesOf, m_text);
+    if (m_encoding == EEncoding::Utf16Little)
+        mark = kUtf16Mark;
+    if (m_encoding == EEncoding::Utf16Big || !S_ISREG(status.st_mode) ||
+        static_cast<std::size_t>(status.st_size) != mark.size() + text.size())
+        return false;
+    char piece[16 << 10];
+    for (off_t from = 0; from < status.st_size;) {
+        const ssize_t count = ::pread(file, piece, sizeof piece, from);
+        std::string_view read(piece, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        for (std::string_view* const expected : {&mark, &text}) {
+            const std::string_view part = read.substr(0, expected->size());
+            if (!expected->starts_with(part))
+                return false;
+            expected->remove_prefix(part.size());
+            read.remove_prefix(part.size());
+        }
+        if (count <= 0 || !read.empty())
+            return false; // it fails, was cut off, or grew meanwhile
+        from += count;
+    }
+    return true;
 }
 
 void ProfileFile::Parse(std::string bytes)

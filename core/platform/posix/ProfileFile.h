@@ -74,6 +74,9 @@ private:
     enum class EEncoding { Ansi, Utf16Little, Utf16Big };
 
     [[nodiscard]] ELoad Load();
+    /// Whether the file of that status is known to hold the bytes that the text has, and is read
+    /// and parsed in vain: compared piece by piece, it takes no memory.
+    [[nodiscard]] bool HoldsText(int file, const struct stat& status) const;
     void Parse(std::string bytes);
     /// The file's content from the unit `from` of the text on, the byte-order mark before the
     /// first; none when there is too much of it.
