@@ -1,5 +1,6 @@
 #include "core/base/BSharedText.h"
 
+#include "core/platform/Apart.h"
 #include "core/platform/CharClass.h"
 #include "core/platform/OwnerCount.h"
 #include "core/platform/SmallBlocks.h"
@@ -18,21 +19,25 @@ void* New(std::size_t size) noexcept
     return block != nullptr ? block : std::malloc(size);
 }
 
-} // namespace
-
-void* BTextHeap::Resize(void* block, std::size_t size) noexcept
+// A block of the size in place of one that there is.
+QD_APART void* Exchange(void* block, std::size_t size) noexcept
 {
-    if (block == nullptr)
-        return New(size);
     const std::size_t present = platform::SmallBlockSize(block);
     if (present == 0)
         return std::realloc(block, size);
     void* const resized = New(size);
     if (resized != nullptr) {
         std::memcpy(resized, block, (std::min)(present, size));
-        Free(block);
+        BTextHeap::Free(block);
     }
     return resized;
+}
+
+} // namespace
+
+void* BTextHeap::Resize(void* block, std::size_t size) noexcept
+{
+    return block == nullptr ? New(size) : Exchange(block, size);
 }
 
 void BTextHeap::Free(void* block) noexcept

@@ -54,8 +54,8 @@ public:
     }
     ~BSharedText()
     {
-        // Most texts have one owner, and that one needs no locked instruction: only an owner can add
-        // another.
+        // Most texts have one owner, and that one needs no locked instruction: only an owner can
+        // add another.
         if (m_block && (IsPrivate() || platform::DropOwner(m_block->references)))
             BTextHeap::Free(m_block);
     }
@@ -108,6 +108,21 @@ public:
         Writable()[length] = 0;
         if (!(m_block->sizes & kUnmeasured))
             m_block->sizes = std::uint64_t{length} << kLengthShift | Capacity();
+    }
+    /// Adds a character, which is not 0, behind a private text that knows its length, where more
+    /// than it and the terminating 0 finds room; false when that is not so.
+    bool PushInRoom(Char character) noexcept
+    {
+        if (!m_block)
+            return false;
+        const std::uint64_t sizes = m_block->sizes;
+        const std::uint64_t length = sizes >> kLengthShift; // too large where it is not known
+        if (length + 1 >= (sizes & kMostKnown) || character == 0 || !IsPrivate())
+            return false;
+        m_block->text[length] = character;
+        m_block->text[length + 1] = 0;
+        m_block->sizes = sizes + (std::uint64_t{1} << kLengthShift);
+        return true;
     }
     /// Overwrites a character of a private block.
     void Set(std::size_t position, Char character) noexcept
@@ -166,8 +181,8 @@ public:
     /// one.
     bool Assemble(std::size_t capacity, std::initializer_list<View> pieces) noexcept
     {
-        BSharedText made = WithCapacity(capacity);
-        if (made.IsNull())
+        BSharedText made;
+        if (!made.SetCapacity(capacity))
             return false;
         Char* end = made.Writable();
         for (const View piece : pieces)

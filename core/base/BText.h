@@ -96,10 +96,18 @@ public:
 
     void Append(const String& text);
     void Append(const Char* text);
-    void Append(Char unit);
+    void Append(Char unit)
+    {
+        if (!m_text.PushInRoom(unit)) // most units find a room that is theirs
+            AppendApart(unit);
+    }
     String& operator+=(const String& text);
     String& operator+=(const Char* text);
-    String& operator+=(Char unit);
+    String& operator+=(Char unit)
+    {
+        Append(unit);
+        return Self();
+    }
 
     void Prepend(const String& text);
     void Prepend(const Char* text);
@@ -340,6 +348,7 @@ protected:
     /// Whether the text may be written to and has room for `length` units; if need be, it takes
     /// `capacity`.
     bool HasRoomFor(std::size_t length, std::size_t capacity) noexcept;
+    void AppendApart(Char unit);
     // False when memory runs out.
     bool TryAppend(View added);
     bool TryPrepend(View added);

@@ -60,7 +60,7 @@ void BText<String>::Append(const Char* text)
 }
 
 template <class String>
-void BText<String>::Append(Char unit)
+void BText<String>::AppendApart(Char unit)
 {
     const View own = Own();
     // Intended: one character of the capacity stays unused, so that a text that grows character by
@@ -84,13 +84,6 @@ template <class String>
 String& BText<String>::operator+=(const Char* text)
 {
     Append(text);
-    return Self();
-}
-
-template <class String>
-String& BText<String>::operator+=(Char unit)
-{
-    Append(unit);
     return Self();
 }
 

@@ -1,5 +1,6 @@
 #include "core/platform/ScanText.h"
 
+#include "core/platform/Apart.h"
 #include "core/platform/CharClass.h"
 
 #include <algorithm>
@@ -136,6 +137,17 @@ struct Integer {
     bool isTooLarge = false;
     const Char* end = nullptr; // null: no number
 };
+
+/// Any number.
+QD_APART bool ReadLong(const WChar*& text, int& value) noexcept
+{
+    const Integer<WChar> number(text, 10);
+    if (number.end == nullptr)
+        return false;
+    value = static_cast<int>(number.Nearest<std::int64_t>());
+    text = number.end;
+    return true;
+}
 
 /// The digits of a number, as many as decide how it rounds, and its exponent.
 class Digits {
@@ -431,14 +443,7 @@ bool ScanInt(const char* text, int& value) noexcept
 
 bool ReadInt(const WChar*& text, int& value) noexcept
 {
-    if (ReadShort(text, value))
-        return true;
-    const Integer<WChar> number(text, 10);
-    if (number.end == nullptr)
-        return false;
-    value = static_cast<int>(number.Nearest<std::int64_t>());
-    text = number.end;
-    return true;
+    return ReadShort(text, value) || ReadLong(text, value);
 }
 
 bool ReadFloat(const WChar*& text, float& value) noexcept
