@@ -195,6 +195,32 @@ TEST(PrivateProfileOnLinux, SeesAChangeOfTheSameSizeAtOnce)
     }
 }
 
+TEST(PrivateProfileOnLinux, SeesAChangeOfTheSameSizeWhereverItStands)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini");
+    const std::string filler =
+        ";" + std::string(20'000, 'x') + "\n"; // more than is compared at once
+    const std::string tails[] = {"k=1\n" + filler + filler, filler + "k=1\n" + filler,
+                                 filler + filler + "k=1\n"};
+    for (const std::string& tail : tails) {
+        for (const bool isWide : {false, true}) {
+            std::string bytes = "[S]\n" + tail;
+            for (std::size_t at = 0; isWide && at != bytes.size(); at += 2)
+                bytes.insert(at + 1, 1, '\0');
+            bytes.insert(0, isWide ? "\xFF\xFE" : "");
+            for (const char value : {'1', '2', '2', '3'}) {
+                bytes[bytes.find('=') + (isWide ? 2 : 1)] = value;
+                WriteFileBytes(folder / "p.ini", bytes);
+                EXPECT_EQ(Read(path, u"S", u"k"), std::u16string(1, static_cast<WChar>(value)));
+            }
+            bytes.replace(0, 2, "\xFE\xFF"); // the mark alone
+            WriteFileBytes(folder / "p.ini", bytes);
+            EXPECT_EQ(Read(path, u"S", u"k"), u"(nothing)");
+        }
+    }
+}
+
 TEST(PrivateProfileOnLinux, WhoForkedMeanwhileHoldsNoLock)
 {
     const TemporaryFolder folder;
