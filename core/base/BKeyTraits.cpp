@@ -1,19 +1,6 @@
 #include "core/base/BKeyTraits.h"
 
-#include "core/base/text/Units.h"
 #include "core/platform/SeededHash.h"
-
-namespace {
-
-template <class String>
-bool AreSame(const String& a, const String& b) noexcept
-{
-    using View = NText::View<typename String::Char>;
-    return a.CStr() == b.CStr() ||
-           NText::SameUnits(View(a.CStr(), a.Length()), View(b.CStr(), b.Length()));
-}
-
-} // namespace
 
 std::uint64_t QDSeededHash(const void* bytes, std::size_t size) noexcept
 {
@@ -41,7 +28,7 @@ std::uint64_t BKeyTraits<BString>::Seeded(const BString& key) noexcept
 
 bool BKeyTraits<BString>::Equal(const BString& a, const BString& b) noexcept
 {
-    return AreSame(a, b);
+    return a.IsSame(b);
 }
 
 std::uint64_t BKeyTraits<WString>::Hash(const WString& key) noexcept
@@ -60,5 +47,5 @@ std::uint64_t BKeyTraits<WString>::Seeded(const WString& key) noexcept
 
 bool BKeyTraits<WString>::Equal(const WString& a, const WString& b) noexcept
 {
-    return AreSame(a, b);
+    return a.IsSame(b);
 }

@@ -77,9 +77,17 @@ public:
     {
         return m_block && std::atomic_ref(m_block->references).load(std::memory_order_acquire) == 1;
     }
-    [[nodiscard]] bool SharesWith(const BSharedText& other) const noexcept
+
+    /// Whether the characters are the same ones.
+    [[nodiscard]] bool IsSame(const BSharedText& other) const noexcept
     {
-        return m_block == other.m_block;
+        if (m_block == other.m_block)
+            return true;
+        if (!m_block || !other.m_block || ((m_block->sizes | other.m_block->sizes) & kUnmeasured))
+            return AreSame({Text(), Length()}, {other.Text(), other.Length()});
+        return AreSame({m_block->text, static_cast<std::size_t>(m_block->sizes >> kLengthShift)},
+                       {other.m_block->text,
+                        static_cast<std::size_t>(other.m_block->sizes >> kLengthShift)});
     }
 
     /// The text, never null; good until this object changes.
@@ -242,6 +250,12 @@ private:
         std::int32_t references;     // objects that share it, changed as platform::AddOwner does
         Char text[4 / sizeof(Char)]; // capacity + 1 characters
     };
+
+    // The views' own operator goes unit by unit where they are wide.
+    static bool AreSame(View a, View b) noexcept
+    {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
 
     // What is allocated for a capacity. The capacity of a text that grows does so in steps of 64,
     // too small to copy a long one each time.

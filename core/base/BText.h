@@ -26,6 +26,8 @@ template <class String>
 struct BTextTraits;
 
 class BArchive;
+template <class K>
+struct BKeyTraits;
 
 /// A character of any encoding. What is added to a string must be none: the string would decay to a
 /// pointer, and the sum point beyond its end.
@@ -356,7 +358,8 @@ protected:
     Text m_text;
 
 private:
-    friend class BArchive; // reads texts
+    friend class BArchive;            // reads texts
+    friend struct BKeyTraits<String>; // compares keys
 
     /// Replaces the text by `count` units, at least one, that `write` puts where it is told; the
     /// first 0 among them ends it. Empty when `write` says no. False when memory runs out.
@@ -376,7 +379,10 @@ private:
     [[nodiscard]] String& Self() noexcept { return static_cast<String&>(*this); }
     [[nodiscard]] const String& Self() const noexcept { return static_cast<const String&>(*this); }
 
-    [[nodiscard]] bool IsSame(const String& other) const noexcept;
+    [[nodiscard]] bool IsSame(const String& other) const noexcept
+    {
+        return m_text.IsSame(other.m_text);
+    }
     [[nodiscard]] int CmpText(const Char* text) const noexcept;
     // `count` units of the own text, which is shared when they are all of it.
     [[nodiscard]] String Piece(View own, std::size_t position, std::size_t count) const;

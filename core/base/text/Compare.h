@@ -45,12 +45,6 @@ bool BText<String>::IEqual(const Char* text) const noexcept
 }
 
 template <class String>
-bool BText<String>::IsSame(const String& other) const noexcept
-{
-    return m_text.SharesWith(other.m_text) || NText::SameUnits(Own(), other.Own());
-}
-
-template <class String>
 int BText<String>::CmpText(const Char* text) const noexcept
 {
     return platform::Collate(CStr(), NText::OrEmpty(text), platform::ECase::Matters);
