@@ -85,9 +85,9 @@ public:
             return true;
         if (!m_block || !other.m_block || ((m_block->sizes | other.m_block->sizes) & kUnmeasured))
             return AreSame({Text(), Length()}, {other.Text(), other.Length()});
-        return AreSame({m_block->text, static_cast<std::size_t>(m_block->sizes >> kLengthShift)},
-                       {other.m_block->text,
-                        static_cast<std::size_t>(other.m_block->sizes >> kLengthShift)});
+        return AreSame(
+            {m_block->text, static_cast<std::size_t>(m_block->sizes >> kLengthShift)},
+            {other.m_block->text, static_cast<std::size_t>(other.m_block->sizes >> kLengthShift)});
     }
 
     /// The text, never null; good until this object changes.
