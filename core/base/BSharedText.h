@@ -127,8 +127,9 @@ public:
         const std::uint64_t length = sizes >> kLengthShift; // too large where it is not known
         if (length + 1 >= (sizes & kMostKnown) || character == 0 || !IsPrivate())
             return false;
-        m_block->text[length] = character;
-        m_block->text[length + 1] = 0;
+        Char* const end = Writable() + length;
+        end[0] = character;
+        end[1] = 0;
         m_block->sizes = sizes + (std::uint64_t{1} << kLengthShift);
         return true;
     }
