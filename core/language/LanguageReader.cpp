@@ -2,7 +2,7 @@
 
 #include "core/platform/CharClass.h"
 #include "core/platform/FileStream.h"
-#include "core/platform/UnitWord.h"
+#include "core/platform/UnitBlock.h"
 
 #include <algorithm>
 #include <cassert>
@@ -26,9 +26,9 @@ namespace {
 constexpr WChar kTab = '\t';
 constexpr WChar kLineFeed = '\n';
 constexpr WChar kQuote = '"';
+constexpr WChar kBackslash = '\\';
 
-using platform::kWordUnits;
-using platform::UnitWord;
+using platform::kBlockUnits;
 
 // All of the text is looked at, without a branch, so that compilers do it for eight units at once.
 bool HasUnit(platform::WideView text, WChar wanted)
@@ -45,13 +45,13 @@ bool EndsCell(WChar unit)
 }
 
 // `text`, behind which a 0 stands, is what the file has.
-void Assign(WString& cell, platform::WideView text)
+void Assign(WString& cell, platform::WideView text, bool mayHaveEscape)
 {
     cell.Clear();
     cell = text.data();
     if (cell.IsEmpty() && !text.empty())
         throw std::bad_alloc(); // never a line without a text that it has
-    if (HasUnit(text, QD_W('\\')))
+    if (mayHaveEscape && HasUnit(text, kBackslash))
         cell.ResolveEsc();
 }
 
@@ -128,6 +128,7 @@ bool LanguageReader::Fill()
         const WChar* const behind =
             std::find(m_piece + firstZero + 1, m_piece + m_room, kEndOfFile);
         m_end = static_cast<std::size_t>(behind - m_piece) - 1;
+        m_hasBackslash = HasUnit({m_piece, m_end}, kBackslash);
         if (m_piece[m_end - 1] == kLineFeed) // nearly all: nothing else ended it
             return true;
     }
@@ -157,13 +158,13 @@ WChar LanguageReader::ReadCellFrom(WChar first, WString& cell)
         if (m_cell.empty() && m_begin != m_end && EndsCell(m_piece[m_begin])) {
             // All of the cell is here, as nearly always: a 0 makes a text of it.
             unit = std::exchange(m_piece[m_begin], WChar(0));
-            Assign(cell, {m_piece + begin, m_begin++ - begin});
+            Assign(cell, {m_piece + begin, m_begin++ - begin}, m_hasBackslash);
             return unit;
         }
         m_cell.append(m_piece + begin, m_begin - begin);
         unit = Next();
     }
-    Assign(cell, m_cell);
+    Assign(cell, m_cell, true);
     return unit;
 }
 
@@ -185,14 +186,18 @@ WChar LanguageReader::ReadQuoted()
 void LanguageReader::PassPlain()
 {
     assert(m_begin <= m_end && m_end <= kPieceRoom);
-    const WChar* const begin = m_piece + m_begin;
     const WChar* const last = m_piece + m_end;
-    const WChar* end = begin;
-    while (last - end >= std::ptrdiff_t{kWordUnits} &&
-           !platform::HasUnitBelow(UnitWord(end), kLineFeed + 1))
-        end += kWordUnits;
-    // No piece holds U+FFFF.
-    while (end != last && *end != 0 && !EndsCell(*end))
+    const WChar* end = m_piece + m_begin;
+    // Behind the last unit a 0 stands, or it is a line feed: that ends the last block, too. No
+    // piece holds U+FFFF.
+    while (end != last) {
+        const std::size_t plain = platform::UnitsWithin(end, kLineFeed + 1, kEndOfFile);
+        end += plain;
+        if (plain == kBlockUnits)
+            continue;
+        if (*end == 0 || EndsCell(*end))
+            break;
         ++end;
+    }
     m_begin = static_cast<std::size_t>(end - m_piece);
 }

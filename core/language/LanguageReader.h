@@ -2,6 +2,7 @@
 
 #include "core/base/BArray.h"
 #include "core/base/WString.h"
+#include "core/platform/UnitBlock.h"
 #include "core/platform/WideText.h"
 
 #include <cstddef>
@@ -49,6 +50,9 @@ private:
     int m_room;
     std::size_t m_begin = 0, m_end = 0; // units of the piece that are still to come
     bool m_isTorn = false;
-    WChar m_piece[kPieceRoom];
+    bool m_hasBackslash = false; // the piece; most have none, and no cell is then searched for one
+    // Read on past its end by blocks. It is filled by whole lines of the cache and read at once:
+    // what lay across two of them would have to wait for both.
+    alignas(64) WChar m_piece[kPieceRoom + platform::kBlockUnits] = {};
     platform::WideText m_cell; // the one that is being read
 };

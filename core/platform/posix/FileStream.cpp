@@ -2,7 +2,7 @@
 
 #include "core/platform/AppendedLines.h"
 #include "core/platform/CharClass.h"
-#include "core/platform/UnitWord.h"
+#include "core/platform/UnitBlock.h"
 #include "core/platform/WideText.h"
 #include "core/platform/posix/Descriptor.h"
 #include "core/platform/posix/FileLock.h"
@@ -165,31 +165,40 @@ private:
 
 constexpr WChar kEndMark = 0xFFFF; // what the runtime library of Windows takes for the end
 
+// How many of `count` units, which may begin at an odd address, are a line: up to and with its line
+// feed, or up to an end mark.
+[[maybe_unused]] std::size_t UnitsOfLine(const char* units, std::size_t count)
+{
+    std::size_t passed = 0;
+    while (passed != count) {
+        if (count - passed >= kBlockUnits) {
+            const std::size_t plain =
+                UnitsWithin(units + passed * sizeof(WChar), u'\n' + 1, kEndMark - 1);
+            passed += plain;
+            if (plain == kBlockUnits)
+                continue;
+        }
+        WChar unit = 0;
+        std::memcpy(&unit, units + passed * sizeof unit, sizeof unit);
+        if (unit == kEndMark)
+            break;
+        ++passed;
+        if (unit == u'\n')
+            break;
+    }
+    return passed;
+}
+
 // Takes what the stream has at hand of a line, at most `room` units of it, where `getc_unlocked`
-// takes it byte by byte. The end mark is left to `ReadUnit`. What the stream has at hand may begin
-// at an odd address, and nothing is written behind what is taken.
+// takes it byte by byte. The end mark is left to `ReadUnit`.
 int TakeBuffered([[maybe_unused]] std::FILE* stream, [[maybe_unused]] WChar* units,
                  [[maybe_unused]] int room)
 {
 #if defined(__GLIBC__)
     const auto size = static_cast<std::size_t>(stream->_IO_read_end - stream->_IO_read_ptr);
     const std::size_t most = std::min(size / sizeof(WChar), static_cast<std::size_t>(room));
-    const char* next = stream->_IO_read_ptr;
-    std::size_t taken = 0;
-    for (WChar unit = 0; taken != most && unit != u'\n'; next += sizeof unit) {
-        for (; most - taken >= kWordUnits; taken += kWordUnits, next += sizeof(std::uint64_t)) {
-            const std::uint64_t word = UnitWord(next);
-            if (HasUnitBelow(word, u'\n' + 1) || HasUnit(word, kEndMark))
-                break;
-            std::memcpy(units + taken, &word, sizeof word);
-        }
-        if (taken == most)
-            break;
-        std::memcpy(&unit, next, sizeof unit);
-        if (unit == kEndMark)
-            break;
-        units[taken++] = unit;
-    }
+    const std::size_t taken = UnitsOfLine(stream->_IO_read_ptr, most);
+    std::memcpy(units, stream->_IO_read_ptr, taken * sizeof(WChar));
     stream->_IO_read_ptr += taken * sizeof(WChar);
     return static_cast<int>(taken);
 #else

@@ -2,7 +2,7 @@
 
 #include "core/platform/ByteOrderMark.h"
 #include "core/platform/SystemError.h"
-#include "core/platform/UnitWord.h"
+#include "core/platform/UnitBlock.h"
 #include "core/platform/WChar.h"
 #include "core/platform/posix/OpenFile.h"
 
@@ -235,33 +235,39 @@ void TextReader::Decode(bool isLast) noexcept
 void TextReader::DecodePlain() noexcept
 {
     static_assert(std::endian::native == std::endian::little && kReturn < kEndOfText);
-    constexpr std::uint64_t wordEnds = 0x0008'0006'0004'0002;
     const std::uint8_t* const raw = m_raw.data();
     char* const out = m_out.data();
     std::uint16_t* const ends = m_ends.data();
     const std::size_t end = m_rawEnd;
     std::size_t begin = m_rawBegin, unitCount = m_outEnd / sizeof(WChar);
-    WChar unit = 0;
-    const auto isStop = [&] { return unit == kReturn || unit == kEndOfText; };
-    while (end - begin >= sizeof unit && !isStop()) {
-        for (; end - begin >= sizeof wordEnds; begin += sizeof wordEnds) {
-            const std::uint64_t word = UnitWord(raw + begin);
-            if (HasUnitBelow(word, kEndOfText + 1))
-                break;
-            const std::uint64_t behind = EachUnit(begin) + wordEnds;
-            std::memcpy(out + unitCount * sizeof unit, &word, sizeof word);
-            std::memcpy(ends + unitCount, &behind, sizeof behind);
-            unitCount += kWordUnits;
+    while (end - begin >= sizeof(WChar)) {
+        if (end - begin >= kBlockUnits * sizeof(WChar)) {
+            // All of the block is written, as there is room for twice the units: what follows
+            // overwrites those that do not count.
+            std::memcpy(out + unitCount * sizeof(WChar), raw + begin, kBlockUnits * sizeof(WChar));
+            for (std::size_t i = 0; i != kBlockUnits; ++i)
+                ends[unitCount + i] = static_cast<std::uint16_t>(begin + (i + 1) * sizeof(WChar));
+            const std::size_t plain = UnitsWithin(raw + begin, kEndOfText + 1, 0xFFFF);
+            begin += plain * sizeof(WChar);
+            unitCount += plain;
+            if (plain == kBlockUnits)
+                continue;
         }
-        // On behind the unit that made the word another one, which mostly is a tab.
-        for (unit = kEndOfText + 1; end - begin >= sizeof unit && unit > kEndOfText;) {
-            std::memcpy(&unit, raw + begin, sizeof unit);
-            if (isStop())
-                break;
-            std::memcpy(out + unitCount * sizeof unit, &unit, sizeof unit);
-            begin += sizeof unit;
-            ends[unitCount++] = static_cast<std::uint16_t>(begin);
+        // On behind a unit that needed a look, which mostly is a tab or the end of a line.
+        WChar unit = 0, next = 0;
+        std::memcpy(&unit, raw + begin, sizeof unit);
+        if (unit == kReturn && end - begin >= 2 * sizeof unit) {
+            std::memcpy(&next, raw + begin + sizeof unit, sizeof next);
+            if (next == kLineFeed) {
+                unit = kLineFeed;
+                begin += sizeof unit;
+            }
         }
+        if (unit == kReturn || unit == kEndOfText)
+            break;
+        std::memcpy(out + unitCount * sizeof unit, &unit, sizeof unit);
+        begin += sizeof unit;
+        ends[unitCount++] = static_cast<std::uint16_t>(begin);
     }
     m_rawBegin = begin;
     m_outEnd = unitCount * sizeof(WChar);
