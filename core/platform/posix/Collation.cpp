@@ -8,6 +8,7 @@
 #include "core/platform/posix/FoldCase.h"
 #include "core/platform/posix/VectorBlocks.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -51,25 +52,39 @@ std::size_t SharedUnits(const Char* a, const Char* b) noexcept
 
 #if defined(QD_VECTOR_BLOCKS)
 
-std::size_t SharedUnits(const WChar* a, const WChar* b) noexcept
+/// The same by blocks of `size` bytes, 16 or 8, of which both texts begin at the same `offset`.
+template <std::size_t size>
+std::size_t SharedUnitsByBlocks(const WChar* a, const WChar* b, std::size_t offset) noexcept
 {
-    constexpr std::size_t size = sizeof(__m128i);
-    const std::size_t offset = reinterpret_cast<std::uintptr_t>(a) % size;
-    if (offset % sizeof(WChar) != 0 || reinterpret_cast<std::uintptr_t>(b) % size != offset)
-        return SharedUnits<WChar>(a, b);
-    const auto* left = reinterpret_cast<const __m128i*>(reinterpret_cast<const char*>(a) - offset);
-    const auto* right = reinterpret_cast<const __m128i*>(reinterpret_cast<const char*>(b) - offset);
-    const auto ends = [](const __m128i* x, const __m128i* y) {
-        const __m128i units = _mm_load_si128(x);
-        const __m128i equal = _mm_cmpeq_epi16(units, _mm_load_si128(y));
+    const char* left = reinterpret_cast<const char*>(a) - offset;
+    const char* right = reinterpret_cast<const char*>(b) - offset;
+    const auto load = [](const char* at) {
+        const auto* const block = reinterpret_cast<const __m128i*>(at);
+        return size == sizeof(__m128i) ? _mm_load_si128(block) : _mm_loadl_epi64(block);
+    };
+    const auto ends = [load](const char* x, const char* y) {
+        const __m128i units = load(x);
+        const __m128i equal = _mm_cmpeq_epi16(units, load(y));
         const __m128i zero = _mm_cmpeq_epi16(units, _mm_setzero_si128());
-        return 0xffffu ^ static_cast<unsigned>(_mm_movemask_epi8(_mm_andnot_si128(zero, equal)));
+        const auto shared = static_cast<unsigned>(_mm_movemask_epi8(_mm_andnot_si128(zero, equal)));
+        return shared ^ ((1u << size) - 1); // of a short block, the rest is 0 and not shared
     };
     unsigned found = ends(left, right) >> offset << offset;
     while (found == 0)
-        found = ends(++left, ++right);
-    const char* end = reinterpret_cast<const char*>(left) + std::countr_zero(found);
+        found = ends(left += size, right += size);
+    const char* const end = left + std::countr_zero(found);
     return static_cast<std::size_t>(end - reinterpret_cast<const char*>(a)) / sizeof(WChar);
+}
+
+std::size_t SharedUnits(const WChar* a, const WChar* b) noexcept
+{
+    const auto left = reinterpret_cast<std::uintptr_t>(a);
+    const std::uintptr_t apart = left ^ reinterpret_cast<std::uintptr_t>(b);
+    if (left % sizeof(WChar) == 0 && apart % 16 == 0)
+        return SharedUnitsByBlocks<16>(a, b, left % 16);
+    if (left % sizeof(WChar) == 0 && apart % 8 == 0) // as the blocks of short texts lie
+        return SharedUnitsByBlocks<8>(a, b, left % 8);
+    return SharedUnits<WChar>(a, b);
 }
 
 #endif
@@ -190,18 +205,20 @@ bool AppendAscii(std::u16string_view text, ECase letterCase, std::string& key)
     const bool isForms = letterCase == ECase::Matters;
     key.reserve(before + 2 * text.size() + (isForms ? 2 + text.size() : 0));
     key.resize(before + 2 * text.size());
+    static_assert(std::endian::native == std::endian::little);
     char* out = key.data() + before;
-    bool hasForms = false;
     for (const char16_t unit : text) {
         if (unit >= kAsciiEnd || kAscii[unit].kind != Kind::Sign) {
             key.resize(before);
             return false;
         }
-        hasForms = hasForms || kAscii[unit].form > kPlain;
-        *out++ = static_cast<char>(kAscii[unit].place >> 8);
-        *out++ = static_cast<char>(kAscii[unit].place);
+        const std::uint16_t place = kAscii[unit].place;
+        const auto swapped = static_cast<std::uint16_t>(place << 8 | place >> 8);
+        std::memcpy(out, &swapped, sizeof swapped); // at once, the upper byte first
+        out += sizeof swapped;
     }
-    if (isForms && hasForms)
+    const auto hasForm = [](char16_t unit) { return kAscii[unit].form > kPlain; };
+    if (isForms && std::any_of(text.begin(), text.end(), hasForm))
         AppendAsciiForms(text, key);
     return true;
 }
