@@ -2,6 +2,7 @@
 
 #include "core/base/BMap.h"
 #include "core/base/WString.h"
+#include "core/platform/PageAllocator.h"
 #include "core/platform/ProbeTable.h"
 #include "core/platform/SeededHash.h"
 #include "core/platform/WideText.h"
@@ -78,9 +79,12 @@ private:
     bool AddPlain(std::uint32_t hash, const WString& text) noexcept;
     void RemovePlain(std::uint32_t hash, const WString& text) noexcept;
 
+    template <class T>
+    using Table = platform::ProbeTable<T, platform::PageAllocator<T>>;
+
     BMap<WString, WString> m_defaults;
-    platform::ProbeTable<Slot> m_slots;
-    platform::ProbeTable<PlainText> m_plainTexts;
+    Table<Slot> m_slots;
+    Table<PlainText> m_plainTexts;
     std::uint64_t m_foreignKeys = 0; // that hold more than ASCII
     std::string m_collationKey;      // kept for its room
 };

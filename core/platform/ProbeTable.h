@@ -34,15 +34,17 @@ namespace platform {
 /// `HasHash` says so: a slot that keeps its hash, or as many bits of it as have room, is told from
 /// another without a look at its key. A hash of fewer bits is one that was cut everywhere.
 ///
+/// `Allocator`, of which any two are the same, gives the slots their memory.
+///
 /// Slots move when an entry is added or removed; a reference to one ends there. An empty table
 /// holds no memory. Where memory is missing, `std::bad_alloc` leaves the table as it was. Not
 /// synchronised.
-template <class Slot>
+template <class Slot, class Allocator = std::allocator<Slot>>
 class ProbeTable {
 public:
     ProbeTable() noexcept = default;
     ProbeTable(ProbeTable&& other) noexcept
-        : m_slots(std::move(other.m_slots))
+        : m_slots(std::exchange(other.m_slots, nullptr))
         , m_slotCount(std::exchange(other.m_slotCount, 0))
         , m_count(std::exchange(other.m_count, 0))
     {}
@@ -54,7 +56,7 @@ public:
         std::swap(m_count, taken.m_count);
         return *this;
     }
-    ~ProbeTable() = default;
+    ~ProbeTable() { GiveSlots(m_slots, m_slotCount); }
 
     [[nodiscard]] std::size_t Count() const noexcept { return m_count; }
 
@@ -79,7 +81,7 @@ public:
     {
 #if defined(__GNUC__)
         if (m_slotCount != 0)
-            __builtin_prefetch(m_slots.get() + Home(hash));
+            __builtin_prefetch(m_slots + Home(hash));
 #else
         static_cast<void>(hash);
 #endif
@@ -112,7 +114,7 @@ public:
     void Vacate(Slot& taken) noexcept
     {
         assert(!taken.IsFree() && m_count != 0);
-        std::size_t hole = static_cast<std::size_t>(&taken - m_slots.get());
+        std::size_t hole = static_cast<std::size_t>(&taken - m_slots);
         assert(hole < m_slotCount);
         const std::size_t mask = m_slotCount - 1;
         for (std::size_t i = (hole + 1) & mask; !m_slots[i].IsFree(); i = (i + 1) & mask) {
@@ -134,13 +136,13 @@ public:
         constexpr std::size_t kFewest = 16;
         const std::size_t slotCount = std::bit_ceil((std::max)(kFewest, count + count / 2 + 1));
         assert(HasRoomFor(count, slotCount));
-        std::unique_ptr<Slot[]> slots(new Slot[slotCount]); // what throws comes first
-        slots.swap(m_slots);
+        Slot* const slots = std::exchange(m_slots, TakeSlots(slotCount)); // throws before a change
         const std::size_t oldCount = std::exchange(m_slotCount, slotCount);
         for (std::size_t i = 0; i != oldCount; ++i) {
             if (!slots[i].IsFree())
                 FreeSlot(slots[i].Hash()) = std::move(slots[i]);
         }
+        GiveSlots(slots, oldCount);
     }
 
     /// Gives the memory back.
@@ -152,6 +154,21 @@ public:
 private:
     // Nothing may fail half-way through a growth or a removal.
     static_assert(std::is_nothrow_move_assignable_v<Slot>);
+
+    [[nodiscard]] static Slot* TakeSlots(std::size_t count)
+    {
+        static_assert(std::is_nothrow_default_constructible_v<Slot>);
+        Slot* const slots = Allocator().allocate(count);
+        std::uninitialized_value_construct_n(slots, count);
+        return slots;
+    }
+    static void GiveSlots(Slot* slots, std::size_t count) noexcept
+    {
+        if (slots == nullptr)
+            return;
+        std::destroy_n(slots, count);
+        Allocator().deallocate(slots, count);
+    }
 
     [[nodiscard]] static bool HasRoomFor(std::size_t count, std::size_t slotCount) noexcept
     {
@@ -180,7 +197,7 @@ private:
         return m_slots[i];
     }
 
-    std::unique_ptr<Slot[]> m_slots;
+    Slot* m_slots = nullptr;     // owned
     std::size_t m_slotCount = 0; // a power of two, or 0
     std::size_t m_count = 0;     // of the slots that are not free
 };
