@@ -198,6 +198,8 @@ int TakeBuffered([[maybe_unused]] std::FILE* stream, [[maybe_unused]] WChar* uni
     const auto size = static_cast<std::size_t>(stream->_IO_read_end - stream->_IO_read_ptr);
     const std::size_t most = std::min(size / sizeof(WChar), static_cast<std::size_t>(room));
     const std::size_t taken = UnitsOfLine(stream->_IO_read_ptr, most);
+    if (taken == 0)
+        return 0; // a stream that nothing was read from has no buffer, and nothing copies from null
     std::memcpy(units, stream->_IO_read_ptr, taken * sizeof(WChar));
     stream->_IO_read_ptr += taken * sizeof(WChar);
     return static_cast<int>(taken);
