@@ -2,6 +2,7 @@
 
 #include "core/platform/CodePage.h"
 #include "core/platform/SeededHash.h"
+#include "core/platform/UnitBlock.h"
 #include "core/platform/posix/FoldCase.h"
 
 #include <algorithm>
@@ -92,6 +93,25 @@ inline std::basic_string_view<Unit> Trim(std::basic_string_view<Unit> text)
     while (!text.empty() && IsBlank(text.back()))
         text.remove_suffix(1);
     return TrimLeft(text);
+}
+
+// How many units stand before the next end of a line, or the end of the text.
+std::size_t LineLength(WideView text)
+{
+    std::size_t length = 0;
+    while (text.size() - length >= kBlockUnits) {
+        length += UnitsWithin(text.data() + length, u'\r' + 1, 0xFFFF);
+        if (length == text.size() || IsLineEnd(text[length]))
+            return length;
+        if (text[length] <= u'\r')
+            ++length; // a tab, say
+    }
+    return length + LengthUntil(text.substr(length), IsLineEnd<WChar>);
+}
+
+std::size_t LineLength(std::string_view text)
+{
+    return LengthUntil(text, IsLineEnd<char>);
 }
 
 // A name or a value as callers with 0-ended texts can tell it.
@@ -216,11 +236,13 @@ std::basic_string<Unit> LineEnd()
 } // namespace
 
 template <class Unit>
-IniText<Unit>::IniText(Text text)
+IniText<Unit>::IniText(Text text, std::size_t expectedKeys)
     : m_text(std::move(text))
 {
     assert(m_text.size() <= kMostUnits);
-    Index();
+    m_keys.reserve(expectedKeys);
+    m_keyIndex.Reserve(expectedKeys);
+    IndexFrom(0);
 }
 
 template <class Unit>
@@ -355,7 +377,7 @@ auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
 {
     assert(begin <= m_text.size());
     Line line;
-    line.end = begin + LengthUntil(View(m_text).substr(begin), IsLineEnd<Unit>);
+    line.end = begin + LineLength(View(m_text).substr(begin));
     const View end = View(m_text).substr(line.end, 2);
     const bool isPair = end.size() == 2 && end[0] == Unit('\r') && end[1] == Unit('\n');
     line.next = line.end + (isPair ? 2 : std::min<std::size_t>(end.size(), 1));
@@ -370,8 +392,10 @@ auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
         line.kind = EKind::Comment;
     } else {
         line.kind = EKind::Key;
-        const std::size_t equals = text.find(Unit('='));
-        line.name = TrimName(text.substr(0, equals));
+        const std::size_t nameEnd =
+            LengthUntil(text, [](Unit unit) { return unit == Unit('=') || unit == Unit(0); });
+        line.name = Trim(text.substr(0, nameEnd));
+        const std::size_t equals = text.find(Unit('='), nameEnd);
         if (equals != View::npos)
             line.value = text.substr(equals + 1);
     }

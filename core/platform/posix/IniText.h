@@ -40,9 +40,11 @@ public:
     /// What `text` may have at most.
     static constexpr std::size_t kMostUnits = 0x7FFFFFFF;
 
-    explicit IniText(Text text);
+    /// `expectedKeys` is what memory is taken for at once; there may be more or less.
+    explicit IniText(Text text, std::size_t expectedKeys = 0);
 
     [[nodiscard]] const Text& Whole() const noexcept { return m_text; }
+    [[nodiscard]] std::size_t KeyCount() const noexcept { return m_keys.size(); }
 
     /// The value with its quotes; none when there is no such key, or it has no value.
     [[nodiscard]] std::optional<Value> Find(WideView section, WideView key) const;

@@ -112,7 +112,7 @@ void Put(ProfileFile::Text& text, std::basic_string<Unit> units)
     const auto* const parsed = std::get_if<IniText<Unit>>(&text);
     // As blocks of memory, where the operator of wide texts goes unit by unit.
     if (parsed == nullptr || !std::ranges::equal(parsed->Whole(), units))
-        text.emplace<IniText<Unit>>(std::move(units));
+        text.emplace<IniText<Unit>>(std::move(units), parsed != nullptr ? parsed->KeyCount() : 0);
 }
 
 // A time of its own, finer than the system's ticks: no later change shows the same. Good to give a
