@@ -35,9 +35,28 @@ void RequireSame(const platform::IniText<Unit>& text, const Names& sections, con
     }
 }
 
+// Where somebody else changes it.
+template <class Unit>
+void UpdateText(const std::basic_string<Unit>& before, std::basic_string<Unit> whole,
+                const Names& sections)
+{
+    platform::IniText<Unit> text(before);
+    for (int place = 0; place != 4; ++place) {
+        text.Update(whole);
+        RequireSame(text, sections, u"new");
+        if (whole.empty())
+            break;
+        Unit& unit = whole[whole.size() * 7919 / 7927 * static_cast<std::size_t>(place) / 4];
+        unit = static_cast<Unit>(unit ^ 1);
+    }
+    text.Update(before);
+    RequireSame(text, sections, u"new");
+}
+
 template <class Unit>
 void ChangeText(platform::IniText<Unit> text, const Names& sections, const Names& keys)
 {
+    const std::basic_string<Unit> before = text.Whole();
     for (const WString& section : sections) {
         Names changed;
         changed.Append(section);
@@ -51,6 +70,7 @@ void ChangeText(platform::IniText<Unit> text, const Names& sections, const Names
         }
         RequireSame(text, sections, u"new");
     }
+    UpdateText(before, text.Whole(), sections);
 }
 
 // Of a file that begins with the mark of UTF-16.

@@ -114,6 +114,39 @@ std::size_t LineLength(std::string_view text)
     return LengthUntil(text, IsLineEnd<char>);
 }
 
+// How many units at the front of both are the same: compared as blocks of memory.
+template <class Unit>
+std::size_t SharedFront(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b)
+{
+    constexpr std::size_t block = 256;
+    const std::size_t most = std::min(a.size(), b.size());
+    std::size_t shared = 0;
+    while (most - shared >= block &&
+           std::equal(a.data() + shared, a.data() + shared + block, b.data() + shared))
+        shared += block;
+    while (shared != most && a[shared] == b[shared])
+        ++shared;
+    return shared;
+}
+
+// How many units at the end of both are the same whole lines, behind a line feed.
+template <class Unit>
+std::size_t SharedLines(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b)
+{
+    constexpr std::size_t block = 256;
+    const Unit *const endOfA = a.data() + a.size(), *const endOfB = b.data() + b.size();
+    const std::size_t most = std::min(a.size(), b.size());
+    std::size_t shared = 0;
+    while (most - shared >= block &&
+           std::equal(endOfA - shared - block, endOfA - shared, endOfB - shared - block))
+        shared += block;
+    while (shared != most && endOfA[-1 - static_cast<std::ptrdiff_t>(shared)] ==
+                                 endOfB[-1 - static_cast<std::ptrdiff_t>(shared)])
+        ++shared;
+    const std::size_t feed = a.find(Unit('\n'), a.size() - shared);
+    return feed != a.npos ? a.size() - feed - 1 : 0;
+}
+
 // A name or a value as callers with 0-ended texts can tell it.
 template <class Unit>
 std::basic_string_view<Unit> TrimName(std::basic_string_view<Unit> text)
@@ -236,13 +269,63 @@ std::basic_string<Unit> LineEnd()
 } // namespace
 
 template <class Unit>
-IniText<Unit>::IniText(Text text, std::size_t expectedKeys)
+IniText<Unit>::IniText(Text text)
     : m_text(std::move(text))
 {
     assert(m_text.size() <= kMostUnits);
-    m_keys.reserve(expectedKeys);
-    m_keyIndex.Reserve(expectedKeys);
     IndexFrom(0);
+}
+
+template <class Unit>
+void IniText<Unit>::Update(Text text)
+{
+    assert(text.size() <= kMostUnits);
+    const View before = m_text, after = text;
+    // Behind a line feed, which ends a line whatever stands around it; 0 where there is none.
+    const std::size_t begin = before.substr(0, SharedFront(before, after)).rfind(Unit('\n')) + 1;
+    const std::size_t tail = SharedLines(before.substr(begin), after.substr(begin));
+    const std::size_t end = before.size() - tail;
+    const auto moves = Moves(after, begin, end, after.size() - tail);
+    if (!moves) {
+        *this = IniText(std::move(text));
+        return;
+    }
+    const auto growth = static_cast<std::uint32_t>(after.size() - before.size()); // modulo 2^32
+    for (std::uint32_t& section : m_sections) {
+        if (section >= end)
+            section += growth;
+    }
+    for (Key& key : m_keys) {
+        if (key.begin >= end)
+            key.begin += growth;
+        else if (key.begin >= begin)
+            key = std::ranges::lower_bound(*moves, key.begin, {}, &Moved::from)->to;
+    }
+    m_text = std::move(text);
+    m_kept = 0;
+}
+
+template <class Unit>
+auto IniText<Unit>::Moves(View text, std::size_t begin, std::size_t end, std::size_t newEnd) const
+    -> std::optional<std::vector<Moved>>
+{
+    std::vector<Moved> moves;
+    std::size_t newBegin = begin;
+    while (begin < end && newBegin < newEnd) {
+        const Line line = LineAt(begin), other = LineAt(text, newBegin);
+        if (line.kind != other.kind || line.kind == EKind::Section || line.name != other.name)
+            return std::nullopt;
+        if (line.kind == EKind::Key) {
+            const Unit* const nameEnd = other.name.data() + other.name.size();
+            moves.push_back({.from = static_cast<std::uint32_t>(begin),
+                             .to = {.begin = static_cast<std::uint32_t>(newBegin),
+                                    .nameEnd = static_cast<std::uint32_t>(
+                                        nameEnd - (text.data() + newBegin))}});
+        }
+        begin = line.next;
+        newBegin = other.next;
+    }
+    return begin == end && newBegin == newEnd ? std::optional(std::move(moves)) : std::nullopt;
 }
 
 template <class Unit>
@@ -373,15 +456,15 @@ void IniText<Unit>::IndexFrom(std::size_t begin)
 // asked for. A section's name ends at the last "]", as a name may hold one, and what stands behind
 // it counts as a remark.
 template <class Unit>
-auto IniText<Unit>::LineAt(std::size_t begin) const noexcept -> Line
+auto IniText<Unit>::LineAt(View whole, std::size_t begin) noexcept -> Line
 {
-    assert(begin <= m_text.size());
+    assert(begin <= whole.size());
     Line line;
-    line.end = begin + LineLength(View(m_text).substr(begin));
-    const View end = View(m_text).substr(line.end, 2);
+    line.end = begin + LineLength(whole.substr(begin));
+    const View end = whole.substr(line.end, 2);
     const bool isPair = end.size() == 2 && end[0] == Unit('\r') && end[1] == Unit('\n');
     line.next = line.end + (isPair ? 2 : std::min<std::size_t>(end.size(), 1));
-    const View text = Trim(View(m_text).substr(begin, line.end - begin));
+    const View text = Trim(whole.substr(begin, line.end - begin));
     if (text.empty() || text.front() == Unit(0))
         return line;
     const std::size_t close = text.front() == Unit('[') ? text.rfind(Unit(']')) : View::npos;

@@ -40,11 +40,13 @@ public:
     /// What `text` may have at most.
     static constexpr std::size_t kMostUnits = 0x7FFFFFFF;
 
-    /// `expectedKeys` is what memory is taken for at once; there may be more or less.
-    explicit IniText(Text text, std::size_t expectedKeys = 0);
+    explicit IniText(Text text);
+
+    /// Takes another text in place of the whole. What is found where stays in the index as far as
+    /// lines have the names that they had: so after a change of values nothing is indexed again.
+    void Update(Text text);
 
     [[nodiscard]] const Text& Whole() const noexcept { return m_text; }
-    [[nodiscard]] std::size_t KeyCount() const noexcept { return m_keys.size(); }
 
     /// The value with its quotes; none when there is no such key, or it has no value.
     [[nodiscard]] std::optional<Value> Find(WideView section, WideView key) const;
@@ -90,9 +92,19 @@ private:
     };
 
     void Index();
+    // Where the keys of the lines from `begin` to `end` stand when `text` has these lines up to
+    // `newEnd`; none where their names, or what they are, is not the same.
+    struct Moved {
+        std::uint32_t from;
+        Key to;
+    };
+    [[nodiscard]] std::optional<std::vector<Moved>> Moves(View text, std::size_t begin,
+                                                          std::size_t end,
+                                                          std::size_t newEnd) const;
     // What begins at `begin`, which is in no section that counts.
     void IndexFrom(std::size_t begin);
-    [[nodiscard]] Line LineAt(std::size_t begin) const noexcept;
+    [[nodiscard]] static Line LineAt(View text, std::size_t begin) noexcept;
+    [[nodiscard]] Line LineAt(std::size_t begin) const noexcept { return LineAt(m_text, begin); }
     // Of the key's line, to where its name ends: the name alone, but for blanks before it.
     [[nodiscard]] View UpToName(const Key& key) const noexcept;
     [[nodiscard]] std::optional<View> ValueOf(const Key& key) const noexcept;

@@ -105,14 +105,14 @@ bool ReadOn(int file, std::string& bytes, std::size_t size)
     return true;
 }
 
-// What is parsed already is not parsed again: a young file is read for each value.
+// What is indexed already is not indexed again where its lines stay.
 template <class Unit>
 void Put(ProfileFile::Text& text, std::basic_string<Unit> units)
 {
-    const auto* const parsed = std::get_if<IniText<Unit>>(&text);
-    // As blocks of memory, where the operator of wide texts goes unit by unit.
-    if (parsed == nullptr || !std::ranges::equal(parsed->Whole(), units))
-        text.emplace<IniText<Unit>>(std::move(units), parsed != nullptr ? parsed->KeyCount() : 0);
+    if (auto* const indexed = std::get_if<IniText<Unit>>(&text))
+        indexed->Update(std::move(units));
+    else
+        text.emplace<IniText<Unit>>(std::move(units));
 }
 
 // A time of its own, finer than the system's ticks: no later change shows the same. Good to give a

@@ -221,6 +221,39 @@ TEST(PrivateProfileOnLinux, SeesAChangeOfTheSameSizeWhereverItStands)
     }
 }
 
+TEST(PrivateProfileOnLinux, FindsWhatAnotherProgramMadeOfALine)
+{
+    const TemporaryFolder folder;
+    const WString path = folder.Path("p.ini");
+    const std::string before = "[S]\r\na=1\r\nb=2\rc=3\n;d=4\n\n[T]\na=5\nb=6\n";
+    const std::string pieces[] = {"a",   "=",     "7", "\r",      "\n", "\r\n",
+                                  "[S]", "[T]\n", ";", "\nb=8\n", ""};
+    int number = 0;
+    for (std::size_t place = 0; place <= before.size(); ++place) {
+        for (const std::string& piece : pieces) {
+            for (const std::size_t count : {0, 1, 5}) {
+                WriteFileBytes(folder / "p.ini", before);
+                ASSERT_EQ(Read(path, u"T", u"b"), u"6");
+                std::string after = before;
+                after.replace(place, count, piece);
+                if (number % 2 != 0) // there is a second change behind
+                    after.insert(after.size() - 1, "66");
+                WriteFileBytes(folder / "p.ini", after);
+                // One that nobody has read yet.
+                const std::string name = std::to_string(++number) + ".ini";
+                WriteFileBytes(folder / name.c_str(), after);
+                for (const WChar* const section : {u"S", u"T"}) {
+                    for (const WChar* const key : {u"a", u"b", u"c", u"d", u"a7", u"7"})
+                        ASSERT_EQ(Read(path, section, key),
+                                  Read(folder.Path(name.c_str()), section, key))
+                            << testing::PrintToString(after);
+                }
+                fs::remove(folder / name.c_str());
+            }
+        }
+    }
+}
+
 TEST(PrivateProfileOnLinux, WhoForkedMeanwhileHoldsNoLock)
 {
     const TemporaryFolder folder;
