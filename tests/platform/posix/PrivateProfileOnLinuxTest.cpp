@@ -231,7 +231,7 @@ TEST(PrivateProfileOnLinux, FindsWhatAnotherProgramMadeOfALine)
     int number = 0;
     for (std::size_t place = 0; place <= before.size(); ++place) {
         for (const std::string& piece : pieces) {
-            for (const std::size_t count : {0, 1, 5}) {
+            for (const std::size_t count : {0u, 1u, 5u}) {
                 WriteFileBytes(folder / "p.ini", before);
                 ASSERT_EQ(Read(path, u"T", u"b"), u"6");
                 std::string after = before;
