@@ -5,6 +5,8 @@
 #include "core/platform/CodePage.h"
 #include "core/platform/ScanText.h"
 
+#include <algorithm>
+
 // What `BString` has beyond the members of `BText`.
 
 // Not where the code page has characters of several bytes.
@@ -55,7 +57,7 @@ BString BString::FromUtf8(std::string_view text, bool* isWhole)
     const WString wide = WString::FromUtf8(text, isWhole);
     BString narrow = wide.AsString();
     if (isWhole)
-        *isWhole = *isWhole && NText::SameUnits(WString(narrow).AsView(), wide.AsView());
+        *isWhole = *isWhole && std::ranges::equal(WString(narrow).AsView(), wide.AsView());
     return narrow;
 }
 
@@ -75,7 +77,7 @@ std::string BString::AsUtf8(bool* isWhole) const
     const WString wide(*this);
     std::string bytes = wide.AsUtf8(isWhole);
     if (isWhole)
-        *isWhole = *isWhole && NText::SameUnits(wide.AsString().AsView(), AsView());
+        *isWhole = *isWhole && std::ranges::equal(wide.AsString().AsView(), AsView());
     return bytes;
 }
 

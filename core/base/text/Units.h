@@ -4,7 +4,6 @@
 #include "core/platform/CharClass.h"
 #include "core/platform/WChar.h"
 
-#include <cstring>
 #include <string_view>
 
 // What the sections of `BText` ask about texts and single units. A section is the part of `BText`'s
@@ -20,13 +19,6 @@ template <class Char>
 View<Char> Measured(const Char* text) noexcept
 {
     return View<Char>(text, platform::Length(text));
-}
-
-// Not `==`: the standard library takes wide texts unit by unit there.
-template <class Char>
-bool SameUnits(View<Char> a, View<Char> b) noexcept
-{
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(Char)) == 0;
 }
 
 // Whether `predicate` holds for each unit.

@@ -291,6 +291,15 @@ void IniText<Unit>::Update(Text text)
         return;
     }
     const auto growth = static_cast<std::uint32_t>(after.size() - before.size()); // modulo 2^32
+    Shift(begin, end, growth, *moves);
+    m_text = std::move(text);
+    m_kept = 0;
+}
+
+template <class Unit>
+void IniText<Unit>::Shift(std::size_t begin, std::size_t end, std::uint32_t growth,
+                          const std::vector<Moved>& moves) noexcept
+{
     for (std::uint32_t& section : m_sections) {
         if (section >= end)
             section += growth;
@@ -299,10 +308,8 @@ void IniText<Unit>::Update(Text text)
         if (key.begin >= end)
             key.begin += growth;
         else if (key.begin >= begin)
-            key = std::ranges::lower_bound(*moves, key.begin, {}, &Moved::from)->to;
+            key = std::ranges::lower_bound(moves, key.begin, {}, &Moved::from)->to;
     }
-    m_text = std::move(text);
-    m_kept = 0;
 }
 
 template <class Unit>
@@ -662,14 +669,7 @@ void IniText<Unit>::Replace(std::size_t begin, std::size_t count, const Text& by
         return; // nothing stands behind, which lets a profile of many keys be filled in linear time
     const auto end = static_cast<std::uint32_t>(begin + count);
     const auto growth = static_cast<std::uint32_t>(by.size() - count); // modulo 2^32
-    for (std::uint32_t& section : m_sections) {
-        if (section >= end)
-            section += growth;
-    }
-    for (Key& key : m_keys) {
-        if (key.begin >= end)
-            key.begin += growth;
-    }
+    Shift(end, end, growth, {});
 }
 
 // A value may hold line ends, a name what begins a section: such a line changes more than itself.

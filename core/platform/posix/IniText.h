@@ -92,15 +92,18 @@ private:
     };
 
     void Index();
-    // Where the keys of the lines from `begin` to `end` stand when `text` has these lines up to
-    // `newEnd`; none where their names, or what they are, is not the same.
     struct Moved {
-        std::uint32_t from;
+        std::uint32_t from; // where its line began
         Key to;
     };
+    // Where the keys of the lines from `begin` to `end` stand when `text` has these lines up to
+    // `newEnd`; none where their names, or what they are, is not the same.
     [[nodiscard]] std::optional<std::vector<Moved>> Moves(View text, std::size_t begin,
                                                           std::size_t end,
                                                           std::size_t newEnd) const;
+    // What stands from `end` on moves by `growth`, modulo 2^32, and each key between as told.
+    void Shift(std::size_t begin, std::size_t end, std::uint32_t growth,
+               const std::vector<Moved>& moves) noexcept;
     // What begins at `begin`, which is in no section that counts.
     void IndexFrom(std::size_t begin);
     [[nodiscard]] static Line LineAt(View text, std::size_t begin) noexcept;

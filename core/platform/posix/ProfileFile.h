@@ -74,8 +74,8 @@ private:
     enum class EEncoding { Ansi, Utf16Little, Utf16Big };
 
     [[nodiscard]] ELoad Load();
-    /// Whether the file of that status is known to hold the bytes that the text has, and is read
-    /// and parsed in vain: compared piece by piece, it takes no memory.
+    /// Whether the file of that status surely has the bytes of the text, which so need not be read
+    /// again: they are compared piece by piece, without memory.
     [[nodiscard]] bool HoldsText(int file, const struct stat& status) const;
     void Parse(std::string bytes);
     /// The file's content from the unit `from` of the text on, the byte-order mark before the
