@@ -21,16 +21,6 @@ std::uint64_t BKeyTraits<BString>::Hash(const BString& key) noexcept
     return h;
 }
 
-std::uint64_t BKeyTraits<BString>::Seeded(const BString& key) noexcept
-{
-    return platform::SeededHash(key.CStr(), key.Length());
-}
-
-bool BKeyTraits<BString>::Equal(const BString& a, const BString& b) noexcept
-{
-    return a.IsSame(b);
-}
-
 std::uint64_t BKeyTraits<WString>::Hash(const WString& key) noexcept
 {
     std::uint64_t h = 0;
@@ -38,14 +28,4 @@ std::uint64_t BKeyTraits<WString>::Hash(const WString& key) noexcept
     for (const WChar* const end = at + 8; at != end && *at != 0; ++at)
         h = h * 5 + *at;
     return h;
-}
-
-std::uint64_t BKeyTraits<WString>::Seeded(const WString& key) noexcept
-{
-    return platform::SeededHash(key.CStr(), key.Length() * sizeof(WChar));
-}
-
-bool BKeyTraits<WString>::Equal(const WString& a, const WString& b) noexcept
-{
-    return a.IsSame(b);
 }

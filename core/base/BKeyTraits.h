@@ -43,16 +43,22 @@ struct BKeyTraits<K> {
 template <>
 struct QD_CORE_API BKeyTraits<BString> {
     static std::uint64_t Hash(const BString& key) noexcept;
-    static std::uint64_t Seeded(const BString& key) noexcept;
-    static bool Equal(const BString& a, const BString& b) noexcept;
+    static std::uint64_t Seeded(const BString& key) noexcept
+    {
+        return QDSeededHash(key.CStr(), key.Length());
+    }
+    static bool Equal(const BString& a, const BString& b) noexcept { return a.IsSame(b); }
 };
 
 /// Intended: only the first 8 units count for the bucket.
 template <>
 struct QD_CORE_API BKeyTraits<WString> {
     static std::uint64_t Hash(const WString& key) noexcept;
-    static std::uint64_t Seeded(const WString& key) noexcept;
-    static bool Equal(const WString& a, const WString& b) noexcept;
+    static std::uint64_t Seeded(const WString& key) noexcept
+    {
+        return QDSeededHash(key.CStr(), key.Length() * sizeof(WChar));
+    }
+    static bool Equal(const WString& a, const WString& b) noexcept { return a.IsSame(b); }
 };
 
 template <class T>
