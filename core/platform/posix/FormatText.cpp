@@ -6,8 +6,10 @@
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 // `printf` with the conventions of the UCRT, over `<charconv>`.
 //
@@ -52,13 +54,15 @@ constexpr int kMaxHexFraction = 13;
 /// counted, not stored, so that no precision takes memory.
 struct Number {
     Number() = default;
-    Number(const Number&) = delete;
+    Number(const Number&) = delete; // it points into itself
     Number& operator=(const Number&) = delete;
 
     void AddPrefix(char character) noexcept
     {
-        assert(prefixLength < sizeof prefix);
-        prefix[prefixLength++] = character;
+        assert(prefixLength < kMaxPrefix);
+        char* const start = text - prefixLength++;
+        std::copy(start, text, start - 1);
+        text[-1] = character;
     }
     /// Takes what `std::to_chars` wrote to `text`, which has room for any number.
     void Take(std::to_chars_result result) noexcept
@@ -66,7 +70,7 @@ struct Number {
         assert(result.ec == std::errc());
         digits = {text, result.ptr};
     }
-    [[nodiscard]] char* TextEnd() noexcept { return text + sizeof(text); }
+    [[nodiscard]] char* TextEnd() noexcept { return std::end(room); }
     void MakeUpper() noexcept
     {
         // The exponent stands right behind the digits.
@@ -82,14 +86,25 @@ struct Number {
                static_cast<std::int64_t>(prefixLength + digits.size() + exponent.size());
     }
 
-    char prefix[3]; // sign and "0x"
+    [[nodiscard]] std::string_view Prefix() const noexcept
+    {
+        return {text - prefixLength, prefixLength};
+    }
+    /// Whether all its pieces stand one behind the other, from its prefix on.
+    [[nodiscard]] bool IsWhole() const noexcept
+    {
+        return (leadingZeros | trailingZeros) == 0 && !point;
+    }
+
+    static constexpr std::size_t kMaxPrefix = 3; // sign and "0x"
     std::size_t prefixLength = 0;
     std::int64_t leadingZeros = 0;
     std::string_view digits; // in `text`, with a full stop of their own
     bool point = false;      // a full stop that nothing follows
     std::int64_t trailingZeros = 0;
     std::string_view exponent; // in `text`, behind the digits
-    char text[309 + 1 + kMaxFraction + 1];
+    char room[kMaxPrefix + 309 + 1 + kMaxFraction + 1];
+    char* const text = room + kMaxPrefix; // the prefix ends here
 };
 
 /// Takes the text and counts what the buffer has no room for.
@@ -141,25 +156,9 @@ private:
     std::size_t m_length = 0;
 };
 
-/// The arguments of a call, taken one by one. A class, because a `va_list` may be an array, which a
-/// function would take as a pointer.
-class Arguments {
-public:
-    explicit Arguments(std::va_list list) noexcept { va_copy(m_list, list); }
-    ~Arguments() { va_end(m_list); }
-    Arguments(const Arguments&) = delete;
-    Arguments& operator=(const Arguments&) = delete;
-
-    template <typename T>
-    [[nodiscard]] T Next() noexcept
-    {
-        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the constructor copies into it.
-        return va_arg(m_list, T);
-    }
-
-private:
-    std::va_list m_list;
-};
+/// What a parameter of type `std::va_list` is, a pointer where that is an array. It is used without
+/// a copy: that would read at once what `va_start` has just written in parts, and processors wait.
+using ArgumentList = std::decay_t<std::va_list>;
 
 void AddSign(const Spec& spec, bool negative, Number& number) noexcept
 {
@@ -314,7 +313,7 @@ void ConvertInteger(Spec& spec, std::uint64_t magnitude, int base, Number& numbe
 template <typename Char>
 class Formatter {
 public:
-    Formatter(Char* buffer, std::size_t room, const Char* format, std::va_list arguments) noexcept
+    Formatter(Char* buffer, std::size_t room, const Char* format, ArgumentList& arguments) noexcept
         : m_format(format)
         , m_arguments(arguments)
         , m_sink(buffer, room)
@@ -403,12 +402,12 @@ private:
     {
         if (*m_format == '*') {
             ++m_format;
-            count = m_arguments.template Next<int>();
+            count = Next<int>();
             return true;
         }
         for (; *m_format >= '0' && *m_format <= '9'; ++m_format) {
             const int digit = static_cast<int>(*m_format - '0');
-            if (count > (INT_MAX - digit) / 10)
+            if (count >= INT_MAX / 10 && count > (INT_MAX - digit) / 10)
                 return false;
             count = 10 * count + digit;
         }
@@ -505,7 +504,7 @@ private:
     bool PutText(const Spec& spec) noexcept
     {
         static constexpr From kNull[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
-        const From* text = m_arguments.template Next<const From*>();
+        const From* text = Next<const From*>();
         if (text == nullptr)
             text = kNull;
         const std::size_t length = LengthUpTo(text, spec.precision);
@@ -533,7 +532,7 @@ private:
 
     bool PutCharacter(const Spec& spec) noexcept
     {
-        const int argument = m_arguments.template Next<int>();
+        const int argument = Next<int>();
         const WChar unit =
             IsWide(spec) ? static_cast<WChar>(argument) : static_cast<unsigned char>(argument);
         // Intended: a character that the text cannot have leaves no field, not even an empty one.
@@ -571,34 +570,40 @@ private:
         return PutUnsigned(spec, 16);
     }
 
+    template <typename T>
+    [[nodiscard]] T Next() noexcept
+    {
+        return va_arg(m_arguments, T);
+    }
+
     // What is smaller than an int comes as one and is cut here.
     std::int64_t NextSigned(ESize size) noexcept
     {
         switch (size) {
-        case ESize::Char: return static_cast<signed char>(m_arguments.template Next<int>());
-        case ESize::Short: return static_cast<short>(m_arguments.template Next<int>());
-        case ESize::Long: return m_arguments.template Next<long>();
-        case ESize::Int64: return m_arguments.template Next<long long>();
-        default: return m_arguments.template Next<int>();
+        case ESize::Char: return static_cast<signed char>(Next<int>());
+        case ESize::Short: return static_cast<short>(Next<int>());
+        case ESize::Long: return Next<long>();
+        case ESize::Int64: return Next<long long>();
+        default: return Next<int>();
         }
     }
 
     std::uint64_t NextUnsigned(ESize size) noexcept
     {
         switch (size) {
-        case ESize::Char: return static_cast<unsigned char>(m_arguments.template Next<int>());
-        case ESize::Short: return static_cast<unsigned short>(m_arguments.template Next<int>());
-        case ESize::Long: return m_arguments.template Next<unsigned long>();
-        case ESize::Int64: return m_arguments.template Next<unsigned long long>();
-        default: return m_arguments.template Next<unsigned int>();
+        case ESize::Char: return static_cast<unsigned char>(Next<int>());
+        case ESize::Short: return static_cast<unsigned short>(Next<int>());
+        case ESize::Long: return Next<unsigned long>();
+        case ESize::Int64: return Next<unsigned long long>();
+        default: return Next<unsigned int>();
         }
     }
 
     bool PutFloat(Spec& spec) noexcept
     {
         const double value = spec.size == ESize::LongDouble
-                                 ? static_cast<double>(m_arguments.template Next<long double>())
-                                 : m_arguments.template Next<double>();
+                                 ? static_cast<double>(Next<long double>())
+                                 : Next<double>();
         Number number;
         ConvertFloat(spec, value, number);
         return PutNumber(spec, number);
@@ -607,7 +612,11 @@ private:
     bool PutNumber(const Spec& spec, const Number& number) noexcept
     {
         const std::int64_t length = number.Length();
-        OpenField(spec, {number.prefix, number.prefixLength}, length);
+        if (spec.width <= length && number.IsWhole()) { // as most are
+            m_sink.Append(number.Prefix().data(), static_cast<std::size_t>(length));
+            return true;
+        }
+        OpenField(spec, number.Prefix(), length);
         m_sink.Fill('0', number.leadingZeros);
         m_sink.Append(number.digits);
         m_sink.Fill('.', number.point ? 1 : 0);
@@ -633,7 +642,7 @@ private:
     }
 
     const Char* m_format; // the rest
-    Arguments m_arguments;
+    ArgumentList& m_arguments;
     Sink<Char> m_sink;
 };
 
