@@ -55,29 +55,19 @@ def choose(known, part):
         yield from sorted(found, key=lambda b: (sizes.index(b.size), b.peer))
 
 
-def run(benchmark, is_close=False):
-    """The figures of one process, times in nanoseconds: "time" and "peak" an item, the others of all items. Of
-    what is close it measures five times a fifth as long, and the least counts: many a slow moment is shorter
-    than a process. What is measured once a process, as a load into a fresh heap, stays so."""
-    lengths = ["--benchmark_min_time=0.05"]
-    if is_close and "/iterations:" not in benchmark.name:
-        lengths = ["--benchmark_min_time=0.01", "--benchmark_repetitions=5"]
+def run(benchmark):
+    """The figures of one process, times in nanoseconds: "time" and "peak" an item, the others of all items."""
     # A folder of its own, too: a registry that others filled would be another one.
     with tempfile.TemporaryDirectory() as scratch:
         settings = {"TMPDIR": scratch, "QD_REGISTRY": f"{scratch}/registry"}
         done = subprocess.run(
             [benchmark.program, f"--benchmark_filter=^{re.escape(benchmark.name)}$", "--benchmark_format=json",
-             *lengths], capture_output=True, text=True, env=os.environ | settings)
+             "--benchmark_min_time=0.05"], capture_output=True, text=True, env=os.environ | settings)
     if done.returncode != 0:
         raise RuntimeError(f"{benchmark.name} failed: {done.stderr[-500:]}")
-    measured = [one for one in json.loads(done.stdout)["benchmarks"] if one["run_type"] == "iteration"]
-    for one in measured:
-        if one.get("error_occurred"):
-            raise RuntimeError(f"{benchmark.name} failed: {one['error_message']}")
-    return min(map(figures_of, measured), key=lambda figures: figures["time"])
-
-
-def figures_of(found):
+    [found] = json.loads(done.stdout)["benchmarks"]
+    if found.get("error_occurred"):
+        raise RuntimeError(f"{benchmark.name} failed: {found['error_message']}")
     used = found["cpu_time"] * SCALES[found["time_unit"]]
     rate = found.get("items_per_second") or found.get("bytes_per_second") or 1e9 / used
     return {"time": 1e9 / rate, "peak": found.get("peak"), "kernel": found.get("kernel", 0) * 1e9, "used": used,
@@ -94,26 +84,14 @@ def in_turn(chosen, number):
 
 
 def measure(chosen, rounds):
-    """{benchmark: figures of each round}, and what failed. Where times stand within a quarter of what they
-    are to reach, on either side, twice as many rounds follow: a slow moment would decide there."""
-    figures, failures = measure_once(chosen, rounds)
-    close = set(itertools.chain.from_iterable(close_calls(job, figures) for jobs in SECTIONS.values() for job in jobs))
-    if not failures and close:
-        more, failures = measure_once([benchmark for benchmark in chosen if benchmark in close], 2 * rounds,
-                                      is_close=True)
-        for benchmark, runs in more.items():
-            figures[benchmark] += runs
-    return figures, failures
-
-
-def measure_once(chosen, rounds, is_close=False):
+    """{benchmark: figures of each round}, and what failed."""
     figures, failures = {benchmark: [] for benchmark in chosen}, []
     for number in range(rounds):
         for index, benchmark in enumerate(in_turn(chosen, number)):
             print(f"\r\033[Kround {number + 1} of {rounds}, {index + 1} of {len(chosen)}: {benchmark.name}",
                   end="", file=sys.stderr, flush=True)
             try:
-                figures[benchmark].append(run(benchmark, is_close))
+                figures[benchmark].append(run(benchmark))
             except RuntimeError as error:
                 failures.append(str(error))
     print(file=sys.stderr)
@@ -174,15 +152,6 @@ def goal(reach, index):
     return reach[index % len(reach)] if isinstance(reach, list) else reach
 
 
-def close_calls(job, figures):
-    """The benchmarks, ours and the peers', of the sizes where a quarter decides."""
-    for index, ours in enumerate(of_job(job, figures)):
-        reach, peers = goal(job.reach, index), peers_of(ours, figures)
-        times = {b.peer: least(figures, b) for b in peers}
-        if reach and len({is_missed(reach, least(figures, ours) * factor, times) for factor in (0.75, 1.25)}) > 1:
-            yield from [ours, *peers]
-
-
 def rows_of(job, figures):
     sizes = of_job(job, figures)
     told = [figures[b][0]["label"] or text for b, text in zip(sizes, size_texts([b.size for b in sizes]))]
@@ -210,8 +179,7 @@ def machine(folder, rounds):
     versions = ((what, output(folder, "dpkg-query", "-W", "-f=${Version}", package))
                 for what, package in PACKAGES.items())
     return [f"- {datetime.date.today()}, state {output(folder, 'git', 'rev-parse', '--short', 'HEAD')}, "
-            f"the least of {rounds} rounds, of {3 * rounds} within a quarter of what is to be reached; load at the end "
-            f"{os.getloadavg()[0]:.1f}",
+            f"the least of {rounds} rounds; load at the end {os.getloadavg()[0]:.1f}",
             f"- {os.cpu_count()} cores, {memory:.0f} GiB, {platform.system()} {platform.release()}",
             f"- {output(folder, compiler, '--version').splitlines()[0]}, "
             + ", ".join(f"{what} {version}" for what, version in versions if version)]
@@ -245,7 +213,7 @@ def main():
     options.add_argument("filter", nargs="?", default="", help="part of a benchmark's name; then nothing is written")
     options.add_argument("--programs", type=pathlib.Path, default=ROOT / "build/linux-bench/bin")
     options.add_argument("--out", type=pathlib.Path, default=ROOT / "docs/performance.md")
-    options.add_argument("--rounds", type=int, default=5)
+    options.add_argument("--rounds", type=int, default=8)
     options.add_argument("--large", action="store_true", help="also trees of 10,000,000 nodes")
     asked = options.parse_args()
     if asked.large:
