@@ -6,10 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <clocale>
 #include <cmath>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdlib>
 #include <limits>
 #include <string>
@@ -47,7 +49,7 @@ std::int64_t Measure(Char* buffer, std::size_t room, const Char* format, ...)
     return length;
 }
 
-// What a format of either width makes of its arguments.
+// What a format of either width makes of its arguments, where room for all of it lacks, too.
 template <typename Char, typename... Arguments>
 std::string Text(const Char* format, Arguments... arguments)
 {
@@ -56,7 +58,18 @@ std::string Text(const Char* format, Arguments... arguments)
     if (length < 0 || length >= static_cast<std::int64_t>(kRoom))
         return "length " + std::to_string(length);
     const auto count = static_cast<std::size_t>(length);
-    return Shown(buffer, count) + (buffer[count] == 0 ? "" : " and no terminator");
+    const std::string shown =
+        Shown(buffer, count) + (buffer[count] == 0 ? "" : " and no terminator");
+    for (const std::size_t room : {count, count / 2}) {
+        constexpr Char behind = 0x7E;
+        std::fill(buffer, buffer + kRoom, behind);
+        const std::int64_t again = Measure(buffer, room, format, arguments...);
+        if (again != length || std::count(buffer + room, buffer + kRoom, behind) !=
+                                   static_cast<std::ptrdiff_t>(kRoom - room))
+            return shown + ", but " + std::to_string(again) + " with room for " +
+                   std::to_string(room);
+    }
+    return shown;
 }
 
 const std::string kFailure = "length -1";
@@ -105,7 +118,10 @@ TEST(FormatText, WritesFloatingPointNumbers)
         {"%g", 0.0001, "0.0001"}, {"%g", 999999.5, "1e+06"}, {"%G", 5e-324, "4.94066E-324"},
         {"%.15g", 0.1, "0.1"}, {"%.17g", 0.1, "0.10000000000000001"}, {"%.0g", 25, "2e+01"},
         {"%#3.0f", 3, " 3."}, {"%#.0e", 3, "3.e+00"}, {"%#g", 100000, "100000."},
-        {"%#g", 1e-5, "1.00000e-05"}, {"%#.3g", 0, "0.00"}, {"%a", 1, "0x1.0000000000000p+0"},
+        {"%#g", 1e-5, "1.00000e-05"}, {"%#.3g", 0, "0.00"}, {"%#.3g", 999.5, "1.00e+03"},
+        {"%#.3g", 1e-4, "0.000100"}, {"%.1a", 1.03125, "0x1.0p+0"}, {"%.1a", 1.09375, "0x1.2p+0"},
+        {"%+09.2f", 3.14159, "+00003.14"}, {"%-9.1e|", -1.25, "-1.2e+00 |"},
+        {"%a", 1, "0x1.0000000000000p+0"},
         {"%A", -0.1, "-0X1.999999999999AP-4"}, {"%a", 5e-324, "0x0.0000000000001p-1022"},
         {"%.0a", 1.5, "0x2p+0"}, {"%.2a", 1.998046875, "0x2.00p+0"}, {"%#.0a", 0, "0x0.p+0"},
         {"%g", kInfinity, "inf"}, {"%F", -kInfinity, "-INF"}, {"%08g", kInfinity, "     inf"},
@@ -131,8 +147,8 @@ TEST(FormatText, WritesTextsOfEitherWidth)
               "   <e4>b|<e4>b   |000<e4>b||");
     EXPECT_EQ(Text(QD_W("%s %S %.3s %010s"), nullptr, nullptr, nullptr, nullptr),
               "(null) (null) (nu 0000(null)");
-    EXPECT_EQ(Text(QD_W("%c%C%hc%lc%3c|%c"), 0x20AC, 0xE9, 0xE9, 0x20AC, 'x', 0),
-              "<20ac><e9><e9><20ac>  x|<0>");
+    EXPECT_EQ(Text(QD_W("%c%C%hc%lc%3c|%-3c|%c"), 0x20AC, 0xE9, 0x1E9, 0x20AC, 'x', 'y', 0),
+              "<20ac><e9><e9><20ac>  x|y  |<0>");
     EXPECT_EQ(Text("%s %S %ls %hs", narrow, latin, latin, narrow),
               "<80><e9>z <e4>b <e4>b <80><e9>z");
     EXPECT_EQ(Text("%c%C%lc|%C|%3c", 0xE9, 0xE9, 'x', 0x20AC, 'y'), "<e9><e9>x||  y");
@@ -212,6 +228,7 @@ TEST(FormatText, MeasuresGreatWidthsAndPrecisionsWithoutWritingThem)
     EXPECT_EQ(length("%.2147483647g", 0.5), 3);
     EXPECT_EQ(length("%#.2147483647g", 0.0001), -1);
     EXPECT_EQ(length("%.2147483640a", 1.0), INT_MAX);
+    EXPECT_EQ(length("%.*a", INT_MIN, 1.0), 20);
     EXPECT_EQ(length("%2147483647d%d", 5, 5), -1);
     EXPECT_EQ(length("%2147483648d", 5), -1);
     EXPECT_EQ(length("%.99999999999d", 5), -1);

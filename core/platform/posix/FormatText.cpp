@@ -60,22 +60,24 @@ struct Number {
     void AddPrefix(char character) noexcept
     {
         assert(prefixLength < kMaxPrefix);
-        char* const start = text - prefixLength++;
-        std::copy(start, text, start - 1);
-        text[-1] = character;
+        char* const start = Text() - prefixLength++;
+        std::copy(start, Text(), start - 1);
+        Text()[-1] = character;
     }
-    /// Takes what `std::to_chars` wrote to `text`, which has room for any number.
+    /// Where the digits begin, behind the prefix; room for those of any number.
+    [[nodiscard]] char* Text() noexcept { return room + kMaxPrefix; }
+    [[nodiscard]] char* TextEnd() noexcept { return std::end(room); }
+    /// Takes what `std::to_chars` wrote to `Text()`.
     void Take(std::to_chars_result result) noexcept
     {
         assert(result.ec == std::errc());
-        digits = {text, result.ptr};
+        digits = {Text(), result.ptr};
     }
-    [[nodiscard]] char* TextEnd() noexcept { return std::end(room); }
     void MakeUpper() noexcept
     {
         // The exponent stands right behind the digits.
-        char* const end = text + digits.size() + exponent.size();
-        std::transform(text, end, text, [](char c) {
+        char* const end = Text() + digits.size() + exponent.size();
+        std::transform(Text(), end, Text(), [](char c) {
             return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
         });
     }
@@ -88,23 +90,22 @@ struct Number {
 
     [[nodiscard]] std::string_view Prefix() const noexcept
     {
-        return {text - prefixLength, prefixLength};
+        return {room + kMaxPrefix - prefixLength, prefixLength};
     }
-    /// Whether all its pieces stand one behind the other, from its prefix on.
+    /// Whether nothing stands between its pieces: they are one text from its prefix on.
     [[nodiscard]] bool IsWhole() const noexcept
     {
-        return (leadingZeros | trailingZeros) == 0 && !point;
+        return leadingZeros == 0 && trailingZeros == 0 && !point;
     }
 
     static constexpr std::size_t kMaxPrefix = 3; // sign and "0x"
     std::size_t prefixLength = 0;
     std::int64_t leadingZeros = 0;
-    std::string_view digits; // in `text`, with a full stop of their own
+    std::string_view digits; // in `room`, with a full stop of their own
     bool point = false;      // a full stop that nothing follows
     std::int64_t trailingZeros = 0;
-    std::string_view exponent; // in `text`, behind the digits
+    std::string_view exponent; // in `room`, behind the digits
     char room[kMaxPrefix + 309 + 1 + kMaxFraction + 1];
-    char* const text = room + kMaxPrefix; // the prefix ends here
 };
 
 /// Takes the text and counts what the buffer has no room for.
@@ -189,7 +190,7 @@ void ConvertFixed(double value, std::int64_t precision, bool alternate, Number& 
     // Behind its last digit a double has zeros alone, which are counted.
     const int exact = static_cast<int>(std::min<std::int64_t>(precision, kMaxFraction));
     number.Take(
-        std::to_chars(number.text, number.TextEnd(), value, std::chars_format::fixed, exact));
+        std::to_chars(number.Text(), number.TextEnd(), value, std::chars_format::fixed, exact));
     number.point = alternate && precision == 0;
     number.trailingZeros = precision - exact;
 }
@@ -197,8 +198,8 @@ void ConvertFixed(double value, std::int64_t precision, bool alternate, Number& 
 void ConvertScientific(double value, int precision, bool alternate, Number& number) noexcept
 {
     const int exact = std::min(precision, kMaxSignificant - 1);
-    number.Take(
-        std::to_chars(number.text, number.TextEnd(), value, std::chars_format::scientific, exact));
+    number.Take(std::to_chars(number.Text(), number.TextEnd(), value, std::chars_format::scientific,
+                              exact));
     const std::size_t length = number.digits.find('e');
     number.exponent = number.digits.substr(length);
     number.digits = number.digits.substr(0, length);
@@ -210,7 +211,8 @@ void ConvertGeneral(double value, int precision, bool alternate, Number& number)
 {
     const int significant = std::max(precision, 1);
     if (!alternate) {
-        number.Take(std::to_chars(number.text, number.TextEnd(), value, std::chars_format::general,
+        number.Take(std::to_chars(number.Text(), number.TextEnd(), value,
+                                  std::chars_format::general,
                                   std::min(significant, kMaxSignificant)));
         return;
     }
@@ -245,15 +247,15 @@ void ConvertHex(double value, int precision, bool alternate, Number& number) noe
         const std::uint64_t odd = mantissa >> dropped & 1;
         mantissa = (mantissa + (1ULL << (dropped - 1)) - 1 + odd) >> dropped;
     }
-    char* end = number.text;
+    char* end = number.Text();
     for (int digit = shown; digit >= 0; --digit) {
         *end++ = "0123456789abcdef"[mantissa >> (4 * digit) & 15];
         if (digit == shown && shown > 0)
             *end++ = '.';
     }
-    number.digits = {number.text, end};
+    number.digits = {number.Text(), end};
     number.point = alternate && precision == 0;
-    number.trailingZeros = std::max(precision - shown, 0);
+    number.trailingZeros = std::max(precision, shown) - shown;
 
     const char* const exponentStart = end;
     *end++ = 'p';
@@ -270,8 +272,8 @@ void ConvertFloat(Spec& spec, double value, Number& number) noexcept
     const int precision = spec.precision < 0 ? 6 : spec.precision;
     if (!std::isfinite(value)) {
         const std::string_view name = SpecialName(value);
-        name.copy(number.text, name.size());
-        number.digits = {number.text, name.size()};
+        name.copy(number.Text(), name.size());
+        number.digits = {number.Text(), name.size()};
         spec.zeros = false; // blanks pad a name
     } else if (spec.conversion == 'f' || spec.conversion == 'F') {
         ConvertFixed(magnitude, precision, spec.alternate, number);
@@ -293,7 +295,7 @@ void ConvertFloat(Spec& spec, double value, Number& number) noexcept
 void ConvertInteger(Spec& spec, std::uint64_t magnitude, int base, Number& number) noexcept
 {
     if (magnitude != 0 || spec.precision != 0)
-        number.Take(std::to_chars(number.text, number.TextEnd(), magnitude, base));
+        number.Take(std::to_chars(number.Text(), number.TextEnd(), magnitude, base));
     if (spec.IsUpper())
         number.MakeUpper();
     if (spec.precision >= 0)
@@ -405,12 +407,13 @@ private:
             count = Next<int>();
             return true;
         }
+        std::int64_t number = 0;
         for (; *m_format >= '0' && *m_format <= '9'; ++m_format) {
-            const int digit = static_cast<int>(*m_format - '0');
-            if (count >= INT_MAX / 10 && count > (INT_MAX - digit) / 10)
+            number = 10 * number + (*m_format - '0');
+            if (number > INT_MAX)
                 return false;
-            count = 10 * count + digit;
         }
+        count = static_cast<int>(number);
         return true;
     }
 

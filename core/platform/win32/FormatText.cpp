@@ -42,7 +42,8 @@ public:
     FailureWatch(const FailureWatch&) = delete;
     FailureWatch& operator=(const FailureWatch&) = delete;
 
-    [[nodiscard]] bool Failed() const noexcept { return errno != 0; }
+    // A character that a narrow text cannot have leaves its mark, too, and the text goes on.
+    [[nodiscard]] bool Failed() const noexcept { return errno != 0 && errno != EILSEQ; }
 
 private:
     InvalidParametersFail m_invalidParametersFail;
