@@ -8,6 +8,7 @@ benchmark that got a wrong result stops or says so, and then the comparison fail
 """
 
 import argparse
+import collections
 import datetime
 import itertools
 import json
@@ -19,6 +20,7 @@ import re
 import subprocess
 import sys
 import tempfile
+import time
 from typing import NamedTuple
 
 from jobs import PACKAGES, SECTIONS
@@ -26,6 +28,8 @@ from jobs import PACKAGES, SECTIONS
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 NAME = re.compile(r"(BM_[^_/]+)(?:_([^/]+))?((?:/[^/]+)*?)(?:/iterations:1|/min_time:[^/]+|/real_time)*")
 SCALES = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+FEWEST_ROUNDS = 4
+SECONDS = 8  # that further rounds of a job and size may take
 
 
 class Benchmark(NamedTuple):
@@ -74,26 +78,26 @@ def run(benchmark):
             "label": found.get("label")}
 
 
-def in_turn(chosen, number):
-    """In another order each round: who is the first of a job and size pays for memory that was left cold,
-    and would be ours each time."""
-    for _, group in itertools.groupby(chosen, key=lambda benchmark: (benchmark.job, benchmark.size)):
-        members = list(group)
-        first = number % len(members)
-        yield from members[first:] + members[:first]
-
-
 def measure(chosen, rounds):
-    """{benchmark: figures of each round}, and what failed."""
-    figures, failures = {benchmark: [] for benchmark in chosen}, []
+    """{benchmark: figures of each round}, and what failed. A job and size that is quick takes part in more
+    rounds: the least of few would be what the neighbours left of the machine. Each round begins with another of
+    its benchmarks: who is the first pays for memory that was left cold, and would be ours each time."""
+    figures, failures, spent = {benchmark: [] for benchmark in chosen}, [], collections.Counter()
     for number in range(rounds):
-        for index, benchmark in enumerate(in_turn(chosen, number)):
-            print(f"\r\033[Kround {number + 1} of {rounds}, {index + 1} of {len(chosen)}: {benchmark.name}",
-                  end="", file=sys.stderr, flush=True)
-            try:
-                figures[benchmark].append(run(benchmark))
-            except RuntimeError as error:
-                failures.append(str(error))
+        for job, group in itertools.groupby(chosen, key=lambda benchmark: (benchmark.job, benchmark.size)):
+            if number >= FEWEST_ROUNDS and spent[job] > SECONDS:
+                continue
+            members = list(group)
+            first = number % len(members)
+            start = time.monotonic()
+            for benchmark in members[first:] + members[:first]:
+                print(f"\r\033[Kround {number + 1} of {rounds}: {benchmark.name}",
+                      end="", file=sys.stderr, flush=True)
+                try:
+                    figures[benchmark].append(run(benchmark))
+                except RuntimeError as error:
+                    failures.append(str(error))
+            spent[job] += time.monotonic() - start
     print(file=sys.stderr)
     return {benchmark: runs for benchmark, runs in figures.items() if runs}, failures
 
@@ -179,7 +183,8 @@ def machine(folder, rounds):
     versions = ((what, output(folder, "dpkg-query", "-W", "-f=${Version}", package))
                 for what, package in PACKAGES.items())
     return [f"- {datetime.date.today()}, state {output(folder, 'git', 'rev-parse', '--short', 'HEAD')}, "
-            f"the least of {rounds} rounds; load at the end {os.getloadavg()[0]:.1f}",
+            f"the least of {FEWEST_ROUNDS} rounds and of up to {rounds} in {SECONDS} seconds a job and size; "
+            f"load at the end {os.getloadavg()[0]:.1f}",
             f"- {os.cpu_count()} cores, {memory:.0f} GiB, {platform.system()} {platform.release()}",
             f"- {output(folder, compiler, '--version').splitlines()[0]}, "
             + ", ".join(f"{what} {version}" for what, version in versions if version)]
@@ -213,7 +218,7 @@ def main():
     options.add_argument("filter", nargs="?", default="", help="part of a benchmark's name; then nothing is written")
     options.add_argument("--programs", type=pathlib.Path, default=ROOT / "build/linux-bench/bin")
     options.add_argument("--out", type=pathlib.Path, default=ROOT / "docs/performance.md")
-    options.add_argument("--rounds", type=int, default=8)
+    options.add_argument("--rounds", type=int, default=32, help="at most")
     options.add_argument("--large", action="store_true", help="also trees of 10,000,000 nodes")
     asked = options.parse_args()
     if asked.large:
