@@ -139,10 +139,11 @@ Database OpenDatabase(const std::string& location)
         return nullptr;
     ShareRights(location);
     Database database = sqlite::Open(location.c_str());
+    // A write takes the whole page of its value, and most values are short: so pages are small.
     // The file is the user's, but what stands in it need not be: nothing of it is executed, and a
     // damaged page is noticed where it is read.
     const bool isReady = database &&
-                         Execute(database.get(), "PRAGMA page_size = 2048;"
+                         Execute(database.get(), "PRAGMA page_size = 1024;"
                                                  "PRAGMA encoding = 'UTF-16le';"
                                                  "PRAGMA trusted_schema = OFF;"
                                                  "PRAGMA cell_size_check = ON") &&
