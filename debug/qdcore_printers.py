@@ -193,7 +193,7 @@ class EntriesPrinter:
 
 class DictionaryPrinter(EntriesPrinter):
     def count(self):
-        return int(self.value["m_slots"]["m_count"])
+        return int(self.value["m_index"]["m_count"])
 
     def items(self):
         if self.count() == 0:

@@ -2,6 +2,7 @@
 
 #include "core/base/BSmartObj.h"
 
+#include <bit>
 #include <cassert>
 #include <utility>
 
@@ -36,6 +37,14 @@ std::uint32_t HashOfAddress(const void* pointer) noexcept
     return static_cast<std::uint32_t>(group + ((address >> 4) & 0xF));
 }
 
+// Numbers in a row stand side by side, too, a line of the cache full.
+std::uint32_t HashOfPage(std::uint32_t number) noexcept
+{
+    constexpr std::uint32_t side = 8;
+    const std::uint32_t line = std::rotl(number / side * 0x9E3779B1u, 16);
+    return line * side + number % side;
+}
+
 } // namespace
 
 PointerMap::Found PointerMap::FindOrAdd(const BSmartObj& object)
@@ -58,13 +67,12 @@ PointerMap::Found PointerMap::FindOrAddAddress(const void* pointer)
     assert(pointer != nullptr);
     if (!m_goesByAddress)
         GoByAddress();
-    const std::uint32_t hash = HashOfAddress(pointer);
-    AddressSlot& slot = SlotOf(m_addresses, pointer, hash);
-    if (!slot.IsFree())
-        return {&m_entries[slot.place - 1], slot.place - 1};
+    const auto slot = SlotOf(m_addresses, pointer);
+    if (!slot.isFree)
+        return {&m_entries[*slot.entry - 1], *slot.entry - 1};
     const Found added = Append(pointer);
     if (added.entry != nullptr)
-        m_addresses.Fill(slot, {added.number + 1, hash});
+        m_addresses.Fill(slot, added.number + 1);
     return added;
 }
 
@@ -72,7 +80,7 @@ PointerMap::Found PointerMap::FindOrAddAddress(const void* pointer)
 std::uint32_t* PointerMap::PlaceOf(std::uint32_t id)
 {
     const std::uint32_t number = id / kPageIds;
-    Recent& recent = m_recent[number % kRecent];
+    PageEntry& recent = m_recent[number % kRecent];
     if (recent.number != number || recent.page == 0)
         recent = {PageOf(number), number};
     return recent.page != 0 ? &m_pages[recent.page - 1].places[id % kPageIds] : nullptr;
@@ -80,15 +88,16 @@ std::uint32_t* PointerMap::PlaceOf(std::uint32_t id)
 
 std::uint32_t PointerMap::PageOf(std::uint32_t number)
 {
-    PageSlot& slot =
-        m_pageSlots.FindOrFree(PageSlot::HashOf(number), [](const PageSlot&) { return true; });
-    if (slot.IsFree()) {
-        if (AreIdsScattered())
-            return 0;
-        m_pages.Append({});
-        m_pageSlots.Fill(slot, {static_cast<std::uint32_t>(m_pages.Count()), number});
-    }
-    return slot.page;
+    const auto slot = m_pageIndex.FindOrFree(
+        HashOfPage(number), [number](const PageEntry& other) { return other.number == number; });
+    if (!slot.isFree)
+        return slot.entry->page;
+    if (AreIdsScattered())
+        return 0;
+    m_pages.Append({});
+    const auto page = static_cast<std::uint32_t>(m_pages.Count());
+    m_pageIndex.Fill(slot, {page, number});
+    return page;
 }
 
 bool PointerMap::AreIdsScattered() const noexcept
@@ -97,11 +106,10 @@ bool PointerMap::AreIdsScattered() const noexcept
     return m_pages.Count() >= enoughToTell && m_entries.Count() < fewOfPage * m_pages.Count();
 }
 
-PointerMap::AddressSlot& PointerMap::SlotOf(Addresses& addresses, const void* pointer,
-                                            std::uint32_t hash) const
+PointerMap::Addresses::Place PointerMap::SlotOf(Addresses& addresses, const void* pointer) const
 {
-    return addresses.FindOrFree(hash, [this, pointer](const AddressSlot& other) {
-        return m_entries[other.place - 1].pointer == pointer;
+    return addresses.FindOrFree(HashOfAddress(pointer), [this, pointer](std::uint32_t place) {
+        return m_entries[place - 1].pointer == pointer;
     });
 }
 
@@ -118,16 +126,14 @@ void PointerMap::GoByAddress()
     Addresses addresses;
     addresses.Reserve(m_entries.Count());
     for (std::uint32_t place = 1; place <= m_entries.Count(); ++place) {
-        const void* const pointer = m_entries[place - 1].pointer;
-        const std::uint32_t hash = HashOfAddress(pointer);
-        AddressSlot& slot = SlotOf(addresses, pointer, hash);
-        if (slot.IsFree())
-            addresses.Fill(slot, {place, hash});
+        const auto slot = SlotOf(addresses, m_entries[place - 1].pointer);
+        if (slot.isFree)
+            addresses.Fill(slot, place);
         else // the former object there was not queued, and is gone
-            slot.place = place;
+            *slot.entry = place;
     }
     m_addresses = std::move(addresses);
-    m_pageSlots.Clear();
+    m_pageIndex.Clear();
     m_pages = {};
     m_goesByAddress = true;
 }

@@ -3,7 +3,6 @@
 #include "core/archive/Blocks.h"
 #include "core/platform/ProbeTable.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -62,46 +61,18 @@ private:
     struct Page {
         std::uint32_t places[kPageIds] = {};
     };
-    struct PageSlot {
-        std::uint32_t page = 0;   // its number + 1
-        std::uint32_t number = 0; // what its ids have in common
-
-        [[nodiscard]] bool IsFree() const noexcept { return page == 0; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept
-        {
-            return number == other >> 32;
-        }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return HashOf(number); }
-        // Slots of numbers in a row stand side by side, too, a line of the cache full.
-        [[nodiscard]] static std::uint64_t HashOf(std::uint32_t number) noexcept
-        {
-            constexpr std::uint32_t side = 8;
-            const std::uint32_t line = std::rotl(number / side * 0x9E3779B1u, 16);
-            return std::uint64_t{number} << 32 | (line * side + number % side);
-        }
-    };
-    struct AddressSlot {
-        std::uint32_t place = 0;
-        std::uint32_t hash = 0; // so that only the entry wanted is looked at
-
-        [[nodiscard]] bool IsFree() const noexcept { return place == 0; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
-    };
-    using Addresses = platform::ProbeTable<AddressSlot>;
-
-    // A page that was met with; a record mentions few, and the next one mostly the same.
-    struct Recent {
+    struct PageEntry {
         std::uint32_t page = 0;   // its number + 1
         std::uint32_t number = 0; // what its ids have in common
     };
+    using Addresses = platform::ProbeTable<std::uint32_t>; // places
+
     static constexpr std::uint32_t kRecent = 8;
 
     [[nodiscard]] std::uint32_t* PlaceOf(std::uint32_t id);
     [[nodiscard]] std::uint32_t PageOf(std::uint32_t number);
     [[nodiscard]] bool AreIdsScattered() const noexcept;
-    [[nodiscard]] AddressSlot& SlotOf(Addresses& addresses, const void* pointer,
-                                      std::uint32_t hash) const;
+    [[nodiscard]] Addresses::Place SlotOf(Addresses& addresses, const void* pointer) const;
     [[nodiscard]] Found Append(const void* pointer);
     void GoByAddress();
 
@@ -109,9 +80,10 @@ private:
     std::uint32_t m_lastIndex = 0;
     bool m_goesByAddress = false;
     // Either finds the entries.
-    platform::ProbeTable<PageSlot> m_pageSlots;
+    platform::ProbeTable<PageEntry> m_pageIndex;
     Blocks<Page> m_pages;
-    Recent m_recent[kRecent];
+    // Pages that were met with; a record mentions few, and the next one mostly the same.
+    PageEntry m_recent[kRecent];
     Addresses m_addresses;
 };
 

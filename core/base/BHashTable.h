@@ -112,9 +112,9 @@ public:
     bool Insert(T item)
     {
         const std::uint64_t hash = BKeyTraits<Key>::Seeded(item.key);
-        Slot& slot = m_slots.FindOrFree(hash, IsOf{item.key});
-        if (!slot.IsFree()) {
-            slot.entry->item.value = std::move(item.value);
+        const auto place = m_index.FindOrFree(hash, IsOf{item.key});
+        if (!place.isFree) {
+            (*place.entry)->item.value = std::move(item.value);
             return false;
         }
         const std::uint64_t number = item.Hash() % m_bucketCount;
@@ -127,7 +127,7 @@ public:
         else
             bucket.first = entry;
         bucket.last = entry;
-        m_slots.Fill(slot, {hash, entry});
+        m_index.Fill(place, entry);
         return true;
     }
 
@@ -137,8 +137,8 @@ public:
     {
         if (Count() == 0)
             return nullptr; // without a hash of the key
-        const Slot* const slot = m_slots.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
-        return slot != nullptr ? &slot->entry->item : nullptr;
+        Entry* const* const found = m_index.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
+        return found != nullptr ? &(*found)->item : nullptr;
     }
 
     /// False when there is no entry of `key`.
@@ -146,11 +146,11 @@ public:
     {
         if (Count() == 0)
             return false;
-        Slot* const slot = m_slots.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
-        if (slot == nullptr)
+        Entry** const found = m_index.Find(BKeyTraits<Key>::Seeded(key), IsOf{key});
+        if (found == nullptr)
             return false;
-        Entry* const entry = slot->entry;
-        m_slots.Vacate(*slot);
+        Entry* const entry = *found;
+        m_index.Vacate(*found);
         Entry* const previous = EntryAt(entry->previous);
         Entry* const next = EntryAt(entry->next);
         if (previous != nullptr)
@@ -168,14 +168,14 @@ public:
 
     void RemoveAll() noexcept
     {
-        m_slots.Clear();
+        m_index.Clear();
         const platform::ObjectPages<Entry> entries(std::move(m_entries));
         const std::unique_ptr<std::unique_ptr<Page>[]> pages(std::move(m_pages));
         for (std::uint64_t i = 0; pages != nullptr && i < PageCount(); ++i)
             Destroy(pages[i].get());
     }
 
-    [[nodiscard]] std::uint64_t Count() const noexcept { return m_slots.Count(); }
+    [[nodiscard]] std::uint64_t Count() const noexcept { return m_index.Count(); }
     [[nodiscard]] std::uint64_t BucketCount() const noexcept { return m_bucketCount; }
 
     [[nodiscard]] Iterator begin() noexcept { return {this, First()}; }
@@ -200,19 +200,11 @@ private:
     struct Page {
         Bucket buckets[kPageSize];
     };
-    struct Slot {
-        std::uint64_t hash = 0;
-        Entry* entry = nullptr;
-
-        [[nodiscard]] bool IsFree() const noexcept { return entry == nullptr; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
-    };
     struct IsOf {
         const Key& key;
-        bool operator()(const Slot& slot) const
+        bool operator()(const Entry* entry) const
         {
-            return BKeyTraits<Key>::Equal(slot.entry->item.key, key);
+            return BKeyTraits<Key>::Equal(entry->item.key, key);
         }
     };
 
@@ -275,13 +267,13 @@ private:
     void Swap(BHashTable& other) noexcept
     {
         std::swap(m_bucketCount, other.m_bucketCount);
-        std::swap(m_slots, other.m_slots);
+        std::swap(m_index, other.m_index);
         std::swap(m_entries, other.m_entries);
         std::swap(m_pages, other.m_pages);
     }
 
     std::uint64_t m_bucketCount;
-    platform::ProbeTable<Slot> m_slots; // finds entries by their seeded hash
+    platform::ProbeTable<Entry*> m_index; // finds entries by their seeded hash
     platform::ObjectPages<Entry> m_entries;
     std::unique_ptr<std::unique_ptr<Page>[]> m_pages; // of buckets; a page without entries is null
 };

@@ -50,11 +50,11 @@ bool IsAsciiKey(View key)
 
 // Inlined, as the programs' look-ups wait for memory, and the fewer steps there are between two,
 // the more of that the processor does at once.
-inline const LanguageTable::Slot* LanguageTable::FindUnits(std::uint32_t hash, View key) const
+inline const LanguageTable::Entry* LanguageTable::FindUnits(std::uint32_t hash, View key) const
 {
-    return m_slots.Find(hash, [key](const Slot& slot) {
-        const WChar* const text = slot.entry.key;
-        return std::equal(key.begin(), key.end(), text, text + slot.length);
+    return m_entries.Find(hash, [key](const Entry& entry) {
+        const View known = ViewOf(entry.key);
+        return std::equal(key.begin(), key.end(), known.begin(), known.end());
     });
 }
 
@@ -66,17 +66,17 @@ LanguageTable::Key::Key(View key) noexcept
 
 const LanguageTable::Entry* LanguageTable::Find(View key) const
 {
-    const Slot* const slot = FindUnits(HashOf(key), key);
-    if (slot != nullptr)
-        return &slot->entry;
+    const Entry* const entry = FindUnits(HashOf(key), key);
+    if (entry != nullptr)
+        return entry;
     return m_foreignKeys == 0 && IsAsciiKey(key) ? nullptr : FindCollated(key);
 }
 
 const LanguageTable::Entry* LanguageTable::Find(const Key& key) const
 {
-    const Slot* const slot = FindUnits(key.hash, key.units);
-    if (slot != nullptr)
-        return &slot->entry;
+    const Entry* const entry = FindUnits(key.hash, key.units);
+    if (entry != nullptr)
+        return entry;
     return m_foreignKeys == 0 && key.isAscii ? nullptr : FindCollated(key.units);
 }
 
@@ -86,14 +86,14 @@ const LanguageTable::Entry* LanguageTable::FindCollated(View key) const
     if (item == nullptr)
         return nullptr;
     const View known = ViewOf(item->key);
-    const Slot* const slot = FindUnits(HashOf(known), known);
-    assert(slot != nullptr); // both know each entry
-    return &slot->entry;
+    const Entry* const entry = FindUnits(HashOf(known), known);
+    assert(entry != nullptr); // both know each entry
+    return entry;
 }
 
 void LanguageTable::Expect(View key) const noexcept
 {
-    m_slots.Expect(HashOf(key));
+    m_entries.Expect(HashOf(key));
 }
 
 bool LanguageTable::Add(const Key& key, Entry entry)
@@ -101,14 +101,14 @@ bool LanguageTable::Add(const Key& key, Entry entry)
     assert(!key.units.empty() && key.units == ViewOf(entry.key) && Find(key) == nullptr);
     // What may lack memory comes first: an entry that only the order or only the hash knew would be
     // listed and not found.
-    Slot& slot = m_slots.FindOrFree(key.hash, [](const Slot&) { return false; });
+    const auto place = m_entries.FindOrFree(key.hash, [](const Entry&) { return false; });
     const bool isPlain = IsPlain(key.units);
     const std::uint32_t plainHash = isPlain ? HashOfPlain(entry.defaultText) : 0;
     m_defaults.Insert(entry.key, entry.defaultText);
 
     const bool isShared = isPlain && AddPlain(plainHash, entry.defaultText);
     m_foreignKeys += key.isAscii ? 0 : 1;
-    m_slots.Fill(slot, {key.hash, static_cast<std::uint32_t>(key.units.size()), std::move(entry)});
+    m_entries.Fill(place, std::move(entry));
     return isShared;
 }
 
@@ -130,18 +130,17 @@ bool LanguageTable::Replace(const Entry& old, Entry entry)
     m_foreignKeys -= IsAsciiKey(oldKey) ? 0 : 1;
     item->key = entry.key; // equal to the one before, so the order stays
     item->value = entry.defaultText;
-    m_slots.Vacate(*const_cast<Slot*>(FindUnits(HashOf(oldKey), oldKey)));
+    m_entries.Vacate(*const_cast<Entry*>(FindUnits(HashOf(oldKey), oldKey)));
     // The slot that became free is room enough: the table does not grow here.
-    const std::uint32_t hash = HashOf(key);
-    Slot& slot = m_slots.FindOrFree(hash, [](const Slot&) { return false; });
-    m_slots.Fill(slot, {hash, static_cast<std::uint32_t>(key.size()), std::move(entry)});
+    const auto place = m_entries.FindOrFree(HashOf(key), [](const Entry&) { return false; });
+    m_entries.Fill(place, std::move(entry));
     return isShared;
 }
 
 void LanguageTable::RemoveAll()
 {
     m_defaults.RemoveAll();
-    m_slots.Clear();
+    m_entries.Clear();
     m_plainTexts.Clear();
     m_foreignKeys = 0;
 }
@@ -160,13 +159,13 @@ std::uint32_t LanguageTable::HashOfPlain(const WString& text)
 
 bool LanguageTable::AddPlain(std::uint32_t hash, const WString& text) noexcept
 {
-    PlainText& slot = m_plainTexts.FindOrFree(
+    const auto place = m_plainTexts.FindOrFree(
         hash, [&](const PlainText& known) { return HasText(known.text, text); });
-    if (slot.IsFree()) {
-        m_plainTexts.Fill(slot, {hash, 1, text});
+    if (place.isFree) {
+        m_plainTexts.Fill(place, {1, text});
         return false;
     }
-    ++slot.count;
+    ++place.entry->count;
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include "core/platform/SeededHash.h"
 #include "core/platform/WideText.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -50,29 +51,13 @@ public:
     [[nodiscard]] const BMap<WString, WString>& Defaults() const noexcept { return m_defaults; }
 
 private:
-    // Entries stand in the slots themselves, so that a look-up touches one place and two texts.
-    struct Slot {
-        std::uint32_t hash = 0;
-        std::uint32_t length = 0; // of the key, which is never empty
-        Entry entry;
-
-        [[nodiscard]] bool IsFree() const noexcept { return length == 0; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
-    };
-
     // How many plain keys have a default text, case ignored; spelled as one of them.
     struct PlainText {
-        std::uint32_t hash = 0;
-        std::uint32_t count = 0;
+        std::size_t count;
         WString text;
-
-        [[nodiscard]] bool IsFree() const noexcept { return count == 0; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
 
-    [[nodiscard]] const Slot* FindUnits(std::uint32_t hash, View key) const;
+    [[nodiscard]] const Entry* FindUnits(std::uint32_t hash, View key) const;
     [[nodiscard]] const Entry* FindCollated(View key) const;
     [[nodiscard]] std::uint32_t HashOfPlain(const WString& text);
     // Counts a plain key, for which there is room; whether another one has the text.
@@ -83,7 +68,8 @@ private:
     using Table = platform::ProbeTable<T, platform::PageAllocator<T>>;
 
     BMap<WString, WString> m_defaults;
-    Table<Slot> m_slots;
+    // Entries stand in the table itself, so that a look-up touches one place and two texts.
+    Table<Entry> m_entries;
     Table<PlainText> m_plainTexts;
     std::uint64_t m_foreignKeys = 0; // that hold more than ASCII
     std::string m_collationKey;      // kept for its room

@@ -8,71 +8,83 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 
 namespace platform {
 
-// A table of our own, not a library's: what the library's indices keep in a slot differs (a
-// pointer, the number of a record, an entry with its texts), the entry of a dictionary stands in a
-// list besides, and a public header is made of it, so that an application would need that library,
-// too. Linear probing it is, as a slot that a probe looks at is next to the one before; it is at
-// most two thirds full, and then a key that is not there costs five steps, mostly in one line of
-// the cache. Slots behind a removed one move up. Marks of removed entries would be the alternative,
-// and a table whose entries come and go would fill with them.
+// A table of our own, not a library's: what the library's indices find differs (a pointer, the
+// number of a record, an entry with its texts), the entry of a dictionary stands in a list besides,
+// and a public header is made of it, so that an application would need that library, too. Linear
+// probing it is, as a slot that a probe looks at is next to the one before; it is at most two
+// thirds full. Entries behind a removed one move up. Marks of removed entries would be the
+// alternative, and a table whose entries come and go would fill with them.
+//
+// A probe looks at a byte a slot, its tag: of a hundred thousand slots these stay in the cache, and
+// a key that is not there costs nothing else. Only where the tag is that of the hash, in one of 128
+// other slots by chance, the entry is looked at; the hash itself serves only to move entries.
 
 /// Finds entries by the hash of their keys, each key once: private, under every index of the
 /// library, and installed only as BHashTable is made of it.
 ///
-/// What stands in a slot is the user's. `Slot` is a plain structure with these members:
+/// What an entry is, is the user's. Of a hash the low 32 bits count, and its lowest ones decide.
+/// Keys are compared by what the caller hands in, where the hashes may be the same.
 ///
-///     bool IsFree() const                 true of `Slot()`, and of no entry
-///     bool HasHash(std::uint64_t) const   whether it may be that of the entry's key
-///     std::uint64_t Hash() const          of the entry's key, to move the entry
+/// `Allocator`, of which any two are the same, gives the entries their memory.
 ///
-/// A hash decides by its low bits. Keys are compared by what the caller hands in, and only where
-/// `HasHash` says so: a slot that keeps its hash, or as many bits of it as have room, is told from
-/// another without a look at its key. A hash of fewer bits is one that was cut everywhere.
-///
-/// `Allocator`, of which any two are the same, gives the slots their memory.
-///
-/// Slots move when an entry is added or removed; a reference to one ends there. An empty table
-/// holds no memory. Where memory is missing, `std::bad_alloc` leaves the table as it was. Not
+/// Entries move when one is added or removed; a reference to one ends there. An empty table holds
+/// no memory. Where memory is missing, `std::bad_alloc` leaves the table as it was. Not
 /// synchronised.
-template <class Slot, class Allocator = std::allocator<Slot>>
+template <class Entry, class Allocator = std::allocator<Entry>>
 class ProbeTable {
 public:
+    /// An entry, or where one of a hash may be put.
+    struct Place {
+        Entry* entry;
+        std::uint32_t hash;
+        bool isFree; // nothing is there yet
+    };
+
     ProbeTable() noexcept = default;
     ProbeTable(ProbeTable&& other) noexcept
-        : m_slots(std::exchange(other.m_slots, nullptr))
+        : m_groups(std::exchange(other.m_groups, nullptr))
         , m_slotCount(std::exchange(other.m_slotCount, 0))
         , m_count(std::exchange(other.m_count, 0))
     {}
     ProbeTable& operator=(ProbeTable&& other) noexcept
     {
         ProbeTable taken(std::move(other));
-        std::swap(m_slots, taken.m_slots);
+        std::swap(m_groups, taken.m_groups);
         std::swap(m_slotCount, taken.m_slotCount);
         std::swap(m_count, taken.m_count);
         return *this;
     }
-    ~ProbeTable() { GiveSlots(m_slots, m_slotCount); }
+    ~ProbeTable()
+    {
+        if (m_groups == nullptr)
+            return;
+        for (std::size_t i = 0; i != m_slotCount; ++i) {
+            if (Tags()[i] != kFree)
+                std::destroy_at(Entries() + i);
+        }
+        GroupAllocator().deallocate(m_groups, m_slotCount / kGroup);
+    }
 
     [[nodiscard]] std::size_t Count() const noexcept { return m_count; }
 
-    /// The slot of that hash of which `isWanted(slot)` holds; null when there is none.
+    /// The entry of that hash of which `isWanted(entry)` holds; null when there is none.
     template <class IsWanted>
-    [[nodiscard]] const Slot* Find(std::uint64_t hash, IsWanted isWanted) const
+    [[nodiscard]] const Entry* Find(std::uint64_t hash, IsWanted isWanted) const
     {
         if (m_count == 0)
             return nullptr;
-        const Slot& slot = Probe(hash, isWanted);
-        return slot.IsFree() ? nullptr : &slot;
+        return Probe(Cut(hash), isWanted).wanted;
     }
     template <class IsWanted>
-    [[nodiscard]] Slot* Find(std::uint64_t hash, IsWanted isWanted)
+    [[nodiscard]] Entry* Find(std::uint64_t hash, IsWanted isWanted)
     {
-        return const_cast<Slot*>(std::as_const(*this).Find(hash, isWanted));
+        return const_cast<Entry*>(std::as_const(*this).Find(hash, isWanted));
     }
 
     /// Has the memory fetch what `Find` or `FindOrFree` of that hash will look at, while the caller
@@ -80,51 +92,58 @@ public:
     void Expect(std::uint64_t hash) const noexcept
     {
 #if defined(__GNUC__)
-        if (m_slotCount != 0)
-            __builtin_prefetch(m_slots + Home(hash));
+        if (m_slotCount != 0) {
+            __builtin_prefetch(Tags() + Home(Cut(hash)));
+            __builtin_prefetch(Entries() + Home(Cut(hash)));
+        }
 #else
         static_cast<void>(hash);
 #endif
     }
 
-    /// The same slot, or a free one, to be filled with an entry of that hash before anything else
-    /// is asked of the table.
+    /// The same entry, or a free place, to be filled with one before anything else is asked of the
+    /// table.
     template <class IsWanted>
-    [[nodiscard]] Slot& FindOrFree(std::uint64_t hash, IsWanted isWanted)
+    [[nodiscard]] Place FindOrFree(std::uint64_t hash, IsWanted isWanted)
     {
         if (m_slotCount != 0) {
-            Slot& slot = Probe(hash, isWanted);
-            if (!slot.IsFree() || HasRoomFor(m_count + 1, m_slotCount))
-                return slot;
+            const Step last = Probe(Cut(hash), isWanted);
+            if (last.wanted != nullptr || HasRoomFor(m_count + 1, m_slotCount))
+                return {Entries() + last.slot, Cut(hash), last.wanted == nullptr};
         }
         Reserve(m_count + 1);
-        return FreeSlot(hash);
+        return FreePlace(Cut(hash));
     }
 
     /// `free` is what `FindOrFree` gave.
-    void Fill(Slot& free, Slot entry) noexcept
+    void Fill(Place free, Entry entry) noexcept
     {
-        assert(free.IsFree() && !entry.IsFree() && HasRoomFor(m_count + 1, m_slotCount));
-        free = std::move(entry);
+        const std::size_t i = IndexOf(*free.entry);
+        assert(Tags()[i] == kFree && HasRoomFor(m_count + 1, m_slotCount));
+        std::construct_at(free.entry, std::move(entry));
+        Hashes()[i] = free.hash;
+        Tags()[i] = TagOf(free.hash);
         ++m_count;
     }
 
-    /// Frees a slot that `Find` gave. Knuth, The Art of Computer Programming 3 (1998), 6.4,
+    /// Removes an entry that `Find` gave. Knuth, The Art of Computer Programming 3 (1998), 6.4,
     /// algorithm R.
-    void Vacate(Slot& taken) noexcept
+    void Vacate(Entry& taken) noexcept
     {
-        assert(!taken.IsFree() && m_count != 0);
-        std::size_t hole = static_cast<std::size_t>(&taken - m_slots);
-        assert(hole < m_slotCount);
+        assert(m_count != 0);
+        std::size_t hole = IndexOf(taken);
         const std::size_t mask = m_slotCount - 1;
-        for (std::size_t i = (hole + 1) & mask; !m_slots[i].IsFree(); i = (i + 1) & mask) {
+        for (std::size_t i = (hole + 1) & mask; Tags()[i] != kFree; i = (i + 1) & mask) {
             // What stands between its home and here may move to the hole unless its home is behind.
-            if (((i - Home(m_slots[i].Hash())) & mask) < ((i - hole) & mask))
+            if (((i - Home(Hashes()[i])) & mask) < ((i - hole) & mask))
                 continue;
-            m_slots[hole] = std::move(m_slots[i]);
+            Entries()[hole] = std::move(Entries()[i]);
+            Hashes()[hole] = Hashes()[i];
+            Tags()[hole] = Tags()[i];
             hole = i;
         }
-        m_slots[hole] = Slot();
+        std::destroy_at(Entries() + hole);
+        Tags()[hole] = kFree;
         --m_count;
     }
 
@@ -133,16 +152,13 @@ public:
     {
         if (HasRoomFor(count, m_slotCount))
             return;
-        constexpr std::size_t kFewest = 16;
-        const std::size_t slotCount = std::bit_ceil((std::max)(kFewest, count + count / 2 + 1));
-        assert(HasRoomFor(count, slotCount));
-        Slot* const slots = std::exchange(m_slots, TakeSlots(slotCount)); // throws before a change
-        const std::size_t oldCount = std::exchange(m_slotCount, slotCount);
-        for (std::size_t i = 0; i != oldCount; ++i) {
-            if (!slots[i].IsFree())
-                FreeSlot(slots[i].Hash()) = std::move(slots[i]);
+        ProbeTable larger(std::bit_ceil((std::max)(kGroup, count + count / 2 + 1)));
+        assert(HasRoomFor(count, larger.m_slotCount));
+        for (std::size_t i = 0; i != m_slotCount; ++i) {
+            if (Tags()[i] != kFree)
+                larger.Fill(larger.FreePlace(Hashes()[i]), std::move(Entries()[i]));
         }
-        GiveSlots(slots, oldCount);
+        *this = std::move(larger);
     }
 
     /// Gives the memory back.
@@ -153,51 +169,93 @@ public:
 
 private:
     // Nothing may fail half-way through a growth or a removal.
-    static_assert(std::is_nothrow_move_assignable_v<Slot>);
+    static_assert(std::is_nothrow_move_constructible_v<Entry>);
+    static_assert(std::is_nothrow_move_assignable_v<Entry>);
 
-    [[nodiscard]] static Slot* TakeSlots(std::size_t count)
+    using Tag = std::uint8_t;
+    static constexpr Tag kFree = 0; // a taken slot's is odd
+
+    // Tags, entries and hashes stand behind one another in one piece of memory, of which each group
+    // of slots takes as much. Their number is a power of two, so each array begins where it may.
+    static constexpr std::size_t kGroup = 16;
+    struct Group {
+        alignas(Entry) alignas(std::uint32_t)
+            std::byte memory[kGroup * (sizeof(Tag) + sizeof(Entry) + sizeof(std::uint32_t))];
+    };
+    static_assert(alignof(Entry) <= kGroup && alignof(std::uint32_t) <= kGroup);
+    using GroupAllocator = typename std::allocator_traits<Allocator>::template rebind_alloc<Group>;
+
+    explicit ProbeTable(std::size_t slotCount)
+        : m_groups(GroupAllocator().allocate(slotCount / kGroup))
+        , m_slotCount(slotCount)
     {
-        static_assert(std::is_nothrow_default_constructible_v<Slot>);
-        Slot* const slots = Allocator().allocate(count);
-        std::uninitialized_value_construct_n(slots, count);
-        return slots;
-    }
-    static void GiveSlots(Slot* slots, std::size_t count) noexcept
-    {
-        if (slots == nullptr)
-            return;
-        std::destroy_n(slots, count);
-        Allocator().deallocate(slots, count);
+        std::uninitialized_fill_n(Tags(), slotCount, kFree);
     }
 
     [[nodiscard]] static bool HasRoomFor(std::size_t count, std::size_t slotCount) noexcept
     {
         return 3 * count <= 2 * slotCount;
     }
-    [[nodiscard]] std::size_t Home(std::uint64_t hash) const noexcept
+    [[nodiscard]] static std::uint32_t Cut(std::uint64_t hash) noexcept
     {
-        return static_cast<std::size_t>(hash) & (m_slotCount - 1);
+        return static_cast<std::uint32_t>(hash);
+    }
+    // Of all its bits, as those that decide may be all that differs (Knuth, 6.4: multiplicative).
+    [[nodiscard]] static Tag TagOf(std::uint32_t hash) noexcept
+    {
+        return static_cast<Tag>(hash * 0x9E3779B1u >> 24 | 1);
+    }
+    [[nodiscard]] std::size_t Home(std::uint32_t hash) const noexcept
+    {
+        return hash & (m_slotCount - 1);
     }
 
-    // The slot wanted, or the free one where the way to it ends; there always is a free one.
+    [[nodiscard]] Tag* Tags() const noexcept
+    {
+        return reinterpret_cast<Tag*>(m_groups);
+    }
+    [[nodiscard]] Entry* Entries() const noexcept
+    {
+        return reinterpret_cast<Entry*>(Tags() + m_slotCount);
+    }
+    [[nodiscard]] std::uint32_t* Hashes() const noexcept
+    {
+        return reinterpret_cast<std::uint32_t*>(Entries() + m_slotCount);
+    }
+    [[nodiscard]] std::size_t IndexOf(const Entry& entry) const noexcept
+    {
+        const auto i = static_cast<std::size_t>(&entry - Entries());
+        assert(i < m_slotCount);
+        return i;
+    }
+
+    struct Step {
+        Entry* wanted; // null where the way ends, at a free slot
+        std::size_t slot;
+    };
+
+    // The last step of the way of that hash; there always is a free slot.
     template <class IsWanted>
-    [[nodiscard]] Slot& Probe(std::uint64_t hash, IsWanted& isWanted) const
+    [[nodiscard]] Step Probe(std::uint32_t hash, IsWanted& isWanted) const
     {
+        const Tag tag = TagOf(hash);
+        const Tag* const tags = Tags();
+        Entry* const entries = Entries();
+        const std::size_t mask = m_slotCount - 1;
         std::size_t i = Home(hash);
-        while (!m_slots[i].IsFree() &&
-               !(m_slots[i].HasHash(hash) && isWanted(std::as_const(m_slots[i]))))
-            i = (i + 1) & (m_slotCount - 1);
-        return m_slots[i];
+        for (; tags[i] != kFree; i = (i + 1) & mask) {
+            if (tags[i] == tag && isWanted(std::as_const(entries[i])))
+                return {entries + i, i};
+        }
+        return {nullptr, i};
     }
-    [[nodiscard]] Slot& FreeSlot(std::uint64_t hash) const noexcept
+    [[nodiscard]] Place FreePlace(std::uint32_t hash) const noexcept
     {
-        std::size_t i = Home(hash);
-        while (!m_slots[i].IsFree())
-            i = (i + 1) & (m_slotCount - 1);
-        return m_slots[i];
+        const auto isNone = [](const Entry&) { return false; };
+        return {Entries() + Probe(hash, isNone).slot, hash, true};
     }
 
-    Slot* m_slots = nullptr;     // owned
+    Group* m_groups = nullptr;   // owned
     std::size_t m_slotCount = 0; // a power of two, or 0
     std::size_t m_count = 0;     // of the slots that are not free
 };

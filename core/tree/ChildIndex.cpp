@@ -28,9 +28,9 @@ std::uint64_t HashOf(const WChar* text)
 } // namespace
 
 // Texts of one hash need not be equal: the collation itself decides.
-bool ChildIndex::IsCalled::operator()(const Slot& slot) const
+bool ChildIndex::IsCalled::operator()(const Entry& entry) const
 {
-    return platform::Collate(NodeAccess::Text(*slot.first).CStr(), text,
+    return platform::Collate(NodeAccess::Text(*entry.first).CStr(), text,
                              platform::ECase::Ignored) == 0;
 }
 
@@ -41,7 +41,7 @@ bool ChildIndex::StandsBefore::operator()(const BNode* a, const BNode* b) const 
 
 ChildIndex::ChildIndex(const ChildList& children)
 {
-    m_slots.Reserve(static_cast<std::size_t>(children.Count()));
+    m_entries.Reserve(static_cast<std::size_t>(children.Count()));
     for (const SP<BNode>& child : children) {
         if (child)
             Add(*child);
@@ -50,46 +50,47 @@ ChildIndex::ChildIndex(const ChildList& children)
 
 BNode* ChildIndex::Find(const WChar* text) const
 {
-    const Slot* const slot = m_slots.Find(HashOf(text), IsCalled{text});
-    return slot != nullptr ? slot->first : nullptr;
+    const Entry* const entry = m_entries.Find(HashOf(text), IsCalled{text});
+    return entry != nullptr ? entry->first : nullptr;
 }
 
 void ChildIndex::Add(BNode& child)
 {
     const WChar* text = NodeAccess::Text(child).CStr();
     const std::uint64_t hash = HashOf(text);
-    Slot& slot = m_slots.FindOrFree(hash, IsCalled{text});
+    const auto place = m_entries.FindOrFree(hash, IsCalled{text});
     NodeAccess::SetTextHash(child, hash);
-    if (slot.IsFree()) {
-        m_slots.Fill(slot, {hash, &child, nullptr});
+    if (place.isFree) {
+        m_entries.Fill(place, {&child, nullptr});
         return;
     }
-    if (slot.later == nullptr)
-        slot.later = std::make_unique<Namesakes>();
-    if (StandsBefore()(slot.first, &child))
-        slot.later->insert(&child);
+    Entry& entry = *place.entry;
+    if (entry.later == nullptr)
+        entry.later = std::make_unique<Namesakes>();
+    if (StandsBefore()(entry.first, &child))
+        entry.later->insert(&child);
     else
-        slot.later->insert(std::exchange(slot.first, &child));
+        entry.later->insert(std::exchange(entry.first, &child));
 }
 
 // By the hash that the child was added with: to make its key again takes longer than the rest.
 void ChildIndex::Remove(BNode& child)
 {
     const IsCalled isCalled{NodeAccess::Text(child).CStr()};
-    Slot* const slot = m_slots.Find(NodeAccess::TextHash(child), [&](const Slot& other) {
+    Entry* const entry = m_entries.Find(NodeAccess::TextHash(child), [&](const Entry& other) {
         return other.first == &child || isCalled(other);
     });
-    if (slot == nullptr)
+    if (entry == nullptr)
         return;
-    if (slot->later == nullptr) {
-        if (slot->first == &child)
-            m_slots.Vacate(*slot);
+    if (entry->later == nullptr) {
+        if (entry->first == &child)
+            m_entries.Vacate(*entry);
         return;
     }
-    if (slot->first == &child)
-        slot->first = slot->later->extract(slot->later->begin()).value();
+    if (entry->first == &child)
+        entry->first = entry->later->extract(entry->later->begin()).value();
     else
-        slot->later->erase(&child);
-    if (slot->later->empty())
-        slot->later = nullptr;
+        entry->later->erase(&child);
+    if (entry->later->empty())
+        entry->later = nullptr;
 }

@@ -35,19 +35,14 @@ private:
     using Namesakes = std::set<BNode*, StandsBefore>; // in the order of the list
 
     // One for each text.
-    struct Slot {
-        std::uint64_t hash = 0;
-        BNode* first = nullptr;           // of those that are called so
+    struct Entry {
+        BNode* first;                     // of those that are called so
         std::unique_ptr<Namesakes> later; // the others, at least one; null where there is none
-
-        [[nodiscard]] bool IsFree() const noexcept { return first == nullptr; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
     };
     struct IsCalled {
         const WChar* text;
-        bool operator()(const Slot& slot) const;
+        bool operator()(const Entry& entry) const;
     };
 
-    platform::ProbeTable<Slot> m_slots;
+    platform::ProbeTable<Entry> m_entries;
 };

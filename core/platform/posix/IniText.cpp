@@ -527,16 +527,16 @@ inline bool IniText<Unit>::IsWritten(const Key& key, WideView name) const noexce
 template <class Unit>
 auto IniText<Unit>::IsSection(WideView foldedName) const
 {
-    return [this, foldedName](const Slot& slot) {
-        return IsSame(LineAt(m_sections[slot.number]).name, foldedName);
+    return [this, foldedName](std::uint32_t number) {
+        return IsSame(LineAt(m_sections[number]).name, foldedName);
     };
 }
 
 template <class Unit>
 auto IniText<Unit>::IsKey(std::uint32_t section, WideView foldedName) const
 {
-    return [this, section, foldedName](const Slot& slot) {
-        const Key& key = m_keys[slot.number];
+    return [this, section, foldedName](std::uint32_t number) {
+        const Key& key = m_keys[number];
         return IsIn(section, key) && IsSame(TrimLeft(UpToName(key)), foldedName);
     };
 }
@@ -553,10 +553,11 @@ template <class Unit>
 std::uint32_t IniText<Unit>::FindOtherSection(WideView name) const
 {
     const FoldedName foldedName(Trim(name));
-    const Slot* const slot = m_sectionIndex.Find(HashOf(foldedName), IsSection(foldedName));
+    const std::uint32_t* const found =
+        m_sectionIndex.Find(HashOf(foldedName), IsSection(foldedName));
     m_lastSection.number = kNone;
     m_lastSection.name = name;
-    return m_lastSection.number = slot != nullptr ? slot->number : kNone;
+    return m_lastSection.number = found != nullptr ? *found : kNone;
 }
 
 template <class Unit>
@@ -577,28 +578,27 @@ std::uint32_t IniText<Unit>::FindAnyKey(std::uint32_t section, WideView name) co
     const FoldedName foldedName(trimmed);
     const auto isFolded = IsKey(section, foldedName);
     // Most ask for a key as it was written.
-    const auto isWritten = [&](const Slot& slot) {
-        const Key& key = m_keys[slot.number];
+    const auto isWritten = [&](std::uint32_t number) {
+        const Key& key = m_keys[number];
         return IsIn(section, key) && IsWritten(key, trimmed);
     };
-    const Slot* const slot =
-        m_keyIndex.Find(HashOf(foldedName, section), [&](const Slot& candidate) {
-            return isWritten(candidate) || isFolded(candidate);
+    const std::uint32_t* const found =
+        m_keyIndex.Find(HashOf(foldedName, section), [&](std::uint32_t number) {
+            return isWritten(number) || isFolded(number);
         });
-    return slot != nullptr ? m_lastKey = slot->number : kNone;
+    return found != nullptr ? m_lastKey = *found : kNone;
 }
 
 template <class Unit>
 std::uint32_t IniText<Unit>::AddSection(WideView foldedName, std::size_t begin)
 {
-    const std::uint32_t hash = HashOf(foldedName);
-    Slot& slot = m_sectionIndex.FindOrFree(hash, IsSection(foldedName));
+    const auto place = m_sectionIndex.FindOrFree(HashOf(foldedName), IsSection(foldedName));
     // The second of a name is listed, too: it ends the section before it.
     const auto number = static_cast<std::uint32_t>(m_sections.size());
     m_sections.push_back(static_cast<std::uint32_t>(begin));
-    if (!slot.IsFree())
+    if (!place.isFree)
         return kNone;
-    m_sectionIndex.Fill(slot, {hash, number});
+    m_sectionIndex.Fill(place, number);
     return number;
 }
 
@@ -607,15 +607,15 @@ void IniText<Unit>::AddKey(std::uint32_t section, View name, std::size_t begin)
 {
     assert(section < m_sections.size());
     const FoldedName foldedName(name);
-    const std::uint32_t hash = HashOf(foldedName, section);
-    Slot& slot = m_keyIndex.FindOrFree(hash, IsKey(section, foldedName));
-    if (!slot.IsFree())
+    const auto place =
+        m_keyIndex.FindOrFree(HashOf(foldedName, section), IsKey(section, foldedName));
+    if (!place.isFree)
         return;
     const auto number = static_cast<std::uint32_t>(m_keys.size());
     const Unit* const line = m_text.data() + begin;
     m_keys.push_back({.begin = static_cast<std::uint32_t>(begin),
                       .nameEnd = static_cast<std::uint32_t>(name.data() + name.size() - line)});
-    m_keyIndex.Fill(slot, {hash, number});
+    m_keyIndex.Fill(place, number);
 }
 
 template <class Unit>

@@ -80,17 +80,6 @@ private:
     };
     static constexpr std::uint32_t kNone = 0xFFFFFFFF; // no section, no key
 
-    // Leads from a folded name to the number of its section or key. Eight bytes, for a profile has
-    // many keys; the 32 bits of the hash make nearly every comparison one that succeeds.
-    struct Slot {
-        std::uint32_t hash = 0;
-        std::uint32_t number = kNone;
-
-        [[nodiscard]] bool IsFree() const noexcept { return number == kNone; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
-    };
-
     void Index();
     struct Moved {
         std::uint32_t from; // where its line began
@@ -141,7 +130,7 @@ private:
     std::size_t m_kept = 0;
     std::vector<std::uint32_t> m_sections; // where each begins, in the order of the text
     std::vector<Key> m_keys; // the first of each name in the first section of each name
-    platform::ProbeTable<Slot> m_sectionIndex, m_keyIndex;
+    ProbeTable<std::uint32_t> m_sectionIndex, m_keyIndex; // numbers, by folded names
     // What was asked for last, as programs ask for many keys of one section in turn.
     mutable struct {
         WideText name;

@@ -21,8 +21,8 @@ std::uint64_t HashOf(std::int64_t key, WideView foldedName)
 
 auto IsFor(std::int64_t key, WideView foldedName)
 {
-    return [key, foldedName](const auto& slot) {
-        return slot.value->key == key && slot.value->foldedName == foldedName;
+    return [key, foldedName](const auto& value) {
+        return value->key == key && value->foldedName == foldedName;
     };
 }
 
@@ -37,15 +37,15 @@ const WideText* RegistryCache::Find(std::int64_t key, WideView foldedName)
         std::memcpy(m_state.data(), m_logIndex, m_state.size());
         return nullptr;
     }
-    const Slot* const slot = m_values.Find(HashOf(key, foldedName), IsFor(key, foldedName));
-    return slot != nullptr ? &slot->value->text : nullptr;
+    const auto* const found = m_values.Find(HashOf(key, foldedName), IsFor(key, foldedName));
+    return found != nullptr ? &(*found)->text : nullptr;
 }
 
 void RegistryCache::Keep(std::int64_t key, WideView foldedName, const WideText& text) noexcept
 try {
     constexpr std::size_t most = 8 << 20; // a registry of settings has much less
     const std::size_t size =
-        sizeof(Slot) + sizeof(Value) + (foldedName.size() + text.size()) * sizeof(WChar);
+        sizeof(Value*) + sizeof(Value) + (foldedName.size() + text.size()) * sizeof(WChar);
     // Copies that differ are those of a write that is under way.
     const bool isWhole =
         std::memcmp(m_state.data(), m_state.data() + kHeaderSize, kHeaderSize) == 0;
@@ -54,11 +54,10 @@ try {
     if (m_size > most - size)
         Forget();
     auto value = std::make_unique<Value>(Value{key, WideText(foldedName), text});
-    const std::uint64_t hash = HashOf(key, foldedName);
-    Slot& slot = m_values.FindOrFree(hash, IsFor(key, foldedName));
-    if (!slot.IsFree())
+    const auto place = m_values.FindOrFree(HashOf(key, foldedName), IsFor(key, foldedName));
+    if (!place.isFree)
         return;
-    m_values.Fill(slot, {hash, std::move(value)});
+    m_values.Fill(place, std::move(value));
     m_size += size;
 } catch (const std::bad_alloc&) {
     // What was read is read all the same.

@@ -33,21 +33,13 @@ private:
         std::int64_t key;
         WideText foldedName, text;
     };
-    struct Slot {
-        std::uint64_t hash = 0;
-        std::unique_ptr<Value> value;
-
-        [[nodiscard]] bool IsFree() const noexcept { return value == nullptr; }
-        [[nodiscard]] bool HasHash(std::uint64_t other) const noexcept { return hash == other; }
-        [[nodiscard]] std::uint64_t Hash() const noexcept { return hash; }
-    };
 
     [[nodiscard]] bool IsCurrent() const noexcept;
     void Forget() noexcept;
 
     const void* m_logIndex;
     State m_state = {}; // of the database when the values were read
-    ProbeTable<Slot> m_values;
+    ProbeTable<std::unique_ptr<Value>> m_values;
     std::size_t m_size = 0; // of the values, in bytes
 };
 
