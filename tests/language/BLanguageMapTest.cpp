@@ -78,8 +78,8 @@ TEST(BLanguageMap, ChecksEntriesInAFixedOrder)
     map.Clear();
     EXPECT_EQ(map.StdDefaultMap().Count(), 0u);
     EXPECT_EQ(map.Add(QD_W("$D"), QD_W("No"), QD_W("Nein"), false, false), 0);
-    for (int text = 0; text < 200; ++text) { // each default text makes way for another one
-        const WString key = QD_W("$F") + WString::FromInt(text % 100);
+    for (int text = 0; text < 4000; ++text) { // each default text makes way for another one
+        const WString key = QD_W("$F") + WString::FromInt(text % 2000);
         EXPECT_EQ(map.Add(key, WString::FromInt(text), key, true, false), 0);
     }
 }
