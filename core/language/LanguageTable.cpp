@@ -15,7 +15,7 @@ namespace {
 
 using View = LanguageTable::View;
 
-// Half of it, so that a slot tells its key's length besides.
+// Half of it, as much as the table takes.
 std::uint32_t HashOf(View key)
 {
     return static_cast<std::uint32_t>(platform::SeededHash(key));
@@ -159,8 +159,9 @@ std::uint32_t LanguageTable::HashOfPlain(const WString& text)
 
 bool LanguageTable::AddPlain(std::uint32_t hash, const WString& text) noexcept
 {
-    const auto place = m_plainTexts.FindOrFree(
-        hash, [&](const PlainText& known) { return HasText(known.text, text); });
+    const auto place = m_plainTexts.FindOrFree(hash, [&](const PlainText& known) {
+        return m_plainTexts.HasHash(known, hash) && HasText(known.text, text);
+    });
     if (place.isFree) {
         m_plainTexts.Fill(place, {1, text});
         return false;
@@ -171,8 +172,9 @@ bool LanguageTable::AddPlain(std::uint32_t hash, const WString& text) noexcept
 
 void LanguageTable::RemovePlain(std::uint32_t hash, const WString& text) noexcept
 {
-    PlainText* const slot =
-        m_plainTexts.Find(hash, [&](const PlainText& known) { return HasText(known.text, text); });
+    PlainText* const slot = m_plainTexts.Find(hash, [&](const PlainText& known) {
+        return m_plainTexts.HasHash(known, hash) && HasText(known.text, text);
+    });
     assert(slot != nullptr);
     if (slot->count > 1)
         --slot->count;

@@ -23,7 +23,8 @@ namespace platform {
 //
 // A probe looks at a byte a slot, its tag: of a hundred thousand slots these stay in the cache, and
 // a key that is not there costs nothing else. Only where the tag is that of the hash, in one of 128
-// other slots by chance, the entry is looked at; the hash itself serves only to move entries.
+// other slots by chance, the entry is looked at; the hash itself serves to move entries, and is
+// compared where a user asks for it.
 
 /// Finds entries by the hash of their keys, each key once: private, under every index of the
 /// library, and installed only as BHashTable is made of it.
@@ -85,6 +86,13 @@ public:
     [[nodiscard]] Entry* Find(std::uint64_t hash, IsWanted isWanted)
     {
         return const_cast<Entry*>(std::as_const(*this).Find(hash, isWanted));
+    }
+
+    /// Whether that is the hash of `entry`, which is in the table: for an `isWanted` that may hold
+    /// of entries of other hashes, too, or that takes long.
+    [[nodiscard]] bool HasHash(const Entry& entry, std::uint64_t hash) const noexcept
+    {
+        return Hashes()[IndexOf(entry)] == Cut(hash);
     }
 
     /// Has the memory fetch what `Find` or `FindOrFree` of that hash will look at, while the caller

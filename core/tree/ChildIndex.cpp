@@ -27,11 +27,12 @@ std::uint64_t HashOf(const WChar* text)
 
 } // namespace
 
-// Texts of one hash need not be equal: the collation itself decides.
+// Texts of one hash need not be equal: the collation itself decides. It alone would not do, as it
+// may be another one than when the hashes were made: on Windows a thread can change its locale.
 bool ChildIndex::IsCalled::operator()(const Entry& entry) const
 {
-    return platform::Collate(NodeAccess::Text(*entry.first).CStr(), text,
-                             platform::ECase::Ignored) == 0;
+    return entries.HasHash(entry, hash) && platform::Collate(NodeAccess::Text(*entry.first).CStr(),
+                                                             text, platform::ECase::Ignored) == 0;
 }
 
 bool ChildIndex::StandsBefore::operator()(const BNode* a, const BNode* b) const noexcept
@@ -50,7 +51,8 @@ ChildIndex::ChildIndex(const ChildList& children)
 
 BNode* ChildIndex::Find(const WChar* text) const
 {
-    const Entry* const entry = m_entries.Find(HashOf(text), IsCalled{text});
+    const std::uint64_t hash = HashOf(text);
+    const Entry* const entry = m_entries.Find(hash, IsCalled{m_entries, hash, text});
     return entry != nullptr ? entry->first : nullptr;
 }
 
@@ -58,7 +60,7 @@ void ChildIndex::Add(BNode& child)
 {
     const WChar* text = NodeAccess::Text(child).CStr();
     const std::uint64_t hash = HashOf(text);
-    const auto place = m_entries.FindOrFree(hash, IsCalled{text});
+    const auto place = m_entries.FindOrFree(hash, IsCalled{m_entries, hash, text});
     NodeAccess::SetTextHash(child, hash);
     if (place.isFree) {
         m_entries.Fill(place, {&child, nullptr});
@@ -76,10 +78,10 @@ void ChildIndex::Add(BNode& child)
 // By the hash that the child was added with: to make its key again takes longer than the rest.
 void ChildIndex::Remove(BNode& child)
 {
-    const IsCalled isCalled{NodeAccess::Text(child).CStr()};
-    Entry* const entry = m_entries.Find(NodeAccess::TextHash(child), [&](const Entry& other) {
-        return other.first == &child || isCalled(other);
-    });
+    const std::uint64_t hash = NodeAccess::TextHash(child);
+    const IsCalled isCalled{m_entries, hash, NodeAccess::Text(child).CStr()};
+    Entry* const entry = m_entries.Find(
+        hash, [&](const Entry& other) { return other.first == &child || isCalled(other); });
     if (entry == nullptr)
         return;
     if (entry->later == nullptr) {

@@ -40,6 +40,8 @@ private:
         std::unique_ptr<Namesakes> later; // the others, at least one; null where there is none
     };
     struct IsCalled {
+        const platform::ProbeTable<Entry>& entries;
+        std::uint64_t hash;
         const WChar* text;
         bool operator()(const Entry& entry) const;
     };

@@ -119,6 +119,8 @@ TEST(ProbeTable, HoldsWhatARandomHistoryLeavesWhateverTheHashes)
                     << "step " << step << ", " << i;
                 ASSERT_TRUE(entry == nullptr || entry->value->number == known->second)
                     << "step " << step;
+                ASSERT_TRUE(entry == nullptr || (table.HasHash(*entry, entry->hash) &&
+                                                 !table.HasHash(*entry, entry->hash + 1)));
             }
         }
         EXPECT_TRUE(hasFailed);
