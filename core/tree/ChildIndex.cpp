@@ -78,15 +78,13 @@ void ChildIndex::Add(BNode& child)
 // By the hash that the child was added with: to make its key again takes longer than the rest.
 void ChildIndex::Remove(BNode& child)
 {
-    const std::uint64_t hash = NodeAccess::TextHash(child);
-    const IsCalled isCalled{m_entries, hash, NodeAccess::Text(child).CStr()};
-    Entry* const entry = m_entries.Find(
-        hash, [&](const Entry& other) { return other.first == &child || isCalled(other); });
+    Entry* const entry = m_entries.Find(NodeAccess::TextHash(child), [&child](const Entry& other) {
+        return other.first == &child || (other.later != nullptr && other.later->contains(&child));
+    });
     if (entry == nullptr)
         return;
     if (entry->later == nullptr) {
-        if (entry->first == &child)
-            m_entries.Vacate(*entry);
+        m_entries.Vacate(*entry);
         return;
     }
     if (entry->first == &child)

@@ -20,9 +20,9 @@
 //
 // Beside the text stands an index, as profiles of thousands of keys are asked key by key. It holds
 // where lines begin, where the names of keys end, and hashes of folded names, but no names: those
-// are read in the text again where a hash agrees. So it stays small, and a change moves numbers
-// alone. A change that may turn other lines into something else (a value with a line end in it, a
-// section's name) has the whole text indexed again, which is rare and cannot go wrong.
+// are read in the text again where a byte of the hash agrees. So it stays small, and a change moves
+// numbers alone. A change that may turn other lines into something else (a value with a line end in
+// it, a section's name) has the whole text indexed again, which is rare and cannot go wrong.
 namespace platform {
 
 namespace {

@@ -62,3 +62,22 @@ TEST(BNodeOnWindows, ARemovedChildIsNotFoundWhereTextsBecameEqualByAnotherLocale
     }
     EXPECT_EQ(found, 0u);
 }
+
+TEST(BNodeOnWindows, ARemovedChildIsNotFoundWhereTextsBecameDifferentByAnotherLocale)
+{
+    const SP<BNode> parent(new BNode);
+    std::vector<SP<BNode>> children;
+    const ThreadLocale english(kEnglish);
+    for (unsigned i = 0; i != 32; ++i) {
+        children.emplace_back(new BNode);
+        children.back()->SetText(Text(i, 0));
+        ASSERT_TRUE(parent->AddChild(children.back().Get(), -1));
+    }
+    ASSERT_EQ(parent->Child(children[1]->GetText()), children[0].Get());
+    {
+        const ThreadLocale danish(kDanish);
+        ASSERT_TRUE(parent->RemoveChild(children[1].Get()));
+    }
+    ASSERT_TRUE(parent->RemoveChild(children[0].Get()));
+    EXPECT_EQ(parent->Child(children[1]->GetText()), children[2].Get());
+}
