@@ -29,7 +29,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 NAME = re.compile(r"(BM_[^_/]+)(?:_([^/]+))?((?:/[^/]+)*?)(?:/iterations:1|/min_time:[^/]+|/real_time)*")
 SCALES = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 FEWEST_ROUNDS = 4
-SECONDS = 8  # after which a job and size gets no further round
+SECONDS = 12  # after which a job and size gets no further round
 
 
 class Benchmark(NamedTuple):
