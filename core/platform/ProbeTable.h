@@ -186,8 +186,8 @@ private:
     // of slots takes as much. Their number is a power of two, so each array begins where it may.
     static constexpr std::size_t kGroup = 16;
     struct Group {
-        alignas(Entry) alignas(std::uint32_t)
-            std::byte memory[kGroup * (sizeof(Tag) + sizeof(Entry) + sizeof(std::uint32_t))];
+        alignas(Entry) alignas(std::uint32_t) std::byte
+            memory[sizeof(Tag[kGroup]) + sizeof(Entry[kGroup]) + sizeof(std::uint32_t[kGroup])];
     };
     static_assert(alignof(Entry) <= kGroup && alignof(std::uint32_t) <= kGroup);
     using GroupAllocator = typename std::allocator_traits<Allocator>::template rebind_alloc<Group>;

@@ -44,8 +44,8 @@ const WideText* RegistryCache::Find(std::int64_t key, WideView foldedName)
 void RegistryCache::Keep(std::int64_t key, WideView foldedName, const WideText& text) noexcept
 try {
     constexpr std::size_t most = 8 << 20; // a registry of settings has much less
-    const std::size_t size =
-        sizeof(Value*) + sizeof(Value) + (foldedName.size() + text.size()) * sizeof(WChar);
+    const std::size_t size = sizeof(std::unique_ptr<Value>) + sizeof(Value) +
+                             (foldedName.size() + text.size()) * sizeof(WChar);
     // Copies that differ are those of a write that is under way.
     const bool isWhole =
         std::memcmp(m_state.data(), m_state.data() + kHeaderSize, kHeaderSize) == 0;
