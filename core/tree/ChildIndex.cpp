@@ -75,7 +75,8 @@ void ChildIndex::Add(BNode& child)
         entry.later->insert(std::exchange(entry.first, &child));
 }
 
-// By the hash that the child was added with: to make its key again takes longer than the rest.
+// By the hash that the child was added with, as to make its key again takes longer than the rest,
+// and by the child itself: by another collation its text may be equal to others than before.
 void ChildIndex::Remove(BNode& child)
 {
     Entry* const entry = m_entries.Find(NodeAccess::TextHash(child), [&child](const Entry& other) {

@@ -84,8 +84,8 @@ TEST(ProbeTable, HoldsWhatARandomHistoryLeavesWhateverTheHashes)
         [](int) { return std::uint64_t{0x123456789}; },                     // all at one place
         [](int key) { return static_cast<std::uint64_t>(key % 3) << 20u; }, // beyond the mask
     };
-    Is::asked = Is::needlessly = 0;
     for (const Hash hash : hashes) {
+        Is::asked = Is::needlessly = 0;
         SCOPED_TRACE(testing::Message() << "hash " << &hash - hashes);
         std::mt19937 random(1);
         Table table;
@@ -124,8 +124,9 @@ TEST(ProbeTable, HoldsWhatARandomHistoryLeavesWhateverTheHashes)
             }
         }
         EXPECT_TRUE(hasFailed);
+        // Chance gives other hashes the same tag, and none of those that were made by rule.
+        EXPECT_LE(Is::needlessly, hash == &Scattered ? Is::asked / 10 : 0);
     }
-    EXPECT_LT(1000 * Is::needlessly, Is::asked);
 }
 
 TEST(ProbeTable, AsksForFewEntriesAndAllocatesOnlyToGrow)
