@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ratio>
 #include <string>
 
 /// The entries of a language map: ordered by the collation of their keys, and found by a hash of
@@ -64,8 +65,9 @@ private:
     bool AddPlain(std::uint32_t hash, const WString& text) noexcept;
     void RemovePlain(std::uint32_t hash, const WString& text) noexcept;
 
+    // Entries are large, and programs ask for keys that are there: so the tables are rather full.
     template <class T>
-    using Table = platform::ProbeTable<T, platform::PageAllocator<T>>;
+    using Table = platform::ProbeTable<T, platform::PageAllocator<T>, std::ratio<4, 5>>;
 
     BMap<WString, WString> m_defaults;
     // Entries stand in the table itself, so that a look-up touches one place and two texts.

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <ratio>
 #include <type_traits>
 #include <utility>
 
@@ -16,9 +17,9 @@ namespace platform {
 // A table of our own, not a library's: what the library's indices find differs (a pointer, the
 // number of a record, an entry with its texts), the entry of a dictionary stands in a list besides,
 // and a public header is made of it, so that an application would need that library, too. Linear
-// probing it is, as a slot that a probe looks at is next to the one before; it is at most two
-// thirds full. Entries behind a removed one move up. Marks of removed entries would be the
-// alternative, and a table whose entries come and go would fill with them.
+// probing it is, as a slot that a probe looks at is next to the one before. Entries behind a removed
+// one move up. Marks of removed entries would be the alternative, and a table whose entries come
+// and go would fill with them.
 //
 // A probe looks at a byte a slot, its tag: of a hundred thousand slots these stay in the cache, and
 // a key that is not there costs nothing else. Only where the tag is that of the hash, in one of 128
@@ -31,12 +32,14 @@ namespace platform {
 /// What an entry is, is the user's. Of a hash the low 32 bits count, and its lowest ones decide.
 /// Keys are compared by what the caller hands in, where the hashes may be the same.
 ///
-/// `Allocator`, of which any two are the same, gives the entries their memory.
+/// `Allocator`, of which any two are the same, gives the entries their memory. At most `Fullness` of
+/// the slots are taken, a `std::ratio`: the more, the less memory a look-up waits for, and the
+/// longer is the way to a key that is not there, 5 slots at two thirds and 13 at four fifths.
 ///
 /// Entries move when one is added or removed; a reference to one ends there. An empty table holds
 /// no memory. Where memory is missing, `std::bad_alloc` leaves the table as it was. Not
 /// synchronised.
-template <class Entry, class Allocator = std::allocator<Entry>>
+template <class Entry, class Allocator = std::allocator<Entry>, class Fullness = std::ratio<2, 3>>
 class ProbeTable {
 public:
     /// An entry, or where one of a hash may be put.
@@ -159,7 +162,8 @@ public:
     {
         if (HasRoomFor(count, m_slotCount))
             return;
-        ProbeTable larger(std::bit_ceil((std::max)(kGroup, count + count / 2 + 1)));
+        const std::size_t least = count * Fullness::den / Fullness::num + 1;
+        ProbeTable larger(std::bit_ceil((std::max)(kGroup, least)));
         assert(HasRoomFor(count, larger.m_slotCount));
         for (std::size_t i = 0; i != m_slotCount; ++i) {
             if (Tags()[i] != kFree)
@@ -201,7 +205,7 @@ private:
 
     [[nodiscard]] static bool HasRoomFor(std::size_t count, std::size_t slotCount) noexcept
     {
-        return 3 * count <= 2 * slotCount;
+        return Fullness::den * count <= Fullness::num * slotCount;
     }
     [[nodiscard]] static std::uint32_t Cut(std::uint64_t hash) noexcept
     {

@@ -234,9 +234,10 @@ ProfileFile::ELoad ProfileFile::Load()
     if (::fstat(file.Get(), &before) != 0)
         return ELoad::Failed;
     struct stat after = before;
-    const bool isKnown = HoldsText(file.Get(), before) && ::fstat(file.Get(), &after) == 0 &&
-                         after.st_size == before.st_size;
     std::string bytes;
+    bool isKnown = HoldsText(file.Get(), before, bytes);
+    if (isKnown && (::fstat(file.Get(), &after) != 0 || after.st_size != before.st_size))
+        isKnown = ::lseek(file.Get(), 0, SEEK_SET) < 0;
     // Of a file that grows meanwhile all is read: what was read of a line at its end may be a key
     // by now, and the rest of the value stands behind.
     for (off_t size = isKnown ? after.st_size : -1; after.st_size > size;) {
@@ -258,33 +259,32 @@ ProfileFile::ELoad ProfileFile::Load()
     return ELoad::Loaded;
 }
 
-bool ProfileFile::HoldsText(int file, const struct stat& status) const
+bool ProfileFile::HoldsText(int file, const struct stat& status, std::string& bytes) const
 {
     const auto bytesOf = [](const auto& text) {
         const auto& units = text.Whole();
         return std::string_view(reinterpret_cast<const char*>(units.data()),
                                 units.size() * sizeof(units[0]));
     };
-    std::string_view mark, text = std::visit(bytesOf, m_text);
-    if (m_encoding == EEncoding::Utf16Little)
-        mark = kUtf16Mark;
+    const std::string_view text = std::visit(bytesOf, m_text);
+    const auto mark = m_encoding == EEncoding::Utf16Little ? kUtf16Mark : std::string_view();
     if (m_encoding == EEncoding::Utf16Big || !S_ISREG(status.st_mode) ||
         static_cast<std::size_t>(status.st_size) != mark.size() + text.size())
         return false;
     char piece[16 << 10];
-    for (off_t from = 0; from < status.st_size;) {
-        const ssize_t count = ::pread(file, piece, sizeof piece, from);
-        std::string_view read(piece, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        for (std::string_view* const expected : {&mark, &text}) {
-            const std::string_view part = read.substr(0, expected->size());
-            if (!expected->starts_with(part))
-                return false;
-            expected->remove_prefix(part.size());
-            read.remove_prefix(part.size());
+    for (std::size_t from = 0; from < mark.size() + text.size();) {
+        const ssize_t count = ReadBytes(file, piece, sizeof piece);
+        const std::string_view read(piece, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        const bool isSame =
+            from != 0 ? text.substr(from - mark.size()).starts_with(read)
+                      : read.starts_with(mark) && text.starts_with(read.substr(mark.size()));
+        if (!isSame || count <= 0) {
+            if (from != 0)
+                bytes.append(mark).append(text, 0, from - mark.size());
+            bytes.append(read);
+            return false;
         }
-        if (count <= 0 || !read.empty())
-            return false; // it fails, was cut off, or grew meanwhile
-        from += count;
+        from += read.size();
     }
     return true;
 }
