@@ -17,9 +17,9 @@ namespace platform {
 // A table of our own, not a library's: what the library's indices find differs (a pointer, the
 // number of a record, an entry with its texts), the entry of a dictionary stands in a list besides,
 // and a public header is made of it, so that an application would need that library, too. Linear
-// probing it is, as a slot that a probe looks at is next to the one before. Entries behind a removed
-// one move up. Marks of removed entries would be the alternative, and a table whose entries come
-// and go would fill with them.
+// probing it is, as a slot that a probe looks at is next to the one before. Entries behind a
+// removed one move up. Marks of removed entries would be the alternative, and a table whose entries
+// come and go would fill with them.
 //
 // A probe looks at a byte a slot, its tag: of a hundred thousand slots these stay in the cache, and
 // a key that is not there costs nothing else. Only where the tag is that of the hash, in one of 128
@@ -32,8 +32,8 @@ namespace platform {
 /// What an entry is, is the user's. Of a hash the low 32 bits count, and its lowest ones decide.
 /// Keys are compared by what the caller hands in, where the hashes may be the same.
 ///
-/// `Allocator`, of which any two are the same, gives the entries their memory. At most `Fullness` of
-/// the slots are taken, a `std::ratio`: the more, the less memory a look-up waits for, and the
+/// `Allocator`, of which any two are the same, gives the entries their memory. At most `Fullness`
+/// of the slots are taken, a `std::ratio`: the more, the less memory a look-up waits for, and the
 /// longer is the way to a key that is not there, 5 slots at two thirds and 13 at four fifths.
 ///
 /// Entries move when one is added or removed; a reference to one ends there. An empty table holds

@@ -40,17 +40,11 @@ constexpr bool IsLineEnd(Unit unit)
     return unit <= Unit('\r') && (unit == Unit('\n') || unit == Unit('\r'));
 }
 
-// Compares blocks of memory, where the view's own operator goes unit by unit.
-bool IsEqual(WideView a, WideView b)
-{
-    return std::ranges::equal(a, b);
-}
-
 // Whether the units are the same and, in text of 8 bits, are ASCII, so that they stand for the
 // same.
 bool IsSamePlain(WideView written, WideView name)
 {
-    return IsEqual(written, name);
+    return HasSameUnits(written, name);
 }
 
 bool IsSamePlain(std::string_view written, WideView name)
@@ -245,7 +239,7 @@ bool IsSame(WideView name, WideView foldedName)
 
 bool IsSame(std::string_view name, WideView foldedName)
 {
-    return IsEqual(FoldedName(name), foldedName);
+    return HasSameUnits(FoldedName(name), foldedName);
 }
 
 std::uint32_t HashOf(WideView foldedName)
@@ -291,7 +285,8 @@ void IniText<Unit>::Update(Text text)
         return;
     }
     const auto growth = static_cast<std::uint32_t>(after.size() - before.size()); // modulo 2^32
-    Shift(begin, end, growth, *moves);
+    if (growth != 0 || !moves->empty())
+        Shift(begin, end, growth, *moves);
     m_text = std::move(text);
     m_kept = 0;
 }
@@ -544,7 +539,7 @@ auto IniText<Unit>::IsKey(std::uint32_t section, WideView foldedName) const
 template <class Unit>
 inline std::uint32_t IniText<Unit>::FindSection(WideView name) const
 {
-    return m_lastSection.number != kNone && IsEqual(m_lastSection.name, name)
+    return m_lastSection.number != kNone && HasSameUnits(m_lastSection.name, name)
                ? m_lastSection.number
                : FindOtherSection(name);
 }

@@ -3,8 +3,10 @@
 #include "core/platform/ProbeTable.h"
 #include "core/platform/WideText.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <string>
@@ -13,6 +15,28 @@
 #include <vector>
 
 namespace platform {
+
+/// Whether both have the same units: word by word and in place, where the view's own operator goes
+/// unit by unit. A call of the C library is a jump by a pointer besides, which the processor does
+/// not foresee behind a call of the system.
+inline bool HasSameUnits(WideView a, WideView b) noexcept
+{
+    constexpr std::size_t wordUnits = sizeof(std::uint64_t) / sizeof(WChar);
+    const auto isSameWord = [&](std::size_t at) {
+        std::uint64_t one = 0, other = 0;
+        std::memcpy(&one, a.data() + at, sizeof one);
+        std::memcpy(&other, b.data() + at, sizeof other);
+        return one == other;
+    };
+    if (a.size() != b.size())
+        return false;
+    if (a.size() < wordUnits)
+        return std::equal(a.begin(), a.end(), b.begin());
+    std::size_t at = 0;
+    while (at + wordUnits < a.size() && isSameWord(at))
+        at += wordUnits;
+    return at + wordUnits >= a.size() && isSameWord(a.size() - wordUnits);
+}
 
 /// The text of a private profile, and where its sections and keys stand in it. Lines that a change
 /// does not concern stay as they are.

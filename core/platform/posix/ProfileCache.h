@@ -3,7 +3,6 @@
 #include "core/platform/OwnerCount.h"
 #include "core/platform/posix/ProfileFile.h"
 
-#include <algorithm>
 #include <list>
 #include <mutex>
 
@@ -30,7 +29,7 @@ public:
     ProfileFile* Get(WideView path, ProfileFile::ELoad& state)
     {
         // Most programs read one profile, key by key.
-        if (!m_files.empty() && std::ranges::equal(m_files.front().Path(), path) &&
+        if (!m_files.empty() && HasSameUnits(m_files.front().Path(), path) &&
             m_files.front().IsCurrent())
             return &m_files.front();
         return GetOther(path, state);
