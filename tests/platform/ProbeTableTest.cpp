@@ -74,7 +74,8 @@ void Put(AnyTable& table, std::uint64_t hash, int key, int value)
         place.entry->value = std::move(made);
 }
 
-// Of a table that is full with `count` entries, where a key that is not there passes `passed`.
+// Of a table that is full with `count` entries, where a key that is not there passes at most
+// `passed` in the middle, whatever the process has drawn for its hashes.
 template <class AnyTable>
 void ExpectFewAskedFor(int count, int passed)
 {
@@ -96,7 +97,7 @@ void ExpectFewAskedFor(int count, int passed)
     }
     EXPECT_EQ(table.Count(), room);
     EXPECT_LE(asksFor(0, count), count + count / 32);
-    EXPECT_LE(asksFor(count, 2 * count), count * passed / 80);
+    EXPECT_LE(asksFor(count, 2 * count), count * passed / 128);
     table.Clear();
     EXPECT_EQ(table.Count(), 0u);
     EXPECT_EQ(Value::alive, 0u);
@@ -163,7 +164,7 @@ TEST(ProbeTable, AsksForFewEntriesAndAllocatesOnlyToGrow)
 {
     // To one in 128 of the entries that a key passes on its way it is led in vain: one that is
     // there stands at the second or third place in the middle.
-    ExpectFewAskedFor<Table>(10922, 4); // two thirds of 16,384: the table is full
+    ExpectFewAskedFor<Table>(10922, 6); // two thirds of 16,384: the table is full
     using FullerTable = platform::ProbeTable<Entry, std::allocator<Entry>, std::ratio<4, 5>>;
-    ExpectFewAskedFor<FullerTable>(13107, 12);
+    ExpectFewAskedFor<FullerTable>(13107, 32);
 }

@@ -235,9 +235,8 @@ ProfileFile::ELoad ProfileFile::Load()
         return ELoad::Failed;
     struct stat after = before;
     std::string bytes;
-    bool isKnown = HoldsText(file.Get(), before, bytes);
-    if (isKnown && (::fstat(file.Get(), &after) != 0 || after.st_size != before.st_size))
-        isKnown = ::lseek(file.Get(), 0, SEEK_SET) < 0;
+    const bool isKnown = HoldsText(file.Get(), before, bytes) && ::fstat(file.Get(), &after) == 0 &&
+                         after.st_size == before.st_size;
     // Of a file that grows meanwhile all is read: what was read of a line at its end may be a key
     // by now, and the rest of the value stands behind.
     for (off_t size = isKnown ? after.st_size : -1; after.st_size > size;) {
@@ -273,15 +272,15 @@ bool ProfileFile::HoldsText(int file, const struct stat& status, std::string& by
         return false;
     char piece[16 << 10];
     for (std::size_t from = 0; from < mark.size() + text.size();) {
-        const ssize_t count = ReadBytes(file, piece, sizeof piece);
+        const ssize_t count = ::pread(file, piece, sizeof piece, static_cast<off_t>(from));
         const std::string_view read(piece, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         const bool isSame =
             from != 0 ? text.substr(from - mark.size()).starts_with(read)
                       : read.starts_with(mark) && text.starts_with(read.substr(mark.size()));
         if (!isSame || count <= 0) {
-            if (from != 0)
-                bytes.append(mark).append(text, 0, from - mark.size());
-            bytes.append(read);
+            // Between two pieces of a longer one somebody may write all of it anew.
+            if (from == 0 && count == status.st_size && ::lseek(file, count, SEEK_SET) == count)
+                bytes = read;
             return false;
         }
         from += read.size();

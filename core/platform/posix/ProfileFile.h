@@ -74,8 +74,9 @@ private:
     enum class EEncoding { Ansi, Utf16Little, Utf16Big };
 
     [[nodiscard]] ELoad Load();
-    /// Whether the file of that status surely has the bytes of the text: they are compared piece by
-    /// piece, without memory. `bytes` gets those read so far where they are not the same.
+    /// Whether the file of that status surely has the bytes of the text, which so need not be read
+    /// again: they are compared piece by piece, without memory. `bytes` gets those of another file
+    /// that is one piece.
     [[nodiscard]] bool HoldsText(int file, const struct stat& status, std::string& bytes) const;
     void Parse(std::string bytes);
     /// The file's content from the unit `from` of the text on, the byte-order mark before the
