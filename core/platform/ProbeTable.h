@@ -182,6 +182,8 @@ private:
     // Nothing may fail half-way through a growth or a removal.
     static_assert(std::is_nothrow_move_constructible_v<Entry>);
     static_assert(std::is_nothrow_move_assignable_v<Entry>);
+    // Each way ends at a free slot.
+    static_assert(0 < Fullness::num && Fullness::num < Fullness::den);
 
     using Tag = std::uint8_t;
     static constexpr Tag kFree = 0; // a taken slot's is odd

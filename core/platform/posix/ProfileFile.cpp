@@ -278,7 +278,7 @@ bool ProfileFile::HoldsText(int file, const struct stat& status, std::string& by
             from != 0 ? text.substr(from - mark.size()).starts_with(read)
                       : read.starts_with(mark) && text.starts_with(read.substr(mark.size()));
         if (!isSame || count <= 0) {
-            // Between two pieces of a longer one somebody may write all of it anew.
+            // Not of a longer file: between two pieces somebody may write all of it anew.
             if (from == 0 && count == status.st_size && ::lseek(file, count, SEEK_SET) == count)
                 bytes = read;
             return false;

@@ -75,8 +75,9 @@ private:
 
     [[nodiscard]] ELoad Load();
     /// Whether the file of that status surely has the bytes of the text, which so need not be read
-    /// again: they are compared piece by piece, without memory. `bytes` gets those of another file
-    /// that is one piece.
+    /// again: they are compared piece by piece, without memory. Where it has others, and is no
+    /// longer than a piece, `bytes` gets all of them, from one read, and the file stands behind
+    /// them.
     [[nodiscard]] bool HoldsText(int file, const struct stat& status, std::string& bytes) const;
     void Parse(std::string bytes);
     /// The file's content from the unit `from` of the text on, the byte-order mark before the
